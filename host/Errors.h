@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <stdexcept>
+
+namespace orphia::host {
+
+/// What the user asked for makes no sense: an unknown parameter, a value out of range, an unknown format.
+/// The message is one line, fit to be shown.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A file cannot be read or written, or holds something else than it should. The message is one line and
+/// names the file.
+class FileError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+} // namespace orphia::host

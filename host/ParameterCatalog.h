@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "host/ParameterInfo.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orphia::host {
+
+/// All parameters of the vocoder, as the engine declares them. Building one asks a fresh engine once; after
+/// that it never changes and may be read from any thread.
+class ParameterCatalog {
+public:
+    ParameterCatalog();
+
+    /// In order of id: Parameters()[i].id is i.
+    const std::vector<ParameterInfo>& Parameters() const { return parameters; }
+
+    /// The parameter of a name as a user types it: the full name, or an ending of it that begins after a
+    /// "_". Where an ending fits several names, the one with the fewest parts is meant: "Attack" is the
+    /// attack of all bands and not that of band 1. Upper and lower case differ.
+    /// Throws UsageError for an unknown name, with similar ones, and for an ambiguous one, with the choice.
+    const ParameterInfo& Find(std::string_view name) const;
+
+    /// The parameter of a full name, null when there is none.
+    const ParameterInfo* FindExact(std::string_view fullName) const;
+
+    /// Up to three endings of names that resemble an unknown name, the most alike first.
+    std::vector<std::string> Similar(std::string_view name) const;
+
+private:
+    std::vector<ParameterInfo> parameters;
+};
+
+} // namespace orphia::host

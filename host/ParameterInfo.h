@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace orphia::host {
+
+enum class ParameterKind {
+    /// The value is the knob position, 0 to 1.
+    Knob,
+    /// One of stepCount values.
+    Stepped,
+    /// A curve between minimum and maximum.
+    Mapped
+};
+
+enum class ParameterUnit { None, Decibel, Second, Hertz };
+
+enum class ParameterRole {
+    /// What a player turns.
+    Control,
+    /// An amount of the patch bay's matrix.
+    Route,
+    /// A constant of the modelled circuit; some of them are rewritten by the engine as it runs.
+    Circuit,
+    /// A light or meter that the engine writes; cannot be set.
+    Output
+};
+
+/// What a program needs to know of one parameter of the engine.
+struct ParameterInfo {
+    std::uint32_t id = 0;
+    /// The path of modules joined by "_"; no two are alike.
+    std::string name;
+    /// A few words, empty for most circuit constants.
+    std::string_view description;
+    ParameterKind kind = ParameterKind::Knob;
+    ParameterUnit unit = ParameterUnit::None;
+    ParameterRole role = ParameterRole::Circuit;
+    /// "on" and "off" name its two ends.
+    bool isSwitch = false;
+    /// The real range, in the unit.
+    float minimum = 0.0F;
+    float maximum = 1.0F;
+    /// Stepped only.
+    unsigned stepCount = 0;
+    float stepWidth = 0.0F;
+    /// The real value in a fresh engine.
+    float start = 0.0F;
+};
+
+/// One parameter with what it shall be set to.
+struct ParameterSetting {
+    enum class Scale {
+        /// The real value, in the parameter's unit.
+        Value,
+        /// The position of the knob, 0 to 1.
+        Position
+    };
+    std::uint32_t id = 0;
+    Scale scale = Scale::Value;
+    float number = 0.0F;
+
+    bool operator==(const ParameterSetting&) const = default;
+};
+
+} // namespace orphia::host

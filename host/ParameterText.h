@@ -1,0 +1,37 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "host/ParameterCatalog.h"
+#include "host/ParameterInfo.h"
+
+#include <string>
+#include <string_view>
+
+namespace orphia::host {
+
+/// How values are written and read, in presets and on the command line alike:
+///
+///   "-10 dB" "5 ms" "0.005 s" "1.2 kHz" "40 Hz"   a value with its unit, in any case
+///   "-10" "0.005"                                 the same without: dB, s, Hz; a factor; a step
+///   "on" "off"                                    the two ends of a switch
+///   "@0.5" "50 %" "0.5 knob"                      the position of the knob, whatever the unit
+///
+/// Numbers have a decimal point, in every locale. What parameters hold is single precision: a text made
+/// here reads back as exactly the same number.
+
+/// Throws UsageError for what cannot be read, for another parameter's unit and outside the range.
+ParameterSetting ParseSetting(const ParameterInfo& info, std::string_view text);
+
+/// "NAME=VALUE", with a name as for ParameterCatalog::Find. Throws UsageError; an output is refused.
+ParameterSetting ParseAssignment(const ParameterCatalog& catalog, std::string_view text);
+
+/// A text that ParseSetting turns into the same setting.
+std::string FormatSetting(const ParameterInfo& info, const ParameterSetting& setting);
+
+/// A real value with its unit.
+std::string FormatValue(const ParameterInfo& info, float value);
+
+/// What may be given, for instance "-75 dB .. 0 dB".
+std::string FormatRange(const ParameterInfo& info);
+
+} // namespace orphia::host

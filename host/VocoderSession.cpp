@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "host/VocoderSession.h"
+
+#include "dsp/AlignedBuffer.h"
+#include "dsp/DenormalGuard.h"
+#include "dsp/RunChild.h"
+#include "host/Errors.h"
+#include "vocoder/BodeVocoder.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace orphia::host {
+
+using Velmora::Processor::BodeVocoder;
+
+/// The core with the buffers of one block.
+struct VocoderSession::Engine {
+    static constexpr std::uint32_t carrierCount = 2;
+    static constexpr std::uint32_t inputCount = 11;
+    static constexpr std::uint32_t outputCount = 6;
+
+    BodeVocoder core;
+    std::uint32_t blockSize;
+    Velmora::dsp::BlockPool buffers;
+    std::array<const float*, inputCount> inputs{};
+    std::array<const float*, 2> modulators{};
+    std::array<float*, outputCount> outputs{};
+
+    explicit Engine(std::uint32_t size) : blockSize(size) {
+        buffers.Allocate(carrierCount + 2 + outputCount, blockSize);
+        std::uint32_t next = 0;
+        // The other inputs are modulations and stay null.
+        inputs[0] = buffers[next++];
+        inputs[1] = buffers[next++];
+        modulators = {buffers[next], buffers[next + 1]};
+        next += 2;
+        for (float*& output : outputs) {
+            output = buffers[next++];
+        }
+    }
+
+    /// Both sides of an interleaved block of at most blockSize frames, filled up with silence.
+    void Load(std::span<const float> samples, std::uint32_t firstBuffer) {
+        for (std::uint32_t side = 0; side < 2; ++side) {
+            float* const buffer = buffers[firstBuffer + side];
+            const std::size_t frames = samples.size() / 2;
+            for (std::size_t n = 0; n < frames; ++n) {
+                buffer[n] = samples[2 * n + side];
+            }
+            std::fill(buffer + frames, buffer + blockSize, 0.0F);
+        }
+    }
+
+    void Run() {
+        Velmora::dsp::ProcessContext context;
+        context.inputs = inputs.data();
+        context.numInputs = inputCount;
+        context.auxInputs = modulators.data();
+        context.numAuxInputs = 2;
+        context.outputs = outputs.data();
+        context.numOutputs = outputCount;
+        context.numFrames = blockSize;
+        context.isOffline = 1;
+        Velmora::dsp::RunChild(core, context);
+    }
+};
+
+std::uint32_t VocoderSession::BlockSize(float rate) {
+    constexpr float defaultRate = 44100.0F;
+    constexpr float highestRate = 384000.0F;
+    // Quarters of a block per hertz: blocks are about 1 ms and whole groups of four frames.
+    constexpr float groupsPerHertz = 0.0002494331F;
+    const float clamped = rate > 0.0F ? std::min(rate, highestRate) : defaultRate;
+    const auto groups = static_cast<std::uint32_t>(std::lround(clamped * groupsPerHertz));
+    return std::max(groups * 4U, 4U);
+}
+
+VocoderSession::VocoderSession(std::uint32_t rate, std::uint32_t noiseSeed) : sampleRate(rate) {
+    if (rate < minimumSampleRate || rate > maximumSampleRate) {
+        throw UsageError(fmt::format("sample rate {} Hz is outside {} Hz .. {} Hz", rate, minimumSampleRate,
+                                     maximumSampleRate));
+    }
+    const auto hertz = static_cast<float>(rate);
+    engine = std::make_unique<Engine>(BlockSize(hertz));
+    engine->core.SeedNoise(noiseSeed);
+    engine->core.Initialize(hertz, engine->blockSize);
+}
+
+VocoderSession::~VocoderSession() = default;
+
+void VocoderSession::Set(const ParameterSetting& setting) {
+    if (setting.id >= BodeVocoder::parameterCount) {
+        return;
+    }
+    if (setting.scale == ParameterSetting::Scale::Position) {
+        engine->core.SetParameterNormalized(setting.id, setting.number);
+    } else {
+        engine->core.SetParameterValue(setting.id, setting.number);
+    }
+    settings[setting.id] = setting;
+}
+
+void VocoderSession::Apply(const Preset& preset) {
+    for (const ParameterSetting& setting : preset.settings) {
+        Set(setting);
+    }
+}
+
+std::vector<ParameterSetting> VocoderSession::Settings() const {
+    std::vector<ParameterSetting> list;
+    for (const auto& [id, setting] : settings) {
+        list.push_back(setting);
+    }
+    return list;
+}
+
+float VocoderSession::Value(std::uint32_t id) const {
+    const Velmora::dsp::ModuleParam* record = engine->core.FindParameter(id);
+    return record != nullptr ? record->PeekValue() : 0.0F;
+}
+
+void VocoderSession::Process(std::span<const float> modulator, std::span<const float> carrier,
+                             std::span<float> output) {
+    const Velmora::dsp::DenormalGuard guard;
+    const std::size_t block = std::size_t{engine->blockSize} * 2;
+    for (std::size_t start = 0; start < output.size(); start += block) {
+        const std::size_t count = std::min(block, output.size() - start);
+        engine->Load(carrier.subspan(start, count), 0);
+        engine->Load(modulator.subspan(start, count), Engine::carrierCount);
+        engine->Run();
+        for (std::size_t n = 0; n < count; ++n) {
+            output[start + n] = engine->outputs[n % 2][n / 2];
+        }
+        CollectMeters();
+    }
+}
+
+void VocoderSession::CollectMeters() {
+    const auto collect = [this](float& largest, std::uint32_t index) {
+        const auto id = BodeVocoder::ParameterId(static_cast<BodeVocoder::Additional>(index));
+        largest = std::max(largest, engine->core.GetParameterNormalized(id));
+    };
+    collect(meters.hiss, BodeVocoder::HissLED);
+    collect(meters.buzz, BodeVocoder::BuzzLED);
+    collect(meters.programOverload, BodeVocoder::PreampOverloadLED);
+    collect(meters.carrierOverload, BodeVocoder::CarrierPreampOverloadLED);
+    for (std::uint32_t band = 0; band < MeterReading::bandCount; ++band) {
+        collect(meters.bands[band], BodeVocoder::CVFB1 + band);
+    }
+}
+
+MeterReading VocoderSession::TakeMeters() {
+    const MeterReading reading = meters;
+    meters = {};
+    return reading;
+}
+
+} // namespace orphia::host

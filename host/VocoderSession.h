@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "host/ParameterInfo.h"
+#include "host/Preset.h"
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace orphia::host {
+
+/// What the front panel shows, each 0 to 1.
+struct MeterReading {
+    static constexpr std::size_t bandCount = 16;
+
+    std::array<float, bandCount> bands{};
+    /// The noise gate is open.
+    float hiss = 0.0F;
+    /// The voiced decision, smoothed.
+    float buzz = 0.0F;
+    /// The modulator's and the carrier's preamp are overloaded.
+    float programOverload = 0.0F;
+    float carrierOverload = 0.0F;
+};
+
+/// One vocoder with its settings: stereo modulator and carrier in, stereo mix out. The core adds no
+/// latency. A new session has the engine's own start values, with which nothing is heard: apply a preset.
+///
+/// Buffers are interleaved stereo, full scale 1. For one thread at a time.
+class VocoderSession {
+public:
+    static constexpr std::uint32_t minimumSampleRate = 8000;
+    static constexpr std::uint32_t maximumSampleRate = 384000;
+    static constexpr std::uint32_t defaultSeed = 1;
+
+    /// Frames that the engine computes at once: 44 at 44100 Hz, about a millisecond at every rate.
+    static std::uint32_t BlockSize(float sampleRate);
+
+    /// Throws UsageError for a rate out of range. Equal seeds give equal noise.
+    explicit VocoderSession(std::uint32_t sampleRate, std::uint32_t noiseSeed = defaultSeed);
+    ~VocoderSession();
+
+    std::uint32_t SampleRate() const { return sampleRate; }
+
+    /// An id beyond the last parameter is ignored.
+    void Set(const ParameterSetting& setting);
+    void Apply(const Preset& preset);
+    /// What was set, the last of each parameter, in order of id.
+    std::vector<ParameterSetting> Settings() const;
+    /// The present real value.
+    float Value(std::uint32_t id) const;
+
+    /// Renders as many frames as `output` holds; the inputs must be as long. In pieces of whole engine
+    /// blocks the result does not depend on the pieces. A last block that is not whole is filled up with
+    /// silence, and its rest is lost, so it should be the end.
+    void Process(std::span<const float> modulator, std::span<const float> carrier, std::span<float> output);
+
+    /// The largest readings since the last call.
+    MeterReading TakeMeters();
+
+private:
+    struct Engine;
+
+    void CollectMeters();
+
+    std::uint32_t sampleRate;
+    std::unique_ptr<Engine> engine;
+    std::map<std::uint32_t, ParameterSetting> settings;
+    MeterReading meters;
+};
+
+} // namespace orphia::host

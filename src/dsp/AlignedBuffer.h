@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "basictools/Types.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <new>
+#include <vector>
+
+namespace Velmora::dsp {
+
+/// Allocates on cache lines, which satisfies every vector width.
+template <class T>
+struct CacheLineAllocator {
+    using value_type = T;
+    static constexpr std::align_val_t alignment{64};
+
+    CacheLineAllocator() = default;
+    template <class U>
+    CacheLineAllocator(const CacheLineAllocator<U>& /*other*/) {}
+
+    T* allocate(std::size_t count) {
+        return static_cast<T*>(::operator new(count * sizeof(T), alignment));
+    }
+    void deallocate(T* pointer, std::size_t /*count*/) { ::operator delete(pointer, alignment); }
+
+    template <class U>
+    bool operator==(const CacheLineAllocator<U>& /*other*/) const {
+        return true;
+    }
+};
+
+using AlignedBuffer = std::vector<float, CacheLineAllocator<float>>;
+
+/// Frames rounded up to the groups of four that inner loops work in.
+constexpr u32 RoundUpToFour(u32 frames) { return (frames + 3U) & ~3U; }
+
+/// Block buffers cut from one allocation, each of `frames` samples rounded up to four, so that all of them are
+/// 16-byte aligned; all zero. Set up off the audio path.
+class BlockPool {
+public:
+    void Allocate(u32 bufferCount, u32 frames) {
+        stride = RoundUpToFour(frames);
+        storage.assign(static_cast<std::size_t>(bufferCount) * stride, 0.0F);
+    }
+    float* operator[](u32 index) { return storage.data() + static_cast<std::size_t>(index) * stride; }
+
+private:
+    AlignedBuffer storage;
+    u32 stride = 0;
+};
+
+} // namespace Velmora::dsp

@@ -1,0 +1,157 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/Module.h"
+#include "dsp/ParameterSet.h"
+#include "dsp/RunChild.h"
+
+#include <array>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Velmora::engine {
+
+/// N copies of module M behind one module. Parameters are M's own, set on every clone alike and mirrored in
+/// records of the cloner, then OwnParameters of its own. The channels of clone i follow those of clone
+/// i - 1. With Grouped 1 there is one channel group more: while `runsAllClones` is false only clone 0 runs,
+/// on the group of index N, and while it is true the N clones run and group N stays unused.
+template <class M, u32 N, u32 Grouped, u32 OwnParameters>
+class ModuleCloner : public dsp::Module {
+public:
+    static constexpr u32 parameterCount = M::parameterCount + OwnParameters;
+    static constexpr u32 channelGroups = Grouped != 0 ? N + 1 : N;
+
+    explicit ModuleCloner(std::string moduleName = {}, std::vector<dsp::ModuleParam>&& ownRecords = {})
+        : Module(std::move(moduleName), 0, 0), records(CopiedRecords(clones[0], std::move(ownRecords))) {
+        numInputs = channelGroups * clones[0].numInputs;
+        numOutputs = channelGroups * clones[0].numOutputs;
+    }
+
+    M& Clone(u32 index) { return clones[index]; }
+
+    void Initialize(float sampleRate, u32 maxBlockSize) override {
+        for (M& clone : clones) {
+            clone.Initialize(sampleRate, maxBlockSize);
+        }
+        Module::Initialize(sampleRate, maxBlockSize);
+    }
+
+    void Terminate() override {
+        for (M& clone : clones) {
+            clone.Terminate();
+        }
+    }
+
+    void Reset(bool hard) override {
+        for (M& clone : clones) {
+            clone.Reset(hard);
+        }
+        Module::Reset(hard);
+    }
+
+    bool SetParameterNormalized(u32 id, float value) override {
+        if (id >= records.parameters.size()) {
+            return false;
+        }
+        ForwardToClones(id, [id, value](M& clone) { clone.SetParameterNormalized(id, value); });
+        UpdateRecord([this, id, value] { records.SetNormalized(id, value); });
+        return true;
+    }
+
+    bool SetParameterValue(u32 id, float value) {
+        if (id >= records.parameters.size()) {
+            return false;
+        }
+        ForwardToClones(id, [id, value](M& clone) { clone.SetParameterValue(id, value); });
+        UpdateRecord([this, id, value] { records.SetValue(id, value); });
+        return true;
+    }
+
+    float GetParameterNormalized(u32 id) override {
+        return id < records.parameters.size() ? records.parameters[id].GetNormalized() : 0.0F;
+    }
+
+    void GetParameterName(u32 id, dsp::ParameterNameWriter& writer) override {
+        if (id >= records.parameters.size()) {
+            return;
+        }
+        WritePrefix(writer);
+        if (id < M::parameterCount) {
+            clones[0].GetParameterName(id, writer);
+        } else {
+            writer.Append(records.parameters[id].name);
+        }
+    }
+
+    dsp::ModuleParam* FindParameter(u32 id) {
+        return id < records.parameters.size() ? &records.parameters[id] : nullptr;
+    }
+
+    void OnInitialize(float /*sampleRate*/, u32 /*maxBlockSize*/) override {}
+    void OnReset(bool /*hard*/) override {}
+    bool UpdateParameters(dsp::ProcessContext& /*context*/) override { return true; }
+
+    bool Process(dsp::ProcessContext& context) override {
+        if constexpr (Grouped != 0) {
+            if (!runsAllClones) {
+                return context.numOutputs == numOutputs && RunClone(context, 0, N);
+            }
+        }
+        if (context.numInputs != numInputs || context.numOutputs != numOutputs) {
+            return false;
+        }
+        bool result = true;
+        for (u32 i = 0; i < N; ++i) {
+            result = RunClone(context, i, i) && result;
+        }
+        return result;
+    }
+
+    /// Read only with Grouped 1.
+    bool runsAllClones = false;
+
+private:
+    static std::vector<dsp::ModuleParam> CopiedRecords(M& clone, std::vector<dsp::ModuleParam>&& own) {
+        std::vector<dsp::ModuleParam> all;
+        all.reserve(parameterCount);
+        for (u32 id = 0; id < M::parameterCount; ++id) {
+            all.push_back(*clone.FindParameter(id));
+        }
+        for (dsp::ModuleParam& record : own) {
+            all.push_back(std::move(record));
+        }
+        return all;
+    }
+
+    template <class F>
+    void ForwardToClones(u32 id, F&& set) {
+        if (id < M::parameterCount) {
+            for (M& clone : clones) {
+                set(clone);
+            }
+        }
+    }
+
+    /// The mirror follows the usual change rule, but raises no flag for the module as a whole: the clones
+    /// are the readers.
+    template <class F>
+    void UpdateRecord(F&& update) {
+        const bool pending = records.anyParameterChanged;
+        update();
+        records.anyParameterChanged = pending;
+    }
+
+    bool RunClone(const dsp::ProcessContext& context, u32 cloneIndex, u32 group) {
+        M& clone = clones[cloneIndex];
+        dsp::ProcessContext child =
+            context.ForChild(context.inputs + group * clone.numInputs, clone.numInputs,
+                             context.outputs + group * clone.numOutputs, clone.numOutputs);
+        return dsp::RunChild(clone, child);
+    }
+
+    std::array<M, N> clones;
+    dsp::ParameterSet records;
+};
+
+} // namespace Velmora::engine

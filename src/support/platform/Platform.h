@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "basictools/Types.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// What differs between systems. One implementation per system, in the folder of its name; all text is
+/// UTF-8. Nothing here throws but for lack of memory, and nothing is for the audio path.
+namespace Velmora::Platform {
+
+/// File ending of a loadable library, with its dot.
+std::string_view LibrarySuffix();
+
+/// Full path of the library (or program) that holds this code. When the system refuses it, prints why to
+/// the error stream and returns an empty text.
+std::string LibraryPath();
+
+/// The folder for data that all users of the machine share, or nothing when the system knows none.
+std::optional<std::string> MachineDataFolder();
+
+/// Whether a file, or anything else, exists at `path`.
+bool FileExists(const std::string& path);
+
+/// Names the calling thread; does nothing where that is not possible.
+void SetThreadName(const std::string& name);
+
+/// The system's number of the calling thread, as debuggers show it.
+u32 CurrentThreadId();
+
+/// Gives back a console that was allocated for this process; does nothing where consoles are not owned.
+void ReleaseConsole();
+
+} // namespace Velmora::Platform

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/platform/Platform.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+namespace Velmora::Platform {
+
+namespace {
+
+constexpr std::size_t maxThreadNameBytes = 15; // what the kernel keeps of a thread's name
+constexpr std::string_view defaultDataFolder = "/usr/local/share/";
+constexpr std::string_view defaultDataFolders = "/usr/local/share/:/usr/share/";
+
+// The longest head of `text` within `limit` bytes that does not end inside a character.
+std::string_view CutAtCharacter(std::string_view text, std::size_t limit) {
+    if (text.size() <= limit) {
+        return text;
+    }
+    while (limit > 0 && (static_cast<unsigned char>(text[limit]) & 0xC0U) == 0x80U) {
+        --limit;
+    }
+    return text.substr(0, limit);
+}
+
+std::filesystem::path MakeAbsolute(const char* name) {
+    std::error_code failure;
+    auto path = std::filesystem::absolute(name, failure);
+    if (!failure && FileExists(path.string())) {
+        return path;
+    }
+    // A program that was found through the search path knows itself by its bare name only.
+    return std::filesystem::read_symlink("/proc/self/exe", failure);
+}
+
+} // namespace
+
+std::string_view LibrarySuffix() {
+    return ".so";
+}
+
+std::string LibraryPath() {
+    Dl_info info{};
+    const bool found = dladdr(reinterpret_cast<const void*>(&LibraryPath), &info) != 0;
+    std::string path;
+    if (found && info.dli_fname != nullptr) {
+        path = MakeAbsolute(info.dli_fname).lexically_normal().string();
+    }
+    if (path.empty()) {
+        std::fputs("dladdr found no path of this library\n", stderr);
+    }
+    return path;
+}
+
+std::optional<std::string> MachineDataFolder() {
+    const char* setting = std::getenv("XDG_DATA_DIRS");
+    std::string_view rest = setting != nullptr && *setting != '\0' ? setting : defaultDataFolders;
+    while (!rest.empty()) {
+        const auto end = rest.find(':');
+        std::string folder(rest.substr(0, end));
+        rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + 1);
+        if (folder.empty() || folder.front() != '/') {
+            continue; // a relative entry is no machine-wide place
+        }
+        // The end separator marks the last part as a folder, so that a cut behind it keeps it.
+        if (folder.back() != '/') {
+            folder += '/';
+        }
+        if (FileExists(folder)) {
+            return folder;
+        }
+    }
+    return std::string(defaultDataFolder);
+}
+
+bool FileExists(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0;
+}
+
+void SetThreadName(const std::string& name) {
+    const std::string shortName(CutAtCharacter(name, maxThreadNameBytes));
+    pthread_setname_np(pthread_self(), shortName.c_str());
+}
+
+u32 CurrentThreadId() {
+    return static_cast<u32>(gettid());
+}
+
+void ReleaseConsole() {}
+
+} // namespace Velmora::Platform

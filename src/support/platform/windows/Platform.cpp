@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "support/platform/Platform.h"
+
+#include "support/platform/windows/WideText.h"
+#include "support/platform/windows/WindowsApi.h"
+
+#include <knownfolders.h>
+#include <objbase.h>
+#include <shlobj.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cstdio>
+
+namespace Velmora::Platform {
+
+namespace {
+
+constexpr DWORD pathCapacity = 260;
+
+using SetDescription = HRESULT WINAPI(HANDLE thread, PCWSTR description);
+
+// Threads have descriptions only since a later release of the system, so the call is not linked.
+SetDescription* FindSetDescription() {
+    const HMODULE kernel = GetModuleHandleA("Kernel32.dll");
+    if (kernel == nullptr) {
+        return nullptr;
+    }
+    void* address = reinterpret_cast<void*>(GetProcAddress(kernel, "SetThreadDescription"));
+    return reinterpret_cast<SetDescription*>(address);
+}
+
+} // namespace
+
+std::string_view LibrarySuffix() {
+    return ".dll";
+}
+
+std::string LibraryPath() {
+    HMODULE module = nullptr;
+    const DWORD how = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    if (GetModuleHandleExA(how, reinterpret_cast<LPCSTR>(&LibraryPath), &module) == 0) {
+        std::fprintf(stderr, "GetModuleHandle returned %d\n", static_cast<int>(GetLastError()));
+        return {};
+    }
+    std::array<char, pathCapacity> path{};
+    const DWORD length = GetModuleFileNameA(module, path.data(), pathCapacity);
+    // A full buffer means a path that was cut, and a cut path names some other place.
+    if (length == 0 || length >= pathCapacity) {
+        std::fprintf(stderr, "GetModuleFileNameA returned %d\n", static_cast<int>(GetLastError()));
+        return {};
+    }
+    return ToUtf8(ToWideFromSystemCodePage({path.data(), length}));
+}
+
+std::optional<std::string> MachineDataFolder() {
+    PWSTR folder = nullptr;
+    std::string path;
+    if (SUCCEEDED(SHGetKnownFolderPath(FOLDERID_ProgramData, 0, nullptr, &folder))) {
+        path = ToUtf8(folder);
+    }
+    CoTaskMemFree(folder); // to be freed after a failure, too
+    return path.empty() ? std::nullopt : std::optional(path);
+}
+
+bool FileExists(const std::string& path) {
+    struct _stat64 status {};
+    return _wstat64(ToWide(path).c_str(), &status) == 0;
+}
+
+void SetThreadName(const std::string& name) {
+    static SetDescription* const setDescription = FindSetDescription();
+    if (setDescription != nullptr) {
+        setDescription(GetCurrentThread(), ToWide(name).c_str());
+    }
+}
+
+u32 CurrentThreadId() {
+    return static_cast<u32>(GetCurrentThreadId());
+}
+
+void ReleaseConsole() {
+    FreeConsole();
+}
+
+} // namespace Velmora::Platform

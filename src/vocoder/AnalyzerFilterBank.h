@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/ModuleContainer.h"
+#include "vocoder/ParallelCascadedBiquadsSIMD.h"
+
+namespace Velmora::Processor {
+
+/// Splits the analysed program into sixteen fixed bands. 1 input, 16 outputs.
+class AnalyzerFilterBank final : public dsp::ModuleContainer<ParallelCascadedBiquadsSIMD<16, 2>> {
+public:
+    static constexpr u32 parameterCount = childParameterCount;
+
+    explicit AnalyzerFilterBank(std::string moduleName = "AnalyzerFilterBank");
+
+    void OnInitialize(float sampleRate, u32 maxBlockSize) override;
+    void OnReset(bool hard) override;
+    bool UpdateParameters(dsp::ProcessContext& context) override;
+    bool Process(dsp::ProcessContext& context) override;
+
+    void UseKernels(const VocoderKernels& set) { Child<0>().UseKernels(set); }
+};
+
+} // namespace Velmora::Processor

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/AlignedBuffer.h"
+#include "dsp/FirstOrderSection.h"
+#include "dsp/ModuleContainer.h"
+#include "dsp/NoiseGenerator.h"
+#include "dsp/SmootherLPF.h"
+#include "vocoder/AnalyzerFilterBank.h"
+#include "vocoder/AnalyzerRectifiers.h"
+#include "vocoder/CarrierPreamp.h"
+#include "vocoder/HFChannel.h"
+#include "vocoder/HissBuzzDiscriminator.h"
+#include "vocoder/NoiseCarrierBalance.h"
+#include "vocoder/NoiseShaper.h"
+#include "vocoder/PatchBay.h"
+#include "vocoder/Preamp.h"
+#include "vocoder/PreampAnalyzer.h"
+#include "vocoder/SynthesizerFilterBank.h"
+#include "vocoder/SynthesizerVCABank.h"
+#include "vocoder/VCAGate.h"
+
+namespace Velmora::Processor {
+
+/// One channel of the vocoder core, modelled at circuit level: signals are volts of the hardware, control
+/// voltages swing between -15 and +15, and -15 opens.
+///
+/// Inputs: 0 carrier, 1 modulator, then the modulations of "Attack", "Release", "NoiseCarrierBalance",
+/// "Shift", "Width", "CarrierLevel", "ProgramLevel", "SampleHold". Outputs: 0 the vocoded channel, 1 the
+/// carrier preamp, 2 the program preamp; the latter two serve as stage buffers as well.
+class BodeVocoderMono final
+    : public dsp::ModuleContainer<Preamp, PreampAnalyzer, AnalyzerFilterBank, AnalyzerRectifiers,
+                                  SynthesizerVCABank, SynthesizerFilterBank, HissBuzzDiscriminator,
+                                  NoiseCarrierBalance, dsp::NoiseGenerator, CarrierPreamp, HFChannel, PatchBay> {
+public:
+    enum Additional : u32 {
+        NoiseLevel,
+        NoiseGateAttack,
+        NoiseGateRelease,
+        HFAttack,
+        HFRelease,
+        BuzzSwitched,
+        UnvoicedMode,
+        AdditionalCount
+    };
+    enum Input : u32 {
+        CarrierIn,
+        ModulatorIn,
+        AttackMod,
+        ReleaseMod,
+        BalanceMod,
+        ShiftMod,
+        WidthMod,
+        CarrierLevelMod,
+        ProgramLevelMod,
+        SampleHoldMod,
+        InputCount
+    };
+    enum Output : u32 { VocodedOut, CarrierOut, ProgramOut, OutputCount };
+
+    static constexpr u32 parameterCount = childParameterCount + AdditionalCount;
+
+    explicit BodeVocoderMono(std::string moduleName = {});
+
+    void OnInitialize(float sampleRate, u32 maxBlockSize) override;
+    void OnReset(bool hard) override;
+    bool UpdateParameters(dsp::ProcessContext& context) override;
+    bool Process(dsp::ProcessContext& context) override;
+
+    /// What the panel shows.
+    float CarrierOverload() { return Child<CarrierPreampChild>().overload.overloadValue; }
+    float ProgramOverload() { return Child<PreampChild>().overload.overloadValue; }
+    float BandMeter(u32 band) { return Child<RectifiersChild>().meterValues[band]; }
+    float NoiseGateValue() const { return noiseGate.lastGate; }
+    float VoicedLevel() const { return voicedLevel; }
+
+    /// Makes the noise reproducible; otherwise its seed is the time of construction.
+    void SeedNoise(u32 seed) { Child<NoiseChild>().Seed(seed); }
+    /// Replaces the kernels of the banks and rectifiers, which are otherwise the widest available.
+    void UseKernels(const VocoderKernels& set);
+
+private:
+    enum ChildIndex : std::size_t {
+        PreampChild,
+        PreampAnalyzerChild,
+        AnalyzerBankChild,
+        RectifiersChild,
+        VcaBankChild,
+        SynthesizerBankChild,
+        DiscriminatorChild,
+        BalanceChild,
+        NoiseChild,
+        CarrierPreampChild,
+        HFChild,
+        PatchBayChild
+    };
+    enum Buffer : u32 {
+        NoiseBuffer,
+        CarrierBus,
+        NoiseBus,
+        AnalysisBand,
+        SynthesisBand = AnalysisBand + bandCount,
+        FilterSum = SynthesisBand + bandCount,
+        HissControl,
+        BuzzControl,
+        AnalyzedProgram,
+        HFSignal,
+        GatedCarrier,
+        GatedNoise,
+        AlwaysOpenControl,
+        BufferCount
+    };
+
+    float NoiseLevelGain() { return std::pow(10.0F, AdditionalValue(NoiseLevel) * 0.05F); }
+    void SetUnvoicedTimes();
+    void SetVoicedTimes();
+
+    void RunProgramSide(const dsp::ProcessContext& context);
+    void UpdateVoicedLight();
+    void RunNoise(const dsp::ProcessContext& context);
+    void RunCarrierSide(const dsp::ProcessContext& context);
+    void RunAnalysis(const dsp::ProcessContext& context);
+    void RunSynthesis(const dsp::ProcessContext& context);
+    void SumOutput(float* out, u32 numFrames);
+    template <class M>
+    void RunWith(const dsp::ProcessContext& context, M& module, std::initializer_list<const float*> inputs,
+                 std::initializer_list<float*> outputs);
+
+    VCAGate carrierGate{"VCAGate"};
+    VCAGate noiseGate{"VCAGate"};
+    dsp::SmootherLPF noiseLevelSmoother{0.1};
+    dsp::SmootherLPF voicedAttackSmoother{0.005};
+    dsp::SmootherLPF voicedReleaseSmoother{0.75};
+    /// The value behind the "BuzzLED" light.
+    float voicedLevel = 0.0F;
+    NoiseShaper noiseShaper;
+    dsp::FirstOrderSection dcBlocker;
+    dsp::BlockPool buffers;
+    const float* analysisBands[bandCount + 2] = {};
+    float* analysisOutputs[bandCount] = {};
+    float* synthesisOutputs[bandCount] = {};
+
+    i32 unvoicedMode = 0;
+    bool buzzSwitched = false;
+};
+
+} // namespace Velmora::Processor

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/FirstOrderSection.h"
+#include "dsp/SmootherLPF.h"
+#include "dsp/UnitModule.h"
+#include "vocoder/OverloadDetector.h"
+
+#include <string>
+
+namespace Velmora::Processor {
+
+/// Brings the carrier to the level of the vocoder's buses, through two first-order high-pass stages. The
+/// second one inverts and clips at its supply; its capacitor sees the clipped voltage, so the clip sits
+/// inside the recursion.
+///
+/// Inputs: 0 audio, 1 modulation of "CarrierLevel". Output: 0 the amplified carrier, within 13.5 V.
+/// The carrier enters the core here, so faulty samples stop here: one that is not a number, infinite or
+/// absurdly large counts as 0, as it would otherwise stay in every filter behind. A null input is silence.
+class CarrierPreamp final : public dsp::UnitModule {
+public:
+    static constexpr u32 parameterCount = 1;
+    enum Parameter : u32 { CarrierLevel };
+
+    explicit CarrierPreamp(std::string moduleName = "CarrierPreamp");
+
+    void OnInitialize(float sampleRate, u32 maxBlockSize) override;
+    void OnReset(bool hard) override;
+    bool UpdateParameters(dsp::ProcessContext& context) override;
+    bool Process(dsp::ProcessContext& context) override;
+
+    /// Read by the owner after Process.
+    OverloadDetector overload;
+
+private:
+    template <class Gain>
+    void Filter(float* block, u32 numFrames, Gain gain);
+
+    dsp::FirstOrderSection stage1;
+    dsp::FirstOrderSection stage2;
+    dsp::SmootherLPF gainSmoother{0.1};
+};
+
+} // namespace Velmora::Processor

@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vocoder/ParallelCascadedBiquadsSIMD.h"
+
+#include "dsp/CornerLimit.h"
+#include "dsp/StateLimit.h"
+#include "vocoder/kernels/LaneTile.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+namespace Velmora::Processor {
+
+namespace {
+
+using Biquads = ParallelCascadedBiquadsSIMD<16, 2>;
+
+constexpr float twoPi = 6.2831855F;
+
+dsp::ModuleParam Declare(u32 group, const std::string& prefix) {
+    switch (group) {
+    case Biquads::Type:
+        return dsp::ModuleParam::Stepped(prefix + "_Type", 2, 0.0F, 1.0F);
+    case Biquads::Frequency:
+        return dsp::ModuleParam::Mapped(prefix + "_Fc", 1, 1.0F, 24000.0F, 1.0F);
+    case Biquads::Quality:
+        return dsp::ModuleParam::Mapped(prefix + "_Q", 1, 0.0F, 50.0F, 1.0F);
+    default:
+        return dsp::ModuleParam::Mapped(prefix + "_H", 1, -10.0F, 10.0F, 1.0F);
+    }
+}
+
+std::vector<dsp::ModuleParam> DeclareAll() {
+    std::vector<dsp::ModuleParam> records;
+    records.reserve(Biquads::parameterCount);
+    for (u32 group = 0; group < 4; ++group) {
+        for (u32 channel = 1; channel <= bandCount; ++channel) {
+            for (u32 stage = 1; stage <= stageCount; ++stage) {
+                records.push_back(Declare(group, "Biquad_Channel" + std::to_string(channel) + "_Stage" +
+                                                     std::to_string(stage)));
+            }
+        }
+    }
+    return records;
+}
+
+bool AllEqual(const float* const* inputs) {
+    return std::all_of(inputs, inputs + bandCount, [first = inputs[0]](const float* p) { return p == first; });
+}
+
+} // namespace
+
+Biquads::ParallelCascadedBiquadsSIMD(std::string moduleName)
+    : UnitModule(std::move(moduleName), bandCount, bandCount, DeclareAll()) {}
+
+void Biquads::SetBothStages(Group group, u32 channel, float value) {
+    SetParameterValue(ParameterId(group, channel, 1), value);
+    SetParameterValue(ParameterId(group, channel, 2), value);
+}
+
+void Biquads::SetBandTypes() {
+    SetBothStages(Type, 1, LowPass);
+    SetBothStages(Quality, 1, BandPlan::lowPassQ);
+    SetBothStages(Gain, 1, BandPlan::lowPassGain);
+    for (u32 channel = 2; channel <= bandCount; ++channel) {
+        SetBothStages(Type, channel, BandPass);
+        SetBothStages(Gain, channel, BandPlan::bandPassGain);
+    }
+}
+
+void Biquads::SetFrequencies(const BandPlan& plan) {
+    SetBothStages(Frequency, 1, plan.lowPassHz);
+    for (u32 channel = 2; channel <= bandCount; ++channel) {
+        SetBothStages(Quality, channel, plan.bandPassQ);
+        SetParameterValue(ParameterId(Frequency, channel, 1), plan.stage1Hz[channel - 2]);
+        SetParameterValue(ParameterId(Frequency, channel, 2), plan.stage2Hz[channel - 2]);
+    }
+}
+
+void Biquads::OnInitialize(float newSampleRate, u32 /*maxBlockSize*/) { sampleRate = newSampleRate; }
+
+void Biquads::OnReset(bool /*hard*/) {
+    for (u32 lane = 0; lane < bandCount; ++lane) {
+        ClearLane(lane);
+    }
+}
+
+void Biquads::ClearLane(u32 lane) {
+    for (u32 row = 0; row <= stageCount; ++row) {
+        lanes.past1[row][lane] = lanes.past2[row][lane] = 0.0F;
+    }
+    for (u32 stage = 0; stage < stageCount; ++stage) {
+        lanes.step[stage][lane] = 0.0F;
+    }
+}
+
+bool Biquads::UpdateParameters(dsp::ProcessContext& /*context*/) {
+    if (!anyParameterChanged) {
+        return true;
+    }
+    for (u32 channel = 1; channel <= bandCount; ++channel) {
+        for (u32 stage = 1; stage <= stageCount; ++stage) {
+            if (Changed(ParameterId(Type, channel, stage)) || Changed(ParameterId(Frequency, channel, stage)) ||
+                Changed(ParameterId(Quality, channel, stage)) || Changed(ParameterId(Gain, channel, stage))) {
+                UpdateStage(channel, stage);
+            }
+        }
+    }
+    return true;
+}
+
+void Biquads::UpdateStage(u32 channel, u32 stage) {
+    const float type = Value(ParameterId(Type, channel, stage));
+    const bool isLowPass = type == static_cast<float>(LowPass);
+    const u32 s = stage - 1;
+    const u32 lane = channel - 1;
+    if (isLowPass || type == static_cast<float>(BandPass)) {
+        const double hz = dsp::LimitCorner(Value(ParameterId(Frequency, channel, stage)), sampleRate);
+        const double q = Value(ParameterId(Quality, channel, stage));
+        const double w = static_cast<double>(twoPi) * hz / sampleRate;
+        const double alpha = std::sin(w) * (0.5 / q);
+        const double n = 1.0 / (1.0 + alpha);
+        const double cosine = std::cos(w);
+        FeedForward& b = feedForward[s][lane];
+        if (isLowPass) {
+            b = {(1.0 - cosine) * 0.5 * n, (1.0 - cosine) * n, (1.0 - cosine) * 0.5 * n};
+        } else {
+            b = {alpha * n, 0.0, -alpha * n};
+        }
+        // With a1 = -2 cos(w) n and a2 = (1 - alpha) n; the sum is written so that nothing cancels.
+        lanes.pull[s][lane] = static_cast<float>(4.0 * std::pow(std::sin(0.5 * w), 2.0) * n);
+        lanes.carry[s][lane] = static_cast<float>(2.0 * cosine * n - 1.0);
+    }
+    const double gain = Value(ParameterId(Gain, channel, stage));
+    lanes.b0[s][lane] = static_cast<float>(feedForward[s][lane].b0 * gain);
+    lanes.b1[s][lane] = static_cast<float>(feedForward[s][lane].b1 * gain);
+    lanes.b2[s][lane] = static_cast<float>(feedForward[s][lane].b2 * gain);
+}
+
+bool Biquads::Process(dsp::ProcessContext& context) {
+    const bool oneInput = AllEqual(context.inputs);
+    LaneTile tile;
+    for (u32 offset = 0; offset < context.numFrames; offset += LaneTile::maxFrames) {
+        const u32 frames = std::min(LaneTile::maxFrames, context.numFrames - offset);
+        FilterChunk(context.inputs, oneInput, offset, frames, tile);
+        ScatterBands(tile, frames, context.outputs, offset);
+    }
+    HealLanes();
+    return true;
+}
+
+void Biquads::ProcessSum(const float* const* inputs, float* output, u32 numFrames) {
+    LaneTile tile;
+    for (u32 offset = 0; offset < numFrames; offset += LaneTile::maxFrames) {
+        const u32 frames = std::min(LaneTile::maxFrames, numFrames - offset);
+        FilterChunk(inputs, false, offset, frames, tile);
+        SumBands(tile, frames, output + offset);
+    }
+    HealLanes();
+}
+
+void Biquads::FilterChunk(const float* const* inputs, bool oneInput, u32 offset, u32 frames, LaneTile& tile) {
+    if (oneInput) {
+        kernels->runBankOnOneInput(lanes, inputs[0] + offset, tile.Data(), frames);
+        return;
+    }
+    GatherBands(inputs, offset, frames, tile);
+    kernels->runBank(lanes, tile.Data(), frames);
+}
+
+void Biquads::HealLanes() {
+    // A lane is healthy while all of its state is a number within bounds; not-a-number fails too.
+    bool healthy[bandCount];
+    std::fill_n(healthy, bandCount, true);
+    const auto check = [&healthy](const float (&row)[bandCount]) {
+        for (u32 lane = 0; lane < bandCount; ++lane) {
+            healthy[lane] &= std::abs(row[lane]) <= static_cast<float>(dsp::stateLimit);
+        }
+    };
+    for (u32 row = 0; row <= stageCount; ++row) {
+        check(lanes.past1[row]);
+        check(lanes.past2[row]);
+    }
+    for (u32 stage = 0; stage < stageCount; ++stage) {
+        check(lanes.step[stage]);
+    }
+    for (u32 lane = 0; lane < bandCount; ++lane) {
+        if (!healthy[lane]) {
+            ClearLane(lane);
+        }
+    }
+}
+
+} // namespace Velmora::Processor

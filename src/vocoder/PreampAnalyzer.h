@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/BiquadSection.h"
+#include "dsp/UnitModule.h"
+
+#include <string>
+
+namespace Velmora::Processor {
+
+/// The second-order high-pass at 259 Hz between the program preamp and the analysis side. The dry path is
+/// taken before it. 1 input, 1 output, no parameters.
+class PreampAnalyzer final : public dsp::UnitModule {
+public:
+    static constexpr u32 parameterCount = 0;
+
+    explicit PreampAnalyzer(std::string moduleName = "PreampAnalyzer");
+
+    void OnInitialize(float sampleRate, u32 maxBlockSize) override;
+    void OnReset(bool hard) override;
+    bool UpdateParameters(dsp::ProcessContext& context) override;
+    bool Process(dsp::ProcessContext& context) override;
+
+private:
+    dsp::BiquadSection highPass;
+};
+
+} // namespace Velmora::Processor

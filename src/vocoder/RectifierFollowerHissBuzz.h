@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/BiquadSection.h"
+#include "dsp/FirstOrderSection.h"
+#include "dsp/UnitModule.h"
+
+#include <string>
+
+namespace Velmora::Processor {
+
+/// A full-wave rectifier with its smoothing filter, of third order: the envelope of one side of the
+/// hiss/buzz decision. 1 input, 1 output (the envelope in volts, at audio rate), no parameters. Input and
+/// output may be the same buffer.
+class RectifierFollowerHissBuzz final : public dsp::UnitModule {
+public:
+    static constexpr u32 parameterCount = 0;
+
+    explicit RectifierFollowerHissBuzz(std::string moduleName = "RectifierFollowerHissBuzz");
+
+    void OnInitialize(float sampleRate, u32 maxBlockSize) override;
+    void OnReset(bool hard) override;
+    bool UpdateParameters(dsp::ProcessContext& context) override;
+    bool Process(dsp::ProcessContext& context) override;
+
+    /// Runs two followers as children side by side, as their parent: the same samples as one after the other
+    /// in less time, since neither recursion waits for the other.
+    static void RunPair(RectifierFollowerHissBuzz& first, const float* firstInput, float* firstOutput,
+                        RectifierFollowerHissBuzz& second, const float* secondInput, float* secondOutput,
+                        u32 numFrames);
+
+private:
+    struct Filter {
+        dsp::FirstOrderSection onePole;
+        dsp::BiquadSection biquad;
+
+        float Tick(float rectified);
+    };
+
+    void Finish(float* output, u32 numFrames);
+
+    Filter filter;
+};
+
+} // namespace Velmora::Processor

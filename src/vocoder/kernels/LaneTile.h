@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "basictools/Types.h"
+#include "vocoder/kernels/BiquadLanes.h"
+
+namespace Velmora::Processor {
+
+/// A short stretch of all sixteen bands with the bands side by side, so that a recursion runs on vectors of
+/// bands. Modules exchange one buffer per band; tiles turn them over, 4 x 4 samples at a time.
+struct alignas(64) LaneTile {
+    static constexpr u32 maxFrames = 16;
+    float samples[maxFrames][bandCount];
+
+    float* Data() { return samples[0]; }
+};
+
+/// Gathers frames [offset, offset + frames) of the sixteen bands; frames is a multiple of 4, at most 16.
+void GatherBands(const float* const* bands, u32 offset, u32 frames, LaneTile& tile);
+
+/// The way back.
+void ScatterBands(const LaneTile& tile, u32 frames, float* const* bands, u32 offset);
+
+/// out[n] = sum of the sixteen bands at frame n. The order of the additions is fixed, so that the result
+/// does not depend on the width of the vectors.
+void SumBands(const LaneTile& tile, u32 frames, float* out);
+
+} // namespace Velmora::Processor

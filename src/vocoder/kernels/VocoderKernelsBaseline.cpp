@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "dsp/Simd.h"
+#include "vocoder/kernels/KernelSets.h"
+#include "vocoder/kernels/VocoderKernelsImpl.h"
+
+namespace Velmora::Processor::kernels {
+
+const VocoderKernels& BaselineSet() {
+    static constexpr VocoderKernels set = MakeKernels<dsp::simd::BaselineArch>("baseline, 4 lanes");
+    return set;
+}
+
+} // namespace Velmora::Processor::kernels

@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+// Included by one source per instruction set. Everything here is a template over the instruction set and
+// calls nothing inline from elsewhere: the linker must not be able to pick a wide copy of a shared
+// function for a processor without it.
+
+#include "vocoder/kernels/VocoderKernels.h"
+
+#include <xsimd/xsimd.hpp>
+
+namespace Velmora::Processor::kernels {
+
+template <class Arch>
+struct Bank {
+    using V = xsimd::batch<float, Arch>;
+    static constexpr unsigned width = V::size;
+
+    struct Stage {
+        V b0, b1, b2, pull, carry;
+    };
+
+    /// Output history and last step of a stage.
+    struct State {
+        V y1, y2, e1;
+    };
+
+    static Stage LoadStage(const BiquadLanes& lanes, unsigned stage, unsigned lane) {
+        return {V::load_aligned(&lanes.b0[stage][lane]), V::load_aligned(&lanes.b1[stage][lane]),
+                V::load_aligned(&lanes.b2[stage][lane]), V::load_aligned(&lanes.pull[stage][lane]),
+                V::load_aligned(&lanes.carry[stage][lane])};
+    }
+
+    static State LoadState(const BiquadLanes& lanes, unsigned stage, unsigned lane) {
+        return {V::load_aligned(&lanes.past1[stage + 1][lane]), V::load_aligned(&lanes.past2[stage + 1][lane]),
+                V::load_aligned(&lanes.step[stage][lane])};
+    }
+
+    static void StoreState(const State& s, BiquadLanes& lanes, unsigned stage, unsigned lane) {
+        s.y1.store_aligned(&lanes.past1[stage + 1][lane]);
+        s.y2.store_aligned(&lanes.past2[stage + 1][lane]);
+        s.e1.store_aligned(&lanes.step[stage][lane]);
+    }
+
+    // The last step comes in last, which keeps the chain from sample to sample at one multiplication and one
+    // addition.
+    static V Tick(const Stage& c, State& s, V x, V x1, V x2) {
+        const V e = x * c.b0 + x1 * c.b1 + x2 * c.b2 - s.y2 * c.pull + s.e1 * c.carry;
+        const V y = s.y1 + e;
+        s.y2 = s.y1;
+        s.y1 = y;
+        s.e1 = e;
+        return y;
+    }
+
+    template <class ReadInput>
+    static void RunGroup(BiquadLanes& lanes, unsigned lane, float* rows, u32 frames, ReadInput readInput) {
+        const Stage first = LoadStage(lanes, 0, lane);
+        const Stage second = LoadStage(lanes, 1, lane);
+        State firstState = LoadState(lanes, 0, lane);
+        State secondState = LoadState(lanes, 1, lane);
+        V x1 = V::load_aligned(&lanes.past1[0][lane]);
+        V x2 = V::load_aligned(&lanes.past2[0][lane]);
+        for (u32 n = 0; n < frames; ++n) {
+            const V x = readInput(n);
+            const V y1 = firstState.y1;
+            const V y2 = firstState.y2;
+            const V y = Tick(first, firstState, x, x1, x2);
+            Tick(second, secondState, y, y1, y2).store_aligned(rows + n * bandCount + lane);
+            x2 = x1;
+            x1 = x;
+        }
+        x1.store_aligned(&lanes.past1[0][lane]);
+        x2.store_aligned(&lanes.past2[0][lane]);
+        StoreState(firstState, lanes, 0, lane);
+        StoreState(secondState, lanes, 1, lane);
+    }
+
+    static void Run(BiquadLanes& lanes, float* rows, u32 frames) {
+        for (unsigned lane = 0; lane < bandCount; lane += width) {
+            RunGroup(lanes, lane, rows, frames,
+                     [rows, lane](u32 n) { return V::load_aligned(rows + n * bandCount + lane); });
+        }
+    }
+
+    static void RunOnOneInput(BiquadLanes& lanes, const float* input, float* rows, u32 frames) {
+        for (unsigned lane = 0; lane < bandCount; lane += width) {
+            RunGroup(lanes, lane, rows, frames, [input](u32 n) { return V(input[n]); });
+        }
+    }
+};
+
+template <class Arch>
+struct Rectifiers {
+    using D = xsimd::batch<double, Arch>;
+    static constexpr unsigned width = D::size;
+    static constexpr unsigned maxFrames = 16;
+    static constexpr unsigned maxCells = maxFrames * bandCount;
+    /// The chain from sample to sample is long, so several vectors run side by side.
+    static constexpr unsigned chains = 2;
+
+    struct State {
+        D u1, y1, y2, v1, v2, envelope;
+    };
+
+    // One-pole and biquad, then clip, attack and release. Every factor between the rectifier and the control
+    // voltage is folded into the rectifier's gains and the bias.
+    static void Tick(const RectifierLanes& lanes, unsigned at, State& s, double* cell, double* envelopeCell) {
+        const D u = D::load_aligned(cell);
+        const D y = D::load_aligned(lanes.bias + at) - (u + s.u1) - D::load_aligned(lanes.poleA1 + at) * s.y1;
+        const D v = (y + s.y2) + (s.y1 + s.y1) - s.v2 * D::load_aligned(lanes.a2 + at) -
+                    s.v1 * D::load_aligned(lanes.a1 + at);
+        const D control = xsimd::max(v, D(0.0));
+        control.store_aligned(cell);
+        s.envelope = Smooth(lanes, s.envelope, control);
+        s.envelope.store_aligned(envelopeCell);
+        s.u1 = u;
+        s.y2 = s.y1;
+        s.y1 = y;
+        s.v2 = s.v1;
+        s.v1 = v;
+    }
+
+    // Near its target the envelope jumps there, as the smoothers of one band do.
+    static D Smooth(const RectifierLanes& lanes, D envelope, D target) {
+        const D coefficient = xsimd::select(target <= envelope, D(lanes.releaseCoefficient),
+                                            D(lanes.attackCoefficient));
+        const D e = (target - envelope) * coefficient;
+        const D end = xsimd::max(target * D(1e-12), D(1e-20));
+        return xsimd::select(xsimd::abs(e) >= end, envelope + e, target);
+    }
+
+    static State Load(const RectifierLanes& lanes, unsigned at) {
+        return {D::load_aligned(lanes.rectified1 + at), D::load_aligned(lanes.pole1 + at),
+                D::load_aligned(lanes.pole2 + at),      D::load_aligned(lanes.out1 + at),
+                D::load_aligned(lanes.out2 + at),       D::load_aligned(lanes.envelope + at)};
+    }
+
+    static void Store(const State& s, RectifierLanes& lanes, unsigned at) {
+        s.u1.store_aligned(lanes.rectified1 + at);
+        s.y1.store_aligned(lanes.pole1 + at);
+        s.y2.store_aligned(lanes.pole2 + at);
+        s.v1.store_aligned(lanes.out1 + at);
+        s.v2.store_aligned(lanes.out2 + at);
+        s.envelope.store_aligned(lanes.envelope + at);
+    }
+
+    static void RunChains(RectifierLanes& lanes, unsigned lane, double* signal, double* envelope, u32 frames) {
+        State states[chains];
+        for (unsigned k = 0; k < chains; ++k) {
+            states[k] = Load(lanes, lane + k * width);
+        }
+        for (u32 n = 0; n < frames; ++n) {
+            for (unsigned k = 0; k < chains; ++k) {
+                const unsigned at = lane + k * width;
+                Tick(lanes, at, states[k], signal + n * bandCount + at, envelope + n * bandCount + at);
+            }
+        }
+        for (unsigned k = 0; k < chains; ++k) {
+            Store(states[k], lanes, lane + k * width);
+        }
+    }
+
+    // Full-wave rectification, still in single precision: it has no memory that could build up error.
+    static void Rectify(const RectifierLanes& lanes, float* rows, u32 frames) {
+        using F = xsimd::batch<float, Arch>;
+        for (unsigned lane = 0; lane < bandCount; lane += F::size) {
+            const F gainPositive = F::load_aligned(lanes.gainPositive + lane);
+            const F gainNegative = F::load_aligned(lanes.gainNegative + lane);
+            for (u32 n = 0; n < frames; ++n) {
+                float* cell = rows + n * bandCount + lane;
+                const F x = F::load_aligned(cell);
+                (x * xsimd::select(x > F(0.0F), gainPositive, gainNegative)).store_aligned(cell);
+            }
+        }
+    }
+
+    static void ToDoubles(const float* floats, double* values, unsigned count) {
+        for (unsigned i = 0; i < count; ++i) {
+            values[i] = static_cast<double>(floats[i]);
+        }
+    }
+
+    static void ToFloats(const double* values, float* floats, unsigned count) {
+        for (unsigned i = 0; i < count; ++i) {
+            floats[i] = static_cast<float>(values[i]);
+        }
+    }
+
+    static void Run(RectifierLanes& lanes, float* rows, float* envelopes, u32 frames) {
+        alignas(64) double signal[maxCells];
+        alignas(64) double envelope[maxCells];
+        Rectify(lanes, rows, frames);
+        ToDoubles(rows, signal, frames * bandCount);
+        for (unsigned lane = 0; lane < bandCount; lane += chains * width) {
+            RunChains(lanes, lane, signal, envelope, frames);
+        }
+        ToFloats(signal, rows, frames * bandCount);
+        ToFloats(envelope, envelopes, frames * bandCount);
+    }
+};
+
+template <class Arch>
+constexpr VocoderKernels MakeKernels(const char* name) {
+    return {name, &Bank<Arch>::Run, &Bank<Arch>::RunOnOneInput, &Rectifiers<Arch>::Run};
+}
+
+} // namespace Velmora::Processor::kernels

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Terminal.h"
+
+#include <unistd.h>
+
+#include <csignal>
+
+namespace orphia::tools {
+
+namespace {
+
+volatile std::sig_atomic_t notedSignal = 0;
+
+extern "C" void NoteSignal(int signal) {
+    notedSignal = signal;
+}
+
+} // namespace
+
+bool IsTerminal(std::FILE* stream) {
+    return isatty(fileno(stream)) != 0;
+}
+
+void WatchStopSignals() {
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+        std::signal(signal, NoteSignal);
+    }
+}
+
+int StopSignal() {
+    return notedSignal;
+}
+
+} // namespace orphia::tools

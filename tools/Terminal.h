@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdio>
+
+namespace orphia::tools {
+
+/// Whether someone watches the stream, so that a line may be refreshed.
+bool IsTerminal(std::FILE* stream);
+
+/// From now on an interrupt, a request to terminate and a closed pipe no longer end the program at once;
+/// they are only noted, so that no half file is left behind.
+void WatchStopSignals();
+
+/// The number of the signal that was noted, or 0.
+int StopSignal();
+
+} // namespace orphia::tools

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Command.h"
+#include "Stopped.h"
+#include "Terminal.h"
+#include "VocodeCommand.h"
+#include "host/Errors.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <memory>
+#include <new>
+#include <string>
+
+namespace {
+
+using namespace orphia;
+
+constexpr int fileStatus = 1;
+constexpr int usageStatus = 2;
+constexpr int signalStatus = 128;
+
+/// One line, whatever the message is made of.
+int Fail(std::string message, int status) {
+    std::replace_if(
+        message.begin(), message.end(), [](unsigned char c) { return c < ' ' || c == 127; }, ' ');
+    fmt::print(stderr, "orphia: {}\n", message);
+    return status;
+}
+
+int RunChosen(std::array<std::unique_ptr<tools::Command>, 1>& commands) {
+    try {
+        for (const auto& command : commands) {
+            if (command->IsChosen()) {
+                command->Run();
+            }
+        }
+        if (std::fflush(stdout) != 0) {
+            return tools::StopSignal() != 0 ? signalStatus + tools::StopSignal()
+                                            : Fail("the standard output cannot be written", fileStatus);
+        }
+        return 0;
+    } catch (const tools::Stopped&) {
+        return signalStatus + tools::StopSignal();
+    } catch (const host::UsageError& error) {
+        return Fail(error.what(), usageStatus);
+    } catch (const std::bad_alloc&) {
+        return Fail("out of memory", fileStatus);
+    } catch (const std::exception& error) {
+        return Fail(error.what(), fileStatus);
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    tools::WatchStopSignals();
+    CLI::App app{"Orphia VX, a sixteen-band vocoder", "orphia"};
+    app.set_version_flag("--version", "orphia " ORPHIA_VERSION);
+    app.require_subcommand(1);
+    std::array<std::unique_ptr<tools::Command>, 1> commands{std::make_unique<tools::VocodeCommand>(app)};
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (error.get_exit_code() == 0) {
+            return app.exit(error); // prints help or version
+        }
+        return Fail(std::string(error.what()) + "; see orphia --help", usageStatus);
+    }
+    return RunChosen(commands);
+}
