@@ -59,8 +59,9 @@ AudioFileSource::AudioFileSource(std::filesystem::path filePath, Playback filePl
     if (file->info.frames <= 0) {
         Refuse(path, "holds no audio");
     }
-    if (file->info.samplerate <= 0) {
-        Refuse(path, "has no valid sample rate");
+    if (file->info.samplerate < minimumSampleRate || file->info.samplerate > maximumSampleRate) {
+        Refuse(path, fmt::format("has a sample rate of {} Hz; {} to {} are read", file->info.samplerate,
+                                 minimumSampleRate, maximumSampleRate));
     }
     if (playback == Playback::Loop && file->info.seekable == 0) {
         Refuse(path, "cannot be looped: it can be read only once");

@@ -19,7 +19,10 @@ public:
         Loop
     };
 
-    /// Throws FileError: no such file, a directory, no audio, no frames, too many channels.
+    static constexpr int minimumSampleRate = 2000;
+    static constexpr int maximumSampleRate = 768000;
+
+    /// Throws FileError: no such file, a directory, no audio, no frames, too many channels, an odd rate.
     explicit AudioFileSource(std::filesystem::path path, Playback playback = Playback::Once);
     ~AudioFileSource() override;
 

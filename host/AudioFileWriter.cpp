@@ -108,6 +108,8 @@ AudioFileWriter::AudioFileWriter(const std::filesystem::path& path, std::uint32_
     double quality = vorbisQuality;
     sf_command(file->handle, SFC_SET_VBR_ENCODING_QUALITY, &quality, sizeof quality);
     sf_command(file->handle, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+    // The chunk of peaks holds the time of day, and equal runs shall give equal files.
+    sf_command(file->handle, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
 
 AudioFileWriter::~AudioFileWriter() = default;

@@ -67,12 +67,8 @@ std::optional<double> LoudnessMeter::IntegratedLoudness() const {
     return loudness;
 }
 
-double LoudnessMeter::SamplePeak() const {
-    return meter->Largest(ebur128_sample_peak);
-}
+double LoudnessMeter::SamplePeak() const { return meter->Largest(ebur128_sample_peak); }
 
-double LoudnessMeter::TruePeak() const {
-    return meter->Largest(ebur128_true_peak);
-}
+double LoudnessMeter::TruePeak() const { return meter->Largest(ebur128_true_peak); }
 
 } // namespace orphia::host

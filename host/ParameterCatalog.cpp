@@ -20,7 +20,7 @@ namespace {
 using Velmora::Processor::BodeVocoder;
 
 constexpr std::size_t maxNameLength = 256;
-constexpr std::size_t maxListed = 6;
+constexpr std::size_t maxListed = 4;
 
 std::string NameOf(BodeVocoder& core, std::uint32_t id) {
     char text[maxNameLength];
@@ -66,9 +66,7 @@ bool HasEnding(std::string_view name, std::string_view ending) {
            name[name.size() - ending.size() - 1] == '_';
 }
 
-auto PartCount(std::string_view name) {
-    return std::count(name.begin(), name.end(), '_');
-}
+auto PartCount(std::string_view name) { return std::count(name.begin(), name.end(), '_'); }
 
 std::string AmbiguousMessage(std::string_view name, const std::vector<const ParameterInfo*>& candidates) {
     std::vector<std::string_view> names;
@@ -129,7 +127,7 @@ const ParameterInfo& ParameterCatalog::Find(std::string_view name) const {
 
 std::vector<std::string> ParameterCatalog::Similar(std::string_view name) const {
     constexpr std::size_t maxSimilar = 3;
-    const std::size_t tolerance = std::max<std::size_t>(2, name.size() / 3);
+    const std::size_t tolerance = std::max<std::size_t>(1, name.size() / 3);
     struct Match {
         std::size_t distance;
         std::string_view ending;

@@ -46,7 +46,7 @@ std::string Lower(std::string_view text) {
 /// The number at the start of a text, which is shortened by it.
 std::optional<double> TakeNumber(std::string_view& text) {
     std::string_view rest = text;
-    if (rest.starts_with('+')) {
+    if (rest.starts_with('+') && !rest.starts_with("+-")) {
         rest.remove_prefix(1);
     }
     double number = 0.0;
@@ -168,7 +168,7 @@ ParameterSetting ParseSetting(const ParameterInfo& info, std::string_view text) 
 
 ParameterSetting ParseAssignment(const ParameterCatalog& catalog, std::string_view text) {
     const auto equals = text.find('=');
-    if (equals == std::string_view::npos) {
+    if (equals == std::string_view::npos || Trim(text.substr(0, equals)).empty()) {
         throw UsageError(fmt::format("'{}' is not of the form NAME=VALUE", text));
     }
     const ParameterInfo& info = catalog.Find(Trim(text.substr(0, equals)));
@@ -196,7 +196,8 @@ std::string FormatValue(const ParameterInfo& info, float value) {
 }
 
 std::string FormatSetting(const ParameterInfo& info, const ParameterSetting& setting) {
-    return setting.scale == Scale::Value ? FormatValue(info, setting.number) : "@" + Digits(setting.number);
+    return setting.scale == Scale::Value ? FormatValue(info, setting.number)
+                                         : fmt::format("@{}", Digits(setting.number));
 }
 
 std::string FormatRange(const ParameterInfo& info) {

@@ -31,7 +31,7 @@ constexpr std::array rows = {
     Row{"_NoiseMix", {Control, None, "noise takes the smoothed envelopes too", true}},
     Row{"_HFLevel", {Control, None, "level of the modulator's own treble"}},
     Row{"_HFMode", {Control, None, "treble always, instead of in unvoiced sounds only"}},
-    Row{"BodeVocoder_UnvoicedMode", {Control, None, "gates take the four frequencies below"}},
+    Row{"BodeVocoder_UnvoicedMode", {Control, None, "the four gate frequencies are in force"}},
     Row{"BodeVocoder_NoiseGateAttack", {Control, Hertz, "noise gate, opening"}},
     Row{"BodeVocoder_NoiseGateRelease", {Control, Hertz, "noise gate, closing"}},
     Row{"BodeVocoder_HFAttack", {Control, Hertz, "treble gate, opening"}},

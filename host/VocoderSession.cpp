@@ -125,6 +125,12 @@ float VocoderSession::Value(std::uint32_t id) const {
 void VocoderSession::Process(std::span<const float> modulator, std::span<const float> carrier,
                              std::span<float> output) {
     const Velmora::dsp::DenormalGuard guard;
+    if (!started) {
+        // Smoothers take what is set now. Without it the synthesis bands would stay near their start: the
+        // engine moves them by one step per change of "Shift" only.
+        engine->core.Reset(true);
+        started = true;
+    }
     const std::size_t block = std::size_t{engine->blockSize} * 2;
     for (std::size_t start = 0; start < output.size(); start += block) {
         const std::size_t count = std::min(block, output.size() - start);

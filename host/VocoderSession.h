@@ -46,7 +46,8 @@ public:
 
     std::uint32_t SampleRate() const { return sampleRate; }
 
-    /// An id beyond the last parameter is ignored.
+    /// Before the first block a setting is there at once; later the engine moves to it in its own time. An
+    /// id beyond the last parameter is ignored.
     void Set(const ParameterSetting& setting);
     void Apply(const Preset& preset);
     /// What was set, the last of each parameter, in order of id.
@@ -71,6 +72,7 @@ private:
     std::unique_ptr<Engine> engine;
     std::map<std::uint32_t, ParameterSetting> settings;
     MeterReading meters;
+    bool started = false;
 };
 
 } // namespace orphia::host

@@ -34,9 +34,7 @@ std::string Light(float level, std::string_view name) {
 RunDisplay::RunDisplay(bool meters)
     : showsMeters(meters), stream(meters ? stdout : stderr), refreshes(IsTerminal(stream)) {}
 
-RunDisplay::~RunDisplay() {
-    Clear();
-}
+RunDisplay::~RunDisplay() { Clear(); }
 
 void RunDisplay::Show(double seconds, double expectedSeconds, const host::MeterReading& meters) {
     if (!showsMeters && !refreshes) {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <initializer_list>
 
 namespace orphia::tools {
 
@@ -11,15 +12,11 @@ namespace {
 
 volatile std::sig_atomic_t notedSignal = 0;
 
-extern "C" void NoteSignal(int signal) {
-    notedSignal = signal;
-}
+extern "C" void NoteSignal(int signal) { notedSignal = signal; }
 
 } // namespace
 
-bool IsTerminal(std::FILE* stream) {
-    return isatty(fileno(stream)) != 0;
-}
+bool IsTerminal(std::FILE* stream) { return isatty(fileno(stream)) != 0; }
 
 void WatchStopSignals() {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
@@ -27,8 +24,6 @@ void WatchStopSignals() {
     }
 }
 
-int StopSignal() {
-    return notedSignal;
-}
+int StopSignal() { return notedSignal; }
 
 } // namespace orphia::tools

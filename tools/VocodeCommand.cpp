@@ -36,9 +36,7 @@ bool SameFile(const std::filesystem::path& a, const std::filesystem::path& b) {
            std::filesystem::weakly_canonical(a, error) == std::filesystem::weakly_canonical(b, error);
 }
 
-void Warn(std::string_view message) {
-    fmt::print(stderr, "orphia: warning: {}\n", message);
-}
+void Warn(std::string_view message) { fmt::print(stderr, "orphia: warning: {}\n", message); }
 
 void WarnOfReplaced(const std::filesystem::path& path, const host::AudioFileSource& source) {
     if (source.ReplacedSamples() > 0) {
@@ -55,27 +53,33 @@ std::string Decibels(double magnitude) {
 
 VocodeCommand::VocodeCommand(CLI::App& app)
     : command(app.add_subcommand("vocode", "Vocode a sound file with another one")) {
-    command->add_option("MODULATOR", modulatorPath, "what speaks; gives the length");
-    command->add_option("CARRIER", carrierPath, "what sounds; shorter ones end in silence");
-    command->add_option("-o,--output", outputPath, "the result: .wav, .flac or .ogg, replaced if it exists");
-    command->add_option("--set", assignments, "NAME=VALUE: set a parameter, after the preset; repeatable")
+    command->add_option("MODULATOR", modulatorPath, "what speaks; gives the length")->type_name("");
+    command->add_option("CARRIER", carrierPath, "what sounds; a shorter one ends in silence")->type_name("");
+    command->add_option("-o,--output", outputPath, "the result: .wav, .flac or .ogg; replaced if it exists")
+        ->type_name("FILE");
+    command->add_option("--set", assignments, "set a parameter, over all presets; may be repeated")
+        ->type_name("NAME=VALUE")
         ->allow_extra_args(false);
-    command->add_option("--preset", presetPath, "settings from a preset file, over the built-in ones");
-    command->add_option("--save-preset", savePresetPath, "write the settings used to a preset file");
+    command->add_option("--preset", presetPath, "settings from a file, over the built-in ones")
+        ->type_name("FILE");
+    command->add_option("--save-preset", savePresetPath, "write the settings of this run to a file")
+        ->type_name("FILE");
     command->add_flag("--loop-carrier", loopsCarrier, "begin the carrier anew when it ends");
-    command->add_option("--tail", tailSeconds, "seconds to go on after the modulator");
-    command->add_option("--rate", sampleRate,
-                        "sample rate in Hz (the higher one of both files, at least 44100)");
-    command->add_option("--bits", bits, "16, 24 or float (24)")->check(CLI::IsMember({"16", "24", "float"}));
-    command->add_option("--seed", seed, "start of the noise (1); the same seed gives the same file");
+    command->add_option("--tail", tailSeconds, "go on after the modulator's end")->type_name("SECONDS");
+    command
+        ->add_option("--rate", sampleRate, "sample rate; else the higher one of both files, at least 44100")
+        ->type_name("HZ");
+    command->add_option("--bits", bits, "16, 24 (as by default) or float")
+        ->type_name("BITS")
+        ->transform(CLI::IsMember({"16", "24", "float"}));
+    command->add_option("--seed", seed, "start of the noise (1); the same seed gives the same file")
+        ->type_name("N");
     command->add_flag("--meters", showsMeters, "show band meters and lights");
-    auto* list = command->add_flag("--list-parameters", listsParameters, "list the controls and end");
+    auto* list = command->add_flag("--list-parameters", listsParameters, "list the controls, and end");
     command->add_flag("--all", listsAll, "list routes, circuit constants and outputs too")->needs(list);
 }
 
-bool VocodeCommand::IsChosen() const {
-    return command->parsed();
-}
+bool VocodeCommand::IsChosen() const { return command->parsed(); }
 
 void VocodeCommand::Run() {
     if (listsParameters) {
@@ -183,7 +187,8 @@ void VocodeCommand::PrintSummary(const VocodeSummary& summary) const {
     fmt::print("output    {}\n", outputPath.string());
     fmt::print("duration  {:.3f} s\n", summary.seconds);
     fmt::print("peak      {} dBFS\n", Decibels(summary.peak));
-    fmt::print("loudness  {} LUFS\n", summary.loudness ? fmt::format("{:.1f}", *summary.loudness) : "-inf");
+    fmt::print("loudness  {}\n", summary.loudness ? fmt::format("{:.1f} LUFS", *summary.loudness)
+                                                  : "none (silent, or shorter than 0.4 s)");
     fmt::print("speed     {:.0f} x real time\n", summary.speed);
 }
 

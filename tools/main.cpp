@@ -50,7 +50,8 @@ int RunChosen(std::array<std::unique_ptr<tools::Command>, 1>& commands) {
     } catch (const std::bad_alloc&) {
         return Fail("out of memory", fileStatus);
     } catch (const std::exception& error) {
-        return Fail(error.what(), fileStatus);
+        // Printing into a closed pipe: the signal says it all.
+        return tools::StopSignal() != 0 ? signalStatus + tools::StopSignal() : Fail(error.what(), fileStatus);
     }
 }
 
@@ -62,6 +63,10 @@ int main(int argc, char** argv) {
     app.set_version_flag("--version", "orphia " ORPHIA_VERSION);
     app.require_subcommand(1);
     std::array<std::unique_ptr<tools::Command>, 1> commands{std::make_unique<tools::VocodeCommand>(app)};
+    const auto isNamed = [argv](const CLI::App* command) { return command->check_name(argv[1]); };
+    if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isNamed).empty()) {
+        return Fail(fmt::format("unknown command '{}'; see orphia --help", argv[1]), usageStatus);
+    }
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -20,9 +20,7 @@ struct CacheLineAllocator {
     template <class U>
     CacheLineAllocator(const CacheLineAllocator<U>& /*other*/) {}
 
-    T* allocate(std::size_t count) {
-        return static_cast<T*>(::operator new(count * sizeof(T), alignment));
-    }
+    T* allocate(std::size_t count) { return static_cast<T*>(::operator new(count * sizeof(T), alignment)); }
     void deallocate(T* pointer, std::size_t /*count*/) { ::operator delete(pointer, alignment); }
 
     template <class U>
@@ -36,8 +34,8 @@ using AlignedBuffer = std::vector<float, CacheLineAllocator<float>>;
 /// Frames rounded up to the groups of four that inner loops work in.
 constexpr u32 RoundUpToFour(u32 frames) { return (frames + 3U) & ~3U; }
 
-/// Block buffers cut from one allocation, each of `frames` samples rounded up to four, so that all of them are
-/// 16-byte aligned; all zero. Set up off the audio path.
+/// Block buffers cut from one allocation, each of `frames` samples rounded up to four, so that all of them
+/// are 16-byte aligned; all zero. Set up off the audio path.
 class BlockPool {
 public:
     void Allocate(u32 bufferCount, u32 frames) {

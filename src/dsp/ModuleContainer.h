@@ -19,7 +19,7 @@ namespace details {
 template <std::size_t Index, class Child>
 struct ChildHolder {
     template <class Arguments>
-    explicit ChildHolder(Arguments&& arguments)
+    ChildHolder(std::in_place_t, Arguments&& arguments)
         : child(std::make_from_tuple<Child>(std::forward<Arguments>(arguments))) {}
     Child child;
 };
@@ -31,7 +31,7 @@ template <std::size_t... Indices, class... Children>
 struct ChildPack<std::index_sequence<Indices...>, Children...> : ChildHolder<Indices, Children>... {
     template <class... Arguments>
     explicit ChildPack(Arguments&&... arguments)
-        : ChildHolder<Indices, Children>(std::forward<Arguments>(arguments))... {}
+        : ChildHolder<Indices, Children>(std::in_place, std::forward<Arguments>(arguments))... {}
 };
 
 } // namespace details
@@ -61,7 +61,8 @@ public:
 
     void Initialize(float sampleRate, u32 maxBlockSize) override {
         const auto [rate, blockSize] = GetRateOverride(sampleRate, maxBlockSize);
-        ForEachChild([rate = rate, blockSize = blockSize](auto& child) { child.Initialize(rate, blockSize); });
+        ForEachChild(
+            [rate = rate, blockSize = blockSize](auto& child) { child.Initialize(rate, blockSize); });
         FinishInitialize(rate, blockSize);
     }
 
@@ -79,16 +80,16 @@ public:
         if (id >= childParameterCount) {
             return SetAdditionalNormalized(id - childParameterCount, value);
         }
-        return WithChild(id, [value](auto& child, u32 childId) {
-            return child.SetParameterNormalized(childId, value);
-        });
+        return WithChild(
+            id, [value](auto& child, u32 childId) { return child.SetParameterNormalized(childId, value); });
     }
 
     bool SetParameterValue(u32 id, float value) override {
         if (id >= childParameterCount) {
             return SetAdditionalValue(id - childParameterCount, value);
         }
-        return WithChild(id, [value](auto& child, u32 childId) { return child.SetParameterValue(childId, value); });
+        return WithChild(
+            id, [value](auto& child, u32 childId) { return child.SetParameterValue(childId, value); });
     }
 
     float GetParameterNormalized(u32 id) override {
@@ -115,7 +116,8 @@ public:
         if (id >= childParameterCount) {
             return FindAdditional(id - childParameterCount);
         }
-        return WithChild(id, [](auto& child, u32 childId) -> ModuleParam* { return child.FindParameter(childId); });
+        return WithChild(
+            id, [](auto& child, u32 childId) -> ModuleParam* { return child.FindParameter(childId); });
     }
 
 protected:

@@ -76,11 +76,11 @@ void ModuleContainerBase::WriteAdditionalName(u32 id, u32 firstId, ParameterName
         writer.Append(additional.parameters[index].name);
         return;
     }
-    CLog::GetInstance().Log("audio_engine", LogLevel::Error,
-                            "ModuleContainer::GetParameterName: paramId " + std::to_string(id) +
-                                " out of bounds. Accessing " + std::to_string(index + 1) +
-                                " additional parameters but only " +
-                                std::to_string(additional.parameters.size()) + " ModuleParam are initialized");
+    CLog::GetInstance().Log(
+        "audio_engine", LogLevel::Error,
+        "ModuleContainer::GetParameterName: paramId " + std::to_string(id) + " out of bounds. Accessing " +
+            std::to_string(index + 1) + " additional parameters but only " +
+            std::to_string(additional.parameters.size()) + " ModuleParam are initialized");
 }
 
 } // namespace Velmora::dsp

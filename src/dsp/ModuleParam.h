@@ -39,7 +39,8 @@ public:
     ~ModuleParam() = default;
 
     /// Declares this parameter anew; the name stays, the position becomes 0 and the value the new minimum.
-    void Redeclare(i32 mappingId, float minimum, float maximum, float shape, float shape2, bool runsBackwards);
+    void Redeclare(i32 mappingId, float minimum, float maximum, float shape, float shape2,
+                   bool runsBackwards);
 
     /// Uses a mapping that is shared and outlives this record; its own range becomes this one's.
     void UseSharedMapping(const MappingTools::IPotardMappingCustom& shared);

@@ -23,9 +23,7 @@ std::vector<ModuleParam> Records() {
 }
 
 /// What is not a number becomes 0.
-float ClampToUnit(float x) {
-    return x > 0.0F ? std::min(x, 1.0F) : 0.0F;
-}
+float ClampToUnit(float x) { return x > 0.0F ? std::min(x, 1.0F) : 0.0F; }
 
 void ClampBlock(float* buffer, u32 count) {
     for (u32 n = 0; n < count; ++n) {
@@ -39,9 +37,7 @@ void ClampBlock(float* buffer, u32 count) {
 NoiseGenerator::NoiseGenerator(std::string moduleName)
     : UnitModule(std::move(moduleName), 1, 1, Records()), rngState(Xorshift::ClockSeed()) {}
 
-void NoiseGenerator::Seed(u32 seed) {
-    rngState = Xorshift::UsableState(seed);
-}
+void NoiseGenerator::Seed(u32 seed) { rngState = Xorshift::UsableState(seed); }
 
 void NoiseGenerator::OnInitialize(float sampleRate, u32 maxBlockSize) {
     PrepareLevels(sampleRate);
@@ -105,9 +101,7 @@ void NoiseGenerator::PrepareBlue(float sampleRate) {
     blueA2 = (1.0F - alpha) * r;
 }
 
-void NoiseGenerator::OnReset(bool /*hard*/) {
-    ClearStates();
-}
+void NoiseGenerator::OnReset(bool /*hard*/) { ClearStates(); }
 
 void NoiseGenerator::ClearStates() {
     std::fill(poleStates.begin(), poleStates.end(), 0.0F);
@@ -115,9 +109,9 @@ void NoiseGenerator::ClearStates() {
     blueLast = blueState1 = blueState2 = 0.0F;
 }
 
-bool NoiseGenerator::StatesAreFinite() const {
+float NoiseGenerator::SumOfStates() const {
     const float others = redSum + redHighPassState + blueLast + blueState1 + blueState2;
-    return std::isfinite(std::accumulate(poleStates.begin(), poleStates.end(), others));
+    return std::accumulate(poleStates.begin(), poleStates.end(), others);
 }
 
 bool NoiseGenerator::UpdateParameters(ProcessContext& /*context*/) {
@@ -162,7 +156,7 @@ bool NoiseGenerator::Process(ProcessContext& context) {
         break;
     }
     // A broken filter costs one silent block, not the sound for good.
-    if (type != White && !StatesAreFinite()) {
+    if (type != White && count > 0 && !std::isfinite(SumOfStates() + out[count - 1])) {
         ClearStates();
         std::fill_n(out, count, 0.0F);
     }

@@ -49,7 +49,8 @@ private:
     float MorphPosition(const ProcessContext& context) const;
 
     void ClearStates();
-    bool StatesAreFinite() const;
+    /// Not finite when any state is not.
+    float SumOfStates() const;
 
     i32 type = White;
     /// Position of the morph, 0 to 1.

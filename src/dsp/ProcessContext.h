@@ -47,7 +47,9 @@ struct ProcessContext {
     }
 
     /// An input buffer, or null beyond those that the caller gave.
-    const float* InputOrNull(u32 inputIndex) const { return inputIndex < numInputs ? inputs[inputIndex] : nullptr; }
+    const float* InputOrNull(u32 inputIndex) const {
+        return inputIndex < numInputs ? inputs[inputIndex] : nullptr;
+    }
 
     /// The modulation buffer at an input index, or null when it is absent or not active.
     const float* ActiveModulation(u32 inputIndex) const {

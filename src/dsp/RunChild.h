@@ -5,19 +5,31 @@
 
 namespace Velmora::dsp {
 
+/// The control-rate tick of a child; true when its block may run: the tick agrees and the channels fit.
+template <class M>
+bool ChildRuns(M& child, ProcessContext& context) {
+    return child.UpdateParameters(context) && context.numInputs <= child.numInputs &&
+           context.numOutputs <= child.numOutputs;
+}
+
+/// What follows a child's block.
+template <class M>
+void FinishChild(M& child) {
+    child.needsUpdate = false;
+    child.ClearParameterChanges(false);
+}
+
 /// How a parent runs a child, everywhere in the tree: control-rate tick, then the block when the tick
 /// agrees and the channels fit. Otherwise the child is skipped and its outputs stay as they were.
 /// Returns the result of Process, false for a skipped child. M is the child's own class, so that calls to
 /// final classes need no virtual dispatch.
 template <class M>
 bool RunChild(M& child, ProcessContext& context) {
-    if (!child.UpdateParameters(context) || context.numInputs > child.numInputs ||
-        context.numOutputs > child.numOutputs) {
+    if (!ChildRuns(child, context)) {
         return false;
     }
     const bool result = child.Process(context);
-    child.needsUpdate = false;
-    child.ClearParameterChanges(false);
+    FinishChild(child);
     return result;
 }
 

@@ -18,9 +18,7 @@ constexpr u32 Next(u32 state) {
 }
 
 /// A state that the sequence can leave: 0, where it would stand still, is replaced.
-constexpr u32 UsableState(u32 seed) {
-    return seed != 0 ? seed : 0x9E3779B9U;
-}
+constexpr u32 UsableState(u32 seed) { return seed != 0 ? seed : 0x9E3779B9U; }
 
 /// A seed from the system clock, one step per microsecond. For set-up, not for a block.
 inline u32 ClockSeed() {

@@ -26,4 +26,9 @@ bool AnalyzerFilterBank::Process(dsp::ProcessContext& context) {
     return dsp::RunChild(Child<0>(), child);
 }
 
+void AnalyzerFilterBank::FinishBlock() {
+    Child<0>().FinishBlock();
+    needsUpdate = false;
+}
+
 } // namespace Velmora::Processor

@@ -54,66 +54,68 @@ void AnalyzerRectifiers::OnReset(bool /*hard*/) {
 
 bool AnalyzerRectifiers::UpdateParameters(dsp::ProcessContext& context) {
     attack = additional.parameters[Attack].GetModulatedValue(context, attackInput);
-    ForEachChild([this](auto& follower) { follower.SetParameterValue(RectifierFollower::Attack, attack); });
     release = additional.parameters[Release].GetModulatedValue(context, releaseInput);
-    ForEachChild([this](auto& follower) { follower.SetParameterValue(RectifierFollower::Release, release); });
+    if (needsUpdate || attack != sharedAttack) {
+        sharedAttack = attack;
+        lanes.attackCoefficient = SmootherCoefficient(attack);
+        ForEachChild([this](auto& follower) { follower.SetParameterValue(RectifierFollower::Attack, attack); });
+    }
+    if (needsUpdate || release != sharedRelease) {
+        sharedRelease = release;
+        lanes.releaseCoefficient = SmootherCoefficient(release);
+        ForEachChild([this](auto& follower) { follower.SetParameterValue(RectifierFollower::Release, release); });
+    }
     return true;
+}
+
+double AnalyzerRectifiers::SmootherCoefficient(float seconds) const {
+    return 1.0 - std::exp(-5.0 / (sampleRate * RectifierFollower::SmootherTime(seconds)));
 }
 
 bool AnalyzerRectifiers::Process(dsp::ProcessContext& context) {
-    UpdateCoefficients();
-    LaneTile rows;
-    LaneTile envelopes;
+    LaneTile tile;
     for (u32 offset = 0; offset < context.numFrames; offset += LaneTile::maxFrames) {
         const u32 frames = std::min(LaneTile::maxFrames, context.numFrames - offset);
-        GatherBands(context.inputs, offset, frames, rows);
-        kernels->runRectifiers(lanes, rows.Data(), envelopes.Data(), frames);
-        ScatterBands(envelopes, frames, context.outputs, offset);
-        ScatterBands(rows, frames, context.outputs + bandCount, offset);
+        GatherBands(context.inputs, offset, frames, tile);
+        FollowTile(tile, frames, context.outputs, offset);
     }
-    PublishMeters(context.outputs, context.numFrames);
-    HealLanes();
+    FinishBlock(context.outputs, context.numFrames);
     return true;
 }
 
-void AnalyzerRectifiers::UpdateCoefficients() {
-    // All followers share the times of the first, so its change flags speak for all.
-    const auto coefficient = [this](float seconds) {
-        return 1.0 - std::exp(-5.0 / (sampleRate * RectifierFollower::SmootherTime(seconds)));
-    };
-    if (Child<0>().IsChanged(RectifierFollower::Attack)) {
-        lanes.attackCoefficient = coefficient(attack);
-    }
-    if (Child<0>().IsChanged(RectifierFollower::Release)) {
-        lanes.releaseCoefficient = coefficient(release);
-    }
-    ForEachChild([](RectifierFollower& follower) {
-        follower.needsUpdate = false;
-        follower.ClearParameterChanges(false);
-    });
+void AnalyzerRectifiers::FollowTile(LaneTile& bands, u32 frames, float* const* outputs, u32 offset) {
+    LaneTile envelopes;
+    kernels->runRectifiers(lanes, bands.Data(), envelopes.Data(), frames);
+    ScatterBands(envelopes, frames, outputs, offset);
+    ScatterBands(bands, frames, outputs + bandCount, offset);
 }
 
-void AnalyzerRectifiers::PublishMeters(const float* const* outputs, u32 numFrames) {
-    if (numFrames == 0) {
-        return;
-    }
+void AnalyzerRectifiers::FinishBlock(const float* const* outputs, u32 numFrames) {
     u32 band = 0;
     ForEachChild([&](RectifierFollower& follower) {
-        follower.meterValue = outputs[band][0];
-        meterValues[band] = follower.meterValue;
+        if (numFrames > 0) {
+            follower.meterValue = meterValues[band] = outputs[band][0];
+        }
+        follower.needsUpdate = false;
+        follower.ClearParameterChanges(false);
         ++band;
     });
+    HealLanes();
+    needsUpdate = false;
+    ClearParameterChanges(false);
 }
 
 void AnalyzerRectifiers::HealLanes() {
     // Nine orders of magnitude above full scale; not-a-number fails the comparison too.
     constexpr double controlLimit = 1e6;
-    for (u32 band = 0; band < bandCount; ++band) {
-        bool healthy = true;
-        for (const auto* state : {lanes.rectified1, lanes.pole1, lanes.pole2, lanes.out1, lanes.out2, lanes.envelope}) {
-            healthy = healthy && std::abs(state[band]) <= controlLimit;
+    u64 broken[bandCount] = {};
+    for (const auto* state : {&lanes.rectified1, &lanes.pole1, &lanes.pole2, &lanes.out1, &lanes.out2, &lanes.envelope}) {
+        for (u32 band = 0; band < bandCount; ++band) {
+            broken[band] |= std::abs((*state)[band]) <= controlLimit ? u64{0} : u64{1};
         }
-        if (!healthy) {
+    }
+    for (u32 band = 0; band < bandCount; ++band) {
+        if (broken[band] != 0) {
             ClearLane(band);
         }
     }

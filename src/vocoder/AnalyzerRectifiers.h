@@ -10,6 +10,8 @@
 
 namespace Velmora::Processor {
 
+struct LaneTile;
+
 namespace details {
 
 template <class Module, class Indices>
@@ -48,6 +50,11 @@ public:
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
 
+    /// Parts of Process for an owner that gives the bands in tiles; UpdateParameters comes before, FinishBlock
+    /// ends the block. The tile is used up.
+    void FollowTile(LaneTile& bands, u32 frames, float* const* outputs, u32 offset);
+    void FinishBlock(const float* const* outputs, u32 numFrames);
+
     void UseKernels(const VocoderKernels& set) { kernels = &set; }
 
     /// The values in seconds that the followers run with, modulation included.
@@ -61,8 +68,7 @@ private:
     explicit AnalyzerRectifiers(std::string moduleName, std::index_sequence<Indices...> indices);
 
     void SetLane(u32 band, const RectifierFollower::Circuit& circuit);
-    void UpdateCoefficients();
-    void PublishMeters(const float* const* outputs, u32 numFrames);
+    double SmootherCoefficient(float seconds) const;
     void HealLanes();
     void ClearLane(u32 band);
 
@@ -70,6 +76,9 @@ private:
 
     const VocoderKernels* kernels = &SelectVocoderKernels();
     double sampleRate = 44100.0;
+    /// What the followers have been given; their own settings are overwritten by it.
+    float sharedAttack = 0.0F;
+    float sharedRelease = 0.0F;
     RectifierLanes lanes;
 };
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/BodeVocoder.h"
 
-#include "dsp/RunChild.h"
+#include "dsp/RunPair.h"
 #include "dsp/Simd.h"
 
 #include <algorithm>
@@ -48,6 +48,32 @@ std::vector<dsp::ModuleParam> Declare() {
     }
     return records;
 }
+
+/// The buffers of one channel among those of the stereo core.
+struct ChannelPins {
+    const float* inputs[BodeVocoderMono::InputCount] = {};
+    float* outputs[BodeVocoderMono::OutputCount] = {};
+
+    ChannelPins(const dsp::ProcessContext& context, u32 channel) {
+        inputs[BodeVocoderMono::CarrierIn] = context.InputOrNull(CarrierLeft + channel);
+        inputs[BodeVocoderMono::ModulatorIn] = channel < context.numAuxInputs ? context.auxInputs[channel] : nullptr;
+        inputs[BodeVocoderMono::AttackMod] = context.InputOrNull(AttackMod);
+        inputs[BodeVocoderMono::ReleaseMod] = context.InputOrNull(ReleaseMod);
+        inputs[BodeVocoderMono::BalanceMod] = context.InputOrNull(BalanceMod);
+        inputs[BodeVocoderMono::ShiftMod] = context.InputOrNull(ShiftMod);
+        inputs[BodeVocoderMono::WidthMod] = context.InputOrNull(WidthMod);
+        inputs[BodeVocoderMono::CarrierLevelMod] = context.InputOrNull(CarrierLevelMod);
+        inputs[BodeVocoderMono::ProgramLevelMod] = context.InputOrNull(ProgramLevelMod);
+        inputs[BodeVocoderMono::SampleHoldMod] = context.InputOrNull(SampleHoldMod);
+        outputs[BodeVocoderMono::VocodedOut] = context.outputs[MixLeft + channel];
+        outputs[BodeVocoderMono::CarrierOut] = context.outputs[CarrierPreampLeft + channel];
+        outputs[BodeVocoderMono::ProgramOut] = context.outputs[ProgramPreampLeft + channel];
+    }
+
+    dsp::ProcessContext ContextFrom(const dsp::ProcessContext& context) const {
+        return context.ForChild(inputs, BodeVocoderMono::InputCount, outputs, BodeVocoderMono::OutputCount);
+    }
+};
 
 float ClampToUnit(float x) { return x > 0.0F ? std::min(x, 1.0F) : 0.0F; }
 
@@ -97,34 +123,14 @@ bool BodeVocoder::UpdateParameters(dsp::ProcessContext& context) {
 }
 
 bool BodeVocoder::Process(dsp::ProcessContext& context) {
-    for (u32 channel = 0; channel < channelCount; ++channel) {
-        RunChannel(context, channel);
-    }
+    ChannelPins left(context, 0);
+    ChannelPins right(context, 1);
+    dsp::ProcessContext leftContext = left.ContextFrom(context);
+    dsp::ProcessContext rightContext = right.ContextFrom(context);
+    dsp::RunPair(Channel(0), leftContext, Channel(1), rightContext);
     MixOutputs(context);
     PublishLights();
     return true;
-}
-
-void BodeVocoder::RunChannel(const dsp::ProcessContext& context, u32 channel) {
-    const float* inputs[BodeVocoderMono::InputCount] = {};
-    inputs[BodeVocoderMono::CarrierIn] = context.InputOrNull(CarrierLeft + channel);
-    inputs[BodeVocoderMono::ModulatorIn] = channel < context.numAuxInputs ? context.auxInputs[channel] : nullptr;
-    inputs[BodeVocoderMono::AttackMod] = context.InputOrNull(AttackMod);
-    inputs[BodeVocoderMono::ReleaseMod] = context.InputOrNull(ReleaseMod);
-    inputs[BodeVocoderMono::BalanceMod] = context.InputOrNull(BalanceMod);
-    inputs[BodeVocoderMono::ShiftMod] = context.InputOrNull(ShiftMod);
-    inputs[BodeVocoderMono::WidthMod] = context.InputOrNull(WidthMod);
-    inputs[BodeVocoderMono::CarrierLevelMod] = context.InputOrNull(CarrierLevelMod);
-    inputs[BodeVocoderMono::ProgramLevelMod] = context.InputOrNull(ProgramLevelMod);
-    inputs[BodeVocoderMono::SampleHoldMod] = context.InputOrNull(SampleHoldMod);
-
-    float* outputs[BodeVocoderMono::OutputCount] = {};
-    outputs[BodeVocoderMono::VocodedOut] = context.outputs[MixLeft + channel];
-    outputs[BodeVocoderMono::CarrierOut] = context.outputs[CarrierPreampLeft + channel];
-    outputs[BodeVocoderMono::ProgramOut] = context.outputs[ProgramPreampLeft + channel];
-
-    auto child = context.ForChild(inputs, BodeVocoderMono::InputCount, outputs, BodeVocoderMono::OutputCount);
-    dsp::RunChild(Channel(channel), child);
 }
 
 void BodeVocoder::MixOutputs(const dsp::ProcessContext& context) {

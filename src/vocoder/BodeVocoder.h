@@ -49,7 +49,6 @@ public:
     void UseKernels(const VocoderKernels& set);
 
 private:
-    void RunChannel(const dsp::ProcessContext& context, u32 channel);
     void MixOutputs(const dsp::ProcessContext& context);
     void PublishLights();
     void Publish(u32 index, float normalized) { additional.parameters[index].SetNormalized(normalized); }

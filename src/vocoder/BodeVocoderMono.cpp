@@ -2,6 +2,8 @@
 #include "vocoder/BodeVocoderMono.h"
 
 #include "dsp/RunChild.h"
+#include "dsp/RunPair.h"
+#include "vocoder/kernels/LaneTile.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,6 +11,8 @@
 namespace Velmora::Processor {
 
 namespace {
+
+using Context = dsp::ProcessContext;
 
 constexpr float gatePot = 0.05178F;
 constexpr float gatePreGain = 12.019231F;
@@ -78,8 +82,6 @@ void BodeVocoderMono::OnInitialize(float sampleRate, u32 maxBlockSize) {
     buffers.Allocate(BufferCount, dsp::RoundUpToFour(maxBlockSize));
     std::fill_n(buffers[AlwaysOpenControl], maxBlockSize, openVoltage);
     for (u32 band = 0; band < bandCount; ++band) {
-        analysisOutputs[band] = buffers[AnalysisBand + band];
-        analysisBands[band] = buffers[AnalysisBand + band];
         synthesisOutputs[band] = buffers[SynthesisBand + band];
     }
 
@@ -137,34 +139,84 @@ void BodeVocoderMono::SetVoicedTimes() {
     follow(voicedReleaseSmoother, rectifiers.release);
 }
 
+template <u32 count>
+struct BodeVocoderMono::ChannelSet {
+    BodeVocoderMono* channels[count];
+    const dsp::ProcessContext* contexts[count];
+
+    template <class F>
+    void ForEach(F&& f) const {
+        for (u32 i = 0; i < count; ++i) {
+            f(*channels[i], *contexts[i]);
+        }
+    }
+
+    /// Runs a stage of each channel; stage(channel) finds it, pins(channel, context) its buffers.
+    template <class Stage, class PinsOf>
+    void Run(Stage&& stage, PinsOf&& pins) const {
+        auto first = pins(*channels[0], *contexts[0]);
+        dsp::ProcessContext firstContext = ContextOf(0, first);
+        if constexpr (count == 1) {
+            dsp::RunChild(stage(*channels[0]), firstContext);
+        } else {
+            auto second = pins(*channels[1], *contexts[1]);
+            dsp::ProcessContext secondContext = ContextOf(1, second);
+            dsp::RunPair(stage(*channels[0]), firstContext, stage(*channels[1]), secondContext);
+        }
+    }
+
+private:
+    template <u32 inputCount, u32 outputCount>
+    dsp::ProcessContext ContextOf(u32 index, Pins<inputCount, outputCount>& pins) const {
+        return contexts[index]->ForChild(pins.inputs, inputCount, pins.outputs, outputCount);
+    }
+};
+
 bool BodeVocoderMono::Process(dsp::ProcessContext& context) {
-    RunProgramSide(context);
-    RunNoise(context);
-    RunCarrierSide(context);
-    RunAnalysis(context);
-    RunSynthesis(context);
-    SumOutput(context.outputs[VocodedOut], context.numFrames);
+    RunChannels(ChannelSet<1>{{this}, {&context}});
     return true;
 }
 
-template <class M>
-void BodeVocoderMono::RunWith(const dsp::ProcessContext& context, M& module,
-                              std::initializer_list<const float*> inputs, std::initializer_list<float*> outputs) {
-    auto child = context.ForChild(inputs.begin(), static_cast<u32>(inputs.size()), outputs.begin(),
-                                  static_cast<u32>(outputs.size()));
-    dsp::RunChild(module, child);
+void BodeVocoderMono::ProcessPair(BodeVocoderMono& left, dsp::ProcessContext& leftContext, BodeVocoderMono& right,
+                                  dsp::ProcessContext& rightContext) {
+    RunChannels(ChannelSet<2>{{&left, &right}, {&leftContext, &rightContext}});
 }
 
-void BodeVocoderMono::RunProgramSide(const dsp::ProcessContext& context) {
-    RunWith(context, Child<PreampChild>(), {context.inputs[ModulatorIn], context.inputs[ProgramLevelMod]},
-            {context.outputs[ProgramOut]});
-    RunWith(context, Child<PreampAnalyzerChild>(), {context.outputs[ProgramOut]}, {buffers[AnalyzedProgram]});
-    RunWith(context, Child<DiscriminatorChild>(), {buffers[AnalyzedProgram]},
-            {buffers[HissControl], buffers[BuzzControl]});
-    if (context.numFrames > 0) {
-        UpdateVoicedLight();
-    }
-    RunWith(context, Child<HFChild>(), {buffers[AnalyzedProgram], buffers[HissControl]}, {buffers[HFSignal]});
+template <u32 count>
+void BodeVocoderMono::RunChannels(const ChannelSet<count>& set) {
+    RunProgramSide(set);
+    RunNoise(set);
+    RunCarrierSide(set);
+    set.ForEach([](BodeVocoderMono& channel, const Context& context) {
+        channel.RunAnalysis(context);
+        channel.RunSynthesis(context);
+        channel.SumOutput(context.outputs[VocodedOut], context.numFrames);
+    });
+}
+
+template <u32 count>
+void BodeVocoderMono::RunProgramSide(const ChannelSet<count>& set) {
+    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<PreampChild>(); },
+            [](BodeVocoderMono&, const Context& x) {
+                return Pins<2, 1>{{x.inputs[ModulatorIn], x.inputs[ProgramLevelMod]}, {x.outputs[ProgramOut]}};
+            });
+    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<PreampAnalyzerChild>(); },
+            [](BodeVocoderMono& c, const Context& x) {
+                return Pins<1, 1>{{x.outputs[ProgramOut]}, {c.buffers[AnalyzedProgram]}};
+            });
+    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<DiscriminatorChild>(); },
+            [](BodeVocoderMono& c, const Context&) {
+                return Pins<1, 2>{{c.buffers[AnalyzedProgram]}, {c.buffers[HissControl], c.buffers[BuzzControl]}};
+            });
+    set.ForEach([](BodeVocoderMono& channel, const Context& context) {
+        if (context.numFrames > 0) {
+            channel.UpdateVoicedLight();
+        }
+    });
+    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<HFChild>(); },
+            [](BodeVocoderMono& c, const Context&) {
+                return Pins<2, 1>{{c.buffers[AnalyzedProgram], c.buffers[HissControl]}, {c.buffers[HFSignal]}};
+            });
 }
 
 void BodeVocoderMono::UpdateVoicedLight() {
@@ -177,34 +229,61 @@ void BodeVocoderMono::UpdateVoicedLight() {
     waiting.Set(voicedLevel);
 }
 
-void BodeVocoderMono::RunNoise(const dsp::ProcessContext& context) {
-    RunWith(context, Child<NoiseChild>(), {nullptr}, {buffers[NoiseBuffer]});
-    noiseShaper.Process(buffers[NoiseBuffer], context.numFrames);
-    RunWith(context, noiseGate, {buffers[NoiseBuffer], buffers[HissControl]}, {buffers[GatedNoise]});
+template <u32 count>
+void BodeVocoderMono::RunNoise(const ChannelSet<count>& set) {
+    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<NoiseChild>(); },
+            [](BodeVocoderMono& c, const Context&) { return Pins<1, 1>{{nullptr}, {c.buffers[NoiseBuffer]}}; });
+    set.ForEach([](BodeVocoderMono& channel, const Context& context) {
+        channel.noiseShaper.Process(channel.buffers[NoiseBuffer], context.numFrames);
+    });
+    set.Run([](BodeVocoderMono& c) -> auto& { return c.noiseGate; },
+            [](BodeVocoderMono& c, const Context&) {
+                return Pins<2, 1>{{c.buffers[NoiseBuffer], c.buffers[HissControl]}, {c.buffers[GatedNoise]}};
+            });
 }
 
-void BodeVocoderMono::RunCarrierSide(const dsp::ProcessContext& context) {
-    RunWith(context, Child<CarrierPreampChild>(), {context.inputs[CarrierIn], context.inputs[CarrierLevelMod]},
-            {context.outputs[CarrierOut]});
-    RunWith(context, carrierGate, {context.outputs[CarrierOut], buffers[AlwaysOpenControl]},
-            {buffers[GatedCarrier]});
-    RunWith(context, Child<BalanceChild>(),
-            {buffers[GatedCarrier], buffers[GatedNoise], context.inputs[BalanceMod]},
-            {buffers[CarrierBus], buffers[NoiseBus]});
+template <u32 count>
+void BodeVocoderMono::RunCarrierSide(const ChannelSet<count>& set) {
+    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<CarrierPreampChild>(); },
+            [](BodeVocoderMono&, const Context& x) {
+                return Pins<2, 1>{{x.inputs[CarrierIn], x.inputs[CarrierLevelMod]}, {x.outputs[CarrierOut]}};
+            });
+    set.Run([](BodeVocoderMono& c) -> auto& { return c.carrierGate; },
+            [](BodeVocoderMono& c, const Context& x) {
+                return Pins<2, 1>{{x.outputs[CarrierOut], c.buffers[AlwaysOpenControl]}, {c.buffers[GatedCarrier]}};
+            });
+    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<BalanceChild>(); },
+            [](BodeVocoderMono& c, const Context& x) {
+                return Pins<3, 2>{{c.buffers[GatedCarrier], c.buffers[GatedNoise], x.inputs[BalanceMod]},
+                                  {c.buffers[CarrierBus], c.buffers[NoiseBus]}};
+            });
 }
 
 void BodeVocoderMono::RunAnalysis(const dsp::ProcessContext& context) {
-    const float* program = buffers[AnalyzedProgram];
-    auto split = context.ForChild(&program, 1, analysisOutputs, bandCount);
-    dsp::RunChild(Child<AnalyzerBankChild>(), split);
-
+    AnalyzerFilterBank& bank = Child<AnalyzerBankChild>();
+    AnalyzerRectifiers& rectifiers = Child<RectifiersChild>();
     PatchBay& patchBay = Child<PatchBayChild>();
-    analysisBands[AnalyzerRectifiers::attackInput] = context.inputs[AttackMod];
-    analysisBands[AnalyzerRectifiers::releaseInput] = context.inputs[ReleaseMod];
-    auto follow = context.ForChild(analysisBands, bandCount + 2, patchBay.SourcePointers(), 2 * bandCount);
-    dsp::RunChild(Child<RectifiersChild>(), follow);
+    // The bands go from the bank to the rectifiers as tiles: nobody else wants them.
+    const float* modulations[bandCount + 2] = {};
+    modulations[AnalyzerRectifiers::attackInput] = context.inputs[AttackMod];
+    modulations[AnalyzerRectifiers::releaseInput] = context.inputs[ReleaseMod];
+    float* const* controls = patchBay.SourcePointers();
+    auto follow = context.ForChild(modulations, bandCount + 2, controls, 2 * bandCount);
+    bank.BeginBlock(follow);
+    rectifiers.UpdateParameters(follow);
+    const float* program = buffers[AnalyzedProgram];
+    LaneTile bands;
+    for (u32 offset = 0; offset < context.numFrames; offset += LaneTile::maxFrames) {
+        const u32 frames = std::min(LaneTile::maxFrames, context.numFrames - offset);
+        bank.FilterTile(program + offset, frames, bands);
+        rectifiers.FollowTile(bands, frames, controls, offset);
+    }
+    bank.FinishBlock();
+    rectifiers.FinishBlock(controls, context.numFrames);
 
-    RunWith(context, patchBay, {context.inputs[SampleHoldMod]}, {});
+    const float* hold = context.inputs[SampleHoldMod];
+    auto route = context.ForChild(&hold, 1, nullptr, 0);
+    dsp::RunChild(patchBay, route);
 }
 
 void BodeVocoderMono::RunSynthesis(const dsp::ProcessContext& context) {

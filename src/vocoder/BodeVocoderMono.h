@@ -66,6 +66,10 @@ public:
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
+    /// Two channels of equal block length, stage by stage: the scalar stages share vectors. The same samples
+    /// as two calls of Process.
+    static void ProcessPair(BodeVocoderMono& left, dsp::ProcessContext& leftContext, BodeVocoderMono& right,
+                            dsp::ProcessContext& rightContext);
 
     /// What the panel shows.
     float CarrierOverload() { return Child<CarrierPreampChild>().overload.overloadValue; }
@@ -98,8 +102,7 @@ private:
         NoiseBuffer,
         CarrierBus,
         NoiseBus,
-        AnalysisBand,
-        SynthesisBand = AnalysisBand + bandCount,
+        SynthesisBand,
         FilterSum = SynthesisBand + bandCount,
         HissControl,
         BuzzControl,
@@ -115,16 +118,28 @@ private:
     void SetUnvoicedTimes();
     void SetVoicedTimes();
 
-    void RunProgramSide(const dsp::ProcessContext& context);
+    /// One channel or two, each with its context.
+    template <u32 count>
+    struct ChannelSet;
+    /// The buffers of a stage.
+    template <u32 inputCount, u32 outputCount>
+    struct Pins {
+        const float* inputs[inputCount];
+        float* outputs[outputCount];
+    };
+
+    template <u32 count>
+    static void RunChannels(const ChannelSet<count>& set);
+    template <u32 count>
+    static void RunProgramSide(const ChannelSet<count>& set);
+    template <u32 count>
+    static void RunNoise(const ChannelSet<count>& set);
+    template <u32 count>
+    static void RunCarrierSide(const ChannelSet<count>& set);
     void UpdateVoicedLight();
-    void RunNoise(const dsp::ProcessContext& context);
-    void RunCarrierSide(const dsp::ProcessContext& context);
     void RunAnalysis(const dsp::ProcessContext& context);
     void RunSynthesis(const dsp::ProcessContext& context);
     void SumOutput(float* out, u32 numFrames);
-    template <class M>
-    void RunWith(const dsp::ProcessContext& context, M& module, std::initializer_list<const float*> inputs,
-                 std::initializer_list<float*> outputs);
 
     VCAGate carrierGate{"VCAGate"};
     VCAGate noiseGate{"VCAGate"};
@@ -136,8 +151,6 @@ private:
     NoiseShaper noiseShaper;
     dsp::FirstOrderSection dcBlocker;
     dsp::BlockPool buffers;
-    const float* analysisBands[bandCount + 2] = {};
-    float* analysisOutputs[bandCount] = {};
     float* synthesisOutputs[bandCount] = {};
 
     i32 unvoicedMode = 0;

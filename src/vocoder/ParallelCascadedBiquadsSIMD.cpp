@@ -118,18 +118,19 @@ void Biquads::UpdateStage(u32 channel, u32 stage) {
         const double hz = dsp::LimitCorner(Value(ParameterId(Frequency, channel, stage)), sampleRate);
         const double q = Value(ParameterId(Quality, channel, stage));
         const double w = static_cast<double>(twoPi) * hz / sampleRate;
-        const double alpha = std::sin(w) * (0.5 / q);
+        const double halfSine = std::sin(0.5 * w);
+        const double oneMinusCosine = 2.0 * halfSine * halfSine;
+        const double alpha = 2.0 * halfSine * std::cos(0.5 * w) * (0.5 / q);
         const double n = 1.0 / (1.0 + alpha);
-        const double cosine = std::cos(w);
         FeedForward& b = feedForward[s][lane];
         if (isLowPass) {
-            b = {(1.0 - cosine) * 0.5 * n, (1.0 - cosine) * n, (1.0 - cosine) * 0.5 * n};
+            b = {oneMinusCosine * 0.5 * n, oneMinusCosine * n, oneMinusCosine * 0.5 * n};
         } else {
             b = {alpha * n, 0.0, -alpha * n};
         }
-        // With a1 = -2 cos(w) n and a2 = (1 - alpha) n; the sum is written so that nothing cancels.
-        lanes.pull[s][lane] = static_cast<float>(4.0 * std::pow(std::sin(0.5 * w), 2.0) * n);
-        lanes.carry[s][lane] = static_cast<float>(2.0 * cosine * n - 1.0);
+        // With a1 = -2 cos(w) n and a2 = (1 - alpha) n; written so that nothing cancels.
+        lanes.pull[s][lane] = static_cast<float>(2.0 * oneMinusCosine * n);
+        lanes.carry[s][lane] = static_cast<float>(2.0 * (1.0 - oneMinusCosine) * n - 1.0);
     }
     const double gain = Value(ParameterId(Gain, channel, stage));
     lanes.b0[s][lane] = static_cast<float>(feedForward[s][lane].b0 * gain);
@@ -142,39 +143,41 @@ bool Biquads::Process(dsp::ProcessContext& context) {
     LaneTile tile;
     for (u32 offset = 0; offset < context.numFrames; offset += LaneTile::maxFrames) {
         const u32 frames = std::min(LaneTile::maxFrames, context.numFrames - offset);
-        FilterChunk(context.inputs, oneInput, offset, frames, tile);
+        if (oneInput) {
+            FilterTile(context.inputs[0] + offset, frames, tile);
+        } else {
+            GatherBands(context.inputs, offset, frames, tile);
+            kernels->runBank(lanes, tile.Data(), frames);
+        }
         ScatterBands(tile, frames, context.outputs, offset);
     }
     HealLanes();
     return true;
 }
 
-void Biquads::ProcessSum(const float* const* inputs, float* output, u32 numFrames) {
-    LaneTile tile;
-    for (u32 offset = 0; offset < numFrames; offset += LaneTile::maxFrames) {
-        const u32 frames = std::min(LaneTile::maxFrames, numFrames - offset);
-        FilterChunk(inputs, false, offset, frames, tile);
-        SumBands(tile, frames, output + offset);
-    }
-    HealLanes();
+void Biquads::FilterTile(const float* input, u32 frames, LaneTile& tile) {
+    kernels->runBankOnOneInput(lanes, input, tile.Data(), frames);
 }
 
-void Biquads::FilterChunk(const float* const* inputs, bool oneInput, u32 offset, u32 frames, LaneTile& tile) {
-    if (oneInput) {
-        kernels->runBankOnOneInput(lanes, inputs[0] + offset, tile.Data(), frames);
-        return;
-    }
+void Biquads::SumTile(const float* const* inputs, u32 offset, u32 frames, float* output) {
+    LaneTile tile;
     GatherBands(inputs, offset, frames, tile);
     kernels->runBank(lanes, tile.Data(), frames);
+    SumBands(tile, frames, output + offset);
+}
+
+void Biquads::FinishBlock() {
+    HealLanes();
+    needsUpdate = false;
+    ClearParameterChanges(false);
 }
 
 void Biquads::HealLanes() {
     // A lane is healthy while all of its state is a number within bounds; not-a-number fails too.
-    bool healthy[bandCount];
-    std::fill_n(healthy, bandCount, true);
-    const auto check = [&healthy](const float (&row)[bandCount]) {
+    u32 broken[bandCount] = {};
+    const auto check = [&broken](const float (&row)[bandCount]) {
         for (u32 lane = 0; lane < bandCount; ++lane) {
-            healthy[lane] &= std::abs(row[lane]) <= static_cast<float>(dsp::stateLimit);
+            broken[lane] |= std::abs(row[lane]) <= static_cast<float>(dsp::stateLimit) ? 0U : 1U;
         }
     };
     for (u32 row = 0; row <= stageCount; ++row) {
@@ -185,7 +188,7 @@ void Biquads::HealLanes() {
         check(lanes.step[stage]);
     }
     for (u32 lane = 0; lane < bandCount; ++lane) {
-        if (!healthy[lane]) {
+        if (broken[lane] != 0) {
             ClearLane(lane);
         }
     }

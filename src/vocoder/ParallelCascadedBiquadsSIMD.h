@@ -45,8 +45,11 @@ public:
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
 
-    /// As Process, but writes the sum of the sixteen channels to one output.
-    void ProcessSum(const float* const* inputs, float* output, u32 numFrames);
+    /// Parts of Process for owners that pass the bands on in tiles, at most LaneTile::maxFrames at a time; a
+    /// block ends with FinishBlock. FilterTile runs one input through all channels, SumTile sums channels.
+    void FilterTile(const float* input, u32 frames, LaneTile& tile);
+    void SumTile(const float* const* inputs, u32 offset, u32 frames, float* output);
+    void FinishBlock();
 
     /// Replaces the kernels, which are otherwise the widest that the processor runs.
     void UseKernels(const VocoderKernels& set) { kernels = &set; }
@@ -60,7 +63,6 @@ private:
     };
 
     void UpdateStage(u32 channel, u32 stage);
-    void FilterChunk(const float* const* inputs, bool oneInput, u32 offset, u32 frames, LaneTile& tile);
     void HealLanes();
     void ClearLane(u32 lane);
 

@@ -42,7 +42,6 @@ public:
     RectifierFollower(std::string moduleName, CircuitType circuitType);
 
     CircuitType Type() const { return type; }
-    bool IsChanged(Parameter parameter) const { return Changed(parameter); }
 
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/SynthesizerFilterBank.h"
 
+#include "vocoder/kernels/LaneTile.h"
+
+#include <algorithm>
+
 namespace Velmora::Processor {
 
 namespace {
@@ -48,9 +52,11 @@ bool SynthesizerFilterBank::Process(dsp::ProcessContext& context) {
         return false;
     }
     // The bank sums its channels as it goes, which saves sixteen buffers on the way.
-    bank.ProcessSum(context.inputs, context.outputs[0], context.numFrames);
-    bank.needsUpdate = false;
-    bank.ClearParameterChanges(false);
+    for (u32 offset = 0; offset < context.numFrames; offset += LaneTile::maxFrames) {
+        const u32 frames = std::min(LaneTile::maxFrames, context.numFrames - offset);
+        bank.SumTile(context.inputs, offset, frames, context.outputs[0]);
+    }
+    bank.FinishBlock();
     return true;
 }
 

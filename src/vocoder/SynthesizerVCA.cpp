@@ -12,6 +12,7 @@ namespace {
 using dsp::simd::Float4;
 
 constexpr float drive = 12.5F;
+/// Times the polarity; behind f here.
 constexpr float polarityDrive = 0.02296043F;
 constexpr float outputScale = 100000.0F;
 
@@ -26,8 +27,8 @@ void SynthesizerVCA::OnReset(bool /*hard*/) {}
 
 bool SynthesizerVCA::UpdateParameters(dsp::ProcessContext& /*context*/) { return true; }
 
-void SynthesizerVCA::Saturate(const float* bus, float busPolarity, float* out, u32 numFrames) {
-    const Float4 scale(busPolarity * polarityDrive * drive);
+void SynthesizerVCA::Saturate(const float* bus, float* out, u32 numFrames) {
+    const Float4 scale(polarityDrive * drive);
     for (u32 n = 0; n + 4 <= numFrames; n += 4) {
         const Float4 v = Float4::load_unaligned(bus + n) * scale;
         const Float4 square = v * v;
@@ -36,12 +37,13 @@ void SynthesizerVCA::Saturate(const float* bus, float busPolarity, float* out, u
     }
 }
 
-void SynthesizerVCA::Amplify(const float* carrier, const float* noise, const float* first, const float* second,
-                             float* out, u32 numFrames) {
+void SynthesizerVCA::Amplify(float vcaPolarity, const float* carrier, const float* noise, const float* first,
+                             const float* second, float* out, u32 numFrames) {
+    const Float4 scale(vcaPolarity * outputScale);
     for (u32 n = 0; n + 4 <= numFrames; n += 4) {
         const Float4 sum = Float4::load_unaligned(noise + n) * Float4::load_unaligned(second + n) +
                            Float4::load_unaligned(carrier + n) * Float4::load_unaligned(first + n);
-        (sum * outputScale).store_unaligned(out + n);
+        (sum * scale).store_unaligned(out + n);
     }
 }
 
@@ -51,10 +53,10 @@ bool SynthesizerVCA::Process(dsp::ProcessContext& context) {
     alignas(16) float noise[chunk];
     for (u32 offset = 0; offset < context.numFrames; offset += chunk) {
         const u32 frames = std::min(chunk, context.numFrames - offset);
-        Saturate(context.inputs[0] + offset, polarity, carrier, frames);
-        Saturate(context.inputs[1] + offset, polarity, noise, frames);
-        Amplify(carrier, noise, context.inputs[2] + offset, context.inputs[3] + offset, context.outputs[0] + offset,
-                frames);
+        Saturate(context.inputs[0] + offset, carrier, frames);
+        Saturate(context.inputs[1] + offset, noise, frames);
+        Amplify(polarity, carrier, noise, context.inputs[2] + offset, context.inputs[3] + offset,
+                context.outputs[0] + offset, frames);
     }
     return true;
 }

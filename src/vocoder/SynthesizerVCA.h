@@ -20,11 +20,12 @@ public:
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
 
-    /// out = f(polarity * drive * bus), the rational approximation of tanh; in place allowed.
-    static void Saturate(const float* bus, float polarity, float* out, u32 numFrames);
-    /// out = (noise * second + carrier * first) * output scale, of saturated buses.
-    static void Amplify(const float* carrier, const float* noise, const float* first, const float* second,
-                        float* out, u32 numFrames);
+    /// out = f(drive * bus), the rational approximation of tanh; in place allowed.
+    static void Saturate(const float* bus, float* out, u32 numFrames);
+    /// out = polarity * (noise * second + carrier * first) * output scale, of saturated buses: f is odd, so
+    /// the polarity may as well stand behind it.
+    static void Amplify(float vcaPolarity, const float* carrier, const float* noise, const float* first,
+                        const float* second, float* out, u32 numFrames);
 
     float Polarity() const { return polarity; }
 

@@ -29,15 +29,11 @@ bool SynthesizerVCABank::UpdateParameters(dsp::ProcessContext& /*context*/) { re
 
 bool SynthesizerVCABank::Process(dsp::ProcessContext& context) {
     const u32 frames = context.numFrames;
-    SynthesizerVCA::Saturate(context.inputs[carrierInput], 1.0F, buffers[CarrierPlus], frames);
-    SynthesizerVCA::Saturate(context.inputs[noiseInput], 1.0F, buffers[NoisePlus], frames);
-    SynthesizerVCA::Saturate(context.inputs[carrierInput], -1.0F, buffers[CarrierMinus], frames);
-    SynthesizerVCA::Saturate(context.inputs[noiseInput], -1.0F, buffers[NoiseMinus], frames);
+    SynthesizerVCA::Saturate(context.inputs[carrierInput], buffers[Carrier], frames);
+    SynthesizerVCA::Saturate(context.inputs[noiseInput], buffers[Noise], frames);
     u32 band = 0;
     ForEachChild([&](SynthesizerVCA& vca) {
-        const bool inverts = vca.Polarity() < 0.0F;
-        SynthesizerVCA::Amplify(buffers[inverts ? CarrierMinus : CarrierPlus],
-                                buffers[inverts ? NoiseMinus : NoisePlus], context.inputs[band],
+        SynthesizerVCA::Amplify(vca.Polarity(), buffers[Carrier], buffers[Noise], context.inputs[band],
                                 context.inputs[bandCount + band], context.outputs[band], frames);
         vca.needsUpdate = false;
         ++band;

@@ -8,7 +8,7 @@
 namespace Velmora::Processor {
 
 /// The sixteen amplifiers, "VCA1" to "VCA16", of alternating polarity. The saturation is odd and depends on
-/// the bus alone, so the bank computes it once per bus and polarity instead of once per band.
+/// the bus alone, so the bank computes it once per bus instead of once per band.
 ///
 /// Inputs 0 to 15 the first controls of the bands, 16 to 31 the second, 32 the carrier bus, 33 the noise bus.
 /// 16 outputs.
@@ -29,8 +29,8 @@ private:
     template <std::size_t... Indices>
     explicit SynthesizerVCABank(std::string moduleName, std::index_sequence<Indices...> indices);
 
-    /// Saturated carrier and noise, of positive and of negative polarity.
-    enum Buffer : u32 { CarrierPlus, NoisePlus, CarrierMinus, NoiseMinus, BufferCount };
+    /// The saturated buses.
+    enum Buffer : u32 { Carrier, Noise, BufferCount };
     dsp::BlockPool buffers;
 };
 

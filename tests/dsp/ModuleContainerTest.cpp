@@ -22,6 +22,7 @@ using Calls = std::vector<std::string>;
 
 std::vector<ModuleParam> Named(const std::vector<std::string>& names) {
     std::vector<ModuleParam> records;
+    records.reserve(names.size());
     for (const std::string& parameterName : names) {
         records.push_back(ModuleParam::Mapped(parameterName, 1, 0.0F, 20.0F, 0.0F));
     }

@@ -76,10 +76,10 @@ const std::vector<Knob>& Knobs() {
         {8, 0.001F, 10.0F, 0.0F, 0.001, 10},
         {9, 0.0F, 20.0F, 0.0F, 0, 20},
         {10, -60.0F, 6.0F, 0.0F, -60, 6},
-        {12, 0.0F, 1.0F, 16.0F, 0.0625, 16},
+        {12, 3.0F, 5.0F, 16.0F, 0.0625, 16},
         {13, 10.0F, 20.0F, 0.0F, 20, 10},
         {14, 0.0F, 1.0F, 0.1F, 0, 1},
-        {16, 0.0F, 1.0F, 110.0F, 110, 110 * std::exp2(-0.5 / 12)},
+        {16, 2.0F, 9.0F, 110.0F, 110, 110 * std::exp2(-0.5 / 12)},
     };
     return knobs;
 }
@@ -163,6 +163,7 @@ TEST(ModuleParamTest, RealValuesOutsideTheRangeMeanItsEndsButRawOnesStay) {
     EXPECT_EQ(rising.ToNormalized(9.0F), 1.0F);
     EXPECT_EQ(rising.ToNormalized(-9.0F), 0.0F);
     EXPECT_EQ(ModuleParam::Mapped("Point", 1, 2.0F, 2.0F, 0.0F).ToNormalized(7.0F), 0.0F);
+    EXPECT_EQ(ModuleParam::Mapped("Point", 13, 2.0F, 2.0F, 0.0F).ToNormalized(7.0F), 1.0F);
     const ModuleParam harmonic = ModuleParam::Mapped("Ratio", 12, 0.0F, 1.0F, 4.0F);
     EXPECT_NEAR(harmonic.ToNormalized(3.0F), 0.5F + 0.5F * 2.0F / 3.0F, 1e-6F);
     EXPECT_EQ(harmonic.ToNormalized(9.0F), 1.0F);
@@ -241,15 +242,15 @@ TEST(ModuleParamTest, WithoutActiveModulationTheBlockIsThePlainValue) {
     EXPECT_EQ(param.GetModulatedValue(silent.context, 1), 15.0F);
 }
 
-TEST(ModuleParamTest, ModulationThatIsNotANumberStaysInTheRange) {
+TEST(ModuleParamTest, ModulationThatIsNotANumberCountsAsTheStartOfTheWay) {
     const ModulationInput broken(1.0F, {notANumber, 0.0F, notANumber, 0.0F, 0.0F, 0.0F, 0.0F, notANumber});
     for (const Knob& knob : Knobs()) {
         ModuleParam param = Declare(knob);
         param.SetNormalized(0.5F);
-        for (const float sample : broken.Render(param)) {
-            EXPECT_TRUE(std::isfinite(sample)) << Describe(knob);
-        }
-        EXPECT_TRUE(std::isfinite(param.GetValueWithOffset(notANumber))) << Describe(knob);
+        const auto block = broken.Render(param);
+        EXPECT_EQ(block[0], param.ToValue(0.0F)) << Describe(knob);
+        EXPECT_EQ(block[7], block[0]) << Describe(knob);
+        EXPECT_EQ(param.GetValueWithOffset(notANumber), block[0]) << Describe(knob);
     }
 }
 
@@ -280,6 +281,11 @@ TEST(ModuleParamTest, ACopyHasACurveOfItsOwnAndOutlivesTheOriginal) {
     ModuleParam copied(*original);
     ModuleParam assigned;
     assigned = *original;
+    ModuleParam moved;
+    {
+        ModuleParam source = *original;
+        moved = std::move(source);
+    }
     ModuleParam source = *original;
     std::vector<ModuleParam> grown;
     grown.push_back(std::move(source));
@@ -288,7 +294,7 @@ TEST(ModuleParamTest, ACopyHasACurveOfItsOwnAndOutlivesTheOriginal) {
     }
     const float expected = original->ToValue(0.5F);
     original.reset();
-    for (ModuleParam* param : {&copied, &assigned, grown.data()}) {
+    for (ModuleParam* param : {&copied, &assigned, &moved, grown.data()}) {
         EXPECT_EQ(param->mapping, MappingTools::ActiveMapping(param->mappingStorage));
         EXPECT_EQ(param->GetValue(), expected);
         EXPECT_EQ(param->name, "Cutoff");

@@ -319,12 +319,20 @@ TEST(SmootherInterpLPFTest, ARetargetedRampStartsWhereTheRampIs) {
     smoother.SetTarget(-1.0F);
     EXPECT_EQ(smoother.epsilon, 0.25) << "the present target changes nothing";
     EXPECT_EQ(smoother.interpCounter, 19U);
+
+    smoother.SetTarget(1.0F);
+    smoother.Next();
+    smoother.SetTarget(1.0F);
+    EXPECT_EQ(smoother.interpCounter, 0U) << "a target that the ramp has not reached starts it again";
+    EXPECT_NEAR(smoother.interpIncrement, 1.9 / 20, 1e-12);
 }
 
 TEST(SmootherInterpLPFTest, AJumpLeavesNoRampPendingAndAResetToAnotherTargetStartsOne) {
     SmootherInterpLPF smoother = InterpApproach(0.0F, 1.0F);
     smoother.Next();
     smoother.Set(7.0F);
+    EXPECT_EQ(smoother.interpCounter, 19U);
+    EXPECT_EQ(smoother.interpIncrement, 0.0);
     for (int n = 0; n < 30; ++n) {
         ASSERT_EQ(smoother.Next(), 7.0F) << "tick " << n;
     }

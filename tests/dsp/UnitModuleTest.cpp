@@ -72,7 +72,10 @@ TEST(UnitModuleTest, AWriteOfThePresentValueMarksNothingButIsStored) {
     probe.SetParameterValue(0, 5.0F);
     probe.ClearParameterChanges(false);
     probe.SetParameterNormalized(0, 0.5F);
-    probe.SetParameterValue(0, 5.0F);
+    EXPECT_FALSE(probe.anyParameterChanged);
+    probe.SetParameterNormalized(0, 0.75F);
+    probe.ClearParameterChanges(false);
+    probe.SetParameterValue(0, 7.5F);
     EXPECT_FALSE(probe.anyParameterChanged);
     EXPECT_EQ(probe.parameters[0].state, 2);
 }
@@ -138,9 +141,9 @@ TEST(UnitModuleTest, TheThreeWaysToDeclareParameters) {
 TEST(UnitModuleTest, NothingOnTheAudioPathAllocates) {
     Probe probe("Probe");
     probe.Initialize(48000.0F, 44);
-    alignas(16) float samples[44] = {};
-    const float* inputs[] = {samples};
-    float* outputs[] = {samples};
+    alignas(16) float samples[48] = {0.0F, 0.0F, 0.0F, 1.0F}; // an active modulation from the fourth on
+    const float* inputs[] = {samples + 4};
+    float* outputs[] = {samples + 4};
     ProcessContext context;
     context = context.ForChild(inputs, 1, outputs, 1);
     context.numFrames = 44;
@@ -153,7 +156,7 @@ TEST(UnitModuleTest, NothingOnTheAudioPathAllocates) {
         probe.GetParameterNormalized(id);
         probe.GetParameterName(id, writer);
     }
-    probe.parameters[0].RenderModulated(context, 0, samples);
+    probe.parameters[0].RenderModulated(context, 0, samples + 4);
     probe.ClearParameterChanges(false);
     probe.Reset(true);
     EXPECT_EQ(counter.Count(), 0U);

@@ -37,8 +37,7 @@ TEST(HFChannelTest, IsASixthOrderHighPassAndASecondOrderLowPass) {
     for (const double rate : responseRates) {
         auto channel = MakeChannel(open, 0.5F, rate);
         Render(*channel, {Signal(4400, 0.0F), Signal(4400, 15.0F)}, 1);
-        Signal impulse(4400, 0.0F);
-        impulse[0] = static_cast<float>(quiet);
+        const Signal impulse = Impulse(4400, static_cast<float>(quiet));
         const Signal response = Render(*channel, {impulse, Signal(4400, 15.0F)}, 1)[0];
         ExpectResponse(response, quiet, rate, [rate](double hz) {
             const Complex high = HighPass2(AnalogueFrequency(hz, 5028.5923, rate), 0.7102);

@@ -18,7 +18,7 @@ std::unique_ptr<HissBuzzDiscriminator> MakeDiscriminator(float trimmer, double s
 /// The decision after 0.1 s of an input: +15 or -15.
 float Decision(HissBuzzDiscriminator& discriminator, const Signal& input) {
     const Signals out = Render(discriminator, {input}, 2);
-    for (std::size_t n = 0; n < input.size(); ++n) {
+    for (std::size_t n = 0; n < out[0].size(); ++n) {
         EXPECT_EQ(std::abs(out[0][n]), 15.0F);
         EXPECT_EQ(out[1][n], -out[0][n]);
     }

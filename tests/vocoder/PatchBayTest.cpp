@@ -19,9 +19,7 @@ namespace {
 constexpr u32 maxBlock = 44;
 
 /// The id of a route, bands counted from 1.
-constexpr u32 RouteId(u32 analysis, u32 synthesis) {
-    return 16 * (synthesis - 1) + (analysis - 1);
-}
+constexpr u32 RouteId(u32 analysis, u32 synthesis) { return 16 * (synthesis - 1) + (analysis - 1); }
 
 struct PatchBayTest : testing::Test {
     PatchBayTest() {
@@ -217,9 +215,14 @@ TEST_F(PatchBayTest, SampleHoldFollowsItsModulationInput) {
     ExpectBypassed();
 }
 
-TEST_F(PatchBayTest, AResetWhileHoldingHoldsZeros) {
+TEST_F(PatchBayTest, AResetSilencesTheOutputsAndGoesOnHolding) {
+    RunBlock();
+    bay.Reset(false);
+    ExpectAllOutputs(0.0F);
+    RunBlock();
     bay.SetParameterValue(272, 1.0F);
     RunBlock();
+    EXPECT_EQ(Output(0, 5), 5.0F);
     bay.Reset(false);
     RunBlock();
     ExpectAllOutputs(0.0F);

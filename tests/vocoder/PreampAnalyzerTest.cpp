@@ -15,8 +15,7 @@ TEST(PreampAnalyzerTest, IsTheHighPassOfItsCircuit) {
     EXPECT_NEAR(corner, 259.0, 0.1);
     for (const double rate : responseRates) {
         auto stage = MakeStage<PreampAnalyzer>(rate);
-        Signal impulse(static_cast<std::size_t>(rate / 10.0), 0.0F);
-        impulse[0] = 1.0F;
+        const Signal impulse = Impulse(static_cast<std::size_t>(rate / 10.0), 1.0F);
         ExpectResponse(Render(*stage, {impulse}, 1)[0], 1.0, rate, [&](double hz) {
             return HighPass2(AnalogueFrequency(hz, corner, rate), 0.5 * std::sqrt(r2 / r1));
         });

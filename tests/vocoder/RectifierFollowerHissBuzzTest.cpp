@@ -11,8 +11,7 @@ TEST(RectifierFollowerHissBuzzTest, FiltersTheRectifiedSignalInThirdOrder) {
     for (const double rate : responseRates) {
         for (const float polarity : {1.0F, -1.0F}) {
             auto follower = MakeStage<RectifierFollowerHissBuzz>(rate);
-            Signal impulse(static_cast<std::size_t>(rate / 10.0), 0.0F);
-            impulse[0] = polarity;
+            const Signal impulse = Impulse(static_cast<std::size_t>(rate / 10.0), polarity);
             ExpectResponse(Render(*follower, {impulse}, 1)[0], 1.0, rate, [&](double hz) {
                 return (polarity > 0.0F ? 0.9976 : 0.9988) *
                        LowPass1(AnalogueFrequency(hz, 249.99998 / pi, rate)) *

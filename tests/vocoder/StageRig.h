@@ -25,7 +25,8 @@ inline constexpr u32 rigBlock = 44;
 inline constexpr double pi = std::numbers::pi;
 
 /// Runs the module over the inputs in blocks of the given sizes, repeated. Every input counts as an active
-/// modulation where the module reads it as one. Outputs start as garbage, so that a skipped block shows.
+/// modulation where the module reads it as one; lengths are cut to whole groups of four frames. Outputs start
+/// as garbage, so that a skipped block shows.
 template <class M>
 Signals Render(M& module, const Signals& inputs, u32 outputCount,
                const std::vector<u32>& sizes = {rigBlock}) {
@@ -34,7 +35,7 @@ Signals Render(M& module, const Signals& inputs, u32 outputCount,
     for (const Signal& input : inputs) {
         padded.emplace_back(lead, 1.0F).insert(padded.back().end(), input.begin(), input.end());
     }
-    const std::size_t total = inputs[0].size();
+    const std::size_t total = inputs[0].size() / 4 * 4;
     Signals outputs(outputCount, Signal(total, 12345.0F));
     std::size_t start = 0;
     for (std::size_t block = 0; start < total; ++block) {
@@ -57,6 +58,12 @@ Signals Render(M& module, const Signals& inputs, u32 outputCount,
         start += frames;
     }
     return outputs;
+}
+
+inline Signal Impulse(std::size_t length, float amplitude) {
+    Signal signal(length, 0.0F);
+    signal[0] = amplitude;
+    return signal;
 }
 
 inline Signal Noise(std::size_t length, float amplitude, u32 seed) {
@@ -94,18 +101,10 @@ inline Signal Decisions(std::size_t length, u32 seed) {
 inline Complex AnalogueFrequency(double hz, double corner, double sampleRate) {
     return {0.0, std::tan(pi * hz / sampleRate) / std::tan(pi * corner / sampleRate)};
 }
-inline Complex HighPass1(Complex s) {
-    return s / (s + 1.0);
-}
-inline Complex LowPass1(Complex s) {
-    return 1.0 / (s + 1.0);
-}
-inline Complex HighPass2(Complex s, double q) {
-    return s * s / (s * s + s / q + 1.0);
-}
-inline Complex LowPass2(Complex s, double q) {
-    return 1.0 / (s * s + s / q + 1.0);
-}
+inline Complex HighPass1(Complex s) { return s / (s + 1.0); }
+inline Complex LowPass1(Complex s) { return 1.0 / (s + 1.0); }
+inline Complex HighPass2(Complex s, double q) { return s * s / (s * s + s / q + 1.0); }
+inline Complex LowPass2(Complex s, double q) { return 1.0 / (s * s + s / q + 1.0); }
 
 /// Compares the spectrum of an impulse response with expected(hz), where that is above -100 dB.
 template <class Expected>

@@ -88,7 +88,7 @@ TEST(VCAGateTest, AttenuatesByTheLawOfItsPotentiometer) {
 TEST(VCAGateTest, OpensAndClosesWithTheTimeConstantsOfItsCorners) {
     for (const double rate : {16000.0, 48000.0, 192000.0}) {
         const auto frames = [rate](double hz) {
-            return static_cast<std::size_t>(rate / (2.0 * pi * hz) / 4.0 + 0.5) * 4;
+            return 4 * static_cast<std::size_t>(std::lround(rate / (2.0 * pi * hz) / 4.0));
         };
         auto gate = MakeGate(20.0F, 5.0F, rate);
         const double open = 3.2017e-4;

@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <sndfile.h>
+
+#include <cmath>
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <numbers>
+#include <random>
+#include <string>
+#include <vector>
+
+/// Files for the tests of host and tools, made and read without the code under test.
+namespace orphia::test {
+
+/// A folder of its own, which goes with everything in it.
+class TemporaryFolder {
+public:
+    TemporaryFolder() {
+        std::random_device random;
+        folder = std::filesystem::temp_directory_path() / ("orphia-test-" + std::to_string(random()));
+        std::filesystem::create_directory(folder);
+    }
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(folder, ignored);
+    }
+    TemporaryFolder(const TemporaryFolder&) = delete;
+    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+
+    std::filesystem::path operator/(const std::string& name) const { return folder / name; }
+    const std::filesystem::path& Path() const { return folder; }
+
+    std::vector<std::string> Names() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            names.push_back(entry.path().filename().string());
+        }
+        return names;
+    }
+
+private:
+    std::filesystem::path folder;
+};
+
+struct Sound {
+    int sampleRate = 44100;
+    int channels = 2;
+    std::vector<float> samples;
+
+    std::size_t Frames() const { return samples.size() / static_cast<std::size_t>(channels); }
+    double Seconds() const { return static_cast<double>(Frames()) / sampleRate; }
+    /// Over both channels, between two times in seconds.
+    double Rms(double from = 0.0, double to = 1e9) const {
+        double sum = 0.0;
+        double count = 0.0;
+        for (std::size_t i = 0; i < samples.size(); ++i) {
+            const double time = static_cast<double>(i / static_cast<std::size_t>(channels)) / sampleRate;
+            if (time >= from && time < to) {
+                sum += static_cast<double>(samples[i]) * samples[i];
+                count += 1.0;
+            }
+        }
+        return std::sqrt(sum / count);
+    }
+};
+
+inline void WriteSound(const std::filesystem::path& path, const Sound& sound,
+                       int format = SF_FORMAT_WAV | SF_FORMAT_FLOAT) {
+    SF_INFO info{};
+    info.samplerate = sound.sampleRate;
+    info.channels = sound.channels;
+    info.format = format;
+    SNDFILE* file = sf_open(path.string().c_str(), SFM_WRITE, &info);
+    sf_write_float(file, sound.samples.data(), static_cast<sf_count_t>(sound.samples.size()));
+    sf_close(file);
+}
+
+/// Nothing but its defaults when the file cannot be read.
+inline Sound ReadSound(const std::filesystem::path& path) {
+    SF_INFO info{};
+    Sound sound;
+    if (SNDFILE* file = sf_open(path.string().c_str(), SFM_READ, &info)) {
+        sound = {info.samplerate, info.channels, {}};
+        sound.samples.resize(static_cast<std::size_t>(info.frames * info.channels));
+        sf_read_float(file, sound.samples.data(), static_cast<sf_count_t>(sound.samples.size()));
+        sf_close(file);
+    }
+    return sound;
+}
+
+inline Sound Sine(double hertz, double seconds, int sampleRate = 44100, int channels = 2,
+                  double level = 0.5) {
+    Sound sound{sampleRate, channels, {}};
+    const auto frames = static_cast<std::size_t>(seconds * sampleRate);
+    for (std::size_t n = 0; n < frames; ++n) {
+        const double phase = 2.0 * std::numbers::pi * hertz * static_cast<double>(n) / sampleRate;
+        sound.samples.insert(sound.samples.end(), static_cast<std::size_t>(channels),
+                             static_cast<float>(level * std::sin(phase)));
+    }
+    return sound;
+}
+
+/// A plain speech: syllables of soft pulses at 120 Hz, with bursts of bright noise between them, from 0.18 s
+/// to 0.25 s of every 0.3 s.
+inline Sound Syllables(double seconds, int sampleRate = 44100) {
+    Sound sound{sampleRate, 2, {}};
+    std::mt19937 random(1);
+    std::uniform_real_distribution<double> white(-1.0, 1.0);
+    double noiseBefore = 0.0;
+    for (std::size_t n = 0; n < static_cast<std::size_t>(seconds * sampleRate); ++n) {
+        const double time = static_cast<double>(n) / sampleRate;
+        const double inSyllable = std::fmod(time, 0.3);
+        const double inPeriod = std::fmod(time * 120.0, 1.0);
+        const double noise = white(random);
+        double sample = 0.0;
+        if (inSyllable < 0.18) {
+            sample = 1.2 * inPeriod * std::exp(-16.0 * inPeriod) * 20.0 - 0.09;
+        } else if (inSyllable < 0.25) {
+            sample = 0.1 * (noise - noiseBefore);
+        }
+        noiseBefore = noise;
+        sound.samples.insert(sound.samples.end(), 2, static_cast<float>(sample));
+    }
+    return sound;
+}
+
+/// Three sawtooth voices.
+inline Sound Chord(double seconds, int sampleRate = 44100) {
+    Sound sound{sampleRate, 2, {}};
+    const auto frames = static_cast<std::size_t>(seconds * sampleRate);
+    for (std::size_t n = 0; n < frames; ++n) {
+        double sum = 0.0;
+        for (const double hertz : {110.0, 164.8, 277.2}) {
+            sum += 0.25 * (std::fmod(hertz * static_cast<double>(n) / sampleRate, 1.0) - 0.5);
+        }
+        sound.samples.insert(sound.samples.end(), 2, static_cast<float>(sum));
+    }
+    return sound;
+}
+
+inline std::string ReadText(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void WriteText(const std::filesystem::path& path, const std::string& text) {
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+} // namespace orphia::test
