@@ -22,7 +22,6 @@ namespace orphia::tools {
 
 namespace {
 
-using host::FileError;
 using host::UsageError;
 using host::VocoderSession;
 

@@ -1,18 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/FrameLanes.h"
 #include "dsp/StateLimit.h"
 
 namespace Velmora::dsp {
 
-/// A first-order filter section: y = b0 x + b1 x1 - a1 y1. Precision and use as for BiquadSection.
-struct FirstOrderSection {
-    double b0 = 0.0;
-    double b1 = 0.0;
-    double a1 = 0.0;
+/// A first-order filter section: y = b0 x + b1 x1 - a1 y1. Precision, use and T as for BasicBiquadSection.
+template <class T>
+struct BasicFirstOrderSection {
+    T b0 = 0.0;
+    T b1 = 0.0;
+    T a1 = 0.0;
     /// Past input and output.
-    double x1 = 0.0;
-    double y1 = 0.0;
+    T x1 = 0.0;
+    T y1 = 0.0;
 
     /// Unity gain at 0 Hz. t is the tangent of pi times corner over rate. Keeps the state.
     void SetLowPass(double t) {
@@ -27,10 +29,10 @@ struct FirstOrderSection {
         a1 = -(1.0 - t) / (1.0 + t);
     }
 
-    double Tick(double x) { return Push(x, b0 * x + b1 * x1); }
+    T Tick(T x) { return Push(x, b0 * x + b1 * x1); }
 
     /// The gain stands on the feed-forward sum.
-    double Tick(double x, double gain) { return Push(x, (b0 * x + b1 * x1) * gain); }
+    T Tick(T x, T gain) { return Push(x, (b0 * x + b1 * x1) * gain); }
 
     void Reset() { x1 = y1 = 0.0; }
 
@@ -46,12 +48,26 @@ struct FirstOrderSection {
     }
 
 private:
-    double Push(double x, double feedForward) {
-        const double y = feedForward - a1 * y1;
+    T Push(T x, T feedForward) {
+        const T y = feedForward - a1 * y1;
         x1 = x;
         y1 = y;
         return y;
     }
 };
+
+using FirstOrderSection = BasicFirstOrderSection<double>;
+using FirstOrderPair = BasicFirstOrderSection<Double2>;
+
+inline FirstOrderPair Join(const FirstOrderSection& left, const FirstOrderSection& right) {
+    return {Lanes(left.b0, right.b0), Lanes(left.b1, right.b1), Lanes(left.a1, right.a1),
+            Lanes(left.x1, right.x1), Lanes(left.y1, right.y1)};
+}
+
+/// Gives the states back.
+inline void SplitState(const FirstOrderPair& pair, FirstOrderSection& left, FirstOrderSection& right) {
+    SplitLanes(pair.x1, left.x1, right.x1);
+    SplitLanes(pair.y1, left.y1, right.y1);
+}
 
 } // namespace Velmora::dsp

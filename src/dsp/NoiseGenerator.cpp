@@ -127,7 +127,7 @@ bool NoiseGenerator::UpdateParameters(ProcessContext& /*context*/) {
         }
     }
     if (Changed(noiseColor)) {
-        color = ClampToUnit(parameters[noiseColor].GetNormalized());
+        color = parameters[noiseColor].GetNormalized();
     }
     return true;
 }
@@ -229,7 +229,7 @@ void NoiseGenerator::FilterBlue(float* buffer, u32 count) {
 
 float NoiseGenerator::MorphPosition(const ProcessContext& context) const {
     if (context.numInputs == 0 || context.inputs[0] == nullptr) {
-        return color;
+        return ClampToUnit(color);
     }
     return ClampToUnit(color + context.inputs[0][0]);
 }

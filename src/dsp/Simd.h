@@ -13,5 +13,9 @@ using BaselineArch = xsimd::default_arch;
 #endif
 
 using Float4 = xsimd::batch<float, BaselineArch>;
+/// One number of each of two channels.
+using Double2 = xsimd::batch<double, BaselineArch>;
+
+static_assert(Float4::size == 4 && Double2::size == 2, "the loops are written for 16-byte vectors");
 
 } // namespace Velmora::dsp::simd

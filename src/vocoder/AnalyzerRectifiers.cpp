@@ -50,20 +50,24 @@ void AnalyzerRectifiers::OnReset(bool /*hard*/) {
         ClearLane(band);
     }
     meterValues.fill(0.0F);
+    // The owner looks at the times before the first block has updated them.
+    attack = AdditionalValue(Attack);
+    release = AdditionalValue(Release);
 }
 
 bool AnalyzerRectifiers::UpdateParameters(dsp::ProcessContext& context) {
     attack = additional.parameters[Attack].GetModulatedValue(context, attackInput);
+    ForEachChild([this](auto& follower) { follower.SetParameterValue(RectifierFollower::Attack, attack); });
     release = additional.parameters[Release].GetModulatedValue(context, releaseInput);
-    if (needsUpdate || attack != sharedAttack) {
-        sharedAttack = attack;
+    ForEachChild([this](auto& follower) { follower.SetParameterValue(RectifierFollower::Release, release); });
+    // The lanes share their coefficients, so these are computed once, and only on a change.
+    if (needsUpdate || attack != preparedAttack) {
+        preparedAttack = attack;
         lanes.attackCoefficient = SmootherCoefficient(attack);
-        ForEachChild([this](auto& follower) { follower.SetParameterValue(RectifierFollower::Attack, attack); });
     }
-    if (needsUpdate || release != sharedRelease) {
-        sharedRelease = release;
+    if (needsUpdate || release != preparedRelease) {
+        preparedRelease = release;
         lanes.releaseCoefficient = SmootherCoefficient(release);
-        ForEachChild([this](auto& follower) { follower.SetParameterValue(RectifierFollower::Release, release); });
     }
     return true;
 }

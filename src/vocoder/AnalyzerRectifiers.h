@@ -76,9 +76,9 @@ private:
 
     const VocoderKernels* kernels = &SelectVocoderKernels();
     double sampleRate = 44100.0;
-    /// What the followers have been given; their own settings are overwritten by it.
-    float sharedAttack = 0.0F;
-    float sharedRelease = 0.0F;
+    /// The times behind the present coefficients.
+    float preparedAttack = 0.0F;
+    float preparedRelease = 0.0F;
     RectifierLanes lanes;
 };
 

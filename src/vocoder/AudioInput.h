@@ -2,9 +2,9 @@
 #pragma once
 
 #include "basictools/Types.h"
+#include "dsp/Simd.h"
 
 #include <algorithm>
-#include <cmath>
 
 namespace Velmora::Processor {
 
@@ -17,9 +17,10 @@ inline void CopyAudioInput(const float* input, float* block, u32 numFrames) {
         std::fill_n(block, numFrames, 0.0F);
         return;
     }
-    for (u32 n = 0; n < numFrames; ++n) {
-        const float x = input[n];
-        block[n] = std::abs(x) <= loudestSample ? x : 0.0F;
+    using dsp::simd::Float4;
+    for (u32 n = 0; n < numFrames; n += Float4::size) {
+        const Float4 x = Float4::load_unaligned(input + n);
+        xsimd::select(xsimd::abs(x) <= loudestSample, x, Float4(0.0F)).store_unaligned(block + n);
     }
 }
 

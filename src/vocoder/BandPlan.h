@@ -9,7 +9,7 @@ namespace Velmora::Processor {
 /// Frequencies of the sixteen bands: band 1 is a low-pass, bands 2 to 16 are band-passes a third of an
 /// octave wide, each of two stages staggered around the band's geometric centre.
 struct BandPlan {
-    /// Lower edge of band 2 in Hz, as the instrument is tuned.
+    /// Lower edge of band 2 in Hz, in the neutral setting.
     static constexpr float lowestEdge = 159.0F;
     static constexpr float lowPassQ = 0.7416F;
     static constexpr float lowPassGain = 1.0F;

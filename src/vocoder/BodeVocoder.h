@@ -15,7 +15,7 @@ namespace Velmora::Processor {
 /// Inputs: 0, 1 carrier left and right, then the modulations of "Attack", "Release", "Wet",
 /// "NoiseCarrierBalance", "Shift", "Width", "CarrierLevel", "ProgramLevel", "SampleHold". auxInputs 0, 1 the
 /// modulator left and right. Outputs: 0, 1 the mix, 2, 3 the carrier preamps, 4, 5 the program preamps. All
-/// of them must be present; a null audio input is silence, a null modulation is none.
+/// outputs must be present; a missing audio input is silence, a missing modulation is none.
 ///
 /// Of its own parameters only "Wet" is an input; the others are written for the host to read.
 class BodeVocoder final : public dsp::ModuleContainer<engine::ModuleCloner<BodeVocoderMono, 2, 0, 0>> {

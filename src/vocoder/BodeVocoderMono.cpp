@@ -103,7 +103,8 @@ void BodeVocoderMono::OnReset(bool hard) {
 bool BodeVocoderMono::UpdateParameters(dsp::ProcessContext& /*context*/) {
     if (additional.anyParameterChanged) {
         if (AdditionalChanged(UnvoicedMode)) {
-            unvoicedMode = AdditionalValue(UnvoicedMode) == 0.0F ? 0 : 1;
+            // Cut to an integer; what is no number counts as 0.
+            unvoicedMode = std::abs(AdditionalValue(UnvoicedMode)) >= 1.0F ? 1 : 0;
         }
         if (AdditionalChanged(BuzzSwitched)) {
             buzzSwitched = AdditionalValue(BuzzSwitched) > 0.5F;

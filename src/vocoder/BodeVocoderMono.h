@@ -22,7 +22,7 @@
 
 namespace Velmora::Processor {
 
-/// One channel of the vocoder core, modelled at circuit level: signals are volts of the hardware, control
+/// One channel of the vocoder core, modelled at circuit level: signals are volts of the modelled circuit, control
 /// voltages swing between -15 and +15, and -15 opens.
 ///
 /// Inputs: 0 carrier, 1 modulator, then the modulations of "Attack", "Release", "NoiseCarrierBalance",

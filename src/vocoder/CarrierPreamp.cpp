@@ -2,7 +2,6 @@
 #include "vocoder/CarrierPreamp.h"
 
 #include "vocoder/AudioInput.h"
-#include "vocoder/SmoothedGain.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,6 +17,22 @@ constexpr double stage2HalfCorner = 54.946457;
 constexpr double inputGain = 2.8;
 constexpr double stage2Gain = -10.0;
 constexpr double supplyVolts = 13.5;
+
+/// gains: one per channel.
+template <class Input, class Output, class T, class... Gain>
+void Filter(Input input, Output output, u32 numFrames, dsp::BasicFirstOrderSection<T>& stage1,
+            dsp::BasicFirstOrderSection<T>& stage2, Gain... gains) {
+    dsp::BasicFirstOrderSection<T> first = stage1;
+    dsp::BasicFirstOrderSection<T> second = stage2;
+    const auto runFirst = [&](T x) { return first.Tick(inputGain * x, dsp::Lanes(gains()...)); };
+    const auto runSecond = [&](T x) {
+        second.y1 = dsp::HoldLanes(second.Tick(x, T(stage2Gain)), -supplyVolts, supplyVolts);
+        return second.y1;
+    };
+    dsp::ForEachFrame(input, output, numFrames, runFirst, runSecond);
+    stage1 = first;
+    stage2 = second;
+}
 
 } // namespace
 
@@ -41,7 +56,7 @@ void CarrierPreamp::OnReset(bool /*hard*/) {
 
 bool CarrierPreamp::UpdateParameters(dsp::ProcessContext& context) {
     const float level = parameters[CarrierLevel].GetModulatedValue(context, 1);
-    AimSmoother(gainSmoother, std::pow(10.0F, level * 0.05F), needsUpdate);
+    AimSmoother(gainSmoother, levelGain.Of(level), needsUpdate);
     return true;
 }
 
@@ -49,28 +64,39 @@ bool CarrierPreamp::Process(dsp::ProcessContext& context) {
     float* block = context.outputs[0];
     const u32 numFrames = context.numFrames;
     CopyAudioInput(context.inputs[0], block, numFrames);
-    WithSmoothedGain(gainSmoother, [&](auto gain) { Filter(block, numFrames, gain); });
+    WithSmoothedGain(gainSmoother, [&](auto gain) {
+        Filter(dsp::SoloInput{block}, dsp::SoloOutput{block}, numFrames, stage1, stage2, gain);
+    });
+    Finish(block, numFrames);
+    return true;
+}
+
+void CarrierPreamp::ProcessPair(CarrierPreamp& left, dsp::ProcessContext& leftContext, CarrierPreamp& right,
+                                dsp::ProcessContext& rightContext) {
+    float* leftBlock = leftContext.outputs[0];
+    float* rightBlock = rightContext.outputs[0];
+    const u32 numFrames = leftContext.numFrames;
+    CopyAudioInput(leftContext.inputs[0], leftBlock, numFrames);
+    CopyAudioInput(rightContext.inputs[0], rightBlock, numFrames);
+    dsp::FirstOrderPair first = Join(left.stage1, right.stage1);
+    dsp::FirstOrderPair second = Join(left.stage2, right.stage2);
+    WithSmoothedGains(left.gainSmoother, right.gainSmoother, [&](auto leftGain, auto rightGain) {
+        Filter(dsp::PairInput{leftBlock, rightBlock}, dsp::PairOutput{leftBlock, rightBlock}, numFrames,
+               first, second, leftGain, rightGain);
+    });
+    SplitState(first, left.stage1, right.stage1);
+    SplitState(second, left.stage2, right.stage2);
+    left.Finish(leftBlock, numFrames);
+    right.Finish(rightBlock, numFrames);
+}
+
+void CarrierPreamp::Finish(float* block, u32 numFrames) {
     const bool firstBlown = stage1.Heal();
     const bool secondBlown = stage2.Heal();
     if (firstBlown || secondBlown) {
         std::fill_n(block, numFrames, 0.0F);
     }
     overload.Update(block, numFrames);
-    return true;
-}
-
-template <class Gain>
-void CarrierPreamp::Filter(float* block, u32 numFrames, Gain gain) {
-    dsp::FirstOrderSection first = stage1;
-    dsp::FirstOrderSection second = stage2;
-    for (u32 n = 0; n < numFrames; ++n) {
-        const double y = first.Tick(inputGain * static_cast<double>(block[n]), static_cast<double>(gain()));
-        const double unclipped = second.Tick(y, stage2Gain);
-        second.y1 = std::clamp(unclipped, -supplyVolts, supplyVolts);
-        block[n] = static_cast<float>(second.y1);
-    }
-    stage1 = first;
-    stage2 = second;
 }
 
 } // namespace Velmora::Processor

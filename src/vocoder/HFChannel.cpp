@@ -2,7 +2,7 @@
 #include "vocoder/HFChannel.h"
 
 #include "dsp/CornerLimit.h"
-#include "dsp/RunChild.h"
+#include "dsp/RunPair.h"
 #include "vocoder/SmoothedGain.h"
 
 #include <algorithm>
@@ -15,6 +15,31 @@ namespace {
 
 constexpr double beforeGateGain = 0.8912;
 constexpr float openVolts = -15.0F;
+
+/// levels: one per channel.
+template <class Input, class Output, class T, class... Gain>
+void FilterBeforeGate(Input input, Output output, u32 numFrames, dsp::BasicBiquadSection<T>& hp1,
+                      dsp::BasicBiquadSection<T>& hp2, Gain... levels) {
+    dsp::BasicBiquadSection<T> first = hp1;
+    dsp::BasicBiquadSection<T> second = hp2;
+    const auto runFirst = [&](T x) { return first.Tick(x, dsp::Lanes(levels()...)); };
+    const auto runSecond = [&](T x) { return second.Tick(x) * beforeGateGain; };
+    dsp::ForEachFrame(input, output, numFrames, runFirst, runSecond);
+    hp1 = first;
+    hp2 = second;
+}
+
+template <class Input, class Output, class T>
+void FilterBehindGate(Input input, Output output, u32 numFrames, dsp::BasicBiquadSection<T>& hp3,
+                      dsp::BasicBiquadSection<T>& lowPass, T gain) {
+    dsp::BasicBiquadSection<T> third = hp3;
+    dsp::BasicBiquadSection<T> last = lowPass;
+    const auto runThird = [&](T x) { return third.Tick(x, gain); };
+    const auto runLast = [&](T x) { return last.Tick(x); };
+    dsp::ForEachFrame(input, output, numFrames, runThird, runLast);
+    hp3 = third;
+    lowPass = last;
+}
 
 } // namespace
 
@@ -97,53 +122,66 @@ void HFChannel::UpdateFilters() {
     }
 }
 
+const float* HFChannel::GateControl(const dsp::ProcessContext& context) const {
+    return mode == 1 ? openControl : context.inputs[1];
+}
+
 bool HFChannel::Process(dsp::ProcessContext& context) {
     const u32 numFrames = context.numFrames;
-    const float* input = context.inputs[0];
-    WithSmoothedGain(levelSmoother, [&](auto level) { FilterBeforeGate(input, numFrames, level); });
+    WithSmoothedGain(levelSmoother, [&](auto level) {
+        FilterBeforeGate(dsp::SoloInput{context.inputs[0]}, dsp::SoloOutput{highPassed}, numFrames, hp1, hp2,
+                         level);
+    });
 
-    const float* gateInputs[2] = {highPassed, mode == 1 ? openControl : context.inputs[1]};
+    const float* gateInputs[2] = {highPassed, GateControl(context)};
     dsp::ProcessContext gateContext = context.ForChild(gateInputs, 2, &gated, 1);
     dsp::RunChild(gate, gateContext);
 
-    FilterBehindGate(context.outputs[0], numFrames);
-    if (Heal()) {
-        std::fill_n(context.outputs[0], numFrames, 0.0F);
-    }
+    FilterBehindGate(dsp::SoloInput{gated}, dsp::SoloOutput{context.outputs[0]}, numFrames, hp3, lowPass,
+                     static_cast<double>(outputGain));
+    Heal(context);
     return true;
 }
 
-template <class Gain>
-void HFChannel::FilterBeforeGate(const float* input, u32 numFrames, Gain level) {
-    dsp::BiquadSection first = hp1;
-    dsp::BiquadSection second = hp2;
-    for (u32 n = 0; n < numFrames; ++n) {
-        const double u = first.Tick(static_cast<double>(input[n]), static_cast<double>(level()));
-        highPassed[n] = static_cast<float>(second.Tick(u) * beforeGateGain);
-    }
-    hp1 = first;
-    hp2 = second;
+void HFChannel::ProcessPair(HFChannel& left, dsp::ProcessContext& leftContext, HFChannel& right,
+                            dsp::ProcessContext& rightContext) {
+    const u32 numFrames = leftContext.numFrames;
+    dsp::BiquadPair first = Join(left.hp1, right.hp1);
+    dsp::BiquadPair second = Join(left.hp2, right.hp2);
+    WithSmoothedGains(left.levelSmoother, right.levelSmoother, [&](auto leftLevel, auto rightLevel) {
+        FilterBeforeGate(dsp::PairInput{leftContext.inputs[0], rightContext.inputs[0]},
+                         dsp::PairOutput{left.highPassed, right.highPassed}, numFrames, first, second,
+                         leftLevel, rightLevel);
+    });
+    SplitState(first, left.hp1, right.hp1);
+    SplitState(second, left.hp2, right.hp2);
+
+    const float* leftInputs[2] = {left.highPassed, left.GateControl(leftContext)};
+    const float* rightInputs[2] = {right.highPassed, right.GateControl(rightContext)};
+    dsp::ProcessContext leftGate = leftContext.ForChild(leftInputs, 2, &left.gated, 1);
+    dsp::ProcessContext rightGate = rightContext.ForChild(rightInputs, 2, &right.gated, 1);
+    dsp::RunPair(left.gate, leftGate, right.gate, rightGate);
+
+    dsp::BiquadPair third = Join(left.hp3, right.hp3);
+    dsp::BiquadPair last = Join(left.lowPass, right.lowPass);
+    FilterBehindGate(dsp::PairInput{left.gated, right.gated},
+                     dsp::PairOutput{leftContext.outputs[0], rightContext.outputs[0]}, numFrames, third, last,
+                     dsp::Lanes(static_cast<double>(left.outputGain), static_cast<double>(right.outputGain)));
+    SplitState(third, left.hp3, right.hp3);
+    SplitState(last, left.lowPass, right.lowPass);
+    left.Heal(leftContext);
+    right.Heal(rightContext);
 }
 
-void HFChannel::FilterBehindGate(float* output, u32 numFrames) {
-    dsp::BiquadSection third = hp3;
-    dsp::BiquadSection last = lowPass;
-    const double gain = static_cast<double>(outputGain);
-    for (u32 n = 0; n < numFrames; ++n) {
-        const double p = third.Tick(static_cast<double>(gated[n]), gain);
-        output[n] = static_cast<float>(last.Tick(p));
-    }
-    hp3 = third;
-    lowPass = last;
-}
-
-/// True when any section had to be cleared.
-bool HFChannel::Heal() {
+/// Silences a block in which any section had to be cleared.
+void HFChannel::Heal(const dsp::ProcessContext& context) {
     bool blown = false;
     for (dsp::BiquadSection* section : {&hp1, &hp2, &hp3, &lowPass}) {
         blown = section->Heal() || blown;
     }
-    return blown;
+    if (blown) {
+        std::fill_n(context.outputs[0], context.numFrames, 0.0F);
+    }
 }
 
 } // namespace Velmora::Processor

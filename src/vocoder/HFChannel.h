@@ -27,13 +27,14 @@ public:
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
+    /// Both channels of a stereo core at once: the same samples as from two calls of Process.
+    static void ProcessPair(HFChannel& left, dsp::ProcessContext& leftContext, HFChannel& right,
+                            dsp::ProcessContext& rightContext);
 
 private:
     void UpdateFilters();
-    template <class Gain>
-    void FilterBeforeGate(const float* input, u32 numFrames, Gain level);
-    void FilterBehindGate(float* output, u32 numFrames);
-    bool Heal();
+    const float* GateControl(const dsp::ProcessContext& context) const;
+    void Heal(const dsp::ProcessContext& context);
 
     dsp::BiquadSection hp1;
     dsp::BiquadSection hp2;

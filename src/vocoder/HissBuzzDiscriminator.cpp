@@ -2,6 +2,7 @@
 #include "vocoder/HissBuzzDiscriminator.h"
 
 #include "dsp/CornerLimit.h"
+#include "dsp/Simd.h"
 
 #include <cmath>
 #include <utility>
@@ -16,6 +17,28 @@ constexpr float lowLevel = -15.0F;
 constexpr float deadBand = 0.0001F;
 constexpr double highBandGain = 2.0;
 constexpr double lowBandGain = 1.5909;
+
+/// One side of the crossover.
+template <class T, class Output>
+struct Band {
+    dsp::BasicBiquadSection<T> section;
+    double gain;
+    Output output;
+
+    void StepQuad(dsp::FrameQuad<T> quad, u32 n) {
+        dsp::StepFrames(quad, [&](T x) { return section.Tick(x) * gain; });
+        output.Store(n, quad);
+    }
+};
+
+template <class Input, class T, class Output>
+void Split(Input input, Band<T, Output>& high, Band<T, Output>& low, u32 numFrames) {
+    for (u32 n = 0; n < numFrames; n += 4) {
+        const dsp::FrameQuad<T> quad = input.Load(n);
+        high.StepQuad(quad, n);
+        low.StepQuad(quad, n);
+    }
+}
 
 } // namespace
 
@@ -75,30 +98,53 @@ bool HissBuzzDiscriminator::Process(dsp::ProcessContext& context) {
     SplitBands(context.inputs[0], context.numFrames);
     RectifierFollowerHissBuzz::RunPair(highFollower, highBand, highEnvelope, lowFollower, lowBand,
                                        lowEnvelope, context.numFrames);
-    Decide(context.outputs[0], context.outputs[1], context.numFrames);
+    Decide(context);
     return true;
 }
 
+void HissBuzzDiscriminator::ProcessPair(HissBuzzDiscriminator& left, dsp::ProcessContext& leftContext,
+                                        HissBuzzDiscriminator& right, dsp::ProcessContext& rightContext) {
+    const u32 numFrames = leftContext.numFrames;
+    using PairBand = Band<dsp::Double2, dsp::PairOutput>;
+    PairBand high{Join(left.highPass, right.highPass), highBandGain, {left.highBand, right.highBand}};
+    PairBand low{Join(left.lowPass, right.lowPass), lowBandGain, {left.lowBand, right.lowBand}};
+    Split(dsp::PairInput{leftContext.inputs[0], rightContext.inputs[0]}, high, low, numFrames);
+    SplitState(high.section, left.highPass, right.highPass);
+    SplitState(low.section, left.lowPass, right.lowPass);
+    left.HealSections();
+    right.HealSections();
+    RectifierFollowerHissBuzz::RunPairs({{left.highFollower, left.highBand, left.highEnvelope},
+                                         {right.highFollower, right.highBand, right.highEnvelope}},
+                                        {{left.lowFollower, left.lowBand, left.lowEnvelope},
+                                         {right.lowFollower, right.lowBand, right.lowEnvelope}},
+                                        numFrames);
+    left.Decide(leftContext);
+    right.Decide(rightContext);
+}
+
 void HissBuzzDiscriminator::SplitBands(const float* input, u32 numFrames) {
-    dsp::BiquadSection high = highPass;
-    dsp::BiquadSection low = lowPass;
-    for (u32 n = 0; n < numFrames; ++n) {
-        const double x = static_cast<double>(input[n]);
-        highBand[n] = static_cast<float>(high.Tick(x) * highBandGain);
-        lowBand[n] = static_cast<float>(low.Tick(x) * lowBandGain);
-    }
-    highPass = high;
-    lowPass = low;
+    using SoloBand = Band<double, dsp::SoloOutput>;
+    SoloBand high{highPass, highBandGain, {highBand}};
+    SoloBand low{lowPass, lowBandGain, {lowBand}};
+    Split(dsp::SoloInput{input}, high, low, numFrames);
+    highPass = high.section;
+    lowPass = low.section;
+    HealSections();
+}
+
+void HissBuzzDiscriminator::HealSections() {
     highPass.Heal();
     lowPass.Heal();
 }
 
-void HissBuzzDiscriminator::Decide(float* hissControl, float* buzzControl, u32 numFrames) {
-    for (u32 n = 0; n < numFrames; ++n) {
-        const float difference = lowEnvelope[n] + trim - highEnvelope[n];
-        const float level = difference <= -deadBand ? lowLevel : highLevel;
-        hissControl[n] = level;
-        buzzControl[n] = -level;
+void HissBuzzDiscriminator::Decide(const dsp::ProcessContext& context) const {
+    using dsp::simd::Float4;
+    for (u32 n = 0; n < context.numFrames; n += Float4::size) {
+        const Float4 difference =
+            Float4::load_unaligned(lowEnvelope + n) + trim - Float4::load_unaligned(highEnvelope + n);
+        const auto unvoiced = difference <= -deadBand;
+        xsimd::select(unvoiced, Float4(lowLevel), Float4(highLevel)).store_unaligned(context.outputs[0] + n);
+        xsimd::select(unvoiced, Float4(highLevel), Float4(lowLevel)).store_unaligned(context.outputs[1] + n);
     }
 }
 

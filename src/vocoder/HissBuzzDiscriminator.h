@@ -26,10 +26,14 @@ public:
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
+    /// Both channels of a stereo core at once: the same samples as from two calls of Process.
+    static void ProcessPair(HissBuzzDiscriminator& left, dsp::ProcessContext& leftContext,
+                            HissBuzzDiscriminator& right, dsp::ProcessContext& rightContext);
 
 private:
     void SplitBands(const float* input, u32 numFrames);
-    void Decide(float* hissControl, float* buzzControl, u32 numFrames);
+    void HealSections();
+    void Decide(const dsp::ProcessContext& context) const;
 
     dsp::BiquadSection highPass;
     dsp::BiquadSection lowPass;

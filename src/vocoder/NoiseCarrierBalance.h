@@ -25,10 +25,12 @@ public:
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
+    /// Both channels of a stereo core at once: the same samples as from two calls of Process.
+    static void ProcessPair(NoiseCarrierBalance& left, dsp::ProcessContext& leftContext,
+                            NoiseCarrierBalance& right, dsp::ProcessContext& rightContext);
 
 private:
-    template <class Smoothed>
-    void Filter(const dsp::ProcessContext& context, Smoothed balance);
+    void Finish(dsp::ProcessContext& context);
 
     dsp::FirstOrderSection carrierPath;
     dsp::FirstOrderSection noisePath;

@@ -29,7 +29,8 @@ void MultiplyByFactor(double (&polynomial)[filterOrder + 1], u32 degree, double 
 }
 
 /// Puts s = c (1 - z^-1) / (1 + z^-1) into a polynomial of s, times (1 + z^-1)^5.
-void BilinearTransform(const double (&analogue)[filterOrder + 1], double c, double (&digital)[filterOrder + 1]) {
+void BilinearTransform(const double (&analogue)[filterOrder + 1], double c,
+                       double (&digital)[filterOrder + 1]) {
     std::fill(std::begin(digital), std::end(digital), 0.0);
     double scale = 1.0;
     for (u32 power = 0; power <= filterOrder; ++power) {
@@ -48,51 +49,75 @@ void BilinearTransform(const double (&analogue)[filterOrder + 1], double c, doub
 
 void NoiseShaper::Prepare(double sampleRate) {
     const double c = 2.0 * sampleRate;
-    BilinearTransform(analogueNumerator, c, numerator);
-    BilinearTransform(analogueDenominator, c, denominator);
-    const double leading = denominator[0];
+    BilinearTransform(analogueNumerator, c, response.numerator);
+    BilinearTransform(analogueDenominator, c, response.denominator);
+    const double leading = response.denominator[0];
     for (u32 i = 0; i <= order; ++i) {
-        numerator[i] *= gain / leading;
-        denominator[i] /= leading;
+        response.numerator[i] *= gain / leading;
+        response.denominator[i] /= leading;
     }
     const double w = highPassRate / sampleRate;
     highPass.SetHighPass(w, std::sin(w) * highPassDamping);
 }
 
 void NoiseShaper::Reset() {
-    std::fill(std::begin(pastInputs), std::end(pastInputs), 0.0);
-    std::fill(std::begin(pastOutputs), std::end(pastOutputs), 0.0);
+    std::fill(std::begin(response.pastInputs), std::end(response.pastInputs), 0.0);
+    std::fill(std::begin(response.pastOutputs), std::end(response.pastOutputs), 0.0);
     highPass.Reset();
 }
 
-void NoiseShaper::Process(float* samples, u32 numFrames) {
+template <class T>
+inline T NoiseShaper::Section<T>::Tick(T x) {
     const auto& b = numerator;
     const auto& a = denominator;
-    auto [x1, x2, x3, x4, x5] = pastInputs;
-    auto [y1, y2, y3, y4, y5] = pastOutputs;
-    dsp::BiquadSection section = highPass;
-    for (u32 n = 0; n < numFrames; ++n) {
-        const double x = samples[n];
-        const double older = (b[0] * x + b[1] * x1 + b[2] * x2) + (b[3] * x3 + b[4] * x4 + b[5] * x5) -
-                             (a[5] * y5 + a[4] * y4 + a[3] * y3) - a[2] * y2;
-        const double y = older - a[1] * y1;
-        x5 = x4;
-        x4 = x3;
-        x3 = x2;
-        x2 = x1;
-        x1 = x;
-        y5 = y4;
-        y4 = y3;
-        y3 = y2;
-        y2 = y1;
-        y1 = y;
-        samples[n] = static_cast<float>(section.Tick(y));
+    auto& xs = pastInputs;
+    auto& ys = pastOutputs;
+    const T older = (b[0] * x + b[1] * xs[0] + b[2] * xs[1]) + (b[3] * xs[2] + b[4] * xs[3] + b[5] * xs[4]) -
+                    (a[5] * ys[4] + a[4] * ys[3] + a[3] * ys[2]) - a[2] * ys[1];
+    const T y = older - a[1] * ys[0];
+    for (u32 i = order - 1; i > 0; --i) {
+        xs[i] = xs[i - 1];
+        ys[i] = ys[i - 1];
     }
+    xs[0] = x;
+    ys[0] = y;
+    return y;
+}
+
+template <class T, class Input, class Output>
+void NoiseShaper::Run(Input input, Output output, u32 numFrames, Section<T>& response,
+                      dsp::BasicBiquadSection<T>& highPass) {
+    Section<T> shape = response;
+    dsp::BasicBiquadSection<T> section = highPass;
+    dsp::ForEachFrame(
+        input, output, numFrames, [&](T x) { return shape.Tick(x); }, [&](T x) { return section.Tick(x); });
+    response = shape;
     highPass = section;
-    const double newInputs[order] = {x1, x2, x3, x4, x5};
-    const double newOutputs[order] = {y1, y2, y3, y4, y5};
-    std::copy_n(newInputs, order, pastInputs);
-    std::copy_n(newOutputs, order, pastOutputs);
+}
+
+void NoiseShaper::Process(float* samples, u32 numFrames) {
+    Run(dsp::SoloInput{samples}, dsp::SoloOutput{samples}, numFrames, response, highPass);
+}
+
+void NoiseShaper::ProcessPair(NoiseShaper& left, float* leftSamples, NoiseShaper& right, float* rightSamples,
+                              u32 numFrames) {
+    Section<dsp::Double2> both;
+    for (u32 i = 0; i <= order; ++i) {
+        both.numerator[i] = dsp::Lanes(left.response.numerator[i], right.response.numerator[i]);
+        both.denominator[i] = dsp::Lanes(left.response.denominator[i], right.response.denominator[i]);
+    }
+    for (u32 i = 0; i < order; ++i) {
+        both.pastInputs[i] = dsp::Lanes(left.response.pastInputs[i], right.response.pastInputs[i]);
+        both.pastOutputs[i] = dsp::Lanes(left.response.pastOutputs[i], right.response.pastOutputs[i]);
+    }
+    dsp::BiquadPair section = Join(left.highPass, right.highPass);
+    Run(dsp::PairInput{leftSamples, rightSamples}, dsp::PairOutput{leftSamples, rightSamples}, numFrames,
+        both, section);
+    for (u32 i = 0; i < order; ++i) {
+        dsp::SplitLanes(both.pastInputs[i], left.response.pastInputs[i], right.response.pastInputs[i]);
+        dsp::SplitLanes(both.pastOutputs[i], left.response.pastOutputs[i], right.response.pastOutputs[i]);
+    }
+    SplitState(section, left.highPass, right.highPass);
 }
 
 } // namespace Velmora::Processor

@@ -14,7 +14,7 @@ struct LaneTile;
 /// Programmed through its parameters: type, frequency in Hz, quality and linear gain of each stage.
 /// Coefficients (Robert Bristow-Johnson's cookbook) change at once, without interpolation.
 ///
-/// A frequency above half the rate makes a stage unstable and a quality of 0 makes it undefined; nothing
+/// From 44100 Hz on, a frequency above half the rate makes a stage unstable and a quality of 0 makes it undefined; nothing
 /// guards against either, but at the end of a block a channel whose state is not finite starts again from
 /// silence.
 template <unsigned channels, unsigned stages>
@@ -35,7 +35,7 @@ public:
     }
     /// Sets a parameter of both stages to one real value.
     void SetBothStages(Group group, u32 channel, float value);
-    /// Type, gain and the low-pass quality of the instrument's band plan.
+    /// Type, gain and the low-pass quality of the band plan.
     void SetBandTypes();
     /// Frequencies and the band-pass quality.
     void SetFrequencies(const BandPlan& plan);

@@ -51,7 +51,8 @@ bool PatchBay::SetParameterNormalized(u32 id, float value) {
 
 bool PatchBay::SetParameterValue(u32 id, float value) {
     UnitModule::SetParameterValue(id, value);
-    return Route(id, parameters[id].PeekNormalized());
+    Route(id, parameters[id].PeekNormalized());
+    return true;
 }
 
 /// Hands a route on to the matrix, whose cells are numbered alike.

@@ -36,6 +36,7 @@ public:
     /// amount is kept but carries nothing. True for a route, and for "SampleHold" above 0.5; false means that
     /// nothing was routed, not that the write was refused.
     bool SetParameterNormalized(u32 id, float value) override;
+    /// Routes likewise, by the position that the value has. Always true.
     bool SetParameterValue(u32 id, float value) override;
 
     void OnInitialize(float sampleRate, u32 maxBlockFrames) override;

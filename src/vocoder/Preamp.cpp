@@ -2,7 +2,6 @@
 #include "vocoder/Preamp.h"
 
 #include "vocoder/AudioInput.h"
-#include "vocoder/SmoothedGain.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,6 +15,15 @@ constexpr double highPassHz = 4.8;
 constexpr double highPassQ = 0.32;
 constexpr double inputGain = 2.8;
 constexpr double stageGain = 17.529;
+
+/// gains: one per channel.
+template <class Input, class Output, class T, class... Gain>
+void Filter(Input input, Output output, u32 numFrames, dsp::BasicBiquadSection<T>& highPass, Gain... gains) {
+    dsp::BasicBiquadSection<T> section = highPass;
+    dsp::ForEachFrame(input, output, numFrames,
+                      [&](T x) { return section.Tick(inputGain * x, stageGain * dsp::Lanes(gains()...)); });
+    highPass = section;
+}
 
 } // namespace
 
@@ -38,7 +46,7 @@ void Preamp::OnReset(bool /*hard*/) {
 
 bool Preamp::UpdateParameters(dsp::ProcessContext& context) {
     const float level = parameters[ProgramLevel].GetModulatedValue(context, 1);
-    AimSmoother(gainSmoother, std::pow(10.0F, level * 0.05F), needsUpdate);
+    AimSmoother(gainSmoother, levelGain.Of(level), needsUpdate);
     return true;
 }
 
@@ -46,22 +54,35 @@ bool Preamp::Process(dsp::ProcessContext& context) {
     float* block = context.outputs[0];
     const u32 numFrames = context.numFrames;
     CopyAudioInput(context.inputs[0], block, numFrames);
-    WithSmoothedGain(gainSmoother, [&](auto gain) { Filter(block, numFrames, gain); });
+    WithSmoothedGain(gainSmoother, [&](auto gain) {
+        Filter(dsp::SoloInput{block}, dsp::SoloOutput{block}, numFrames, highPass, gain);
+    });
+    Finish(block, numFrames);
+    return true;
+}
+
+void Preamp::ProcessPair(Preamp& left, dsp::ProcessContext& leftContext, Preamp& right,
+                         dsp::ProcessContext& rightContext) {
+    float* leftBlock = leftContext.outputs[0];
+    float* rightBlock = rightContext.outputs[0];
+    const u32 numFrames = leftContext.numFrames;
+    CopyAudioInput(leftContext.inputs[0], leftBlock, numFrames);
+    CopyAudioInput(rightContext.inputs[0], rightBlock, numFrames);
+    dsp::BiquadPair section = Join(left.highPass, right.highPass);
+    WithSmoothedGains(left.gainSmoother, right.gainSmoother, [&](auto leftGain, auto rightGain) {
+        Filter(dsp::PairInput{leftBlock, rightBlock}, dsp::PairOutput{leftBlock, rightBlock}, numFrames,
+               section, leftGain, rightGain);
+    });
+    SplitState(section, left.highPass, right.highPass);
+    left.Finish(leftBlock, numFrames);
+    right.Finish(rightBlock, numFrames);
+}
+
+void Preamp::Finish(float* block, u32 numFrames) {
     if (highPass.Heal()) {
         std::fill_n(block, numFrames, 0.0F);
     }
     overload.Update(block, numFrames);
-    return true;
-}
-
-template <class Gain>
-void Preamp::Filter(float* block, u32 numFrames, Gain gain) {
-    dsp::BiquadSection section = highPass;
-    for (u32 n = 0; n < numFrames; ++n) {
-        const double x = inputGain * static_cast<double>(block[n]);
-        block[n] = static_cast<float>(section.Tick(x, stageGain * static_cast<double>(gain())));
-    }
-    highPass = section;
 }
 
 } // namespace Velmora::Processor

@@ -5,6 +5,7 @@
 #include "dsp/SmootherLPF.h"
 #include "dsp/UnitModule.h"
 #include "vocoder/OverloadDetector.h"
+#include "vocoder/SmoothedGain.h"
 
 #include <string>
 
@@ -27,15 +28,18 @@ public:
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
+    /// Both channels of a stereo core at once: the same samples as from two calls of Process.
+    static void ProcessPair(Preamp& left, dsp::ProcessContext& leftContext, Preamp& right,
+                            dsp::ProcessContext& rightContext);
 
     /// Read by the owner after Process.
     OverloadDetector overload;
 
 private:
-    template <class Gain>
-    void Filter(float* block, u32 numFrames, Gain gain);
+    void Finish(float* block, u32 numFrames);
 
     dsp::BiquadSection highPass;
+    DecibelGain levelGain;
     dsp::SmootherLPF gainSmoother{0.1};
 };
 

@@ -20,8 +20,13 @@ public:
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
+    /// Both channels of a stereo core at once: the same samples as from two calls of Process.
+    static void ProcessPair(PreampAnalyzer& left, dsp::ProcessContext& leftContext, PreampAnalyzer& right,
+                            dsp::ProcessContext& rightContext);
 
 private:
+    void Finish(float* output, u32 numFrames);
+
     dsp::BiquadSection highPass;
 };
 

@@ -22,24 +22,30 @@ public:
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
+    /// Both channels of a stereo core at once: the same samples as from two calls of Process.
+    static void ProcessPair(RectifierFollowerHissBuzz& left, dsp::ProcessContext& leftContext,
+                            RectifierFollowerHissBuzz& right, dsp::ProcessContext& rightContext);
 
     /// Runs two followers as children side by side, as their parent: the same samples as one after the other
-    /// in less time, since neither recursion waits for the other.
+    /// in less time.
     static void RunPair(RectifierFollowerHissBuzz& first, const float* firstInput, float* firstOutput,
                         RectifierFollowerHissBuzz& second, const float* secondInput, float* secondOutput,
                         u32 numFrames);
 
-private:
-    struct Filter {
-        dsp::FirstOrderSection onePole;
-        dsp::BiquadSection biquad;
-
-        float Tick(float rectified);
+    /// A follower with its blocks.
+    struct Port {
+        RectifierFollowerHissBuzz& follower;
+        const float* input;
+        float* output;
     };
+    /// RunPair for two pairs.
+    static void RunPairs(const Port (&first)[2], const Port (&second)[2], u32 numFrames);
 
-    void Finish(float* output, u32 numFrames);
+private:
+    void FinishBlock(float* output, u32 numFrames);
 
-    Filter filter;
+    dsp::FirstOrderSection onePole;
+    dsp::BiquadSection biquad;
 };
 
 } // namespace Velmora::Processor

@@ -25,6 +25,9 @@ public:
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
+    /// Both channels of a stereo core at once: the same samples as from two calls of Process.
+    static void ProcessPair(VCAGate& left, dsp::ProcessContext& leftContext, VCAGate& right,
+                            dsp::ProcessContext& rightContext);
 
     /// Written by the owner.
     float preGain = 0.0F;
@@ -46,9 +49,23 @@ public:
     float sampleRate = 1.0F;
 
 private:
+    /// What the gate's recursion comes to while the control holds its level: gate = feed - decay * gate.
+    struct HeldLevel {
+        double current;
+        double firstFeed;
+        double feed;
+        double decay;
+        double gate;
+    };
+
+    HeldLevel BeginHeld(float level) const;
+    void FinishHeld(float level, const HeldLevel& held, double gate);
+    void Amplify(const dsp::ProcessContext& context);
     void FollowControl(const float* control, float* gate, u32 numFrames);
     u32 RunAttack(const float* control, float* gate, u32 n, u32 numFrames);
     u32 RunRelease(const float* control, float* gate, u32 n, u32 numFrames);
+    void FinishAttack(double x1, double g);
+    void FinishRelease(double g);
     bool Heal();
 };
 

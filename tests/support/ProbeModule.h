@@ -22,8 +22,9 @@ public:
 
     void Terminate() override { Note("Terminate"); }
     void OnInitialize(float sampleRate, u32 maxBlockSize) override {
-        Note("OnInitialize " + std::to_string(static_cast<int>(sampleRate)) + " " +
-             std::to_string(maxBlockSize));
+        std::string call("OnInitialize ");
+        call.append(std::to_string(static_cast<int>(sampleRate))).append(" ");
+        Note(call.append(std::to_string(maxBlockSize)));
     }
     void OnReset(bool hard) override { Note(hard ? "OnReset hard" : "OnReset soft"); }
     bool UpdateParameters(dsp::ProcessContext& /*context*/) override {
@@ -59,7 +60,7 @@ private:
     static std::vector<dsp::ModuleParam> Records() {
         std::vector<dsp::ModuleParam> records;
         for (u32 i = 0; i < Count; ++i) {
-            records.push_back(dsp::ModuleParam::Mapped("P" + std::to_string(i), 1, 0.0F, 10.0F, 0.0F));
+            records.push_back(dsp::ModuleParam::Mapped(std::string("P").append(std::to_string(i)), 1, 0.0F, 10.0F, 0.0F));
         }
         return records;
     }

@@ -271,6 +271,20 @@ TEST(BodeVocoder, SilenceReadsAsVoicedAndTheLightsTellTheTwoApart) {
     EXPECT_GT(rig.Get("HissLED"), 0.9F);
 }
 
+TEST(BodeVocoder, TheVoicedLightFallsInTheReleaseTimeFromTheFirstBlockOn) {
+    CoreRig rig;
+    rig.Set("AnalyzerRectifiers_Release", 5.0F);
+    // Trimmed such that silence reads as unvoiced.
+    rig.Set("HissBuzzDiscriminator_HissBuzzTrimmer", 0.0F);
+    rig.Initialize();
+    const StereoPair silence = {Signal(44, 0.0F), Signal(44, 0.0F)};
+    rig.Run(silence, silence);
+    EXPECT_NEAR(rig.Get("BuzzLED"), std::exp(-44.0 / 44100.0 / 5.0), 1e-4) << "one block";
+    const StereoPair long5s = {Signal(5 * second, 0.0F), Signal(5 * second, 0.0F)};
+    rig.Run(long5s, long5s);
+    EXPECT_NEAR(rig.Get("BuzzLED"), std::exp(-1.0), 1e-2) << "one release time";
+}
+
 TEST(BodeVocoder, ResetEqualsANewCore) {
     const StereoPair carrier = ChordPair(8800, 44100.0F);
     const StereoPair modulator = SpeechPair(8800, 44100.0F);

@@ -149,7 +149,7 @@ TEST_F(PatchBayTest, TheResultOfAWriteTellsWhetherSomethingIsPatchedOrHeld) {
     EXPECT_FALSE(bay.SetParameterNormalized(273, 1.0F));
     EXPECT_FALSE(bay.SetParameterNormalized(272, 0.5F));
     EXPECT_TRUE(bay.SetParameterNormalized(272, 0.75F));
-    EXPECT_FALSE(bay.SetParameterValue(272, 0.0F));
+    EXPECT_TRUE(bay.SetParameterValue(272, 0.0F));
     EXPECT_EQ(bay.GetParameterNormalized(273), 1.0F) << "a false result still stores the value";
 }
 
