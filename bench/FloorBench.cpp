@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The floor under the core: the arithmetic of both filter banks, rectifiers and amplifiers of two channels and
-// nothing else. No modules, no parameters, no buffers per band, no noise, no high-frequency path.
+// The floor under the core: the arithmetic of both filter banks, rectifiers and amplifiers of two channels
+// and nothing else. No modules, no parameters, no buffers per band, no noise, no high-frequency path.
 #include "BenchSignals.h"
-
 #include "dsp/DenormalGuard.h"
 #include "vocoder/BandPlan.h"
 #include "vocoder/RectifierFollower.h"
@@ -100,10 +99,11 @@ void Floor(benchmark::State& state) {
     float out[frames];
     std::size_t at = 0;
     for (auto _ : state) {
-        RunTile(*sets[index], left, modulator.left.data() + at, carrier.left.data() + at, noise.left.data() + at, out);
+        RunTile(*sets[index], left, modulator.left.data() + at, carrier.left.data() + at,
+                noise.left.data() + at, out);
         benchmark::DoNotOptimize(out);
-        RunTile(*sets[index], right, modulator.right.data() + at, carrier.right.data() + at, noise.right.data() + at,
-                out);
+        RunTile(*sets[index], right, modulator.right.data() + at, carrier.right.data() + at,
+                noise.right.data() + at, out);
         benchmark::DoNotOptimize(out);
         at = (at + frames) % (frames * 2000);
     }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the stereo core costs per frame, and what its bare arithmetic would.
 #include "BenchSignals.h"
-
 #include "dsp/DenormalGuard.h"
 #include "dsp/RunChild.h"
 #include "vocoder/BodeVocoder.h"
@@ -19,7 +18,8 @@ using Velmora::Processor::BodeVocoder;
 /// A core with every band open, driven as the player would: speech in, chord in.
 class CoreRig {
 public:
-    explicit CoreRig(const Velmora::Processor::VocoderKernels& kernels) : core(std::make_unique<BodeVocoder>()) {
+    explicit CoreRig(const Velmora::Processor::VocoderKernels& kernels)
+        : core(std::make_unique<BodeVocoder>()) {
         core->UseKernels(kernels);
         core->SeedNoise(1);
         SetPlayingParameters(*core);

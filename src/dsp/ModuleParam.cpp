@@ -84,7 +84,7 @@ void ModuleParam::CopyScalars(const ModuleParam& other) {
 }
 
 void ModuleParam::AssignMapping(MappingTools::MappingStorage storage) {
-    mappingStorage = storage;
+    mappingStorage = std::move(storage);
     mapping = MappingTools::ActiveMapping(mappingStorage);
     mappingIsAbsolute = mapping->IsAbsolute();
 }

@@ -9,8 +9,9 @@ struct EventQueue;
 
 /// What one block hands to a module. Built once per block at the top of the tree; parents build their own
 /// for their children. Buffers are 16-byte aligned and hold numFrames samples each. The pointer of a
-/// modulation input may be null, and that of an audio input where the module says so. A modulation input carries one float directly in front of its first sample: a non-zero value
-/// there marks the buffer as active.
+/// modulation input may be null, and that of an audio input where the module says so. A modulation input
+/// carries one float directly in front of its first sample: a non-zero value there marks the buffer as
+/// active.
 struct ProcessContext {
     /// Audio inputs first, then the module's modulation inputs.
     const float* const* inputs = nullptr;

@@ -9,8 +9,6 @@ namespace Velmora::dsp {
 inline constexpr double stateLimit = 1e12;
 
 /// False for a filter state that is not a number or has run away.
-inline bool IsWithinStateLimit(double state) {
-    return std::abs(state) <= stateLimit;
-}
+inline bool IsWithinStateLimit(double state) { return std::abs(state) <= stateLimit; }
 
 } // namespace Velmora::dsp

@@ -6,8 +6,6 @@ namespace Velmora {
 CException::CException(const std::string& message, const char* file, int line)
     : text(message + "(" + file + ":" + std::to_string(line) + ")") {}
 
-const char* CException::what() const noexcept {
-    return text.c_str();
-}
+const char* CException::what() const noexcept { return text.c_str(); }
 
 } // namespace Velmora

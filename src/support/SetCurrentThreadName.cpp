@@ -5,8 +5,6 @@
 
 namespace Velmora {
 
-void SetCurrentThreadName(const std::string& name) {
-    Platform::SetThreadName(name);
-}
+void SetCurrentThreadName(const std::string& name) { Platform::SetThreadName(name); }
 
 } // namespace Velmora

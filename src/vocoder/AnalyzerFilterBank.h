@@ -21,7 +21,9 @@ public:
     /// Parts of a run for an owner that takes the bands in tiles: what comes before a block, a stretch of it,
     /// and what comes after.
     void BeginBlock(dsp::ProcessContext& context) { Child<0>().UpdateParameters(context); }
-    void FilterTile(const float* program, u32 frames, LaneTile& tile) { Child<0>().FilterTile(program, frames, tile); }
+    void FilterTile(const float* program, u32 frames, LaneTile& tile) {
+        Child<0>().FilterTile(program, frames, tile);
+    }
     void FinishBlock();
 
     void UseKernels(const VocoderKernels& set) { Child<0>().UseKernels(set); }

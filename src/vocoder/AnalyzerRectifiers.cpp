@@ -57,9 +57,8 @@ void AnalyzerRectifiers::OnReset(bool /*hard*/) {
 
 bool AnalyzerRectifiers::UpdateParameters(dsp::ProcessContext& context) {
     attack = additional.parameters[Attack].GetModulatedValue(context, attackInput);
-    ForEachChild([this](auto& follower) { follower.SetParameterValue(RectifierFollower::Attack, attack); });
     release = additional.parameters[Release].GetModulatedValue(context, releaseInput);
-    ForEachChild([this](auto& follower) { follower.SetParameterValue(RectifierFollower::Release, release); });
+    ForEachChild([this](auto& follower) { follower.SetTimes(attack, release); });
     // The lanes share their coefficients, so these are computed once, and only on a change.
     if (needsUpdate || attack != preparedAttack) {
         preparedAttack = attack;
@@ -80,7 +79,7 @@ bool AnalyzerRectifiers::Process(dsp::ProcessContext& context) {
     LaneTile tile;
     for (u32 offset = 0; offset < context.numFrames; offset += LaneTile::maxFrames) {
         const u32 frames = std::min(LaneTile::maxFrames, context.numFrames - offset);
-        GatherBands(context.inputs, offset, frames, tile);
+        kernels->gatherBands(context.inputs, offset, frames, tile);
         FollowTile(tile, frames, context.outputs, offset);
     }
     FinishBlock(context.outputs, context.numFrames);
@@ -90,8 +89,8 @@ bool AnalyzerRectifiers::Process(dsp::ProcessContext& context) {
 void AnalyzerRectifiers::FollowTile(LaneTile& bands, u32 frames, float* const* outputs, u32 offset) {
     LaneTile envelopes;
     kernels->runRectifiers(lanes, bands.Data(), envelopes.Data(), frames);
-    ScatterBands(envelopes, frames, outputs, offset);
-    ScatterBands(bands, frames, outputs + bandCount, offset);
+    kernels->scatterBands(envelopes, frames, outputs, offset);
+    kernels->scatterBands(bands, frames, outputs + bandCount, offset);
 }
 
 void AnalyzerRectifiers::FinishBlock(const float* const* outputs, u32 numFrames) {
@@ -110,10 +109,11 @@ void AnalyzerRectifiers::FinishBlock(const float* const* outputs, u32 numFrames)
 }
 
 void AnalyzerRectifiers::HealLanes() {
-    // Nine orders of magnitude above full scale; not-a-number fails the comparison too.
+    // Nine orders of magnitude above full scale; not-a-number fails the comparison too. What is wrong with
+    // the stages before it has reached the biquad's output by the end of the block.
     constexpr double controlLimit = 1e6;
     u64 broken[bandCount] = {};
-    for (const auto* state : {&lanes.rectified1, &lanes.pole1, &lanes.pole2, &lanes.out1, &lanes.out2, &lanes.envelope}) {
+    for (const auto* state : {&lanes.out1, &lanes.envelope}) {
         for (u32 band = 0; band < bandCount; ++band) {
             broken[band] |= std::abs((*state)[band]) <= controlLimit ? u64{0} : u64{1};
         }

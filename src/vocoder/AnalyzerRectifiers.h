@@ -50,8 +50,8 @@ public:
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
 
-    /// Parts of Process for an owner that gives the bands in tiles; UpdateParameters comes before, FinishBlock
-    /// ends the block. The tile is used up.
+    /// Parts of Process for an owner that gives the bands in tiles; UpdateParameters comes before,
+    /// FinishBlock ends the block. The tile is used up.
     void FollowTile(LaneTile& bands, u32 frames, float* const* outputs, u32 offset);
     void FinishBlock(const float* const* outputs, u32 numFrames);
 

@@ -23,7 +23,8 @@ struct BandPlan {
     float stage2Hz[bandCount - 1];
     float bandPassQ;
 
-    /// lowerEdge in Hz moves the whole plan; width, -1 to 1, spreads the two stages of each band by up to 7 %.
+    /// lowerEdge in Hz moves the whole plan; width, -1 to 1, spreads the two stages of each band by up to 7
+    /// %.
     BandPlan(float lowerEdge, float width);
 };
 

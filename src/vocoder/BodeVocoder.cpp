@@ -56,7 +56,8 @@ struct ChannelPins {
 
     ChannelPins(const dsp::ProcessContext& context, u32 channel) {
         inputs[BodeVocoderMono::CarrierIn] = context.InputOrNull(CarrierLeft + channel);
-        inputs[BodeVocoderMono::ModulatorIn] = channel < context.numAuxInputs ? context.auxInputs[channel] : nullptr;
+        inputs[BodeVocoderMono::ModulatorIn] =
+            channel < context.numAuxInputs ? context.auxInputs[channel] : nullptr;
         inputs[BodeVocoderMono::AttackMod] = context.InputOrNull(AttackMod);
         inputs[BodeVocoderMono::ReleaseMod] = context.InputOrNull(ReleaseMod);
         inputs[BodeVocoderMono::BalanceMod] = context.InputOrNull(BalanceMod);
@@ -144,7 +145,8 @@ void BodeVocoder::MixOutputs(const dsp::ProcessContext& context) {
         float* out = context.outputs[MixLeft + channel];
         for (u32 n = 0; n + 4 <= frames; n += 4) {
             const Float4 drySignal = Float4::load_unaligned(program + n) * Float4::load_aligned(dry + n);
-            const Float4 wetSignal = Float4::load_unaligned(out + n) * wetScale * Float4::load_aligned(wet + n);
+            const Float4 wetSignal =
+                Float4::load_unaligned(out + n) * wetScale * Float4::load_aligned(wet + n);
             const Float4 mix = (drySignal * dryScale + wetSignal) * outputScale;
             // While a filter that was set to an impossible value runs away, the output stays finite.
             const auto finite = xsimd::abs(mix) <= Float4(std::numeric_limits<float>::max());

@@ -56,8 +56,7 @@ BodeVocoderMono::BodeVocoderMono(std::string moduleName)
                       std::make_tuple("AnalyzerRectifiers"), std::make_tuple("SynthesizerVCABank"),
                       std::make_tuple("SynthesizerFilterBank"), std::make_tuple("HissBuzzDiscriminator"),
                       std::make_tuple("NoiseCarrierBalance"), std::make_tuple("NoiseGenerator"),
-                      std::make_tuple("CarrierPreamp"), std::make_tuple("HFChannel"),
-                      std::make_tuple()) {
+                      std::make_tuple("CarrierPreamp"), std::make_tuple("HFChannel"), std::make_tuple()) {
     constexpr float white = 1.0F;
     Child<NoiseChild>().SetParameterValue(0, white);
     SetUpGate(carrierGate);
@@ -69,6 +68,7 @@ BodeVocoderMono::BodeVocoderMono(std::string moduleName)
 void BodeVocoderMono::UseKernels(const VocoderKernels& set) {
     Child<AnalyzerBankChild>().UseKernels(set);
     Child<RectifiersChild>().UseKernels(set);
+    Child<VcaBankChild>().UseKernels(set);
     Child<SynthesizerBankChild>().UseKernels(set);
 }
 
@@ -123,7 +123,8 @@ void BodeVocoderMono::SetUnvoicedTimes() {
     HFChannel& hf = Child<HFChild>();
     noiseGate.SetParameterValue(VCAGate::FcGateAttack, fixed ? fastAttack : AdditionalValue(NoiseGateAttack));
     hf.SetParameterValue(HFChannel::AttackHF, fixed ? fastAttack : AdditionalValue(HFAttack));
-    noiseGate.SetParameterValue(VCAGate::FcGateRelease, fixed ? fastRelease : AdditionalValue(NoiseGateRelease));
+    noiseGate.SetParameterValue(VCAGate::FcGateRelease,
+                                fixed ? fastRelease : AdditionalValue(NoiseGateRelease));
     hf.SetParameterValue(HFChannel::ReleaseHF, fixed ? fastRelease : AdditionalValue(HFRelease));
 }
 
@@ -178,8 +179,8 @@ bool BodeVocoderMono::Process(dsp::ProcessContext& context) {
     return true;
 }
 
-void BodeVocoderMono::ProcessPair(BodeVocoderMono& left, dsp::ProcessContext& leftContext, BodeVocoderMono& right,
-                                  dsp::ProcessContext& rightContext) {
+void BodeVocoderMono::ProcessPair(BodeVocoderMono& left, dsp::ProcessContext& leftContext,
+                                  BodeVocoderMono& right, dsp::ProcessContext& rightContext) {
     RunChannels(ChannelSet<2>{{&left, &right}, {&leftContext, &rightContext}});
 }
 
@@ -197,27 +198,31 @@ void BodeVocoderMono::RunChannels(const ChannelSet<count>& set) {
 
 template <u32 count>
 void BodeVocoderMono::RunProgramSide(const ChannelSet<count>& set) {
-    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<PreampChild>(); },
-            [](BodeVocoderMono&, const Context& x) {
-                return Pins<2, 1>{{x.inputs[ModulatorIn], x.inputs[ProgramLevelMod]}, {x.outputs[ProgramOut]}};
-            });
-    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<PreampAnalyzerChild>(); },
-            [](BodeVocoderMono& c, const Context& x) {
-                return Pins<1, 1>{{x.outputs[ProgramOut]}, {c.buffers[AnalyzedProgram]}};
-            });
-    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<DiscriminatorChild>(); },
-            [](BodeVocoderMono& c, const Context&) {
-                return Pins<1, 2>{{c.buffers[AnalyzedProgram]}, {c.buffers[HissControl], c.buffers[BuzzControl]}};
-            });
+    set.Run(
+        [](BodeVocoderMono & c) -> auto& { return c.Child<PreampChild>(); },
+        [](BodeVocoderMono&, const Context& x) {
+            return Pins<2, 1>{{x.inputs[ModulatorIn], x.inputs[ProgramLevelMod]}, {x.outputs[ProgramOut]}};
+        });
+    set.Run(
+        [](BodeVocoderMono & c) -> auto& { return c.Child<PreampAnalyzerChild>(); },
+        [](BodeVocoderMono& c, const Context& x) {
+            return Pins<1, 1>{{x.outputs[ProgramOut]}, {c.buffers[AnalyzedProgram]}};
+        });
+    set.Run(
+        [](BodeVocoderMono & c) -> auto& { return c.Child<DiscriminatorChild>(); },
+        [](BodeVocoderMono& c, const Context&) {
+            return Pins<1, 2>{{c.buffers[AnalyzedProgram]}, {c.buffers[HissControl], c.buffers[BuzzControl]}};
+        });
     set.ForEach([](BodeVocoderMono& channel, const Context& context) {
         if (context.numFrames > 0) {
             channel.UpdateVoicedLight();
         }
     });
-    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<HFChild>(); },
-            [](BodeVocoderMono& c, const Context&) {
-                return Pins<2, 1>{{c.buffers[AnalyzedProgram], c.buffers[HissControl]}, {c.buffers[HFSignal]}};
-            });
+    set.Run(
+        [](BodeVocoderMono & c) -> auto& { return c.Child<HFChild>(); },
+        [](BodeVocoderMono& c, const Context&) {
+            return Pins<2, 1>{{c.buffers[AnalyzedProgram], c.buffers[HissControl]}, {c.buffers[HFSignal]}};
+        });
 }
 
 void BodeVocoderMono::UpdateVoicedLight() {
@@ -232,32 +237,46 @@ void BodeVocoderMono::UpdateVoicedLight() {
 
 template <u32 count>
 void BodeVocoderMono::RunNoise(const ChannelSet<count>& set) {
-    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<NoiseChild>(); },
-            [](BodeVocoderMono& c, const Context&) { return Pins<1, 1>{{nullptr}, {c.buffers[NoiseBuffer]}}; });
-    set.ForEach([](BodeVocoderMono& channel, const Context& context) {
-        channel.noiseShaper.Process(channel.buffers[NoiseBuffer], context.numFrames);
-    });
-    set.Run([](BodeVocoderMono& c) -> auto& { return c.noiseGate; },
-            [](BodeVocoderMono& c, const Context&) {
-                return Pins<2, 1>{{c.buffers[NoiseBuffer], c.buffers[HissControl]}, {c.buffers[GatedNoise]}};
-            });
+    set.Run(
+        [](BodeVocoderMono & c) -> auto& { return c.Child<NoiseChild>(); },
+        [](BodeVocoderMono& c, const Context&) {
+            return Pins<1, 1>{{nullptr}, {c.buffers[NoiseBuffer]}};
+        });
+    const u32 frames = set.contexts[0]->numFrames;
+    BodeVocoderMono& first = *set.channels[0];
+    if constexpr (count == 1) {
+        first.noiseShaper.Process(first.buffers[NoiseBuffer], frames);
+    } else {
+        BodeVocoderMono& second = *set.channels[1];
+        NoiseShaper::ProcessPair(first.noiseShaper, first.buffers[NoiseBuffer], second.noiseShaper,
+                                 second.buffers[NoiseBuffer], frames);
+    }
+    set.Run(
+        [](BodeVocoderMono & c) -> auto& { return c.noiseGate; },
+        [](BodeVocoderMono& c, const Context&) {
+            return Pins<2, 1>{{c.buffers[NoiseBuffer], c.buffers[HissControl]}, {c.buffers[GatedNoise]}};
+        });
 }
 
 template <u32 count>
 void BodeVocoderMono::RunCarrierSide(const ChannelSet<count>& set) {
-    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<CarrierPreampChild>(); },
-            [](BodeVocoderMono&, const Context& x) {
-                return Pins<2, 1>{{x.inputs[CarrierIn], x.inputs[CarrierLevelMod]}, {x.outputs[CarrierOut]}};
-            });
-    set.Run([](BodeVocoderMono& c) -> auto& { return c.carrierGate; },
-            [](BodeVocoderMono& c, const Context& x) {
-                return Pins<2, 1>{{x.outputs[CarrierOut], c.buffers[AlwaysOpenControl]}, {c.buffers[GatedCarrier]}};
-            });
-    set.Run([](BodeVocoderMono& c) -> auto& { return c.Child<BalanceChild>(); },
-            [](BodeVocoderMono& c, const Context& x) {
-                return Pins<3, 2>{{c.buffers[GatedCarrier], c.buffers[GatedNoise], x.inputs[BalanceMod]},
-                                  {c.buffers[CarrierBus], c.buffers[NoiseBus]}};
-            });
+    set.Run(
+        [](BodeVocoderMono & c) -> auto& { return c.Child<CarrierPreampChild>(); },
+        [](BodeVocoderMono&, const Context& x) {
+            return Pins<2, 1>{{x.inputs[CarrierIn], x.inputs[CarrierLevelMod]}, {x.outputs[CarrierOut]}};
+        });
+    set.Run(
+        [](BodeVocoderMono & c) -> auto& { return c.carrierGate; },
+        [](BodeVocoderMono& c, const Context& x) {
+            return Pins<2, 1>{{x.outputs[CarrierOut], c.buffers[AlwaysOpenControl]},
+                              {c.buffers[GatedCarrier]}};
+        });
+    set.Run(
+        [](BodeVocoderMono & c) -> auto& { return c.Child<BalanceChild>(); },
+        [](BodeVocoderMono& c, const Context& x) {
+            return Pins<3, 2>{{c.buffers[GatedCarrier], c.buffers[GatedNoise], x.inputs[BalanceMod]},
+                              {c.buffers[CarrierBus], c.buffers[NoiseBus]}};
+        });
 }
 
 void BodeVocoderMono::RunAnalysis(const dsp::ProcessContext& context) {

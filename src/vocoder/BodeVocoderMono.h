@@ -22,8 +22,8 @@
 
 namespace Velmora::Processor {
 
-/// One channel of the vocoder core, modelled at circuit level: signals are volts of the modelled circuit, control
-/// voltages swing between -15 and +15, and -15 opens.
+/// One channel of the vocoder core, modelled at circuit level: signals are volts of the modelled circuit,
+/// control voltages swing between -15 and +15, and -15 opens.
 ///
 /// Inputs: 0 carrier, 1 modulator, then the modulations of "Attack", "Release", "NoiseCarrierBalance",
 /// "Shift", "Width", "CarrierLevel", "ProgramLevel", "SampleHold". Outputs: 0 the vocoded channel, 1 the
@@ -31,7 +31,8 @@ namespace Velmora::Processor {
 class BodeVocoderMono final
     : public dsp::ModuleContainer<Preamp, PreampAnalyzer, AnalyzerFilterBank, AnalyzerRectifiers,
                                   SynthesizerVCABank, SynthesizerFilterBank, HissBuzzDiscriminator,
-                                  NoiseCarrierBalance, dsp::NoiseGenerator, CarrierPreamp, HFChannel, PatchBay> {
+                                  NoiseCarrierBalance, dsp::NoiseGenerator, CarrierPreamp, HFChannel,
+                                  PatchBay> {
 public:
     enum Additional : u32 {
         NoiseLevel,

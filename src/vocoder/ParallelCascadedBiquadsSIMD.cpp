@@ -45,7 +45,8 @@ std::vector<dsp::ModuleParam> DeclareAll() {
 }
 
 bool AllEqual(const float* const* inputs) {
-    return std::all_of(inputs, inputs + bandCount, [first = inputs[0]](const float* p) { return p == first; });
+    return std::all_of(inputs, inputs + bandCount,
+                       [first = inputs[0]](const float* p) { return p == first; });
 }
 
 } // namespace
@@ -100,7 +101,8 @@ bool Biquads::UpdateParameters(dsp::ProcessContext& /*context*/) {
     }
     for (u32 channel = 1; channel <= bandCount; ++channel) {
         for (u32 stage = 1; stage <= stageCount; ++stage) {
-            if (Changed(ParameterId(Type, channel, stage)) || Changed(ParameterId(Frequency, channel, stage)) ||
+            if (Changed(ParameterId(Type, channel, stage)) ||
+                Changed(ParameterId(Frequency, channel, stage)) ||
                 Changed(ParameterId(Quality, channel, stage)) || Changed(ParameterId(Gain, channel, stage))) {
                 UpdateStage(channel, stage);
             }
@@ -146,10 +148,10 @@ bool Biquads::Process(dsp::ProcessContext& context) {
         if (oneInput) {
             FilterTile(context.inputs[0] + offset, frames, tile);
         } else {
-            GatherBands(context.inputs, offset, frames, tile);
+            kernels->gatherBands(context.inputs, offset, frames, tile);
             kernels->runBank(lanes, tile.Data(), frames);
         }
-        ScatterBands(tile, frames, context.outputs, offset);
+        kernels->scatterBands(tile, frames, context.outputs, offset);
     }
     HealLanes();
     return true;
@@ -161,7 +163,7 @@ void Biquads::FilterTile(const float* input, u32 frames, LaneTile& tile) {
 
 void Biquads::SumTile(const float* const* inputs, u32 offset, u32 frames, float* output) {
     LaneTile tile;
-    GatherBands(inputs, offset, frames, tile);
+    kernels->gatherBands(inputs, offset, frames, tile);
     kernels->runBank(lanes, tile.Data(), frames);
     SumBands(tile, frames, output + offset);
 }
@@ -173,19 +175,14 @@ void Biquads::FinishBlock() {
 }
 
 void Biquads::HealLanes() {
-    // A lane is healthy while all of its state is a number within bounds; not-a-number fails too.
+    // Whatever is wrong with a lane's history has reached the outputs of its stages by the end of a block;
+    // not-a-number fails the comparison too.
     u32 broken[bandCount] = {};
-    const auto check = [&broken](const float (&row)[bandCount]) {
+    for (u32 stage = 1; stage <= stageCount; ++stage) {
         for (u32 lane = 0; lane < bandCount; ++lane) {
-            broken[lane] |= std::abs(row[lane]) <= static_cast<float>(dsp::stateLimit) ? 0U : 1U;
+            broken[lane] |=
+                std::abs(lanes.past1[stage][lane]) <= static_cast<float>(dsp::stateLimit) ? 0U : 1U;
         }
-    };
-    for (u32 row = 0; row <= stageCount; ++row) {
-        check(lanes.past1[row]);
-        check(lanes.past2[row]);
-    }
-    for (u32 stage = 0; stage < stageCount; ++stage) {
-        check(lanes.step[stage]);
     }
     for (u32 lane = 0; lane < bandCount; ++lane) {
         if (broken[lane] != 0) {

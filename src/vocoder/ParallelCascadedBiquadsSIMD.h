@@ -14,9 +14,9 @@ struct LaneTile;
 /// Programmed through its parameters: type, frequency in Hz, quality and linear gain of each stage.
 /// Coefficients (Robert Bristow-Johnson's cookbook) change at once, without interpolation.
 ///
-/// From 44100 Hz on, a frequency above half the rate makes a stage unstable and a quality of 0 makes it undefined; nothing
-/// guards against either, but at the end of a block a channel whose state is not finite starts again from
-/// silence.
+/// From 44100 Hz on, a frequency above half the rate makes a stage unstable and a quality of 0 makes it
+/// undefined; nothing guards against either, but at the end of a block a channel whose state is not finite
+/// starts again from silence.
 template <unsigned channels, unsigned stages>
 class ParallelCascadedBiquadsSIMD;
 

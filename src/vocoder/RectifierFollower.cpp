@@ -23,9 +23,10 @@ struct Constants {
 };
 
 // The two halves of the rectifier are not quite alike, as in the circuit.
-constexpr Constants lowestBand = {-2.501e-05F, 2.481e-05F, 0.000999001, 40200.0, 56.535503, 48.621662, 0.6855655};
-constexpr Constants otherBand = {-4.988e-05F,  4.994e-05F, 0.00049875112, 20000.0,
-                                 249.99998, 306.4545,   0.6741998};
+constexpr Constants lowestBand = {-2.501e-05F, 2.481e-05F, 0.000999001, 40200.0,
+                                  56.535503,   48.621662,  0.6855655};
+constexpr Constants otherBand = {-4.988e-05F, 4.994e-05F, 0.00049875112, 20000.0,
+                                 249.99998,   306.4545,   0.6741998};
 
 const Constants& ConstantsOf(RectifierFollower::CircuitType type) {
     return type == RectifierFollower::LowestBand ? lowestBand : otherBand;
@@ -60,6 +61,15 @@ double RectifierFollower::SmootherTime(float seconds) {
 
 RectifierFollower::RectifierFollower(std::string moduleName, CircuitType circuitType)
     : UnitModule(std::move(moduleName), 1, 2, DeclareTimes()), type(circuitType), circuit(type, 44100.0) {}
+
+void RectifierFollower::SetTimes(float attackSeconds, float releaseSeconds) {
+    if (parameters[Attack].PeekValue() != attackSeconds) {
+        SetParameterValue(Attack, attackSeconds);
+    }
+    if (parameters[Release].PeekValue() != releaseSeconds) {
+        SetParameterValue(Release, releaseSeconds);
+    }
+}
 
 void RectifierFollower::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) {
     circuit = Circuit(type, sampleRate);
@@ -99,7 +109,8 @@ bool RectifierFollower::Process(dsp::ProcessContext& context) {
     const double bias = circuit.Bias();
     for (u32 n = 0; n < context.numFrames; ++n) {
         const float x = in[n];
-        const double u = static_cast<double>(x * (x > 0.0F ? circuit.rectGainPositive : circuit.rectGainNegative));
+        const double u =
+            static_cast<double>(x * (x > 0.0F ? circuit.rectGainPositive : circuit.rectGainNegative));
         const double y =
             bias - ((u + rectified1) * circuit.poleB0 * circuit.currentToVoltage + circuit.poleA1 * pole1);
         rectified1 = u;
@@ -127,7 +138,8 @@ float RectifierFollower::Smooth(float v) {
 }
 
 void RectifierFollower::Heal() {
-    if (std::isfinite(rectified1) && std::isfinite(pole1) && circuit.biquad.IsFinite() && std::isfinite(envelope)) {
+    if (std::isfinite(rectified1) && std::isfinite(pole1) && circuit.biquad.IsFinite() &&
+        std::isfinite(envelope)) {
         return;
     }
     OnReset(true);

@@ -43,6 +43,9 @@ public:
 
     CircuitType Type() const { return type; }
 
+    /// SetParameterValue of both times; costs two comparisons while they are what they were.
+    void SetTimes(float attackSeconds, float releaseSeconds);
+
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;

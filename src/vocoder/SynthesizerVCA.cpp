@@ -2,6 +2,7 @@
 #include "vocoder/SynthesizerVCA.h"
 
 #include "dsp/Simd.h"
+#include "vocoder/kernels/VocoderKernels.h"
 
 #include <algorithm>
 
@@ -37,15 +38,7 @@ void SynthesizerVCA::Saturate(const float* bus, float* out, u32 numFrames) {
     }
 }
 
-void SynthesizerVCA::Amplify(float vcaPolarity, const float* carrier, const float* noise, const float* first,
-                             const float* second, float* out, u32 numFrames) {
-    const Float4 scale(vcaPolarity * outputScale);
-    for (u32 n = 0; n + 4 <= numFrames; n += 4) {
-        const Float4 sum = Float4::load_unaligned(noise + n) * Float4::load_unaligned(second + n) +
-                           Float4::load_unaligned(carrier + n) * Float4::load_unaligned(first + n);
-        (sum * scale).store_unaligned(out + n);
-    }
-}
+float SynthesizerVCA::Scale() const { return polarity * outputScale; }
 
 bool SynthesizerVCA::Process(dsp::ProcessContext& context) {
     constexpr u32 chunk = 64;
@@ -55,8 +48,9 @@ bool SynthesizerVCA::Process(dsp::ProcessContext& context) {
         const u32 frames = std::min(chunk, context.numFrames - offset);
         Saturate(context.inputs[0] + offset, carrier, frames);
         Saturate(context.inputs[1] + offset, noise, frames);
-        Amplify(polarity, carrier, noise, context.inputs[2] + offset, context.inputs[3] + offset,
-                context.outputs[0] + offset, frames);
+        const AmplifierPins pins = {carrier, noise, context.inputs[2] + offset, context.inputs[3] + offset,
+                                    context.outputs[0] + offset};
+        SelectVocoderKernels().amplify(pins, Scale(), frames);
     }
     return true;
 }

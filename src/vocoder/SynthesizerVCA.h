@@ -20,14 +20,11 @@ public:
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
 
-    /// out = f(drive * bus), drive being the product of both circuit factors, the rational approximation of tanh; in place allowed.
+    /// out = f(drive * bus), drive being the product of both circuit factors, the rational approximation of
+    /// tanh; in place allowed.
     static void Saturate(const float* bus, float* out, u32 numFrames);
-    /// out = polarity * (noise * second + carrier * first) * output scale, of saturated buses: f is odd, so
-    /// the polarity may as well stand behind it.
-    static void Amplify(float vcaPolarity, const float* carrier, const float* noise, const float* first,
-                        const float* second, float* out, u32 numFrames);
-
-    float Polarity() const { return polarity; }
+    /// The factor behind the saturated buses and controls. f is odd, so the polarity may stand here.
+    float Scale() const;
 
 private:
     float polarity;

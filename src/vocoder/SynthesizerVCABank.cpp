@@ -33,8 +33,9 @@ bool SynthesizerVCABank::Process(dsp::ProcessContext& context) {
     SynthesizerVCA::Saturate(context.inputs[noiseInput], buffers[Noise], frames);
     u32 band = 0;
     ForEachChild([&](SynthesizerVCA& vca) {
-        SynthesizerVCA::Amplify(vca.Polarity(), buffers[Carrier], buffers[Noise], context.inputs[band],
-                                context.inputs[bandCount + band], context.outputs[band], frames);
+        const AmplifierPins pins = {buffers[Carrier], buffers[Noise], context.inputs[band],
+                                    context.inputs[bandCount + band], context.outputs[band]};
+        kernels->amplify(pins, vca.Scale(), frames);
         vca.needsUpdate = false;
         ++band;
     });

@@ -4,6 +4,7 @@
 #include "dsp/AlignedBuffer.h"
 #include "vocoder/AnalyzerRectifiers.h"
 #include "vocoder/SynthesizerVCA.h"
+#include "vocoder/kernels/VocoderKernels.h"
 
 namespace Velmora::Processor {
 
@@ -25,6 +26,8 @@ public:
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
 
+    void UseKernels(const VocoderKernels& set) { kernels = &set; }
+
 private:
     template <std::size_t... Indices>
     explicit SynthesizerVCABank(std::string moduleName, std::index_sequence<Indices...> indices);
@@ -32,6 +35,7 @@ private:
     /// The saturated buses.
     enum Buffer : u32 { Carrier, Noise, BufferCount };
     dsp::BlockPool buffers;
+    const VocoderKernels* kernels = &SelectVocoderKernels();
 };
 
 } // namespace Velmora::Processor

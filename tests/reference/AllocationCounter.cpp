@@ -19,37 +19,25 @@ void* Count(void* memory) {
 } // namespace
 
 // The other forms (arrays, without throwing) end in these two by the rules of the standard library.
-void* operator new(std::size_t size) {
-    return Count(std::malloc(size > 0 ? size : 1));
-}
+void* operator new(std::size_t size) { return Count(std::malloc(size > 0 ? size : 1)); }
 
 void* operator new(std::size_t size, std::align_val_t alignment) {
     const auto step = static_cast<std::size_t>(alignment);
     return Count(std::aligned_alloc(step, (size + step - 1) / step * step));
 }
 
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
+void operator delete(void* memory) noexcept { std::free(memory); }
 
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
-void operator delete(void* memory, std::align_val_t) noexcept {
-    std::free(memory);
-}
+void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
 
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
-    std::free(memory);
-}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
 
 namespace orphia_reference {
 
 AllocationCounter::AllocationCounter() : before(allocations) {}
 
-std::size_t AllocationCounter::Count() const {
-    return allocations - before;
-}
+std::size_t AllocationCounter::Count() const { return allocations - before; }
 
 } // namespace orphia_reference

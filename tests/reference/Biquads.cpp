@@ -62,9 +62,7 @@ OnePoleValues<T> ComputeOnePole(const OnePoleCircuit& circuit, double sampleRate
     return {b0, b0, a1};
 }
 
-double Rounded(double value) {
-    return static_cast<double>(static_cast<float>(value));
-}
+double Rounded(double value) { return static_cast<double>(static_cast<float>(value)); }
 
 template <typename T>
 void Store(Biquad& section, const BiquadValues<T>& v) {

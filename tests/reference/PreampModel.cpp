@@ -27,9 +27,7 @@ BiquadCircuit AnalyzerHighPass() {
 
 } // namespace
 
-double GainFromDb(double db) {
-    return std::pow(10.0, db * 0.05);
-}
+double GainFromDb(double db) { return std::pow(10.0, db * 0.05); }
 
 OverloadModel::OverloadModel(double sampleRate, double maxBlockSize) {
     smoother.Prepare(1.0 / 141.0, sampleRate, maxBlockSize);
@@ -44,9 +42,7 @@ void OverloadModel::EndBlock(const std::vector<double>& block) {
     value = std::clamp(smoother.Next(), 0.0, 1.0);
 }
 
-LevelModel::LevelModel(double sampleRate) {
-    smoother.Prepare(0.1, sampleRate);
-}
+LevelModel::LevelModel(double sampleRate) { smoother.Prepare(0.1, sampleRate); }
 
 void LevelModel::BeginBlock(double levelDb) {
     const double gain = GainFromDb(levelDb);
@@ -62,9 +58,7 @@ PreampModel::PreampModel(double sampleRate, double maxBlockSize, CoefficientMath
     highPass.Design(programHighPass, sampleRate, math, false);
 }
 
-double PreampModel::Step(double x) {
-    return highPass.Step(x * inputScale, level.Next() * programStageGain);
-}
+double PreampModel::Step(double x) { return highPass.Step(x * inputScale, level.Next() * programStageGain); }
 
 Complex PreampModel::Response(double levelDb, double frequencyHz, double sampleRate) {
     return inputScale * GainFromDb(levelDb) * programStageGain *

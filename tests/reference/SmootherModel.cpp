@@ -17,9 +17,7 @@ void SmootherModel::SetTarget(double value) {
     }
 }
 
-void SmootherModel::Set(double value) {
-    target = current = value;
-}
+void SmootherModel::Set(double value) { target = current = value; }
 
 double SmootherModel::Next() {
     const double step = (target - current) * coefficient;

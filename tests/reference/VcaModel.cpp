@@ -26,13 +26,9 @@ double VcaModel::Saturation(double v) {
     return std::clamp((v * v + 27.0) * v / (v * v * 9.0 + 27.0), -1.0, 1.0);
 }
 
-double VcaModel::PolarityOfBand(int band) {
-    return band % 2 == 0 ? -1.0 : 1.0;
-}
+double VcaModel::PolarityOfBand(int band) { return band % 2 == 0 ? -1.0 : 1.0; }
 
-double VcaModel::SmallSignalGain() const {
-    return polarity * vcaDrive * vcaOutputScale;
-}
+double VcaModel::SmallSignalGain() const { return polarity * vcaDrive * vcaOutputScale; }
 
 GateModel::GateModel(double pot, double preGain, double postGain, double sampleRate, CoefficientMath math)
     : inputGain(InputAttenuation(pot) * preGain), outputGain(postGain), rate(sampleRate),
@@ -83,9 +79,7 @@ double GateModel::Limiter(double v) {
     return std::copysign(y, v);
 }
 
-double GateModel::InputAttenuation(double pot) {
-    return -470.0 / (pot * 100000.0 + 30470.0);
-}
+double GateModel::InputAttenuation(double pot) { return -470.0 / (pot * 100000.0 + 30470.0); }
 
 double GateModel::OpenGain(double pot, double preGain, double postGain) {
     return InputAttenuation(pot) * preGain * Current(-15.0) * postGain;
@@ -99,12 +93,8 @@ GateModel GateModel::ForHfChannel(double sampleRate, CoefficientMath math) {
     return {hfPot, hfPreGain, hfPostGain, sampleRate, math};
 }
 
-double GateModel::BusOpenGain() {
-    return OpenGain(busPot, busPreGain, busPostGain);
-}
+double GateModel::BusOpenGain() { return OpenGain(busPot, busPreGain, busPostGain); }
 
-double GateModel::HfOpenGain() {
-    return OpenGain(hfPot, hfPreGain, hfPostGain);
-}
+double GateModel::HfOpenGain() { return OpenGain(hfPot, hfPreGain, hfPostGain); }
 
 } // namespace orphia_reference

@@ -21,9 +21,7 @@ Signal Slice(const Signal& signal, std::size_t start, std::size_t count) {
     return {first, first + static_cast<std::ptrdiff_t>(count)};
 }
 
-void Append(Signal& signal, const Signal& block) {
-    signal.insert(signal.end(), block.begin(), block.end());
-}
+void Append(Signal& signal, const Signal& block) { signal.insert(signal.end(), block.begin(), block.end()); }
 
 } // namespace
 

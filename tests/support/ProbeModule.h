@@ -60,7 +60,8 @@ private:
     static std::vector<dsp::ModuleParam> Records() {
         std::vector<dsp::ModuleParam> records;
         for (u32 i = 0; i < Count; ++i) {
-            records.push_back(dsp::ModuleParam::Mapped(std::string("P").append(std::to_string(i)), 1, 0.0F, 10.0F, 0.0F));
+            records.push_back(
+                dsp::ModuleParam::Mapped(std::string("P").append(std::to_string(i)), 1, 0.0F, 10.0F, 0.0F));
         }
         return records;
     }

@@ -12,9 +12,7 @@ using namespace orphia::test;
 
 constexpr std::size_t frames = 22000;
 
-StereoPair Both(const Signal& signal) {
-    return {signal, signal};
-}
+StereoPair Both(const Signal& signal) { return {signal, signal}; }
 
 /// The loudest sample of the mix once the core has had a second of normal sound.
 float PeakAfterRecovery(CoreRig& rig) {

@@ -26,9 +26,7 @@ double Rms(const Signal& signal) {
     return std::sqrt(sum / static_cast<double>(signal.size()));
 }
 
-std::vector<double> Widened(const Signal& signal) {
-    return {signal.begin(), signal.end()};
-}
+std::vector<double> Widened(const Signal& signal) { return {signal.begin(), signal.end()}; }
 
 /// RMS of the difference over RMS of the reference, in dB.
 double DifferenceDb(const Signal& got, const std::vector<double>& expected) {

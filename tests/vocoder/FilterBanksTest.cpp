@@ -21,9 +21,7 @@ using Biquads = Velmora::Processor::ParallelCascadedBiquadsSIMD<16, 2>;
 constexpr u32 bands = 16;
 constexpr double rates[] = {44100.0, 48000.0, 96000.0, 192000.0};
 
-double Db(double magnitude) {
-    return 20.0 * std::log10(magnitude);
-}
+double Db(double magnitude) { return 20.0 * std::log10(magnitude); }
 
 /// Frequencies from 20 Hz to 0.45 of the rate, 24 to the decade.
 std::vector<double> Frequencies(double rate) {

@@ -17,8 +17,6 @@ DynamicLibrary& DynamicLibrary::operator=(DynamicLibrary&& other) noexcept {
     return *this;
 }
 
-DynamicLibrary::~DynamicLibrary() {
-    Close();
-}
+DynamicLibrary::~DynamicLibrary() { Close(); }
 
 } // namespace Velmora::Platform

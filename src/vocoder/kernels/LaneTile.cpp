@@ -23,36 +23,6 @@ void Transpose(Float4 (&rows)[4]) {
 
 } // namespace
 
-void GatherBands(const float* const* bands, u32 offset, u32 frames, LaneTile& tile) {
-    for (u32 band = 0; band < bandCount; band += 4) {
-        for (u32 n = 0; n < frames; n += 4) {
-            Float4 rows[4];
-            for (u32 i = 0; i < 4; ++i) {
-                rows[i] = Float4::load_unaligned(bands[band + i] + offset + n);
-            }
-            Transpose(rows);
-            for (u32 i = 0; i < 4; ++i) {
-                rows[i].store_aligned(&tile.samples[n + i][band]);
-            }
-        }
-    }
-}
-
-void ScatterBands(const LaneTile& tile, u32 frames, float* const* bands, u32 offset) {
-    for (u32 band = 0; band < bandCount; band += 4) {
-        for (u32 n = 0; n < frames; n += 4) {
-            Float4 rows[4];
-            for (u32 i = 0; i < 4; ++i) {
-                rows[i] = Float4::load_aligned(&tile.samples[n + i][band]);
-            }
-            Transpose(rows);
-            for (u32 i = 0; i < 4; ++i) {
-                rows[i].store_unaligned(bands[band + i] + offset + n);
-            }
-        }
-    }
-}
-
 void SumBands(const LaneTile& tile, u32 frames, float* out) {
     for (u32 n = 0; n < frames; n += 4) {
         Float4 rows[4];

@@ -15,12 +15,6 @@ struct alignas(64) LaneTile {
     float* Data() { return samples[0]; }
 };
 
-/// Gathers frames [offset, offset + frames) of the sixteen bands; frames is a multiple of 4, at most 16.
-void GatherBands(const float* const* bands, u32 offset, u32 frames, LaneTile& tile);
-
-/// The way back.
-void ScatterBands(const LaneTile& tile, u32 frames, float* const* bands, u32 offset);
-
 /// out[n] = sum of the sixteen bands at frame n. The order of the additions is fixed, so that the result
 /// does not depend on the width of the vectors.
 void SumBands(const LaneTile& tile, u32 frames, float* out);

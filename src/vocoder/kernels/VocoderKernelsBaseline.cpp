@@ -6,7 +6,8 @@
 namespace Velmora::Processor::kernels {
 
 const VocoderKernels& BaselineSet() {
-    static constexpr VocoderKernels set = MakeKernels<dsp::simd::BaselineArch>("baseline, 4 lanes");
+    static constexpr VocoderKernels set =
+        MakeKernels<dsp::simd::BaselineArch, dsp::simd::BaselineArch>("baseline, 4 lanes");
     return set;
 }
 

@@ -32,8 +32,8 @@ struct Bank {
     }
 
     static State LoadState(const BiquadLanes& lanes, unsigned stage, unsigned lane) {
-        return {V::load_aligned(&lanes.past1[stage + 1][lane]), V::load_aligned(&lanes.past2[stage + 1][lane]),
-                V::load_aligned(&lanes.step[stage][lane])};
+        return {V::load_aligned(&lanes.past1[stage + 1][lane]),
+                V::load_aligned(&lanes.past2[stage + 1][lane]), V::load_aligned(&lanes.step[stage][lane])};
     }
 
     static void StoreState(const State& s, BiquadLanes& lanes, unsigned stage, unsigned lane) {
@@ -123,8 +123,8 @@ struct Rectifiers {
 
     // Near its target the envelope jumps there, as the smoothers of one band do.
     static D Smooth(const RectifierLanes& lanes, D envelope, D target) {
-        const D coefficient = xsimd::select(target <= envelope, D(lanes.releaseCoefficient),
-                                            D(lanes.attackCoefficient));
+        const D coefficient =
+            xsimd::select(target <= envelope, D(lanes.releaseCoefficient), D(lanes.attackCoefficient));
         const D e = (target - envelope) * coefficient;
         const D end = xsimd::max(target * D(1e-12), D(1e-20));
         return xsimd::select(xsimd::abs(e) >= end, envelope + e, target);
@@ -145,7 +145,8 @@ struct Rectifiers {
         s.envelope.store_aligned(lanes.envelope + at);
     }
 
-    static void RunChains(RectifierLanes& lanes, unsigned lane, double* signal, double* envelope, u32 frames) {
+    static void RunChains(RectifierLanes& lanes, unsigned lane, double* signal, double* envelope,
+                          u32 frames) {
         State states[chains];
         for (unsigned k = 0; k < chains; ++k) {
             states[k] = Load(lanes, lane + k * width);
@@ -200,9 +201,90 @@ struct Rectifiers {
     }
 };
 
+/// Exchange between band buffers and tiles, 4 x 4 samples at a time. Arch is a four-lane instruction set; in
+/// a source for wider ones the same code comes out shorter.
 template <class Arch>
+struct Exchange {
+    using V = xsimd::batch<float, Arch>;
+    static_assert(V::size == 4);
+
+    static void Transpose(V (&rows)[4]) {
+        const V low02 = xsimd::zip_lo(rows[0], rows[2]);
+        const V high02 = xsimd::zip_hi(rows[0], rows[2]);
+        const V low13 = xsimd::zip_lo(rows[1], rows[3]);
+        const V high13 = xsimd::zip_hi(rows[1], rows[3]);
+        rows[0] = xsimd::zip_lo(low02, low13);
+        rows[1] = xsimd::zip_hi(low02, low13);
+        rows[2] = xsimd::zip_lo(high02, high13);
+        rows[3] = xsimd::zip_hi(high02, high13);
+    }
+
+    static void Gather(const float* const* bands, u32 offset, u32 frames, LaneTile& tile) {
+        for (u32 band = 0; band < bandCount; band += 4) {
+            const float* const in[4] = {bands[band] + offset, bands[band + 1] + offset,
+                                        bands[band + 2] + offset, bands[band + 3] + offset};
+            float* row = &tile.samples[0][band];
+            for (u32 n = 0; n < frames; n += 4, row += 4 * bandCount) {
+                V rows[4] = {V::load_unaligned(in[0] + n), V::load_unaligned(in[1] + n),
+                             V::load_unaligned(in[2] + n), V::load_unaligned(in[3] + n)};
+                Transpose(rows);
+                for (u32 i = 0; i < 4; ++i) {
+                    rows[i].store_aligned(row + i * bandCount);
+                }
+            }
+        }
+    }
+
+    static void Scatter(const LaneTile& tile, u32 frames, float* const* bands, u32 offset) {
+        for (u32 band = 0; band < bandCount; band += 4) {
+            float* const out[4] = {bands[band] + offset, bands[band + 1] + offset, bands[band + 2] + offset,
+                                   bands[band + 3] + offset};
+            const float* row = &tile.samples[0][band];
+            for (u32 n = 0; n < frames; n += 4, row += 4 * bandCount) {
+                V rows[4] = {V::load_aligned(row), V::load_aligned(row + bandCount),
+                             V::load_aligned(row + 2 * bandCount), V::load_aligned(row + 3 * bandCount)};
+                Transpose(rows);
+                for (u32 i = 0; i < 4; ++i) {
+                    rows[i].store_unaligned(out[i] + n);
+                }
+            }
+        }
+    }
+};
+
+template <class Arch>
+struct Amplifier {
+    /// Vectors as wide as they come, then a rest of less than one, in groups of four.
+    template <class Four>
+    static void Run(const AmplifierPins& pins, float scale, u32 frames) {
+        u32 n = 0;
+        for (; n + xsimd::batch<float, Arch>::size <= frames; n += xsimd::batch<float, Arch>::size) {
+            Step<Arch>(pins, scale, n);
+        }
+        for (; n + 4 <= frames; n += 4) {
+            Step<Four>(pins, scale, n);
+        }
+    }
+
+    template <class A>
+    static void Step(const AmplifierPins& pins, float scale, u32 n) {
+        using V = xsimd::batch<float, A>;
+        const V sum = V::load_unaligned(pins.noise + n) * V::load_unaligned(pins.second + n) +
+                      V::load_unaligned(pins.carrier + n) * V::load_unaligned(pins.first + n);
+        (sum * V(scale)).store_unaligned(pins.out + n);
+    }
+};
+
+/// Four is a four-lane instruction set that no other source instantiates.
+template <class Arch, class Four>
 constexpr VocoderKernels MakeKernels(const char* name) {
-    return {name, &Bank<Arch>::Run, &Bank<Arch>::RunOnOneInput, &Rectifiers<Arch>::Run};
+    return {name,
+            &Bank<Arch>::Run,
+            &Bank<Arch>::RunOnOneInput,
+            &Exchange<Four>::Gather,
+            &Exchange<Four>::Scatter,
+            &Amplifier<Arch>::template Run<Four>,
+            &Rectifiers<Arch>::Run};
 }
 
 } // namespace Velmora::Processor::kernels

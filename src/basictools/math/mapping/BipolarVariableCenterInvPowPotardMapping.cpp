@@ -20,13 +20,9 @@ float BipolarVariableCenterInvPowPotardMapping::Bend(float position, float expon
     return (1.0F - std::pow(1.0F - (position - center) / width, exponent)) * width + center;
 }
 
-float BipolarVariableCenterInvPowPotardMapping::Map(float x) const {
-    return Bend(x, shape);
-}
+float BipolarVariableCenterInvPowPotardMapping::Map(float x) const { return Bend(x, shape); }
 
-float BipolarVariableCenterInvPowPotardMapping::Unmap(float y) const {
-    return Bend(y, 1.0F / shape);
-}
+float BipolarVariableCenterInvPowPotardMapping::Unmap(float y) const { return Bend(y, 1.0F / shape); }
 
 void BipolarVariableCenterInvPowPotardMapping::MapBlock(float* values, u32 count) const {
     const float c = center;

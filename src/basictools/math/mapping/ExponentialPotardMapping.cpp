@@ -13,13 +13,9 @@ ExponentialPotardMapping::ExponentialPotardMapping(float curve)
 ExponentialPotardMapping::ExponentialPotardMapping(float curve, float outputScale)
     : shape(curve), scale(outputScale) {}
 
-float ExponentialPotardMapping::Map(float x) const {
-    return (std::exp(shape * x) - 1.0F) * scale;
-}
+float ExponentialPotardMapping::Map(float x) const { return (std::exp(shape * x) - 1.0F) * scale; }
 
-float ExponentialPotardMapping::Unmap(float y) const {
-    return std::log(y / scale + 1.0F) / shape;
-}
+float ExponentialPotardMapping::Unmap(float y) const { return std::log(y / scale + 1.0F) / shape; }
 
 void ExponentialPotardMapping::MapBlock(float* values, u32 count) const {
     const float a = shape;

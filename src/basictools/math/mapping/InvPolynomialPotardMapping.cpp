@@ -9,13 +9,9 @@ namespace Velmora::MappingTools {
 
 InvPolynomialPotardMapping::InvPolynomialPotardMapping(float exponent) : shape(exponent) {}
 
-float InvPolynomialPotardMapping::Map(float x) const {
-    return 1.0F - std::pow(1.0F - x, shape);
-}
+float InvPolynomialPotardMapping::Map(float x) const { return 1.0F - std::pow(1.0F - x, shape); }
 
-float InvPolynomialPotardMapping::Unmap(float y) const {
-    return 1.0F - std::pow(1.0F - y, 1.0F / shape);
-}
+float InvPolynomialPotardMapping::Unmap(float y) const { return 1.0F - std::pow(1.0F - y, 1.0F / shape); }
 
 void InvPolynomialPotardMapping::MapBlock(float* values, u32 count) const {
     CephesPower(shape).MapBlock(

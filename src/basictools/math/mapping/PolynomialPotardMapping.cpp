@@ -9,13 +9,9 @@ namespace Velmora::MappingTools {
 
 PolynomialPotardMapping::PolynomialPotardMapping(float exponent) : shape(exponent) {}
 
-float PolynomialPotardMapping::Map(float x) const {
-    return std::pow(x, shape);
-}
+float PolynomialPotardMapping::Map(float x) const { return std::pow(x, shape); }
 
-float PolynomialPotardMapping::Unmap(float y) const {
-    return std::pow(y, 1.0F / shape);
-}
+float PolynomialPotardMapping::Unmap(float y) const { return std::pow(y, 1.0F / shape); }
 
 void PolynomialPotardMapping::MapBlock(float* values, u32 count) const {
     CephesPower(shape).MapBlock(

@@ -42,9 +42,7 @@ std::filesystem::path MakeAbsolute(const char* name) {
 
 } // namespace
 
-std::string_view LibrarySuffix() {
-    return ".so";
-}
+std::string_view LibrarySuffix() { return ".so"; }
 
 std::string LibraryPath() {
     Dl_info info{};
@@ -90,9 +88,7 @@ void SetThreadName(const std::string& name) {
     pthread_setname_np(pthread_self(), shortName.c_str());
 }
 
-u32 CurrentThreadId() {
-    return static_cast<u32>(gettid());
-}
+u32 CurrentThreadId() { return static_cast<u32>(gettid()); }
 
 void ReleaseConsole() {}
 

@@ -32,9 +32,7 @@ SetDescription* FindSetDescription() {
 
 } // namespace
 
-std::string_view LibrarySuffix() {
-    return ".dll";
-}
+std::string_view LibrarySuffix() { return ".dll"; }
 
 std::string LibraryPath() {
     HMODULE module = nullptr;
@@ -75,12 +73,8 @@ void SetThreadName(const std::string& name) {
     }
 }
 
-u32 CurrentThreadId() {
-    return static_cast<u32>(GetCurrentThreadId());
-}
+u32 CurrentThreadId() { return static_cast<u32>(GetCurrentThreadId()); }
 
-void ReleaseConsole() {
-    FreeConsole();
-}
+void ReleaseConsole() { FreeConsole(); }
 
 } // namespace Velmora::Platform

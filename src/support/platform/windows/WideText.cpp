@@ -22,13 +22,9 @@ std::wstring ToWide(std::string_view text, UINT codePage) {
 
 } // namespace
 
-std::wstring ToWide(std::string_view utf8) {
-    return ToWide(utf8, CP_UTF8);
-}
+std::wstring ToWide(std::string_view utf8) { return ToWide(utf8, CP_UTF8); }
 
-std::wstring ToWideFromSystemCodePage(std::string_view text) {
-    return ToWide(text, CP_ACP);
-}
+std::wstring ToWideFromSystemCodePage(std::string_view text) { return ToWide(text, CP_ACP); }
 
 std::string ToUtf8(std::wstring_view wide) {
     if (wide.empty()) {
