@@ -79,7 +79,7 @@ void RunTile(const VocoderKernels& kernels, Channel& channel, const float* progr
         }
     }
     kernels.runBank(channel.synthesis, bands.Data(), frames);
-    SumBands(bands, frames, out);
+    kernels.sumBands(bands, frames, out);
 }
 
 void Floor(benchmark::State& state) {

@@ -165,7 +165,7 @@ void Biquads::SumTile(const float* const* inputs, u32 offset, u32 frames, float*
     LaneTile tile;
     kernels->gatherBands(inputs, offset, frames, tile);
     kernels->runBank(lanes, tile.Data(), frames);
-    SumBands(tile, frames, output + offset);
+    kernels->sumBands(tile, frames, output + offset);
 }
 
 void Biquads::FinishBlock() {

@@ -15,8 +15,4 @@ struct alignas(64) LaneTile {
     float* Data() { return samples[0]; }
 };
 
-/// out[n] = sum of the sixteen bands at frame n. The order of the additions is fixed, so that the result
-/// does not depend on the width of the vectors.
-void SumBands(const LaneTile& tile, u32 frames, float* out);
-
 } // namespace Velmora::Processor

@@ -32,6 +32,8 @@ struct VocoderKernels {
     void (*gatherBands)(const float* const* bands, u32 offset, u32 frames, LaneTile& tile);
     /// The way back.
     void (*scatterBands)(const LaneTile& tile, u32 frames, float* const* bands, u32 offset);
+    /// out[n] = sum of the sixteen bands at frame n. The order of the additions is the same at every width.
+    void (*sumBands)(const LaneTile& tile, u32 frames, float* out);
     /// out = scale * (noise * second + carrier * first), frames being a multiple of 4.
     void (*amplify)(const AmplifierPins& pins, float scale, u32 frames);
     /// Rectifies and smooths. `rows`: band signals in, direct control signals out; `envelopes`: out.

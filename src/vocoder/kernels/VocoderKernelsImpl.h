@@ -250,6 +250,19 @@ struct Exchange {
             }
         }
     }
+
+    static void Sum(const LaneTile& tile, u32 frames, float* out) {
+        for (u32 n = 0; n < frames; n += 4) {
+            V rows[4];
+            for (u32 i = 0; i < 4; ++i) {
+                const float* row = tile.samples[n + i];
+                rows[i] = (V::load_aligned(row) + V::load_aligned(row + 4)) +
+                          (V::load_aligned(row + 8) + V::load_aligned(row + 12));
+            }
+            Transpose(rows);
+            ((rows[0] + rows[1]) + (rows[2] + rows[3])).store_unaligned(out + n);
+        }
+    }
 };
 
 template <class Arch>
@@ -283,6 +296,7 @@ constexpr VocoderKernels MakeKernels(const char* name) {
             &Bank<Arch>::RunOnOneInput,
             &Exchange<Four>::Gather,
             &Exchange<Four>::Scatter,
+            &Exchange<Four>::Sum,
             &Amplifier<Arch>::template Run<Four>,
             &Rectifiers<Arch>::Run};
 }
