@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "dsp/PolyBlepPostFilter.h"
+
+#include "dsp/OscillatorRig.h"
+#include "dsp/PolyBlepSawBase.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace {
+
+using namespace orphia::test;
+using Velmora::dsp::PolyBlepPostFilter;
+using Velmora::dsp::PolyBlepSaw;
+
+Signal Filtered(const Signal& input, const BlockSplit& split = BlockSplit::Of(44)) {
+    PolyBlepPostFilter filter;
+    Prepare(filter, 44100.0F, {});
+    return Render(filter, {&input}, 1, split)[0];
+}
+
+TEST(PolyBlepPostFilter, BringsTheHarmonicsOfASawBackToTheirLevels) {
+    constexpr double hertz = 441.0;
+    const auto phases = Phases({{1, 441.0F}}, 44100.0F, 70000);
+    const Signal saw = Shape<PolyBlepSaw>({{PolyBlepSaw::aaOn, 1.0F}}, 44100.0F, phases);
+    const auto plain = Spectrum(saw);
+    const auto filtered = Spectrum(Filtered(saw));
+    const auto level = [&](const std::vector<double>& magnitudes, int order) {
+        const auto bin = static_cast<std::ptrdiff_t>(hertz * order / 44100.0 * spectrumSize);
+        return *std::max_element(magnitudes.begin() + bin - 5, magnitudes.begin() + bin + 6) * order;
+    };
+    for (int order = 1; order * hertz < 17000.0; ++order) {
+        const double dB = 20.0 * std::log10(level(filtered, order) / level(filtered, 1));
+        EXPECT_NEAR(dB, 0.0, 1.2) << "harmonic at " << order * hertz << " Hz";
+    }
+    EXPECT_LT(level(plain, 34), 0.5 * level(plain, 1)) << "what the filter is there for";
+}
+
+TEST(PolyBlepPostFilter, IsALinearPhaseFirOfNineTapsWithUnityGainAtZero) {
+    const Signal h = Filtered(Impulse(16));
+    double sum = 0.0;
+    for (std::size_t n = 0; n < 16; ++n) {
+        sum += static_cast<double>(h[n]);
+        EXPECT_EQ(h[n], n <= 8 ? h[8 - n] : 0.0F) << n;
+    }
+    EXPECT_NEAR(sum, 1.0, 1e-6);
+    EXPECT_GT(h[4], 1.0F);
+}
+
+TEST(PolyBlepPostFilter, NeitherBlocksNorWorkingInPlaceChangeASample) {
+    Signal noise = Noise(4000, 1.0F, 11);
+    const Signal expected = Filtered(noise);
+    EXPECT_EQ(Filtered(noise, BlockSplit::Random(256, 40, 5)), expected);
+    EXPECT_EQ(Filtered(noise, BlockSplit::Of(4)), expected);
+    PolyBlepPostFilter filter;
+    Prepare(filter, 44100.0F, {});
+    RunInPlace(filter, {noise.data()}, {noise.data()}, noise.size());
+    EXPECT_EQ(noise, expected);
+}
+
+TEST(PolyBlepPostFilter, CopiesWhenOffAndStartsClearWhenTurnedOn) {
+    PolyBlepPostFilter filter;
+    Prepare(filter, 44100.0F, {});
+    const Signal noise = Noise(44, 1.0F, 2);
+    const Signal silence(44, 0.0F);
+    const auto run = [&](const Signal& input) { return Render(filter, {&input}, 1, BlockSplit::Of(44))[0]; };
+    run(noise);
+    filter.SetParameterValue(PolyBlepPostFilter::on, 0.0F);
+    EXPECT_EQ(run(noise), noise);
+    filter.SetParameterValue(PolyBlepPostFilter::on, 1.0F);
+    EXPECT_EQ(run(silence), silence);
+    run(noise);
+    filter.Reset(false);
+    EXPECT_EQ(run(silence), silence);
+    // What is not a number leaves after eight frames.
+    Signal broken = silence;
+    broken[10] = std::numeric_limits<float>::quiet_NaN();
+    EXPECT_EQ(run(broken)[19], 0.0F);
+}
+
+} // namespace
