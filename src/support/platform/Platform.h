@@ -21,6 +21,10 @@ std::string LibraryPath();
 /// The folder for data that all users of the machine share, or nothing when the system knows none.
 std::optional<std::string> MachineDataFolder();
 
+/// Where the machine's shared tuning library lies once the user has installed it; empty when the system knows
+/// no such place.
+std::string TuningLibraryPath();
+
 /// Whether a file, or anything else, exists at `path`.
 bool FileExists(const std::string& path);
 

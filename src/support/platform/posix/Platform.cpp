@@ -18,6 +18,11 @@ namespace {
 constexpr std::size_t maxThreadNameBytes = 15; // what the kernel keeps of a thread's name
 constexpr std::string_view defaultDataFolder = "/usr/local/share/";
 constexpr std::string_view defaultDataFolders = "/usr/local/share/:/usr/share/";
+#ifdef __APPLE__
+constexpr std::string_view tuningLibrary = "/Library/Application Support/MTS-ESP/libMTS.dylib";
+#else
+constexpr std::string_view tuningLibrary = "/usr/local/lib/libMTS.so";
+#endif
 
 // The longest head of `text` within `limit` bytes that does not end inside a character.
 std::string_view CutAtCharacter(std::string_view text, std::size_t limit) {
@@ -77,6 +82,8 @@ std::optional<std::string> MachineDataFolder() {
     }
     return std::string(defaultDataFolder);
 }
+
+std::string TuningLibraryPath() { return std::string(tuningLibrary); }
 
 bool FileExists(const std::string& path) {
     struct stat status {};

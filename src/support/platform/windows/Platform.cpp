@@ -30,6 +30,17 @@ SetDescription* FindSetDescription() {
     return reinterpret_cast<SetDescription*>(address);
 }
 
+// The path of one of the system's own folders, empty when it does not tell.
+std::string FindKnownFolder(const KNOWNFOLDERID& which) {
+    PWSTR folder = nullptr;
+    std::string path;
+    if (SUCCEEDED(SHGetKnownFolderPath(which, 0, nullptr, &folder))) {
+        path = ToUtf8(folder);
+    }
+    CoTaskMemFree(folder); // to be freed after a failure, too
+    return path;
+}
+
 } // namespace
 
 std::string_view LibrarySuffix() { return ".dll"; }
@@ -52,13 +63,13 @@ std::string LibraryPath() {
 }
 
 std::optional<std::string> MachineDataFolder() {
-    PWSTR folder = nullptr;
-    std::string path;
-    if (SUCCEEDED(SHGetKnownFolderPath(FOLDERID_ProgramData, 0, nullptr, &folder))) {
-        path = ToUtf8(folder);
-    }
-    CoTaskMemFree(folder); // to be freed after a failure, too
+    const std::string path = FindKnownFolder(FOLDERID_ProgramData);
     return path.empty() ? std::nullopt : std::optional(path);
+}
+
+std::string TuningLibraryPath() {
+    const std::string folder = FindKnownFolder(FOLDERID_ProgramFilesCommon);
+    return folder.empty() ? folder : folder + "\\MTS-ESP\\LIBMTS.dll";
 }
 
 bool FileExists(const std::string& path) {

@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "engine/MtsClient.h"
+
+#include "engine/tuning_library/TestTuning.h"
+#include "support/platform/DynamicLibrary.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+using Velmora::u32;
+using Velmora::u8;
+using Velmora::engine::MtsClient;
+using Velmora::engine::MtsLibrary;
+
+namespace {
+
+constexpr u8 unknownChannel = 255;
+
+/// A tuning library in memory, its state fresh.
+class Tuning {
+public:
+    explicit Tuning(const std::string& variant)
+        : path(std::string(ORPHIA_TEST_TUNING) + "/" + variant + ".so"), library(path) {
+        const auto getState = library.FindFunction<TestTuning*()>("TestTuning_State");
+        if (getState == nullptr) {
+            throw std::runtime_error(library.GetError());
+        }
+        state = getState();
+        *state = {};
+        state->hasMaster = true;
+    }
+
+    std::string path;
+    Velmora::Platform::DynamicLibrary library;
+    TestTuning* state = nullptr;
+};
+
+/// `divisions` equal steps to the octave from a given A.
+TestTuning::Table EqualSteps(double divisions, double a4 = 440.0) {
+    TestTuning::Table table{};
+    for (u32 note = 0; note < 128; ++note) {
+        table[note] = a4 * std::exp2((note - 69.0) / divisions);
+    }
+    return table;
+}
+
+double SoundingFrequency(const MtsClient& client, u8 note, u8 channel) {
+    return 440.0 * std::exp2((note - 69.0 + client.RetuningInSemitones(note, channel)) / 12.0);
+}
+
+/// The greatest deviation from the table over all notes, in cents.
+double WorstCents(const MtsClient& client, const TestTuning::Table& table, u8 channel) {
+    double worst = 0.0;
+    for (u8 note = 0; note < 128; ++note) {
+        const double cents = 1200.0 * std::log2(SoundingFrequency(client, note, channel) / table[note]);
+        worst = std::max(worst, std::abs(cents));
+    }
+    return worst;
+}
+
+// Float semitones around 60 are exact to 0.0004 cents.
+constexpr double tolerance = 0.001;
+const TestTuning::Table plain = EqualSteps(12);
+
+TEST(MtsClient, SoundsEveryNoteAtTheFrequencyOfTheTable) {
+    Tuning tuning("complete");
+    const MtsClient client(tuning.path);
+    for (const auto& table : {EqualSteps(19), EqualSteps(12.07), EqualSteps(12, 415), EqualSteps(5)}) {
+        tuning.state->table = table; // rewritten under a client that is at work
+        EXPECT_LT(WorstCents(client, table, 0), tolerance);
+        EXPECT_LT(WorstCents(client, table, unknownChannel), tolerance);
+    }
+    EXPECT_EQ(client.RetuningInSemitones(60, 0), client.RetuningInSemitones(128 + 60, 0));
+}
+
+TEST(MtsClient, KeepsThePlainTuningWhileNobodyTunes) {
+    Tuning complete("complete");
+    Tuning masterless("without_master");
+    complete.state->table = masterless.state->table = EqualSteps(19);
+    complete.state->hasMaster = false;
+    complete.state->unmappedNote = masterless.state->unmappedNote = 60;
+    for (const auto& path : {std::string(), complete.path + ".absent", complete.path, masterless.path}) {
+        const MtsClient client(path);
+        EXPECT_FALSE(client.HasMaster()) << path;
+        EXPECT_FALSE(client.ShouldFilterNote(60, 0)) << path;
+        EXPECT_LT(WorstCents(client, plain, 0), tolerance) << path;
+    }
+    const MtsClient client(complete.path);
+    complete.state->hasMaster = true;
+    EXPECT_TRUE(client.HasMaster());
+    EXPECT_NE(client.RetuningInSemitones(60, 0), 0.0F);
+    complete.state->hasTable = false;
+    EXPECT_EQ(client.RetuningInSemitones(60, 0), 0.0F);
+}
+
+TEST(MtsClient, TakesATableEntryThatIsNoFrequencyForThePlainOne) {
+    Tuning tuning("complete");
+    const MtsClient client(tuning.path);
+    using Limits = std::numeric_limits<double>;
+    for (const double entry : {0.0, -0.0, -440.0, Limits::quiet_NaN(), Limits::infinity()}) {
+        tuning.state->table.fill(entry);
+        EXPECT_EQ(client.RetuningInSemitones(60, 0), 0.0F) << entry;
+    }
+    for (const double entry : {Limits::denorm_min(), Limits::max()}) {
+        tuning.state->table.fill(entry);
+        EXPECT_TRUE(std::isfinite(client.RetuningInSemitones(60, 0))) << entry;
+    }
+}
+
+TEST(MtsClient, FiltersTheNotesThatTheTuningHasNoPlaceFor) {
+    Tuning tuning("complete");
+    const MtsClient client(tuning.path);
+    tuning.state->unmappedNote = 61;
+    for (u32 note = 0; note < 256; ++note) {
+        EXPECT_EQ(client.ShouldFilterNote(static_cast<u8>(note), 4), note % 128 == 61) << note;
+    }
+    EXPECT_EQ(tuning.state->lastChannel, 4);
+    EXPECT_TRUE(client.ShouldFilterNote(61, 16));
+    EXPECT_EQ(tuning.state->lastChannel, -1) << "a channel above 15 is unknown";
+}
+
+TEST(MtsClient, TakesAChannelsOwnTuningOnlyWhereItIsInForce) {
+    Tuning tuning("complete");
+    MtsClient client(tuning.path);
+    TestTuning& state = *tuning.state;
+    state.table = EqualSteps(19);
+    state.channelTables[3] = EqualSteps(31);
+    state.unmappedNote = 61;
+    state.unmappedOnChannels = 62;
+    const auto hearsChannel = [&](u8 channel) {
+        const auto& expected = client.ShouldFilterNote(62, channel) ? state.channelTables[3] : state.table;
+        EXPECT_NE(client.ShouldFilterNote(61, channel), client.ShouldFilterNote(62, channel));
+        EXPECT_LT(WorstCents(client, expected, channel), tolerance) << "filter and table disagree";
+        return &expected != &state.table;
+    };
+    state.usesChannel[3] = true;
+    EXPECT_FALSE(hearsChannel(3)) << "there is no table";
+    state.hasChannelTable[3] = true;
+    EXPECT_TRUE(hearsChannel(3));
+    EXPECT_FALSE(hearsChannel(2));
+    EXPECT_FALSE(hearsChannel(3 + 16));
+    state.usesChannel[3] = false;
+    EXPECT_FALSE(hearsChannel(3)) << "the table is not in force";
+    state.usesChannel[3] = true;
+    client.UseMultiChannel(false);
+    EXPECT_FALSE(hearsChannel(3)) << "channels are for expression";
+    EXPECT_EQ(state.lastChannel, -1);
+}
+
+TEST(MtsClient, AsksAnOlderLibraryOnlyForWhatItHas) {
+    Tuning tuning("table_only");
+    tuning.state->table = EqualSteps(19);
+    tuning.state->unmappedNote = 60;
+    tuning.state->usesChannel.fill(true);
+    const MtsClient client(tuning.path);
+    EXPECT_TRUE(client.HasMaster());
+    EXPECT_FALSE(client.ShouldFilterNote(60, 0));
+    EXPECT_LT(WorstCents(client, tuning.state->table, 0), tolerance);
+}
+
+TEST(MtsClient, IsCountedByTheOneLibraryOfTheProcess) {
+    Tuning tuning("complete");
+    std::optional<MtsClient> first(std::in_place, tuning.path);
+    std::shared_ptr<const MtsLibrary> elsewhere;
+    std::thread([&] {
+        const MtsClient second(tuning.path);
+        EXPECT_EQ(tuning.state->clients, 2);
+        elsewhere = MtsLibrary::Bind(tuning.path);
+    }).join();
+    EXPECT_EQ(tuning.state->clients, 1);
+    first.reset();
+    EXPECT_EQ(tuning.state->clients, 0);
+    EXPECT_NE(elsewhere, nullptr);
+    EXPECT_EQ(elsewhere, MtsLibrary::Bind(tuning.path));
+}
+
+} // namespace
