@@ -1,0 +1,381 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "engine/IAftertouchAndMPEManager.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <random>
+
+using Velmora::i32;
+using Velmora::u32;
+using Velmora::u8;
+
+namespace {
+
+constexpr u32 voiceCount = 32;
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+constexpr float infinity = std::numeric_limits<float>::infinity();
+
+/// Stands for the modulation sources behind the hooks.
+class Recorder : public Velmora::engine::IAftertouchAndMPEManager<voiceCount> {
+public:
+    Recorder() {
+        std::iota(all.begin(), all.end(), 0U);
+        PrepareExpression(44100, 44);
+    }
+
+    void Run(u32 blocks) {
+        for (u32 i = 0; i < blocks; ++i) {
+            UpdateExpression(all);
+        }
+    }
+    void Settle() { Run(45); }
+
+    /// What the matrix reads as source 5 of a voice.
+    float Source5(u32 voice) const { return perVoice ? aftertouch[voice] : globalAftertouch; }
+
+    std::array<u32, voiceCount> all{};
+    std::array<int, voiceCount> notes{};
+    bool perVoice = false;
+    float globalAftertouch = 0.0F;
+    std::array<float, voiceCount> aftertouch{};
+    std::array<float, voiceCount> brightness{};
+    u32 writes = 0;
+
+private:
+    void OnPerVoiceAftertouch(bool separate) override {
+        EXPECT_NE(separate, perVoice);
+        perVoice = separate;
+    }
+    void WriteVoiceAftertouch(u32 voice, float value) override {
+        EXPECT_TRUE(perVoice) << "the voice's buffer is the global one";
+        aftertouch[voice] = value;
+        ++writes;
+    }
+    void WriteGlobalAftertouch(float value) override {
+        globalAftertouch = value;
+        ++writes;
+    }
+    void WriteVoiceBrightness(u32 voice, float value) override {
+        brightness[voice] = value;
+        ++writes;
+    }
+    i32 FindExpressionVoice(u8 note, u8 /*channel*/, u32 from) const override {
+        const auto found = std::find(notes.begin() + from, notes.end(), note);
+        return found == notes.end() ? noVoice : static_cast<i32>(found - notes.begin());
+    }
+};
+
+TEST(ExpressionManager, SlidesStraightAndArrivesAfterFortyMilliseconds) {
+    for (const float rate : {22050.0F, 44100.0F, 192000.0F}) {
+        for (const u32 block : {4U, 44U, 192U}) {
+            Recorder manager;
+            manager.PrepareExpression(rate, block);
+            manager.SetMpeEnabled(true);
+            manager.StartVoiceExpression(7, 3);
+            manager.SetGlobalBend(-4);
+            manager.SetChannelBend(3, 16);
+            manager.SetChannelPressure(3, 1);
+            manager.SetChannelBrightness(3, 0.5F);
+            const double whole = 0.04 * rate / block;
+            for (u32 tick = 1; tick <= whole + 1; ++tick) {
+                manager.Run(1);
+                const double way = std::min(tick / whole, 1.0);
+                ASSERT_NEAR(manager.PitchOffset(7), 12 * way, 1e-3) << rate << " Hz, tick " << tick;
+                ASSERT_NEAR(manager.PitchOffset(8), -4 * way, 1e-3) << "a voice of no channel";
+                ASSERT_NEAR(manager.Source5(7), way, 1e-4);
+                ASSERT_NEAR(manager.brightness[7], 0.5 * way, 1e-4);
+            }
+            EXPECT_EQ(manager.PitchOffset(7), 12.0F) << rate << " Hz, block " << block;
+        }
+    }
+}
+
+TEST(ExpressionManager, StartsANoteWhereItsChannelIsHeading) {
+    Recorder manager;
+    manager.SetMpeEnabled(true);
+    for (u32 i = 0; i < 16; ++i) {
+        const u8 channel = static_cast<u8>(i);
+        const float share = static_cast<float>(i) / 16;
+        manager.StartVoiceExpression(i + 16, channel);
+        manager.ReleaseVoiceExpression(i + 16);
+        manager.SetChannelBend(channel, share * 48);
+        manager.SetChannelPressure(channel, share);
+        manager.SetChannelBrightness(channel, 1 - share);
+        manager.StartVoiceExpression(i, channel);
+        EXPECT_EQ(manager.PitchOffset(i), share * 48);
+        EXPECT_EQ(manager.Source5(i), share);
+        EXPECT_EQ(manager.brightness[i], 1 - share);
+        EXPECT_EQ(manager.PitchOffset(i + 16), 0.0F) << "the voice before it must not jump along";
+    }
+    // A held note that shares the channel must not jump: the newcomer joins its slide.
+    manager.SetChannelBend(0, 12);
+    manager.Run(10);
+    const float underway = manager.PitchOffset(0);
+    manager.StartVoiceExpression(20, 0);
+    EXPECT_EQ(manager.PitchOffset(0), underway);
+    EXPECT_EQ(manager.PitchOffset(20), underway);
+    manager.EndVoiceExpression(0);
+    manager.EndVoiceExpression(20);
+    manager.StartVoiceExpression(21, 0);
+    EXPECT_EQ(manager.PitchOffset(21), 12.0F) << "nobody is left to share the channel with";
+}
+
+TEST(ExpressionManager, StartsTheFirstNoteOfAPhraseWithoutASlideOfTheWheel) {
+    Recorder manager;
+    manager.SetGlobalBend(2);
+    manager.SetGlobalAftertouch(0.5F);
+    manager.StartVoiceExpression(0, 0);
+    manager.Run(1);
+    EXPECT_EQ(manager.PitchOffset(0), 2.0F);
+    EXPECT_EQ(manager.Source5(0), 0.5F);
+    manager.SetGlobalBend(0);
+    manager.StartVoiceExpression(1, 0);
+    EXPECT_EQ(manager.PitchOffset(0), 2.0F) << "voice 0 sounds and would click";
+    manager.ReleaseVoiceExpression(0);
+    manager.ReleaseVoiceExpression(1);
+    manager.globalAftertouch = 0; // the engine clears the source with the last key
+    manager.StartVoiceExpression(2, 0);
+    manager.Settle();
+    EXPECT_EQ(manager.Source5(2), 0.5F);
+    for (const u32 voice : {0U, 1U, 2U}) {
+        manager.EndVoiceExpression(voice);
+    }
+    manager.SetGlobalBend(-1);
+    manager.StartVoiceExpression(3, 0);
+    EXPECT_EQ(manager.PitchOffset(3), -1.0F) << "after silence";
+}
+
+/// The policy without its slides: what every voice must have come to once all is settled.
+class SettledModel {
+public:
+    struct Voice {
+        bool sounds = false;
+        bool isReleased = false;
+        u32 channel = 0;
+        bool follows = false;
+        float bend = 0, pressure = 0, brightness = 0;
+    };
+    void Start(u32 voice, u32 channel) {
+        for (Voice& other : voices) {
+            other.follows = other.follows && !(other.isReleased && other.channel == channel);
+        }
+        voices[voice] = {true, false, channel, true};
+        Follow();
+    }
+    void Follow() {
+        for (Voice& voice : voices) {
+            if (voice.follows) {
+                voice.bend = bend[voice.channel];
+                voice.pressure = pressure[voice.channel];
+                voice.brightness = brightness[voice.channel];
+            }
+        }
+    }
+    std::array<Voice, voiceCount> voices{};
+    std::array<float, 16> bend{}, pressure{}, brightness{};
+    float globalBend = 0, globalPressure = 0, globalBrightness = 0;
+};
+
+void PerformAtRandom(std::mt19937& random, Recorder& manager, SettledModel& model) {
+    const u32 voice = random() % voiceCount;
+    const u32 channel = random() % 16;
+    const u8 sent = static_cast<u8>(channel + (random() % 2) * 16); // the upper bits say nothing
+    const float value = static_cast<float>(random() % 1000) / 1000;
+    switch (random() % 10) {
+    case 0:
+    case 1:
+        manager.StartVoiceExpression(voice, sent);
+        return model.Start(voice, channel);
+    case 2:
+    case 3:
+        manager.ReleaseVoiceExpression(voice);
+        model.voices[voice].isReleased = model.voices[voice].sounds;
+        return;
+    case 4:
+        manager.EndVoiceExpression(voice);
+        model.voices[voice] = {};
+        return;
+    case 5:
+        manager.SetGlobalBend(model.globalBend = value * 4 - 2);
+        return;
+    case 6:
+        manager.SetGlobalAftertouch(model.globalPressure = value);
+        manager.SetGlobalBrightness(model.globalBrightness = 1 - value);
+        return;
+    case 7:
+        manager.SetChannelBend(sent, model.bend[channel] = value * 96 - 48);
+        break;
+    case 8:
+        manager.SetChannelPressure(sent, model.pressure[channel] = value);
+        break;
+    default:
+        manager.SetChannelBrightness(sent, model.brightness[channel] = value);
+        break;
+    }
+    model.Follow();
+}
+
+TEST(ExpressionManager, AgreesWithASimpleModelThroughARandomPerformance) {
+    std::mt19937 random(7);
+    Recorder manager;
+    SettledModel model;
+    manager.SetMpeEnabled(true);
+    for (u32 step = 0; step < 4000; ++step) {
+        PerformAtRandom(random, manager, model);
+        manager.Settle();
+        for (u32 i = 0; i < voiceCount; ++i) {
+            const auto& voice = model.voices[i];
+            if (!voice.sounds) {
+                continue;
+            }
+            ASSERT_NEAR(manager.PitchOffset(i), model.globalBend + voice.bend, 1e-5)
+                << step << " voice " << i;
+            ASSERT_NEAR(manager.Source5(i), std::min(model.globalPressure + voice.pressure, 1.0F), 1e-6)
+                << step << " voice " << i;
+            ASSERT_NEAR(manager.brightness[i], std::min(model.globalBrightness + voice.brightness, 1.0F),
+                        1e-6)
+                << step << " voice " << i;
+        }
+    }
+}
+
+TEST(ExpressionManager, FollowsTheKindOfAftertouchThatWasPlayedLast) {
+    Recorder manager;
+    manager.notes = {60, 64, 60};
+    for (const u32 voice : {0U, 1U, 2U}) {
+        manager.StartVoiceExpression(voice, 0);
+    }
+    manager.SetGlobalAftertouch(0.8F);
+    manager.Settle();
+    manager.SetNotePressure(60, 0, 0.25F);
+    manager.Run(1);
+    for (const u32 voice : {0U, 1U, 2U}) {
+        EXPECT_NEAR(manager.Source5(voice), 0.8, 0.03) << "slides from what it heard";
+    }
+    manager.Settle();
+    EXPECT_EQ(manager.Source5(0), 0.25F);
+    EXPECT_EQ(manager.Source5(1), 0.0F);
+    EXPECT_EQ(manager.Source5(2), 0.25F) << "both voices play the note";
+    manager.StartVoiceExpression(2, 0);
+    EXPECT_EQ(manager.Source5(2), 0.0F) << "a new key is not pressed yet";
+    manager.SetGlobalAftertouch(0.8F);
+    manager.Run(1);
+    EXPECT_EQ(manager.Source5(1), 0.8F);
+    manager.SetMpeEnabled(true);
+    manager.SetVoicePressure(1, 0.5F);
+    manager.SetGlobalAftertouch(0.1F);
+    manager.Settle();
+    EXPECT_TRUE(manager.perVoice);
+    EXPECT_EQ(manager.Source5(1), 0.1F) << "keys do not count with MPE";
+    manager.SetMpeEnabled(false);
+    manager.Settle();
+    EXPECT_EQ(manager.Source5(1), 0.0F);
+}
+
+TEST(ExpressionManager, AppliesChannelsOnlyWhileMpeIsOn) {
+    Recorder manager;
+    manager.StartVoiceExpression(4, 9);
+    manager.SetChannelBend(9, 7);
+    manager.SetChannelPressure(9, 0.5F);
+    manager.SetChannelBrightness(9, 0.75F);
+    for (const bool enabled : {false, true, false, true}) {
+        manager.SetMpeEnabled(enabled);
+        EXPECT_EQ(manager.PitchOffset(4), enabled ? 7.0F : 0.0F);
+        manager.Run(1);
+        EXPECT_EQ(manager.Source5(4), enabled ? 0.5F : 0.0F);
+        EXPECT_EQ(manager.brightness[4], enabled ? 0.75F : 0.0F);
+    }
+}
+
+TEST(ExpressionManager, IsIdleWhenNothingNewIsSaid) {
+    Recorder manager;
+    manager.SetMpeEnabled(true);
+    manager.StartVoiceExpression(0, 0);
+    manager.StartVoiceExpression(1, 1);
+    manager.EndVoiceExpression(1);
+    const auto say = [&] {
+        manager.SetChannelPressure(0, 0.5F);
+        manager.SetChannelPressure(5, 0.5F);
+        manager.SetGlobalAftertouch(0.25F);
+        manager.SetGlobalBrightness(0.25F);
+    };
+    for (u32 i = 0; i < 42; ++i) {
+        say(); // said again and again, it must not stretch the slide
+        manager.Run(1);
+    }
+    EXPECT_EQ(manager.Source5(0), 0.75F);
+    manager.writes = 0;
+    say();
+    manager.Settle();
+    EXPECT_EQ(manager.writes, 0U);
+    manager.SetChannelPressure(0, 0.0F);
+    manager.UpdateExpression({});
+    EXPECT_EQ(manager.writes, 0U) << "voice 0 is not among the active ones";
+}
+
+TEST(ExpressionManager, IsNotUpsetByBadInput) {
+    Recorder manager;
+    for (const float rate : {0.0F, nan, -1.0F, infinity, 44100.0F}) {
+        manager.PrepareExpression(rate, rate == 44100.0F ? 44 : 0);
+        for (const bool mpe : {true, false}) {
+            manager.SetMpeEnabled(mpe);
+            for (const float value : {nan, infinity, -infinity, 3e38F, -3e38F, 0.5F}) {
+                manager.StartVoiceExpression(3, 200);
+                manager.StartVoiceExpression(1000, 0);
+                manager.SetGlobalBend(value);
+                manager.SetGlobalAftertouch(value);
+                manager.SetGlobalBrightness(value);
+                manager.SetChannelBend(200, value);
+                manager.SetChannelPressure(200, value);
+                manager.SetChannelBrightness(200, value);
+                manager.SetVoicePressure(3, value);
+                manager.SetVoicePressure(1000, value);
+                manager.ReleaseVoiceExpression(1000);
+                manager.EndVoiceExpression(1000);
+                const std::array<u32, 2> active{3, 1000};
+                manager.UpdateExpression(active);
+                for (const float heard : {manager.Source5(3), manager.brightness[3]}) {
+                    EXPECT_TRUE(heard >= 0.0F && heard <= 1.0F) << heard << " after " << value;
+                }
+                EXPECT_TRUE(std::isfinite(manager.PitchOffset(3))) << value;
+                EXPECT_TRUE(std::isfinite(manager.PitchOffset(1000))) << value;
+            }
+        }
+    }
+    manager.SetMpeEnabled(true);
+    manager.PrepareExpression(nan, 0);
+    manager.SetChannelBend(200, 3);
+    manager.Run(2000);
+    EXPECT_EQ(manager.PitchOffset(3), 3.5F) << "and it works as ever";
+}
+
+TEST(ExpressionManager, ForgetsTheVoicesAndEndsItsSlidesAtReset) {
+    Recorder manager;
+    manager.SetMpeEnabled(true);
+    manager.StartVoiceExpression(3, 2);
+    manager.SetGlobalAftertouch(0.5F);
+    manager.SetGlobalBrightness(0.5F);
+    manager.Run(3);
+    manager.SetGlobalBend(2);
+    manager.SetChannelBend(2, 5);
+    manager.Run(1);
+    manager.ResetExpression();
+    EXPECT_EQ(manager.PitchOffset(3), 2.0F);
+    manager.Run(1);
+    EXPECT_EQ(manager.globalAftertouch, 0.0F);
+    manager.writes = 0;
+    manager.SetChannelPressure(2, 1);
+    manager.Settle();
+    EXPECT_EQ(manager.writes, 0U) << "no voice is left to follow the channel";
+    manager.StartVoiceExpression(3, 2);
+    EXPECT_EQ(manager.PitchOffset(3), 7.0F);
+    EXPECT_EQ(manager.Source5(3), 1.0F);
+    EXPECT_EQ(manager.brightness[3], 0.0F);
+}
+
+} // namespace
