@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/ModuleParam.h"
 
+#include "dsp/ClampToUnit.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -11,9 +13,6 @@ namespace {
 
 constexpr i32 linearMappingId = 1;
 constexpr float defaultShape2 = 0.5F;
-
-/// Clamps to 0..1; what is not a number becomes 0, so that a broken modulation cannot reach coefficients.
-float ClampToUnit(float x) { return x > 0.0F ? std::min(x, 1.0F) : 0.0F; }
 
 } // namespace
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/NoiseGenerator.h"
 
+#include "dsp/ClampToUnit.h"
 #include "dsp/Xorshift.h"
 
 #include <algorithm>
@@ -21,9 +22,6 @@ std::vector<ModuleParam> Records() {
     records.emplace_back("NoiseColor");
     return records;
 }
-
-/// What is not a number becomes 0.
-float ClampToUnit(float x) { return x > 0.0F ? std::min(x, 1.0F) : 0.0F; }
 
 void ClampBlock(float* buffer, u32 count) {
     for (u32 n = 0; n < count; ++n) {

@@ -86,6 +86,10 @@ public:
     /// A voice that starts has its destinations at once; one that ends leaves its channels zero.
     void SetVoiceActive(u32 voice, bool active);
 
+    /// Lets a source have one value for all voices, or one per voice. A per-voice source is to be written
+    /// by the owner for every running voice after the change.
+    void SetSourceGlobal(u32 source, bool isGlobal);
+
     i32 MainVoice() const { return mainVoice; }
     /// The first sample of a destination as the main voice has it, for readers that have no voice.
     float LastValue(u32 destination) const { return lastValue[destination]; }
@@ -285,6 +289,16 @@ void PolyModulations<S, D, V, R, Policy>::SetVoiceActive(u32 voice, bool active)
     if (static_cast<i32>(voice) == mainVoice) {
         UpdateLastValue(allDestinations);
     }
+}
+
+template <u32 S, u32 D, u32 V, u32 R, class Policy>
+void PolyModulations<S, D, V, R, Policy>::SetSourceGlobal(u32 source, bool isGlobal) {
+    if (source >= S || IsGlobalSource(source) == isGlobal) {
+        return;
+    }
+    globalSources ^= 1U << source;
+    FillTables();
+    this->MarkSourceChanged(source);
 }
 
 /// Channels only: the routed marks stay, they belong to the cells. A start renders the global destinations

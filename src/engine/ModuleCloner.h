@@ -6,6 +6,7 @@
 #include "dsp/RunChild.h"
 
 #include <array>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -106,6 +107,27 @@ public:
             result = RunClone(context, i, i) && result;
         }
         return result;
+    }
+
+    /// Runs some of the clones, each on its own channel group; one that is not listed costs nothing, and
+    /// its parameter changes wait. False when the channels do not fit. List numbers are below N.
+    bool ProcessListed(dsp::ProcessContext& context, std::span<const u32> list) {
+        if (!UpdateParameters(context) || context.numInputs != numInputs ||
+            context.numOutputs != numOutputs) {
+            return false;
+        }
+        for (const u32 i : list) {
+            RunClone(context, i, i);
+        }
+        return true;
+    }
+
+    /// Declares a parameter anew in the record and in every clone. Set-up only.
+    void Redeclare(u32 id, i32 mappingId, float minimum, float maximum, float shape, float shape2) {
+        records.parameters[id].Redeclare(mappingId, minimum, maximum, shape, shape2, false);
+        ForwardToClones(id, [&](M& clone) {
+            clone.FindParameter(id)->Redeclare(mappingId, minimum, maximum, shape, shape2, false);
+        });
     }
 
     /// Read only with Grouped 1.

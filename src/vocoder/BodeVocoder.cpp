@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/BodeVocoder.h"
 
+#include "dsp/ClampToUnit.h"
 #include "dsp/RunPair.h"
 #include "dsp/Simd.h"
 
@@ -75,8 +76,6 @@ struct ChannelPins {
         return context.ForChild(inputs, BodeVocoderMono::InputCount, outputs, BodeVocoderMono::OutputCount);
     }
 };
-
-float ClampToUnit(float x) { return x > 0.0F ? std::min(x, 1.0F) : 0.0F; }
 
 } // namespace
 
@@ -161,10 +160,11 @@ void BodeVocoder::PublishLights() {
     Publish(CarrierPreampOverloadLED, 0.5F * (left.CarrierOverload() + right.CarrierOverload()));
     Publish(PreampOverloadLED, 0.5F * (left.ProgramOverload() + right.ProgramOverload()));
     for (u32 band = 0; band < bandCount; ++band) {
-        Publish(CVFB1 + band, ClampToUnit((left.BandMeter(band) + right.BandMeter(band)) * bandMeterScale));
+        Publish(CVFB1 + band,
+                dsp::ClampToUnit((left.BandMeter(band) + right.BandMeter(band)) * bandMeterScale));
     }
-    Publish(HissLED, ClampToUnit((left.NoiseGateValue() + right.NoiseGateValue()) * hissLightScale));
-    Publish(BuzzLED, ClampToUnit(0.5F * (left.VoicedLevel() + right.VoicedLevel())));
+    Publish(HissLED, dsp::ClampToUnit((left.NoiseGateValue() + right.NoiseGateValue()) * hissLightScale));
+    Publish(BuzzLED, dsp::ClampToUnit(0.5F * (left.VoicedLevel() + right.VoicedLevel())));
 }
 
 } // namespace Velmora::Processor

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/AlignedBuffer.h"
+#include "dsp/Decibels.h"
 #include "dsp/FirstOrderSection.h"
 #include "dsp/ModuleContainer.h"
 #include "dsp/NoiseGenerator.h"
@@ -115,7 +116,7 @@ private:
         BufferCount
     };
 
-    float NoiseLevelGain() { return std::pow(10.0F, AdditionalValue(NoiseLevel) * 0.05F); }
+    float NoiseLevelGain() { return dsp::DecibelsToGain(AdditionalValue(NoiseLevel)); }
     void SetUnvoicedTimes();
     void SetVoicedTimes();
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/Decibels.h"
 #include "dsp/SmootherLPF.h"
 
-#include <cmath>
 #include <limits>
 #include <utility>
 
@@ -15,7 +15,7 @@ public:
     float Of(float level) {
         if (level != lastLevel) {
             lastLevel = level;
-            lastGain = std::pow(10.0F, level * 0.05F);
+            lastGain = dsp::DecibelsToGain(level);
         }
         return lastGain;
     }

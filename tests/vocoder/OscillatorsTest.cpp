@@ -1,0 +1,201 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vocoder/Oscillators.h"
+
+#include "support/MeasurePitch.h"
+#include "vocoder/ModuleRig.h"
+#include "vocoder/VoiceFrequency.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <memory>
+
+namespace orphia::test {
+namespace {
+
+using Velmora::i32;
+using Velmora::Processor::Oscillators;
+using Velmora::Processor::VoiceOscillator;
+
+/// A voice whose gate is open, with oscillator 1 at full level and no envelope to speak of.
+struct VoiceRig {
+    static constexpr float rate = 44100.0F;
+    std::unique_ptr<Oscillators> voice = std::make_unique<Oscillators>();
+
+    explicit VoiceRig(i32 waveform, float hz = 441.0F) {
+        Set(Oscillators::Osc1Waveform, static_cast<float>(waveform));
+        Set(Oscillators::Osc1Volume, 0.0F);
+        Set(Oscillators::Osc1Coarse, 0.0F);
+        Set(Oscillators::Osc2Coarse, 0.0F);
+        Set(Oscillators::Osc2Fine, 0.0F);
+        Set(Oscillators::Osc2KeyTrack, 1.0F);
+        Set(Oscillators::Frequency, hz);
+        voice->SetParameterValue(Velmora::dsp::ADSR::attack, 0.002F);
+        voice->SeedNoise(1);
+        voice->Initialize(rate, 64);
+        voice->PulseGate();
+    }
+    void Set(u32 index, float value) {
+        voice->SetParameterValue(Oscillators::childParameterCount + index, value);
+    }
+    Signal Run(std::size_t frames, u32 blockSize = 64) {
+        const Signal none(frames, 0.0F);
+        const std::vector<const Signal*> inputs(Oscillators::InputCount, nullptr);
+        // The rig takes its length from the inputs.
+        std::vector<const Signal*> aux{&none};
+        return Render(*voice, inputs, 2, BlockSplit::Of(blockSize), aux)[0];
+    }
+};
+
+double Rms(const Signal& signal, std::size_t from) {
+    double sum = 0.0;
+    for (std::size_t n = from; n < signal.size(); ++n) {
+        sum += static_cast<double>(signal[n]) * static_cast<double>(signal[n]);
+    }
+    return std::sqrt(sum / static_cast<double>(signal.size() - from));
+}
+
+TEST(Oscillators, BothVolumesAtTheirMinimumGiveExactSilence) {
+    for (const i32 waveform : {0, 1, 2, 3}) {
+        VoiceRig rig(waveform);
+        rig.Set(Oscillators::Osc1Volume, -70.0F);
+        rig.Run(44100 / 4);
+        EXPECT_EQ(Peak(rig.Run(1000)), 0.0F) << waveform;
+    }
+}
+
+TEST(Oscillators, SecondOscillatorLeavesTheKeyWhenNotTracking) {
+    VoiceRig rig(VoiceOscillator::Saw, 1000.0F);
+    rig.Set(Oscillators::Osc1Volume, -70.0F);
+    rig.Set(Oscillators::Osc2Volume, 0.0F);
+    rig.Set(Oscillators::Osc2KeyTrack, 0.0F);
+    rig.Set(Oscillators::Osc2Coarse, 12.0F);
+    rig.Set(Oscillators::Osc2Fine, 0.5F);
+    rig.Run(4000);
+    const double expected = 261.62558 * std::exp2(12.5 / 12.0);
+    EXPECT_NEAR(Cents(MeasurePitch(rig.Run(44096), expected, VoiceRig::rate), expected), 0.0, 0.05);
+}
+
+TEST(Oscillators, FrequencyStaysWithinItsLimits) {
+    for (const float shift : {-60.0F, 60.0F}) {
+        VoiceRig rig(VoiceOscillator::Triangle, shift < 0.0F ? 30.0F : 15000.0F);
+        rig.Set(Oscillators::Osc1Coarse, shift);
+        rig.Run(8000);
+        const double limit = shift < 0.0F ? 20.0 : 20000.0;
+        EXPECT_NEAR(Cents(MeasurePitch(rig.Run(88192), limit, VoiceRig::rate), limit), 0.0, 0.1);
+    }
+}
+
+/// The voice against the drawn circuit: an ideal saw of few partials, the low-pass and the sine shaper.
+TEST(Oscillators, LowSawIsThatOfTheModel) {
+    constexpr double hz = 44100.0 / 2048.0;
+    for (const float shape : {0.0F, 0.15F, 0.3F, 0.6F}) {
+        VoiceRig rig(VoiceOscillator::Saw, static_cast<float>(hz));
+        rig.Set(Oscillators::Osc1Shape, shape);
+        const Signal sound = rig.Run(2048 * 12);
+        // Far from the jump the low-pass follows with a delay that is small against the period.
+        const double curve = (1.0 - std::exp(-6.0 * shape)) / (1.0 - std::exp(-6.0));
+        const double drive = std::pow(10.0, (-12.0 + 36.0 * curve) / 20.0);
+        const double height = drive >= 1.0 ? 1.0 : 1.0 / std::sin(drive * std::numbers::pi / 2.0);
+        const double cutoff = 20000.0 - shape * 19800.0;
+        const double lag = 4.0 + std::numbers::sqrt2 / (2.0 * std::numbers::pi * cutoff) * VoiceRig::rate;
+        double worst = 0.0;
+        for (std::size_t n = 2048 * 10; n < 2048 * 11; ++n) {
+            const double phase = (static_cast<double>(n) + 1.0 - lag) / 2048.0;
+            const double at = phase - std::floor(phase);
+            if (at < 0.02 || at > 0.98) {
+                continue;
+            }
+            const double saw = 1.0 - 2.0 * at;
+            const double expected = std::sin(drive * saw * std::numbers::pi / 2.0) * height;
+            worst = std::max(worst, std::abs(expected - static_cast<double>(sound[n])));
+        }
+        EXPECT_LT(worst, 0.02) << "shape " << shape;
+    }
+}
+
+TEST(Oscillators, SquareShapeIsItsWidth) {
+    for (const float shape : {0.0F, 0.3F, 0.6F}) {
+        VoiceRig rig(VoiceOscillator::Square, 100.0F);
+        rig.Set(Oscillators::Osc1Shape, shape);
+        rig.Run(4096);
+        double sum = 0.0;
+        const Signal sound = rig.Run(44096 - 44096 % 441);
+        for (const float x : sound) {
+            sum += static_cast<double>(x);
+        }
+        const double width = 0.5 + 0.475 * static_cast<double>(shape);
+        EXPECT_NEAR(sum / static_cast<double>(sound.size()), 2.0 * width - 1.0, 0.005);
+    }
+}
+
+TEST(Oscillators, SyncedPitchIsThatOfTheMaster) {
+    for (const i32 waveform : {0, 1, 2}) {
+        VoiceRig rig(waveform, 300.0F);
+        rig.Set(Oscillators::Sync, 1.0F);
+        rig.Set(Oscillators::Osc1Coarse, 7.0F);
+        rig.Run(4096);
+        const Signal sound = rig.Run(44096);
+        EXPECT_NEAR(Cents(MeasurePitch(sound, 300.0, VoiceRig::rate), 300.0), 0.0, 0.1) << waveform;
+        EXPECT_LT(Peak(sound), 1.6F);
+    }
+}
+
+TEST(Oscillators, FMSpreadsThePartialsAndKeepsTheLevel) {
+    for (const i32 waveform : {0, 1, 2}) {
+        VoiceRig rig(waveform, 300.0F);
+        rig.Set(Oscillators::Osc2Waveform, VoiceOscillator::Triangle);
+        const double plain = Rms(rig.Run(22016), 2048);
+        rig.Set(Oscillators::FMAmount, 0.1F);
+        const Signal sound = rig.Run(22016);
+        EXPECT_TRUE(AllFinite(sound));
+        EXPECT_NEAR(20.0 * std::log10(Rms(sound, 2048) / plain), 0.0, 6.0) << waveform;
+        EXPECT_LT(Peak(sound), 1.6F);
+        rig.Set(Oscillators::Osc2Waveform, VoiceOscillator::Noise);
+        EXPECT_TRUE(AllFinite(rig.Run(4096)));
+    }
+}
+
+TEST(Oscillators, NewNotesHaveNoGlideInLevel) {
+    VoiceRig rig(VoiceOscillator::Square);
+    rig.Run(1024);
+    rig.Set(Oscillators::Osc1Volume, -20.0F);
+    rig.voice->Reset(false);
+    rig.voice->PulseGate();
+    // The glide would last 5 ms and be far above the held level in the first 2 ms.
+    EXPECT_LT(Peak(rig.Run(88)), 0.15F);
+}
+
+TEST(Oscillators, BlockSizesAgree) {
+    for (const i32 waveform : {0, 1, 2, 3}) {
+        VoiceRig small(waveform);
+        VoiceRig large(waveform);
+        const Signal a = small.Run(4096, 4);
+        const Signal b = large.Run(4096, 64);
+        double worst = 0.0;
+        for (std::size_t n = 0; n < a.size(); ++n) {
+            worst = std::max(worst, static_cast<double>(std::abs(a[n] - b[n])));
+        }
+        EXPECT_LT(worst, 2e-3) << waveform;
+    }
+}
+
+TEST(Oscillators, BrokenParametersHeal) {
+    VoiceRig rig(VoiceOscillator::Saw);
+    for (const float bad :
+         {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
+        for (const u32 index : {Oscillators::Frequency, Oscillators::Osc1Volume, Oscillators::Osc1Shape,
+                                Oscillators::FMAmount, Oscillators::Osc2Fine}) {
+            rig.Set(index, bad);
+            rig.Run(128);
+            rig.Set(index, index == Oscillators::Frequency ? 441.0F : 0.0F);
+        }
+    }
+    rig.Run(4096);
+    const Signal sound = rig.Run(4096);
+    EXPECT_TRUE(AllFinite(sound));
+    EXPECT_GT(Peak(sound), 0.3F);
+}
+
+} // namespace
+} // namespace orphia::test
