@@ -4,6 +4,7 @@
 #include "host/Errors.h"
 #include "host/ParameterTraits.h"
 #include "host/TextDistance.h"
+#include "processor/PlayedCarrier.h"
 #include "vocoder/BodeVocoder.h"
 
 #include <fmt/format.h>
@@ -12,22 +13,14 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
+#include <utility>
 
 namespace orphia::host {
 
 namespace {
 
-using Velmora::Processor::BodeVocoder;
-
 constexpr std::size_t maxNameLength = 256;
 constexpr std::size_t maxListed = 4;
-
-std::string NameOf(BodeVocoder& core, std::uint32_t id) {
-    char text[maxNameLength];
-    Velmora::dsp::ParameterNameWriter writer(text, maxNameLength);
-    core.GetParameterName(id, writer);
-    return text;
-}
 
 ParameterKind KindOf(const Velmora::dsp::ModuleParam& record) {
     switch (record.kind) {
@@ -40,12 +33,11 @@ ParameterKind KindOf(const Velmora::dsp::ModuleParam& record) {
     }
 }
 
-ParameterInfo Describe(BodeVocoder& core, std::uint32_t id) {
-    const Velmora::dsp::ModuleParam& record = *core.FindParameter(id);
+ParameterInfo Describe(std::uint32_t id, std::string name, const Velmora::dsp::ModuleParam& record,
+                       const ParameterTraits& traits) {
     ParameterInfo info;
     info.id = id;
-    info.name = NameOf(core, id);
-    const ParameterTraits traits = TraitsOf(info.name);
+    info.name = std::move(name);
     info.description = traits.description;
     info.role = traits.role;
     info.unit = traits.unit;
@@ -59,6 +51,21 @@ ParameterInfo Describe(BodeVocoder& core, std::uint32_t id) {
     }
     info.isSwitch = traits.isSwitch || info.stepCount == 2;
     return info;
+}
+
+/// Asks a fresh engine of that kind.
+template <class Engine>
+std::vector<ParameterInfo> DescribeAll(ParameterTraits (*traitsOf)(std::string_view)) {
+    const auto engine = std::make_unique<Engine>();
+    std::vector<ParameterInfo> parameters;
+    parameters.reserve(Engine::parameterCount);
+    for (std::uint32_t id = 0; id < Engine::parameterCount; ++id) {
+        char name[maxNameLength];
+        Velmora::dsp::ParameterNameWriter writer(name, maxNameLength);
+        engine->GetParameterName(id, writer);
+        parameters.push_back(Describe(id, name, *engine->FindParameter(id), traitsOf(name)));
+    }
+    return parameters;
 }
 
 bool HasEnding(std::string_view name, std::string_view ending) {
@@ -84,13 +91,10 @@ std::string AmbiguousMessage(std::string_view name, const std::vector<const Para
 
 } // namespace
 
-ParameterCatalog::ParameterCatalog() {
-    const auto core = std::make_unique<BodeVocoder>();
-    parameters.reserve(BodeVocoder::parameterCount);
-    for (std::uint32_t id = 0; id < BodeVocoder::parameterCount; ++id) {
-        parameters.push_back(Describe(*core, id));
-    }
-}
+ParameterCatalog::ParameterCatalog(EngineTree engineTree)
+    : tree(engineTree), parameters(tree == EngineTree::Vocoder
+                                       ? DescribeAll<Velmora::Processor::BodeVocoder>(VocoderTraitsOf)
+                                       : DescribeAll<Velmora::Processor::PlayedCarrier>(CarrierTraitsOf)) {}
 
 const ParameterInfo* ParameterCatalog::FindExact(std::string_view fullName) const {
     const auto found = std::find_if(parameters.begin(), parameters.end(),

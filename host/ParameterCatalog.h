@@ -9,11 +9,21 @@
 
 namespace orphia::host {
 
-/// All parameters of the vocoder, as the engine declares them. Building one asks a fresh engine once; after
+/// What of the engine a program runs.
+enum class EngineTree {
+    /// The vocoder core: two sounds in, one out.
+    Vocoder,
+    /// The carrier with its voices and modulations: notes in, sound out.
+    Carrier
+};
+
+/// All parameters of one tree, as the engine declares them. Building one asks a fresh engine once; after
 /// that it never changes and may be read from any thread.
 class ParameterCatalog {
 public:
-    ParameterCatalog();
+    explicit ParameterCatalog(EngineTree tree = EngineTree::Vocoder);
+
+    EngineTree Tree() const { return tree; }
 
     /// In order of id: Parameters()[i].id is i.
     const std::vector<ParameterInfo>& Parameters() const { return parameters; }
@@ -31,6 +41,7 @@ public:
     std::vector<std::string> Similar(std::string_view name) const;
 
 private:
+    EngineTree tree;
     std::vector<ParameterInfo> parameters;
 };
 

@@ -21,8 +21,10 @@ enum class ParameterUnit { None, Decibel, Second, Hertz };
 enum class ParameterRole {
     /// What a player turns.
     Control,
-    /// An amount of the patch bay's matrix.
+    /// A cell of a matrix.
     Route,
+    /// What a song plays on: wheels, pedals, pressure. A setting is where it starts.
+    Controller,
     /// A constant of the modelled circuit; some of them are rewritten by the engine as it runs.
     Circuit,
     /// A light or meter that the engine writes; cannot be set.

@@ -2,57 +2,10 @@
 #include "host/ParameterTraits.h"
 
 #include <algorithm>
-#include <array>
 
 namespace orphia::host {
 
 namespace {
-
-using enum ParameterRole;
-using enum ParameterUnit;
-
-struct Row {
-    /// The end of the name; "#" stands for a number.
-    std::string_view ending;
-    ParameterTraits traits;
-};
-
-constexpr std::array rows = {
-    Row{"BodeVocoder_Wet", {Control, None, "mix: 0 is the modulator alone, 1 the vocoder alone"}},
-    Row{"_Preamp_ProgramLevel", {Control, Decibel, "level of the modulator into the analysis"}},
-    Row{"_CarrierLevel", {Control, Decibel, "level of the carrier into the VCAs"}},
-    Row{"_AnalyzerRectifiers_Attack", {Control, Second, "how fast the bands rise"}},
-    Row{"_AnalyzerRectifiers_Release", {Control, Second, "how fast the bands fall"}},
-    Row{"_Shift", {Control, None, "moves the synthesis bands down or up"}},
-    Row{"_Width", {Control, None, "narrows or widens the synthesis bands"}},
-    Row{"_HissBuzzTrimmer", {Control, None, "bias of the decision: low is unvoiced, high is voiced"}},
-    Row{"_NoiseCarrierBalance_NoiseCarrierBalance",
-        {Control, None, "0 is the noise alone, 0.5 both in full, 1 the carrier alone"}},
-    Row{"_NoiseMix", {Control, None, "noise takes the smoothed envelopes too", true}},
-    Row{"_HFLevel", {Control, None, "level of the modulator's own treble"}},
-    Row{"_HFMode", {Control, None, "treble always, instead of in unvoiced sounds only"}},
-    Row{"BodeVocoder_UnvoicedMode", {Control, None, "the four gate frequencies are in force"}},
-    Row{"BodeVocoder_NoiseGateAttack", {Control, Hertz, "noise gate, opening"}},
-    Row{"BodeVocoder_NoiseGateRelease", {Control, Hertz, "noise gate, closing"}},
-    Row{"BodeVocoder_HFAttack", {Control, Hertz, "treble gate, opening"}},
-    Row{"BodeVocoder_HFRelease", {Control, Hertz, "treble gate, closing"}},
-    Row{"_GainBand#", {Control, None, "gain of an analysis band"}},
-    Row{"_SampleHold", {Control, None, "freezes the bands"}},
-    Row{"_PatchBay_Activated", {Control, None, "the routes of the patch bay are in force"}},
-    Row{"_Analysis#_Synthesis#", {Route, None, "amount of an analysis band on a synthesis band"}},
-    Row{"BodeVocoder_NoiseLevel", {Circuit, Decibel, "kept, without effect"}},
-    Row{"BodeVocoder_BuzzSwitched", {Circuit, None, "kept, without effect", true}},
-    Row{"_NoiseType", {Circuit, None, "colour of the noise source"}},
-    Row{"_Attack", {Circuit, Second, "follows the one of all bands"}},
-    Row{"_Release", {Circuit, Second, "follows the one of all bands"}},
-    Row{"_AttackHF", {Circuit, Hertz, "follows the mode of unvoiced sounds"}},
-    Row{"_ReleaseHF", {Circuit, Hertz, "follows the mode of unvoiced sounds"}},
-    Row{"_FcLP", {Circuit, Hertz, ""}},
-    Row{"_FcHP", {Circuit, Hertz, ""}},
-    Row{"_Fc", {Circuit, Hertz, ""}},
-    Row{"LED", {Output, None, "a light"}},
-    Row{"_CVFB#", {Output, None, "meter of a band"}},
-};
 
 /// Compares from the back, so that "#" can take all the digits that there are.
 bool EndsWith(std::string_view name, std::string_view ending) {
@@ -76,9 +29,9 @@ bool EndsWith(std::string_view name, std::string_view ending) {
 
 } // namespace
 
-ParameterTraits TraitsOf(std::string_view name) {
-    const auto* const row =
-        std::find_if(rows.begin(), rows.end(), [name](const Row& r) { return EndsWith(name, r.ending); });
+ParameterTraits FindTraits(std::span<const TraitsRow> rows, std::string_view name) {
+    const auto row = std::find_if(rows.begin(), rows.end(),
+                                  [name](const TraitsRow& r) { return EndsWith(name, r.ending); });
     return row != rows.end() ? row->traits : ParameterTraits{};
 }
 

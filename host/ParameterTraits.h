@@ -3,6 +3,7 @@
 
 #include "host/ParameterInfo.h"
 
+#include <span>
 #include <string_view>
 
 namespace orphia::host {
@@ -16,7 +17,18 @@ struct ParameterTraits {
     bool isSwitch = false;
 };
 
-/// The traits of a parameter, by its full name.
-ParameterTraits TraitsOf(std::string_view name);
+/// The traits of a parameter of either tree, by its full name.
+ParameterTraits VocoderTraitsOf(std::string_view name);
+ParameterTraits CarrierTraitsOf(std::string_view name);
+
+/// One line of a table of traits.
+struct TraitsRow {
+    /// The end of the name; "#" stands for a number.
+    std::string_view ending;
+    ParameterTraits traits;
+};
+
+/// The first row that fits a name, else a circuit constant without a unit.
+ParameterTraits FindTraits(std::span<const TraitsRow> rows, std::string_view name);
 
 } // namespace orphia::host

@@ -3,17 +3,14 @@
 
 #include "host/Errors.h"
 #include "host/ParameterText.h"
+#include "host/WholeFile.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <fstream>
 #include <set>
-#include <system_error>
 
 namespace orphia::host {
 
@@ -115,31 +112,6 @@ std::string UnknownMessage(const ParameterCatalog& catalog, const std::string& n
            (similar.empty() ? "" : fmt::format(" (similar: {})", fmt::join(similar, ", ")));
 }
 
-std::string ReadWholeFile(const std::filesystem::path& path) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error)) {
-        throw FileError("is a directory");
-    }
-    const std::uintmax_t size = std::filesystem::file_size(path, error);
-    if (!error && size > maxFileSize) {
-        throw FileError("is too large for a preset");
-    }
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        throw FileError("cannot be opened: " + std::generic_category().message(errno));
-    }
-    std::string text;
-    std::array<char, 4096> chunk{};
-    while (file && text.size() <= maxFileSize) {
-        file.read(chunk.data(), chunk.size());
-        text.append(chunk.data(), static_cast<std::size_t>(file.gcount()));
-    }
-    if (file.bad() || text.size() > maxFileSize) {
-        throw FileError(file.bad() ? "cannot be read" : "is too large for a preset");
-    }
-    return text;
-}
-
 } // namespace
 
 Preset ParsePreset(std::string_view text, const ParameterCatalog& catalog,
@@ -153,7 +125,13 @@ Preset ParsePreset(std::string_view text, const ParameterCatalog& catalog,
         }
         preset.name = root["name"].get<std::string>();
     }
-    for (const auto& [name, value] : root["parameters"].items()) {
+    const Json& parameters = root["parameters"];
+    const auto isKnown = [&catalog](const auto& item) { return catalog.FindExact(item.key()) != nullptr; };
+    if (!parameters.empty() && std::none_of(parameters.items().begin(), parameters.items().end(), isKnown)) {
+        Refuse(LineOfKey(text, "parameters"),
+               "none of the parameters is known; is it for another instrument?");
+    }
+    for (const auto& [name, value] : parameters.items()) {
         const ParameterInfo* info = catalog.FindExact(name);
         if (info == nullptr) {
             warnings.push_back(UnknownMessage(catalog, name));
@@ -176,7 +154,7 @@ Preset ReadPreset(const std::filesystem::path& path, const ParameterCatalog& cat
                   std::vector<std::string>& warnings) {
     try {
         const std::size_t first = warnings.size();
-        Preset preset = ParsePreset(ReadWholeFile(path), catalog, warnings);
+        Preset preset = ParsePreset(ReadWholeFile(path, maxFileSize, "a preset"), catalog, warnings);
         for (std::size_t i = first; i < warnings.size(); ++i) {
             warnings[i] = fmt::format("{}: {}", path.string(), warnings[i]);
         }
@@ -201,7 +179,7 @@ std::string FormatPreset(const Preset& preset, const ParameterCatalog& catalog) 
 
 Preset DefaultPreset(const ParameterCatalog& catalog) {
     std::vector<std::string> warnings;
-    return ParsePreset(DefaultPresetText(), catalog, warnings);
+    return ParsePreset(DefaultPresetText(catalog.Tree()), catalog, warnings);
 }
 
 } // namespace orphia::host

@@ -26,8 +26,9 @@ struct Preset {
 };
 
 /// Reads the text of a preset file. A name that the engine does not know, or that cannot be set, is left
-/// out and told in a line of `warnings`: it may come from another version. Everything else that is wrong
-/// refuses the whole text: throws FileError with the line and the reason.
+/// out and told in a line of `warnings`: it may come from another version. A preset of which no name is known
+/// is for another instrument; this, and everything else that is wrong, refuses the whole text: throws
+/// FileError with the line and the reason.
 Preset ParsePreset(std::string_view text, const ParameterCatalog& catalog,
                    std::vector<std::string>& warnings);
 
@@ -38,10 +39,11 @@ Preset ReadPreset(const std::filesystem::path& path, const ParameterCatalog& cat
 /// The text of a preset file; reading it back gives the same preset.
 std::string FormatPreset(const Preset& preset, const ParameterCatalog& catalog);
 
-/// The preset that is built in: it names every control, and sounds well with speech over a chord.
+/// The preset that is built in for the catalog's tree: it names every control, and sounds well at once, that
+/// of the vocoder with speech over a chord.
 Preset DefaultPreset(const ParameterCatalog& catalog);
 
 /// Its file's text.
-std::string_view DefaultPresetText();
+std::string_view DefaultPresetText(EngineTree tree);
 
 } // namespace orphia::host

@@ -4,13 +4,9 @@
 #include "dsp/AlignedBuffer.h"
 #include "dsp/DenormalGuard.h"
 #include "dsp/RunChild.h"
-#include "host/Errors.h"
 #include "vocoder/BodeVocoder.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
-#include <cmath>
 
 namespace orphia::host {
 
@@ -68,21 +64,7 @@ struct VocoderSession::Engine {
     }
 };
 
-std::uint32_t VocoderSession::BlockSize(float rate) {
-    constexpr float defaultRate = 44100.0F;
-    constexpr float highestRate = 384000.0F;
-    // Quarters of a block per hertz: blocks are about 1 ms and whole groups of four frames.
-    constexpr float groupsPerHertz = 0.0002494331F;
-    const float clamped = rate > 0.0F ? std::min(rate, highestRate) : defaultRate;
-    const auto groups = static_cast<std::uint32_t>(std::lround(clamped * groupsPerHertz));
-    return std::max(groups * 4U, 4U);
-}
-
-VocoderSession::VocoderSession(std::uint32_t rate, std::uint32_t noiseSeed) : sampleRate(rate) {
-    if (rate < minimumSampleRate || rate > maximumSampleRate) {
-        throw UsageError(fmt::format("sample rate {} Hz is outside {} Hz .. {} Hz", rate, minimumSampleRate,
-                                     maximumSampleRate));
-    }
+VocoderSession::VocoderSession(std::uint32_t rate, std::uint32_t noiseSeed) : EngineSession(rate) {
     const auto hertz = static_cast<float>(rate);
     engine = std::make_unique<Engine>(BlockSize(hertz));
     engine->core.SeedNoise(noiseSeed);
@@ -91,30 +73,12 @@ VocoderSession::VocoderSession(std::uint32_t rate, std::uint32_t noiseSeed) : sa
 
 VocoderSession::~VocoderSession() = default;
 
-void VocoderSession::Set(const ParameterSetting& setting) {
+bool VocoderSession::Write(const ParameterSetting& setting) {
     if (setting.id >= BodeVocoder::parameterCount) {
-        return;
+        return false;
     }
-    if (setting.scale == ParameterSetting::Scale::Position) {
-        engine->core.SetParameterNormalized(setting.id, setting.number);
-    } else {
-        engine->core.SetParameterValue(setting.id, setting.number);
-    }
-    settings[setting.id] = setting;
-}
-
-void VocoderSession::Apply(const Preset& preset) {
-    for (const ParameterSetting& setting : preset.settings) {
-        Set(setting);
-    }
-}
-
-std::vector<ParameterSetting> VocoderSession::Settings() const {
-    std::vector<ParameterSetting> list;
-    for (const auto& [id, setting] : settings) {
-        list.push_back(setting);
-    }
-    return list;
+    WriteTo(engine->core, setting);
+    return true;
 }
 
 float VocoderSession::Value(std::uint32_t id) const {

@@ -18,6 +18,14 @@ namespace {
 using host::ParameterInfo;
 using host::ParameterRole;
 
+constexpr std::string_view vocoderHint =
+    "With Activated=on, Analysis3_Synthesis7=1 lets band 3 drive band 7.\n"
+    "--all lists the 256 routes, the circuit's constants and the outputs too.";
+constexpr std::string_view carrierHint =
+    "With Controls_Enable=on, Dst17_Src4_Amount=0.2 lets velocity\n"
+    "(source 4) move the level of oscillator 1 (destination 17). --all lists all routes, what a\n"
+    "MIDI file plays, constants and outputs too.";
+
 struct Line {
     std::string name;
     std::string range;
@@ -75,8 +83,8 @@ void PrintParameterList(const host::ParameterCatalog& catalog, bool all) {
     if (!all) {
         fmt::print(
             "\nAn unambiguous ending of a name will do: --set Attack=\"5 ms\". \"50 %\" or @0.5 is the\n"
-            "middle of the knob. With Activated=on, Analysis3_Synthesis7=1 lets band 3 drive band 7.\n"
-            "--all lists the 256 routes, the circuit's constants and the outputs too.\n");
+            "middle of the knob. {}\n",
+            catalog.Tree() == host::EngineTree::Vocoder ? vocoderHint : carrierHint);
     }
 }
 

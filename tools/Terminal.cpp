@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Terminal.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -17,6 +18,8 @@ extern "C" void NoteSignal(int signal) { notedSignal = signal; }
 } // namespace
 
 bool IsTerminal(std::FILE* stream) { return isatty(fileno(stream)) != 0; }
+
+void Warn(std::string_view message) { fmt::print(stderr, "orphia: warning: {}\n", message); }
 
 void WatchStopSignals() {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {

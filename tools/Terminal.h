@@ -2,11 +2,15 @@
 #pragma once
 
 #include <cstdio>
+#include <string_view>
 
 namespace orphia::tools {
 
 /// Whether someone watches the stream, so that a line may be refreshed.
 bool IsTerminal(std::FILE* stream);
+
+/// A line on the error stream; the run goes on.
+void Warn(std::string_view message);
 
 /// From now on an interrupt, a request to terminate and a closed pipe no longer end the program at once;
 /// they are only noted, so that no half file is left behind.

@@ -2,24 +2,15 @@
 #pragma once
 
 #include "Command.h"
-#include "host/AudioFileWriter.h"
-#include "host/ParameterCatalog.h"
-#include "host/ParameterInfo.h"
-#include "host/VocoderSession.h"
+#include "RenderOptions.h"
 
-#include <cstdint>
 #include <filesystem>
-#include <optional>
-#include <string>
-#include <vector>
 
 namespace CLI {
 class App;
 }
 
 namespace orphia::tools {
-
-struct VocodeSummary;
 
 /// orphia vocode: lets the sound of one file speak with the voice of another.
 class VocodeCommand final : public Command {
@@ -30,30 +21,16 @@ public:
     void Run() override;
 
 private:
-    void CheckFiles() const;
-    std::optional<host::SampleFormat> Format() const;
-    std::vector<host::ParameterSetting> ParseAssignments() const;
-    void ApplySettings(host::VocoderSession& session, const std::vector<host::ParameterSetting>& own) const;
-    void Render(const std::vector<host::ParameterSetting>& own);
-    void PrintSummary(const VocodeSummary& summary) const;
+    void Check();
+    void Render() const;
 
     CLI::App* command;
     std::filesystem::path modulatorPath;
     std::filesystem::path carrierPath;
-    std::filesystem::path outputPath;
-    std::filesystem::path presetPath;
-    std::filesystem::path savePresetPath;
-    std::vector<std::string> assignments;
-    std::string bits;
-    /// 0 for the higher one of the files' rates.
-    std::uint32_t sampleRate = 0;
-    std::uint32_t seed = host::VocoderSession::defaultSeed;
     double tailSeconds = 0.0;
     bool loopsCarrier = false;
     bool showsMeters = false;
-    bool listsParameters = false;
-    bool listsAll = false;
-    host::ParameterCatalog catalog;
+    RenderOptions options;
 };
 
 } // namespace orphia::tools

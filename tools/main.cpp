@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Command.h"
+#include "PlayCommand.h"
 #include "Stopped.h"
 #include "Terminal.h"
 #include "VocodeCommand.h"
@@ -9,11 +10,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <memory>
 #include <new>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -31,7 +32,7 @@ int Fail(std::string message, int status) {
     return status;
 }
 
-int RunChosen(std::array<std::unique_ptr<tools::Command>, 1>& commands) {
+int RunChosen(const std::vector<std::unique_ptr<tools::Command>>& commands) {
     try {
         for (const auto& command : commands) {
             if (command->IsChosen()) {
@@ -62,7 +63,9 @@ int main(int argc, char** argv) {
     CLI::App app{"Orphia VX, a sixteen-band vocoder", "orphia"};
     app.set_version_flag("--version", "orphia " ORPHIA_VERSION);
     app.require_subcommand(1);
-    std::array<std::unique_ptr<tools::Command>, 1> commands{std::make_unique<tools::VocodeCommand>(app)};
+    std::vector<std::unique_ptr<tools::Command>> commands;
+    commands.push_back(std::make_unique<tools::VocodeCommand>(app));
+    commands.push_back(std::make_unique<tools::PlayCommand>(app));
     const auto isNamed = [argv](const CLI::App* command) { return command->check_name(argv[1]); };
     if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isNamed).empty()) {
         return Fail(fmt::format("unknown command '{}'; see orphia --help", argv[1]), usageStatus);

@@ -21,18 +21,32 @@ std::string MessageOf(const ParameterCatalog& catalog, std::string_view name) {
 }
 
 TEST(ParameterCatalog, EveryFullNameIsUniqueAndFindsItsOwnParameter) {
-    const ParameterCatalog catalog;
-    std::set<std::string> names;
-    ASSERT_EQ(catalog.Parameters().size(), 614U);
-    for (std::uint32_t id = 0; id < catalog.Parameters().size(); ++id) {
-        const ParameterInfo& info = catalog.Parameters()[id];
-        EXPECT_EQ(info.id, id);
-        EXPECT_TRUE(names.insert(info.name).second) << info.name;
-        EXPECT_EQ(&catalog.Find(info.name), &info) << info.name;
-        EXPECT_LT(info.minimum, info.maximum) << info.name;
-        EXPECT_TRUE(info.start >= info.minimum && info.start <= info.maximum)
-            << info.name << " " << info.start;
+    EXPECT_EQ(ParameterCatalog().Parameters().size(), 614U);
+    for (const EngineTree tree : {EngineTree::Vocoder, EngineTree::Carrier}) {
+        const ParameterCatalog catalog(tree);
+        std::set<std::string> names;
+        for (std::uint32_t id = 0; id < catalog.Parameters().size(); ++id) {
+            const ParameterInfo& info = catalog.Parameters()[id];
+            EXPECT_EQ(info.id, id);
+            EXPECT_TRUE(names.insert(info.name).second) << info.name;
+            EXPECT_EQ(&catalog.Find(info.name), &info) << info.name;
+            EXPECT_LT(info.minimum, info.maximum) << info.name;
+            EXPECT_TRUE(info.start >= info.minimum && info.start <= info.maximum)
+                << info.name << " " << info.start;
+            EXPECT_TRUE(info.role != ParameterRole::Control || !info.description.empty()) << info.name;
+        }
     }
+}
+
+TEST(ParameterCatalog, TheCarrierHasItsOwnNames) {
+    const ParameterCatalog catalog(EngineTree::Carrier);
+    EXPECT_EQ(catalog.Find("Attack").name, "Attack") << "not that of the envelopes, which follows it";
+    EXPECT_EQ(catalog.Find("Attack").role, ParameterRole::Control);
+    EXPECT_EQ(catalog.Find("Osc2Coarse").name, "Carrier_Oscillators_Osc2Coarse");
+    EXPECT_EQ(catalog.Find("Dst17_Src4_Amount").role, ParameterRole::Route);
+    EXPECT_EQ(catalog.Find("VST3_PitchBend").role, ParameterRole::Controller);
+    EXPECT_EQ(catalog.Find("OutState").role, ParameterRole::Output);
+    EXPECT_EQ(catalog.Similar("Osc1Wavefrom").front(), "Osc1Waveform");
 }
 
 TEST(ParameterCatalog, AnEndingMeansTheNameWithTheFewestParts) {

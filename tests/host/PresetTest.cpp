@@ -100,7 +100,8 @@ TEST_F(PresetTest, DamagedFilesAreRefusedWithLineAndReason) {
 
 /// Whatever a disk does to a preset, it is either read or refused.
 TEST_F(PresetTest, EveryTruncationIsRefused) {
-    const std::string text(DefaultPresetText().substr(0, DefaultPresetText().rfind('}')));
+    const std::string_view whole = DefaultPresetText(EngineTree::Vocoder);
+    const std::string text(whole.substr(0, whole.rfind('}')));
     for (std::size_t length = 0; length <= text.size(); length += 7) {
         EXPECT_TRUE(Refusal(text.substr(0, length)).starts_with("line ")) << length;
     }
@@ -124,14 +125,24 @@ TEST_F(PresetTest, FilesThatAreNoPresetAreNamed) {
     }
 }
 
-TEST_F(PresetTest, TheDefaultPresetNamesEveryControlOnce) {
-    std::set<std::uint32_t> ids;
-    for (const ParameterSetting& setting : DefaultPreset(catalog).settings) {
-        EXPECT_TRUE(ids.insert(setting.id).second);
+TEST_F(PresetTest, TheDefaultPresetsNameEveryControlOnce) {
+    for (const EngineTree tree : {EngineTree::Vocoder, EngineTree::Carrier}) {
+        const ParameterCatalog whole(tree);
+        std::set<std::uint32_t> ids;
+        for (const ParameterSetting& setting : DefaultPreset(whole).settings) {
+            EXPECT_TRUE(ids.insert(setting.id).second);
+        }
+        for (const ParameterInfo& info : whole.Parameters()) {
+            const bool isControl = info.role == ParameterRole::Control;
+            // Some routes belong to the sound.
+            EXPECT_TRUE(ids.contains(info.id) == isControl || info.role == ParameterRole::Route) << info.name;
+        }
     }
-    for (const ParameterInfo& info : catalog.Parameters()) {
-        EXPECT_EQ(ids.contains(info.id), info.role == ParameterRole::Control) << info.name;
-    }
+}
+
+TEST_F(PresetTest, APresetOfAnotherInstrumentIsRefused) {
+    EXPECT_NE(Refusal(std::string(DefaultPresetText(EngineTree::Carrier))).find("another instrument"),
+              std::string::npos);
 }
 
 TEST(PendingFile, AppearsWithCommitOnlyAndLeavesNothingWithout) {

@@ -1,12 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Runs the built command and looks at exit status, streams and files, as a user would.
-#include "../host/TestFiles.h"
-
-#include <gtest/gtest.h>
-#include <sys/wait.h>
+#include "CommandTest.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <sstream>
 #include <string>
 
@@ -14,50 +9,12 @@ namespace orphia::test {
 
 namespace {
 
-struct Outcome {
-    int status;
-    std::string out;
-    std::string err;
-};
-
-class VocodeCommandTest : public testing::Test {
+class VocodeCommandTest : public CommandTest {
 protected:
     VocodeCommandTest() {
         WriteSound(folder / "voice.wav", Syllables(0.5));
         WriteSound(folder / "chord.wav", Chord(0.3));
     }
-
-    /// Runs orphia with the arguments of a shell line, in the folder of the test.
-    Outcome Run(const std::string& arguments) const {
-        const std::string line = "cd '" + folder.Path().string() + "' && '" + ORPHIA_COMMAND + "' " +
-                                 arguments + " >out.txt 2>err.txt </dev/null";
-        const int result = std::system(line.c_str());
-        Outcome outcome{WIFEXITED(result) ? WEXITSTATUS(result) : -1, ReadText(folder / "out.txt"),
-                        ReadText(folder / "err.txt")};
-        std::filesystem::remove(folder / "out.txt");
-        std::filesystem::remove(folder / "err.txt");
-        return outcome;
-    }
-
-    void ExpectFailure(const std::string& arguments, int status, const std::string& reason) const {
-        const std::vector<std::string> before = SortedNames();
-        const Outcome outcome = Run(arguments);
-        EXPECT_EQ(outcome.status, status) << arguments << "\n" << outcome.err;
-        EXPECT_EQ(outcome.out, "") << arguments;
-        EXPECT_TRUE(outcome.err.starts_with("orphia: ")) << arguments << "\n" << outcome.err;
-        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << arguments << "\n"
-                                                                               << outcome.err;
-        EXPECT_NE(outcome.err.find(reason), std::string::npos) << arguments << "\n" << outcome.err;
-        EXPECT_EQ(SortedNames(), before) << arguments << " left files";
-    }
-
-    std::vector<std::string> SortedNames() const {
-        std::vector<std::string> names = folder.Names();
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
-    TemporaryFolder folder;
 };
 
 TEST_F(VocodeCommandTest, WritesASoundAndASummary) {

@@ -1,0 +1,270 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The carrier as a host runs it, with the player that feeds it a song.
+#include "host/CarrierSession.h"
+
+#include "MidiSong.h"
+#include "TestFiles.h"
+#include "host/Errors.h"
+#include "host/MidiPlayer.h"
+#include "host/ParameterText.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orphia::host {
+
+namespace {
+
+using test::At;
+using test::Bytes;
+using test::Sound;
+using test::operator+;
+
+constexpr std::uint32_t second = 960; // ticks, at 480 a beat and 120 beats a minute
+/// One smooth oscillator, at once there and at once gone.
+constexpr const char* plain[] = {"Osc1Waveform=0",
+                                 "Osc2Volume=-70 dB",
+                                 "EnsembleAmount=0",
+                                 "Sustain=1",
+                                 "Attack=2 ms",
+                                 "Release=10 ms",
+                                 "Modulations_Dst17_Src4_Amount=0",
+                                 "Modulations_Dst18_Src4_Amount=0"};
+using Settings = std::initializer_list<const char*>;
+
+const ParameterCatalog& Catalog() {
+    static const ParameterCatalog catalog(EngineTree::Carrier);
+    return catalog;
+}
+
+std::unique_ptr<CarrierSession> Ready(Settings settings = {}, std::uint32_t seed = 1) {
+    auto session = std::make_unique<CarrierSession>(44100, seed);
+    session->Apply(DefaultPreset(Catalog()));
+    for (const char* each : plain) {
+        session->Set(ParseAssignment(Catalog(), each));
+    }
+    for (const char* each : settings) {
+        session->Set(ParseAssignment(Catalog(), each));
+    }
+    return session;
+}
+
+Sound Play(const Bytes& track, double seconds, Settings settings = {}, std::size_t pieceBlocks = 1000) {
+    const MidiFile file = MidiFile::Parse(test::Song(0, 480, {track + test::End()}));
+    const auto session = Ready(settings);
+    MidiPlayer player(file, *session, Catalog());
+    Sound sound;
+    sound.samples.resize(2 * static_cast<std::size_t>(seconds * 44100.0));
+    const std::size_t piece = pieceBlocks * session->FramesPerBlock() * 2;
+    for (std::size_t at = 0; at < sound.samples.size(); at += piece) {
+        player.Process(std::span(sound.samples).subspan(at, std::min(piece, sound.samples.size() - at)));
+    }
+    EXPECT_TRUE(player.IsDone() || player.SongFrames() > sound.Frames());
+    return sound;
+}
+
+/// In Hz, between two times, by the first and the last rise through zero.
+double Pitch(const Sound& sound, double from, double to) {
+    double first = 0.0;
+    double last = 0.0;
+    int cycles = -1;
+    const auto end = static_cast<std::size_t>(to * 44100.0);
+    for (auto n = static_cast<std::size_t>(from * 44100.0); n + 1 < end; ++n) {
+        const double a = sound.samples[2 * n];
+        const double b = sound.samples[2 * n + 2];
+        if (a < 0.0 && b >= 0.0) {
+            last = static_cast<double>(n) - a / (b - a);
+            first = ++cycles == 0 ? last : first;
+        }
+    }
+    return cycles > 0 ? cycles * 44100.0 / (last - first) : 0.0;
+}
+
+double Key(double number) { return 440.0 * std::exp2((number - 69.0) / 12.0); }
+
+Bytes On(unsigned key, unsigned channel = 0) {
+    return {static_cast<std::uint8_t>(0x90U | channel), static_cast<std::uint8_t>(key), 100};
+}
+Bytes Off(unsigned key, unsigned channel = 0) {
+    return {static_cast<std::uint8_t>(0x80U | channel), static_cast<std::uint8_t>(key), 0};
+}
+Bytes Controller(unsigned number, unsigned value, unsigned channel = 0) {
+    return {static_cast<std::uint8_t>(0xB0U | channel), static_cast<std::uint8_t>(number),
+            static_cast<std::uint8_t>(value)};
+}
+/// An empty text.
+Bytes Wait(std::uint32_t ticks) { return At(ticks, {0xFF, 1, 0}); }
+/// Fully up.
+Bytes Bend(unsigned channel = 0) { return {static_cast<std::uint8_t>(0xE0U | channel), 127, 127}; }
+Bytes Registered(unsigned number, unsigned value, unsigned channel = 0) {
+    return At(0, Controller(101, 0, channel)) + At(0, Controller(100, number, channel)) +
+           At(0, Controller(6, value, channel));
+}
+
+void ExpectSilent(const Sound& sound, double from, const char* what) {
+    EXPECT_LT(sound.Rms(from), 1e-5) << what;
+}
+void ExpectHeard(const Sound& sound, double from, double to, const char* what) {
+    EXPECT_GT(sound.Rms(from, to), 1e-3) << what;
+}
+
+TEST(CarrierSession, RefusesRatesOutOfRange) {
+    EXPECT_THROW(CarrierSession(7999), UsageError);
+    EXPECT_THROW(CarrierSession(384001), UsageError);
+}
+
+TEST(CarrierSession, ControlsAreNoSettings) {
+    const auto session = Ready();
+    const auto before = session->Settings();
+    const std::uint32_t wheel = Catalog().Find("VST3_CtrlModWheel").id;
+    session->Control(wheel, 0.25F);
+    session->Control(1'000'000, 0.25F);
+    EXPECT_EQ(session->Value(wheel), 0.25F);
+    EXPECT_EQ(session->Settings(), before);
+}
+
+TEST(CarrierSession, SettingsMakeTheSameSoundAgainAndSeedsMatter) {
+    const auto render = [](CarrierSession& session) {
+        std::vector<float> sound(4000 * session.FramesPerBlock());
+        const MidiMessage note{0x90, 60, 100};
+        for (std::size_t at = 0; at < sound.size(); at += 2 * session.FramesPerBlock()) {
+            session.ProcessBlock({&note, at == 0 ? 1U : 0U}, {},
+                                 std::span(sound).subspan(at, 2 * session.FramesPerBlock()));
+        }
+        return sound;
+    };
+    const Settings noise = {"Osc1Waveform=3", "Osc1Shape=@0.3"};
+    const auto session = Ready(noise);
+    CarrierSession copy(44100);
+    copy.Apply({"", session->Settings()});
+    const std::vector<float> sound = render(*session);
+    EXPECT_EQ(render(copy), sound);
+    EXPECT_NE(render(*Ready(noise, 2)), sound);
+}
+
+TEST(MidiPlayer, ANoteHasItsPitchAndItsTime) {
+    const Sound sound = Play(At(second / 2, On(69)) + At(second, Off(69)), 1.8);
+    EXPECT_NEAR(Pitch(sound, 0.6, 1.4), 440.0, 0.05);
+    EXPECT_LT(sound.Rms(0.0, 0.498), 1e-6) << "before its time";
+    ExpectHeard(sound, 0.505, 0.52, "at its time");
+    ExpectHeard(sound, 1.48, 1.499, "up to its end");
+    ExpectSilent(sound, 1.53, "after its end");
+}
+
+TEST(MidiPlayer, TheResultDoesNotDependOnThePieces) {
+    const Bytes track = At(0, Controller(7, 20)) + At(3, On(60)) + At(101, On(64)) +
+                        At(57, Controller(7, 127)) + At(200, Bend()) + At(30, Off(60)) + At(100, Off(64));
+    const Sound whole = Play(track, 0.6);
+    for (const std::size_t blocks : {1U, 7U}) {
+        EXPECT_EQ(Play(track, 0.6, {}, blocks).samples, whole.samples) << blocks << " blocks";
+    }
+}
+
+TEST(MidiPlayer, NoEventIsLostWhenABlockOverflows) {
+    Bytes crowd;
+    for (int i = 0; i < 400; ++i) {
+        crowd = crowd + At(0, On(60)) + At(0, Off(60));
+    }
+    const Sound sound = Play(crowd + At(0, On(69)) + At(second / 2, Off(69)), 0.7);
+    EXPECT_NEAR(Pitch(sound, 0.2, 0.45), 440.0, 0.1) << "the last of 801 events";
+    ExpectSilent(sound, 0.55, "note 69 ended");
+}
+
+TEST(MidiPlayer, ThePedalKeepsItsPlaceAmongTheNotes) {
+    // A note-off and then the pedal, at one time: the note is over.
+    ExpectSilent(Play(At(0, On(60)) + At(200, Off(60)) + At(0, Controller(64, 127)) + Wait(800) +
+                          At(0, Controller(64, 0)),
+                      0.6),
+                 0.3, "off, then pedal");
+    const Bytes held = At(0, On(60)) + At(100, Controller(64, 64)) + At(100, Off(60));
+    const Sound sound = Play(held + At(400, Controller(64, 63)) + Wait(400), 1.0);
+    ExpectHeard(sound, 0.3, 0.6, "held by the pedal");
+    ExpectSilent(sound, 0.7, "released by the pedal");
+    ExpectSilent(Play(held + At(200, Controller(64, 0)) + At(0, Controller(64, 127)) + Wait(400), 0.8), 0.5,
+                 "up and down at one time");
+    const Bytes other = At(200, Controller(64, 0, 3)) + At(400, Controller(64, 0));
+    ExpectHeard(Play(held + other, 0.8), 0.5, 0.8, "another channel's pedal");
+}
+
+TEST(MidiPlayer, NothingHangs) {
+    const Bytes chord = At(0, On(60)) + At(0, On(60)) + At(0, On(64, 5)) + At(0, Controller(64, 127));
+    ExpectSilent(Play(chord, 0.3), 0.1, "the end of the song");
+    const Bytes rest = Wait(960);
+    ExpectSilent(Play(At(0, On(60)) + At(200, Controller(123, 0)) + rest, 0.5), 0.3, "all notes off");
+    ExpectHeard(Play(At(0, On(60)) + At(200, Controller(123, 0, 1)) + rest, 0.5), 0.3, 0.5,
+                "all notes off on another channel");
+    ExpectSilent(Play(At(0, Controller(64, 127)) + At(0, On(60)) + At(200, Controller(120, 0)) + rest, 0.5),
+                 0.3, "all sound off, in spite of the pedal");
+    ExpectSilent(Play(At(0, Controller(64, 127)) + At(0, On(60)) + At(50, Off(60)) +
+                          At(150, Controller(121, 0)) + rest,
+                      0.5),
+                 0.3, "reset of controllers lifts the pedal");
+    ExpectSilent(
+        Play(At(0, On(60)) + At(50, Off(60)) + Wait(50) + Wait(0), 0.4, {"VST3_CtrlSustainOnOff=on"}), 0.3,
+        "a pedal in the settings ends with the song");
+}
+
+TEST(MidiPlayer, TheBendHasTheRangeOfTheFile) {
+    const Bytes note = At(0, On(60)) + At(0, Bend()) + Wait(480) + At(0, Off(60));
+    EXPECT_NEAR(Pitch(Play(note, 0.5), 0.3, 0.5), Key(62), 0.1);
+    EXPECT_NEAR(Pitch(Play(note, 0.5, {"PitchBendRange=7"}), 0.3, 0.5), Key(67), 0.1);
+    EXPECT_NEAR(Pitch(Play(Registered(0, 12) + note, 0.5), 0.3, 0.5), Key(72), 0.2);
+    const Bytes cancelled = At(0, Controller(101, 0)) + At(0, Controller(100, 0)) + At(0, Controller(99, 1)) +
+                            At(0, Controller(6, 12));
+    EXPECT_NEAR(Pitch(Play(cancelled + note, 0.5), 0.3, 0.5), Key(62), 0.1) << "the number was another one's";
+    EXPECT_NEAR(Pitch(Play(note, 0.5, {"MPE_Enabled=on"}), 0.3, 0.5), Key(62), 0.1) << "channel 1 leads";
+}
+
+TEST(MidiPlayer, WithMpeAChannelBendsOnItsOwn) {
+    const Bytes zone = Registered(6, 15);
+    const Bytes bent = At(0, Bend(2)) + At(0, On(60, 2));
+    EXPECT_NEAR(Pitch(Play(zone + Registered(0, 12, 2) + bent + At(480, Off(60, 2)), 0.5), 0.3, 0.5), Key(72),
+                0.2);
+    EXPECT_NEAR(Pitch(Play(zone + At(0, Bend(2)) + At(0, On(60, 1)) + At(480, Off(60, 1)), 0.5), 0.3, 0.5),
+                Key(60), 0.1)
+        << "the bend of another channel";
+    EXPECT_NEAR(Pitch(Play(zone + At(0, Bend(0)) + At(0, On(60, 1)) + At(480, Off(60, 1)), 0.5), 0.3, 0.5),
+                Key(62), 0.1)
+        << "the bend of the zone";
+    EXPECT_NEAR(Pitch(Play(zone + Registered(6, 0) + bent + At(480, Off(60, 2)), 0.5), 0.3, 0.5), Key(62),
+                0.1)
+        << "no zone any more";
+}
+
+TEST(MidiPlayer, VolumeAndExpressionAreTheSquareOfTheirValues) {
+    const Bytes note = At(0, On(60)) + At(480, Off(60));
+    const double full = Play(note, 0.5).Rms(0.1, 0.4);
+    const auto ratio = [&](const Bytes& before) { return Play(before + note, 0.5).Rms(0.1, 0.4) / full; };
+    const double half = std::pow(64.0 / 127.0, 2);
+    EXPECT_NEAR(ratio(At(0, Controller(7, 64))), half, 1e-3);
+    EXPECT_NEAR(ratio(At(0, Controller(7, 64)) + At(0, Controller(11, 64))), half * half, 1e-3);
+    EXPECT_NEAR(ratio(At(0, Controller(7, 0, 9))), 1.0, 1e-3) << "of a channel without notes";
+    // A jump of the volume makes no jump in the sound.
+    const Sound sound = Play(At(0, On(60)) + At(241, Controller(7, 0)) + At(240, Off(60)), 0.4);
+    float largest = 0.0F;
+    for (std::size_t i = 2 * 8820; i + 2 < sound.samples.size(); i += 2) {
+        largest = std::max(largest, std::abs(sound.samples[i + 2] - sound.samples[i]));
+    }
+    EXPECT_LT(largest, 1e-3) << "a 262 Hz triangle moves by less";
+    EXPECT_EQ(sound.Rms(0.3, 0.39), 0.0);
+}
+
+TEST(MidiPlayer, WheelAndPressureReachTheModulations) {
+    const Settings routes = {"Dst17_Src7_Amount=-1", "Dst17_Src6_Amount=-1"};
+    const Bytes wait = At(480, Off(60));
+    const double full = Play(At(0, On(60)) + wait, 0.5, routes).Rms(0.2, 0.4);
+    for (const Bytes& message : {Controller(1, 127), Bytes{0xD0, 127}, Bytes{0xA0, 60, 127}}) {
+        EXPECT_LT(Play(At(0, On(60)) + At(0, message) + wait, 0.5, routes).Rms(0.3, 0.45), full / 100.0)
+            << "status " << static_cast<int>(message[0]);
+    }
+}
+
+} // namespace
+
+} // namespace orphia::host

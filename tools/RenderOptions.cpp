@@ -1,0 +1,124 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "RenderOptions.h"
+
+#include "ParameterList.h"
+#include "Terminal.h"
+#include "host/Errors.h"
+#include "host/ParameterText.h"
+#include "host/Preset.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <system_error>
+
+namespace orphia::tools {
+
+namespace {
+
+using host::EngineSession;
+using host::UsageError;
+
+bool SameFile(const std::filesystem::path& a, const std::filesystem::path& b) {
+    std::error_code error;
+    return std::filesystem::equivalent(a, b, error) ||
+           std::filesystem::weakly_canonical(a, error) == std::filesystem::weakly_canonical(b, error);
+}
+
+} // namespace
+
+RenderOptions::RenderOptions(CLI::App& app, host::EngineTree engineTree, const std::string& rateDefault)
+    : command(app), tree(engineTree) {
+    app.add_option("-o,--output", outputPath, "the result: .wav, .flac or .ogg; replaced if it exists")
+        ->type_name("FILE");
+    app.add_option("--set", assignments, "set a parameter, over all presets; may be repeated")
+        ->type_name("NAME=VALUE")
+        ->allow_extra_args(false);
+    app.add_option("--preset", presetPath, "settings from a file, over the built-in ones")->type_name("FILE");
+    app.add_option("--save-preset", savePresetPath, "write the settings of this run to a file")
+        ->type_name("FILE");
+    app.add_option("--rate", sampleRate, "sample rate; else " + rateDefault)->type_name("HZ");
+    app.add_option("--bits", bits, "16, 24 (as by default) or float")
+        ->type_name("BITS")
+        ->transform(CLI::IsMember({"16", "24", "float"}));
+    app.add_option("--seed", seed, "start of the noise (1); the same seed gives the same file")
+        ->type_name("N");
+    auto* list = app.add_flag("--list-parameters", listsParameters, "list the controls, and end");
+    app.add_flag("--all", listsAll, "list routes, circuit constants and outputs too")->needs(list);
+}
+
+const host::ParameterCatalog& RenderOptions::Catalog() const {
+    if (!catalog) {
+        catalog.emplace(tree);
+    }
+    return *catalog;
+}
+
+bool RenderOptions::PrintListIfAsked() const {
+    if (listsParameters) {
+        PrintParameterList(Catalog(), listsAll);
+    }
+    return listsParameters;
+}
+
+void RenderOptions::Check(std::span<const std::filesystem::path> inputs) {
+    host::AudioFileWriter::CheckFormat(outputPath, Format());
+    std::vector<std::filesystem::path> read(inputs.begin(), inputs.end());
+    if (!presetPath.empty()) {
+        read.push_back(presetPath);
+    }
+    for (const auto& input : read) {
+        if (SameFile(input, outputPath)) {
+            throw UsageError(fmt::format("{} is both input and output", outputPath.string()));
+        }
+    }
+    // A preset may be saved over the one that it comes from.
+    std::vector<std::filesystem::path> kept(inputs.begin(), inputs.end());
+    kept.push_back(outputPath);
+    for (const auto& other : kept) {
+        if (!savePresetPath.empty() && SameFile(other, savePresetPath)) {
+            throw UsageError(fmt::format("the preset would replace {}", other.string()));
+        }
+    }
+    if (command.count("--rate") > 0 &&
+        (sampleRate < EngineSession::minimumSampleRate || sampleRate > EngineSession::maximumSampleRate)) {
+        throw UsageError(fmt::format("--rate: {} is outside {} .. {} Hz", sampleRate,
+                                     EngineSession::minimumSampleRate, EngineSession::maximumSampleRate));
+    }
+    ownSettings.clear();
+    for (const std::string& assignment : assignments) {
+        ownSettings.push_back(host::ParseAssignment(Catalog(), assignment));
+    }
+}
+
+void RenderOptions::Apply(EngineSession& session) const {
+    session.Apply(host::DefaultPreset(Catalog()));
+    if (!presetPath.empty()) {
+        std::vector<std::string> warnings;
+        session.Apply(host::ReadPreset(presetPath, Catalog(), warnings));
+        std::for_each(warnings.begin(), warnings.end(), Warn);
+    }
+    session.Apply({{}, ownSettings});
+}
+
+std::unique_ptr<host::PendingFile> RenderOptions::BeginPreset(const EngineSession& session) const {
+    if (savePresetPath.empty()) {
+        return nullptr;
+    }
+    auto file = std::make_unique<host::PendingFile>(savePresetPath);
+    file->Write(host::FormatPreset({savePresetPath.stem().string(), session.Settings()}, Catalog()));
+    return file;
+}
+
+std::optional<host::SampleFormat> RenderOptions::Format() const {
+    if (bits.empty()) {
+        return std::nullopt;
+    }
+    if (bits == "float") {
+        return host::SampleFormat::Float32;
+    }
+    return bits == "16" ? host::SampleFormat::Int16 : host::SampleFormat::Int24;
+}
+
+} // namespace orphia::tools

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "host/AudioFileWriter.h"
+#include "host/EngineSession.h"
+#include "host/ParameterCatalog.h"
+#include "host/ParameterInfo.h"
+#include "host/PendingFile.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace orphia::tools {
+
+/// The options that all commands share which render sound with an engine: its settings and the result's file.
+class RenderOptions {
+public:
+    /// Declares them to a command; `rateDefault` tells what --rate is without it.
+    RenderOptions(CLI::App& command, host::EngineTree tree, const std::string& rateDefault);
+    RenderOptions(const RenderOptions&) = delete;
+    RenderOptions& operator=(const RenderOptions&) = delete;
+
+    /// The list of parameters was asked for, and is printed: the command is done.
+    bool PrintListIfAsked() const;
+
+    /// Refuses impossible options before any work: throws UsageError. No output may be one of the inputs.
+    void Check(std::span<const std::filesystem::path> inputs);
+
+    /// The built-in preset, then the one given, then the single settings. Throws FileError; warns of settings
+    /// that are not known.
+    void Apply(host::EngineSession& session) const;
+
+    /// Begins the preset that --save-preset asks for, and which appears when it is committed; null without.
+    std::unique_ptr<host::PendingFile> BeginPreset(const host::EngineSession& session) const;
+
+    const std::filesystem::path& Output() const { return outputPath; }
+    std::optional<host::SampleFormat> Format() const;
+    /// 0 when none was given.
+    std::uint32_t SampleRate() const { return sampleRate; }
+    std::uint32_t Seed() const { return seed; }
+    /// Made when it is first asked for, as it takes a whole engine.
+    const host::ParameterCatalog& Catalog() const;
+
+private:
+    const CLI::App& command;
+    host::EngineTree tree;
+    std::filesystem::path outputPath;
+    std::filesystem::path presetPath;
+    std::filesystem::path savePresetPath;
+    std::vector<std::string> assignments;
+    /// What the assignments say, once they are checked.
+    std::vector<host::ParameterSetting> ownSettings;
+    std::string bits;
+    std::uint32_t sampleRate = 0;
+    std::uint32_t seed = host::EngineSession::defaultSeed;
+    bool listsParameters = false;
+    bool listsAll = false;
+    mutable std::optional<host::ParameterCatalog> catalog;
+};
+
+} // namespace orphia::tools
