@@ -88,7 +88,6 @@ constexpr std::array rows = {
     Row{"VST3_PitchBend", {Controller, None, "the bend"}},
     Row{"VST3_CtrlModWheel", {Controller, None, "controller 1"}},
     Row{"VST3_CtrlSustainOnOff", {Controller, None, "controller 64", true}},
-    Row{"VST3_CtrlAllNotesOff", {Controller, None, "kept, without effect", true}},
     Row{"VST3_AfterTouch", {Controller, None, "pressure of a channel"}},
     Row{"MPE_GlobalBrightness", {Controller, None, "controller 74 of the master"}},
     Row{"MPE_PitchBend_#", {Controller, None, "the bend of a channel, from 0"}},

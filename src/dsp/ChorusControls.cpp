@@ -117,7 +117,7 @@ void ChorusControls::Jump() {
 }
 
 void ChorusControls::Step() {
-    for (u32 group = 0; group < groupCount; ++group) {
+    for (u32 group = 0; group < GroupCount; ++group) {
         groups[group].Step(group < firstSlowGroup ? fastDecay : slowDecay);
     }
 }

@@ -58,7 +58,7 @@ public:
         Shapes,
         LeftOffsets,
         RightOffsets,
-        groupCount
+        GroupCount
     };
     enum MixLane : u32 { Dry, WetDirect, WetOther };
     enum LoopLane : u32 { FeedbackDirect, FeedbackOther, LowCut, HighCut };
@@ -82,7 +82,7 @@ private:
     void AimLevels(const ChorusSettings& settings);
     void AimMotion(const ChorusSettings& settings);
 
-    std::array<SmoothedLanes, groupCount> groups;
+    std::array<SmoothedLanes, GroupCount> groups;
     float sampleRate = 44100.0F;
     float longestDelay = 0.0F;
     /// What is left of a way after a quad.

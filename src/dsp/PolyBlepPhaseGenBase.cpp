@@ -33,7 +33,9 @@ u64 ToPhase(double cycles) {
 
 /// The phase as a number in 0..1, from its upper 31 bits: what signed vector conversions take.
 float ToUnit(u64 phase) {
-    return static_cast<float>(static_cast<i32>(phase >> 33U)) * 4.656612873077393e-10F;
+    // The last few codes would round up to 1.
+    constexpr float largestBelowOne = 0x1.fffffep-1F;
+    return std::min(static_cast<float>(static_cast<i32>(phase >> 33U)) * 0x1p-31F, largestBelowOne);
 }
 
 struct WrapData {

@@ -21,10 +21,11 @@ float SmootherSRL::Next() {
     }
     if (e > step) {
         current += step;
-    } else if (e > -step) {
-        current = target;
-    } else {
+    } else if (e < -step) {
         current -= step;
+    } else {
+        // Also where the way is not a number: a broken target must not stay.
+        current = target;
     }
     return current;
 }

@@ -39,6 +39,8 @@ bool ChordGenerator::UpdateParameters(dsp::ProcessContext& context) {
     if (flushRequested && context.outputEvents != nullptr) {
         ReleaseAll();
         ReleaseIntervals(*context.outputEvents, true);
+        // Their note-offs may never come.
+        pressedKeys = {};
         flushRequested = false;
     }
     if (anyParameterChanged) {

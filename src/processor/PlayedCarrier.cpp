@@ -36,7 +36,6 @@ std::vector<ModuleParam> Declare() {
     add(bend("VST3_PitchBend"));
     add(raw("VST3_CtrlModWheel"));
     add(raw("VST3_CtrlSustainOnOff"));
-    add(raw("VST3_CtrlAllNotesOff"));
     add(raw("VST3_AfterTouch"));
     add(ModuleParam::Stepped("MPE_Enabled", 2, 0.0F, 1.0F));
     add(ModuleParam::Mapped("MPE_PitchRange", linearId, 2.0F, 96.0F, 1.0F));

@@ -30,7 +30,6 @@ public:
         PitchBend,
         ModWheel,
         Sustain,
-        AllNotesOff,
         Aftertouch,
         MpeEnabled,
         MpePitchRange,

@@ -69,6 +69,17 @@ void VoiceOscillator::Reset(bool hard) {
     s2 = 0.0F;
 }
 
+void VoiceOscillator::SetWaveform(i32 number) {
+    if (number == waveform) {
+        return;
+    }
+    waveform = number;
+    // The shape that begins knows no reset of sync: the last one that it saw is long past.
+    triangle.OnReset(false);
+    saw.OnReset(false);
+    square.OnReset(false);
+}
+
 void VoiceOscillator::SetLevel(float decibels) {
     if (decibels == lastLevel) {
         return;

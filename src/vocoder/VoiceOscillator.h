@@ -29,7 +29,7 @@ struct VoiceBuffers {
 };
 
 /// One oscillator of a voice: a phase, the selected waveform, what shapes it, and its level. Only the
-/// selected waveform runs; the states of the others stay as they were.
+/// selected waveform runs.
 class VoiceOscillator {
 public:
     enum Waveform : i32 { Triangle, Saw, Square, Noise };
@@ -39,7 +39,7 @@ public:
     void Initialize(float rate, u32 maxBlockSize);
     void Reset(bool hard);
 
-    void SetWaveform(i32 number) { waveform = number; }
+    void SetWaveform(i32 number);
     /// In dB.
     void SetLevel(float decibels);
     /// 0 to 1. Width of the square, colour of the noise, brightness of the saw, drive of saw and triangle.
