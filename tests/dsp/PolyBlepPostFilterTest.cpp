@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
-
 namespace {
 
 using namespace orphia::test;
@@ -37,46 +35,23 @@ TEST(PolyBlepPostFilter, BringsTheHarmonicsOfASawBackToTheirLevels) {
     EXPECT_LT(level(plain, 34), 0.5 * level(plain, 1)) << "what the filter is there for";
 }
 
-TEST(PolyBlepPostFilter, IsALinearPhaseFirOfNineTapsWithUnityGainAtZero) {
-    const Signal h = Filtered(Impulse(16));
-    double sum = 0.0;
-    for (std::size_t n = 0; n < 16; ++n) {
-        sum += static_cast<double>(h[n]);
-        EXPECT_EQ(h[n], n <= 8 ? h[8 - n] : 0.0F) << n;
-    }
-    EXPECT_NEAR(sum, 1.0, 1e-6);
-    EXPECT_GT(h[4], 1.0F);
-}
-
 TEST(PolyBlepPostFilter, NeitherBlocksNorWorkingInPlaceChangeASample) {
     Signal noise = Noise(4000, 1.0F, 11);
     const Signal expected = Filtered(noise);
     EXPECT_EQ(Filtered(noise, BlockSplit::Random(256, 40, 5)), expected);
-    EXPECT_EQ(Filtered(noise, BlockSplit::Of(4)), expected);
     PolyBlepPostFilter filter;
     Prepare(filter, 44100.0F, {});
     RunInPlace(filter, {noise.data()}, {noise.data()}, noise.size());
     EXPECT_EQ(noise, expected);
-}
-
-TEST(PolyBlepPostFilter, CopiesWhenOffAndStartsClearWhenTurnedOn) {
-    PolyBlepPostFilter filter;
-    Prepare(filter, 44100.0F, {});
-    const Signal noise = Noise(44, 1.0F, 2);
-    const Signal silence(44, 0.0F);
-    const auto run = [&](const Signal& input) { return Render(filter, {&input}, 1, BlockSplit::Of(44))[0]; };
-    run(noise);
+    // It starts clear when turned on again, and after a reset.
     filter.SetParameterValue(PolyBlepPostFilter::on, 0.0F);
+    const auto run = [&](const Signal& input) { return Render(filter, {&input}, 1, BlockSplit::Of(44))[0]; };
     EXPECT_EQ(run(noise), noise);
     filter.SetParameterValue(PolyBlepPostFilter::on, 1.0F);
-    EXPECT_EQ(run(silence), silence);
+    EXPECT_EQ(run(Signal(44, 0.0F)), Signal(44, 0.0F));
     run(noise);
     filter.Reset(false);
-    EXPECT_EQ(run(silence), silence);
-    // What is not a number leaves after eight frames.
-    Signal broken = silence;
-    broken[10] = std::numeric_limits<float>::quiet_NaN();
-    EXPECT_EQ(run(broken)[19], 0.0F);
+    EXPECT_EQ(run(Signal(44, 0.0F)), Signal(44, 0.0F));
 }
 
 } // namespace

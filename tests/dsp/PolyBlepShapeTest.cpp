@@ -54,17 +54,6 @@ Settings Of(const Mode& mode, float width) {
     return settings;
 }
 
-/// The plain waveforms.
-double Plain(const std::string& label, double p, double w) {
-    if (label == "saw") {
-        return 2.0 * p - 1.0;
-    }
-    if (label == "square" || label == "pulse") {
-        return p < w ? 1.0 : -1.0;
-    }
-    return p < w ? 2.0 * p / w - 1.0 : (w + 1.0 - 2.0 * p) / (1.0 - w);
-}
-
 std::vector<Signal> SyncedPhases(float masterHertz, float slaveHertz, float start, std::size_t frames,
                                  const Signal* fm = nullptr) {
     const auto master = Phases(
@@ -121,44 +110,6 @@ TEST(PolyBlepShape, AliasesOfSyncedTonesLieAsFarBelow) {
     }
 }
 
-TEST(PolyBlepShape, EverySideOfEveryDiscontinuityCountsAtAnyFrequency) {
-    // A phase in each frame, against the sum of all terms in double precision.
-    Signal phase(400);
-    for (std::size_t n = 0; n < phase.size(); ++n) {
-        phase[n] = (static_cast<float>(n) + 0.3F) / 400.0F;
-    }
-    for (const float increment : {0.004F, 0.1F, -0.22F, 0.3F, 0.45F, 0.7F}) {
-        const double speed = std::abs(increment);
-        const auto step = [speed](double q) {
-            return q < 2.0 * speed ? Velmora::dsp::polyblep::StepResidual(q / speed) : 0.0;
-        };
-        const auto bend = [speed](double q) {
-            return q < 2.0 * speed ? Velmora::dsp::polyblep::BendResidual(q / speed) : 0.0;
-        };
-        ForEachShape([&]<class M>(const std::string& label, float width) {
-            const std::vector<Signal> inputs{phase, Signal(400, increment)};
-            const Signal smooth = Shape<M>(Of<M>({}, width), rate, inputs);
-            const Signal plain = Shape<M>(Of<M>({.antiAliased = false}, width), rate, inputs);
-            for (std::size_t n = 0; n < phase.size(); ++n) {
-                const double p = phase[n];
-                const double w = width;
-                const double q = p < w ? p + 1.0 - w : p - w;
-                const double wrap = step(1.0 - p) - step(p);
-                double terms = wrap;
-                if (label == "square" || label == "pulse") {
-                    terms = step(1.0 - q) - step(q) - wrap;
-                } else if (label != "saw") {
-                    terms = speed / (w * (1.0 - w)) * (bend(p) + bend(1.0 - p) - bend(q) - bend(1.0 - q));
-                }
-                const double expected = Plain(label, p, w);
-                ASSERT_NEAR(plain[n], expected, 2e-6) << label << ", phase " << p;
-                ASSERT_NEAR(smooth[n], expected + terms, 1e-5)
-                    << label << ", phase " << p << ", " << increment;
-            }
-        });
-    }
-}
-
 TEST(PolyBlepShape, NeitherBlocksNorSharedBuffersNorTheFmLoopChangeASample) {
     const Signal fm = Noise(3000, 20000.0F, 5);
     const Signal widths = Noise(3000, 0.5F, 6);
@@ -193,64 +144,20 @@ TEST(PolyBlepShape, NeitherBlocksNorSharedBuffersNorTheFmLoopChangeASample) {
     });
 }
 
-TEST(PolyBlepShape, ATriangleThatFmTurnsRoundHasNoSteps) {
-    Signal fm(8000);
-    for (std::size_t n = 0; n < fm.size(); ++n) {
-        fm[n] = 4000.0F * static_cast<float>(std::sin(0.013 * static_cast<double>(n)));
-    }
-    const auto phases = Phases({{PolyBlepPhaseGen::frequency, 300.0F}, {PolyBlepPhaseGen::fmOn, 1.0F}}, rate,
-                               fm.size(), nullptr, &fm);
-    const Signal y = Shape<PolyBlepTriangle>(Of<PolyBlepTriangle>({.fm = true}, 0.5F), rate, phases);
-    for (std::size_t n = 1; n < y.size(); ++n) {
-        // Four per cycle is the slope; the rest is for a corner that was foreseen and did not come.
-        ASSERT_LE(std::abs(y[n] - y[n - 1]), 4.5F * std::abs(phases[1][n]) + 0.002F) << n;
-    }
-}
-
-TEST(PolyBlepShape, WidthComesFromTheChannelWhenModulated) {
-    const auto phases = Phases({{PolyBlepPhaseGen::frequency, 1003.7F}}, rate, 400);
-    const auto expectSame = [&]<class M>(float channelValue, float parameter) {
-        const Signal channel(400, channelValue);
-        for (const bool smooth : {false, true}) {
-            const Signal fixed = Shape<M>(Of<M>({.antiAliased = smooth}, parameter), rate, phases);
-            const Settings modulated = Of<M>({.antiAliased = smooth, .widthModulation = true}, 0.7F);
-            const Signal y = Shape<M>(modulated, rate, phases, &channel);
-            for (std::size_t n = 0; n < 400; ++n) {
-                ASSERT_NEAR(y[n], fixed[n], 1e-4) << "channel " << channelValue << ", frame " << n;
-            }
-            EXPECT_EQ(Shape<M>(modulated, rate, phases),
-                      Shape<M>(Of<M>({.antiAliased = smooth}, 0.7F), rate, phases))
-                << "without a channel the parameter counts";
-        }
-    };
-    expectSame.operator()<PolyBlepSquare>(0.25F, 0.25F);
-    expectSame.operator()<PolyBlepSquare>(1.7F, 1.0F);
-    expectSame.operator()<PolyBlepSquare>(-3.0F, 0.0F);
-    expectSame.operator()<PolyBlepTriangle>(0.25F, 0.25F);
-    expectSame.operator()<PolyBlepTriangle>(1.25F, 0.25F);
-    expectSame.operator()<PolyBlepTriangle>(-0.25F, 0.75F);
-    expectSame.operator()<PolyBlepTriangle>(1.0F, 0.0F);
-}
-
 TEST(PolyBlepShape, StandingStillGivesThePlainValueAndOffGivesZero) {
     ForEachShape([&]<class M>(const std::string& label, float width) {
         for (const float p : {0.0F, 0.3F, 0.9F}) {
             const std::vector<Signal> still{Signal(8, p), Signal(8, 0.0F)};
-            for (const bool fm : {false, true}) {
-                const Signal y = Shape<M>(Of<M>({.fm = fm}, width), rate, still);
-                EXPECT_NEAR(y[5], Plain(label, p, width), 2e-6) << label;
-                EXPECT_EQ(y, Signal(8, y[5])) << label;
+            const Signal plain = Shape<M>(Of<M>({.antiAliased = false}, width), rate, still);
+            EXPECT_LE(Peak(plain), 1.0F) << label;
+            for (const Mode& mode : {Mode{}, Mode{.sync = true}, Mode{.fm = true}}) {
+                EXPECT_EQ(Shape<M>(Of<M>(mode, width), rate, still), plain) << label;
             }
         }
         Settings off = Of<M>({}, width);
         off.emplace_back(M::on, 0.0F);
         EXPECT_EQ(Shape<M>(off, rate, {Signal(8, 0.3F), Signal(8, 0.1F)}), Signal(8, 0.0F)) << label;
-        const Settings alone = Of<M>({.sync = true}, width);
-        EXPECT_EQ(Shape<M>(alone, rate, {Signal(8, 0.3F), Signal(8, 0.1F)}).size(), 8U) << "no reset inputs";
     });
-    EXPECT_NEAR(Shape<PolyBlepSaw>(Of<PolyBlepSaw>({}, 0.0F), rate, {Signal(8, 1e-6F), Signal(8, 0.1F)})[0],
-                0.0F, 1e-4F)
-        << "just after a wrap the saw is half-way up";
 }
 
 TEST(PolyBlepShape, NothingOfAnEarlierOrBrokenBlockStays) {

@@ -39,8 +39,6 @@ public:
     u32 fadeBlocks = 2;
     /// When given, drawn anew for each voice: up to releaseBlocks, up to fadeBlocks.
     std::function<u32(u32 limit)> draw;
-    u32 finished = 0;
-    const engine::MtsClient* tuning = nullptr;
 
     void Send(u8 status, u8 data1, u8 data2) {
         dsp::Event event;
@@ -70,9 +68,9 @@ public:
         }
         return fakes[v].gate && !fakes[v].fading ? fakes[v].note.note : -1;
     }
-    std::set<i32> Owners(u32 first = 0, u32 last = slots) const {
+    std::set<i32> Owners() const {
         std::set<i32> owners;
-        for (u32 v = first; v < last; ++v) {
+        for (u32 v = 0; v < slots; ++v) {
             owners.insert(Owner(v));
         }
         owners.erase(-1);
@@ -114,8 +112,8 @@ protected:
         fakes[v].fading = true;
         fakes[v].left = Draw(left);
     }
-    void OnVoiceFinished(u32 /*v*/) override { ++finished; }
-    const engine::MtsClient* MtsClient() const override { return tuning; }
+    void OnVoiceFinished(u32 /*v*/) override {}
+    const engine::MtsClient* MtsClient() const override { return nullptr; }
 
 private:
     u32 Draw(u32 limit) const { return !draw ? limit : draw(limit); }

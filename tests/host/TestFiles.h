@@ -3,6 +3,7 @@
 
 #include <sndfile.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <filesystem>
@@ -11,6 +12,7 @@
 #include <numbers>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Files for the tests of host and tools, made and read without the code under test.
@@ -39,6 +41,7 @@ public:
         for (const auto& entry : std::filesystem::directory_iterator(folder)) {
             names.push_back(entry.path().filename().string());
         }
+        std::sort(names.begin(), names.end());
         return names;
     }
 
@@ -92,54 +95,45 @@ inline Sound ReadSound(const std::filesystem::path& path) {
     return sound;
 }
 
-inline Sound Sine(double hertz, double seconds, int sampleRate = 44100, int channels = 2,
-                  double level = 0.5) {
+/// The same on every channel, by a function of the time in seconds.
+template <class F>
+Sound Generate(double seconds, int sampleRate, int channels, F&& sampleAt) {
     Sound sound{sampleRate, channels, {}};
-    const auto frames = static_cast<std::size_t>(seconds * sampleRate);
-    for (std::size_t n = 0; n < frames; ++n) {
-        const double phase = 2.0 * std::numbers::pi * hertz * static_cast<double>(n) / sampleRate;
+    for (std::size_t n = 0; n < static_cast<std::size_t>(seconds * sampleRate); ++n) {
         sound.samples.insert(sound.samples.end(), static_cast<std::size_t>(channels),
-                             static_cast<float>(level * std::sin(phase)));
+                             static_cast<float>(sampleAt(static_cast<double>(n) / sampleRate)));
     }
     return sound;
+}
+
+inline Sound Sine(double hertz, double seconds, int sampleRate = 44100, int channels = 2,
+                  double level = 0.5) {
+    return Generate(seconds, sampleRate, channels,
+                    [=](double time) { return level * std::sin(2.0 * std::numbers::pi * hertz * time); });
 }
 
 /// A plain speech: syllables of soft pulses at 120 Hz, with bursts of bright noise between them, from 0.18 s
 /// to 0.25 s of every 0.3 s.
 inline Sound Syllables(double seconds, int sampleRate = 44100) {
-    Sound sound{sampleRate, 2, {}};
     std::mt19937 random(1);
     std::uniform_real_distribution<double> white(-1.0, 1.0);
-    double noiseBefore = 0.0;
-    for (std::size_t n = 0; n < static_cast<std::size_t>(seconds * sampleRate); ++n) {
-        const double time = static_cast<double>(n) / sampleRate;
+    double noise = 0.0;
+    return Generate(seconds, sampleRate, 2, [&](double time) {
         const double inSyllable = std::fmod(time, 0.3);
         const double inPeriod = std::fmod(time * 120.0, 1.0);
-        const double noise = white(random);
-        double sample = 0.0;
+        const double noiseBefore = std::exchange(noise, white(random));
         if (inSyllable < 0.18) {
-            sample = 1.2 * inPeriod * std::exp(-16.0 * inPeriod) * 20.0 - 0.09;
-        } else if (inSyllable < 0.25) {
-            sample = 0.1 * (noise - noiseBefore);
+            return 1.2 * inPeriod * std::exp(-16.0 * inPeriod) * 20.0 - 0.09;
         }
-        noiseBefore = noise;
-        sound.samples.insert(sound.samples.end(), 2, static_cast<float>(sample));
-    }
-    return sound;
+        return inSyllable < 0.25 ? 0.1 * (noise - noiseBefore) : 0.0;
+    });
 }
 
 /// Three sawtooth voices.
 inline Sound Chord(double seconds, int sampleRate = 44100) {
-    Sound sound{sampleRate, 2, {}};
-    const auto frames = static_cast<std::size_t>(seconds * sampleRate);
-    for (std::size_t n = 0; n < frames; ++n) {
-        double sum = 0.0;
-        for (const double hertz : {110.0, 164.8, 277.2}) {
-            sum += 0.25 * (std::fmod(hertz * static_cast<double>(n) / sampleRate, 1.0) - 0.5);
-        }
-        sound.samples.insert(sound.samples.end(), 2, static_cast<float>(sum));
-    }
-    return sound;
+    const auto saw = [](double phase) { return 0.25 * (std::fmod(phase, 1.0) - 0.5); };
+    return Generate(seconds, sampleRate, 2,
+                    [saw](double time) { return saw(110.0 * time) + saw(164.8 * time) + saw(277.2 * time); });
 }
 
 inline std::string ReadText(const std::filesystem::path& path) {

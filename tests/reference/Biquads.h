@@ -9,14 +9,6 @@ namespace orphia_reference {
 
 using Complex = std::complex<double>;
 
-/// How coefficients are computed. The recursions always run in double precision; the two coarser settings
-/// show how much of a difference comes from coefficients that have to fit a float.
-enum class CoefficientMath {
-    Double,          ///< exact to double precision
-    RoundedToSingle, ///< computed in double, each coefficient then rounded to float
-    Single           ///< every intermediate result rounded to float
-};
-
 enum class Shape { LowPass, HighPass, BandPass };
 
 /// A second-order section by its analogue values. The digital section is its bilinear image, with the corner
@@ -36,8 +28,6 @@ struct BiquadCircuit {
 struct OnePoleCircuit {
     Shape shape = Shape::LowPass;
     double halfAngularCorner = 0.0; ///< pi Fc
-
-    Complex Response(double frequencyHz, double sampleRate) const;
 };
 
 /// Direct form 1, one sample at a time.
@@ -46,8 +36,8 @@ struct Biquad {
     double a0 = 1.0, a1 = 0.0, a2 = 0.0;
     double x1 = 0.0, x2 = 0.0, y1 = 0.0, y2 = 0.0;
 
-    /// Replaces the coefficients and keeps the state. `normalized` divides them by a0.
-    void Design(const BiquadCircuit& circuit, double sampleRate, CoefficientMath math, bool normalized);
+    /// Replaces the coefficients and keeps the state.
+    void Design(const BiquadCircuit& circuit, double sampleRate);
 
     /// `gain` stands on the feed-forward sum, before the feedback terms.
     double Step(double x, double gain = 1.0);
@@ -58,7 +48,7 @@ struct OnePole {
     double b0 = 0.0, b1 = 0.0, a1 = 0.0;
     double x1 = 0.0, y1 = 0.0;
 
-    void Design(const OnePoleCircuit& circuit, double sampleRate, CoefficientMath math);
+    void Design(const OnePoleCircuit& circuit, double sampleRate);
     double Step(double x, double gain = 1.0);
 };
 

@@ -15,51 +15,28 @@ constexpr double lowBandGain = 1.5909;
 
 const OnePoleCircuit balanceHighPass{Shape::HighPass, 49.998447};
 
-BiquadCircuit HighPassOf(const DiscriminatorSettings& s) {
-    return BiquadCircuit::FromFcAndQ(Shape::HighPass, s.fcHighPass, s.qHighPass);
-}
-
-BiquadCircuit LowPassOf(const DiscriminatorSettings& s) {
-    return BiquadCircuit::FromFcAndQ(Shape::LowPass, s.fcLowPass, s.qLowPass);
-}
-
 } // namespace
 
-DiscriminatorModel::DiscriminatorModel(double sampleRate, CoefficientMath math)
-    : highFollower(sampleRate, math), lowFollower(sampleRate, math), rate(sampleRate), coefficientMath(math) {
+DiscriminatorModel::DiscriminatorModel(double sampleRate)
+    : highFollower(sampleRate), lowFollower(sampleRate) {
+    highPass.Design(BiquadCircuit::FromFcAndQ(Shape::HighPass, 1860.4652, 0.72008), sampleRate);
+    lowPass.Design(BiquadCircuit::FromFcAndQ(Shape::LowPass, 1833.142, 0.73082), sampleRate);
 }
 
-void DiscriminatorModel::BeginBlock(const DiscriminatorSettings& settings) {
-    highPass.Design(HighPassOf(settings), rate, coefficientMath, false);
-    lowPass.Design(LowPassOf(settings), rate, coefficientMath, false);
-    trim = Trim(settings.trimmer);
+void DiscriminatorModel::BeginBlock(double v) {
+    trim = (0.070484 - v * 0.140968) / (v * 0.047232 * (v - 1.0) - 1.0);
 }
 
 double DiscriminatorModel::Step(double x) {
-    highEnvelope = highFollower.Step(highPass.Step(x) * highBandGain);
-    lowEnvelope = lowFollower.Step(lowPass.Step(x) * lowBandGain);
-    difference = lowEnvelope + trim - highEnvelope;
-    smallestMargin = std::min(smallestMargin, std::abs(difference + deadBand));
+    const double high = highFollower.Step(highPass.Step(x) * highBandGain);
+    const double low = lowFollower.Step(lowPass.Step(x) * lowBandGain);
+    const double difference = low + trim - high;
     return std::abs(difference) >= deadBand && difference < 0.0 ? -rail : rail;
 }
 
-double DiscriminatorModel::Trim(double v) {
-    return (0.070484 - v * 0.140968) / (v * 0.047232 * (v - 1.0) - 1.0);
-}
-
-Complex DiscriminatorModel::HighBandResponse(const DiscriminatorSettings& settings, double frequencyHz,
-                                             double sampleRate) {
-    return highBandGain * HighPassOf(settings).Response(frequencyHz, sampleRate);
-}
-
-Complex DiscriminatorModel::LowBandResponse(const DiscriminatorSettings& settings, double frequencyHz,
-                                            double sampleRate) {
-    return lowBandGain * LowPassOf(settings).Response(frequencyHz, sampleRate);
-}
-
-BalanceModel::BalanceModel(double sampleRate, CoefficientMath math) {
-    carrierHighPass.Design(balanceHighPass, sampleRate, math);
-    noiseHighPass.Design(balanceHighPass, sampleRate, math);
+BalanceModel::BalanceModel(double sampleRate) {
+    carrierHighPass.Design(balanceHighPass, sampleRate);
+    noiseHighPass.Design(balanceHighPass, sampleRate);
     smoother.Prepare(0.1, sampleRate);
 }
 
@@ -77,10 +54,6 @@ BalanceModel::Buses BalanceModel::Step(double carrier, double noise) {
     const double y = carrierHighPass.Step(std::clamp(2.0 * b, 0.0, 1.0) * carrier);
     const double z = noiseHighPass.Step(std::clamp(2.0 * (1.0 - b), 0.0, 1.0) * noise);
     return mixed ? Buses{y + z, 0.0} : Buses{y, z};
-}
-
-Complex BalanceModel::Response(double frequencyHz, double sampleRate) {
-    return balanceHighPass.Response(frequencyHz, sampleRate);
 }
 
 } // namespace orphia_reference

@@ -48,11 +48,11 @@ BankPlan SynthesizerPlan(double shift, double width) {
     return plan;
 }
 
-void FilterBankModel::Design(const BankPlan& newPlan, double sampleRate, CoefficientMath math) {
+void FilterBankModel::Design(const BankPlan& newPlan, double sampleRate) {
     plan = newPlan;
     for (std::size_t band = 0; band < sections.size(); ++band) {
         for (std::size_t stage = 0; stage < 2; ++stage) {
-            sections[band][stage].Design(plan[band].Stage(stage), sampleRate, math, true);
+            sections[band][stage].Design(plan[band].Stage(stage), sampleRate);
         }
     }
 }
@@ -62,12 +62,11 @@ double FilterBankModel::StepBand(std::size_t band, double x) {
     return sections[band][1].Step(sections[band][0].Step(x, gain), gain);
 }
 
-SynthesizerBankModel::SynthesizerBankModel(double shift, double width, double sampleRate, double maxBlockSize,
-                                           CoefficientMath math)
-    : lastShift(shift), lastWidth(width), rate(sampleRate), coefficientMath(math) {
+SynthesizerBankModel::SynthesizerBankModel(double shift, double width, double sampleRate, double maxBlockSize)
+    : lastShift(shift), lastWidth(width), rate(sampleRate) {
     shiftSmoother.Prepare(0.015, sampleRate, maxBlockSize);
     shiftSmoother.Set(shift);
-    bank.Design(SynthesizerPlan(shift, width), sampleRate, math);
+    bank.Design(SynthesizerPlan(shift, width), sampleRate);
 }
 
 void SynthesizerBankModel::UpdateBlock(double shift, double width, bool modulated) {
@@ -77,7 +76,7 @@ void SynthesizerBankModel::UpdateBlock(double shift, double width, bool modulate
     lastShift = shift;
     lastWidth = width;
     shiftSmoother.SetTarget(shift);
-    bank.Design(SynthesizerPlan(shiftSmoother.Next(), width), rate, coefficientMath);
+    bank.Design(SynthesizerPlan(shiftSmoother.Next(), width), rate);
 }
 
 double SynthesizerBankModel::Step(const BandValues& bands) {

@@ -35,14 +35,13 @@ struct FilterBankModel {
     BankPlan plan;
 
     /// Replaces the coefficients and keeps the state.
-    void Design(const BankPlan& newPlan, double sampleRate, CoefficientMath math);
+    void Design(const BankPlan& newPlan, double sampleRate);
     double StepBand(std::size_t band, double x);
 };
 
 /// The synthesis bank with its own notion of when shift and width take effect.
 struct SynthesizerBankModel {
-    SynthesizerBankModel(double shift, double width, double sampleRate, double maxBlockSize,
-                         CoefficientMath math);
+    SynthesizerBankModel(double shift, double width, double sampleRate, double maxBlockSize);
 
     /// Once per block. The shift smoother moves only on blocks that bring a change or a modulation, one step
     /// each, so a single change gets one step of the way and stays there.
@@ -56,7 +55,6 @@ private:
     double lastShift;
     double lastWidth;
     double rate;
-    CoefficientMath coefficientMath;
 };
 
 } // namespace orphia_reference

@@ -11,19 +11,12 @@ namespace orphia_reference {
 /// The path of the highest frequencies: two high-passes, a gate, a third high-pass, a low-pass.
 struct HfChannelModel {
     /// The level is snapped to `initial.level`.
-    HfChannelModel(const HfSettings& initial, double sampleRate, CoefficientMath math);
+    HfChannelModel(const HfSettings& initial, double sampleRate);
     void BeginBlock(const HfSettings& settings, double gateAttackHz, double gateReleaseHz);
     double Step(double program, double hissControl);
 
-    GateModel gate;
-
-    /// Up to the gate, level included.
-    static Complex BeforeGate(const HfSettings& settings, double frequencyHz, double sampleRate);
-    static Complex AfterGate(const HfSettings& settings, double frequencyHz, double sampleRate);
-    /// The whole path for a small signal through the fully open gate.
-    static Complex OpenResponse(const HfSettings& settings, double frequencyHz, double sampleRate);
-
 private:
+    GateModel gate;
     Biquad highPass1;
     Biquad highPass2;
     Biquad highPass3;
@@ -31,8 +24,6 @@ private:
     SmootherModel level;
     double highPassGain = 0.0;
     int mode = 0;
-    double rate;
-    CoefficientMath coefficientMath;
 };
 
 } // namespace orphia_reference

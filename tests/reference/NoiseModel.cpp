@@ -25,47 +25,29 @@ Complex Evaluate(const Polynomial& p, Complex s) {
 }
 
 /// Multiplies by (1 + sign z^-1), dropping what the multiplicand never reaches.
-template <typename T>
-std::array<T, 6> TimesFirstOrder(const std::array<T, 6>& p, T sign) {
-    std::array<T, 6> product = p;
+Polynomial TimesFirstOrder(const Polynomial& p, double sign) {
+    Polynomial product = p;
     for (std::size_t i = 1; i < p.size(); ++i) {
         product[i] += sign * p[i - 1];
     }
     return product;
 }
 
-/// Sum over k of p[k] (c (1 - z^-1))^k (1 + z^-1)^(5 - k).
-template <typename T>
-Polynomial BilinearImage(const Polynomial& p, double doubleRate) {
-    std::array<T, 6> result{};
-    T scale = T(1);
+/// Sum over k of p[k] (2 rate (1 - z^-1))^k (1 + z^-1)^(5 - k).
+Polynomial BilinearImage(const Polynomial& p, double sampleRate) {
+    Polynomial result{};
+    double scale = 1.0;
     for (std::size_t k = 0; k < p.size(); ++k) {
-        std::array<T, 6> term{T(1)};
+        Polynomial term{1.0};
         for (std::size_t factor = 0; factor + 1 < p.size(); ++factor) {
-            term = TimesFirstOrder(term, factor < k ? T(-1) : T(1));
+            term = TimesFirstOrder(term, factor < k ? -1.0 : 1.0);
         }
         for (std::size_t i = 0; i < result.size(); ++i) {
-            result[i] += static_cast<T>(p[k]) * scale * term[i];
+            result[i] += p[k] * scale * term[i];
         }
-        scale *= static_cast<T>(doubleRate);
+        scale *= 2.0 * sampleRate;
     }
-    Polynomial widened{};
-    std::transform(result.begin(), result.end(), widened.begin(), [](T v) { return static_cast<double>(v); });
-    return widened;
-}
-
-Polynomial Transform(const Polynomial& p, double sampleRate, CoefficientMath math) {
-    const double doubleRate = 2.0 * sampleRate;
-    if (math == CoefficientMath::Single) {
-        return BilinearImage<float>(p, doubleRate);
-    }
-    Polynomial image = BilinearImage<double>(p, doubleRate);
-    if (math == CoefficientMath::RoundedToSingle) {
-        for (double& value : image) {
-            value = static_cast<double>(static_cast<float>(value));
-        }
-    }
-    return image;
+    return result;
 }
 
 void Push(Polynomial& history, double value) {
@@ -75,18 +57,18 @@ void Push(Polynomial& history, double value) {
 
 } // namespace
 
-float WhiteNoiseModel::NextFloat() {
+double WhiteNoiseModel::Next() {
     state ^= state << 13;
     state ^= state >> 17;
     state ^= state << 5;
     const float sample = 2.0F * (static_cast<float>(state) * 2.3283064e-10F) - 1.0F;
-    return std::clamp(sample, -1.0F, 1.0F);
+    return static_cast<double>(std::clamp(sample, -1.0F, 1.0F));
 }
 
-NoiseShapingModel::NoiseShapingModel(double sampleRate, CoefficientMath math)
-    : numerator(Transform(analogueNumerator, sampleRate, math)),
-      denominator(Transform(analogueDenominator, sampleRate, math)) {
-    highPass.Design(noiseHighPass, sampleRate, math, true);
+NoiseShapingModel::NoiseShapingModel(double sampleRate)
+    : numerator(BilinearImage(analogueNumerator, sampleRate)),
+      denominator(BilinearImage(analogueDenominator, sampleRate)) {
+    highPass.Design(noiseHighPass, sampleRate);
 }
 
 double NoiseShapingModel::Step(double x) {

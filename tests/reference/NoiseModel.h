@@ -13,22 +13,20 @@ struct WhiteNoiseModel {
     std::uint32_t state = 1;
 
     /// The sample as the single-precision generator makes it, bit for bit.
-    float NextFloat();
-    double Next() { return static_cast<double>(NextFloat()); }
+    double Next();
 };
 
 /// The fifth-order circuit that shapes the noise, followed by a high-pass at 2300 Hz.
 struct NoiseShapingModel {
-    NoiseShapingModel(double sampleRate, CoefficientMath math);
+    NoiseShapingModel(double sampleRate);
     double Step(double x);
 
     static Complex Response(double frequencyHz, double sampleRate);
 
+private:
     /// Unnormalized coefficients of the digital filter, current sample first.
     std::array<double, 6> numerator{};
     std::array<double, 6> denominator{};
-
-private:
     std::array<double, 6> inputs{};
     std::array<double, 6> outputs{};
     Biquad highPass;

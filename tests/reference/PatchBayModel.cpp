@@ -7,17 +7,9 @@ namespace orphia_reference {
 
 namespace {
 
-double Effective(const PatchSettings& settings, std::size_t destination, std::size_t source) {
-    return settings.on[destination][source] ? settings.amount[destination][source] : 0.0;
-}
-
 bool IsRouted(const PatchSettings& settings, std::size_t destination) {
-    for (std::size_t source = 0; source < bandCount; ++source) {
-        if (Effective(settings, destination, source) != 0.0) {
-            return true;
-        }
-    }
-    return false;
+    const auto& amounts = settings.amount[destination];
+    return std::any_of(amounts.begin(), amounts.end(), [](double amount) { return amount > 0.0; });
 }
 
 } // namespace
@@ -90,8 +82,8 @@ void PatchBayModel::Mix(const PatchSettings& settings, std::size_t lane, std::si
     std::vector<double>& out = lanes[lane][destination].destination;
     std::fill(out.begin(), out.end(), 0.0);
     for (std::size_t source = 0; source < bandCount; ++source) {
-        const double amount = Effective(settings, destination, source);
-        for (std::size_t n = 0; amount != 0.0 && n < out.size() / 4 * 4; ++n) {
+        const double amount = std::max(settings.amount[destination][source], 0.0);
+        for (std::size_t n = 0; amount > 0.0 && n < out.size() / 4 * 4; ++n) {
             out[n] += amount * lanes[lane][source].source[n];
         }
     }

@@ -27,8 +27,6 @@ BiquadCircuit AnalyzerHighPass() {
 
 } // namespace
 
-double GainFromDb(double db) { return std::pow(10.0, db * 0.05); }
-
 OverloadModel::OverloadModel(double sampleRate, double maxBlockSize) {
     smoother.Prepare(1.0 / 141.0, sampleRate, maxBlockSize);
 }
@@ -45,7 +43,7 @@ void OverloadModel::EndBlock(const std::vector<double>& block) {
 LevelModel::LevelModel(double sampleRate) { smoother.Prepare(0.1, sampleRate); }
 
 void LevelModel::BeginBlock(double levelDb) {
-    const double gain = GainFromDb(levelDb);
+    const double gain = std::pow(10.0, levelDb * 0.05);
     if (first) {
         smoother.Set(gain);
         first = false;
@@ -53,22 +51,17 @@ void LevelModel::BeginBlock(double levelDb) {
     smoother.SetTarget(gain);
 }
 
-PreampModel::PreampModel(double sampleRate, double maxBlockSize, CoefficientMath math)
+PreampModel::PreampModel(double sampleRate, double maxBlockSize)
     : overload(sampleRate, maxBlockSize), level(sampleRate) {
-    highPass.Design(programHighPass, sampleRate, math, false);
+    highPass.Design(programHighPass, sampleRate);
 }
 
 double PreampModel::Step(double x) { return highPass.Step(x * inputScale, level.Next() * programStageGain); }
 
-Complex PreampModel::Response(double levelDb, double frequencyHz, double sampleRate) {
-    return inputScale * GainFromDb(levelDb) * programStageGain *
-           programHighPass.Response(frequencyHz, sampleRate);
-}
-
-CarrierPreampModel::CarrierPreampModel(double sampleRate, double maxBlockSize, CoefficientMath math)
+CarrierPreampModel::CarrierPreampModel(double sampleRate, double maxBlockSize)
     : overload(sampleRate, maxBlockSize), level(sampleRate) {
-    stage1.Design(carrierStage1, sampleRate, math);
-    stage2.Design(carrierStage2, sampleRate, math);
+    stage1.Design(carrierStage1, sampleRate);
+    stage2.Design(carrierStage2, sampleRate);
 }
 
 double CarrierPreampModel::Step(double x) {
@@ -77,17 +70,8 @@ double CarrierPreampModel::Step(double x) {
     return stage2.y1;
 }
 
-Complex CarrierPreampModel::Response(double levelDb, double frequencyHz, double sampleRate) {
-    return inputScale * GainFromDb(levelDb) * carrierStageGain *
-           carrierStage1.Response(frequencyHz, sampleRate) * carrierStage2.Response(frequencyHz, sampleRate);
-}
-
-PreampAnalyzerModel::PreampAnalyzerModel(double sampleRate, CoefficientMath math) {
-    highPass.Design(AnalyzerHighPass(), sampleRate, math, false);
-}
-
-Complex PreampAnalyzerModel::Response(double frequencyHz, double sampleRate) {
-    return AnalyzerHighPass().Response(frequencyHz, sampleRate);
+PreampAnalyzerModel::PreampAnalyzerModel(double sampleRate) {
+    highPass.Design(AnalyzerHighPass(), sampleRate);
 }
 
 } // namespace orphia_reference

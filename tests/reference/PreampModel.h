@@ -32,12 +32,11 @@ private:
 
 /// Program preamp: one high-pass with the level on its feed-forward sum, never clipped.
 struct PreampModel {
-    PreampModel(double sampleRate, double maxBlockSize, CoefficientMath math);
+    PreampModel(double sampleRate, double maxBlockSize);
     void BeginBlock(double levelDb) { level.BeginBlock(levelDb); }
     double Step(double x);
 
     OverloadModel overload;
-    static Complex Response(double levelDb, double frequencyHz, double sampleRate);
 
 private:
     Biquad highPass;
@@ -46,13 +45,11 @@ private:
 
 /// Carrier preamp: two first-order high-passes, the second clipped inside its recursion.
 struct CarrierPreampModel {
-    CarrierPreampModel(double sampleRate, double maxBlockSize, CoefficientMath math);
+    CarrierPreampModel(double sampleRate, double maxBlockSize);
     void BeginBlock(double levelDb) { level.BeginBlock(levelDb); }
     double Step(double x);
 
     OverloadModel overload;
-    /// For a signal that does not reach the clip.
-    static Complex Response(double levelDb, double frequencyHz, double sampleRate);
 
 private:
     OnePole stage1;
@@ -62,16 +59,11 @@ private:
 
 /// The high-pass in front of the analysis side.
 struct PreampAnalyzerModel {
-    PreampAnalyzerModel(double sampleRate, CoefficientMath math);
+    PreampAnalyzerModel(double sampleRate);
     double Step(double x) { return highPass.Step(x); }
-
-    static Complex Response(double frequencyHz, double sampleRate);
 
 private:
     Biquad highPass;
 };
-
-/// 10^(dB / 20).
-double GainFromDb(double db);
 
 } // namespace orphia_reference

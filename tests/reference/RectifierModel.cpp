@@ -33,20 +33,15 @@ RectifierCircuit RectifierCircuit::OtherBands() {
             {Shape::LowPass, 306.4545, 0.6741998}};
 }
 
-Complex RectifierCircuit::Response(double frequencyHz, double sampleRate) const {
-    return onePole.Response(frequencyHz, sampleRate) * biquad.Response(frequencyHz, sampleRate);
-}
-
 double RectifierCircuit::SteadyVolts(double x) const {
     const double current = x > 0.0 ? x * gainPositive : x * gainNegative;
     return biasScale * supply - current * currentToVoltage;
 }
 
-RectifierFollowerModel::RectifierFollowerModel(const RectifierCircuit& parts, double sampleRate,
-                                               CoefficientMath math)
+RectifierFollowerModel::RectifierFollowerModel(const RectifierCircuit& parts, double sampleRate)
     : circuit(parts), rate(sampleRate) {
-    onePole.Design(circuit.onePole, sampleRate, math);
-    biquad.Design(circuit.biquad, sampleRate, math, true);
+    onePole.Design(circuit.onePole, sampleRate);
+    biquad.Design(circuit.biquad, sampleRate);
     SetTimes(0.001, 0.15);
 }
 
@@ -66,19 +61,14 @@ RectifierFollowerModel::Output RectifierFollowerModel::Step(double x) {
     return {follower.Step(direct), direct};
 }
 
-HissBuzzFollowerModel::HissBuzzFollowerModel(double sampleRate, CoefficientMath math) {
-    onePole.Design(hissBuzzOnePole, sampleRate, math);
-    biquad.Design(hissBuzzBiquad, sampleRate, math, false);
+HissBuzzFollowerModel::HissBuzzFollowerModel(double sampleRate) {
+    onePole.Design(hissBuzzOnePole, sampleRate);
+    biquad.Design(hissBuzzBiquad, sampleRate);
 }
 
 double HissBuzzFollowerModel::Step(double x) {
     const double u = x > 0.0 ? x * -4.988e-05 : x * 4.994e-05;
     return biquad.Step(onePole.Step(u, -20000.0));
-}
-
-Complex HissBuzzFollowerModel::Response(double frequencyHz, double sampleRate) {
-    return hissBuzzOnePole.Response(frequencyHz, sampleRate) *
-           hissBuzzBiquad.Response(frequencyHz, sampleRate);
 }
 
 } // namespace orphia_reference

@@ -18,9 +18,6 @@ struct RectifierCircuit {
     static RectifierCircuit LowestBand();
     static RectifierCircuit OtherBands();
 
-    /// The two smoothing filters after the rectifier; 1 at DC.
-    Complex Response(double frequencyHz, double sampleRate) const;
-
     /// Closed form of the filters' output for a steady input: |x| times the half's gain less the dead zone.
     double SteadyVolts(double x) const;
 };
@@ -32,7 +29,7 @@ struct RectifierFollowerModel {
         double direct;   ///< before it
     };
 
-    RectifierFollowerModel(const RectifierCircuit& parts, double sampleRate, CoefficientMath math);
+    RectifierFollowerModel(const RectifierCircuit& parts, double sampleRate);
     void SetTimes(double attackSeconds, double releaseSeconds);
     Output Step(double x);
 
@@ -47,10 +44,8 @@ private:
 
 /// The discriminator's follower: no dead zone, no clip, no attack and release.
 struct HissBuzzFollowerModel {
-    HissBuzzFollowerModel(double sampleRate, CoefficientMath math);
+    HissBuzzFollowerModel(double sampleRate);
     double Step(double x);
-
-    static Complex Response(double frequencyHz, double sampleRate);
 
 private:
     OnePole onePole;

@@ -28,15 +28,12 @@ double VcaModel::Saturation(double v) {
 
 double VcaModel::PolarityOfBand(int band) { return band % 2 == 0 ? -1.0 : 1.0; }
 
-double VcaModel::SmallSignalGain() const { return polarity * vcaDrive * vcaOutputScale; }
-
-GateModel::GateModel(double pot, double preGain, double postGain, double sampleRate, CoefficientMath math)
-    : inputGain(InputAttenuation(pot) * preGain), outputGain(postGain), rate(sampleRate),
-      coefficientMath(math) {}
+GateModel::GateModel(double pot, double preGain, double postGain, double sampleRate)
+    : inputGain(-470.0 / (pot * 100000.0 + 30470.0) * preGain), outputGain(postGain), rate(sampleRate) {}
 
 void GateModel::SetCorners(double attackHz, double releaseHz) {
-    attack.Design({Shape::LowPass, std::numbers::pi * attackHz}, rate, coefficientMath);
-    release.Design({Shape::LowPass, std::numbers::pi * releaseHz}, rate, coefficientMath);
+    attack.Design({Shape::LowPass, std::numbers::pi * attackHz}, rate);
+    release.Design({Shape::LowPass, std::numbers::pi * releaseHz}, rate);
 }
 
 double GateModel::Step(double signal, double control) {
@@ -79,22 +76,8 @@ double GateModel::Limiter(double v) {
     return std::copysign(y, v);
 }
 
-double GateModel::InputAttenuation(double pot) { return -470.0 / (pot * 100000.0 + 30470.0); }
+GateModel GateModel::ForBus(double sampleRate) { return {busPot, busPreGain, busPostGain, sampleRate}; }
 
-double GateModel::OpenGain(double pot, double preGain, double postGain) {
-    return InputAttenuation(pot) * preGain * Current(-15.0) * postGain;
-}
-
-GateModel GateModel::ForBus(double sampleRate, CoefficientMath math) {
-    return {busPot, busPreGain, busPostGain, sampleRate, math};
-}
-
-GateModel GateModel::ForHfChannel(double sampleRate, CoefficientMath math) {
-    return {hfPot, hfPreGain, hfPostGain, sampleRate, math};
-}
-
-double GateModel::BusOpenGain() { return OpenGain(busPot, busPreGain, busPostGain); }
-
-double GateModel::HfOpenGain() { return OpenGain(hfPot, hfPreGain, hfPostGain); }
+GateModel GateModel::ForHfChannel(double sampleRate) { return {hfPot, hfPreGain, hfPostGain, sampleRate}; }
 
 } // namespace orphia_reference

@@ -14,14 +14,12 @@ struct VcaModel {
     static double Saturation(double v);
     /// -1 for bands 1, 3, ... and +1 for bands 2, 4, ...; `band` counts from 0.
     static double PolarityOfBand(int band);
-    /// Output per unit of carrier and of first control, for a bus that is too small to saturate.
-    double SmallSignalGain() const;
 };
 
 /// The slow gate: a current set by the control, two one-pole filters that act as one state with two time
 /// constants, and a soft limiter on the signal.
 struct GateModel {
-    GateModel(double pot, double preGain, double postGain, double sampleRate, CoefficientMath math);
+    GateModel(double pot, double preGain, double postGain, double sampleRate);
     void SetCorners(double attackHz, double releaseHz);
     double Step(double signal, double control);
 
@@ -29,21 +27,15 @@ struct GateModel {
 
     static double Current(double control);
     static double Limiter(double v);
-    static double InputAttenuation(double pot);
-    /// Gain for a small signal with the gate fully open (control at -15).
-    static double OpenGain(double pot, double preGain, double postGain);
 
     /// Gates of the carrier and the noise, and the gate of the high-frequency path.
-    static GateModel ForBus(double sampleRate, CoefficientMath math);
-    static GateModel ForHfChannel(double sampleRate, CoefficientMath math);
-    static double BusOpenGain();
-    static double HfOpenGain();
+    static GateModel ForBus(double sampleRate);
+    static GateModel ForHfChannel(double sampleRate);
 
 private:
     double inputGain;
     double outputGain;
     double rate;
-    CoefficientMath coefficientMath;
     OnePole attack;
     OnePole release;
 };

@@ -46,8 +46,7 @@ StereoSignal StereoVocoderModel::Process(const StereoSignal& carrier, const Ster
     channels[0].Process(parameters, carrier.left, modulator.left);
     channels[1].Process(parameters, carrier.right, modulator.right);
 
-    const ChannelSignals& left = channels[0].signals;
-    const ChannelSignals& right = channels[1].signals;
+    const auto& [left, right] = channels;
     StereoSignal out{left.output, right.output};
     for (std::size_t n = 0; n < out.left.size(); ++n) {
         const double d = dry.Next() * dryGain;
@@ -59,8 +58,7 @@ StereoSignal StereoVocoderModel::Process(const StereoSignal& carrier, const Ster
     return out;
 }
 
-StereoSignal StereoVocoderModel::Render(const StereoSignal& carrier, const StereoSignal& modulator,
-                                        std::vector<PanelLights>* trace) {
+StereoSignal StereoVocoderModel::Render(const StereoSignal& carrier, const StereoSignal& modulator) {
     StereoSignal out;
     for (std::size_t start = 0; start < carrier.left.size(); start += blockSize) {
         const std::size_t count = std::min(blockSize, carrier.left.size() - start);
@@ -69,16 +67,12 @@ StereoSignal StereoVocoderModel::Render(const StereoSignal& carrier, const Stere
                     {Slice(modulator.left, start, count), Slice(modulator.right, start, count)});
         Append(out.left, block.left);
         Append(out.right, block.right);
-        if (trace != nullptr) {
-            trace->push_back(lights);
-        }
     }
     return out;
 }
 
 void StereoVocoderModel::UpdateLights() {
-    const VocoderChannelModel& left = channels[0];
-    const VocoderChannelModel& right = channels[1];
+    const auto& [left, right] = channels;
     lights.carrierOverload = 0.5 * (left.carrierPreamp.overload.value + right.carrierPreamp.overload.value);
     lights.programOverload = 0.5 * (left.preamp.overload.value + right.preamp.overload.value);
     for (std::size_t band = 0; band < bandCount; ++band) {

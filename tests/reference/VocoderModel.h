@@ -4,7 +4,6 @@
 #include "reference/DiscriminatorModel.h"
 #include "reference/FilterBankModel.h"
 #include "reference/HfChannelModel.h"
-#include "reference/Measure.h"
 #include "reference/NoiseModel.h"
 #include "reference/PatchBayModel.h"
 #include "reference/PreampModel.h"
@@ -20,54 +19,27 @@
 
 namespace orphia_reference {
 
-/// Rate, largest block and precision of coefficients.
+using Signal = std::vector<double>;
+
+/// Rate and largest block.
 struct ModelSetup {
     double sampleRate = 48000.0;
     std::size_t maxBlockSize = 64;
-    CoefficientMath math = CoefficientMath::Double;
-};
-
-/// Every signal of one channel's last block, for tests that look inside.
-struct ChannelSignals {
-    Signal programPreamp, analyzedProgram, hissControl, hfSignal;
-    Signal shapedNoise, gatedNoise, carrierPreamp, gatedCarrier, carrierBus, noiseBus;
-    std::array<Signal, bandCount> analysisBand, envelope, direct, synthesisBand;
-    Signal filterSum, output;
 };
 
 /// One complete vocoder channel.
 struct VocoderChannelModel {
     VocoderChannelModel(const ModelSetup& setup, const VocoderParameters& initial, std::uint32_t noiseSeed);
 
-    /// Renders one block of at most `maxBlockSize` samples, a multiple of 4, into `signals`.
+    /// Renders one block of at most `maxBlockSize` samples, a multiple of 4.
     void Process(const VocoderParameters& parameters, const Signal& carrier, const Signal& modulator);
 
-    ChannelSignals signals;
+    Signal programPreamp, output; ///< of the last block
     std::array<double, bandCount> bandMeters{};
     double noiseGateLevel = 0.0;
     AttackReleaseModel voiced; ///< `voiced.level` is the voiced light
-
     PreampModel preamp;
-    PreampAnalyzerModel preampAnalyzer;
-    DiscriminatorModel discriminator;
-    HfChannelModel hfChannel;
-    WhiteNoiseModel noise;
-    NoiseShapingModel noiseShaping;
-    GateModel noiseGate;
     CarrierPreampModel carrierPreamp;
-    GateModel carrierGate;
-    BalanceModel balance;
-    FilterBankModel analyzerBank;
-    std::vector<RectifierFollowerModel> rectifiers;
-    PatchBayModel patchBay;
-    SynthesizerBankModel synthesizerBank;
-    OnePole dcBlocker;
-
-    static Complex DcBlockerResponse(double frequencyHz, double sampleRate);
-    /// Small-signal response from carrier to channel output with the first controls frozen at `controls`,
-    /// balance on the carrier side, nothing on the noise bus and a silent high-frequency path.
-    static Complex FrozenResponse(const VocoderParameters& parameters, const BandValues& controls,
-                                  double frequencyHz, double sampleRate);
 
 private:
     void BeginBlock(const VocoderParameters& parameters);
@@ -75,7 +47,23 @@ private:
     void MakeBuses(const Signal& carrier);
     void FollowBands();
     void Synthesize();
+    void PrepareLight(const VocoderParameters& parameters);
 
+    PreampAnalyzerModel preampAnalyzer;
+    DiscriminatorModel discriminator;
+    HfChannelModel hfChannel;
+    WhiteNoiseModel noise;
+    NoiseShapingModel noiseShaping;
+    GateModel noiseGate;
+    GateModel carrierGate;
+    BalanceModel balance;
+    FilterBankModel analyzerBank;
+    std::vector<RectifierFollowerModel> rectifiers;
+    PatchBayModel patchBay;
+    SynthesizerBankModel synthesizerBank;
+    OnePole dcBlocker;
+    Signal analyzedProgram, hissControl, hfSignal, amplifiedCarrier;
+    std::vector<BalanceModel::Buses> buses;
     ModelSetup modelSetup;
 };
 
@@ -101,18 +89,16 @@ struct StereoVocoderModel {
     /// One block. `parameters` may be changed between blocks.
     StereoSignal Process(const StereoSignal& carrier, const StereoSignal& modulator);
 
-    /// A whole signal in blocks of `maxBlockSize`; its length must be a multiple of 4. When `trace` is given,
-    /// the lights of every block are appended to it.
-    StereoSignal Render(const StereoSignal& carrier, const StereoSignal& modulator,
-                        std::vector<PanelLights>* trace = nullptr);
+    /// A whole signal in blocks of `maxBlockSize`; its length must be a multiple of 4.
+    StereoSignal Render(const StereoSignal& carrier, const StereoSignal& modulator);
 
     VocoderParameters parameters;
     PanelLights lights;
-    std::array<VocoderChannelModel, 2> channels;
 
 private:
     void UpdateLights();
 
+    std::array<VocoderChannelModel, 2> channels;
     std::size_t blockSize;
     SmootherModel dry;
     SmootherModel wet;

@@ -8,23 +8,9 @@ namespace orphia_reference {
 
 inline constexpr int bandCount = 16;
 
-/// Corners of the voiced/unvoiced discriminator and its trimmer (0 to 1, 0.5 is neutral).
-struct DiscriminatorSettings {
-    double fcLowPass = 1833.142;
-    double qLowPass = 0.73082;
-    double fcHighPass = 1860.4652;
-    double qHighPass = 0.72008;
-    double trimmer = 0.5;
-};
-
-/// Corners, gain, level and mode of the high-frequency path. Mode 0 is gated by the discriminator, mode 1
-/// always open.
+/// The high-frequency path. Mode 0 is gated by the discriminator, mode 1 always open.
 struct HfSettings {
-    double fcHighPass = 5028.5923;
-    double qHighPass = 0.7102;
     double highPassGain = 1.592;
-    double fcLowPass = 15005.0;
-    double qLowPass = 0.70711;
     int mode = 0;
     double level = 1.0;
 };
@@ -37,27 +23,13 @@ struct GateSettings {
     double hfRelease = 3.43;
 };
 
-/// The patch panel. Amounts and flags are indexed [synthesis band][analysis band], both from 0.
+/// The patch panel. Amounts are indexed [synthesis band][analysis band], both from 0.
 struct PatchSettings {
-    std::array<double, bandCount> gainBand = MakeUnityGains();
+    std::array<double, bandCount> gainBand{1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1};
+    /// Only a positive amount is a route.
     std::array<std::array<double, bandCount>, bandCount> amount{};
-    std::array<std::array<bool, bandCount>, bandCount> on{};
     bool activated = false;
     bool sampleHold = false;
-
-    /// Gives a route its amount and its flag the way a knob does: only positive amounts switch it on.
-    void Connect(int analysis, int synthesis, double value) {
-        const auto destination = static_cast<std::size_t>(synthesis);
-        const auto source = static_cast<std::size_t>(analysis);
-        amount[destination][source] = value;
-        on[destination][source] = value > 0.0;
-    }
-
-    static constexpr std::array<double, bandCount> MakeUnityGains() {
-        std::array<double, bandCount> gains{};
-        gains.fill(1.0);
-        return gains;
-    }
 };
 
 /// Everything that the vocoder core is set by, in real units.
@@ -74,7 +46,7 @@ struct VocoderParameters {
     bool noiseMix = false;
     int unvoicedMode = 0;
     double wet = 1.0;
-    DiscriminatorSettings discriminator;
+    double discriminatorTrimmer = 0.5; ///< 0 to 1, 0.5 is neutral
     HfSettings hf;
     GateSettings gates;
     PatchSettings patch;

@@ -2,13 +2,12 @@
 // The engine's voice against the model, sample by sample.
 #include "reference/VoiceModel.h"
 
-#include "dsp/RunChild.h"
+#include "vocoder/ModuleRig.h"
 #include "vocoder/Oscillators.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <functional>
 #include <initializer_list>
@@ -18,6 +17,8 @@
 namespace orphia_reference {
 namespace {
 
+using orphia::test::BlockSplit;
+using orphia::test::Signal;
 using Velmora::u32;
 using Velmora::dsp::ADSR;
 using Velmora::Processor::Oscillators;
@@ -35,7 +36,7 @@ struct Deviation {
 /// The engine's voice, set to the model's parameters.
 struct EngineVoice {
     std::unique_ptr<Oscillators> voice = std::make_unique<Oscillators>();
-    std::array<float, 2> coarseOffset{1.0F, 0.0F}; ///< routed mark, then the value of the channel
+    float coarseOffset = 0.0F;
     bool isOpen = false;
 
     void Set(u32 id, double value) {
@@ -65,7 +66,7 @@ struct EngineVoice {
         Set(Oscillators::Osc1Waveform, static_cast<double>(first.waveform));
         Set(Oscillators::Osc2Waveform, static_cast<double>(second.waveform));
         Set(Oscillators::Osc1Coarse, 0.0);
-        coarseOffset[1] = static_cast<float>(first.coarse / 120.0);
+        coarseOffset = static_cast<float>(first.coarse / 120.0);
         Set(Oscillators::Osc2Coarse, second.coarse);
         Set(Oscillators::Osc2Fine, p.fine);
         Set(Oscillators::Osc1Volume, first.volumeDb);
@@ -81,21 +82,13 @@ struct EngineVoice {
         }
     }
 
-    std::array<float, blockSize> Run() {
-        std::array<float, blockSize> left{};
-        std::array<float, blockSize> right{};
-        std::array<const float*, Oscillators::InputCount> inputs{};
-        inputs[Oscillators::Osc1CoarseMod] = coarseOffset.data() + 1;
-        std::array<float*, 2> outputs{left.data(), right.data()};
-        Velmora::dsp::ProcessContext context;
-        context.inputs = inputs.data();
-        context.numInputs = Oscillators::InputCount;
-        context.outputs = outputs.data();
-        context.numOutputs = 2;
-        context.numFrames = blockSize;
-        Velmora::dsp::RunChild(*voice, context);
-        EXPECT_EQ(left, right);
-        return left;
+    Signal Run() {
+        const Signal coarse(blockSize, coarseOffset);
+        std::vector<const Signal*> inputs(Oscillators::InputCount, nullptr);
+        inputs[Oscillators::Osc1CoarseMod] = &coarse;
+        const auto outputs = orphia::test::Render(*voice, inputs, 2, BlockSplit::Of(blockSize));
+        EXPECT_EQ(outputs[0], outputs[1]);
+        return outputs[0];
     }
 };
 

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <array>
 #include <string>
 #include <thread>
 
@@ -15,15 +14,14 @@ std::string NameAfterSetting(const std::string& name) {
     // On a thread of its own, so that the test program keeps its name.
     std::thread([&] {
         Velmora::SetCurrentThreadName(name);
-        std::array<char, 64> buffer{};
-        pthread_getname_np(pthread_self(), buffer.data(), buffer.size());
-        seen = buffer.data();
+        char buffer[64] = {};
+        pthread_getname_np(pthread_self(), buffer, sizeof buffer);
+        seen = buffer;
     }).join();
     return seen;
 }
 
 TEST(SetCurrentThreadName, NamesTheThreadAndCutsLongNamesBetweenCharacters) {
-    EXPECT_EQ(NameAfterSetting("Resource worker"), "Resource worker");
     EXPECT_EQ(NameAfterSetting("Resource worker 2"), "Resource worker");
     // The fifteenth byte is the first half of a character.
     EXPECT_EQ(NameAfterSetting("abcdefghijklmn\xC3\xA9"), "abcdefghijklmn");

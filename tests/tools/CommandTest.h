@@ -35,21 +35,15 @@ protected:
     }
 
     void ExpectFailure(const std::string& arguments, int status, const std::string& reason) const {
-        const std::vector<std::string> before = SortedNames();
+        const std::vector<std::string> before = folder.Names();
         const Outcome outcome = Run(arguments);
-        EXPECT_EQ(outcome.status, status) << arguments << "\n" << outcome.err;
-        EXPECT_EQ(outcome.out, "") << arguments;
-        EXPECT_TRUE(outcome.err.starts_with("orphia: ")) << arguments << "\n" << outcome.err;
-        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << arguments << "\n"
-                                                                               << outcome.err;
-        EXPECT_NE(outcome.err.find(reason), std::string::npos) << arguments << "\n" << outcome.err;
-        EXPECT_EQ(SortedNames(), before) << arguments << " left files";
-    }
-
-    std::vector<std::string> SortedNames() const {
-        std::vector<std::string> names = folder.Names();
-        std::sort(names.begin(), names.end());
-        return names;
+        SCOPED_TRACE(arguments + "\n" + outcome.err);
+        EXPECT_EQ(outcome.status, status);
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_TRUE(outcome.err.starts_with("orphia: "));
+        EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1);
+        EXPECT_NE(outcome.err.find(reason), std::string::npos) << reason;
+        EXPECT_EQ(folder.Names(), before) << "files are left";
     }
 
     TemporaryFolder folder;

@@ -3,10 +3,12 @@
 
 #include "ModuleRig.h"
 #include "dsp/DenormalGuard.h"
+#include "reference/VocoderParameters.h"
 #include "vocoder/BodeVocoder.h"
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <memory>
 #include <string>
 
@@ -19,26 +21,61 @@ struct StereoPair {
     Signal right;
 };
 
+/// Levels at which the core neither clips nor hides in its noise.
+inline orphia_reference::VocoderParameters PlayingParameters() {
+    orphia_reference::VocoderParameters parameters;
+    parameters.programLevelDb = -10.0;
+    parameters.carrierLevelDb = -10.0;
+    parameters.hf.level = 0.5;
+    return parameters;
+}
+
 /// A stereo core that plays: raw start values would leave it silent. Parameters are named from the end of
 /// their path.
 class CoreRig {
 public:
-    explicit CoreRig(float sampleRate = 44100.0F, u32 blockSize = 44)
+    explicit CoreRig(float sampleRate = 44100.0F, u32 blockSize = 44,
+                     const orphia_reference::VocoderParameters& parameters = PlayingParameters())
         : core(std::make_unique<BodeVocoder>()), rate(sampleRate), maxBlock(blockSize) {
         core->SeedChannelNoise(0, 12345);
         core->SeedChannelNoise(1, 54321);
-        Set("Preamp_ProgramLevel", -10.0F);
-        Set("CarrierPreamp_CarrierLevel", -10.0F);
-        Set("AnalyzerRectifiers_Attack", 0.005F);
-        Set("AnalyzerRectifiers_Release", 0.05F);
-        Set("SynthesizerFilterBank_Shift", 0.0F);
-        Set("SynthesizerFilterBank_Width", 0.0F);
-        Set("HissBuzzDiscriminator_HissBuzzTrimmer", 0.5F);
-        Set("NoiseCarrierBalance_NoiseCarrierBalance", 0.5F);
-        Set("HFChannel_HFLevel", 0.5F);
-        Set("BodeVocoder_Wet", 1.0F);
-        for (u32 band = 1; band <= 16; ++band) {
-            Set("PatchBay_GainBand" + std::to_string(band), 1.0F);
+        Apply(parameters);
+        core->Initialize(rate, maxBlock);
+    }
+
+    /// Sets the core as the model is set, but for the corners of filters, which both have from the start.
+    void Apply(const orphia_reference::VocoderParameters& p) {
+        const std::pair<const char*, double> values[] = {
+            {"Preamp_ProgramLevel", p.programLevelDb},
+            {"CarrierPreamp_CarrierLevel", p.carrierLevelDb},
+            {"AnalyzerRectifiers_Attack", p.attackSeconds},
+            {"AnalyzerRectifiers_Release", p.releaseSeconds},
+            {"SynthesizerFilterBank_Shift", p.shift},
+            {"SynthesizerFilterBank_Width", p.width},
+            {"HissBuzzDiscriminator_HissBuzzTrimmer", p.discriminatorTrimmer},
+            {"NoiseCarrierBalance_NoiseCarrierBalance", p.balance},
+            {"NoiseCarrierBalance_NoiseMix", p.noiseMix ? 1.0 : 0.0},
+            {"BodeVocoder_UnvoicedMode", p.unvoicedMode},
+            {"BodeVocoder_NoiseGateAttack", p.gates.noiseAttack},
+            {"BodeVocoder_NoiseGateRelease", p.gates.noiseRelease},
+            {"BodeVocoder_HFAttack", p.gates.hfAttack},
+            {"BodeVocoder_HFRelease", p.gates.hfRelease},
+            {"HFChannel_HFLevel", p.hf.level},
+            {"HFChannel_HFMode", p.hf.mode},
+            {"HFChannel_H0HP", p.hf.highPassGain},
+            {"PatchBay_Activated", p.patch.activated ? 1.0 : 0.0},
+            {"BodeVocoder_Wet", p.wet}};
+        for (const auto& [name, value] : values) {
+            Set(name, static_cast<float>(value));
+        }
+        const u32 routes = Find("PatchBay_Analysis1_Synthesis1");
+        const u32 gains = Find("PatchBay_GainBand1");
+        for (u32 band = 0; band < 16; ++band) {
+            core->SetParameterValue(gains + band, static_cast<float>(p.patch.gainBand[band]));
+            for (u32 source = 0; source < 16; ++source) {
+                core->SetParameterValue(routes + 16 * band + source,
+                                        static_cast<float>(p.patch.amount[band][source]));
+            }
         }
     }
 
@@ -52,18 +89,17 @@ public:
         return 0;
     }
     void Set(const std::string& ending, float value) { core->SetParameterValue(Find(ending), value); }
-    void SetNormalized(const std::string& ending, float value) {
-        core->SetParameterNormalized(Find(ending), value);
-    }
     float Get(const std::string& ending) { return core->GetParameterNormalized(Find(ending)); }
-
-    void Initialize() { core->Initialize(rate, maxBlock); }
 
     /// Six outputs: mix, carrier preamps, program preamps.
     std::vector<Signal> Run(const StereoPair& carrier, const StereoPair& modulator, const BlockSplit& split) {
         const Velmora::dsp::DenormalGuard guard;
         std::vector<const Signal*> inputs = {&carrier.left, &carrier.right};
         inputs.resize(11, nullptr);
+        std::map<u32, Signal> modulations;
+        for (const auto& [input, offset] : offsets) {
+            inputs[input] = &(modulations[input] = Signal(carrier.left.size(), offset));
+        }
         return Render(*core, inputs, 6, split, {&modulator.left, &modulator.right});
     }
     std::vector<Signal> Run(const StereoPair& carrier, const StereoPair& modulator) {
@@ -73,6 +109,8 @@ public:
     std::unique_ptr<BodeVocoder> core;
     float rate;
     u32 maxBlock;
+    /// Constant modulations, by their inputs from 2 on.
+    std::map<u32, float> offsets;
 };
 
 /// Something like speech: a buzz with a wandering spectrum, then hiss, then a pause, three times a second.
@@ -113,8 +151,11 @@ inline Signal SawChord(std::size_t frames, float rate, float detune) {
     return signal;
 }
 
+/// The right side is elsewhere in its cycle, so that the two channels decide and saturate at different times.
 inline StereoPair SpeechPair(std::size_t frames, float rate) {
-    return {SpeechLike(frames, rate, 1), SpeechLike(frames, rate, 2)};
+    const auto delay = static_cast<std::ptrdiff_t>(0.11F * rate);
+    const Signal right = SpeechLike(frames + static_cast<std::size_t>(delay), rate, 2);
+    return {SpeechLike(frames, rate, 1), Signal(right.begin() + delay, right.end())};
 }
 
 inline StereoPair ChordPair(std::size_t frames, float rate) {

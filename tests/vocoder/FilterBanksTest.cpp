@@ -1,20 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "ModuleRig.h"
 #include "reference/FilterBankModel.h"
-#include "reference/Measure.h"
 #include "vocoder/AnalyzerFilterBank.h"
 #include "vocoder/SynthesizerFilterBank.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 
 namespace {
 
 using namespace orphia::test;
 using Velmora::Processor::AnalyzerFilterBank;
-using Velmora::Processor::AvailableVocoderKernels;
 using Velmora::Processor::SynthesizerFilterBank;
 using Biquads = Velmora::Processor::ParallelCascadedBiquadsSIMD<16, 2>;
 
@@ -37,7 +34,6 @@ std::vector<double> Frequencies(double rate) {
 template <class Response>
 void ExpectResponse(const Signal& impulseResponse, double rate, Response&& response,
                     const std::string& what) {
-    const std::vector<double> measured(impulseResponse.begin(), impulseResponse.end());
     double loudest = 0.0;
     for (const double hz : Frequencies(rate)) {
         loudest = std::max(loudest, std::abs(response(hz)));
@@ -45,9 +41,27 @@ void ExpectResponse(const Signal& impulseResponse, double rate, Response&& respo
     for (const double hz : Frequencies(rate)) {
         const double expected = Db(std::abs(response(hz)) / loudest);
         if (expected > -90.0) {
-            const double got = Db(std::abs(orphia_reference::Transform(measured, hz, rate)) / loudest);
+            const double got = Db(std::abs(Transform(impulseResponse, hz, rate)) / loudest);
             EXPECT_NEAR(got, expected, 0.1) << what << " at " << hz << " Hz, rate " << rate;
         }
+    }
+}
+
+TEST(FilterBanks, TheSixteenBandsLieWhereTheTableSays) {
+    const double stages[bands][2] = {
+        {191.5694, 191.5694},   {162.7164, 195.7520},   {205.0099, 246.6320},   {258.2963, 310.7369},
+        {325.4329, 391.5039},   {410.0198, 493.2641},   {516.5925, 621.4738},   {650.8658, 783.0079},
+        {820.0396, 986.5281},   {1033.1851, 1242.9475}, {1301.7316, 1566.0157}, {1640.0791, 1973.0563},
+        {2066.3701, 2485.8950}, {2603.4631, 3132.0315}, {3280.1582, 3946.1125}, {4132.7402, 4971.7900}};
+    const auto analysis = orphia_reference::AnalyzerPlan();
+    const auto synthesis = orphia_reference::SynthesizerPlan(0.0, 0.0);
+    for (u32 band = 0; band < bands; ++band) {
+        for (std::size_t stage = 0; stage < 2; ++stage) {
+            const double expected = stages[band][stage];
+            EXPECT_NEAR(analysis[band].fc[stage], expected, 1e-6 * expected) << "band " << band + 1;
+            EXPECT_NEAR(synthesis[band].fc[stage], expected, 1e-6 * expected) << "band " << band + 1;
+        }
+        EXPECT_NEAR(analysis[band].q, band == 0 ? 0.7416 : 7.563376, 1e-5) << "band " << band + 1;
     }
 }
 
@@ -97,135 +111,6 @@ TEST(SynthesizerFilterBank, ShiftAndWidthMoveTheBandsAsPlanned) {
     }
 }
 
-TEST(SynthesizerFilterBank, AtNeutralSettingsItEqualsTheAnalyser) {
-    SynthesizerFilterBank synthesis;
-    AnalyzerFilterBank analysis;
-    synthesis.SetParameterValue(SynthesizerFilterBank::shiftId, 0.0F);
-    synthesis.SetParameterValue(SynthesizerFilterBank::widthId, 0.0F);
-    synthesis.Initialize(44100.0F, 44);
-    analysis.Initialize(44100.0F, 44);
-    const Signal impulse = Impulse(11025);
-    const auto split = Render(analysis, {&impulse}, bands, BlockSplit::Of(44));
-    for (u32 band = 0; band < bands; ++band) {
-        const Signal single = SynthesisImpulse(synthesis, band, 44100.0);
-        for (std::size_t n = 0; n < split[band].size(); ++n) {
-            ASSERT_NEAR(single[n], split[band][n], 2e-6) << "band " << band + 1 << " sample " << n;
-        }
-    }
-}
-
-TEST(SynthesizerFilterBank, AfterASingleChangeTheShiftGoesOneStepOnly) {
-    const auto response = [](u32 blocks, bool touchEveryBlock) {
-        SynthesizerFilterBank bank;
-        bank.SetParameterValue(SynthesizerFilterBank::shiftId, 0.0F);
-        bank.SetParameterValue(SynthesizerFilterBank::widthId, 0.0F);
-        bank.Initialize(44100.0F, 44);
-        const Signal silence(44, 0.0F);
-        std::vector<const Signal*> inputs(bands, &silence);
-        Render(bank, inputs, 1, BlockSplit::Of(44));
-        bank.SetParameterValue(SynthesizerFilterBank::shiftId, 1.0F);
-        for (u32 block = 0; block < blocks; ++block) {
-            if (touchEveryBlock) {
-                bank.SetParameterValue(SynthesizerFilterBank::widthId, block % 2 == 0 ? 0.001F : 0.0F);
-            }
-            Render(bank, inputs, 1, BlockSplit::Of(44));
-        }
-        const Signal noise = Noise(4400, 1.0F, 7);
-        inputs.assign(bands, &noise);
-        return Render(bank, inputs, 1, BlockSplit::Of(44))[0];
-    };
-    EXPECT_EQ(response(1, false), response(50, false)) << "blocks without a change must not move the bank";
-    EXPECT_NE(response(1, false), response(50, true));
-}
-
-TEST(SynthesizerFilterBank, AModulationMovesTheBankOnEveryBlock) {
-    SynthesizerFilterBank bank;
-    bank.SetParameterValue(SynthesizerFilterBank::shiftId, 0.0F);
-    bank.SetParameterValue(SynthesizerFilterBank::widthId, 0.0F);
-    bank.Initialize(44100.0F, 44);
-    // Position 0.5 plus 0.5: the far end of "Shift". The mark in front tells that the buffer is in use.
-    const float modulation[5] = {1.23456F, 0.5F, 0.5F, 0.5F, 0.5F};
-    const Signal impulse = Impulse(44100 / 4);
-    float out[44];
-    float* output = out;
-    Signal rendered;
-    for (std::size_t pass = 0; pass < 2; ++pass) {
-        const Signal& source = pass == 0 ? Signal(44100, 0.0F) : impulse;
-        for (std::size_t at = 0; at + 44 <= source.size(); at += 44) {
-            const Signal silence(44, 0.0F);
-            std::vector<const float*> inputs(bands, silence.data());
-            inputs[5] = source.data() + at;
-            inputs.push_back(modulation + 1);
-            inputs.push_back(nullptr);
-            Velmora::dsp::ProcessContext context;
-            context.inputs = inputs.data();
-            context.numInputs = bands + 2;
-            context.outputs = &output;
-            context.numOutputs = 1;
-            context.numFrames = 44;
-            Velmora::dsp::RunChild(bank, context);
-            if (pass == 1) {
-                rendered.insert(rendered.end(), out, out + 44);
-            }
-        }
-    }
-    const auto plan = orphia_reference::SynthesizerPlan(1.0, 0.0);
-    ExpectResponse(
-        rendered, 44100.0, [&](double hz) { return plan[5].Response(hz, 44100.0); }, "band 6");
-}
-
-TEST(ParallelCascadedBiquads, LanesDoNotMixAndBlockSplitsDoNotShow) {
-    Biquads one("Bank");
-    one.SetBandTypes();
-    one.SetFrequencies(Velmora::Processor::BandPlan(159.0F, 0.0F));
-    one.Initialize(48000.0F, 64);
-    std::vector<Signal> noise;
-    std::vector<const Signal*> inputs;
-    for (u32 band = 0; band < bands; ++band) {
-        noise.push_back(Noise(4800, 1.0F, band + 1));
-    }
-    for (const Signal& signal : noise) {
-        inputs.push_back(&signal);
-    }
-    const auto whole = Render(one, inputs, bands, BlockSplit::Of(64));
-    for (const BlockSplit& split : {BlockSplit::Of(4), BlockSplit::Of(44), BlockSplit::Random(64, 50, 3)}) {
-        one.Reset(true);
-        EXPECT_EQ(Render(one, inputs, bands, split), whole);
-    }
-    // Each lane alone, the others silent, gives the same samples.
-    const Signal silence(4800, 0.0F);
-    for (const u32 band : {0U, 3U, 4U, 15U}) {
-        std::vector<const Signal*> single(bands, &silence);
-        single[band] = &noise[band];
-        one.Reset(true);
-        EXPECT_EQ(Render(one, single, bands, BlockSplit::Of(64))[band], whole[band]) << "band " << band + 1;
-    }
-}
-
-TEST(ParallelCascadedBiquads, EveryInstructionSetGivesTheSameBits) {
-    const Signal noise = Noise(9600, 1.0F, 11);
-    std::vector<Signal> baseline;
-    for (const auto* kernels : AvailableVocoderKernels()) {
-        AnalyzerFilterBank bank;
-        bank.UseKernels(*kernels);
-        bank.Initialize(96000.0F, 96);
-        const auto outputs = Render(bank, {&noise}, bands, BlockSplit::Of(96));
-        if (baseline.empty()) {
-            baseline = outputs;
-        }
-        EXPECT_EQ(outputs, baseline) << kernels->name;
-    }
-}
-
-TEST(ParallelCascadedBiquads, NamesAndIdsFollowGroupChannelAndStage) {
-    Biquads bank("");
-    EXPECT_EQ(NameOf(bank, 0), "Biquad_Channel1_Stage1_Type");
-    EXPECT_EQ(NameOf(bank, 31), "Biquad_Channel16_Stage2_Type");
-    EXPECT_EQ(NameOf(bank, 63), "Biquad_Channel16_Stage2_Fc");
-    EXPECT_EQ(NameOf(bank, 64), "Biquad_Channel1_Stage1_Q");
-    EXPECT_EQ(NameOf(bank, 127), "Biquad_Channel16_Stage2_H");
-}
-
 TEST(ParallelCascadedBiquads, AGainChangeAloneScalesTheOutput) {
     Biquads bank("Bank");
     bank.SetBandTypes();
@@ -240,29 +125,6 @@ TEST(ParallelCascadedBiquads, AGainChangeAloneScalesTheOutput) {
     for (std::size_t n = 0; n < noise.size(); ++n) {
         ASSERT_NEAR(after[8][n], 2.0F * before[8][n], 1e-5F);
         ASSERT_EQ(after[7][n], before[7][n]);
-    }
-}
-
-TEST(ParallelCascadedBiquads, ABandThatBlewUpComesBackByItself) {
-    Biquads bank("Bank");
-    bank.SetBandTypes();
-    bank.SetFrequencies(Velmora::Processor::BandPlan(159.0F, 0.0F));
-    bank.Initialize(44100.0F, 44);
-    const Signal noise = Noise(44100, 0.5F, 5);
-    const std::vector<const Signal*> inputs(bands, &noise);
-    const auto healthy = Render(bank, inputs, bands, BlockSplit::Of(44));
-    for (const auto& [group, value] :
-         {std::pair{Biquads::Quality, 0.0F}, std::pair{Biquads::Frequency, 24000.0F}}) {
-        const u32 id = Biquads::ParameterId(group, 4, 1);
-        const float sane = bank.FindParameter(id)->GetValue();
-        bank.SetParameterValue(id, value);
-        Render(bank, inputs, bands, BlockSplit::Of(44));
-        bank.SetParameterValue(id, sane);
-        Render(bank, inputs, bands, BlockSplit::Of(44));
-        const auto healed = Render(bank, inputs, bands, BlockSplit::Of(44));
-        EXPECT_TRUE(AllFinite(healed[3]));
-        EXPECT_NEAR(Peak(healed[3]), Peak(healthy[3]), 0.1F * Peak(healthy[3]));
-        EXPECT_NEAR(Peak(healed[4]), Peak(healthy[4]), 0.1F * Peak(healthy[4]));
     }
 }
 

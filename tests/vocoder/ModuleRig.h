@@ -5,9 +5,15 @@
 #include "dsp/ParameterNameWriter.h"
 #include "dsp/ProcessContext.h"
 #include "dsp/RunChild.h"
+#include "reference/AllocationCounter.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
+#include <complex>
 #include <cstddef>
+#include <numbers>
 #include <random>
 #include <string>
 #include <vector>
@@ -39,43 +45,46 @@ struct BlockSplit {
 };
 
 /// Runs whole signals through a module, block by block, as its parent would. A null input is absent; aux
-/// inputs and further inputs that a module expects stay null.
+/// inputs and further inputs that a module expects stay null. Every other input counts as an active
+/// modulation where the module reads it as one. Outputs start as garbage, so that a skipped block shows. No
+/// block may allocate.
 template <class M>
 std::vector<Signal> Render(M& module, const std::vector<const Signal*>& inputs, u32 outputCount,
                            const BlockSplit& split, const std::vector<const Signal*>& auxInputs = {}) {
+    constexpr std::size_t lead = 4;
+    std::vector<Signal> padded;
     std::size_t frames = 0;
     for (const auto* list : {&inputs, &auxInputs}) {
         for (const Signal* input : *list) {
-            frames = std::max(frames, input != nullptr ? input->size() : 0);
+            padded.emplace_back(lead, 1.0F);
+            if (input != nullptr) {
+                padded.back().insert(padded.back().end(), input->begin(), input->end());
+                frames = std::max(frames, input->size());
+            }
         }
     }
     frames -= frames % 4;
-    std::vector<Signal> outputs(outputCount, Signal(frames, 0.0F));
+    std::vector<Signal> outputs(outputCount, Signal(frames, 12345.0F));
+    std::vector<const float*> in(padded.size(), nullptr);
+    std::vector<float*> out(outputCount);
     std::size_t at = 0;
     for (std::size_t block = 0; at < frames; ++block) {
-        const auto size = static_cast<u32>(std::min<std::size_t>(split.SizeOf(block), frames - at));
-        std::vector<const float*> in;
-        std::vector<const float*> aux;
-        std::vector<float*> out;
-        for (const Signal* input : inputs) {
-            in.push_back(input != nullptr ? input->data() + at : nullptr);
+        for (std::size_t i = 0; i < padded.size(); ++i) {
+            in[i] = padded[i].size() > lead ? padded[i].data() + lead + at : nullptr;
         }
-        for (const Signal* input : auxInputs) {
-            aux.push_back(input != nullptr ? input->data() + at : nullptr);
-        }
-        for (Signal& output : outputs) {
-            out.push_back(output.data() + at);
-        }
+        std::transform(outputs.begin(), outputs.end(), out.begin(), [at](Signal& s) { return &s[at]; });
         Velmora::dsp::ProcessContext context;
         context.inputs = in.data();
-        context.numInputs = static_cast<u32>(in.size());
-        context.auxInputs = aux.data();
-        context.numAuxInputs = static_cast<u32>(aux.size());
+        context.numInputs = static_cast<u32>(inputs.size());
+        context.auxInputs = in.data() + inputs.size();
+        context.numAuxInputs = static_cast<u32>(auxInputs.size());
         context.outputs = out.data();
         context.numOutputs = outputCount;
-        context.numFrames = size;
-        Velmora::dsp::RunChild(module, context);
-        at += size;
+        context.numFrames = static_cast<u32>(std::min<std::size_t>(split.SizeOf(block), frames - at));
+        const orphia_reference::AllocationCounter allocations;
+        EXPECT_TRUE(Velmora::dsp::RunChild(module, context));
+        EXPECT_EQ(allocations.Count(), 0U);
+        at += context.numFrames;
     }
     return outputs;
 }
@@ -110,6 +119,24 @@ inline float Peak(const Signal& signal, std::size_t from = 0) {
         peak = std::max(peak, std::abs(signal[n]));
     }
     return peak;
+}
+
+/// Complex gain at one frequency, from an impulse response that has died away.
+inline std::complex<double> Transform(const Signal& impulseResponse, double hz, double rate) {
+    const std::complex<double> turn = std::polar(1.0, -2.0 * std::numbers::pi * hz / rate);
+    std::complex<double> sum = 0.0;
+    for (std::size_t n = impulseResponse.size(); n-- > 0;) {
+        sum = sum * turn + static_cast<double>(impulseResponse[n]);
+    }
+    return sum;
+}
+
+inline double Rms(const Signal& signal, std::size_t from = 0) {
+    double sum = 0.0;
+    for (std::size_t n = from; n < signal.size(); ++n) {
+        sum += static_cast<double>(signal[n]) * static_cast<double>(signal[n]);
+    }
+    return std::sqrt(sum / static_cast<double>(signal.size() - from));
 }
 
 inline bool AllFinite(const Signal& signal) {

@@ -47,14 +47,6 @@ struct VoiceRig {
     }
 };
 
-double Rms(const Signal& signal, std::size_t from) {
-    double sum = 0.0;
-    for (std::size_t n = from; n < signal.size(); ++n) {
-        sum += static_cast<double>(signal[n]) * static_cast<double>(signal[n]);
-    }
-    return std::sqrt(sum / static_cast<double>(signal.size() - from));
-}
-
 TEST(Oscillators, BothVolumesAtTheirMinimumGiveExactSilence) {
     for (const i32 waveform : {0, 1, 2, 3}) {
         VoiceRig rig(waveform);
@@ -62,18 +54,6 @@ TEST(Oscillators, BothVolumesAtTheirMinimumGiveExactSilence) {
         rig.Run(44100 / 4);
         EXPECT_EQ(Peak(rig.Run(1000)), 0.0F) << waveform;
     }
-}
-
-TEST(Oscillators, SecondOscillatorLeavesTheKeyWhenNotTracking) {
-    VoiceRig rig(VoiceOscillator::Saw, 1000.0F);
-    rig.Set(Oscillators::Osc1Volume, -70.0F);
-    rig.Set(Oscillators::Osc2Volume, 0.0F);
-    rig.Set(Oscillators::Osc2KeyTrack, 0.0F);
-    rig.Set(Oscillators::Osc2Coarse, 12.0F);
-    rig.Set(Oscillators::Osc2Fine, 0.5F);
-    rig.Run(4000);
-    const double expected = 261.62558 * std::exp2(12.5 / 12.0);
-    EXPECT_NEAR(Cents(MeasurePitch(rig.Run(44096), expected, VoiceRig::rate), expected), 0.0, 0.05);
 }
 
 TEST(Oscillators, FrequencyStaysWithinItsLimits) {
@@ -86,49 +66,6 @@ TEST(Oscillators, FrequencyStaysWithinItsLimits) {
     }
 }
 
-/// The voice against the drawn circuit: an ideal saw of few partials, the low-pass and the sine shaper.
-TEST(Oscillators, LowSawIsThatOfTheModel) {
-    constexpr double hz = 44100.0 / 2048.0;
-    for (const float shape : {0.0F, 0.15F, 0.3F, 0.6F}) {
-        VoiceRig rig(VoiceOscillator::Saw, static_cast<float>(hz));
-        rig.Set(Oscillators::Osc1Shape, shape);
-        const Signal sound = rig.Run(2048 * 12);
-        // Far from the jump the low-pass follows with a delay that is small against the period.
-        const double curve = (1.0 - std::exp(-6.0 * shape)) / (1.0 - std::exp(-6.0));
-        const double drive = std::pow(10.0, (-12.0 + 36.0 * curve) / 20.0);
-        const double height = drive >= 1.0 ? 1.0 : 1.0 / std::sin(drive * std::numbers::pi / 2.0);
-        const double cutoff = 20000.0 - shape * 19800.0;
-        const double lag = 4.0 + std::numbers::sqrt2 / (2.0 * std::numbers::pi * cutoff) * VoiceRig::rate;
-        double worst = 0.0;
-        for (std::size_t n = 2048 * 10; n < 2048 * 11; ++n) {
-            const double phase = (static_cast<double>(n) + 1.0 - lag) / 2048.0;
-            const double at = phase - std::floor(phase);
-            if (at < 0.02 || at > 0.98) {
-                continue;
-            }
-            const double saw = 1.0 - 2.0 * at;
-            const double expected = std::sin(drive * saw * std::numbers::pi / 2.0) * height;
-            worst = std::max(worst, std::abs(expected - static_cast<double>(sound[n])));
-        }
-        EXPECT_LT(worst, 0.02) << "shape " << shape;
-    }
-}
-
-TEST(Oscillators, SquareShapeIsItsWidth) {
-    for (const float shape : {0.0F, 0.3F, 0.6F}) {
-        VoiceRig rig(VoiceOscillator::Square, 100.0F);
-        rig.Set(Oscillators::Osc1Shape, shape);
-        rig.Run(4096);
-        double sum = 0.0;
-        const Signal sound = rig.Run(44096 - 44096 % 441);
-        for (const float x : sound) {
-            sum += static_cast<double>(x);
-        }
-        const double width = 0.5 + 0.475 * static_cast<double>(shape);
-        EXPECT_NEAR(sum / static_cast<double>(sound.size()), 2.0 * width - 1.0, 0.005);
-    }
-}
-
 TEST(Oscillators, SyncedPitchIsThatOfTheMaster) {
     for (const i32 waveform : {0, 1, 2}) {
         VoiceRig rig(waveform, 300.0F);
@@ -138,21 +75,6 @@ TEST(Oscillators, SyncedPitchIsThatOfTheMaster) {
         const Signal sound = rig.Run(44096);
         EXPECT_NEAR(Cents(MeasurePitch(sound, 300.0, VoiceRig::rate), 300.0), 0.0, 0.1) << waveform;
         EXPECT_LT(Peak(sound), 1.6F);
-    }
-}
-
-TEST(Oscillators, FMSpreadsThePartialsAndKeepsTheLevel) {
-    for (const i32 waveform : {0, 1, 2}) {
-        VoiceRig rig(waveform, 300.0F);
-        rig.Set(Oscillators::Osc2Waveform, VoiceOscillator::Triangle);
-        const double plain = Rms(rig.Run(22016), 2048);
-        rig.Set(Oscillators::FMAmount, 0.1F);
-        const Signal sound = rig.Run(22016);
-        EXPECT_TRUE(AllFinite(sound));
-        EXPECT_NEAR(20.0 * std::log10(Rms(sound, 2048) / plain), 0.0, 6.0) << waveform;
-        EXPECT_LT(Peak(sound), 1.6F);
-        rig.Set(Oscillators::Osc2Waveform, VoiceOscillator::Noise);
-        EXPECT_TRUE(AllFinite(rig.Run(4096)));
     }
 }
 
@@ -180,8 +102,11 @@ TEST(Oscillators, BlockSizesAgree) {
     }
 }
 
-TEST(Oscillators, BrokenParametersHeal) {
+TEST(Oscillators, BrokenParametersHealAlsoUnderNoisyFM) {
     VoiceRig rig(VoiceOscillator::Saw);
+    rig.Set(Oscillators::Osc2Waveform, VoiceOscillator::Noise);
+    rig.Set(Oscillators::FMAmount, 0.1F);
+    EXPECT_TRUE(AllFinite(rig.Run(4096)));
     for (const float bad :
          {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity()}) {
         for (const u32 index : {Oscillators::Frequency, Oscillators::Osc1Volume, Oscillators::Osc1Shape,

@@ -1,78 +1,37 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/RunChild.h"
+#include "ModuleRig.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <complex>
 #include <memory>
-#include <numbers>
-#include <random>
-#include <string>
-#include <vector>
 
-/// Drives one module as its parent would, measures linear stages, and states what holds for every stage.
+/// Drives one module with its inputs by value, measures linear stages, and states what holds for every stage.
 namespace Velmora::Test {
 
-using Signal = std::vector<float>;
+using orphia::test::AllFinite;
+using orphia::test::Impulse;
+using orphia::test::Noise;
+using orphia::test::Rms;
+using orphia::test::Signal;
 using Signals = std::vector<Signal>;
 using Complex = std::complex<double>;
 
 inline constexpr u32 rigBlock = 44;
 inline constexpr double pi = std::numbers::pi;
 
-/// Runs the module over the inputs in blocks of the given sizes, repeated. Every input counts as an active
-/// modulation where the module reads it as one; lengths are cut to whole groups of four frames. Outputs start
-/// as garbage, so that a skipped block shows.
+/// Runs the module over the inputs in blocks of the given sizes, repeated.
 template <class M>
 Signals Render(M& module, const Signals& inputs, u32 outputCount,
                const std::vector<u32>& sizes = {rigBlock}) {
-    constexpr std::size_t lead = 4;
-    Signals padded;
+    std::vector<const Signal*> pointers;
     for (const Signal& input : inputs) {
-        padded.emplace_back(lead, 1.0F).insert(padded.back().end(), input.begin(), input.end());
+        pointers.push_back(&input);
     }
-    const std::size_t total = inputs[0].size() / 4 * 4;
-    Signals outputs(outputCount, Signal(total, 12345.0F));
-    std::size_t start = 0;
-    for (std::size_t block = 0; start < total; ++block) {
-        const std::size_t frames = std::min<std::size_t>(sizes[block % sizes.size()], total - start);
-        std::vector<const float*> in;
-        std::vector<float*> out;
-        for (const Signal& input : padded) {
-            in.push_back(input.data() + lead + start);
-        }
-        for (Signal& output : outputs) {
-            out.push_back(output.data() + start);
-        }
-        dsp::ProcessContext context;
-        context.inputs = in.data();
-        context.outputs = out.data();
-        context.numInputs = static_cast<u32>(in.size());
-        context.numOutputs = outputCount;
-        context.numFrames = static_cast<u32>(frames);
-        EXPECT_TRUE(dsp::RunChild(module, context));
-        start += frames;
+    orphia::test::BlockSplit split;
+    for (std::size_t at = 0; at < inputs[0].size(); at += split.sizes.back()) {
+        split.sizes.push_back(sizes[split.sizes.size() % sizes.size()]);
     }
-    return outputs;
-}
-
-inline Signal Impulse(std::size_t length, float amplitude) {
-    Signal signal(length, 0.0F);
-    signal[0] = amplitude;
-    return signal;
-}
-
-inline Signal Noise(std::size_t length, float amplitude, u32 seed) {
-    std::mt19937 generator(seed);
-    Signal signal(length);
-    for (float& x : signal) {
-        x = amplitude * (static_cast<float>(generator()) / 2147483648.0F - 1.0F);
-    }
-    return signal;
+    return orphia::test::Render(module, pointers, outputCount, split);
 }
 
 inline Signal Tone(std::size_t length, double hz, double sampleRate, double amplitude) {
@@ -112,13 +71,7 @@ void ExpectResponse(const Signal& response, double impulse, double sampleRate, E
     int compared = 0;
     for (const double hz : {20.0, 100.0, 500.0, 2000.0, 0.05 * sampleRate, 0.1 * sampleRate, 0.2 * sampleRate,
                             0.3 * sampleRate, 0.4 * sampleRate, 0.45 * sampleRate}) {
-        const Complex turn = std::polar(1.0, -2.0 * pi * hz / sampleRate);
-        Complex phase = 1.0;
-        Complex sum = 0.0;
-        for (const float h : response) {
-            sum += static_cast<double>(h) * phase;
-            phase *= turn;
-        }
+        const Complex sum = orphia::test::Transform(response, hz, sampleRate);
         const Complex wanted = expected(hz);
         if (std::abs(wanted) < 1e-5) {
             continue;
@@ -146,18 +99,8 @@ inline void ExpectSame(const Signals& got, const Signals& expected, const std::s
 
 inline void ExpectFinite(const Signals& signals) {
     for (const Signal& signal : signals) {
-        for (std::size_t n = 0; n < signal.size(); ++n) {
-            ASSERT_TRUE(std::isfinite(signal[n])) << "frame " << n << " is " << signal[n];
-        }
+        ASSERT_TRUE(AllFinite(signal));
     }
-}
-
-inline double Rms(const Signal& signal, std::size_t from) {
-    double sum = 0.0;
-    for (std::size_t n = from; n < signal.size(); ++n) {
-        sum += static_cast<double>(signal[n]) * static_cast<double>(signal[n]);
-    }
-    return std::sqrt(sum / static_cast<double>(signal.size() - from));
 }
 
 /// The block size does not show in the samples, an empty block changes nothing, and a reset module is like
