@@ -79,8 +79,9 @@ i32 IVoiceManager<n, V, m>::FindOverLimit(u8 note) const {
             continue;
         }
         ++count;
-        const bool promised = pending[v] && pendingNotes[v].note != note;
-        if (!promised && (oldest == none || voices[v].age < voices[static_cast<u32>(oldest)].age)) {
+        const bool isPromised = pending[v] && pendingNotes[v].note != note;
+        if (v < polyphony && !isPromised &&
+            (oldest == none || voices[v].age < voices[static_cast<u32>(oldest)].age)) {
             oldest = static_cast<i32>(v);
         }
     }
