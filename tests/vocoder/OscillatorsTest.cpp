@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <memory>
 
@@ -75,6 +76,30 @@ TEST(Oscillators, SyncedPitchIsThatOfTheMaster) {
         const Signal sound = rig.Run(44096);
         EXPECT_NEAR(Cents(MeasurePitch(sound, 300.0, VoiceRig::rate), 300.0), 0.0, 0.1) << waveform;
         EXPECT_LT(Peak(sound), 1.6F);
+    }
+}
+
+TEST(Oscillators, SweepsOfSyncAndFMNeverLeaveTheSwingOfTheWaveform) {
+    for (const i32 waveform : {0, 1, 2}) {
+        VoiceRig plain(waveform, 300.0F);
+        const float peak = Peak(plain.Run(22016));
+        for (const bool isSynced : {false, true}) {
+            VoiceRig rig(waveform, 300.0F);
+            rig.Set(Oscillators::Sync, isSynced ? 1.0F : 0.0F);
+            // The post filter lifts what FM brings up to the treble.
+            const float limit = peak * (isSynced ? 1.2F : 1.5F);
+            float previous = 0.0F;
+            for (u32 step = 0; step <= 480; ++step) {
+                const float way = static_cast<float>(step) / 480.0F;
+                rig.Set(Oscillators::FMAmount, isSynced ? 0.0F : 0.3F * way);
+                rig.Set(Oscillators::Osc1Coarse, std::round(isSynced ? 48.0F * way : 0.0F));
+                for (const float x : rig.Run(64)) {
+                    ASSERT_LT(std::abs(x), limit) << waveform << isSynced << " at step " << step;
+                    ASSERT_LT(std::abs(x - previous), 2.0F * limit) << waveform << isSynced << " at " << step;
+                    previous = x;
+                }
+            }
+        }
     }
 }
 
