@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/ADSR.h"
 
+#include "dsp/ClampToUnit.h"
 #include "dsp/Simd.h"
 
 #include <algorithm>
@@ -40,9 +41,6 @@ std::vector<ModuleParam> Records() {
     records[ADSR::hardRetrig].SetNormalized(1.0F);
     return records;
 }
-
-/// What is not a number becomes 0.
-float ClampToUnit(float x) { return x > 0.0F ? std::min(x, 1.0F) : 0.0F; }
 
 float FiniteOrZero(float x) { return std::isfinite(x) ? x : 0.0F; }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/ChorusControls.h"
 
+#include "dsp/Decibels.h"
+
 #include "dsp/SplineDelayLine.h"
 
 #include <algorithm>
@@ -86,7 +88,7 @@ float ChorusControls::WetLevel(const ChorusSettings& settings) {
         coherenceMs;
     const float coherence = 1.0F / (1.0F + apart * apart);
     const float powerOfMean = coherence + (1.0F - coherence) / static_cast<float>(settings.voices);
-    const float gain = std::pow(10.0F, settings.wetGainDb * 0.05F);
+    const float gain = DecibelsToGain(settings.wetGainDb);
     return gain * std::sqrt((1.0F - settings.feedback * settings.feedback * powerOfMean) / powerOfMean);
 }
 

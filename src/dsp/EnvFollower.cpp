@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/EnvFollower.h"
 
+#include "dsp/Decibels.h"
+
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -194,7 +196,7 @@ bool EnvFollower::UpdateParameters(ProcessContext& /*context*/) {
         gain = Within(Value(fixedLinearGain), 0.0F, largestGain);
     }
     if (Changed(threshold) || Changed(thresholdActive)) {
-        thresholdLevel = std::pow(10.0F, Value(threshold) * 0.05F);
+        thresholdLevel = DecibelsToGain(Value(threshold));
         isThresholdActive = GetParameterNormalized(thresholdActive) > 0.0F;
     }
     return true;

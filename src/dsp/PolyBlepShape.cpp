@@ -1,15 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/PolyBlepShape.h"
 
+#include "dsp/ClampToUnit.h"
+
 #include <array>
 #include <utility>
 
 namespace Velmora::dsp {
 
 namespace {
-
-/// What is not a number becomes 0.
-float ClampToUnit(float x) { return x > 0.0F ? std::min(x, 1.0F) : 0.0F; }
 
 /// The phase just before a reset that lies samplesSince before a frame, seen from the frame before that.
 float PhaseAtReset(float previous, float increment, float samplesSince) {
