@@ -2,7 +2,6 @@
 #include "dsp/ChorusControls.h"
 
 #include "dsp/Decibels.h"
-
 #include "dsp/SplineDelayLine.h"
 
 #include <algorithm>
