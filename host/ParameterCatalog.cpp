@@ -6,6 +6,7 @@
 #include "host/TextDistance.h"
 #include "processor/PlayedCarrier.h"
 #include "vocoder/BodeVocoder.h"
+#include "vocoder/VocoderModulator.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -41,7 +42,7 @@ ParameterInfo Describe(std::uint32_t id, std::string name, const Velmora::dsp::M
     info.description = traits.description;
     info.role = traits.role;
     info.unit = traits.unit;
-    info.kind = KindOf(record);
+    info.kind = traits.isKnob ? ParameterKind::Knob : KindOf(record);
     info.minimum = record.minValue;
     info.maximum = record.maxValue;
     info.start = record.PeekValue();
@@ -89,12 +90,22 @@ std::string AmbiguousMessage(std::string_view name, const std::vector<const Para
     return message;
 }
 
+std::vector<ParameterInfo> DescribeTree(EngineTree tree) {
+    switch (tree) {
+    case EngineTree::Carrier:
+        return DescribeAll<Velmora::Processor::PlayedCarrier>(CarrierTraitsOf);
+    case EngineTree::Modulator:
+        return DescribeAll<Velmora::Processor::VocoderModulator>(ModulatorTraitsOf);
+    case EngineTree::Vocoder:
+        break;
+    }
+    return DescribeAll<Velmora::Processor::BodeVocoder>(VocoderTraitsOf);
+}
+
 } // namespace
 
 ParameterCatalog::ParameterCatalog(EngineTree engineTree)
-    : tree(engineTree), parameters(tree == EngineTree::Vocoder
-                                       ? DescribeAll<Velmora::Processor::BodeVocoder>(VocoderTraitsOf)
-                                       : DescribeAll<Velmora::Processor::PlayedCarrier>(CarrierTraitsOf)) {}
+    : tree(engineTree), parameters(DescribeTree(engineTree)) {}
 
 const ParameterInfo* ParameterCatalog::FindExact(std::string_view fullName) const {
     const auto found = std::find_if(parameters.begin(), parameters.end(),

@@ -14,7 +14,9 @@ enum class EngineTree {
     /// The vocoder core: two sounds in, one out.
     Vocoder,
     /// The carrier with its voices and modulations: notes in, sound out.
-    Carrier
+    Carrier,
+    /// What the vocoder listens to: samples played by notes, or a live voice.
+    Modulator
 };
 
 /// All parameters of one tree, as the engine declares them. Building one asks a fresh engine once; after

@@ -16,7 +16,7 @@ enum class ParameterKind {
     Mapped
 };
 
-enum class ParameterUnit { None, Decibel, Second, Hertz };
+enum class ParameterUnit { None, Decibel, Second, Millisecond, Hertz };
 
 enum class ParameterRole {
     /// What a player turns.

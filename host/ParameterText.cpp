@@ -24,9 +24,10 @@ struct UnitName {
 };
 
 constexpr std::array unitNames = {
-    UnitName{"db", ParameterUnit::Decibel, 1.0}, UnitName{"s", ParameterUnit::Second, 1.0},
-    UnitName{"ms", ParameterUnit::Second, 1e-3}, UnitName{"hz", ParameterUnit::Hertz, 1.0},
-    UnitName{"khz", ParameterUnit::Hertz, 1e3},
+    UnitName{"db", ParameterUnit::Decibel, 1.0},    UnitName{"s", ParameterUnit::Second, 1.0},
+    UnitName{"ms", ParameterUnit::Second, 1e-3},    UnitName{"hz", ParameterUnit::Hertz, 1.0},
+    UnitName{"khz", ParameterUnit::Hertz, 1e3},     UnitName{"ms", ParameterUnit::Millisecond, 1.0},
+    UnitName{"s", ParameterUnit::Millisecond, 1e3},
 };
 
 std::string_view Trim(std::string_view text) {
@@ -64,6 +65,7 @@ std::string_view NameOfUnit(ParameterUnit unit) {
     case ParameterUnit::Decibel:
         return "dB";
     case ParameterUnit::Second:
+    case ParameterUnit::Millisecond:
         return "s or ms";
     case ParameterUnit::Hertz:
         return "Hz or kHz";
@@ -115,16 +117,17 @@ ParameterSetting ValueWithUnit(const ParameterInfo& info, std::string_view text,
     if (unit == "knob") {
         return Position(info, text, number);
     }
-    const auto* const known = std::find_if(unitNames.begin(), unitNames.end(),
-                                           [&unit](const UnitName& name) { return name.text == unit; });
-    if (known == unitNames.end()) {
+    const auto isKnown = [&unit](const UnitName& name) { return name.text == unit; };
+    const auto fits = [&](const UnitName& name) { return isKnown(name) && name.unit == info.unit; };
+    if (std::none_of(unitNames.begin(), unitNames.end(), isKnown)) {
         RefuseText(info, text);
     }
-    if (known->unit != info.unit) {
+    const auto* const fitting = std::find_if(unitNames.begin(), unitNames.end(), fits);
+    if (fitting == unitNames.end()) {
         throw UsageError(
             fmt::format("{}: '{}' has a wrong unit; it takes {}", info.name, text, NameOfUnit(info.unit)));
     }
-    return Value(info, text, number * known->factor);
+    return Value(info, text, number * fitting->factor);
 }
 
 /// The shortest digits that give the same float, without an exponent.
@@ -189,6 +192,8 @@ std::string FormatValue(const ParameterInfo& info, float value) {
         return Digits(value) + " Hz";
     case ParameterUnit::Second:
         return Seconds(value);
+    case ParameterUnit::Millisecond:
+        return Digits(value) + " ms";
     case ParameterUnit::None:
         break;
     }

@@ -15,11 +15,14 @@ struct ParameterTraits {
     std::string_view description;
     /// A raw knob of which only "above the middle" counts.
     bool isSwitch = false;
+    /// A stepped parameter of which the engine reads the position between the steps.
+    bool isKnob = false;
 };
 
-/// The traits of a parameter of either tree, by its full name.
+/// The traits of a parameter of a tree, by its full name.
 ParameterTraits VocoderTraitsOf(std::string_view name);
 ParameterTraits CarrierTraitsOf(std::string_view name);
+ParameterTraits ModulatorTraitsOf(std::string_view name);
 
 /// One line of a table of traits.
 struct TraitsRow {

@@ -21,6 +21,9 @@ using host::ParameterRole;
 constexpr std::string_view vocoderHint =
     "With Activated=on, Analysis3_Synthesis7=1 lets band 3 drive band 7.\n"
     "--all lists the 256 routes, the circuit's constants and the outputs too.";
+constexpr std::string_view modulatorHint =
+    "The file plays as sample 1: Sample1_Gain, Slot1_Reverse.\n"
+    "--all lists what the engine or the keys set, constants and outputs too.";
 constexpr std::string_view carrierHint =
     "With Controls_Enable=on, Dst17_Src4_Amount=0.2 lets velocity\n"
     "(source 4) move the level of oscillator 1 (destination 17). --all lists all routes, what a\n"
@@ -67,6 +70,18 @@ std::size_t Widest(const std::vector<Line>& lines, std::string Line::*column) {
     return width;
 }
 
+std::string_view HintOf(host::EngineTree tree) {
+    switch (tree) {
+    case host::EngineTree::Carrier:
+        return carrierHint;
+    case host::EngineTree::Modulator:
+        return modulatorHint;
+    case host::EngineTree::Vocoder:
+        break;
+    }
+    return vocoderHint;
+}
+
 } // namespace
 
 void PrintParameterList(const host::ParameterCatalog& catalog, bool all) {
@@ -84,7 +99,7 @@ void PrintParameterList(const host::ParameterCatalog& catalog, bool all) {
         fmt::print(
             "\nAn unambiguous ending of a name will do: --set Attack=\"5 ms\". \"50 %\" or @0.5 is the\n"
             "middle of the knob. {}\n",
-            catalog.Tree() == host::EngineTree::Vocoder ? vocoderHint : carrierHint);
+            HintOf(catalog.Tree()));
     }
 }
 

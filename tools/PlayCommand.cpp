@@ -31,13 +31,6 @@ constexpr double maxTailSeconds = 600.0;
 constexpr double longestFade = 10.0;
 constexpr std::uint32_t ownRate = 44100;
 
-/// Below -90 dBFS, which 16 bits hardly hold.
-bool IsSilent(std::span<const float> samples) {
-    constexpr float threshold = 3.1622776e-5F;
-    return std::all_of(samples.begin(), samples.end(),
-                       [](float sample) { return std::abs(sample) < threshold; });
-}
-
 } // namespace
 
 PlayCommand::PlayCommand(CLI::App& app)

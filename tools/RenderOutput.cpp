@@ -27,11 +27,17 @@ std::size_t FramesOfChunk(std::uint32_t sampleRate) {
     return block * std::max<std::size_t>(blocks, 1);
 }
 
+} // namespace
+
+bool IsSilent(std::span<const float> samples) {
+    constexpr float threshold = 3.1622776e-5F;
+    return std::all_of(samples.begin(), samples.end(),
+                       [](float sample) { return std::abs(sample) < threshold; });
+}
+
 std::string Decibels(double magnitude) {
     return magnitude > 0.0 ? fmt::format("{:.1f}", 20.0 * std::log10(magnitude)) : "-inf";
 }
-
-} // namespace
 
 RenderOutput::RenderOutput(std::filesystem::path outputPath, std::uint32_t rate,
                            std::optional<host::SampleFormat> format)

@@ -10,6 +10,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace orphia::tools {
@@ -45,5 +46,11 @@ private:
     std::uint64_t framesDone = 0;
     double renderSeconds = 0.0;
 };
+
+/// Below -90 dBFS, which 16 bits hardly hold.
+bool IsSilent(std::span<const float> samples);
+
+/// A magnitude in dB, "-inf" for 0.
+std::string Decibels(double magnitude);
 
 } // namespace orphia::tools

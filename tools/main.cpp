@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Command.h"
 #include "PlayCommand.h"
+#include "SampleCommand.h"
 #include "Stopped.h"
 #include "Terminal.h"
 #include "VocodeCommand.h"
@@ -66,6 +67,7 @@ int main(int argc, char** argv) {
     std::vector<std::unique_ptr<tools::Command>> commands;
     commands.push_back(std::make_unique<tools::VocodeCommand>(app));
     commands.push_back(std::make_unique<tools::PlayCommand>(app));
+    commands.push_back(std::make_unique<tools::SampleCommand>(app));
     const auto isNamed = [argv](const CLI::App* command) { return command->check_name(argv[1]); };
     if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isNamed).empty()) {
         return Fail(fmt::format("unknown command '{}'; see orphia --help", argv[1]), usageStatus);

@@ -147,6 +147,15 @@ float ModuleParam::GetModulatedValue(const ProcessContext& context, u32 inputInd
     return modulation != nullptr ? GetValueWithOffset(modulation[0]) : GetValue();
 }
 
+float ModuleParam::GetActingValue(const ProcessContext& context, u32 inputIndex) {
+    if (!inverted) {
+        return GetModulatedValue(context, inputIndex);
+    }
+    const float* modulation = context.ActiveModulation(inputIndex);
+    const float offset = modulation != nullptr ? modulation[0] : 0.0F;
+    return ToValue(1.0F - ClampToUnit(GetNormalized() + offset));
+}
+
 void ModuleParam::RenderModulated(const ProcessContext& context, u32 inputIndex, float* out) {
     const float* modulation = context.ActiveModulation(inputIndex);
     if (modulation == nullptr) {

@@ -62,6 +62,10 @@ public:
     /// GetValueWithOffset of the first sample of a modulation input when that is active, else GetValue.
     float GetModulatedValue(const ProcessContext& context, u32 inputIndex);
 
+    /// As GetModulatedValue, in a module that lets `inverted` act: a control that runs backwards is turned
+    /// round first.
+    float GetActingValue(const ProcessContext& context, u32 inputIndex);
+
     /// Fills out[0..numFrames) with the real value, modulated per sample when the input is active.
     void RenderModulated(const ProcessContext& context, u32 inputIndex, float* out);
 

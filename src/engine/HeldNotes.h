@@ -30,6 +30,8 @@ public:
 
     u32 Count() const { return count; }
     u32 Presses(u8 note) const { return presses[note]; }
+    /// The press counts of all note numbers.
+    std::span<const u8, 128> PressTable() const { return presses; }
     bool IsAnyPressed() const;
     /// The last in order of pressing. The list must not be empty.
     const NoteInfo& Last() const { return listed[count - 1].note; }

@@ -90,6 +90,9 @@ public:
     /// Fades up to n notes, the cheapest first.
     virtual void KillOldest(u32 n);
 
+    /// How often each note number is pressed at present; the keys kept from the voices count too.
+    std::span<const u8, 128> PressTable() const { return held.PressTable(); }
+
 protected:
     IVoiceManager();
 

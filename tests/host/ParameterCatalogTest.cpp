@@ -21,7 +21,7 @@ std::string MessageOf(const ParameterCatalog& catalog, std::string_view name) {
 }
 
 TEST(ParameterCatalog, EveryFullNameIsUniqueAndFindsItsOwnParameter) {
-    for (const EngineTree tree : {EngineTree::Vocoder, EngineTree::Carrier}) {
+    for (const EngineTree tree : {EngineTree::Vocoder, EngineTree::Carrier, EngineTree::Modulator}) {
         const ParameterCatalog catalog(tree);
         std::set<std::string> names;
         for (std::uint32_t id = 0; id < catalog.Parameters().size(); ++id) {

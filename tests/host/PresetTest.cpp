@@ -103,7 +103,7 @@ TEST_F(PresetTest, EveryTruncationIsRefused) {
 }
 
 TEST_F(PresetTest, TheDefaultPresetsNameEveryControlOnce) {
-    for (const EngineTree tree : {EngineTree::Vocoder, EngineTree::Carrier}) {
+    for (const EngineTree tree : {EngineTree::Vocoder, EngineTree::Carrier, EngineTree::Modulator}) {
         const ParameterCatalog whole(tree);
         std::multiset<std::uint32_t> ids;
         for (const ParameterSetting& setting : DefaultPreset(whole).settings) {

@@ -25,8 +25,14 @@ std::optional<std::string> MachineDataFolder();
 /// no such place.
 std::string TuningLibraryPath();
 
+/// What the system's loader, with its own search, knows libsndfile by.
+std::string SystemSoundFileLibrary();
+
 /// Whether a file, or anything else, exists at `path`.
 bool FileExists(const std::string& path);
+
+/// Whether `path` is a file or a link to one, and no folder, pipe, socket or device.
+bool IsRegularFile(const std::string& path);
 
 /// Names the calling thread; does nothing where that is not possible.
 void SetThreadName(const std::string& name);

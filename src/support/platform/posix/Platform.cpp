@@ -20,8 +20,10 @@ constexpr std::string_view defaultDataFolder = "/usr/local/share/";
 constexpr std::string_view defaultDataFolders = "/usr/local/share/:/usr/share/";
 #ifdef __APPLE__
 constexpr std::string_view tuningLibrary = "/Library/Application Support/MTS-ESP/libMTS.dylib";
+constexpr std::string_view soundFileLibrary = "libsndfile.1.dylib";
 #else
 constexpr std::string_view tuningLibrary = "/usr/local/lib/libMTS.so";
+constexpr std::string_view soundFileLibrary = "libsndfile.so.1";
 #endif
 
 // The longest head of `text` within `limit` bytes that does not end inside a character.
@@ -85,9 +87,16 @@ std::optional<std::string> MachineDataFolder() {
 
 std::string TuningLibraryPath() { return std::string(tuningLibrary); }
 
+std::string SystemSoundFileLibrary() { return std::string(soundFileLibrary); }
+
 bool FileExists(const std::string& path) {
     struct stat status {};
     return ::stat(path.c_str(), &status) == 0;
+}
+
+bool IsRegularFile(const std::string& path) {
+    struct stat status {};
+    return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 void SetThreadName(const std::string& name) {

@@ -72,9 +72,16 @@ std::string TuningLibraryPath() {
     return folder.empty() ? folder : folder + "\\MTS-ESP\\LIBMTS.dll";
 }
 
+std::string SystemSoundFileLibrary() { return "sndfile.dll"; }
+
 bool FileExists(const std::string& path) {
     struct _stat64 status {};
     return _wstat64(ToWide(path).c_str(), &status) == 0;
+}
+
+bool IsRegularFile(const std::string& path) {
+    struct _stat64 status {};
+    return _wstat64(ToWide(path).c_str(), &status) == 0 && (status.st_mode & _S_IFMT) == _S_IFREG;
 }
 
 void SetThreadName(const std::string& name) {

@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace orphia::host {
+
+/// What the engine's sampler makes of a file.
+struct SampleReport {
+    bool isAccepted = false;
+    /// Why it is refused, a phrase.
+    std::string reason;
+
+    /// As the file's header tells, each 0 where it does not.
+    int channelCount = 0;
+    int sampleRate = 0;
+    std::uint64_t frames = 0;
+
+    /// The largest magnitude; of accepted files only, as the pitch.
+    double peak = 0.0;
+    /// The pitch in Hz that is found most of the time, as the instrument's pitch tracker finds it; nothing
+    /// for a file that has hardly any.
+    std::optional<double> pitch;
+
+    double Seconds() const { return sampleRate > 0 ? static_cast<double>(frames) / sampleRate : 0.0; }
+};
+
+/// Reads the whole file. Throws std::exception when no file can be read at all, as without libsndfile.
+SampleReport InspectSample(const std::filesystem::path& path);
+
+} // namespace orphia::host

@@ -1,0 +1,448 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "dsp/Compressor.h"
+
+#include "vocoder/StageRig.h"
+
+#include <limits>
+#include <utility>
+
+using namespace Velmora;
+using namespace Velmora::Test;
+using dsp::Compressor;
+using C = Compressor;
+using orphia::test::NameOf;
+using orphia::test::Peak;
+
+namespace {
+
+constexpr double rate = 48000.0;
+const auto blocks = orphia::test::BlockSplit::Of(rigBlock);
+using Values = std::vector<std::pair<u32, float>>;
+
+void SetAll(Compressor& compressor, const Values& values) {
+    for (const auto& [id, value] : values) {
+        compressor.SetParameterValue(id, value);
+    }
+}
+
+/// Fully wet at unit output gain, with the given values on top and nothing left to glide.
+std::unique_ptr<Compressor> MakeCompressor(const Values& values = {}) {
+    auto compressor = MakeStage<Compressor>(rate);
+    SetAll(*compressor, {{C::Wet, 1.0F}, {C::OutputGain, 0.0F}});
+    SetAll(*compressor, values);
+    compressor->Reset(true);
+    return compressor;
+}
+
+Signal Constant(std::size_t length, double decibels) {
+    return Signal(length, static_cast<float>(std::pow(10.0, decibels / 20.0)));
+}
+
+double Decibels(double gain) { return 20.0 * std::log10(gain); }
+
+/// The curve, from its definition.
+double Reduction(double level, double threshold, double inverseRatio, double knee) {
+    const double e = level - threshold;
+    if (2.0 * std::abs(e) > knee) {
+        return e > 0.0 ? e * (1.0 - inverseRatio) : 0.0;
+    }
+    return knee > 0.0 ? (1.0 - inverseRatio) * std::pow(e + knee / 2.0, 2.0) / (2.0 * knee) : 0.0;
+}
+
+/// The whole processor over whole signals in double precision. Inputs: left, right, 4 unused, two keys.
+class Model {
+public:
+    explicit Model(Compressor& compressor) : source(compressor) {}
+
+    Signals Run(const Signals& in) const {
+        const std::size_t length = in[0].size();
+        const bool stereo = On(C::ConfStereo);
+        const bool linked = On(C::StereoMode) || !stereo;
+        Signals out(2, Signal(length));
+        std::vector<double> gains;
+        for (std::size_t c = 0; c < 2; ++c) {
+            gains = c == 1 && linked ? gains : Gains(in, c, stereo, linked);
+            for (std::size_t t = Delay(); t < length; ++t) {
+                out[c][t] = static_cast<float>(static_cast<double>(in[c][t - Delay()]) * gains[t]);
+            }
+        }
+        return out;
+    }
+
+private:
+    double Get(u32 id) const { return source.FindParameter(id)->GetValue(); }
+    bool On(u32 id) const { return Get(id) > 0.5; }
+    double Gain(double decibels) const { return std::pow(10.0, decibels / 20.0); }
+    std::size_t Delay() const {
+        return On(C::LookaheadEnable) ? static_cast<std::size_t>(Get(C::LookaheadTimeMs) * rate / 1000.0) : 0;
+    }
+    static void Move(double& state, double to, double upMs, double downMs) {
+        state += (to - state) * (1.0 - std::exp(-1000.0 / ((to > state ? upMs : downMs) * rate)));
+    }
+
+    double Level(const Signals& in, std::size_t c, std::size_t t, bool stereo, bool linked) const {
+        const bool keyed = On(C::SideChain);
+        const std::size_t first = keyed ? 6 : 0;
+        if (stereo && (keyed || linked)) {
+            return std::max(std::abs(in[first][t]), std::abs(in[first + 1][t]));
+        }
+        return std::abs(in[keyed ? 6 : c][t]);
+    }
+
+    std::vector<double> Gains(const Signals& in, std::size_t c, bool stereo, bool linked) const {
+        const double inputGain = Gain(Get(C::InGainCompensated) + Get(C::InputGain));
+        const double outputGain = Gain(Get(C::OutputGain) - Get(C::InGainCompensated));
+        const double threshold = Get(C::Threshold);
+        const double r = On(C::RatioInfinite) ? 0.0 : 1.0 / Get(C::Ratio);
+        const double knee = Get(C::KneeWidth);
+        const double given = Reduction(0.0, threshold, r, knee) / std::sqrt(2.0);
+        const double total = inputGain * outputGain * (On(C::Makeup) ? Gain(given) : 1.0);
+        double level = 0.0;
+        double reduction = 0.0;
+        std::vector<double> gains;
+        for (std::size_t t = 0; t < in[0].size(); ++t) {
+            double d = inputGain * Level(in, c, t, stereo, linked);
+            if (On(C::LevelMeasureSmoothAR)) {
+                Move(level, d, Get(C::LevelMeasureAtMs), Get(C::LevelMeasureReMs));
+                d = level;
+            }
+            Move(reduction, Reduction(d < 1e-7 ? -140.0 : Decibels(d), threshold, r, knee), Get(C::Attack),
+                 Get(C::Release));
+            const double limit = On(C::GRLimitEnable) ? Get(C::GRLimit) : -1e9;
+            gains.push_back(Gain(std::max(-reduction, limit)));
+        }
+        DrawBack(gains);
+        const double w = Get(C::Wet);
+        for (double& g : gains) {
+            g = w * g * total + 1.0 - w;
+        }
+        return gains;
+    }
+
+    /// On the time axis of the gains; before its begin they are 0.
+    void DrawBack(std::vector<double>& gains) const {
+        const std::size_t n = Delay();
+        if (n == 0) {
+            return;
+        }
+        gains.insert(gains.begin(), n, 0.0);
+        for (std::size_t t = n; t < gains.size(); ++t) {
+            const double g0 = gains[t - n];
+            for (std::size_t back = 1; back < n && gains[t] < (back == 1 ? gains[t - 1] : 2.0); ++back) {
+                const double part = static_cast<double>(back) / static_cast<double>(n);
+                const double line = gains[t] + (g0 - gains[t]) * part;
+                if (gains[t - back] <= line) {
+                    break;
+                }
+                gains[t - back] = line;
+            }
+        }
+    }
+
+    Compressor& source;
+};
+
+} // namespace
+
+TEST(CompressorTest, TheStaticCurveAndItsMakeupHold) {
+    for (const float knee : {0.0F, 20.0F, 35.0F, 50.0F}) {
+        for (const float ratio : {1.0F, 2.0F, 7.0F, 100.0F, 0.0F}) {
+            for (const float limit : {0.0F, -6.0F}) {
+                const Values values = {
+                    {C::Threshold, -24.0F}, {C::Ratio, ratio},
+                    {C::KneeWidth, knee},   {C::RatioInfinite, ratio == 0.0F ? 1.0F : 0.0F},
+                    {C::GRLimit, limit},    {C::GRLimitEnable, limit < 0.0F ? 1.0F : 0.0F}};
+                auto plain = MakeCompressor(values);
+                auto made = MakeCompressor(values);
+                made->SetParameterValue(C::Makeup, 1.0F);
+                const double r = ratio == 0.0F ? 0.0 : 1.0 / static_cast<double>(ratio);
+                for (const double level :
+                     {-150.0, -60.0, -48.0, -40.0, -24.1, -24.0, -23.9, -10.0, 0.0, 9.0}) {
+                    double expected = Reduction(level, -24.0, r, knee);
+                    expected = limit < 0.0F ? std::min(expected, 6.0) : expected;
+                    const Signal in = Constant(400, level);
+                    const double gain = Decibels(Render(*plain, {in}, 1)[0].back() / in.back());
+                    EXPECT_NEAR(gain, -expected, 0.001)
+                        << level << " dB, ratio " << ratio << ", knee " << knee << ", limit " << limit;
+                    EXPECT_NEAR(plain->GetParameterNormalized(C::OutGainReduction),
+                                std::min(expected / 40.0, 1.0), 1e-4);
+                    const double madeGain = Decibels(Render(*made, {in}, 1)[0].back() / in.back());
+                    EXPECT_NEAR(madeGain - gain, Reduction(0.0, -24.0, r, knee) / std::sqrt(2.0), 0.001);
+                }
+            }
+        }
+    }
+}
+
+TEST(CompressorTest, TheReductionFollowsTheClosedFormForShortAndLongTimes) {
+    for (const auto& [attack, release] : {std::pair{5.0F, 100.0F}, {1000.0F, 2000.0F}, {50.0F, 3.0F}}) {
+        auto compressor = MakeCompressor(
+            {{C::Threshold, -60.0F}, {C::RatioInfinite, 1.0F}, {C::Attack, attack}, {C::Release, release}});
+        double reached = 0.0;
+        for (const auto& [goal, ms] : {std::pair{50.0, attack}, {30.0, release}}) {
+            const double samples = static_cast<double>(ms) * rate / 1000.0;
+            const Signal in = Constant(static_cast<std::size_t>(6.0 * samples), goal - 60.0);
+            const Signal out = Render(*compressor, {in}, 1)[0];
+            double expected = 0.0;
+            for (std::size_t n = 0; n < out.size();
+                 n = std::max(n + 1, std::min(n * 5 / 4, out.size() - 1))) {
+                const double got = -Decibels(out[n] / in[n]);
+                expected = goal + (reached - goal) * std::exp(-static_cast<double>(n + 1) / samples);
+                EXPECT_NEAR(got, expected, 0.001)
+                    << "frame " << n << " on the way to " << goal << " dB in " << ms << " ms";
+            }
+            reached = expected;
+        }
+    }
+}
+
+TEST(CompressorTest, AgreesWithADirectModelInEveryMode) {
+    Signals inputs;
+    for (u32 channel = 0; channel < 8; ++channel) {
+        inputs.push_back(Noise(3000, 0.8F, channel + 1));
+        for (std::size_t n = 0; n < 3000; ++n) {
+            inputs.back()[n] *= (n + 300 * channel) / 700 % 2 == 0 ? 1.0F : 0.03F;
+        }
+    }
+    const std::vector<const Signal*> wiring = {&inputs[0], &inputs[1], nullptr,    nullptr,
+                                               nullptr,    nullptr,    &inputs[6], &inputs[7]};
+    std::mt19937 random(5);
+    std::uniform_real_distribution<float> unit;
+    constexpr u32 switches[] = {C::ConfStereo,    C::StereoMode,           C::SideChain, C::LookaheadEnable,
+                                C::GRLimitEnable, C::LevelMeasureSmoothAR, C::Makeup,    C::RatioInfinite};
+    for (u32 mode = 0; mode < 256; ++mode) {
+        auto compressor = MakeCompressor();
+        for (u32 id = C::Wet; id < C::parameterCount; ++id) {
+            const float u = unit(random);
+            compressor->SetParameterNormalized(id, u * u);
+        }
+        // Gains that fall by less than a float can tell are drawn back by the model alone.
+        compressor->SetParameterValue(C::Ratio, 1.5F + 10.0F * unit(random));
+        if (mode % 3 == 0) {
+            compressor->SetParameterValue(C::KneeWidth, 0.0F);
+        }
+        for (u32 bit = 0; bit < 8; ++bit) {
+            compressor->SetParameterValue(switches[bit], (mode >> bit & 1U) != 0 ? 1.0F : 0.0F);
+        }
+        compressor->Reset(true);
+        const Signals expected = Model(*compressor).Run(inputs);
+        const Signals got = orphia::test::Render(*compressor, wiring, 2, blocks);
+        for (std::size_t c = 0; c < 2; ++c) {
+            const float peak = Peak(expected[c]);
+            for (std::size_t n = 0; n < got[c].size(); ++n) {
+                ASSERT_NEAR(got[c][n], expected[c][n], 3e-5F * peak)
+                    << "mode " << mode << ", channel " << c << ", frame " << n;
+            }
+        }
+    }
+}
+
+TEST(CompressorTest, TheLookaheadHasTheGainDownWhenTheTransientLeaves) {
+    Signal burst = Constant(4400, -60.0);
+    std::fill(burst.begin() + 2000, burst.end(), 1.0F);
+    const Values values = {{C::Threshold, -30.0F},
+                           {C::RatioInfinite, 1.0F},
+                           {C::Attack, 0.1F},
+                           {C::Release, 500.0F},
+                           {C::LookaheadTimeMs, 5.0F}};
+    EXPECT_GT(Decibels(Peak(Render(*MakeCompressor(values), {burst}, 1)[0])), -6.0);
+    auto ahead = MakeCompressor(values);
+    ahead->SetParameterValue(C::LookaheadEnable, 1.0F);
+    const Signal out = Render(*ahead, {burst}, 1)[0];
+    constexpr std::size_t latency = 240;
+    EXPECT_LT(Decibels(Peak(out, 240)), -21.0);
+    EXPECT_GT(out[2000 + latency], 10.0F * out[1999 + latency]) << "the transient leaves in time";
+    EXPECT_NEAR(out[1999], burst[0], 1e-6F) << "nothing falls before the transient has come in";
+    for (std::size_t n = 2000; n < 2000 + latency - 1; ++n) {
+        EXPECT_LT(out[n + 1], out[n]) << "frame " << n;
+    }
+    ahead->SetParameterValue(C::Wet, 0.0F);
+    Render(*ahead, {burst}, 1);
+    const Signal noise = Noise(4400, 1.0F, 3);
+    const Signal dry = Render(*ahead, {noise}, 1)[0];
+    for (std::size_t n = latency; n < dry.size(); ++n) {
+        ASSERT_EQ(dry[n], noise[n - latency]) << "frame " << n;
+    }
+}
+
+TEST(CompressorTest, ALookaheadThatStartsIsEmpty) {
+    const Signal noise = Noise(2200, 1.0F, 3);
+    auto compressor = MakeCompressor({{C::LookaheadTimeMs, 5.0F}});
+    const auto expectEmptyAfter = [&](u32 id, float before, float after) {
+        compressor->SetParameterValue(id, before);
+        Render(*compressor, {noise}, 1);
+        compressor->SetParameterValue(id, after);
+        const Signal out = Render(*compressor, {noise}, 1)[0];
+        EXPECT_EQ(Peak(Signal(out.begin(), out.begin() + 240)), 0.0F) << id;
+        EXPECT_GT(Peak(out), 0.0F) << id;
+    };
+    expectEmptyAfter(C::LookaheadEnable, 0.0F, 1.0F);
+    expectEmptyAfter(C::LookaheadEnable, 0.0F, 1.0F);
+    expectEmptyAfter(C::LookaheadTimeMs, 0.01F, 5.0F);
+}
+
+TEST(CompressorTest, WetTakesOneBlockAndTheGainsTheirTimeWhateverTheBlock) {
+    auto compressor = MakeCompressor({{C::Wet, 0.0F}, {C::Threshold, 0.0F}, {C::OutputGain, -20.0F}});
+    const Signal in(960, 0.5F);
+    EXPECT_EQ(Render(*compressor, {in}, 1)[0], in);
+    compressor->SetParameterValue(C::Wet, 1.0F);
+    const Signal ramp = Render(*compressor, {in}, 1)[0];
+    for (u32 n = 0; n < 960; ++n) {
+        const float part = static_cast<float>(std::min(n + 1, rigBlock)) / rigBlock;
+        EXPECT_NEAR(ramp[n], 0.5F - 0.45F * part, 1e-6F) << "frame " << n;
+    }
+    for (const u32 size : {4U, 40U}) {
+        compressor->SetParameterValue(C::OutputGain, 0.0F);
+        compressor->Reset(false);
+        compressor->SetParameterValue(C::OutputGain, -20.0F);
+        const Signal out = Render(*compressor, {in}, 1, {size})[0];
+        for (const std::size_t n : {39U, 479U, 959U}) {
+            const double rest = std::exp(-5.0 * static_cast<double>(n + 1) / 960.0);
+            EXPECT_NEAR(out[n], 0.05 + 0.45 * rest, 1e-5) << size << " frames a block, frame " << n;
+        }
+    }
+}
+
+TEST(CompressorTest, AChannelThatIsUnlinkedGoesOnFromTheCommonGain) {
+    auto compressor = MakeCompressor({{C::Threshold, -20.0F},
+                                      {C::RatioInfinite, 1.0F},
+                                      {C::Release, 2000.0F},
+                                      {C::ConfStereo, 1.0F},
+                                      {C::StereoMode, 1.0F},
+                                      {C::LookaheadTimeMs, 5.0F},
+                                      {C::LookaheadEnable, 1.0F}});
+    const Signals in = {Constant(960, 0.0), Constant(960, -40.0)};
+    const float linked = Render(*compressor, in, 2)[1].back();
+    compressor->SetParameterValue(C::StereoMode, 0.0F);
+    const Signal unlinked = Render(*compressor, in, 2)[1];
+    EXPECT_NEAR(linked / in[1][0], 0.1F, 1e-4F);
+    EXPECT_NEAR(unlinked[0], linked, 1e-6F);
+    EXPECT_NEAR(unlinked[300], linked, 0.1F * linked);
+}
+
+TEST(CompressorTest, ConnectedInputsMoveTheirParametersAlsoBackwards) {
+    constexpr std::size_t length = 9600;
+    const Signal noise = Noise(length, 0.8F, 1);
+    const Signal offset(length, 0.2F);
+    for (const bool inverted : {false, true}) {
+        for (const auto& [id, input] :
+             {std::pair{C::Wet, 2U}, {C::Release, 3U}, {C::Threshold, 4U}, {C::Ratio, 5U}, {C::Attack, 6U}}) {
+            auto moved = MakeCompressor();
+            auto still = MakeCompressor();
+            for (Compressor* each : {moved.get(), still.get()}) {
+                for (const u32 other : {C::Release, C::Attack, C::Threshold}) {
+                    each->SetParameterNormalized(other, 0.3F);
+                }
+                each->SetParameterValue(C::Ratio, 8.0F);
+            }
+            moved->FindParameter(id)->inverted = inverted;
+            moved->SetParameterNormalized(id, 0.3F);
+            const float position = id == C::Attack ? 0.3F : 0.5F;
+            still->SetParameterNormalized(id, inverted ? 1.0F - position : position);
+            std::vector<const Signal*> wiring(8, nullptr);
+            wiring[0] = &noise;
+            const Signal expected = orphia::test::Render(*still, wiring, 1, blocks)[0];
+            wiring[input] = &offset;
+            const Signal got = orphia::test::Render(*moved, wiring, 1, blocks)[0];
+            for (std::size_t n = length / 2; n < length; ++n) {
+                ASSERT_NEAR(got[n], expected[n], 2e-4F)
+                    << "id " << id << ", backwards " << inverted << ", frame " << n;
+            }
+        }
+    }
+}
+
+TEST(CompressorTest, KeepsTheStageInvariants) {
+    for (const float on : {0.0F, 1.0F}) {
+        const Values values = {{C::Threshold, -30.0F},        {C::Ratio, 4.0F},
+                               {C::ConfStereo, 1.0F},         {C::LookaheadTimeMs, 3.0F},
+                               {C::LookaheadEnable, on},      {C::StereoMode, 1.0F - on},
+                               {C::LevelMeasureSmoothAR, on}, {C::Makeup, on}};
+        ExpectStageInvariants([&] { return MakeCompressor(values); },
+                              {Noise(4400, 0.5F, 3), Noise(4400, 0.2F, 4)}, 2);
+    }
+}
+
+TEST(CompressorTest, MissingChannelsAndTheSwitchOfTheInterfaceHaveTheirWays) {
+    const Signals noise = {Noise(2200, 0.9F, 1), Noise(2200, 0.3F, 2)};
+    const Values values = {{C::Threshold, -30.0F}, {C::Ratio, 4.0F}};
+    const Signal left = Render(*MakeCompressor(values), {noise[0]}, 1)[0];
+    auto deaf = MakeCompressor(values);
+    SetAll(*deaf, {{C::SideChain, 1.0F}, {C::ConfStereo, 1.0F}});
+    ExpectSame(Render(*deaf, {noise[0]}, 2), {left, left}, "no key, no right input");
+    auto square = MakeCompressor(values);
+    square->SetParameterNormalized(C::ConfOnlyComputeGain, 0.0F);
+    Signal product = left;
+    std::transform(left.begin(), left.end(), noise[0].begin(), product.begin(), std::multiplies<>());
+    ExpectSame(Render(*square, {noise[0]}, 1), {product}, "multiplied");
+    const std::vector<const Signal*> wiring = {nullptr, &noise[1]};
+    const Signals silent = orphia::test::Render(*deaf, wiring, 2, blocks);
+    EXPECT_EQ(Peak(silent[0]) + Peak(silent[1]), 0.0F);
+    EXPECT_EQ(NameOf(*deaf, C::GRLimit), "Compressor_GRLimit");
+    EXPECT_EQ(NameOf(*deaf, C::Makeup), "Compressor_Makeup");
+}
+
+TEST(CompressorTest, WorksInPlace) {
+    for (const u32 channels : {1U, 2U}) {
+        for (const u32 linked : {0U, 1U}) {
+            const Values values = {{C::Threshold, -30.0F},
+                                   {C::Ratio, 9.0F},
+                                   {C::ConfStereo, 1.0F},
+                                   {C::StereoMode, static_cast<float>(linked)}};
+            Signals both = {Noise(rigBlock, 0.9F, 1), Noise(rigBlock, 0.3F, 2)};
+            const Signals expected =
+                Render(*MakeCompressor(values), Signals(both.begin(), both.begin() + channels), 2);
+            float* outputs[] = {both[0].data(), both[1].data()};
+            dsp::ProcessContext context;
+            context = context.ForChild(outputs, channels, outputs, 2);
+            context.numFrames = rigBlock;
+            dsp::RunChild(*MakeCompressor(values), context);
+            ExpectSame(both, expected, std::to_string(channels) + " inputs");
+        }
+    }
+}
+
+TEST(CompressorTest, FaultySamplesCountAsSilence) {
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    Signals faulty = {Noise(2200, 0.9F, 5), Noise(2200, 0.9F, 6)};
+    Signals clean = faulty;
+    std::size_t n = 100;
+    for (const float bad : {std::numeric_limits<float>::quiet_NaN(), infinity, -infinity, 1e30F, -2e6F}) {
+        faulty[n % 2][n] = bad;
+        clean[n % 2][n] = 0.0F;
+        n += 37;
+    }
+    for (const float on : {0.0F, 1.0F}) {
+        const Values values = {{C::Threshold, -30.0F},     {C::Ratio, 4.0F},         {C::ConfStereo, 1.0F},
+                               {C::LookaheadTimeMs, 3.0F}, {C::LookaheadEnable, on}, {C::StereoMode, on}};
+        ExpectSame(Render(*MakeCompressor(values), faulty, 2), Render(*MakeCompressor(values), clean, 2),
+                   "faulty");
+    }
+}
+
+TEST(CompressorTest, ComesBackFromImpossibleParametersAndModulation) {
+    std::mt19937 random(9);
+    const float bad[] = {std::numeric_limits<float>::quiet_NaN(), -1e9F, 1e9F, 1e38F, 0.0F, 1.0F,
+                         std::numeric_limits<float>::infinity()};
+    const Signal noise = Noise(9600, 0.9F, 8);
+    const Signal end = Noise(48000, 0.9F, 9);
+    const Signal expected = Render(*MakeCompressor(), {end}, 1)[0];
+    for (int trial = 0; trial < 40; ++trial) {
+        auto compressor = MakeCompressor();
+        const Signal modulation(9600, bad[random() % 7]);
+        Signals inputs(8, trial % 2 == 0 ? modulation : noise);
+        inputs[0] = inputs[1] = noise;
+        for (u32 id = 0; id < C::parameterCount; ++id) {
+            compressor->SetParameterValue(id, bad[random() % 7]);
+        }
+        ExpectFinite(Render(*compressor, inputs, 2));
+        auto fresh = MakeCompressor();
+        for (u32 id = 0; id < C::parameterCount; ++id) {
+            compressor->SetParameterValue(id, fresh->FindParameter(id)->GetValue());
+        }
+        const Signal got = Render(*compressor, {end}, 1)[0];
+        for (std::size_t n = 24000; n < 48000; ++n) {
+            ASSERT_NEAR(got[n], expected[n], 1e-6F) << "trial " << trial << ", frame " << n;
+        }
+    }
+}

@@ -1,0 +1,329 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "engine/ScriptedSampleManager.h"
+#include "support/CLog.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace orphia::test;
+using Names = ScriptedSampleManager::Names;
+using Slots = std::vector<u32>;
+
+constexpr u32 slotCount = 12;
+
+class SampleManager : public testing::Test {
+protected:
+    SampleManager() { AudioThread::faults = 0; }
+    ~SampleManager() override {
+        EXPECT_EQ(AudioThread::faults, 0U) << "allocations and frees of audio threads";
+    }
+    std::string Held(u32 slot) { return manager.Held(slot); }
+
+    ScriptedSampleManager manager;
+};
+
+TEST_F(SampleManager, OneFileForManySlotsIsReadOnceAndArrivesInOneBlock) {
+    manager.SetOpen(false);
+    for (const u32 slot : {7U, 2U, 0U}) {
+        EXPECT_TRUE(manager.Ask(slot, "a"));
+    }
+    manager.Block();
+    manager.WaitForDecoding("a");
+    manager.Ask(9, "a"); // while it loads
+    EXPECT_TRUE(manager.IsLoading());
+    manager.SetOpen(true);
+    while (manager.Updated().empty()) {
+        manager.Block();
+    }
+    EXPECT_EQ(manager.TakeUpdated(), (Slots{0, 2, 7, 9}));
+    EXPECT_FALSE(manager.IsLoading());
+    manager.Ask(11, "a"); // when it is there: shared at once
+    EXPECT_EQ(manager.TakeUpdated(), Slots{11});
+    for (const u32 slot : {0U, 2U, 9U, 11U}) {
+        EXPECT_EQ(manager.Sample(slot), manager.Sample(7)) << slot;
+    }
+    EXPECT_EQ(manager.Decoded(), Names{"a"});
+}
+
+TEST_F(SampleManager, ANewerRequestStartsAfterTheOlderResult) {
+    manager.SetOpen(false);
+    manager.Ask(0, "a");
+    manager.Block();
+    manager.WaitForDecoding("a");
+    manager.Ask(2, "a");
+    manager.Ask(0, "b");
+    manager.Ask(3, "b");
+    manager.Block();
+    manager.Ask(0, "c"); // slot 3 has to load "b" itself now, but slot 2 still gets what runs
+    manager.Block();
+    EXPECT_EQ(manager.Decoded(), Names{"a"});
+    manager.SetOpen(true);
+    manager.Settle();
+    EXPECT_EQ(Held(0) + Held(2) + Held(3), "cab");
+    EXPECT_EQ(manager.CountDecoded("a"), 1);
+}
+
+TEST_F(SampleManager, AnEmptyPathClearsTheSlotWithoutTheWorker) {
+    manager.Ask(3, "a");
+    manager.Settle();
+    manager.TakeUpdated();
+    manager.SetOpen(false);
+    manager.Ask(0, "b"); // holds the worker
+    manager.Ask(3, "");
+    manager.Block();
+    EXPECT_EQ(manager.TakeUpdated(), Slots{3});
+    EXPECT_EQ(manager.Sample(3), nullptr);
+}
+
+/// The lines of the process's log.
+class ProcessLog final : Velmora::ILogListener {
+public:
+    ProcessLog() {
+        Velmora::CLog::GetInstance().SetFile("/dev/null");
+        Velmora::CLog::GetInstance().SetListener(this);
+    }
+    ~ProcessLog() override {
+        Velmora::CLog::GetInstance().SetListener(nullptr);
+        Velmora::CLog::GetInstance().SetFile("");
+    }
+    std::string text;
+
+private:
+    void OnLogLine(std::string_view line) override { text.append(line).append("\n"); }
+};
+
+TEST_F(SampleManager, AFileThatGivesNoSampleLeavesTheSlotUsable) {
+    const ProcessLog log;
+    for (const std::string bad : {"bad", "throw", "memory", "odd"}) {
+        SCOPED_TRACE(bad);
+        manager.Ask(0, "a");
+        manager.Ask(5, "c");
+        manager.Settle();
+        manager.TakeUpdated();
+        manager.Ask(0, bad);
+        manager.Settle();
+        EXPECT_EQ(Held(0), "a") << "the old sample stays";
+        manager.Ask(1, "");
+        manager.Ask(0, bad); // ignored
+        manager.Ask(1, bad); // waits for what does not come
+        manager.Settle();
+        EXPECT_EQ(manager.TakeUpdated(), Slots{});
+        EXPECT_EQ(manager.CountDecoded(bad), 1);
+        // Any other file works, for both, and the slot that had failed passes it on at once.
+        manager.Ask(1, "b" + bad);
+        manager.Ask(0, "c");
+        manager.Ask(5, "");
+        manager.Settle();
+        EXPECT_EQ(Held(1), "b" + bad);
+        manager.Ask(2, "c");
+        EXPECT_EQ(Held(2), "c");
+        manager.Ask(2, "");
+    }
+    EXPECT_EQ(std::count(log.text.begin(), log.text.end(), '\n'), 3) << log.text;
+    for (const char* line :
+         {"audio_engine |   error | Could not load throw: broken decoder",
+          "Could not load memory: std::bad_alloc", "Could not load odd: unknown exception"}) {
+        EXPECT_NE(log.text.find(line), std::string::npos) << log.text;
+    }
+}
+
+TEST_F(SampleManager, ASlotNeverWaitsForItself) {
+    manager.Ask(1, "once");
+    manager.Settle();
+    manager.Ask(1, "a"); // not dispatched, so that slot 0 has to load, and slot 1 to wait for it
+    manager.Ask(0, "once");
+    manager.Ask(1, "once");
+    manager.Settle();
+    EXPECT_EQ(Held(0), "");
+    manager.Ask(0, "b");
+    manager.Settle();
+    manager.Ask(0, "once");
+    EXPECT_EQ(Held(0), "once");
+}
+
+TEST_F(SampleManager, AFullCommandQueuePostponesRequests) {
+    std::atomic<u32> state{0};
+    std::array<char, 32> threadName{};
+    manager.PostToWorker([&state, &threadName](bool) {
+        pthread_getname_np(pthread_self(), threadName.data(), threadName.size());
+        state = 1;
+        state.notify_all();
+        state.wait(1);
+    });
+    state.wait(0);
+    EXPECT_STREQ(threadName.data(), "Resource worker");
+    for (u32 i = 0; i < 12; ++i) {
+        EXPECT_TRUE(manager.PostToWorker([](bool) { throw std::runtime_error("no harm"); }));
+    }
+    EXPECT_FALSE(manager.PostToWorker([](bool) {}));
+    for (u32 slot = 0; slot < slotCount; ++slot) {
+        manager.Ask(slot, std::to_string(slot));
+    }
+    manager.Ask(0, "the thirteenth");
+    manager.Block();
+    state = 2;
+    state.notify_all();
+    manager.Settle();
+    EXPECT_EQ(Held(0), "the thirteenth");
+    for (u32 slot = 1; slot < slotCount; ++slot) {
+        EXPECT_EQ(Held(slot), std::to_string(slot));
+    }
+    EXPECT_EQ(manager.Decoded().size(), 12U) << "nothing is read that nobody wants any more";
+}
+
+TEST_F(SampleManager, AFullResultQueueHoldsUpTheWorkerUntilTheEndOfTheManager) {
+    std::vector<int> seen;
+    std::atomic<int> posted{0};
+    bool accepted = true;
+    {
+        ScriptedSampleManager other;
+        other.PostToWorker([&](bool) {
+            for (; accepted; ++posted) {
+                accepted = other.PostToAudio([&seen, i = posted.load()](bool) { seen.push_back(i); });
+            }
+        });
+        while (seen.size() < 40) {
+            other.RunResults();
+        }
+        const int room = static_cast<int>(seen.size()) + 12;
+        while (posted < room) {
+            std::this_thread::yield();
+        }
+    }
+    EXPECT_FALSE(accepted);
+    EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
+    EXPECT_EQ(seen.back() + 1, static_cast<int>(seen.size())) << "results got lost";
+}
+
+TEST_F(SampleManager, ASampleLivesAsLongAsItIsHeldAndAllMemoryComesBack) {
+    const auto& living = ScriptedSampleManager::livingSamples;
+    manager.Ask(0, "a");
+    manager.Settle();
+    std::shared_ptr<const Velmora::dsp::SampleData> played = manager.Sample(0);
+    manager.Ask(0, "b");
+    manager.Settle();
+    manager.Ask(1, "c"); // goes through the worker, hence after one of its sweeps
+    manager.Settle();
+    EXPECT_EQ(living, 3);
+    {
+        const AudioThread audio;
+        played = nullptr;
+    }
+    while (living != 2) {
+        std::this_thread::yield(); // for the worker's next sweep
+    }
+    {
+        ScriptedSampleManager closing;
+        closing.SetOpen(false);
+        for (u32 slot = 0; slot < slotCount; ++slot) {
+            closing.Ask(slot, std::to_string(slot));
+        }
+        closing.Block();
+        closing.WaitForDecoding("0");
+    } // while one load runs and others are queued
+    EXPECT_EQ(living, 2);
+}
+
+TEST_F(SampleManager, RefusesSlotsAndPathsOutOfRange) {
+    const std::string longest(256, 'x');
+    EXPECT_FALSE(manager.Ask(12, "a"));
+    EXPECT_FALSE(manager.Ask(0xFFFFFFFFU, ""));
+    EXPECT_FALSE(manager.Ask(0, std::string(3, '\0')));
+    EXPECT_FALSE(manager.Ask(0, longest + "x"));
+    EXPECT_FALSE(manager.IsLoading());
+    EXPECT_EQ(manager.Sample(12), nullptr);
+    EXPECT_TRUE(manager.Ask(0, longest));
+    manager.Settle();
+    EXPECT_EQ(Held(0), longest);
+}
+
+/// A manager under random requests, with what each slot asked for last.
+struct RandomRig {
+    explicit RandomRig(u32 seed) : random(seed) {}
+
+    u32 Draw(u32 count) { return static_cast<u32>(random() % count); }
+    void Ask(u32 slot, const std::string& path) {
+        manager.Ask(slot, path);
+        asked[slot] = path;
+    }
+    void Block() {
+        manager.Block();
+        const Slots updated = manager.TakeUpdated();
+        EXPECT_TRUE(std::adjacent_find(updated.begin(), updated.end()) == updated.end()) << "listed twice";
+        for (u32 slot = 0; slot < slotCount; ++slot) {
+            const auto* sample = manager.Sample(slot).get();
+            if (seen[slot] != sample) {
+                seen[slot] = sample;
+                EXPECT_TRUE(std::binary_search(updated.begin(), updated.end(), slot)) << "untold change";
+            }
+        }
+    }
+    void Settle() {
+        do {
+            Block();
+            std::this_thread::yield();
+        } while (manager.IsLoading());
+        for (u32 slot = 0; slot < slotCount; ++slot) {
+            if (asked[slot] != "bad" && asked[slot] != "throw") {
+                EXPECT_EQ(manager.Held(slot), asked[slot]) << "slot " << slot;
+            }
+        }
+    }
+
+    std::mt19937 random;
+    ScriptedSampleManager manager;
+    std::array<std::string, slotCount> asked;
+    std::array<const Velmora::dsp::SampleData*, slotCount> seen{};
+};
+
+// Many managers at once, as each spends its time in the sleeps of its worker.
+TEST_F(SampleManager, EachSlotFinallyHoldsWhatItAskedForLast) {
+    const Names paths = {"a", "b", "c", "d", "e", "", "bad", "throw"};
+    std::vector<std::unique_ptr<RandomRig>> rigs;
+    for (u32 seed = 0; seed < 24; ++seed) {
+        rigs.push_back(std::make_unique<RandomRig>(seed));
+        for (u32 slot = 0; slot < slotCount; ++slot) {
+            rigs.back()->Ask((slot * 5) % slotCount, paths[rigs.back()->Draw(5)]);
+            if (slot % 3 == 0) {
+                rigs.back()->Block();
+            }
+        }
+    }
+    for (auto& rig : rigs) {
+        rig->Settle();
+        for (u32 file = 0; file < 5; ++file) {
+            EXPECT_LE(rig->manager.CountDecoded(paths[file]), 1) << "no slot has left a file so far";
+        }
+    }
+    for (u32 tick = 0; tick < 200; ++tick) {
+        for (auto& rig : rigs) {
+            for (u32 count = rig->Draw(8); count > 0; --count) {
+                rig->Ask(rig->Draw(slotCount), paths[rig->Draw(8)]);
+            }
+            if (rig->Draw(4) != 0) {
+                rig->Block();
+            }
+            if (tick % 50 == 49) {
+                rig->Settle();
+            }
+        }
+        std::this_thread::yield();
+    }
+    rigs.clear();
+    EXPECT_EQ(ScriptedSampleManager::livingSamples, 0);
+}
+
+} // namespace
