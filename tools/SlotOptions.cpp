@@ -113,7 +113,11 @@ SlotOptions::SlotOptions(CLI::App& command) {
     command.add_flag("--loop{forward}", loop, "repeat while the key is down; --loop=back: back and forth");
     command.add_option("--loop-range", loopRange, "the loop; in seconds, ms or %, of the file; also \"1:\"")
         ->type_name("START:STOP");
-    command.add_option("--crossfade", crossfade, "at the loop's ends; in seconds, ms or % of the loop")
+    command
+        .add_option(
+            "--crossfade", crossfade,
+            "at the loop's ends, as long as the sound before the loop (behind it when played backwards) "
+            "at most; in seconds, ms or % of the loop")
         ->type_name("LENGTH");
     command.add_option("--trim", trim, "play only this; as --loop-range")->type_name("START:STOP");
     command.add_option("--stretch", stretch, "times as long at the same pitch, 0.25 to 8")

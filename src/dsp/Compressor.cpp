@@ -93,6 +93,10 @@ void Compressor::OnReset(bool /*hard*/) {
     threshold.Set(ThresholdTarget(unmodulated));
     wet.Set(WetTarget(unmodulated));
     SetParameterNormalized(OutGainReduction, 0.0F);
+    ClearChannels();
+}
+
+void Compressor::ClearChannels() {
     for (Channel& channel : channels) {
         channel.level = channel.reduction = 0.0;
     }
@@ -164,6 +168,7 @@ void Compressor::ComputeGain(ProcessContext& context) {
     const float* right = context.InputOrNull(1);
     const u32 outputCount = std::min(context.numOutputs, 2U);
     if (left == nullptr) {
+        ClearChannels();
         for (u32 c = 0; c < outputCount; ++c) {
             std::fill_n(context.outputs[c], context.numFrames, 0.0F);
         }

@@ -20,10 +20,11 @@ namespace Velmora::dsp {
 /// With a lookahead the audio is delayed and a falling gain begins before the transient.
 ///
 /// Inputs: 0 left, 1 right; modulation of 2 "Wet", 3 "Release", 4 "Threshold", 5 "Ratio"; 6 and 7 the
-/// sidechain. Any may be null or absent: a null left input gives silence, and without input 6 "SideChain"
-/// listens to the audio. Outputs: 0 left, 1 right, which may be the input buffers. Without "ConfStereo" or a
-/// right input, the gain comes from the left alone; a second output then has the right input, or the left
-/// if there is none, at the same gain. A sample that is not a number or absurdly loud counts as 0.
+/// sidechain. Any may be null or absent: a null left input gives silence and ends what was before, and
+/// without input 6 "SideChain" listens to the audio. Outputs: 0 left, 1 right, which may be the input
+/// buffers. Without "ConfStereo" or a right input, the gain comes from the left alone; a second output then
+/// has the right input, or the left if there is none, at the same gain. A sample that is not a number or
+/// absurdly loud counts as 0.
 ///
 /// Ranges may be declared anew; "Threshold", "Attack", "Release", "Ratio" and "Wet" may run backwards. Input
 /// gain, output gain, threshold and ratio are smoothed and stay constant within a block.
@@ -109,6 +110,7 @@ private:
     Detector DetectorOf(const ProcessContext& context, u32 channel) const;
     void RenderGains(const ProcessContext& context);
     void ApplyGains(const float* in, const float* gains, float* out, u32 frames, Channel& channel) const;
+    void ClearChannels();
     void ClearRings();
 
     float sampleRate = 1.0F;

@@ -19,8 +19,12 @@ static_assert(sizeof(SF_INSTRUMENT) == sizeof(SampleData::Instrument));
 
 } // namespace
 
+SampleFile::SampleFile(const SndFileLibrary& libraryToUse, CLog& logToUse)
+    : library(libraryToUse), log(logToUse) {}
+
+// Delegates, so that the destructor closes the file if the log raises.
 SampleFile::SampleFile(const SndFileLibrary& libraryToUse, CLog& logToUse, const std::string& path)
-    : library(libraryToUse), log(logToUse) {
+    : SampleFile(libraryToUse, logToUse) {
     if (!library.sfClose) {
         throw std::bad_function_call(); // what could not be closed again is not opened
     }

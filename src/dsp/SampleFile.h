@@ -45,6 +45,8 @@ public:
     SampleData::Instrument ReadInstrument() const;
 
 private:
+    SampleFile(const SndFileLibrary& library, CLog& log);
+
     const SndFileLibrary& library;
     CLog& log;
     SF_INFO info{};

@@ -60,11 +60,22 @@ bool SimplerPlayer::IsBeforeLoopEnd(double position) const {
 void SimplerPlayer::SwitchLoop(bool on) {
     if (!isLooping) {
         isLooping = on && IsBeforeLoopEnd(heads[0].Position());
+        if (isLooping) {
+            EnterLoop();
+        }
     } else if (range.turnsRound) {
         isStopPending = !on;
     } else {
         isLooping = on;
     }
+}
+
+/// A loop that was left on its way back has kept its direction.
+void SimplerPlayer::EnterLoop() {
+    for (SimplerPlayhead& head : heads) {
+        head.EnterLoop(range);
+    }
+    timeline.EnterLoop(range);
 }
 
 void SimplerPlayer::SetStretch(bool on, double factor) {
@@ -76,7 +87,9 @@ void SimplerPlayer::SetStretch(bool on, double factor) {
 }
 
 void SimplerPlayer::Render(float step, float* left, float* right, u32 frames) {
-    MoveTimeline(static_cast<double>(step) * stretchFactor * frames);
+    const double perFrame = static_cast<double>(step) * stretchFactor;
+    const double ahead = DistanceToEnd();
+    MoveTimeline(perFrame * frames);
     RenderChannel(0, step, left, frames);
     if (channelCount > 1) {
         RenderChannel(1, step, right, frames);
@@ -85,6 +98,26 @@ void SimplerPlayer::Render(float step, float* left, float* right, u32 frames) {
     }
     if (isLooping) {
         FollowWrap();
+    } else if (isStretched && !(settings.repeatsOnce && !timeline.HasRepeated())) {
+        FadeEnd(ahead, perFrame, left, right, frames);
+    }
+}
+
+double SimplerPlayer::DistanceToEnd() const {
+    return timeline.IsReversed() ? timeline.Position() - range.trimStart
+                                 : range.trimStop - timeline.Position();
+}
+
+/// The stretcher lags: the fade before the sample's end is still in it when playing ends.
+void SimplerPlayer::FadeEnd(double distance, double perFrame, float* left, float* right, u32 frames) const {
+    const double length = static_cast<double>(range.endFadeLength);
+    if (distance - perFrame * frames >= length) {
+        return;
+    }
+    for (u32 n = 0; n < frames; ++n) {
+        const double gain = std::clamp((distance - perFrame * n) / length, 0.0, 1.0);
+        left[n] *= static_cast<float>(gain);
+        right[n] *= static_cast<float>(gain);
     }
 }
 

@@ -52,9 +52,12 @@ private:
 
     void SetRange(const SampleData& newSample);
     bool IsBeforeLoopEnd(double position) const;
+    void EnterLoop();
     void MoveTimeline(double distance);
     void RenderChannel(u32 channel, float step, float* out, u32 frames);
     void FollowWrap();
+    double DistanceToEnd() const;
+    void FadeEnd(double distance, double perFrame, float* left, float* right, u32 frames) const;
 
     float sampleRate = 1.0F;
     const SampleData* sample = nullptr;

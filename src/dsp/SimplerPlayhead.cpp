@@ -33,6 +33,11 @@ void SimplerPlayhead::MoveOnce(double distance, const SimplerRange& range, bool 
     }
 }
 
+void SimplerPlayhead::EnterLoop(const SimplerRange& range) {
+    const bool leavesBehind = RisesInLoop() ? position > range.loopStop : position < range.loopStart;
+    hasTurned = hasTurned && !leavesBehind;
+}
+
 void SimplerPlayhead::MoveInLoop(double distance, const SimplerRange& range) {
     const bool rises = RisesInLoop();
     position += rises ? distance : -distance;

@@ -17,6 +17,8 @@ public:
     /// Moves towards the end of the trimmed part. At the end the head stops, or, if it repeats and has not
     /// done so, starts anew; when the loop turns round, the repetition runs the other way.
     void MoveOnce(double distance, const SimplerRange& range, bool repeatsOnce);
+    /// Before moves in the loop: from outside, it is entered in the first direction, not left behind.
+    void EnterLoop(const SimplerRange& range);
     /// Moves in the loop. A move of more than the loop's length still ends inside.
     void MoveInLoop(double distance, const SimplerRange& range);
     /// Back into a sample that has become shorter.
@@ -26,6 +28,7 @@ public:
     bool IsReversed() const { return isReversed; }
     bool RisesInLoop() const { return hasTurned == isReversed; }
     bool HasEnded() const { return hasEnded; }
+    bool HasRepeated() const { return hasRepeated; }
     bool HasWrapped() const { return hasWrapped; }
     void ClearWrapped() { hasWrapped = false; }
 

@@ -3,6 +3,7 @@
 
 #include "dsp/ClampToUnit.h"
 #include "dsp/Decibels.h"
+#include "dsp/Xorshift.h"
 #include "vocoder/ModulatorSetUp.h"
 
 #include <algorithm>
@@ -17,6 +18,11 @@ using dsp::Compressor;
 
 constexpr float fadeSeconds = 0.05F;
 constexpr float chordSeconds = 0.03F;
+
+/// Within reason whatever was written: the smoother would not find its way back from an infinite gain.
+float GainOfInput(float decibels) {
+    return dsp::DecibelsToGain(decibels > -200.0F ? std::min(decibels, 100.0F) : -200.0F);
+}
 
 constexpr std::array followersOfAmount = {Compressor::Threshold, Compressor::Ratio, Compressor::Attack,
                                           Compressor::Release};
@@ -33,6 +39,7 @@ VocoderModulator::VocoderModulator(std::string moduleName)
     for (const u32 id : followersOfAmount) {
         linkedIds[CompressorAmount].push_back(FirstParameter<Dynamics>() + id);
     }
+    cycle.SeedRandom(dsp::Xorshift::ClockSeed());
     equaliserFade.time = fadeSeconds;
     compressorFade.time = fadeSeconds;
     ModulatorSetUp::SetUpSampler(Child<Sampler>());
@@ -56,9 +63,9 @@ void VocoderModulator::OnInitialize(float sampleRate, u32 maxBlockSize) {
 
 void VocoderModulator::OnReset(bool /*hard*/) {
     EndPlayback();
-    externalGain.Set(dsp::DecibelsToGain(AdditionalValue(ExternalInputGain)));
-    equaliserFade.Set(GetAdditionalNormalized(ParamEQOn));
-    compressorFade.Set(GetAdditionalNormalized(CompressorOn));
+    externalGain.Set(GainOfInput(AdditionalValue(ExternalInputGain)));
+    equaliserFade.Set(dsp::ClampToUnit(GetAdditionalNormalized(ParamEQOn)));
+    compressorFade.Set(dsp::ClampToUnit(GetAdditionalNormalized(CompressorOn)));
     heldKeys = 0;
 }
 
@@ -131,7 +138,7 @@ void VocoderModulator::UpdateInput() {
         ChooseNextSlot(true);
     }
     if (AdditionalChanged(ExternalInputGain)) {
-        externalGain.SetTarget(dsp::DecibelsToGain(AdditionalValue(ExternalInputGain)));
+        externalGain.SetTarget(GainOfInput(AdditionalValue(ExternalInputGain)));
     }
     if (AdditionalChanged(SelectedSlot) || AdditionalChanged(CurrentSlot)) {
         SetOwn(SelectedSlotIsCurrentSlot,
@@ -142,14 +149,14 @@ void VocoderModulator::UpdateInput() {
 void VocoderModulator::UpdateTone() {
     // What is switched on starts with empty filters.
     if (AdditionalChanged(ParamEQOn)) {
-        const float on = GetAdditionalNormalized(ParamEQOn);
+        const float on = dsp::ClampToUnit(GetAdditionalNormalized(ParamEQOn));
         if (on > 0.5F) {
             Child<Equaliser>().Reset(false);
         }
         equaliserFade.Retarget(on);
     }
     if (AdditionalChanged(CompressorOn)) {
-        const float on = GetAdditionalNormalized(CompressorOn);
+        const float on = dsp::ClampToUnit(GetAdditionalNormalized(CompressorOn));
         if (on > 0.5F) {
             Child<Dynamics>().Reset(false);
         }

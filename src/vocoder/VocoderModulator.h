@@ -133,6 +133,9 @@ private:
     void Trigger();
     void SetSamplerLoop(u32 sample, float on);
     bool IsSounding();
+    /// A start waits for the end of a fade, or for the next block.
+    bool IsStarting();
+    float KillerState() { return Child<Killer>().FindParameter(engine::VoiceKiller::state)->GetValue(); }
     void StartSlot(u32 slot);
     void StopPlayback();
     void EndPlayback();
@@ -173,6 +176,10 @@ private:
     u64 framesSinceTrigger = 0;
     u64 chordFrames = 0;
     u32 maxFrames = 0;
+    /// The envelope has not run since the start.
+    bool hasJustStarted = false;
+    /// The last key went before the start; the gate closes one block after it.
+    bool releaseWaits = false;
     /// Some sample that is not 0 has come in; stays so for the life of this object.
     bool hasDetectedSignal = false;
 };

@@ -53,8 +53,9 @@ void VocoderModulator::ServeSamples() {
     samples.RunResults();
     const std::span<const u32> updated = samples.Updated();
     for (const u32 sample : updated) {
-        const bool isPlaying =
-            IsOn(IsPlayingSample) && Child<Sampler>().CurrentSample() == static_cast<i32>(sample);
+        // A start that this block is about to make has left the sample before behind.
+        const bool isPlaying = IsOn(IsPlayingSample) && !Child<Sampler>().needsUpdate &&
+                               Child<Sampler>().CurrentSample() == static_cast<i32>(sample);
         Child<Sampler>().SetSample(samples.Sample(sample), sample);
         if (isPlaying) {
             StopPlayback();
@@ -89,6 +90,7 @@ void VocoderModulator::RunSampler(ProcessContext& context) {
     ProcessContext envelopeContext =
         context.ForChild(noModulation.data(), noModulation.size(), envelope.data(), envelope.size());
     dsp::RunChild(Child<Envelope>(), envelopeContext);
+    hasJustStarted = false;
 
     constexpr u32 samplerInputs = 5;
     ProcessContext samplerContext = context.ForChild(noModulation.data(), samplerInputs, context.outputs, 2);
@@ -114,11 +116,13 @@ void VocoderModulator::PublishPlayhead() {
 
 /// After a fade the waiting slot starts; otherwise playback ends with the envelope or the sample.
 void VocoderModulator::FollowPlayback() {
-    const float killer = Child<Killer>().FindParameter(VoiceKiller::state)->GetValue();
+    const float killer = KillerState();
     ADSR& envelope = Child<Envelope>();
+    // The file may have been taken away between the key and its start, and then no key might end it.
+    const bool hasSample = Child<Sampler>().CurrentSample() >= 0;
     const bool hasEnded = (envelope.GetParameterNormalized(ADSR::gateIn) < 0.5F &&
                            envelope.FindParameter(ADSR::outState)->GetValue() == 0.0F) ||
-                          Child<Sampler>().IsFinished();
+                          Child<Sampler>().IsFinished() || !hasSample;
     // The old sample may end while it fades: the one that waits for it is not lost.
     if (killer == VoiceKiller::mute || (killer == VoiceKiller::fade && hasEnded)) {
         StartSlot(IndexOf(CurrentSlot, slotCount));
@@ -126,6 +130,9 @@ void VocoderModulator::FollowPlayback() {
     } else if (hasEnded) {
         EndPlayback();
         envelope.Reset(false);
+    } else if (releaseWaits && !IsStarting()) {
+        envelope.SetParameterNormalized(ADSR::gateIn, 0.0F);
+        releaseWaits = false;
     }
 }
 

@@ -54,7 +54,11 @@ void VocoderModulator::NoteOff(u32 note) {
         return;
     }
     heldKeys = 0;
-    Child<Envelope>().SetParameterNormalized(ADSR::gateIn, 0.0F);
+    // A key that goes before its sample has begun is heard for a moment all the same.
+    releaseWaits = IsStarting();
+    if (!releaseWaits) {
+        Child<Envelope>().SetParameterNormalized(ADSR::gateIn, 0.0F);
+    }
     // A loop runs out to the sample's end.
     const i32 playing = Child<Sampler>().CurrentSample();
     if (playing >= 0) {
@@ -121,6 +125,7 @@ void VocoderModulator::Trigger() {
     if (!IsValidSlot(slot)) {
         return;
     }
+    releaseWaits = false;
     if (IsSounding() && !Child<Sampler>().IsFinished()) {
         Child<Killer>().SetParameterValue(VoiceKiller::state, VoiceKiller::fade);
         return;
@@ -137,6 +142,10 @@ bool VocoderModulator::IsSounding() {
                                      envelope.FindParameter(ADSR::outState)->GetValue() != 0.0F);
 }
 
+bool VocoderModulator::IsStarting() {
+    return IsOn(IsPlayingSample) && (hasJustStarted || KillerState() == VoiceKiller::fade);
+}
+
 void VocoderModulator::StartSlot(u32 slot) {
     const i32 sample = SampleOfSlot(slot);
     if (sample < 0) {
@@ -146,6 +155,7 @@ void VocoderModulator::StartSlot(u32 slot) {
     Child<Sampler>().SetParameterValue(dsp::Simpler<12, 1>::selectedSlot, static_cast<float>(sample));
     Child<Sampler>().Reset(false);
     SetOwn(IsPlayingSample, 1.0F);
+    hasJustStarted = true;
     ADSR& envelope = Child<Envelope>();
     envelope.Reset(false);
     // Down and up again, so that a gate that is open already opens anew.

@@ -378,6 +378,7 @@ TEST(CompressorTest, MissingChannelsAndTheSwitchOfTheInterfaceHaveTheirWays) {
     const std::vector<const Signal*> wiring = {nullptr, &noise[1]};
     const Signals silent = orphia::test::Render(*deaf, wiring, 2, blocks);
     EXPECT_EQ(Peak(silent[0]) + Peak(silent[1]), 0.0F);
+    EXPECT_EQ(deaf->GetParameterNormalized(C::OutGainReduction), 0.0F) << "a reading of the past";
     EXPECT_EQ(NameOf(*deaf, C::GRLimit), "Compressor_GRLimit");
     EXPECT_EQ(NameOf(*deaf, C::Makeup), "Compressor_Makeup");
 }

@@ -14,7 +14,9 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -294,7 +296,10 @@ TEST_F(SampleReaderTest, LogsTheOpenAndAFailingClose) {
                   opened, opened, "audio_engine |   error | libsndfile: error while closing sample file"}));
 }
 
-TEST_F(SampleReaderTest, ALibraryWithoutAFunctionRaisesAndLeavesNoFileOpen) {
+TEST_F(SampleReaderTest, WhatRaisesLeavesNoFileOpen) {
+    class Raiser : public Velmora::ILogListener {
+        void OnLogLine(std::string_view /*line*/) override { throw std::bad_alloc(); }
+    } raiser;
     Write(wav, Sweep(2, 100));
     int open = 0;
     library.sfOpen = [&](const char* name, int mode, SF_INFO* info) {
@@ -305,6 +310,11 @@ TEST_F(SampleReaderTest, ALibraryWithoutAFunctionRaisesAndLeavesNoFileOpen) {
         --open;
         return sf_close(file);
     };
+    recorder.log.SetThreshold("audio_engine", Velmora::LogLevel::Info);
+    recorder.log.SetListener(&raiser);
+    EXPECT_THROW(Read(), std::bad_alloc);
+    EXPECT_EQ(open, 0);
+    recorder.log.SetListener(nullptr);
     library.sfReadfFloat = nullptr;
     EXPECT_THROW(Read(), std::bad_function_call);
     library.sfClose = nullptr;

@@ -252,6 +252,26 @@ TEST(SimplerPlayerTest, NewLoopPointsActAtTheWrapAndTheLoopIsLeftInItsOwnWay) {
         play(500);
         EXPECT_TRUE(player.IsFinished()) << "and not entered again behind its end, " << turnsRound;
     }
+    // Left on its way back, moved ahead, and switched on again before the playhead is there.
+    for (const bool isReversed : {false, true}) {
+        SimplerPlayer::Settings settings = Looped({true, isReversed, 0.0F, 1.0F});
+        SimplerPlayer player;
+        player.Initialize(rate);
+        player.Start(sample, settings, 0.0F);
+        Signal out(760);
+        Signal other(out.size());
+        player.Render(1.0F, out.data(), other.data(), 592);
+        settings.controls.loopStart = isReversed ? 0.2F : 0.8F;
+        settings.controls.loopStop = isReversed ? 0.25F : 0.85F;
+        player.SetSettings(settings);
+        player.SwitchLoop(false);
+        player.Render(1.0F, out.data() + 592, other.data(), 20);
+        player.SwitchLoop(true);
+        player.Render(1.0F, out.data() + 612, other.data(), 148);
+        for (std::size_t n = 1; n < out.size(); ++n) {
+            ASSERT_LE(std::abs(out[n] - out[n - 1]), 1.0F) << n << ", " << isReversed;
+        }
+    }
     SimplerPlayer player;
     player.Initialize(rate);
     player.Start(sample, Looped({false, false, 0.0F, 1.0F}), 0.9F);

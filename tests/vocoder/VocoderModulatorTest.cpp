@@ -138,14 +138,45 @@ TEST(VocoderModulator, ALoopRunsWhileAKeyIsHeldAndOutToItsEndAfterwards) {
         EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F) << round;
         EXPECT_EQ(rig.Get("Sampler_PlayheadPosition"), 0.0F) << round;
     }
-    // Let go during the fade of the sample before: nothing would ever end it.
-    rig.Press(octave);
-    rig.Run(10);
-    rig.Press(octave);
-    rig.Run(1);
-    rig.Release(octave);
-    rig.Run(100);
-    EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F);
+}
+
+TEST(VocoderModulator, ATapShorterThanABlockOrAFadeIsHeardAndReleased) {
+    ModulatorRig rig;
+    rig.LoadLevels({0});
+    for (const bool isRetrigger : {false, true}) {
+        SCOPED_TRACE(isRetrigger);
+        if (isRetrigger) {
+            rig.PlayAndHear(octave);
+        }
+        rig.Press(octave);
+        rig.Run(isRetrigger ? 2 : 0); // the fade takes six blocks
+        rig.Release(octave);
+        rig.Run(isRetrigger ? 7 : 1);
+        EXPECT_GT(Peak(rig.Run(1)), 0.001F);
+        rig.Run(60);
+        EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F);
+    }
+}
+
+TEST(VocoderModulator, AStretchedSampleEndsWithoutAClickThoughTheStretcherLags) {
+    ModulatorRig rig;
+    rig.LoadLevels({9}, 0.4);
+    rig.Set("Sampler_Sample10_TimeStretchOn", 1.0F);
+    for (const float factor : {0.5F, 2.0F, 4.0F}) {
+        SCOPED_TRACE(factor);
+        rig.Set("Sampler_Sample10_TimeStretchFactor", factor);
+        rig.Press(octave + 9);
+        const auto played = rig.Run(900);
+        EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F);
+        EXPECT_NEAR(Peak(played), 0.1F, 0.01F);
+        float step = 0.0F;
+        for (std::size_t n = 1; n < played.size(); ++n) {
+            step = std::max(step, std::abs(played[n] - played[n - 1]));
+        }
+        EXPECT_LT(step, 1.1 * 0.1 * 2.0 * std::numbers::pi / ModulatorRig::blockSize);
+        rig.Release(octave + 9);
+        rig.Run(10);
+    }
 }
 
 TEST(VocoderModulator, TheInterfacePlaysTheCurrentSlotOnceAndTheStopSwitchStopsIt) {
@@ -208,6 +239,24 @@ TEST(VocoderModulator, LoadedFlagsFollowTheFilesAndAReplacedSampleStops) {
     EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F);
 }
 
+TEST(VocoderModulator, AFileThatGoesAsAKeyComesNeitherTakesTheKeysSampleAlongNorLeavesPlaybackEmpty) {
+    ModulatorRig rig;
+    rig.LoadLevels({0, 1}, 0.05);
+    rig.PlayAndHear(octave);
+    rig.Release(octave);
+    rig.Run(40);
+    rig.modulator->SetPath(0, "");
+    rig.Run(1); // the next block takes it away
+    EXPECT_EQ(rig.PlayAndHear(octave + 1), 1) << "slot 0 had ended";
+    rig.Release(octave + 1);
+    rig.Run(40);
+    rig.modulator->SetPath(1, "");
+    rig.Run(1);
+    rig.Set("SlotGUITrigger", 1.0F); // no key that would end it
+    rig.Run(2);
+    EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F);
+}
+
 TEST(VocoderModulator, ChangingTheModeStopsAndRestartsTheCycle) {
     ModulatorRig rig;
     rig.LoadLevels({1, 4});
@@ -229,6 +278,11 @@ TEST(VocoderModulator, SurvivesWildParametersNotesAndSound) {
     const std::vector<float> wild = {0.0F,   1.0F,          0.5F,   -1.0F, 2.0F,   1e30F,
                                      -1e30F, std::nanf(""), 1e-30F, 12.0F, 127.0F, INFINITY};
     const u32 windowSize = rig.Id("PitchTracker_AnalysisWindowSize"); // its change may allocate
+    rig.Set("ExternalInputGain", 0.0F);
+    std::vector<float> sane;
+    for (u32 id = 0; id < VocoderModulator::parameterCount; ++id) {
+        sane.push_back(rig.modulator->FindParameter(id)->GetValue());
+    }
     for (int round = 0; round < 4000; ++round) {
         const u32 id = below(VocoderModulator::parameterCount);
         if (id != windowSize) {
@@ -254,6 +308,29 @@ TEST(VocoderModulator, SurvivesWildParametersNotesAndSound) {
         }
         rig.RunBlock();
     }
+    for (auto& channel : rig.in) {
+        std::fill(channel.begin(), channel.end(), 0.1F);
+    }
+    for (const float value : {std::nanf(""), INFINITY}) { // last of all, so that chance cannot undo it
+        rig.inputs = 2;
+        rig.Set("ExternalInput", 1.0F);
+        for (const char* name : {"ExternalInputGain", "ParamEQOn", "CompressorOn"}) {
+            rig.Set(name, value);
+        }
+        rig.Run(2);
+        EXPECT_FALSE(std::isnan(rig.out[0][0])) << value;
+    }
+    for (u32 id = 0; id < sane.size(); ++id) {
+        rig.modulator->SetParameterValue(id, sane[id]);
+    }
+    for (u32 note = 0; note < 128; ++note) {
+        rig.Release(note);
+    }
+    rig.Run(100);
+    EXPECT_EQ(rig.PlayAndHear(octave + 5), 5);
+    rig.Set("ExternalInput", 1.0F);
+    rig.Run(400);
+    EXPECT_NEAR(rig.out[0][0], 0.1F, 1e-4F);
 }
 
 } // namespace
