@@ -85,8 +85,8 @@ public:
     template <typename Lambda>
     requires(!std::is_same_v<std::remove_cvref_t<Lambda>, stack_function> &&
              std::is_invocable_r_v<R, std::decay_t<Lambda>&, Args...>)
-        // NOLINTNEXTLINE(bugprone-forwarding-reference-overload): the constraint leaves copies and moves
-        // alone
+        // Copies and moves are left alone by the constraint.
+        // NOLINTNEXTLINE(bugprone-forwarding-reference-overload)
         stack_function(Lambda&& lambda) {
         Emplace(std::forward<Lambda>(lambda));
     }

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <string>
+#include <string_view>
 
 namespace Velmora::Processor::ModulatorSetUp {
 
@@ -43,11 +44,11 @@ void DeclareWithValue(M& module, const Range& range, float value) {
     module.SetParameterValue(range.id, value);
 }
 
-void AddPerSample(std::vector<ModuleParam>& records, const std::string& prefix, const std::string& key,
+void AddPerSample(std::vector<ModuleParam>& records, std::string_view prefix, std::string_view key,
                   const ModuleParam& pattern) {
     for (u32 n = 1; n <= sampleCount; ++n) {
         records.push_back(pattern);
-        records.back().name = prefix + std::to_string(n) + "_" + key;
+        records.back().name = std::string(prefix).append(std::to_string(n)).append("_").append(key);
     }
 }
 
