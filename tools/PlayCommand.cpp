@@ -26,7 +26,6 @@ namespace {
 using host::MidiPlayer;
 using host::UsageError;
 
-constexpr double maxTailSeconds = 600.0;
 /// Without --tail the sound may fade for so long.
 constexpr double longestFade = 10.0;
 constexpr std::uint32_t ownRate = 44100;
@@ -59,9 +58,7 @@ void PlayCommand::Check() {
         throw UsageError("play needs a MIDIFILE and -o OUTPUT; see orphia play --help");
     }
     options.Check(std::array{songPath});
-    if (!(tailSeconds >= 0.0 && tailSeconds <= maxTailSeconds)) {
-        throw UsageError(fmt::format("--tail: {} is outside 0 .. {} s", tailSeconds, maxTailSeconds));
-    }
+    CheckTail(tailSeconds);
 }
 
 void PlayCommand::Render() const {

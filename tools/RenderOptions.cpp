@@ -62,6 +62,13 @@ bool RenderOptions::PrintListIfAsked() const {
     return listsParameters;
 }
 
+void CheckTail(double seconds) {
+    constexpr double longest = 600.0;
+    if (!(seconds >= 0.0 && seconds <= longest)) {
+        throw UsageError(fmt::format("--tail: {} is outside 0 .. {} s", seconds, longest));
+    }
+}
+
 void RenderOptions::Check(std::span<const std::filesystem::path> inputs) {
     host::AudioFileWriter::CheckFormat(outputPath, Format());
     std::vector<std::filesystem::path> read(inputs.begin(), inputs.end());

@@ -21,6 +21,9 @@ class App;
 
 namespace orphia::tools {
 
+/// Refuses a length of --tail that nobody means: throws UsageError.
+void CheckTail(double seconds);
+
 /// The options that all commands share which render sound with an engine: its settings and the result's file.
 class RenderOptions {
 public:

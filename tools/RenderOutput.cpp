@@ -17,7 +17,7 @@ namespace orphia::tools {
 
 namespace {
 
-constexpr std::size_t channelCount = 2;
+constexpr std::size_t outputChannels = 2;
 constexpr double chunkSeconds = 0.1;
 
 std::size_t FramesOfChunk(std::uint32_t sampleRate) {
@@ -42,18 +42,18 @@ std::string Decibels(double magnitude) {
 RenderOutput::RenderOutput(std::filesystem::path outputPath, std::uint32_t rate,
                            std::optional<host::SampleFormat> format)
     : path(std::move(outputPath)), sampleRate(rate), writer(path, rate, format), loudness(rate),
-      samples(FramesOfChunk(rate) * channelCount) {}
+      samples(FramesOfChunk(rate) * outputChannels) {}
 
 std::span<const float> RenderOutput::Render(std::size_t frames,
                                             const std::function<void(std::span<float>)>& render) {
     using Clock = std::chrono::steady_clock;
-    const std::span<float> output(samples.data(), std::min(frames, ChunkFrames()) * channelCount);
+    const std::span<float> output(samples.data(), std::min(frames, ChunkFrames()) * outputChannels);
     const Clock::time_point start = Clock::now();
     render(output);
     renderSeconds += std::chrono::duration<double>(Clock::now() - start).count();
     loudness.Add(output);
     writer.Write(output);
-    framesDone += output.size() / channelCount;
+    framesDone += output.size() / outputChannels;
     if (StopSignal() != 0) {
         throw Stopped();
     }

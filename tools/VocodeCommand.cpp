@@ -26,7 +26,6 @@ namespace {
 using host::UsageError;
 using host::VocoderSession;
 
-constexpr double maxTailSeconds = 600.0;
 /// Files of a lower rate are brought to this one, so that the treble path has its place.
 constexpr std::uint32_t lowestOwnRate = 44100;
 
@@ -64,9 +63,7 @@ void VocodeCommand::Check() {
         throw UsageError("vocode needs a MODULATOR, a CARRIER and -o OUTPUT; see orphia vocode --help");
     }
     options.Check(std::array{modulatorPath, carrierPath});
-    if (!(tailSeconds >= 0.0 && tailSeconds <= maxTailSeconds)) {
-        throw UsageError(fmt::format("--tail: {} is outside 0 .. {} s", tailSeconds, maxTailSeconds));
-    }
+    CheckTail(tailSeconds);
 }
 
 void VocodeCommand::Render() const {
