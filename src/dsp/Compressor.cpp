@@ -6,6 +6,7 @@
 #include "dsp/Decibels.h"
 #include "dsp/Simd.h"
 #include "dsp/SoundSamples.h"
+#include "dsp/Within.h"
 
 #include <algorithm>
 #include <utility>
@@ -20,7 +21,6 @@ constexpr double smoothingSeconds = 0.02;
 /// A little above 10 ms, so that rounding does not cost the last sample of the longest lookahead.
 constexpr float longestLookaheadSeconds = 0.010000001F;
 /// Bounds for values from outside that still leave every product within the floats.
-constexpr float largestGainDecibels = 120.0F;
 constexpr float lowestThreshold = -140.0F;
 constexpr float highestThreshold = 60.0F;
 constexpr float largestRatio = 1e6F;
@@ -29,13 +29,6 @@ constexpr float widestKnee = 200.0F;
 constexpr float noReductionLimit = 1000.0F;
 constexpr float displayedReduction = 40.0F;
 constexpr u32 wetBuffer = 2;
-
-/// Setters take any number; what is not one becomes the low end.
-float Within(float value, float low, float high) { return value > low ? std::min(value, high) : low; }
-
-float BoundedGain(float decibels) {
-    return DecibelsToGain(Within(decibels, -largestGainDecibels, largestGainDecibels));
-}
 
 /// The larger magnitude of each frame, times the gain.
 void Measure(const float* firstInput, const float* secondInput, float gain, float* out, u32 frames) {
@@ -147,9 +140,13 @@ void Compressor::UpdateLookahead() {
     lookahead = wanted;
 }
 
-float Compressor::InputGainTarget() { return BoundedGain(Value(InGainCompensated) + Value(InputGain)); }
+float Compressor::InputGainTarget() {
+    return BoundedDecibelsToGain(Value(InGainCompensated) + Value(InputGain));
+}
 
-float Compressor::OutputGainTarget() { return BoundedGain(Value(OutputGain) - Value(InGainCompensated)); }
+float Compressor::OutputGainTarget() {
+    return BoundedDecibelsToGain(Value(OutputGain) - Value(InGainCompensated));
+}
 
 float Compressor::ThresholdTarget(const ProcessContext& context) {
     return Within(parameters[Threshold].GetActingValue(context, 4), lowestThreshold, highestThreshold);

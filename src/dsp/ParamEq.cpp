@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/ParamEq.h"
 
+#include "dsp/Within.h"
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -51,12 +53,7 @@ std::vector<ModuleParam> Records() {
     return records;
 }
 
-/// What is not a number becomes the low end.
-float Within(float value, float low, float high) { return value > low ? std::min(value, high) : low; }
-
-i32 ModeOf(float value) {
-    return static_cast<i32>(Within(value, 0.0F, static_cast<float>(ParamEqShape::ModeCount - 1)));
-}
+i32 ModeOf(float value) { return static_cast<i32>(ToIndex(value, ParamEqShape::ModeCount)); }
 
 /// Shelves and bells apply the gain twice.
 float GainOf(float decibels, i32 mode) {

@@ -3,6 +3,7 @@
 
 #include "dsp/PeakSearch.h"
 #include "dsp/Simd.h"
+#include "dsp/Within.h"
 
 #include <algorithm>
 #include <bit>
@@ -34,9 +35,6 @@ std::vector<ModuleParam> Records() {
     records.push_back(ModuleParam::Mapped("DetectedPitch", 4, 0.0F, 20000.0F, 6.0F));
     return records;
 }
-
-/// Setters take any number; what is not one becomes the low end.
-float Within(float value, float low, float high) { return value > low ? std::min(value, high) : low; }
 
 /// The power of two nearest to the window at this rate, the lower of two that are equally near.
 u32 WindowSamples(float windowSize, float sampleRate) {

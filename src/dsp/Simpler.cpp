@@ -3,6 +3,7 @@
 
 #include "dsp/ClampToUnit.h"
 #include "dsp/Decibels.h"
+#include "dsp/Within.h"
 #include "dsp/Xorshift.h"
 
 #include <algorithm>
@@ -24,20 +25,6 @@ constexpr std::array bars = {0.03125F, 0.0625F, 0.125F, 0.25F, 0.5F, 1.0F, 2.0F,
 /// The tone control moves once in so many frames.
 constexpr u32 toneTick = 4;
 
-/// Setters take any number; what is not one becomes the low end.
-template <class T>
-T Within(T value, T low, T high) {
-    return value > low ? std::min(value, high) : low;
-}
-
-/// A level within reason: beyond, a smoother would not find its way back.
-float FiniteGain(float decibels) { return DecibelsToGain(Within(decibels, -200.0F, 100.0F)); }
-
-/// The index that a discrete parameter means.
-u32 ToIndex(float value, u32 count) {
-    return static_cast<u32>(Within(value, 0.0F, static_cast<float>(count - 1)));
-}
-
 } // namespace
 
 template <u32 slotCount, u32 voiceCount>
@@ -54,7 +41,7 @@ template <u32 slotCount, u32 voiceCount>
 void Simpler<slotCount, voiceCount>::OnInitialize(float rateHz, u32 maxBlockSize) {
     sampleRate = Within(rateHz, 1.0F, 1e7F);
     buffers.Allocate(BufferCount, maxBlockSize);
-    mixer.Initialize(sampleRate, maxBlockSize, FiniteGain(parameters[mainVolume].minValue));
+    mixer.Initialize(sampleRate, maxBlockSize, BoundedDecibelsToGain(parameters[mainVolume].minValue));
     tone.Prepare(sampleRate, toneTick);
     toneControl.SetSampleRate(sampleRate);
     player.Initialize(sampleRate);
@@ -118,8 +105,8 @@ void Simpler<slotCount, voiceCount>::Prepare(const ProcessContext& context) {
         return;
     }
     player.Start(*samples[CurrentIndex()], ReadSettings(), StartControl(context));
-    mixer.Set(FiniteGain(SlotValue(SlotParameter::Gain)), ClampToUnit(SlotValue(SlotParameter::Pan)),
-              VolumeTarget(context));
+    mixer.Set(BoundedDecibelsToGain(SlotValue(SlotParameter::Gain)),
+              ClampToUnit(SlotValue(SlotParameter::Pan)), VolumeTarget(context));
     tone.Set(ToneTarget(context));
     toneControl.SetControl(static_cast<float>(tone.current));
 }
@@ -154,7 +141,7 @@ void Simpler<slotCount, voiceCount>::FollowChanges() {
         player.SwitchLoop(SlotSwitch(SlotParameter::LoopOn));
     }
     if (SlotChanged(SlotParameter::Gain)) {
-        mixer.SetGain(FiniteGain(SlotValue(SlotParameter::Gain)));
+        mixer.SetGain(BoundedDecibelsToGain(SlotValue(SlotParameter::Gain)));
     }
     if (SlotChanged(SlotParameter::Pan)) {
         mixer.SetPan(ClampToUnit(SlotValue(SlotParameter::Pan)));
@@ -188,7 +175,7 @@ double Simpler<slotCount, voiceCount>::SyncedFactor() {
 
 template <u32 slotCount, u32 voiceCount>
 float Simpler<slotCount, voiceCount>::VolumeTarget(const ProcessContext& context) {
-    return FiniteGain(parameters[mainVolume].GetModulatedValue(context, 3));
+    return BoundedDecibelsToGain(parameters[mainVolume].GetModulatedValue(context, 3));
 }
 
 template <u32 slotCount, u32 voiceCount>

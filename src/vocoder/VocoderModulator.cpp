@@ -3,10 +3,10 @@
 
 #include "dsp/ClampToUnit.h"
 #include "dsp/Decibels.h"
+#include "dsp/Within.h"
 #include "dsp/Xorshift.h"
 #include "vocoder/ModulatorSetUp.h"
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -18,11 +18,6 @@ using dsp::Compressor;
 
 constexpr float fadeSeconds = 0.05F;
 constexpr float chordSeconds = 0.03F;
-
-/// Within reason whatever was written: the smoother would not find its way back from an infinite gain.
-float GainOfInput(float decibels) {
-    return dsp::DecibelsToGain(decibels > -200.0F ? std::min(decibels, 100.0F) : -200.0F);
-}
 
 constexpr std::array followersOfAmount = {Compressor::Threshold, Compressor::Ratio, Compressor::Attack,
                                           Compressor::Release};
@@ -63,7 +58,7 @@ void VocoderModulator::OnInitialize(float sampleRate, u32 maxBlockSize) {
 
 void VocoderModulator::OnReset(bool /*hard*/) {
     EndPlayback();
-    externalGain.Set(GainOfInput(AdditionalValue(ExternalInputGain)));
+    externalGain.Set(dsp::BoundedDecibelsToGain(AdditionalValue(ExternalInputGain)));
     equaliserFade.Set(dsp::ClampToUnit(GetAdditionalNormalized(ParamEQOn)));
     compressorFade.Set(dsp::ClampToUnit(GetAdditionalNormalized(CompressorOn)));
     heldKeys = 0;
@@ -75,9 +70,7 @@ void VocoderModulator::SeedRandom(u32 seed) {
 }
 
 u32 VocoderModulator::IndexOf(u32 index, u32 count) const {
-    const float value = additional.parameters[index].PeekValue();
-    const auto last = static_cast<float>(count - 1);
-    return value > 0.0F ? static_cast<u32>(std::min(value, last)) : 0;
+    return dsp::ToIndex(additional.parameters[index].PeekValue(), count);
 }
 
 bool VocoderModulator::UpdateParameters(dsp::ProcessContext& /*context*/) {
@@ -138,7 +131,7 @@ void VocoderModulator::UpdateInput() {
         ChooseNextSlot(true);
     }
     if (AdditionalChanged(ExternalInputGain)) {
-        externalGain.SetTarget(GainOfInput(AdditionalValue(ExternalInputGain)));
+        externalGain.SetTarget(dsp::BoundedDecibelsToGain(AdditionalValue(ExternalInputGain)));
     }
     if (AdditionalChanged(SelectedSlot) || AdditionalChanged(CurrentSlot)) {
         SetOwn(SelectedSlotIsCurrentSlot,

@@ -20,7 +20,9 @@ namespace {
 using namespace orphia::test;
 using Velmora::u32;
 using Velmora::u8;
+using Velmora::dsp::SlotParameter;
 using Velmora::Processor::VocoderModulator;
+using Sampler = Velmora::dsp::Simpler<12, 1>;
 
 /// Without this, no test of this program could fail.
 TEST(CallTrap, CatchesWhatAnAudioThreadMustNotCall) {
@@ -47,67 +49,123 @@ TEST(CallTrap, CatchesWhatAnAudioThreadMustNotCall) {
     EXPECT_EQ(firstCall([] { (void)std::sin(1.0F); }), "");
 }
 
-/// The modulator in all its states while its worker loads: paths change, keys are played, every parameter
-/// moves.
-TEST(ModulatorRealtime, TheAudioThreadAllocatesFreesLocksAndWaitsForNothing) {
-    constexpr float rate = 44100.0F;
-    constexpr u32 blockSize = 44;
-    TemporaryFolder folder;
-    std::vector<std::string> paths = {"", (folder / "missing.wav").string()};
-    for (int i = 0; i < 4; ++i) {
-        const auto path = folder / (std::to_string(i) + ".wav");
-        WriteSound(path, Sine(100.0 * (i + 1), 0.2 * (i + 1), 44100, 1 + i % 2));
-        paths.push_back(path.string());
-    }
-    std::array<u8, 128> held{};
-    auto modulator = std::make_unique<VocoderModulator>();
-    modulator->SetHeldNotes(held);
-    modulator->Initialize(rate, blockSize);
-    std::vector<float> buffers[5];
-    for (auto& buffer : buffers) {
-        buffer.assign(blockSize, 0.01F);
-    }
-    const std::array<const float*, 2> in{buffers[0].data(), buffers[1].data()};
-    const std::array<float*, 3> out{buffers[2].data(), buffers[3].data(), buffers[4].data()};
+// The exceptions: another window of the tracker, and a stretch to the beat, which may be so fast that
+// RubberBand takes another window.
+bool MayAllocate(u32 id) {
     constexpr u32 windowSize = VocoderModulator::FirstParameter<VocoderModulator::Tracker>() +
                                Velmora::dsp::PitchTracker::analysisWindowSize;
-    std::mt19937 random(5);
-    const auto below = [&random](std::size_t count) { return static_cast<u32>(random() % count); };
-    std::size_t loaded = 0;
-    for (int block = 0; block < 20000; ++block) {
-        const u32 id = below(VocoderModulator::parameterCount);
-        const auto position = static_cast<float>(below(1001)) * 0.001F;
-        const u32 note = 24 + below(48);
-        const std::string& path = paths[below(paths.size())];
-        const CallTrap trap;
-        if (block % 40 == 0) {
-            modulator->SetPath(below(4), path);
+    constexpr u32 firstSync = Sampler::SlotId(SlotParameter::TimeStretchSync, 0);
+    return id == windowSize || (id >= firstSync && id < firstSync + VocoderModulator::sampleCount);
+}
+
+/// A modulator with four files beside it, whose audio thread must not make any of the trapped calls.
+class TrappedModulator {
+public:
+    TrappedModulator() {
+        for (int i = 0; i < 4; ++i) {
+            const auto path = folder / (std::to_string(i) + ".wav");
+            WriteSound(path, Sine(100.0 * (i + 1), 0.2 * (i + 1), 44100, 1 + i % 2));
+            paths.push_back(path.string());
         }
-        if (id != windowSize) {
-            modulator->SetParameterNormalized(id, position);
-        }
-        if (block % 7 == 0) {
-            held[note] = static_cast<u8>(1 - held[note]);
-            held[note] != 0 ? modulator->NoteOn(note) : modulator->NoteOff(note);
-        }
-        if (block % 500 == 499) {
-            modulator->Reset(block % 1000 == 999);
-        }
+        modulator.SetHeldNotes(held);
+        modulator.Initialize(44100.0F, blockSize);
+    }
+
+    /// Runs a block; before it, what `act` does on the audio thread. False when a trap went off.
+    template <class Act>
+    bool Block(Act&& act) {
+        const std::array<const float*, 2> in{buffers[0].data(), buffers[1].data()};
+        const std::array<float*, 3> out{buffers[2].data(), buffers[3].data(), buffers[4].data()};
         Velmora::dsp::ProcessContext context;
         context.inputs = in.data();
         context.numInputs = 2;
         context.outputs = out.data();
         context.numOutputs = 3;
         context.numFrames = blockSize;
-        Velmora::dsp::RunChild(*modulator, context);
-        ASSERT_EQ(trap.Count(), 0U) << trap.FirstCall() << " in block " << block << ", after parameter "
-                                    << id;
-        loaded += modulator->HasSample(0) ? 1 : 0;
+        const CallTrap trap;
+        act(modulator);
+        Velmora::dsp::RunChild(modulator, context);
+        const std::size_t calls = trap.Count();
+        EXPECT_EQ(calls, 0U) << trap.FirstCall();
+        return calls == 0;
+    }
+    void Key(u32 note) {
+        held[note] = static_cast<u8>(1 - held[note]);
+        held[note] != 0 ? modulator.NoteOn(note) : modulator.NoteOff(note);
+    }
+
+    VocoderModulator modulator;
+    std::vector<std::string> paths = {"", "/missing.wav"};
+
+private:
+    static constexpr u32 blockSize = 44;
+    TemporaryFolder folder;
+    std::array<u8, 128> held{};
+    std::array<std::vector<float>, 5> buffers = [] {
+        std::array<std::vector<float>, 5> all;
+        all.fill(std::vector<float>(blockSize, 0.01F));
+        return all;
+    }();
+};
+
+/// All states while the worker loads: paths change, keys are played, every parameter moves.
+TEST(ModulatorRealtime, TheAudioThreadAllocatesFreesLocksAndWaitsForNothing) {
+    auto trapped = std::make_unique<TrappedModulator>();
+    std::mt19937 random(5);
+    const auto below = [&random](std::size_t count) { return static_cast<u32>(random() % count); };
+    std::size_t blocksWithSample = 0;
+    for (int block = 0; block < 20000; ++block) {
+        const u32 id = below(VocoderModulator::parameterCount);
+        const float position = static_cast<float>(below(1001)) * 0.001F;
+        ASSERT_TRUE(trapped->Block([&](VocoderModulator& modulator) {
+            if (block % 40 == 0) {
+                modulator.SetPath(below(4), trapped->paths[below(trapped->paths.size())]);
+            }
+            if (!MayAllocate(id)) {
+                modulator.SetParameterNormalized(id, position);
+            }
+            if (block % 7 == 0) {
+                trapped->Key(24 + below(48));
+            }
+            if (block % 500 == 499) {
+                modulator.Reset(block % 1000 == 999);
+            }
+        })) << "block "
+            << block << ", after parameter " << id;
+        blocksWithSample += trapped->modulator.HasSample(0) ? 1 : 0;
         if (block % 200 == 0) {
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
     }
-    EXPECT_GT(loaded, 1000U) << "the samples came in while the blocks ran";
+    EXPECT_GT(blocksWithSample, 1000U) << "the samples came in while the blocks ran";
+}
+
+TEST(ModulatorRealtime, NeitherDoesAStretchThatMovesOverAllFactors) {
+    auto trapped = std::make_unique<TrappedModulator>();
+    VocoderModulator& modulator = trapped->modulator;
+    modulator.SetPath(0, trapped->paths.back());
+    do {
+        ASSERT_TRUE(trapped->Block([](VocoderModulator&) {}));
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    } while (modulator.IsLoading());
+    modulator.SetParameterValue(Sampler::SlotId(SlotParameter::TimeStretchOn, 0), 1.0F);
+    modulator.SetParameterValue(VocoderModulator::ParameterId(VocoderModulator::SampleLoopOn), 1.0F);
+    u32 blocksPlayed = 0;
+    for (int block = 0; block < 6000; ++block) {
+        const float position = static_cast<float>(block * 37 % 1000) * 0.001F;
+        ASSERT_TRUE(trapped->Block([&](VocoderModulator& playing) {
+            if (block % 3 == 0) {
+                playing.SetParameterNormalized(Sampler::SlotId(SlotParameter::TimeStretchFactor, 0),
+                                               position);
+            }
+            if (block % 300 == 0) {
+                trapped->Key(36);
+            }
+        })) << "block "
+            << block;
+        blocksPlayed += modulator.Section<VocoderModulator::Sampler>().PlayPosition() > 0.0 ? 1 : 0;
+    }
+    EXPECT_GT(blocksPlayed, 2500U);
 }
 
 } // namespace
