@@ -4,6 +4,7 @@
 #include "vocoder/StageRig.h"
 
 #include <limits>
+#include <tuple>
 #include <utility>
 
 using namespace Velmora;
@@ -19,17 +20,15 @@ constexpr double rate = 48000.0;
 const auto blocks = orphia::test::BlockSplit::Of(rigBlock);
 using Values = std::vector<std::pair<u32, float>>;
 
-void SetAll(Compressor& compressor, const Values& values) {
-    for (const auto& [id, value] : values) {
-        compressor.SetParameterValue(id, value);
-    }
-}
-
-/// Fully wet at unit output gain, with the given values on top and nothing left to glide.
+/// Fully wet at unit output gain, at work, with the given values on top and nothing left to glide.
 std::unique_ptr<Compressor> MakeCompressor(const Values& values = {}) {
     auto compressor = MakeStage<Compressor>(rate);
-    SetAll(*compressor, {{C::Wet, 1.0F}, {C::OutputGain, 0.0F}});
-    SetAll(*compressor, values);
+    const Values usual = {{C::Wet, 1.0F}, {C::OutputGain, 0.0F}, {C::Threshold, -30.0F}, {C::Ratio, 8.0F}};
+    for (const Values* each : {&usual, &values}) {
+        for (const auto& [id, value] : *each) {
+            compressor->SetParameterValue(id, value);
+        }
+    }
     compressor->Reset(true);
     return compressor;
 }
@@ -54,7 +53,7 @@ class Model {
 public:
     explicit Model(Compressor& compressor) : source(compressor) {}
 
-    Signals Run(const Signals& in) const {
+    Signals Run(const Signals& in) {
         const std::size_t length = in[0].size();
         const bool stereo = On(C::ConfStereo);
         const bool linked = On(C::StereoMode) || !stereo;
@@ -68,6 +67,9 @@ public:
         }
         return out;
     }
+
+    /// In dB, at the end and in either channel.
+    double deepest = 0.0;
 
 private:
     double Get(u32 id) const { return source.FindParameter(id)->GetValue(); }
@@ -89,7 +91,7 @@ private:
         return std::abs(in[keyed ? 6 : c][t]);
     }
 
-    std::vector<double> Gains(const Signals& in, std::size_t c, bool stereo, bool linked) const {
+    std::vector<double> Gains(const Signals& in, std::size_t c, bool stereo, bool linked) {
         const double inputGain = Gain(Get(C::InGainCompensated) + Get(C::InputGain));
         const double outputGain = Gain(Get(C::OutputGain) - Get(C::InGainCompensated));
         const double threshold = Get(C::Threshold);
@@ -97,6 +99,7 @@ private:
         const double knee = Get(C::KneeWidth);
         const double given = Reduction(0.0, threshold, r, knee) / std::sqrt(2.0);
         const double total = inputGain * outputGain * (On(C::Makeup) ? Gain(given) : 1.0);
+        const double limit = On(C::GRLimitEnable) ? Get(C::GRLimit) : -1e9;
         double level = 0.0;
         double reduction = 0.0;
         std::vector<double> gains;
@@ -108,9 +111,9 @@ private:
             }
             Move(reduction, Reduction(d < 1e-7 ? -140.0 : Decibels(d), threshold, r, knee), Get(C::Attack),
                  Get(C::Release));
-            const double limit = On(C::GRLimitEnable) ? Get(C::GRLimit) : -1e9;
             gains.push_back(Gain(std::max(-reduction, limit)));
         }
+        deepest = std::max(deepest, std::min(reduction, -limit));
         DrawBack(gains);
         const double w = Get(C::Wet);
         for (double& g : gains) {
@@ -174,34 +177,29 @@ TEST(CompressorTest, TheStaticCurveAndItsMakeupHold) {
     }
 }
 
-TEST(CompressorTest, TheReductionFollowsTheClosedFormForShortAndLongTimes) {
-    for (const auto& [attack, release] : {std::pair{5.0F, 100.0F}, {1000.0F, 2000.0F}, {50.0F, 3.0F}}) {
-        auto compressor = MakeCompressor(
-            {{C::Threshold, -60.0F}, {C::RatioInfinite, 1.0F}, {C::Attack, attack}, {C::Release, release}});
-        double reached = 0.0;
-        for (const auto& [goal, ms] : {std::pair{50.0, attack}, {30.0, release}}) {
-            const double samples = static_cast<double>(ms) * rate / 1000.0;
-            const Signal in = Constant(static_cast<std::size_t>(6.0 * samples), goal - 60.0);
-            const Signal out = Render(*compressor, {in}, 1)[0];
-            double expected = 0.0;
-            for (std::size_t n = 0; n < out.size();
-                 n = std::max(n + 1, std::min(n * 5 / 4, out.size() - 1))) {
-                const double got = -Decibels(out[n] / in[n]);
-                expected = goal + (reached - goal) * std::exp(-static_cast<double>(n + 1) / samples);
-                EXPECT_NEAR(got, expected, 0.001)
-                    << "frame " << n << " on the way to " << goal << " dB in " << ms << " ms";
-            }
-            reached = expected;
+TEST(CompressorTest, TheReductionFollowsTheClosedFormToItsEndAlsoInLongTimes) {
+    auto compressor = MakeCompressor(
+        {{C::Threshold, -60.0F}, {C::RatioInfinite, 1.0F}, {C::Attack, 1000.0F}, {C::Release, 2000.0F}});
+    double reached = 0.0;
+    for (const auto& [goal, samples] : {std::pair{50.0, rate}, {30.0, 2.0 * rate}}) {
+        const Signal in = Constant(static_cast<std::size_t>(6.0 * samples), goal - 60.0);
+        const Signal out = Render(*compressor, {in}, 1)[0];
+        double expected = 0.0;
+        for (std::size_t n = 11; n < out.size(); n += 12) {
+            expected = goal + (reached - goal) * std::exp(-static_cast<double>(n + 1) / samples);
+            ASSERT_NEAR(-Decibels(out[n] / in[n]), expected, 0.001) << "frame " << n << " to " << goal;
         }
+        reached = expected;
     }
 }
 
 TEST(CompressorTest, AgreesWithADirectModelInEveryMode) {
+    constexpr float loudness[] = {1.0F, 0.03F, 0.0F};
     Signals inputs;
     for (u32 channel = 0; channel < 8; ++channel) {
         inputs.push_back(Noise(3000, 0.8F, channel + 1));
         for (std::size_t n = 0; n < 3000; ++n) {
-            inputs.back()[n] *= (n + 300 * channel) / 700 % 2 == 0 ? 1.0F : 0.03F;
+            inputs.back()[n] *= loudness[(n + 300 * channel) / 500 % 3];
         }
     }
     const std::vector<const Signal*> wiring = {&inputs[0], &inputs[1], nullptr,    nullptr,
@@ -225,8 +223,12 @@ TEST(CompressorTest, AgreesWithADirectModelInEveryMode) {
             compressor->SetParameterValue(switches[bit], (mode >> bit & 1U) != 0 ? 1.0F : 0.0F);
         }
         compressor->Reset(true);
-        const Signals expected = Model(*compressor).Run(inputs);
+        Model model(*compressor);
+        const Signals expected = model.Run(inputs);
         const Signals got = orphia::test::Render(*compressor, wiring, 2, blocks);
+        EXPECT_NEAR(compressor->GetParameterNormalized(C::OutGainReduction),
+                    std::min(model.deepest / 40.0, 1.0), 1e-4)
+            << "mode " << mode;
         for (std::size_t c = 0; c < 2; ++c) {
             const float peak = Peak(expected[c]);
             for (std::size_t n = 0; n < got[c].size(); ++n) {
@@ -240,45 +242,31 @@ TEST(CompressorTest, AgreesWithADirectModelInEveryMode) {
 TEST(CompressorTest, TheLookaheadHasTheGainDownWhenTheTransientLeaves) {
     Signal burst = Constant(4400, -60.0);
     std::fill(burst.begin() + 2000, burst.end(), 1.0F);
-    const Values values = {{C::Threshold, -30.0F},
-                           {C::RatioInfinite, 1.0F},
-                           {C::Attack, 0.1F},
-                           {C::Release, 500.0F},
-                           {C::LookaheadTimeMs, 5.0F}};
+    const Values values = {
+        {C::RatioInfinite, 1.0F}, {C::Attack, 0.1F}, {C::Release, 500.0F}, {C::LookaheadTimeMs, 5.0F}};
     EXPECT_GT(Decibels(Peak(Render(*MakeCompressor(values), {burst}, 1)[0])), -6.0);
     auto ahead = MakeCompressor(values);
     ahead->SetParameterValue(C::LookaheadEnable, 1.0F);
     const Signal out = Render(*ahead, {burst}, 1)[0];
-    constexpr std::size_t latency = 240;
     EXPECT_LT(Decibels(Peak(out, 240)), -21.0);
-    EXPECT_GT(out[2000 + latency], 10.0F * out[1999 + latency]) << "the transient leaves in time";
+    EXPECT_GT(out[2240], 10.0F * out[2239]) << "the transient leaves in time";
     EXPECT_NEAR(out[1999], burst[0], 1e-6F) << "nothing falls before the transient has come in";
-    for (std::size_t n = 2000; n < 2000 + latency - 1; ++n) {
-        EXPECT_LT(out[n + 1], out[n]) << "frame " << n;
-    }
-    ahead->SetParameterValue(C::Wet, 0.0F);
-    Render(*ahead, {burst}, 1);
-    const Signal noise = Noise(4400, 1.0F, 3);
-    const Signal dry = Render(*ahead, {noise}, 1)[0];
-    for (std::size_t n = latency; n < dry.size(); ++n) {
-        ASSERT_EQ(dry[n], noise[n - latency]) << "frame " << n;
-    }
 }
 
 TEST(CompressorTest, ALookaheadThatStartsIsEmpty) {
     const Signal noise = Noise(2200, 1.0F, 3);
     auto compressor = MakeCompressor({{C::LookaheadTimeMs, 5.0F}});
-    const auto expectEmptyAfter = [&](u32 id, float before, float after) {
+    using Change = std::tuple<u32, float, float>;
+    for (const auto& [id, before, after] :
+         {Change{C::LookaheadEnable, 0.0F, 1.0F}, Change{C::LookaheadEnable, 0.0F, 1.0F},
+          Change{C::LookaheadTimeMs, 0.01F, 5.0F}}) {
         compressor->SetParameterValue(id, before);
         Render(*compressor, {noise}, 1);
         compressor->SetParameterValue(id, after);
         const Signal out = Render(*compressor, {noise}, 1)[0];
         EXPECT_EQ(Peak(Signal(out.begin(), out.begin() + 240)), 0.0F) << id;
         EXPECT_GT(Peak(out), 0.0F) << id;
-    };
-    expectEmptyAfter(C::LookaheadEnable, 0.0F, 1.0F);
-    expectEmptyAfter(C::LookaheadEnable, 0.0F, 1.0F);
-    expectEmptyAfter(C::LookaheadTimeMs, 0.01F, 5.0F);
+    }
 }
 
 TEST(CompressorTest, WetTakesOneBlockAndTheGainsTheirTimeWhateverTheBlock) {
@@ -327,14 +315,8 @@ TEST(CompressorTest, ConnectedInputsMoveTheirParametersAlsoBackwards) {
     for (const bool inverted : {false, true}) {
         for (const auto& [id, input] :
              {std::pair{C::Wet, 2U}, {C::Release, 3U}, {C::Threshold, 4U}, {C::Ratio, 5U}, {C::Attack, 6U}}) {
-            auto moved = MakeCompressor();
-            auto still = MakeCompressor();
-            for (Compressor* each : {moved.get(), still.get()}) {
-                for (const u32 other : {C::Release, C::Attack, C::Threshold}) {
-                    each->SetParameterNormalized(other, 0.3F);
-                }
-                each->SetParameterValue(C::Ratio, 8.0F);
-            }
+            auto moved = MakeCompressor({{C::Attack, 3.0F}, {C::Release, 60.0F}});
+            auto still = MakeCompressor({{C::Attack, 3.0F}, {C::Release, 60.0F}});
             moved->FindParameter(id)->inverted = inverted;
             moved->SetParameterNormalized(id, 0.3F);
             const float position = id == C::Attack ? 0.3F : 0.5F;
@@ -352,26 +334,33 @@ TEST(CompressorTest, ConnectedInputsMoveTheirParametersAlsoBackwards) {
     }
 }
 
-TEST(CompressorTest, KeepsTheStageInvariants) {
+TEST(CompressorTest, KeepsTheStageInvariantsAndTakesFaultySamplesForSilence) {
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    const Signals noise = {Noise(2200, 0.9F, 3), Noise(2200, 0.4F, 4)};
+    Signals faulty = noise;
+    Signals clean = noise;
+    std::size_t n = 100;
+    for (const float bad : {std::numeric_limits<float>::quiet_NaN(), infinity, -infinity, 1e30F, -2e6F}) {
+        faulty[n % 2][n] = bad;
+        clean[n % 2][n] = 0.0F;
+        n += 37;
+    }
     for (const float on : {0.0F, 1.0F}) {
-        const Values values = {{C::Threshold, -30.0F},        {C::Ratio, 4.0F},
-                               {C::ConfStereo, 1.0F},         {C::LookaheadTimeMs, 3.0F},
+        const Values values = {{C::ConfStereo, 1.0F},         {C::LookaheadTimeMs, 3.0F},
                                {C::LookaheadEnable, on},      {C::StereoMode, 1.0F - on},
                                {C::LevelMeasureSmoothAR, on}, {C::Makeup, on}};
-        ExpectStageInvariants([&] { return MakeCompressor(values); },
-                              {Noise(4400, 0.5F, 3), Noise(4400, 0.2F, 4)}, 2);
+        const auto make = [&] { return MakeCompressor(values); };
+        ExpectStageInvariants(make, noise, 2);
+        ExpectSame(Render(*make(), faulty, 2), Render(*make(), clean, 2), "faulty");
     }
 }
 
 TEST(CompressorTest, MissingChannelsAndTheSwitchOfTheInterfaceHaveTheirWays) {
     const Signals noise = {Noise(2200, 0.9F, 1), Noise(2200, 0.3F, 2)};
-    const Values values = {{C::Threshold, -30.0F}, {C::Ratio, 4.0F}};
-    const Signal left = Render(*MakeCompressor(values), {noise[0]}, 1)[0];
-    auto deaf = MakeCompressor(values);
-    SetAll(*deaf, {{C::SideChain, 1.0F}, {C::ConfStereo, 1.0F}});
+    const Signal left = Render(*MakeCompressor(), {noise[0]}, 1)[0];
+    auto deaf = MakeCompressor({{C::SideChain, 1.0F}, {C::ConfStereo, 1.0F}});
     ExpectSame(Render(*deaf, {noise[0]}, 2), {left, left}, "no key, no right input");
-    auto square = MakeCompressor(values);
-    square->SetParameterNormalized(C::ConfOnlyComputeGain, 0.0F);
+    auto square = MakeCompressor({{C::ConfOnlyComputeGain, 0.0F}});
     Signal product = left;
     std::transform(left.begin(), left.end(), noise[0].begin(), product.begin(), std::multiplies<>());
     ExpectSame(Render(*square, {noise[0]}, 1), {product}, "multiplied");
@@ -385,59 +374,36 @@ TEST(CompressorTest, MissingChannelsAndTheSwitchOfTheInterfaceHaveTheirWays) {
 
 TEST(CompressorTest, WorksInPlace) {
     for (const u32 channels : {1U, 2U}) {
-        for (const u32 linked : {0U, 1U}) {
-            const Values values = {{C::Threshold, -30.0F},
-                                   {C::Ratio, 9.0F},
-                                   {C::ConfStereo, 1.0F},
-                                   {C::StereoMode, static_cast<float>(linked)}};
-            Signals both = {Noise(rigBlock, 0.9F, 1), Noise(rigBlock, 0.3F, 2)};
-            const Signals expected =
-                Render(*MakeCompressor(values), Signals(both.begin(), both.begin() + channels), 2);
-            float* outputs[] = {both[0].data(), both[1].data()};
-            dsp::ProcessContext context;
-            context = context.ForChild(outputs, channels, outputs, 2);
-            context.numFrames = rigBlock;
-            dsp::RunChild(*MakeCompressor(values), context);
-            ExpectSame(both, expected, std::to_string(channels) + " inputs");
-        }
-    }
-}
-
-TEST(CompressorTest, FaultySamplesCountAsSilence) {
-    constexpr float infinity = std::numeric_limits<float>::infinity();
-    Signals faulty = {Noise(2200, 0.9F, 5), Noise(2200, 0.9F, 6)};
-    Signals clean = faulty;
-    std::size_t n = 100;
-    for (const float bad : {std::numeric_limits<float>::quiet_NaN(), infinity, -infinity, 1e30F, -2e6F}) {
-        faulty[n % 2][n] = bad;
-        clean[n % 2][n] = 0.0F;
-        n += 37;
-    }
-    for (const float on : {0.0F, 1.0F}) {
-        const Values values = {{C::Threshold, -30.0F},     {C::Ratio, 4.0F},         {C::ConfStereo, 1.0F},
-                               {C::LookaheadTimeMs, 3.0F}, {C::LookaheadEnable, on}, {C::StereoMode, on}};
-        ExpectSame(Render(*MakeCompressor(values), faulty, 2), Render(*MakeCompressor(values), clean, 2),
-                   "faulty");
+        const Values values = {{C::ConfStereo, 1.0F}};
+        Signals both = {Noise(rigBlock, 0.9F, 1), Noise(rigBlock, 0.3F, 2)};
+        const Signals inputs(both.begin(), both.begin() + channels);
+        const Signals expected = Render(*MakeCompressor(values), inputs, 2);
+        float* outputs[] = {both[0].data(), both[1].data()};
+        dsp::ProcessContext context;
+        context = context.ForChild(outputs, channels, outputs, 2);
+        context.numFrames = rigBlock;
+        dsp::RunChild(*MakeCompressor(values), context);
+        ExpectSame(both, expected, std::to_string(channels) + " inputs");
     }
 }
 
 TEST(CompressorTest, ComesBackFromImpossibleParametersAndModulation) {
     std::mt19937 random(9);
-    const float bad[] = {std::numeric_limits<float>::quiet_NaN(), -1e9F, 1e9F, 1e38F, 0.0F, 1.0F,
-                         std::numeric_limits<float>::infinity()};
+    constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    const float bad[] = {nan, -1e9F, 1e9F, 1e38F, 0.0F, 1.0F, infinity};
     const Signal noise = Noise(9600, 0.9F, 8);
     const Signal end = Noise(48000, 0.9F, 9);
-    const Signal expected = Render(*MakeCompressor(), {end}, 1)[0];
+    auto fresh = MakeCompressor();
+    const Signal expected = Render(*fresh, {end}, 1)[0];
     for (int trial = 0; trial < 40; ++trial) {
         auto compressor = MakeCompressor();
-        const Signal modulation(9600, bad[random() % 7]);
-        Signals inputs(8, trial % 2 == 0 ? modulation : noise);
+        Signals inputs(8, trial % 2 == 0 ? Signal(9600, bad[random() % 7]) : noise);
         inputs[0] = inputs[1] = noise;
         for (u32 id = 0; id < C::parameterCount; ++id) {
             compressor->SetParameterValue(id, bad[random() % 7]);
         }
         ExpectFinite(Render(*compressor, inputs, 2));
-        auto fresh = MakeCompressor();
         for (u32 id = 0; id < C::parameterCount; ++id) {
             compressor->SetParameterValue(id, fresh->FindParameter(id)->GetValue());
         }

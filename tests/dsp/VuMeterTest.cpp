@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/VuMeter.h"
 
-#include "vocoder/ModuleRig.h"
+#include "vocoder/StageRig.h"
 
 #include <limits>
 
@@ -10,12 +10,10 @@ using Velmora::dsp::VuMeter;
 
 namespace {
 
-constexpr float rate = 48000.0F;
-
 struct Meter {
     VuMeter meter;
 
-    explicit Meter(float sampleRate = rate) { meter.Initialize(sampleRate, 256); }
+    explicit Meter(float sampleRate = 48000.0F) { meter.Initialize(sampleRate, 256); }
 
     double Reading() { return static_cast<double>(meter.FindParameter(VuMeter::output)->GetValue()); }
 
@@ -24,34 +22,23 @@ struct Meter {
         return Reading();
     }
 
-    double Hear(double level, double seconds, double sampleRate) {
-        return Hear(
-            Signal(4 * static_cast<std::size_t>(seconds * sampleRate / 4.0), static_cast<float>(level)));
-    }
+    double Hear(double level, std::size_t frames) { return Hear(Signal(frames, static_cast<float>(level))); }
 };
 
-Signal Sine(double amplitude) {
-    Signal signal(static_cast<std::size_t>(rate));
-    for (std::size_t n = 0; n < signal.size(); ++n) {
-        const double turn =
-            2.0 * std::numbers::pi * 1000.0 * static_cast<double>(n) / static_cast<double>(rate);
-        signal[n] = static_cast<float>(amplitude * std::sin(turn));
-    }
-    return signal;
-}
+Signal Sine(double amplitude) { return Velmora::Test::Tone(48000, 1000.0, 48000.0, amplitude); }
 
 double Gain(double decibels) { return std::pow(10.0, decibels / 20.0); }
 
 } // namespace
 
 TEST(VuMeterTest, RisesToNinetyNinePercentOfThePowerInThreeTenthsOfASecondAndFallsAsFast) {
-    for (const float sampleRate : {44100.0F, 192000.0F}) {
-        Meter meter(sampleRate);
+    for (const std::size_t sampleRate : {44000U, 192000U}) {
+        Meter meter(static_cast<float>(sampleRate));
         // A steady level has twice the power of a sine of that amplitude.
         const double level = Gain(-18.0) * std::sqrt(0.5);
-        EXPECT_NEAR(meter.Hear(level, 0.3, static_cast<double>(sampleRate)), 10.0 * std::log10(0.99), 2e-3);
-        EXPECT_NEAR(meter.Hear(level, 2.0, static_cast<double>(sampleRate)), 0.0, 1e-3) << sampleRate;
-        EXPECT_NEAR(meter.Hear(0.0, 0.15, static_cast<double>(sampleRate)), -10.0, 0.02) << sampleRate;
+        EXPECT_NEAR(meter.Hear(level, sampleRate * 3 / 10), 10.0 * std::log10(0.99), 2e-3) << sampleRate;
+        EXPECT_NEAR(meter.Hear(level, sampleRate * 2), 0.0, 1e-3) << sampleRate;
+        EXPECT_NEAR(meter.Hear(0.0, sampleRate * 3 / 20), -10.0, 0.02) << sampleRate;
     }
 }
 
