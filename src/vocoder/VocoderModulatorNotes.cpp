@@ -60,7 +60,8 @@ void VocoderModulator::NoteOff(u32 note) {
         Child<Envelope>().SetParameterNormalized(ADSR::gateIn, 0.0F);
     }
     // A loop runs out to the sample's end.
-    const i32 playing = Child<Sampler>().CurrentSample();
+    const i32 playing =
+        hasJustStarted ? SampleOfSlot(IndexOf(CurrentSlot, slotCount)) : Child<Sampler>().CurrentSample();
     if (playing >= 0) {
         SetSamplerLoop(static_cast<u32>(playing), 0.0F);
     }

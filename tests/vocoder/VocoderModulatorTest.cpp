@@ -142,7 +142,10 @@ TEST(VocoderModulator, ALoopRunsWhileAKeyIsHeldAndOutToItsEndAfterwards) {
 
 TEST(VocoderModulator, ATapShorterThanABlockOrAFadeIsHeardAndReleased) {
     ModulatorRig rig;
-    rig.LoadLevels({0});
+    rig.LoadLevels({0}, 0.04);
+    rig.Set("Sample1_LoopOn", 1.0F);
+    rig.Set("ADSR_Release", 20.0F); // the loop must end, not only the envelope
+    rig.Run(1);
     for (const bool isRetrigger : {false, true}) {
         SCOPED_TRACE(isRetrigger);
         if (isRetrigger) {
