@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/Chorus.h"
 
+#include "dsp/SoundSamples.h"
+
 #include <algorithm>
 #include <cmath>
 #include <iterator>
@@ -15,8 +17,6 @@ using simd::Float4;
 using Controls = ChorusControls;
 using Limits = ChorusSettings;
 
-/// No sound is that loud: what lies above is a fault upstream.
-constexpr float loudestSample = 1e6F;
 /// 36 dB above full scale; no real signal gets there. Bounds the loop whatever the modulation does.
 constexpr float feedbackCeiling = 64.0F;
 /// Below this a tail is over; it must not reach the denormal numbers.
@@ -66,13 +66,7 @@ float Hold(float value, float low, float high) {
 
 Float4 Hold(Float4 value, Float4 low, Float4 high) { return xsimd::min(xsimd::max(value, low), high); }
 
-Float4 Admit(const float* input, u32 n) {
-    if (input == nullptr) {
-        return Float4(0.0F);
-    }
-    const Float4 x = Float4::load_unaligned(input + n);
-    return xsimd::select(xsimd::abs(x) <= Float4(loudestSample), x, Float4(0.0F));
-}
+Float4 Admit(const float* input, u32 n) { return input != nullptr ? SoundSamples(input + n) : Float4(0.0F); }
 
 Float4 WithoutTail(Float4 x) { return xsimd::select(xsimd::abs(x) > Float4(silence), x, Float4(0.0F)); }
 

@@ -2,6 +2,7 @@
 #include "dsp/EnvFollower.h"
 
 #include "dsp/Decibels.h"
+#include "dsp/SoundSamples.h"
 
 #include <algorithm>
 #include <bit>
@@ -22,8 +23,6 @@ constexpr float largestGain = 100.0F;
 /// Below these, what is left is rounding.
 constexpr double sumFloor = 1e-10;
 constexpr float envelopeFloor = 1e-06F;
-/// No audio is that loud: what lies above, or is not a number, is a fault upstream.
-constexpr float loudestSample = 1e6F;
 /// No level is as low.
 constexpr float noThreshold = -1.0F;
 constexpr u32 groupSize = 4;
@@ -63,10 +62,7 @@ struct Input {
         alignas(16) static constexpr float silence[groupSize] = {};
         return channel != nullptr ? Input{channel, 1} : Input{silence, 0};
     }
-    Float4 Rectified(u32 frame) const {
-        const Float4 magnitude = xsimd::abs(Float4::load_unaligned(samples + frame * stride));
-        return xsimd::select(magnitude <= loudestSample, magnitude, Float4(0.0F));
-    }
+    Float4 Rectified(u32 frame) const { return xsimd::abs(SoundSamples(samples + frame * stride)); }
 };
 
 Float4 Above(Float4 level, Float4 threshold) {

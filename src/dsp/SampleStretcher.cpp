@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/SampleStretcher.h"
 
+#include "dsp/SoundSamples.h"
+
 #include <rubberband/RubberBandStretcher.h>
 
 #include <cmath>
@@ -16,8 +18,6 @@ constexpr int options =
     RubberBandStretcher::OptionProcessRealTime | RubberBandStretcher::OptionStretchPrecise |
     RubberBandStretcher::OptionTransientsMixed | RubberBandStretcher::OptionThreadingNever;
 constexpr std::size_t processSize = 4096;
-/// No audio is that loud; such a sample would spoil the spectra for good.
-constexpr float loudestSample = 1e6F;
 
 /// The library's own logger writes to the error stream, in a block too.
 class SilentLogger : public RubberBandStretcher::Logger {
@@ -65,7 +65,7 @@ u32 SampleStretcher::SamplesRequired() const { return static_cast<u32>(engine->g
 
 void SampleStretcher::Feed(u32 count) {
     for (u32 n = 0; n < count; ++n) {
-        portion[n] = std::abs(portion[n]) <= loudestSample ? portion[n] : 0.0F;
+        portion[n] = SoundSample(portion[n]);
     }
     const float* in = portion.data();
     engine->process(&in, count, false);
