@@ -4,7 +4,7 @@
 #include "dsp/DenormalGuard.h"
 #include "dsp/EventQueue.h"
 #include "dsp/RunChild.h"
-#include "processor/PlayedCarrier.h"
+#include "processor/VocoderProcessor.h"
 
 #include <benchmark/benchmark.h>
 
@@ -58,28 +58,26 @@ void Voice(benchmark::State& state) {
     ReportPerFrame(state, blockSize);
 }
 
-/// A carrier with saw voices of two oscillators, filter and drive.
+/// An instrument whose carrier has saw voices of two oscillators, filter and drive.
 struct Rig {
-    std::unique_ptr<PlayedCarrier> played = std::make_unique<PlayedCarrier>();
+    std::unique_ptr<VocoderProcessor> played = std::make_unique<VocoderProcessor>();
     alignas(64) std::array<std::array<float, blockSize>, 2> out{};
     alignas(64) std::array<float, blockSize> pitch{};
-    const float* inputs[3] = {pitch.data(), nullptr, nullptr};
+    const float* inputs[1] = {pitch.data()};
     float* outputs[2] = {out[0].data(), out[1].data()};
     Velmora::dsp::EventQueue events;
     ProcessContext context;
 
     Rig() {
-        const u32 carrier = PlayedCarrier::FirstParameter<2>();
+        const u32 carrier = VocoderProcessor::FirstParameter<3>();
         const auto set = [this, carrier](u32 id, float value) {
             played->SetParameterValue(carrier + id, value);
         };
         SetUpVoice(set, VoiceOscillator::Saw, 0.3F);
-        played->SetParameterValue(PlayedCarrier::ParameterId(PlayedCarrier::PolyphonyMode), 12.0F);
-        played->SetParameterValue(PlayedCarrier::ParameterId(PlayedCarrier::Attack), 0.002F);
-        played->SetParameterValue(PlayedCarrier::ParameterId(PlayedCarrier::Release), 0.002F);
+        played->SetParameterValue(VocoderProcessor::ParameterId(VocoderProcessor::PolyphonyMode), 12.0F);
+        played->SetParameterValue(VocoderProcessor::ParameterId(VocoderProcessor::Attack), 0.002F);
+        played->SetParameterValue(VocoderProcessor::ParameterId(VocoderProcessor::Release), 0.002F);
         played->Initialize(sampleRate, blockSize);
-        context.inputs = inputs;
-        context.numInputs = 3;
         context.outputs = outputs;
         context.numOutputs = 2;
         context.numFrames = blockSize;
@@ -100,10 +98,10 @@ struct Rig {
     void TrackAllIntervals() {
         pitch.fill(110.0F);
         played->SetParameterNormalized(
-            PlayedCarrier::FirstParameter<2>() + Carrier::ParameterId(Carrier::PitchTrack), 1.0F);
+            VocoderProcessor::FirstParameter<3>() + Carrier::ParameterId(Carrier::PitchTrack), 1.0F);
         for (u32 id = 0; id < 27; ++id) {
             if (id != 1) {
-                played->SetParameterNormalized(PlayedCarrier::FirstParameter<1>() + id, 1.0F);
+                played->SetParameterNormalized(VocoderProcessor::FirstParameter<2>() + id, 1.0F);
             }
         }
         Run();
@@ -138,18 +136,6 @@ void CarrierWithAllVoices(benchmark::State& state) {
     rig.HoldNotes(playedVoiceCount);
     rig.TrackAllIntervals();
     MeasureCarrier(state, rig, voiceSlotCount);
-}
-
-/// The whole of what plays, with so many notes held.
-void PlayedBlock(benchmark::State& state) {
-    const DenormalGuard guard;
-    Rig rig;
-    rig.HoldNotes(static_cast<u32>(state.range(0)));
-    for (auto _ : state) {
-        rig.Run();
-        benchmark::ClobberMemory();
-    }
-    ReportPerFrame(state, blockSize);
 }
 
 /// All cells routed, all voices running; with 0 the matrix is empty.
@@ -228,7 +214,6 @@ BENCHMARK(Voice)
     ->Args({2, 1, 1});
 BENCHMARK(CarrierWithPlayedVoices)->ArgName("voices")->Arg(0)->Arg(1)->Arg(8)->Arg(32);
 BENCHMARK(CarrierWithAllVoices);
-BENCHMARK(PlayedBlock)->ArgName("voices")->Arg(0)->Arg(8)->Arg(32);
 BENCHMARK(Modulations)->ArgNames({"voices", "routed"})->Args({0, 0})->Args({32, 0})->Args({57, 1});
 BENCHMARK(Note);
 BENCHMARK(NoteStorm);

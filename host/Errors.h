@@ -19,4 +19,11 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// The engine's library cannot be found or loaded, or is another one than it should. The message is one line
+/// and names the file.
+class EngineError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 } // namespace orphia::host

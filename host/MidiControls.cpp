@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/MidiControls.h"
 
+#include "host/HeldNotes.h"
+#include "host/Instrument.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -25,7 +28,9 @@ enum Controller : std::uint8_t {
     NumberLow = 100,
     NumberHigh = 101,
     AllSoundOff = 120,
-    ResetAll = 121
+    ResetAll = 121,
+    /// 123 to 127: all notes off, and the choices of mode that mean it too.
+    AllNotesOff = 123
 };
 
 constexpr std::uint8_t bendRangeNumber = 0;
@@ -55,11 +60,29 @@ MidiControls::Ids::Ids(const ParameterCatalog& catalog)
     }
 }
 
-MidiControls::MidiControls(CarrierSession& carrier, const ParameterCatalog& catalog,
-                           std::uint32_t playedChannels)
-    : session(carrier), ids(catalog), played(playedChannels),
-      masters(carrier.Value(ids.mpeEnabled) > 0.5F ? 1U << lowerMaster : 0U),
-      pedals(carrier.Value(ids.pedal) > 0.5F ? 1U << lowerMaster : 0U) {}
+MidiControls::MidiControls(Instrument& target) : instrument(target), ids(target.Catalog()) { Restart(); }
+
+void MidiControls::Restart() {
+    played = 0;
+    masters = instrument.Value(ids.mpeEnabled) > 0.5F ? 1U << lowerMaster : 0U;
+    pedals = instrument.Value(ids.pedal) > 0.5F ? 1U << lowerMaster : 0U;
+    channels = {};
+}
+
+void MidiControls::LiftPedals() {
+    pedals = 0;
+    instrument.Control(ids.pedal, 0.0F);
+}
+
+bool MidiControls::EndsNotes(const MidiMessage& message) {
+    return message.Kind() == controllerKind && (message.data1 == AllSoundOff || message.data1 >= AllNotesOff);
+}
+
+bool MidiControls::CountNote(const MidiMessage& message) {
+    const bool isFirst = played == 0 && HeldNotes::IsNoteOn(message);
+    played |= HeldNotes::IsNoteOn(message) ? 1U << message.Channel() : 0U;
+    return isFirst;
+}
 
 void MidiControls::Handle(const MidiMessage& message) {
     const unsigned channel = message.Channel();
@@ -79,15 +102,15 @@ void MidiControls::Handle(const MidiMessage& message) {
 }
 
 void MidiControls::Bend(unsigned channel, float position) {
-    session.Control(IsMember(channel) ? ids.memberBend[channel] : ids.bend, position);
+    instrument.Control(IsMember(channel) ? ids.memberBend[channel] : ids.bend, position);
 }
 
 void MidiControls::Press(unsigned channel, float position) {
-    session.Control(IsMember(channel) ? ids.memberPressure[channel] : ids.pressure, position);
+    instrument.Control(IsMember(channel) ? ids.memberPressure[channel] : ids.pressure, position);
 }
 
 void MidiControls::Brighten(unsigned channel, float position) {
-    session.Control(IsMember(channel) ? ids.memberBrightness[channel] : ids.brightness, position);
+    instrument.Control(IsMember(channel) ? ids.memberBrightness[channel] : ids.brightness, position);
 }
 
 void MidiControls::HandleController(unsigned channel, std::uint8_t number, std::uint8_t value) {
@@ -95,12 +118,12 @@ void MidiControls::HandleController(unsigned channel, std::uint8_t number, std::
     const std::uint32_t before = pedals;
     pedals = PedalsAfter({static_cast<std::uint8_t>(controllerKind | channel), number, value});
     if ((before != 0) != (pedals != 0)) {
-        session.Control(ids.pedal, pedals != 0 ? 1.0F : 0.0F);
+        instrument.Control(ids.pedal, pedals != 0 ? 1.0F : 0.0F);
     }
     switch (number) {
     case Wheel:
         if (!IsMember(channel)) {
-            session.Control(ids.wheel, Position(value));
+            instrument.Control(ids.wheel, Position(value));
         }
         break;
     case DataEntry:
@@ -164,9 +187,9 @@ void MidiControls::HandleDataEntry(unsigned channel, std::uint8_t value) {
 
 void MidiControls::SetBendRange(unsigned channel, std::uint8_t semitones) {
     if (IsMember(channel)) {
-        session.Control(ids.mpeRange, std::clamp(static_cast<float>(semitones), 2.0F, 96.0F));
+        instrument.Control(ids.mpeRange, std::clamp(static_cast<float>(semitones), 2.0F, 96.0F));
     } else {
-        session.Control(ids.bendRange, std::clamp(static_cast<float>(semitones), 1.0F, 24.0F));
+        instrument.Control(ids.bendRange, std::clamp(static_cast<float>(semitones), 1.0F, 24.0F));
     }
 }
 
@@ -177,9 +200,9 @@ void MidiControls::ConfigureMpe(unsigned channel, std::uint8_t memberCount) {
     }
     const std::uint32_t bit = 1U << channel;
     masters = memberCount > 0 ? masters | bit : masters & ~bit;
-    session.Control(ids.mpeEnabled, masters != 0 ? 1.0F : 0.0F);
+    instrument.Control(ids.mpeEnabled, masters != 0 ? 1.0F : 0.0F);
     if (memberCount > 0) {
-        session.Control(ids.mpeRange, usualRange);
+        instrument.Control(ids.mpeRange, usualRange);
     }
 }
 
@@ -189,7 +212,7 @@ void MidiControls::ResetControllers(unsigned channel) {
     Bend(channel, 0.0F);
     Press(channel, 0.0F);
     if (!IsMember(channel)) {
-        session.Control(ids.wheel, 0.0F);
+        instrument.Control(ids.wheel, 0.0F);
     }
 }
 

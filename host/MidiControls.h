@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "host/CarrierSession.h"
-#include "host/MidiFile.h"
+#include "host/MidiMessage.h"
 #include "host/ParameterCatalog.h"
 
 #include <array>
@@ -10,9 +9,11 @@
 
 namespace orphia::host {
 
-/// What wheels, pedals and pressure do to a carrier. Messages come from sixteen channels, and the instrument
-/// has one bend, one wheel, one pressure and one pedal: the last message counts, and the pedal is down while
-/// it is down on any channel.
+class Instrument;
+
+/// What wheels, pedals and pressure do to an instrument. Messages come from sixteen channels, and the
+/// instrument has one bend, one wheel, one pressure and one pedal: the last message counts, and the pedal is
+/// down while it is down on any channel.
 ///
 /// With MPE on the member channels have a bend, a pressure and a brightness (controller 74) each, and the
 /// rest comes from their master, channel 1 or 16. The MPE configuration message turns it on and off; when the
@@ -25,9 +26,19 @@ class MidiControls {
 public:
     static constexpr unsigned channelCount = 16;
 
-    /// `playedChannels`: bit n when channel n has notes; only those count for the gain. The session must
-    /// outlive this.
-    MidiControls(CarrierSession& session, const ParameterCatalog& catalog, std::uint32_t playedChannels);
+    /// The instrument must outlive this.
+    explicit MidiControls(Instrument& instrument);
+
+    /// Messages that end all notes of a channel; releasing these is the instrument's own work.
+    static bool EndsNotes(const MidiMessage& message);
+
+    /// Begins anew with the instrument's own settings, volume in full.
+    void Restart();
+    void LiftPedals();
+    /// The channels whose volume counts, bit n for channel n. Others come to them with their first note.
+    void SetPlayedChannels(std::uint32_t channelBits) { played = channelBits; }
+    /// True for the first note-on of all.
+    bool CountNote(const MidiMessage& message);
 
     /// Acts on bends, controllers and channel pressure; ignores everything else.
     void Handle(const MidiMessage& message);
@@ -68,13 +79,13 @@ private:
     void ConfigureMpe(unsigned channel, std::uint8_t memberCount);
     void ResetControllers(unsigned channel);
 
-    CarrierSession& session;
+    Instrument& instrument;
     Ids ids;
-    std::uint32_t played;
+    std::uint32_t played = 0;
     /// Bit n: channel n leads a zone of MPE; 0 with MPE off.
-    std::uint32_t masters;
+    std::uint32_t masters = 0;
     /// Bit n: the pedal of channel n is down.
-    std::uint32_t pedals;
+    std::uint32_t pedals = 0;
     std::array<Channel, channelCount> channels{};
 };
 

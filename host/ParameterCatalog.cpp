@@ -4,14 +4,14 @@
 #include "host/Errors.h"
 #include "host/ParameterTraits.h"
 #include "host/TextDistance.h"
-#include "processor/PlayedCarrier.h"
+#include "processor/VocoderProcessor.h"
 #include "vocoder/BodeVocoder.h"
-#include "vocoder/VocoderModulator.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <memory>
 #include <utility>
@@ -42,7 +42,7 @@ ParameterInfo Describe(std::uint32_t id, std::string name, const Velmora::dsp::M
     info.description = traits.description;
     info.role = traits.role;
     info.unit = traits.unit;
-    info.kind = traits.isKnob ? ParameterKind::Knob : KindOf(record);
+    info.kind = KindOf(record);
     info.minimum = record.minValue;
     info.maximum = record.maxValue;
     info.start = record.PeekValue();
@@ -51,23 +51,31 @@ ParameterInfo Describe(std::uint32_t id, std::string name, const Velmora::dsp::M
         info.stepWidth = std::abs(record.step);
     }
     info.isSwitch = traits.isSwitch || info.stepCount == 2;
+    info.choices = info.kind == ParameterKind::Stepped ? traits.choices : std::string_view();
     return info;
 }
 
-/// Asks a fresh engine of that kind.
-template <class Engine>
-std::vector<ParameterInfo> DescribeAll(ParameterTraits (*traitsOf)(std::string_view)) {
-    const auto engine = std::make_unique<Engine>();
+} // namespace
+
+struct ParameterCatalog::Contents {
     std::vector<ParameterInfo> parameters;
-    parameters.reserve(Engine::parameterCount);
-    for (std::uint32_t id = 0; id < Engine::parameterCount; ++id) {
-        char name[maxNameLength];
-        Velmora::dsp::ParameterNameWriter writer(name, maxNameLength);
-        engine->GetParameterName(id, writer);
-        parameters.push_back(Describe(id, name, *engine->FindParameter(id), traitsOf(name)));
+    /// The engine's own, for the conversions.
+    std::vector<Velmora::dsp::ModuleParam> records;
+
+    void Add(std::string name, const Velmora::dsp::ModuleParam& declared, const ParameterTraits& traits) {
+        Velmora::dsp::ModuleParam record = declared;
+        if (traits.isKnob) {
+            // Only the position counts.
+            record = Velmora::dsp::ModuleParam(declared.name);
+            record.SetNormalized(declared.PeekNormalized());
+        }
+        parameters.push_back(
+            Describe(static_cast<std::uint32_t>(parameters.size()), std::move(name), record, traits));
+        records.push_back(record);
     }
-    return parameters;
-}
+};
+
+namespace {
 
 bool HasEnding(std::string_view name, std::string_view ending) {
     return name.size() > ending.size() && name.ends_with(ending) &&
@@ -90,27 +98,86 @@ std::string AmbiguousMessage(std::string_view name, const std::vector<const Para
     return message;
 }
 
-std::vector<ParameterInfo> DescribeTree(EngineTree tree) {
-    switch (tree) {
-    case EngineTree::Carrier:
-        return DescribeAll<Velmora::Processor::PlayedCarrier>(CarrierTraitsOf);
-    case EngineTree::Modulator:
-        return DescribeAll<Velmora::Processor::VocoderModulator>(ModulatorTraitsOf);
-    case EngineTree::Vocoder:
-        break;
+/// Asks a fresh engine of that kind.
+template <class Engine, class Contents>
+void DescribeAll(Contents& contents, ParameterTraits (*traitsOf)(std::string_view)) {
+    const auto engine = std::make_unique<Engine>();
+    for (std::uint32_t id = 0; id < Engine::parameterCount; ++id) {
+        char name[maxNameLength];
+        Velmora::dsp::ParameterNameWriter writer(name, maxNameLength);
+        engine->GetParameterName(id, writer);
+        contents.Add(name, *engine->FindParameter(id), traitsOf(name));
     }
-    return DescribeAll<Velmora::Processor::BodeVocoder>(VocoderTraitsOf);
+}
+
+/// Messages between the interface of the instrument and its engine, which stand behind its parameters.
+constexpr std::array messageNames = {"ToolTipUpdate", "ToolTipText"};
+
+template <class Contents>
+void DescribeTree(EngineTree tree, Contents& contents) {
+    switch (tree) {
+    case EngineTree::Vocoder:
+        DescribeAll<Velmora::Processor::BodeVocoder>(contents, VocoderTraitsOf);
+        return;
+    case EngineTree::Instrument:
+        DescribeAll<Velmora::Processor::VocoderProcessor>(contents, InstrumentTraitsOf);
+        for (const char* const name : messageNames) {
+            contents.Add(name, Velmora::dsp::ModuleParam(name), InstrumentTraitsOf(name));
+        }
+        return;
+    }
 }
 
 } // namespace
 
-ParameterCatalog::ParameterCatalog(EngineTree engineTree)
-    : tree(engineTree), parameters(DescribeTree(engineTree)) {}
+ParameterCatalog::ParameterCatalog(EngineTree engineTree) : tree(engineTree) {
+    const auto described = std::make_shared<Contents>();
+    DescribeTree(tree, *described);
+    contents = described;
+}
+
+const ParameterCatalog& ParameterCatalog::OfInstrument() {
+    static const ParameterCatalog catalog(EngineTree::Instrument);
+    return catalog;
+}
+
+const std::vector<ParameterInfo>& ParameterCatalog::Parameters() const { return contents->parameters; }
+
+float ParameterCatalog::ToValue(std::uint32_t id, float position) const {
+    return id < contents->records.size() ? contents->records[id].ToValue(position) : 0.0F;
+}
+
+float ParameterCatalog::StartPosition(std::uint32_t id) const {
+    return id < contents->records.size() ? contents->records[id].PeekNormalized() : 0.0F;
+}
+
+float ParameterCatalog::ToPosition(std::uint32_t id, float value) const {
+    // A curve and its inverse are not exact: one of the next few positions may give the very value.
+    constexpr int reach = 4;
+    if (id >= contents->records.size()) {
+        return 0.0F;
+    }
+    const Velmora::dsp::ModuleParam& record = contents->records[id];
+    const float inverse = record.ToNormalized(value);
+    const float nearest = record.inverted ? 1.0F - inverse : inverse;
+    float below = nearest;
+    float above = nearest;
+    for (int step = 0; step <= reach; ++step) {
+        for (const float position : {below, above}) {
+            if (record.ToValue(position) == value) {
+                return position;
+            }
+        }
+        below = std::nextafter(below, 0.0F);
+        above = std::nextafter(above, 1.0F);
+    }
+    return nearest;
+}
 
 const ParameterInfo* ParameterCatalog::FindExact(std::string_view fullName) const {
-    const auto found = std::find_if(parameters.begin(), parameters.end(),
+    const auto found = std::find_if(Parameters().begin(), Parameters().end(),
                                     [fullName](const ParameterInfo& info) { return info.name == fullName; });
-    return found != parameters.end() ? &*found : nullptr;
+    return found != Parameters().end() ? &*found : nullptr;
 }
 
 const ParameterInfo& ParameterCatalog::Find(std::string_view name) const {
@@ -118,7 +185,7 @@ const ParameterInfo& ParameterCatalog::Find(std::string_view name) const {
         return *exact;
     }
     std::vector<const ParameterInfo*> candidates;
-    for (const ParameterInfo& info : parameters) {
+    for (const ParameterInfo& info : Parameters()) {
         if (name.empty() || !HasEnding(info.name, name)) {
             continue;
         }
@@ -154,7 +221,7 @@ std::vector<std::string> ParameterCatalog::Similar(std::string_view name) const 
             matches.push_back({distance, ending});
         }
     };
-    for (const ParameterInfo& info : parameters) {
+    for (const ParameterInfo& info : Parameters()) {
         consider(info.name);
         for (auto at = info.name.find('_'); at != std::string::npos; at = info.name.find('_', at + 1)) {
             consider(std::string_view(info.name).substr(at + 1));

@@ -16,7 +16,21 @@ enum class ParameterKind {
     Mapped
 };
 
-enum class ParameterUnit { None, Decibel, Second, Millisecond, Hertz };
+enum class ParameterUnit {
+    None,
+    Decibel,
+    Second,
+    Millisecond,
+    Hertz,
+    /// Of the whole, where that is not the knob's position.
+    Percent,
+    Semitone,
+    Cent,
+    /// An angle.
+    Degree,
+    /// Quarter notes.
+    Beat
+};
 
 enum class ParameterRole {
     /// What a player turns.
@@ -28,7 +42,9 @@ enum class ParameterRole {
     /// A constant of the modelled circuit; some of them are rewritten by the engine as it runs.
     Circuit,
     /// A light or meter that the engine writes; cannot be set.
-    Output
+    Output,
+    /// What a host tells the engine, as a bracket around a preset; not for users.
+    Command
 };
 
 /// What a program needs to know of one parameter of the engine.
@@ -43,6 +59,8 @@ struct ParameterInfo {
     ParameterRole role = ParameterRole::Circuit;
     /// "on" and "off" name its two ends.
     bool isSwitch = false;
+    /// Names of its steps, joined by "|"; empty when they have none.
+    std::string_view choices;
     /// The real range, in the unit.
     float minimum = 0.0F;
     float maximum = 1.0F;
@@ -51,6 +69,8 @@ struct ParameterInfo {
     float stepWidth = 0.0F;
     /// The real value in a fresh engine.
     float start = 0.0F;
+
+    bool IsSettable() const { return role != ParameterRole::Output && role != ParameterRole::Command; }
 };
 
 /// One parameter with what it shall be set to.

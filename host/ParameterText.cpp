@@ -27,7 +27,11 @@ constexpr std::array unitNames = {
     UnitName{"db", ParameterUnit::Decibel, 1.0},    UnitName{"s", ParameterUnit::Second, 1.0},
     UnitName{"ms", ParameterUnit::Second, 1e-3},    UnitName{"hz", ParameterUnit::Hertz, 1.0},
     UnitName{"khz", ParameterUnit::Hertz, 1e3},     UnitName{"ms", ParameterUnit::Millisecond, 1.0},
-    UnitName{"s", ParameterUnit::Millisecond, 1e3},
+    UnitName{"s", ParameterUnit::Millisecond, 1e3}, UnitName{"st", ParameterUnit::Semitone, 1.0},
+    UnitName{"ct", ParameterUnit::Semitone, 0.01},  UnitName{"ct", ParameterUnit::Cent, 1.0},
+    UnitName{"st", ParameterUnit::Cent, 100.0},     UnitName{"deg", ParameterUnit::Degree, 1.0},
+    UnitName{"beats", ParameterUnit::Beat, 1.0},    UnitName{"beat", ParameterUnit::Beat, 1.0},
+    UnitName{"%", ParameterUnit::Percent, 1.0},
 };
 
 std::string_view Trim(std::string_view text) {
@@ -69,6 +73,15 @@ std::string_view NameOfUnit(ParameterUnit unit) {
         return "s or ms";
     case ParameterUnit::Hertz:
         return "Hz or kHz";
+    case ParameterUnit::Semitone:
+    case ParameterUnit::Cent:
+        return "st or ct";
+    case ParameterUnit::Degree:
+        return "deg";
+    case ParameterUnit::Beat:
+        return "beats";
+    case ParameterUnit::Percent:
+        return "%";
     case ParameterUnit::None:
         break;
     }
@@ -111,7 +124,7 @@ ParameterSetting Value(const ParameterInfo& info, std::string_view text, double 
 ParameterSetting ValueWithUnit(const ParameterInfo& info, std::string_view text, double number,
                                std::string_view unitText) {
     const std::string unit = Lower(unitText);
-    if (unit == "%") {
+    if (unit == "%" && info.unit != ParameterUnit::Percent) {
         return Position(info, text, number * 0.01);
     }
     if (unit == "knob") {
@@ -128,6 +141,18 @@ ParameterSetting ValueWithUnit(const ParameterInfo& info, std::string_view text,
             fmt::format("{}: '{}' has a wrong unit; it takes {}", info.name, text, NameOfUnit(info.unit)));
     }
     return Value(info, text, number * fitting->factor);
+}
+
+/// The number of the step that has a name, in any case.
+std::optional<unsigned> StepOfChoice(const ParameterInfo& info, std::string_view text) {
+    const std::string wanted = Lower(text);
+    for (unsigned step = 0; step < info.stepCount; ++step) {
+        const std::string_view choice = ChoiceOf(info, step);
+        if (!choice.empty() && Lower(choice) == wanted) {
+            return step;
+        }
+    }
+    return std::nullopt;
 }
 
 /// The shortest digits that give the same float, without an exponent.
@@ -150,10 +175,22 @@ std::string Seconds(float value) {
 
 } // namespace
 
+std::string_view ChoiceOf(const ParameterInfo& info, unsigned step) {
+    std::string_view rest = info.choices;
+    for (unsigned n = 0; n < step; ++n) {
+        const auto bar = rest.find('|');
+        rest = bar == std::string_view::npos ? std::string_view() : rest.substr(bar + 1);
+    }
+    return rest.substr(0, rest.find('|'));
+}
+
 ParameterSetting ParseSetting(const ParameterInfo& info, std::string_view text) {
     std::string_view rest = Trim(text);
     if (info.isSwitch && (Lower(rest) == "on" || Lower(rest) == "off")) {
         return {info.id, Scale::Value, Lower(rest) == "on" ? info.maximum : info.minimum};
+    }
+    if (const std::optional<unsigned> step = StepOfChoice(info, rest)) {
+        return {info.id, Scale::Value, info.minimum + static_cast<float>(*step) * info.stepWidth};
     }
     const bool isPosition = rest.starts_with('@');
     if (isPosition) {
@@ -169,19 +206,54 @@ ParameterSetting ParseSetting(const ParameterInfo& info, std::string_view text) 
     return rest.empty() ? Value(info, text, *number) : ValueWithUnit(info, text, *number, rest);
 }
 
+void CheckIsSettable(const ParameterInfo& info) {
+    if (!info.IsSettable()) {
+        throw UsageError(fmt::format("{} is {} and cannot be set", info.name,
+                                     info.role == ParameterRole::Output ? "an output of the engine"
+                                                                        : "a command of the host"));
+    }
+}
+
+float PositionOf(const ParameterCatalog& catalog, const ParameterSetting& setting) {
+    return setting.scale == Scale::Position ? setting.number : catalog.ToPosition(setting.id, setting.number);
+}
+
+ParameterSetting SettingAt(const ParameterCatalog& catalog, std::uint32_t id, float position) {
+    constexpr int mostDigits = 9;
+    const float value = catalog.ToValue(id, position);
+    for (int digits = 1; digits <= mostDigits; ++digits) {
+        const std::string text = fmt::format("{:.{}g}", value, digits);
+        double rounded = 0.0;
+        std::from_chars(text.data(), text.data() + text.size(), rounded);
+        const auto candidate = static_cast<float>(rounded);
+        const bool isInRange =
+            candidate >= catalog.Parameters()[id].minimum && candidate <= catalog.Parameters()[id].maximum;
+        if (isInRange && catalog.ToPosition(id, candidate) == position) {
+            return {id, Scale::Value, candidate};
+        }
+    }
+    return {id, Scale::Position, position};
+}
+
 ParameterSetting ParseAssignment(const ParameterCatalog& catalog, std::string_view text) {
     const auto equals = text.find('=');
     if (equals == std::string_view::npos || Trim(text.substr(0, equals)).empty()) {
         throw UsageError(fmt::format("'{}' is not of the form NAME=VALUE", text));
     }
     const ParameterInfo& info = catalog.Find(Trim(text.substr(0, equals)));
-    if (info.role == ParameterRole::Output) {
-        throw UsageError(fmt::format("{} is an output of the engine and cannot be set", info.name));
-    }
+    CheckIsSettable(info);
     return ParseSetting(info, text.substr(equals + 1));
 }
 
 std::string FormatValue(const ParameterInfo& info, float value) {
+    if (info.kind == ParameterKind::Stepped && !info.choices.empty()) {
+        const float step = (value - info.minimum) / info.stepWidth;
+        const bool isStep = step >= 0.0F && step == std::floor(step);
+        const std::string_view choice = isStep ? ChoiceOf(info, static_cast<unsigned>(step)) : "";
+        if (!choice.empty()) {
+            return std::string(choice);
+        }
+    }
     if (info.isSwitch && (value == info.minimum || value == info.maximum)) {
         return value == info.maximum ? "on" : "off";
     }
@@ -194,6 +266,16 @@ std::string FormatValue(const ParameterInfo& info, float value) {
         return Seconds(value);
     case ParameterUnit::Millisecond:
         return Digits(value) + " ms";
+    case ParameterUnit::Percent:
+        return Digits(value) + " %";
+    case ParameterUnit::Semitone:
+        return Digits(value) + " st";
+    case ParameterUnit::Cent:
+        return Digits(value) + " ct";
+    case ParameterUnit::Degree:
+        return Digits(value) + " deg";
+    case ParameterUnit::Beat:
+        return Digits(value) + " beats";
     case ParameterUnit::None:
         break;
     }
@@ -206,6 +288,13 @@ std::string FormatSetting(const ParameterInfo& info, const ParameterSetting& set
 }
 
 std::string FormatRange(const ParameterInfo& info) {
+    if (!info.choices.empty()) {
+        std::string names(info.choices);
+        for (auto bar = names.find('|'); bar != std::string::npos; bar = names.find('|', bar)) {
+            names.replace(bar, 1, ", ");
+        }
+        return names;
+    }
     if (info.isSwitch) {
         return info.kind == ParameterKind::Stepped ? "off, on" : "off .. on";
     }

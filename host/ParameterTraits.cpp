@@ -29,10 +29,11 @@ bool EndsWith(std::string_view name, std::string_view ending) {
 
 } // namespace
 
-ParameterTraits FindTraits(std::span<const TraitsRow> rows, std::string_view name) {
+ParameterTraits FindTraits(std::span<const TraitsRow> rows, std::string_view name,
+                           const ParameterTraits& otherwise) {
     const auto row = std::find_if(rows.begin(), rows.end(),
                                   [name](const TraitsRow& r) { return EndsWith(name, r.ending); });
-    return row != rows.end() ? row->traits : ParameterTraits{};
+    return row != rows.end() ? row->traits : otherwise;
 }
 
 } // namespace orphia::host

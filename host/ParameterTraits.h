@@ -17,12 +17,22 @@ struct ParameterTraits {
     bool isSwitch = false;
     /// A stepped parameter of which the engine reads the position between the steps.
     bool isKnob = false;
+    /// The names of a stepped parameter's values in order, joined by "|"; an empty name is none.
+    std::string_view choices = {};
 };
+
+/// A control whose steps have names.
+constexpr ParameterTraits Choice(std::string_view description, std::string_view choices) {
+    return {ParameterRole::Control, ParameterUnit::None, description, false, false, choices};
+}
 
 /// The traits of a parameter of a tree, by its full name.
 ParameterTraits VocoderTraitsOf(std::string_view name);
 ParameterTraits CarrierTraitsOf(std::string_view name);
 ParameterTraits ModulatorTraitsOf(std::string_view name);
+ParameterTraits InstrumentTraitsOf(std::string_view name);
+/// Of the effects, with their slot: "FX1_Delay_Time".
+ParameterTraits EffectTraitsOf(std::string_view name);
 
 /// One line of a table of traits.
 struct TraitsRow {
@@ -31,7 +41,8 @@ struct TraitsRow {
     ParameterTraits traits;
 };
 
-/// The first row that fits a name, else a circuit constant without a unit.
-ParameterTraits FindTraits(std::span<const TraitsRow> rows, std::string_view name);
+/// The first row that fits a name, else what is given: a circuit constant without a unit.
+ParameterTraits FindTraits(std::span<const TraitsRow> rows, std::string_view name,
+                           const ParameterTraits& otherwise = {});
 
 } // namespace orphia::host

@@ -3,6 +3,7 @@
 
 #include "host/Errors.h"
 #include "host/ParameterText.h"
+#include "host/PendingFile.h"
 #include "host/WholeFile.h"
 
 #include <fmt/format.h>
@@ -10,6 +11,8 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <charconv>
+#include <iterator>
 #include <set>
 
 namespace orphia::host {
@@ -112,20 +115,19 @@ std::string UnknownMessage(const ParameterCatalog& catalog, const std::string& n
            (similar.empty() ? "" : fmt::format(" (similar: {})", fmt::join(similar, ", ")));
 }
 
-} // namespace
-
-Preset ParsePreset(std::string_view text, const ParameterCatalog& catalog,
-                   std::vector<std::string>& warnings) {
-    const Json root = ParseJson(text);
-    CheckHeader(root, text);
-    Preset preset;
-    if (root.contains("name")) {
-        if (!root["name"].is_string()) {
-            Refuse(LineOfKey(text, "name"), "\"name\" must be a text");
-        }
-        preset.name = root["name"].get<std::string>();
+/// A text of the outermost object; empty when there is none.
+std::string TextOf(const Json& root, std::string_view text, const char* key) {
+    if (!root.contains(key)) {
+        return {};
     }
-    const Json& parameters = root["parameters"];
+    if (!root[key].is_string()) {
+        Refuse(LineOfKey(text, key), fmt::format("\"{}\" must be a text", key));
+    }
+    return root[key].get<std::string>();
+}
+
+void ReadSettings(const Json& parameters, std::string_view text, const ParameterCatalog& catalog,
+                  Preset& preset, std::vector<std::string>& warnings) {
     const auto isKnown = [&catalog](const auto& item) { return catalog.FindExact(item.key()) != nullptr; };
     if (!parameters.empty() && std::none_of(parameters.items().begin(), parameters.items().end(), isKnown)) {
         Refuse(LineOfKey(text, "parameters"),
@@ -137,8 +139,8 @@ Preset ParsePreset(std::string_view text, const ParameterCatalog& catalog,
             warnings.push_back(UnknownMessage(catalog, name));
             continue;
         }
-        if (info->role == ParameterRole::Output) {
-            warnings.push_back(fmt::format("{} is an output of the engine and was ignored", name));
+        if (!info->IsSettable()) {
+            warnings.push_back(fmt::format("{} is an output or command of the engine and was ignored", name));
             continue;
         }
         try {
@@ -147,14 +149,70 @@ Preset ParsePreset(std::string_view text, const ParameterCatalog& catalog,
             Refuse(LineOfKey(text, name), error.what());
         }
     }
+}
+
+std::map<std::uint32_t, std::filesystem::path> ReadSamples(const Json& samples, std::string_view text,
+                                                           const std::filesystem::path& folder) {
+    std::map<std::uint32_t, std::filesystem::path> paths;
+    if (!samples.is_object()) {
+        Refuse(LineOfKey(text, "samples"), "\"samples\" must be an object of numbers and paths");
+    }
+    for (const auto& [key, value] : samples.items()) {
+        std::uint32_t number = 0;
+        const auto end = std::from_chars(key.data(), key.data() + key.size(), number).ptr;
+        if (end != key.data() + key.size() || number < 1 || number > Preset::sampleCount) {
+            Refuse(LineOfKey(text, key),
+                   fmt::format("'{}' is no sample from 1 to {}", key, Preset::sampleCount));
+        }
+        if (!value.is_string() || value.get<std::string>().empty()) {
+            Refuse(LineOfKey(text, key), fmt::format("the path of sample {} must be a text", key));
+        }
+        paths[number - 1] = (folder / value.get<std::string>()).lexically_normal();
+    }
+    return paths;
+}
+
+/// Within the folder or beside it a path can move along with the preset.
+std::string PathText(const std::filesystem::path& path, const std::filesystem::path& folder) {
+    if (folder.empty()) {
+        return path.generic_string();
+    }
+    const std::filesystem::path whole = std::filesystem::absolute(folder).lexically_normal();
+    const std::filesystem::path base = whole.has_filename() ? whole : whole.parent_path();
+    const std::filesystem::path relative = path.lexically_relative(base);
+    const bool isNear = !relative.empty() && base.has_relative_path() &&
+                        std::count(relative.begin(), relative.end(), "..") < 2;
+    return isNear ? relative.generic_string() : path.generic_string();
+}
+
+} // namespace
+
+Preset ParsePreset(std::string_view text, const ParameterCatalog& catalog, std::vector<std::string>& warnings,
+                   const std::filesystem::path& folder) {
+    const Json root = ParseJson(text);
+    CheckHeader(root, text);
+    Preset preset;
+    preset.name = TextOf(root, text, "name");
+    preset.description = TextOf(root, text, "description");
+    ReadSettings(root["parameters"], text, catalog, preset, warnings);
+    if (root.contains("samples") && catalog.Tree() == EngineTree::Instrument) {
+        preset.samples = ReadSamples(root["samples"], text, folder);
+    }
     return preset;
+}
+
+PresetSummary SummaryOf(std::string_view text) {
+    const Json root = ParseJson(text);
+    CheckHeader(root, text);
+    return {TextOf(root, text, "name"), TextOf(root, text, "description")};
 }
 
 Preset ReadPreset(const std::filesystem::path& path, const ParameterCatalog& catalog,
                   std::vector<std::string>& warnings) {
     try {
         const std::size_t first = warnings.size();
-        Preset preset = ParsePreset(ReadWholeFile(path, maxFileSize, "a preset"), catalog, warnings);
+        const std::string text = ReadWholeFile(path, maxFileSize, "a preset");
+        Preset preset = ParsePreset(text, catalog, warnings, std::filesystem::absolute(path).parent_path());
         for (std::size_t i = first; i < warnings.size(); ++i) {
             warnings[i] = fmt::format("{}: {}", path.string(), warnings[i]);
         }
@@ -164,17 +222,41 @@ Preset ReadPreset(const std::filesystem::path& path, const ParameterCatalog& cat
     }
 }
 
-std::string FormatPreset(const Preset& preset, const ParameterCatalog& catalog) {
+PresetSummary ReadPresetSummary(const std::filesystem::path& path) {
+    try {
+        return SummaryOf(ReadWholeFile(path, maxFileSize, "a preset"));
+    } catch (const FileError& error) {
+        throw FileError(fmt::format("{}: {}", path.string(), error.what()));
+    }
+}
+
+std::string FormatPreset(const Preset& preset, const ParameterCatalog& catalog,
+                         const std::filesystem::path& folder) {
     Json root;
     root["format"] = formatName;
     root["version"] = Preset::currentVersion;
     root["name"] = preset.name;
+    if (!preset.description.empty()) {
+        root["description"] = preset.description;
+    }
     Json& parameters = root["parameters"] = Json::object();
     for (const ParameterSetting& setting : preset.settings) {
         const ParameterInfo& info = catalog.Parameters().at(setting.id);
         parameters[info.name] = FormatSetting(info, setting);
     }
+    if (preset.samples) {
+        Json& samples = root["samples"] = Json::object();
+        for (const auto& [sample, path] : *preset.samples) {
+            samples[fmt::format("{}", sample + 1)] = PathText(path, folder);
+        }
+    }
     return root.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+void WritePreset(const std::filesystem::path& path, const Preset& preset, const ParameterCatalog& catalog) {
+    PendingFile file(path);
+    file.Write(FormatPreset(preset, catalog, std::filesystem::absolute(path).parent_path()));
+    file.Commit();
 }
 
 Preset DefaultPreset(const ParameterCatalog& catalog) {

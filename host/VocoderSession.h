@@ -2,27 +2,13 @@
 #pragma once
 
 #include "host/EngineSession.h"
+#include "host/MeterReading.h"
 
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <span>
 
 namespace orphia::host {
-
-/// What the front panel shows, each 0 to 1.
-struct MeterReading {
-    static constexpr std::size_t bandCount = 16;
-
-    std::array<float, bandCount> bands{};
-    /// The noise gate is open.
-    float hiss = 0.0F;
-    /// The voiced decision, smoothed.
-    float buzz = 0.0F;
-    /// The modulator's and the carrier's preamp are overloaded.
-    float programOverload = 0.0F;
-    float carrierOverload = 0.0F;
-};
 
 /// One vocoder with its settings: stereo modulator and carrier in, stereo mix out. The core adds no
 /// latency. A new session has the engine's own start values, with which nothing is heard: apply a preset.

@@ -2,19 +2,12 @@
 #pragma once
 
 #include "Command.h"
-#include "RenderOptions.h"
-
-#include <filesystem>
-
-namespace orphia::host {
-class MidiPlayer;
-}
+#include "InstrumentOptions.h"
+#include "SongRender.h"
 
 namespace orphia::tools {
 
-class RenderOutput;
-
-/// orphia play: renders a MIDI file through the carrier.
+/// orphia play: renders a MIDI file, and what is heard is the carrier.
 class PlayCommand final : public Command {
 public:
     explicit PlayCommand(CLI::App& app);
@@ -24,13 +17,11 @@ public:
 
 private:
     void Check();
-    void Render() const;
-    void RenderSong(host::MidiPlayer& player, RenderOutput& output) const;
 
     CLI::App* command;
-    std::filesystem::path songPath;
+    SongJob job;
     double tailSeconds = 0.0;
-    RenderOptions options;
+    InstrumentOptions options;
 };
 
 } // namespace orphia::tools

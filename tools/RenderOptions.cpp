@@ -2,22 +2,23 @@
 #include "RenderOptions.h"
 
 #include "ParameterList.h"
+#include "PresetChoice.h"
 #include "Terminal.h"
 #include "host/Errors.h"
+#include "host/Instrument.h"
 #include "host/ParameterText.h"
-#include "host/Preset.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <system_error>
+#include <utility>
 
 namespace orphia::tools {
 
 namespace {
 
-using host::EngineSession;
 using host::UsageError;
 
 bool SameFile(const std::filesystem::path& a, const std::filesystem::path& b) {
@@ -30,17 +31,21 @@ bool SameFile(const std::filesystem::path& a, const std::filesystem::path& b) {
 
 RenderOptions::RenderOptions(CLI::App& app, host::EngineTree engineTree, const std::string& rateDefault)
     : command(app), tree(engineTree) {
+    const bool playsInstrument = tree == host::EngineTree::Instrument;
     app.add_option("-o,--output", outputPath, "the result: .wav, .flac or .ogg; replaced if it exists")
         ->type_name("FILE");
     app.add_option("--set", assignments, "set a parameter, over all presets; may be repeated")
         ->type_name("NAME=VALUE")
         ->allow_extra_args(false);
-    app.add_option("--preset", presetPath, "settings from a file, over the built-in ones")->type_name("FILE");
+    app.add_option("--preset", presetName,
+                   playsInstrument ? "a preset by its name (orphia presets lists them), or a file"
+                                   : "settings from a file, over the built-in ones")
+        ->type_name(playsInstrument ? "NAME" : "FILE");
     app.add_option("--save-preset", savePresetPath, "write the settings of this run to a file")
         ->type_name("FILE");
     app.add_option("--rate", sampleRate, "sample rate; else " + rateDefault)->type_name("HZ");
-    app.add_option("--bits", bits, "16, 24 (as by default) or float")
-        ->type_name("BITS")
+    app.add_option("--bits,--format", bits, "of the samples: 16, 24 (as by default) or float")
+        ->type_name("FORMAT")
         ->transform(CLI::IsMember({"16", "24", "float"}));
     app.add_option("--seed", seed, "start of the noise (1); the same seed gives the same file")
         ->type_name("N");
@@ -49,6 +54,9 @@ RenderOptions::RenderOptions(CLI::App& app, host::EngineTree engineTree, const s
 }
 
 const host::ParameterCatalog& RenderOptions::Catalog() const {
+    if (tree == host::EngineTree::Instrument) {
+        return host::ParameterCatalog::OfInstrument();
+    }
     if (!catalog) {
         catalog.emplace(tree);
     }
@@ -69,11 +77,30 @@ void CheckTail(double seconds) {
     }
 }
 
+void CheckRate(std::uint32_t rate) {
+    using host::Instrument;
+    if (rate < Instrument::minimumSampleRate || rate > Instrument::maximumSampleRate) {
+        throw UsageError(fmt::format("--rate: {} is outside {} .. {} Hz", rate, Instrument::minimumSampleRate,
+                                     Instrument::maximumSampleRate));
+    }
+}
+
 void RenderOptions::Check(std::span<const std::filesystem::path> inputs) {
     host::AudioFileWriter::CheckFormat(outputPath, Format());
+    CheckFiles(inputs);
+    if (command.count("--rate") > 0) {
+        CheckRate(sampleRate);
+    }
+    ownSettings.clear();
+    for (const std::string& assignment : assignments) {
+        ownSettings.push_back(host::ParseAssignment(Catalog(), assignment));
+    }
+}
+
+void RenderOptions::CheckFiles(std::span<const std::filesystem::path> inputs) const {
     std::vector<std::filesystem::path> read(inputs.begin(), inputs.end());
-    if (!presetPath.empty()) {
-        read.push_back(presetPath);
+    if (!presetName.empty()) {
+        read.emplace_back(presetName);
     }
     for (const auto& input : read) {
         if (SameFile(input, outputPath)) {
@@ -84,37 +111,28 @@ void RenderOptions::Check(std::span<const std::filesystem::path> inputs) {
     std::vector<std::filesystem::path> kept(inputs.begin(), inputs.end());
     kept.push_back(outputPath);
     for (const auto& other : kept) {
-        if (!savePresetPath.empty() && SameFile(other, savePresetPath)) {
+        if (SavesPreset() && SameFile(other, savePresetPath)) {
             throw UsageError(fmt::format("the preset would replace {}", other.string()));
         }
     }
-    if (command.count("--rate") > 0 &&
-        (sampleRate < EngineSession::minimumSampleRate || sampleRate > EngineSession::maximumSampleRate)) {
-        throw UsageError(fmt::format("--rate: {} is outside {} .. {} Hz", sampleRate,
-                                     EngineSession::minimumSampleRate, EngineSession::maximumSampleRate));
-    }
-    ownSettings.clear();
-    for (const std::string& assignment : assignments) {
-        ownSettings.push_back(host::ParseAssignment(Catalog(), assignment));
-    }
 }
 
-void RenderOptions::Apply(EngineSession& session) const {
-    session.Apply(host::DefaultPreset(Catalog()));
-    if (!presetPath.empty()) {
-        std::vector<std::string> warnings;
-        session.Apply(host::ReadPreset(presetPath, Catalog(), warnings));
-        std::for_each(warnings.begin(), warnings.end(), Warn);
+host::Preset RenderOptions::ReadPreset() const {
+    std::vector<std::string> warnings;
+    host::Preset preset;
+    if (!presetName.empty()) {
+        preset = tree == host::EngineTree::Instrument ? OpenPreset(presetName, warnings)
+                                                      : host::ReadPreset(presetName, Catalog(), warnings);
     }
-    session.Apply({{}, ownSettings});
+    std::for_each(warnings.begin(), warnings.end(), Warn);
+    return preset;
 }
 
-std::unique_ptr<host::PendingFile> RenderOptions::BeginPreset(const EngineSession& session) const {
-    if (savePresetPath.empty()) {
-        return nullptr;
-    }
+std::unique_ptr<host::PendingFile> RenderOptions::BeginPreset(host::Preset preset) const {
+    preset.name = savePresetPath.stem().string();
     auto file = std::make_unique<host::PendingFile>(savePresetPath);
-    file->Write(host::FormatPreset({savePresetPath.stem().string(), session.Settings()}, Catalog()));
+    file->Write(
+        host::FormatPreset(preset, Catalog(), std::filesystem::absolute(savePresetPath).parent_path()));
     return file;
 }
 

@@ -2,10 +2,10 @@
 #pragma once
 
 #include "host/AudioFileWriter.h"
-#include "host/EngineSession.h"
 #include "host/ParameterCatalog.h"
 #include "host/ParameterInfo.h"
 #include "host/PendingFile.h"
+#include "host/Preset.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -24,6 +24,9 @@ namespace orphia::tools {
 /// Refuses a length of --tail that nobody means: throws UsageError.
 void CheckTail(double seconds);
 
+/// Refuses a --rate that no engine runs at: throws UsageError.
+void CheckRate(std::uint32_t rate);
+
 /// The options that all commands share which render sound with an engine: its settings and the result's file.
 class RenderOptions {
 public:
@@ -38,12 +41,15 @@ public:
     /// Refuses impossible options before any work: throws UsageError. No output may be one of the inputs.
     void Check(std::span<const std::filesystem::path> inputs);
 
-    /// The built-in preset, then the one given, then the single settings. Throws FileError; warns of settings
-    /// that are not known.
-    void Apply(host::EngineSession& session) const;
+    /// The preset that was asked for; without one, none but the built-in settings. Throws FileError and
+    /// UsageError; warns of settings that are not known.
+    host::Preset ReadPreset() const;
+    /// What --set says, over all presets, once it is checked.
+    const std::vector<host::ParameterSetting>& OwnSettings() const { return ownSettings; }
 
-    /// Begins the preset that --save-preset asks for, and which appears when it is committed; null without.
-    std::unique_ptr<host::PendingFile> BeginPreset(const host::EngineSession& session) const;
+    /// Begins the preset that --save-preset asks for, and which appears when it is committed.
+    std::unique_ptr<host::PendingFile> BeginPreset(host::Preset preset) const;
+    bool SavesPreset() const { return !savePresetPath.empty(); }
 
     const std::filesystem::path& Output() const { return outputPath; }
     std::optional<host::SampleFormat> Format() const;
@@ -54,17 +60,18 @@ public:
     const host::ParameterCatalog& Catalog() const;
 
 private:
+    void CheckFiles(std::span<const std::filesystem::path> inputs) const;
+
     const CLI::App& command;
     host::EngineTree tree;
     std::filesystem::path outputPath;
-    std::filesystem::path presetPath;
+    std::string presetName;
     std::filesystem::path savePresetPath;
     std::vector<std::string> assignments;
-    /// What the assignments say, once they are checked.
     std::vector<host::ParameterSetting> ownSettings;
     std::string bits;
     std::uint32_t sampleRate = 0;
-    std::uint32_t seed = host::EngineSession::defaultSeed;
+    std::uint32_t seed = 1;
     bool listsParameters = false;
     bool listsAll = false;
     mutable std::optional<host::ParameterCatalog> catalog;

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "RenderOutput.h"
 
-#include "Stopped.h"
 #include "Terminal.h"
-#include "host/EngineSession.h"
 
 #include <fmt/format.h>
 
@@ -20,44 +18,54 @@ namespace {
 constexpr std::size_t outputChannels = 2;
 constexpr double chunkSeconds = 0.1;
 
-std::size_t FramesOfChunk(std::uint32_t sampleRate) {
-    const std::size_t block = host::EngineSession::BlockSize(static_cast<float>(sampleRate));
-    const auto blocks =
-        static_cast<std::size_t>(std::lround(chunkSeconds * sampleRate / static_cast<double>(block)));
+std::size_t FramesOfChunk(std::uint32_t sampleRate, std::uint32_t block) {
+    const auto blocks = static_cast<std::size_t>(std::lround(chunkSeconds * sampleRate / block));
     return block * std::max<std::size_t>(blocks, 1);
 }
 
-} // namespace
+/// -90 dBFS, which 16 bits hardly hold.
+bool Sounds(float sample) { return std::abs(sample) > 3.1622776e-5F; }
 
-bool IsSilent(std::span<const float> samples) {
-    constexpr float threshold = 3.1622776e-5F;
-    return std::all_of(samples.begin(), samples.end(),
-                       [](float sample) { return std::abs(sample) < threshold; });
-}
+} // namespace
 
 std::string Decibels(double magnitude) {
     return magnitude > 0.0 ? fmt::format("{:.1f}", 20.0 * std::log10(magnitude)) : "-inf";
 }
 
-RenderOutput::RenderOutput(std::filesystem::path outputPath, std::uint32_t rate,
+RenderOutput::RenderOutput(std::filesystem::path outputPath, std::uint32_t rate, std::uint32_t framesPerBlock,
                            std::optional<host::SampleFormat> format)
     : path(std::move(outputPath)), sampleRate(rate), writer(path, rate, format), loudness(rate),
-      samples(FramesOfChunk(rate) * outputChannels) {}
+      chunk(FramesOfChunk(rate, framesPerBlock) * outputChannels) {}
 
-std::span<const float> RenderOutput::Render(std::size_t frames,
-                                            const std::function<void(std::span<float>)>& render) {
+std::size_t RenderOutput::Render(const std::function<std::size_t(std::span<float>)>& render) {
     using Clock = std::chrono::steady_clock;
-    const std::span<float> output(samples.data(), std::min(frames, ChunkFrames()) * outputChannels);
     const Clock::time_point start = Clock::now();
-    render(output);
+    const std::size_t result = render(chunk);
     renderSeconds += std::chrono::duration<double>(Clock::now() - start).count();
-    loudness.Add(output);
-    writer.Write(output);
-    framesDone += output.size() / outputChannels;
-    if (StopSignal() != 0) {
-        throw Stopped();
+    return result;
+}
+
+void RenderOutput::Write(std::size_t frames) { Append(std::span(chunk).first(frames * outputChannels)); }
+
+void RenderOutput::WriteWhatSounds(std::size_t kept, std::size_t frames) {
+    const std::span<const float> samples = std::span(chunk).first(frames * outputChannels);
+    const auto lastSound = std::find_if(samples.rbegin(), samples.rend(), Sounds).base() - samples.begin();
+    // To the end of its frame.
+    const std::size_t sounding = (static_cast<std::size_t>(lastSound) + 1) / outputChannels;
+    const std::size_t written = std::max(kept, sounding) * outputChannels;
+    if (written > 0) {
+        Append(held);
+        held.clear();
+        Append(samples.first(written));
     }
-    return output;
+    const auto rest = samples.subspan(written);
+    held.insert(held.end(), rest.begin(), rest.end());
+}
+
+void RenderOutput::Append(std::span<const float> samples) {
+    loudness.Add(samples);
+    writer.Write(samples);
+    framesDone += samples.size() / outputChannels;
 }
 
 void RenderOutput::Finish() { writer.Finish(); }

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "SampleCommand.h"
 
+#include "KeyPerformance.h"
 #include "RenderOutput.h"
+#include "RenderRun.h"
 #include "RunDisplay.h"
 #include "Stopped.h"
 #include "Terminal.h"
 #include "host/Errors.h"
-#include "host/ModulatorSession.h"
+#include "host/Instrument.h"
 #include "host/SampleReport.h"
 
 #include <CLI/CLI.hpp>
@@ -25,14 +27,10 @@ namespace orphia::tools {
 namespace {
 
 using host::FileError;
-using host::ModulatorSession;
 using host::SampleReport;
 using host::UsageError;
 
 constexpr double mostHeldSeconds = 3600.0;
-/// What equaliser and compressor may take to fall silent when the sample is over.
-constexpr double longestTail = 10.0;
-constexpr std::uint32_t blocksPerDisplay = 100;
 
 /// The nearest note and how far from it, for instance "A4 -3 cents".
 std::string NoteOf(double hertz) {
@@ -71,7 +69,7 @@ std::string ReportText(const SampleReport& report) {
 
 SampleCommand::SampleCommand(CLI::App& app)
     : command(app.add_subcommand("sample", "Tell what the sampler makes of sound files, or render one")),
-      slot(*command), options(*command, host::EngineTree::Modulator, "that of the file") {
+      slot(*command), options(*command, "that of the file") {
     command->add_option("FILE", paths, "sound files; with -o a single one")->type_name("");
     command
         ->add_option("--seconds", heldSeconds,
@@ -140,15 +138,21 @@ void SampleCommand::Render() const {
         throw FileError(fmt::format("{}: {}", paths.front().string(), report.reason));
     }
     const auto ownRate = std::clamp(static_cast<std::uint32_t>(report.sampleRate),
-                                    ModulatorSession::minimumSampleRate, ModulatorSession::maximumSampleRate);
+                                    host::Instrument::minimumSampleRate, host::Instrument::maximumSampleRate);
     const std::uint32_t rate = options.SampleRate() != 0 ? options.SampleRate() : ownRate;
-    ModulatorSession session(rate, options.Seed());
-    options.Apply(session);
-    slot.Apply(session, options.Catalog(), report.Seconds());
-    const std::unique_ptr<host::PendingFile> presetFile = options.BeginPreset(session);
-    session.LoadSample(0, paths.front());
-    RenderOutput output(options.Output(), rate, options.Format());
-    RenderNote(session, output, report.Seconds());
+    // The preamp at the level where the monitor is as loud as the sample itself, and a short envelope.
+    const auto instrument =
+        options.MakeInstrument(rate, {{"ProgramLevel=-6.02 dB", "Attack=2 ms", "Release=50 ms"},
+                                      {"OutputSelection=modulator", "Modulator_ExternalInput=off"}});
+    slot.Apply(*instrument, report.Seconds());
+    instrument->LoadSample(0, paths.front());
+    const std::unique_ptr<host::PendingFile> presetFile = options.BeginPresetOf(*instrument);
+    RenderOutput output(options.Output(), rate, instrument->FramesPerBlock(), options.Format());
+    const double playedSeconds = SlotOptions::PlayedSeconds(*instrument, report.Seconds());
+    KeyPerformance performance(*instrument, instrument->KeyOf(0), HeldSeconds(*instrument, playedSeconds),
+                               playedSeconds);
+    RunDisplay display(false);
+    RenderWhole(performance, output, std::nullopt, display);
     output.Finish();
     if (presetFile) {
         presetFile->Commit();
@@ -157,40 +161,12 @@ void SampleCommand::Render() const {
     output.PrintSummary();
 }
 
-/// A block at a time, as it is not known where the sample ends.
-void SampleCommand::RenderNote(ModulatorSession& session, RenderOutput& output, double fileSeconds) const {
-    const double playedSeconds = SlotOptions::PlayedSeconds(session, options.Catalog(), fileSeconds);
-    const bool isTimed = command->count("--seconds") > 0;
-    const bool isLooped = SlotOptions::IsLooped(session, options.Catalog());
-    const double releaseSeconds = isTimed    ? heldSeconds
-                                  : isLooped ? 2.0 * playedSeconds
-                                             : std::numeric_limits<double>::infinity();
-    const std::uint32_t key = session.KeyOf(0);
-    const std::size_t block = session.FramesPerBlock();
-    session.NoteOn(key);
-    if (!session.IsPlaying()) {
-        Warn("with these settings the key plays nothing");
+/// How long the key is down.
+double SampleCommand::HeldSeconds(const host::Instrument& instrument, double playedSeconds) const {
+    if (command->count("--seconds") > 0) {
+        return heldSeconds;
     }
-    RunDisplay display(false);
-    double soundedSeconds = 0.0;
-    bool isDown = true;
-    bool isSilent = false;
-    for (std::uint32_t blocks = 1; session.IsPlaying() || !isSilent; ++blocks) {
-        if (isDown && output.Seconds() >= releaseSeconds) {
-            session.NoteOff(key);
-            isDown = false;
-        }
-        isSilent = IsSilent(
-            output.Render(block, [&session](std::span<float> samples) { session.Process(samples); }));
-        soundedSeconds = session.IsPlaying() ? output.Seconds() : soundedSeconds;
-        if (output.Seconds() > soundedSeconds + longestTail) {
-            Warn(fmt::format("the sound was cut {} s after the sample's end", longestTail));
-            return;
-        }
-        if (blocks % blocksPerDisplay == 0) {
-            display.Show(output.Seconds(), std::min(releaseSeconds, playedSeconds), {});
-        }
-    }
+    return SlotOptions::IsLooped(instrument) ? 2.0 * playedSeconds : std::numeric_limits<double>::infinity();
 }
 
 } // namespace orphia::tools

@@ -2,20 +2,13 @@
 #pragma once
 
 #include "Command.h"
-#include "RenderOptions.h"
+#include "InstrumentOptions.h"
 #include "SlotOptions.h"
 
 #include <filesystem>
 #include <vector>
 
-namespace orphia::host {
-class ModulatorSession;
-struct SampleReport;
-} // namespace orphia::host
-
 namespace orphia::tools {
-
-class RenderOutput;
 
 /// orphia sample: tells what the sampler makes of files, or renders one of them through it.
 class SampleCommand final : public Command {
@@ -30,13 +23,13 @@ private:
     void CheckNothingIsRendered() const;
     void Report() const;
     void Render() const;
-    void RenderNote(host::ModulatorSession& session, RenderOutput& output, double fileSeconds) const;
+    double HeldSeconds(const host::Instrument& instrument, double playedSeconds) const;
 
     CLI::App* command;
     std::vector<std::filesystem::path> paths;
     double heldSeconds = 0.0;
     SlotOptions slot;
-    RenderOptions options;
+    InstrumentOptions options;
 };
 
 } // namespace orphia::tools

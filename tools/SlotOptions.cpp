@@ -2,7 +2,7 @@
 #include "SlotOptions.h"
 
 #include "host/Errors.h"
-#include "host/ModulatorSession.h"
+#include "host/Instrument.h"
 #include "host/ParameterText.h"
 
 #include <CLI/CLI.hpp>
@@ -17,8 +17,7 @@ namespace orphia::tools {
 
 namespace {
 
-using host::ModulatorSession;
-using host::ParameterCatalog;
+using host::Instrument;
 using host::ParameterInfo;
 using host::ParameterKind;
 using host::ParameterSetting;
@@ -77,21 +76,20 @@ std::array<float, 2> ParseRange(std::string_view option, std::string_view text, 
     return range;
 }
 
-double ValueOf(const ModulatorSession& session, const ParameterCatalog& catalog, std::string_view name) {
-    return static_cast<double>(session.Value(catalog.Find(name).id));
+double ValueOf(const Instrument& instrument, std::string_view name) {
+    return static_cast<double>(instrument.Value(name));
 }
 
 } // namespace
 
-/// The parameters of sample 1 in a session.
+/// The parameters of sample 1 of an instrument.
 class SlotOptions::Slot {
 public:
-    Slot(ModulatorSession& target, const ParameterCatalog& parameters)
-        : session(target), catalog(parameters) {}
+    explicit Slot(Instrument& target) : instrument(target) {}
 
-    double Get(std::string_view name) const { return ValueOf(session, catalog, name); }
+    double Get(std::string_view name) const { return ValueOf(instrument, name); }
     void Set(std::string_view name, float value) {
-        session.Set({catalog.Find(name).id, ParameterSetting::Scale::Value, value});
+        instrument.Set({instrument.Catalog().Find(name).id, ParameterSetting::Scale::Value, value});
     }
     void SetRange(std::string_view start, std::string_view stop, const std::array<float, 2>& range) {
         Set(start, range[0]);
@@ -99,14 +97,13 @@ public:
     }
     /// Reads an option as the parameter itself is read.
     void SetParsed(std::string_view name, std::string_view option, std::string_view text) {
-        ParameterInfo info = catalog.Find(name);
+        ParameterInfo info = instrument.Catalog().Find(name);
         info.name = option;
-        session.Set(host::ParseSetting(info, text));
+        instrument.Set(host::ParseSetting(info, text));
     }
 
 private:
-    ModulatorSession& session;
-    const ParameterCatalog& catalog;
+    Instrument& instrument;
 };
 
 SlotOptions::SlotOptions(CLI::App& command) {
@@ -129,9 +126,8 @@ SlotOptions::SlotOptions(CLI::App& command) {
     command.add_flag("--repeat", repeats, "play twice");
 }
 
-void SlotOptions::Apply(ModulatorSession& session, const ParameterCatalog& catalog,
-                        double fileSeconds) const {
-    Slot slot(session, catalog);
+void SlotOptions::Apply(Instrument& instrument, double fileSeconds) const {
+    Slot slot(instrument);
     ApplyRanges(slot, fileSeconds);
     ApplyLoop(slot, fileSeconds);
     ApplyPitch(slot);
@@ -192,17 +188,14 @@ void SlotOptions::ApplyLevel(Slot& slot) const {
     }
 }
 
-double SlotOptions::PlayedSeconds(const ModulatorSession& session, const ParameterCatalog& catalog,
-                                  double fileSeconds) {
-    const auto value = [&](std::string_view name) { return ValueOf(session, catalog, name); };
+double SlotOptions::PlayedSeconds(const Instrument& instrument, double fileSeconds) {
+    const auto value = [&](std::string_view name) { return ValueOf(instrument, name); };
     const double speed =
         std::exp2(value(transposition) / 12.0) * (value(stretchOn) > 0.5 ? value(stretchFactor) : 1.0);
     const double times = value(repeatOnce) > 0.5 ? 2.0 : 1.0;
     return fileSeconds * std::max(value(trimStop) - value(trimStart), 0.0) / speed * times;
 }
 
-bool SlotOptions::IsLooped(const ModulatorSession& session, const ParameterCatalog& catalog) {
-    return ValueOf(session, catalog, loopOn) > 0.5;
-}
+bool SlotOptions::IsLooped(const Instrument& instrument) { return ValueOf(instrument, loopOn) > 0.5; }
 
 } // namespace orphia::tools

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "host/ParameterCatalog.h"
-
 #include <string>
 
 namespace CLI {
@@ -10,7 +8,7 @@ class App;
 }
 
 namespace orphia::host {
-class ModulatorSession;
+class Instrument;
 }
 
 namespace orphia::tools {
@@ -22,13 +20,11 @@ public:
 
     /// Sets what was asked for, over all presets and --set. `fileSeconds` is the length of the file. Throws
     /// UsageError for a value out of range.
-    void Apply(host::ModulatorSession& session, const host::ParameterCatalog& catalog,
-               double fileSeconds) const;
+    void Apply(host::Instrument& instrument, double fileSeconds) const;
 
-    /// How long the sample lasts with the settings of a session, played once through.
-    static double PlayedSeconds(const host::ModulatorSession& session, const host::ParameterCatalog& catalog,
-                                double fileSeconds);
-    static bool IsLooped(const host::ModulatorSession& session, const host::ParameterCatalog& catalog);
+    /// How long the sample lasts with the settings of an instrument, played once through.
+    static double PlayedSeconds(const host::Instrument& instrument, double fileSeconds);
+    static bool IsLooped(const host::Instrument& instrument);
 
 private:
     class Slot;

@@ -1,23 +1,20 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "VocodeCommand.h"
 
+#include "InputSound.h"
 #include "RenderOutput.h"
+#include "RenderRun.h"
 #include "RunDisplay.h"
-#include "Terminal.h"
-#include "VocodeRender.h"
-#include "host/AudioFileSource.h"
+#include "VocodePerformance.h"
 #include "host/Errors.h"
-#include "host/ResampledSource.h"
 #include "host/VocoderSession.h"
 
 #include <CLI/CLI.hpp>
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <memory>
-#include <utility>
 
 namespace orphia::tools {
 
@@ -28,13 +25,6 @@ using host::VocoderSession;
 
 /// Files of a lower rate are brought to this one, so that the treble path has its place.
 constexpr std::uint32_t lowestOwnRate = 44100;
-
-void WarnOfReplaced(const std::filesystem::path& path, const host::AudioFileSource& source) {
-    if (source.ReplacedSamples() > 0) {
-        Warn(fmt::format("{}: {} samples were not finite numbers and read as silence", path.string(),
-                         source.ReplacedSamples()));
-    }
-}
 
 } // namespace
 
@@ -67,31 +57,38 @@ void VocodeCommand::Check() {
 }
 
 void VocodeCommand::Render() const {
-    using host::AudioFileSource;
-    auto modulatorFile = std::make_unique<AudioFileSource>(modulatorPath);
-    auto carrierFile = std::make_unique<AudioFileSource>(
-        carrierPath, loopsCarrier ? AudioFileSource::Playback::Loop : AudioFileSource::Playback::Once);
-    const AudioFileSource& modulatorReader = *modulatorFile;
-    const AudioFileSource& carrierReader = *carrierFile;
-    const std::uint32_t ownRate = std::clamp(std::max(modulatorFile->SampleRate(), carrierFile->SampleRate()),
+    using Playback = host::AudioFileSource::Playback;
+    InputSound modulator(modulatorPath, Playback::Once);
+    InputSound carrier(carrierPath, loopsCarrier ? Playback::Loop : Playback::Once);
+    const std::uint32_t ownRate = std::clamp(std::max(modulator.FileRate(), carrier.FileRate()),
                                              lowestOwnRate, VocoderSession::maximumSampleRate);
     const std::uint32_t rate = options.SampleRate() != 0 ? options.SampleRate() : ownRate;
-    const auto modulator = host::AtRate(std::move(modulatorFile), rate);
-    const auto carrier = host::AtRate(std::move(carrierFile), rate);
+    modulator.ConvertTo(rate);
+    carrier.ConvertTo(rate);
 
     VocoderSession session(rate, options.Seed());
-    options.Apply(session);
-    const std::unique_ptr<host::PendingFile> presetFile = options.BeginPreset(session);
-    RenderOutput output(options.Output(), rate, options.Format());
+    session.Apply(host::DefaultPreset(options.Catalog()));
+    session.Apply(options.ReadPreset());
+    for (const host::ParameterSetting& setting : options.OwnSettings()) {
+        session.Set(setting);
+    }
+    std::unique_ptr<host::PendingFile> presetFile;
+    if (options.SavesPreset()) {
+        host::Preset preset;
+        preset.settings = session.Settings();
+        presetFile = options.BeginPreset(preset);
+    }
+    RenderOutput output(options.Output(), rate, VocoderSession::BlockSize(static_cast<float>(rate)),
+                        options.Format());
     RunDisplay display(showsMeters);
-    VocodeRender(*modulator, *carrier, session, output).Run(tailSeconds, display);
-    display.Clear();
+    VocodePerformance performance(modulator, carrier, session);
+    RenderWhole(performance, output, tailSeconds, display);
     output.Finish();
     if (presetFile) {
         presetFile->Commit();
     }
-    WarnOfReplaced(modulatorPath, modulatorReader);
-    WarnOfReplaced(carrierPath, carrierReader);
+    modulator.WarnOfReplaced();
+    carrier.WarnOfReplaced();
     output.PrintSummary();
 }
 

@@ -1,6 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Command.h"
+#include "InfoCommand.h"
+#include "ParamsCommand.h"
 #include "PlayCommand.h"
+#include "PresetsCommand.h"
+#include "RenderCommand.h"
 #include "SampleCommand.h"
 #include "Stopped.h"
 #include "Terminal.h"
@@ -61,13 +65,17 @@ int RunChosen(const std::vector<std::unique_ptr<tools::Command>>& commands) {
 
 int main(int argc, char** argv) {
     tools::WatchStopSignals();
-    CLI::App app{"Orphia VX, a sixteen-band vocoder", "orphia"};
+    CLI::App app{"Orphia VX, a sixteen-band vocoder instrument", "orphia"};
     app.set_version_flag("--version", "orphia " ORPHIA_VERSION);
     app.require_subcommand(1);
     std::vector<std::unique_ptr<tools::Command>> commands;
+    commands.push_back(std::make_unique<tools::RenderCommand>(app));
     commands.push_back(std::make_unique<tools::VocodeCommand>(app));
     commands.push_back(std::make_unique<tools::PlayCommand>(app));
     commands.push_back(std::make_unique<tools::SampleCommand>(app));
+    commands.push_back(std::make_unique<tools::ParamsCommand>(app));
+    commands.push_back(std::make_unique<tools::PresetsCommand>(app));
+    commands.push_back(std::make_unique<tools::InfoCommand>(app));
     const auto isNamed = [argv](const CLI::App* command) { return command->check_name(argv[1]); };
     if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isNamed).empty()) {
         return Fail(fmt::format("unknown command '{}'; see orphia --help", argv[1]), usageStatus);

@@ -2,10 +2,10 @@
 #include "dsp/Chorus.h"
 
 #include "dsp/SoundSamples.h"
+#include "dsp/SyncRates.h"
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -21,10 +21,6 @@ using Limits = ChorusSettings;
 constexpr float feedbackCeiling = 64.0F;
 /// Below this a tail is over; it must not reach the denormal numbers.
 constexpr float silence = 1e-15F;
-
-constexpr float beatsPerCycle[] = {32.0F, 16.0F, 12.0F, 8.0F, 6.0F,        4.0F,
-                                   3.0F,  2.0F,  1.5F,  1.0F, 2.0F / 3.0F, 0.5F};
-constexpr u32 syncRateCount = std::size(beatsPerCycle);
 
 ModuleParam Starting(ModuleParam param, float value) {
     param.SetValue(value);
@@ -51,7 +47,7 @@ std::vector<ModuleParam> Records() {
             stepped("Voices", Limits::mostVoices, 1.0F, 3.0F),
             stepped("LFOShape", ChorusLfo::shapeCount, 0.0F, 0.0F),
             stepped("TempoSync", 2, 0.0F, 0.0F),
-            stepped("SyncRate", syncRateCount, 0.0F, 5.0F),
+            stepped("SyncRate", SyncRates::count, 0.0F, 5.0F),
             mapped("LowCut", exponential, Limits::lowestCutHz, 2000.0F, 4.0F, Limits::lowestCutHz),
             mapped("HighCut", exponential, 500.0F, Limits::highestCutHz, 4.0F, Limits::highestCutHz),
             mapped("Spread", linear, 0.0F, 1.0F, 1.0F, 0.0F),
@@ -132,14 +128,9 @@ void Chorus::ReadModulated(ChorusSettings& into, const ProcessContext& context) 
     into.mix = Hold(parameters[DryWet].GetModulatedValue(context, 2), 0.0F, 1.0F);
     into.depthMs = Hold(parameters[Depth].GetModulatedValue(context, 3), 0.0F, Limits::deepestMs);
     const float free = parameters[Freq].GetModulatedValue(context, 4);
-    const float rate = Step(TempoSync, 0, 1) != 0 ? SyncedRate(context.tempo, free) : free;
+    const bool synced = Step(TempoSync, 0, 1) != 0;
+    const float rate = synced ? SyncRates::CycleHz(std::round(Value(SyncRate)), context.tempo, free) : free;
     into.rateHz = Hold(rate, 0.0F, Limits::fastestHz);
-}
-
-/// A tempo that is none leaves the rate free.
-float Chorus::SyncedRate(float tempo, float otherwise) {
-    const bool isTempo = tempo > 0.0F && std::isfinite(tempo);
-    return isTempo ? tempo / (60.0F * beatsPerCycle[Step(SyncRate, 0, syncRateCount - 1)]) : otherwise;
 }
 
 void Chorus::StepDelays() {

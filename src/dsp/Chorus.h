@@ -83,7 +83,6 @@ private:
     u32 Step(u32 id, u32 first, u32 last);
     void ReadFixed(ChorusSettings& into);
     void ReadModulated(ChorusSettings& into, const ProcessContext& context);
-    float SyncedRate(float tempo, float otherwise);
 
     void StepDelays();
     Float4 TapDelays(ChorusControls::Group offsets, float randomShift) const;

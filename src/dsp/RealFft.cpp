@@ -13,10 +13,11 @@ namespace Velmora::dsp {
 
 namespace {
 
-/// All that is shared between plans; only the execution of a plan may do without it.
-std::mutex& PlannerMutex() {
-    static std::mutex mutex;
-    return mutex;
+/// All but the execution of a plan is shared by the whole process: by other libraries, and by other copies of
+/// this one, which no lock of ours would reach.
+void MakePlannerSafe() {
+    static std::once_flag once;
+    std::call_once(once, fftwf_make_planner_thread_safe);
 }
 
 fftwf_complex* AsSpectrum(float* data) { return reinterpret_cast<fftwf_complex*>(data); }
@@ -24,7 +25,6 @@ fftwf_complex* AsSpectrum(float* data) { return reinterpret_cast<fftwf_complex*>
 } // namespace
 
 void RealFft::PlanDeleter::operator()(fftwf_plan_s* plan) const {
-    const std::lock_guard lock(PlannerMutex());
     fftwf_destroy_plan(plan);
 }
 
@@ -32,12 +32,10 @@ RealFft::RealFft(u32 size) : transformSize(size), work(BufferSize(size)) {
     AlignedBuffer buffer(BufferSize(size));
     float* data = buffer.data();
     const int length = static_cast<int>(size);
-    {
-        // An estimated plan is quick to make, and the same in every run, so results repeat to the last bit.
-        const std::lock_guard lock(PlannerMutex());
-        forward.reset(fftwf_plan_dft_r2c_1d(length, data, AsSpectrum(work.data()), FFTW_ESTIMATE));
-        inverse.reset(fftwf_plan_dft_c2r_1d(length, AsSpectrum(data), work.data(), FFTW_ESTIMATE));
-    }
+    MakePlannerSafe();
+    // An estimated plan is quick to make, and the same in every run, so results repeat to the last bit.
+    forward.reset(fftwf_plan_dft_r2c_1d(length, data, AsSpectrum(work.data()), FFTW_ESTIMATE));
+    inverse.reset(fftwf_plan_dft_c2r_1d(length, AsSpectrum(data), work.data(), FFTW_ESTIMATE));
     if (forward == nullptr || inverse == nullptr) {
         throw CException("no real transform of size " + std::to_string(size), "RealFft", __LINE__);
     }

@@ -93,6 +93,9 @@ void IAftertouchAndMPEManager<VoiceCount>::SetVoicePressure(u32 voice, float amo
 
 template <u32 VoiceCount>
 void IAftertouchAndMPEManager<VoiceCount>::SetNotePressure(u8 note, u8 channel, float amount) {
+    if (!isMpe) {
+        SelectPerVoice(true);
+    }
     u32 from = 0;
     while (from < VoiceCount) {
         const i32 voice = FindExpressionVoice(note, channel, from);

@@ -12,11 +12,11 @@ void MasterVolume::Initialize(float sampleRate, u32 maxBlockSize) {
     buffers.Allocate(BufferCount, maxBlockSize);
 }
 
-void MasterVolume::SetTarget(float decibels) { volume.SetTarget(dsp::DecibelsToGain(decibels)); }
+void MasterVolume::SetTarget(float decibels) { volume.SetTarget(dsp::BoundedDecibelsToGain(decibels)); }
 
 void MasterVolume::Jump(float decibels, const float* modulation) {
-    volume.Set(dsp::DecibelsToGain(decibels));
-    modulationGain.Set(dsp::DecibelsToGain(modulation != nullptr ? modulation[0] : 1.0F));
+    volume.Set(dsp::BoundedDecibelsToGain(decibels));
+    modulationGain.Set(dsp::BoundedDecibelsToGain(modulation != nullptr ? modulation[0] : 1.0F));
 }
 
 void MasterVolume::Apply(float amount, const float* modulation, float* left, float* right, u32 frames) {

@@ -90,12 +90,20 @@ public:
     void NoteOff(u32 note);
     /// Whether a note selects a slot of the keyboard mode.
     bool IsInSelectingOctave(u32 note) const;
+    /// Whether the notes of the selecting octave are kept from the voices: without external input, in the
+    /// keyboard mode.
+    bool KeysSelectSlots();
+    /// Keys held outside the selecting octave.
+    u32 HeldKeyCount() const { return heldKeys; }
 
     /// Asks for the file of a sample; an empty path empties the sample. Between blocks on the audio thread,
     /// or while no blocks run. False when the sample or the path (UTF-8, at most 256 bytes) is out of range.
     bool SetPath(u32 sample, std::string_view path) { return samples.SetPath(sample, path); }
     /// Some request waits or is being loaded.
     bool IsLoading() const { return samples.IsLoading(); }
+    /// Takes over what the worker has finished and sends it what waits. Process does it first of all; between
+    /// blocks, or while none run, it completes loading without sound.
+    void ServeSamples();
     bool HasSample(u32 sample) { return sample < sampleCount && Child<Sampler>().HasSample(sample); }
 
     /// Makes random starts and slots reproducible.
@@ -145,7 +153,6 @@ private:
     i32 SampleOfSlot(u32 slot) const;
 
     // One block (VocoderModulatorBlock.cpp).
-    void ServeSamples();
     void RenderSampler(dsp::ProcessContext& context);
     void RunSampler(dsp::ProcessContext& context);
     void PublishPlayhead();

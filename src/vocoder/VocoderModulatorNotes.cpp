@@ -21,6 +21,8 @@ bool VocoderModulator::IsInSelectingOctave(u32 note) const {
     return note >= first && note < first + notesPerOctave;
 }
 
+bool VocoderModulator::KeysSelectSlots() { return !IsOn(ExternalInput) && !IsOn(SamplerPlayMode); }
+
 u32 VocoderModulator::HeldNoteCount() const {
     return heldNotes != nullptr ? std::accumulate(heldNotes, heldNotes + noteCount, 0U) : 0U;
 }
@@ -183,6 +185,8 @@ void VocoderModulator::StopPlayback() {
 void VocoderModulator::EndPlayback() {
     SetOwn(IsPlayingSample, 0.0F);
     SetOwn(SamplerPlayheadPosition, 0.0F);
+    hasJustStarted = false;
+    releaseWaits = false;
 }
 
 void VocoderModulator::ChooseNextSlot(bool restart) {

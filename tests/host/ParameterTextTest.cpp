@@ -57,6 +57,32 @@ TEST_F(ParameterTextTest, AllSpellingsOfAValueMeanTheSame) {
     }
 }
 
+TEST_F(ParameterTextTest, StepsHaveNamesAndPitchesAnglesAndSharesUnits) {
+    const ParameterCatalog& instrument = ParameterCatalog::OfInstrument();
+    const std::tuple<const char*, const char*, float, const char*> cases[] = {
+        {"Osc1Waveform", "SAW", 1.0F, "saw"},
+        {"Osc1Waveform", "1", 1.0F, "saw"},
+        {"FX2_ModuleType", "reverb", 1.0F, "reverb"},
+        {"FX3_Delay_SyncRate", "1/8", 8.0F, "1/8"},
+        {"FX1_Delay_SyncRate", "1/8 dotted", 6.0F, "1/8 dotted"},
+        {"PolyphonyMode", "8 voices", 8.0F, "8 voices"},
+        {"Osc1Coarse", "-12 st", -12.0F, "-12 st"},
+        {"Osc2Fine", "50 ct", 0.5F, "0.5 st"},
+        {"LFO_Swing", "60 %", 60.0F, "60 %"},
+        {"LFO_PhaseInit", "90 deg", 90.0F, "90 deg"},
+        {"FX1_BitCrusher_Split", "1 st", 100.0F, "100 ct"},
+        {"FX_Enable", "off", 0.0F, "off"}};
+    for (const auto& [name, text, value, written] : cases) {
+        const ParameterInfo& info = instrument.Find(name);
+        const ParameterSetting setting = ParseSetting(info, text);
+        EXPECT_EQ(setting.number, value) << name << " " << text;
+        EXPECT_EQ(FormatSetting(info, setting), written) << name;
+    }
+    EXPECT_THROW(ParseSetting(instrument.Find("Osc1Waveform"), "sine"), UsageError);
+    EXPECT_THROW(ParseSetting(instrument.Find("Osc1Coarse"), "3 dB"), UsageError);
+    EXPECT_THROW(CheckIsSettable(instrument.Find("PresetLoading")), UsageError);
+}
+
 TEST_F(ParameterTextTest, NonsenseIsRefused) {
     for (const char* text : {"", " ", "loud", "1,5", "nan", "inf", "0x1", "--1", "+-1", "1 2", "@", "@ms",
                              "@1 dB", "5 parsecs", "1e", "on"}) {

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -39,14 +40,17 @@ protected:
 
 TEST_F(PresetTest, WhatIsWrittenReadsBackExactly) {
     const Preset preset{"Glass \"1\"\n\u00e4",
+                        "brittle",
                         {{catalog.Find("Wet").id, Scale::Value, 0.3F},
                          {catalog.Find("Attack").id, Scale::Value, 0.00123456F},
                          {catalog.Find("Release").id, Scale::Position, 1.0F / 3.0F},
                          {catalog.Find("Analysis3_Synthesis7").id, Scale::Value, -0.7F},
-                         {catalog.Find("HFMode").id, Scale::Value, 1.0F}}};
+                         {catalog.Find("HFMode").id, Scale::Value, 1.0F}},
+                        {}};
     std::vector<std::string> warnings;
     const Preset read = ParsePreset(FormatPreset(preset, catalog), catalog, warnings);
     EXPECT_EQ(read.name, preset.name);
+    EXPECT_EQ(read.description, preset.description);
     EXPECT_EQ(read.settings, preset.settings);
     EXPECT_TRUE(warnings.empty());
 }
@@ -74,7 +78,7 @@ TEST_F(PresetTest, DamagedFilesAreRefusedWithLineAndReason) {
         {File("\"BodeVocoder_Wet\": [1]"), "line 5"},
         {File("\"BodeVocoder_Wet\": 1, \"BodeVocoder_Wet\": 0"), "twice"},
         {R"({"format": "orphia-preset", "version": 2, "parameters": {}})", "newer"},
-        {std::string(DefaultPresetText(EngineTree::Carrier)), "another instrument"}};
+        {File("\"Carrier_GlideTime\": \"0 s\""), "another instrument"}};
     for (const auto& [text, reason] : cases) {
         EXPECT_NE(Refusal(text).find(reason), std::string::npos) << Refusal(text);
     }
@@ -103,17 +107,42 @@ TEST_F(PresetTest, EveryTruncationIsRefused) {
 }
 
 TEST_F(PresetTest, TheDefaultPresetsNameEveryControlOnce) {
-    for (const EngineTree tree : {EngineTree::Vocoder, EngineTree::Carrier, EngineTree::Modulator}) {
+    for (const EngineTree tree : {EngineTree::Vocoder, EngineTree::Instrument}) {
         const ParameterCatalog whole(tree);
         std::multiset<std::uint32_t> ids;
         for (const ParameterSetting& setting : DefaultPreset(whole).settings) {
             ids.insert(setting.id);
         }
         for (const ParameterInfo& info : whole.Parameters()) {
-            // Some routes belong to the sound.
-            const bool isControl = info.role == ParameterRole::Control;
-            EXPECT_TRUE(ids.count(info.id) == isControl || info.role == ParameterRole::Route) << info.name;
+            // Some routes belong to the sound; effects, none of which is chosen, start as they are.
+            const bool isOpen = info.role == ParameterRole::Route || info.name.starts_with("FX");
+            EXPECT_TRUE(ids.count(info.id) == (info.role == ParameterRole::Control) || isOpen) << info.name;
         }
+    }
+}
+
+TEST_F(PresetTest, SamplesAreRelativeToTheFolderWithinAndBesideIt) {
+    const ParameterCatalog& instrument = ParameterCatalog::OfInstrument();
+    const auto text = [](const std::string& samples) {
+        return R"({"format": "orphia-preset", "version": 1, "parameters": {}, "samples": )" + samples + "}";
+    };
+    const auto read = [&](const std::string& samples) {
+        std::vector<std::string> warnings;
+        return ParsePreset(text(samples), instrument, warnings, "/a/presets");
+    };
+    const Preset preset = read(R"({"1": "one.wav", "2": "../two.wav", "12": "/other/three.wav"})");
+    const std::map<std::uint32_t, std::filesystem::path> paths = {
+        {0, "/a/presets/one.wav"}, {1, "/a/two.wav"}, {11, "/other/three.wav"}};
+    EXPECT_EQ(preset.samples, paths);
+    EXPECT_EQ(FormatPreset(preset, instrument, "/a/presets").find("/a/"), std::string::npos);
+    EXPECT_NE(FormatPreset(preset, instrument, "/b/c/d/").find("/a/presets/one.wav"), std::string::npos);
+    std::vector<std::string> warnings;
+    EXPECT_EQ(ParsePreset(FormatPreset(preset, instrument, "/b/presets"), instrument, warnings).samples,
+              paths);
+    EXPECT_TRUE(read("{}").samples->empty());
+    for (const char* samples : {"[]", R"({"0": "a"})", R"({"13": "a"})", R"({"1x": "a"})", R"({"1": 2})",
+                                R"({"1": ""})", R"({"": "a"})"}) {
+        EXPECT_THROW(read(samples), FileError) << samples;
     }
 }
 

@@ -95,7 +95,7 @@ TEST(VocoderSession, SettingsAreRememberedButUnknownIdsAreNot) {
         session->Set(ParseAssignment(Catalog(), each));
     }
     VocoderSession copy(44100);
-    copy.Apply({"", session->Settings()});
+    copy.Apply({{}, {}, session->Settings(), {}});
     copy.Set({614, ParameterSetting::Scale::Value, 1.0F});
     EXPECT_EQ(copy.Settings(), session->Settings());
 }

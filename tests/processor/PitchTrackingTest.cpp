@@ -89,7 +89,7 @@ TEST(PitchTracking, ChordIntervalsFollowTheTrackedPitch) {
     rig.RunSeconds(0.1);
     EXPECT_EQ(rig.ActiveCount(), 1U);
     // An interval that comes back in its release fades and starts anew.
-    rig.Set(PlayedCarrier::Release, 1.0F);
+    rig.Set(VocoderProcessor::Release, 1.0F);
     rig.SetChord(2 + 12, false);
     rig.Run(5);
     rig.SetChord(2 + 12, true);

@@ -3,7 +3,7 @@
 
 #include "dsp/EventQueue.h"
 #include "dsp/RunChild.h"
-#include "processor/PlayedCarrier.h"
+#include "processor/VocoderProcessor.h"
 #include "support/MeasurePitch.h"
 
 #include <cmath>
@@ -20,26 +20,31 @@ using Velmora::u8;
 using Velmora::Processor::Carrier;
 using Velmora::Processor::ModulationsManager;
 using Velmora::Processor::Oscillators;
-using Velmora::Processor::PlayedCarrier;
+using Velmora::Processor::VocoderProcessor;
 using Velmora::Processor::VoiceOscillator;
 
-/// A played carrier with one sine-like triangle oscillator, 32 voices, short times and full volume.
+/// An instrument of which the carrier is heard: one sine-like triangle oscillator, 32 voices, short times, no
+/// bend.
 struct PlayedRig {
     float rate;
     u32 blockSize;
-    std::unique_ptr<PlayedCarrier> played;
+    std::unique_ptr<VocoderProcessor> played;
     Velmora::dsp::EventQueue events;
     std::vector<float> left;
     std::vector<float> right;
     std::vector<float> block[2];
     std::vector<float> pitch;
+    /// What the external input hears in each block.
+    std::vector<float> external;
+    bool pitchIsGiven = false;
     bool hasPitchInput = false;
     float tempo = 120.0F;
     float songPosition = 0.0F;
 
     explicit PlayedRig(float sampleRate = 44100.0F, const std::string& tuningLibrary = {})
         : rate(sampleRate), blockSize(static_cast<u32>(std::lround(sampleRate * 0.0002494331F)) * 4),
-          played(std::make_unique<PlayedCarrier>(std::string(), tuningLibrary)), pitch(blockSize, 0.0F) {
+          played(std::make_unique<VocoderProcessor>(tuningLibrary)), pitch(blockSize, 0.0F),
+          external(blockSize, 0.0F) {
         for (auto& channel : block) {
             channel.assign(blockSize, 0.0F);
         }
@@ -48,27 +53,36 @@ struct PlayedRig {
         SetVoice(Oscillators::Osc1Coarse, 0.0F);
         SetVoice(Oscillators::Osc2Coarse, 0.0F);
         SetVoice(Oscillators::Osc2KeyTrack, 1.0F);
-        Set(PlayedCarrier::Volume, 0.0F);
-        Set(PlayedCarrier::Attack, 0.002F);
-        Set(PlayedCarrier::Release, 0.01F);
-        Set(PlayedCarrier::PolyphonyMode, 12.0F);
+        // Without it some keys would choose samples.
+        SetModulator(Velmora::Processor::VocoderModulator::ExternalInput, 1.0F);
+        Set(Velmora::Processor::PitchBend, 0.0F);
+        for (u32 channel = 0; channel < Velmora::Processor::midiChannelCount; ++channel) {
+            Set(Velmora::Processor::MpePitchBend + channel, 0.0F);
+        }
+        Set(VocoderProcessor::Attack, 0.002F);
+        Set(VocoderProcessor::Release, 0.01F);
+        Set(VocoderProcessor::PolyphonyMode, 12.0F);
         played->SeedNoise(1);
         played->Initialize(rate, blockSize);
     }
 
     void Set(u32 index, float value) {
-        played->SetParameterValue(PlayedCarrier::childParameterCount + index, value);
+        played->SetParameterValue(VocoderProcessor::ParameterId(index), value);
+    }
+    void SetModulator(Velmora::Processor::VocoderModulator::Additional index, float value) {
+        played->SetParameterValue(Velmora::Processor::VocoderModulator::ParameterId(index), value);
     }
     void SetCarrier(u32 index, float value) {
-        played->SetParameterValue(PlayedCarrier::FirstParameter<2>() + Carrier::childParameterCount + index,
-                                  value);
+        played->SetParameterValue(
+            VocoderProcessor::FirstParameter<3>() + Carrier::childParameterCount + index, value);
     }
     void SetVoice(u32 index, float value) {
         played->SetParameterValue(
-            PlayedCarrier::FirstParameter<2>() + Oscillators::childParameterCount + index, value);
+            VocoderProcessor::FirstParameter<3>() + Oscillators::childParameterCount + index, value);
     }
     void SetModulations(u32 index, float value) {
-        played->SetParameterValue(ModulationsManager::childParameterCount + index, value);
+        played->SetParameterValue(
+            VocoderProcessor::FirstParameter<1>() + ModulationsManager::childParameterCount + index, value);
     }
     /// An amount of the matrix, with all sources on.
     void Route(u32 source, u32 destination, float amount) {
@@ -76,10 +90,12 @@ struct PlayedRig {
         SetModulations(ModulationsManager::LFOEnable, 1.0F);
         SetModulations(ModulationsManager::ControlsEnable, 1.0F);
         Run();
-        played->SetParameterValue(Velmora::Processor::ModulationMatrix::Cell(destination, source), amount);
+        played->SetParameterValue(VocoderProcessor::FirstParameter<1>() +
+                                      Velmora::Processor::ModulationMatrix::Cell(destination, source),
+                                  amount);
     }
     void SetChord(u32 id, bool on) {
-        played->SetParameterNormalized(PlayedCarrier::FirstParameter<1>() + id, on ? 1.0F : 0.0F);
+        played->SetParameterNormalized(VocoderProcessor::FirstParameter<2>() + id, on ? 1.0F : 0.0F);
     }
 
     void NoteOn(u8 note, u8 velocity = 100, u8 channel = 0) {
@@ -97,19 +113,36 @@ struct PlayedRig {
     }
     /// Runs one block, and keeps nothing.
     void RunBlock() {
-        const float* inputs[3] = {hasPitchInput ? pitch.data() : nullptr, nullptr, nullptr};
         float* outputs[2] = {block[0].data(), block[1].data()};
         Velmora::dsp::ProcessContext context;
-        context.inputs = inputs;
-        context.numInputs = 3;
         context.outputs = outputs;
         context.numOutputs = 2;
         context.numFrames = blockSize;
         context.inputEvents = &events;
         context.tempo = tempo;
         context.songPosition = songPosition;
-        Velmora::dsp::RunChild(*played, context);
+        const float* voices[1] = {external.data()};
+        context.auxInputs = voices;
+        context.numAuxInputs = 1;
+        if (pitchIsGiven) {
+            RunTracked(context);
+        } else {
+            Velmora::dsp::RunChild(*played, context);
+            for (u32 side = 0; side < 2; ++side) {
+                block[side].assign(played->CarrierBlock(side), played->CarrierBlock(side) + blockSize);
+            }
+        }
         events.Clear();
+    }
+    /// Modulations and carrier alone, with the pitch that the test gives instead of the modulator's.
+    void RunTracked(Velmora::dsp::ProcessContext& context) {
+        const float* inputs[1] = {hasPitchInput ? pitch.data() : nullptr};
+        played->UpdateParameters(context);
+        Velmora::dsp::ProcessContext modulations = context.ForChild(nullptr, 0, nullptr, 0);
+        Velmora::dsp::RunChild(played->Modulations(), modulations);
+        Velmora::dsp::ProcessContext carrier = context.ForChild(inputs, 1, context.outputs, 2);
+        Velmora::dsp::RunChild(played->Sound(), carrier);
+        Velmora::dsp::FinishChild(*played);
     }
     void RunSeconds(double seconds) { Run(static_cast<u32>(std::ceil(seconds * rate / blockSize))); }
     void Forget() {
@@ -117,7 +150,7 @@ struct PlayedRig {
         right.clear();
     }
     void Track(float hz) {
-        hasPitchInput = true;
+        pitchIsGiven = hasPitchInput = true;
         pitch.assign(blockSize, hz);
     }
 

@@ -32,6 +32,12 @@ void* operator new(std::size_t size, std::align_val_t alignment) {
     return Count(std::aligned_alloc(step, (size + step - 1) / step * step));
 }
 
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    ++allocations;
+    const auto step = static_cast<std::size_t>(alignment);
+    return std::aligned_alloc(step, (size + step - 1) / step * step);
+}
+
 void operator delete(void* memory) noexcept { std::free(memory); }
 
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }

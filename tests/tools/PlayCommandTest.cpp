@@ -35,15 +35,11 @@ TEST_F(PlayCommandTest, WritesASoundAndASummary) {
 
 TEST_F(PlayCommandTest, TheTailFadesOrIsAsLongAsAsked) {
     const Sound faded = Play("song.mid --set 'Release=400 ms'");
-    EXPECT_LT(faded.Rms(faded.Seconds() - 0.05), 3e-5);
+    EXPECT_LT(faded.Rms(faded.Seconds() - 0.002), 1e-4) << "there is no step at the end";
     EXPECT_GT(faded.Rms(0.1, 0.2), 1e-3) << "the note that the song left on";
     EXPECT_NEAR(faded.Seconds(), 0.6, 0.15);
     EXPECT_EQ(Play("song.mid --tail 0.25").Frames(), 4410U + 11025U);
     EXPECT_EQ(Play("song.mid --tail 0 --rate 8000").Frames(), 800U);
-    const Outcome endless = Run("play song.mid -o out.wav --rate 8000 --set 'Release=20 s'");
-    EXPECT_EQ(endless.status, 0);
-    EXPECT_NE(endless.err.find("warning: the sound was cut"), std::string::npos) << endless.err;
-    EXPECT_NEAR(ReadSound(folder / "out.wav").Seconds(), 10.1, 0.01);
 }
 
 TEST_F(PlayCommandTest, EqualRunsGiveEqualFilesAndASavedPresetTheSameSound) {
@@ -72,18 +68,19 @@ TEST_F(PlayCommandTest, BadUsageIsStatusTwo) {
     ExpectFailure(run + "--meters", 2, "--meters");
     ExpectFailure(run + "--set Osc1Wavefrom=1", 2, "similar: Osc1Waveform");
     ExpectFailure(run + "--tail 601", 2, "--tail");
+    ExpectFailure(run + "--preset no-such", 2, "unknown preset 'no-such'");
     ExpectFailure("play song.mid -o song.mid", 2, "unknown output format");
     ExpectFailure(run + "--save-preset song.mid", 2, "would replace");
 }
 
 TEST_F(PlayCommandTest, FilesThatCannotBeUsedAreStatusOne) {
     WriteText(folder / "cut.mid", ReadText(folder / "song.mid").substr(0, 26));
-    WriteText(folder / "vocoder.json",
-              R"({"format": "orphia-preset", "version": 1, "parameters": {"BodeVocoder_Wet": 1}})");
+    WriteText(folder / "other.json",
+              R"({"format": "orphia-preset", "version": 1, "parameters": {"Piano_Lid": 1}})");
     ExpectFailure("play missing.mid -o out.wav", 1, "missing.mid: cannot be opened");
     ExpectFailure("play cut.mid -o out.wav", 1, "cut.mid: byte 22: ");
     ExpectFailure("play song.mid -o nowhere/out.wav", 1, "nowhere/out.wav");
-    ExpectFailure("play song.mid -o out.wav --preset vocoder.json", 1, "another instrument");
+    ExpectFailure("play song.mid -o out.wav --preset other.json", 1, "another instrument");
 }
 
 } // namespace

@@ -81,8 +81,9 @@ TEST_F(VocodeCommandTest, ListsWhatCanBeSet) {
     EXPECT_EQ(controls.status, 0);
     EXPECT_NE(controls.out.find("BodeVocoder_AnalyzerRectifiers_Attack "), std::string::npos);
     EXPECT_EQ(controls.out.find("Biquad"), std::string::npos);
-    const std::string all = Run("play --list-parameters --all").out;
-    EXPECT_NE(all.find("Modulations_Dst3_Src2_Amount "), std::string::npos);
+    const std::string all = Run("vocode --list-parameters --all").out;
+    EXPECT_NE(all.find("BodeVocoder_PatchBay_Analysis3_Synthesis7 "), std::string::npos);
+    EXPECT_NE(Run("play --list-parameters").out.find("Carrier_Oscillators_Osc1Waveform "), std::string::npos);
     EXPECT_TRUE(Run("--version").out.starts_with("orphia "));
     EXPECT_EQ(Run("--help").status, 0);
 }

@@ -21,6 +21,19 @@ std::string LibraryPath();
 /// The folder for data that all users of the machine share, or nothing when the system knows none.
 std::optional<std::string> MachineDataFolder();
 
+/// The folder for data of the user who runs this, which may not exist yet; nothing when the system knows
+/// none.
+std::optional<std::string> UserDataFolder();
+
+/// A variable of the process's environment; nothing when it is not set or empty.
+std::optional<std::string> Environment(const std::string& name);
+
+/// Sets such a variable, or takes it away with an empty value. While no other thread reads any.
+void SetEnvironment(const std::string& name, const std::string& value);
+
+/// The name of a file that holds a loadable library, from the library's own, for instance "engine".
+std::string LibraryFileName(std::string_view name);
+
 /// Where the machine's shared tuning library lies once the user has installed it; empty when the system knows
 /// no such place.
 std::string TuningLibraryPath();
@@ -39,6 +52,9 @@ void SetThreadName(const std::string& name);
 
 /// The system's number of the calling thread, as debuggers show it.
 u32 CurrentThreadId();
+
+/// Bytes of memory that this process really occupies; 0 when the system does not tell.
+u64 ResidentMemory();
 
 /// Gives back a console that was allocated for this process; does nothing where consoles are not owned.
 void ReleaseConsole();

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <system_error>
 
 namespace Velmora::Platform {
@@ -19,9 +20,11 @@ constexpr std::size_t maxThreadNameBytes = 15; // what the kernel keeps of a thr
 constexpr std::string_view defaultDataFolder = "/usr/local/share/";
 constexpr std::string_view defaultDataFolders = "/usr/local/share/:/usr/share/";
 #ifdef __APPLE__
+constexpr std::string_view userDataFolder = "/Library/Application Support";
 constexpr std::string_view tuningLibrary = "/Library/Application Support/MTS-ESP/libMTS.dylib";
 constexpr std::string_view soundFileLibrary = "libsndfile.1.dylib";
 #else
+constexpr std::string_view userDataFolder = "/.local/share";
 constexpr std::string_view tuningLibrary = "/usr/local/lib/libMTS.so";
 constexpr std::string_view soundFileLibrary = "libsndfile.so.1";
 #endif
@@ -85,6 +88,31 @@ std::optional<std::string> MachineDataFolder() {
     return std::string(defaultDataFolder);
 }
 
+std::optional<std::string> UserDataFolder() {
+    if (auto folder = Environment("XDG_DATA_HOME"); folder && folder->front() == '/') {
+        return folder;
+    }
+    const auto home = Environment("HOME");
+    return home ? std::optional(*home + std::string(userDataFolder)) : std::nullopt;
+}
+
+std::optional<std::string> Environment(const std::string& name) {
+    const char* const value = std::getenv(name.c_str());
+    return value != nullptr && *value != '\0' ? std::optional<std::string>(value) : std::nullopt;
+}
+
+void SetEnvironment(const std::string& name, const std::string& value) {
+    if (value.empty()) {
+        ::unsetenv(name.c_str());
+    } else {
+        ::setenv(name.c_str(), value.c_str(), 1);
+    }
+}
+
+std::string LibraryFileName(std::string_view name) {
+    return "lib" + std::string(name) + std::string(LibrarySuffix());
+}
+
 std::string TuningLibraryPath() { return std::string(tuningLibrary); }
 
 std::string SystemSoundFileLibrary() { return std::string(soundFileLibrary); }
@@ -105,6 +133,13 @@ void SetThreadName(const std::string& name) {
 }
 
 u32 CurrentThreadId() { return static_cast<u32>(gettid()); }
+
+u64 ResidentMemory() {
+    u64 totalPages = 0;
+    u64 residentPages = 0;
+    std::ifstream("/proc/self/statm") >> totalPages >> residentPages;
+    return residentPages * static_cast<u64>(sysconf(_SC_PAGESIZE));
+}
 
 void ReleaseConsole() {}
 

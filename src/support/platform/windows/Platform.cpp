@@ -6,11 +6,13 @@
 
 #include <knownfolders.h>
 #include <objbase.h>
+#include <psapi.h>
 #include <shlobj.h>
 #include <sys/stat.h>
 
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 
 namespace Velmora::Platform {
 
@@ -67,6 +69,30 @@ std::optional<std::string> MachineDataFolder() {
     return path.empty() ? std::nullopt : std::optional(path);
 }
 
+std::optional<std::string> UserDataFolder() {
+    const std::string path = FindKnownFolder(FOLDERID_RoamingAppData);
+    return path.empty() ? std::nullopt : std::optional(path);
+}
+
+std::optional<std::string> Environment(const std::string& name) {
+    const std::wstring wideName = ToWide(name);
+    std::wstring value(GetEnvironmentVariableW(wideName.c_str(), nullptr, 0), L'\0');
+    if (value.empty()) {
+        return std::nullopt;
+    }
+    // Without the terminator, which the length in front counts and this one does not.
+    value.resize(GetEnvironmentVariableW(wideName.c_str(), value.data(), static_cast<DWORD>(value.size())));
+    return value.empty() ? std::nullopt : std::optional(ToUtf8(value));
+}
+
+void SetEnvironment(const std::string& name, const std::string& value) {
+    SetEnvironmentVariableW(ToWide(name).c_str(), value.empty() ? nullptr : ToWide(value).c_str());
+}
+
+std::string LibraryFileName(std::string_view name) {
+    return std::string(name) + std::string(LibrarySuffix());
+}
+
 std::string TuningLibraryPath() {
     const std::string folder = FindKnownFolder(FOLDERID_ProgramFilesCommon);
     return folder.empty() ? folder : folder + "\\MTS-ESP\\LIBMTS.dll";
@@ -92,6 +118,13 @@ void SetThreadName(const std::string& name) {
 }
 
 u32 CurrentThreadId() { return static_cast<u32>(GetCurrentThreadId()); }
+
+u64 ResidentMemory() {
+    PROCESS_MEMORY_COUNTERS counters{};
+    return K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters)) != 0
+               ? counters.WorkingSetSize
+               : 0;
+}
 
 void ReleaseConsole() { FreeConsole(); }
 

@@ -1,0 +1,300 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A host of its own: of this project it has only the restated contract.
+#include "boundary/LoadedEngine.h"
+
+#include <algorithm>
+#include <cmath>
+#include <initializer_list>
+#include <limits>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace orphia_contract {
+
+namespace {
+
+using std::uint32_t;
+
+constexpr uint32_t parameterCount = 2359;
+constexpr uint32_t tooltipUpdate = 2357;
+constexpr uint32_t tooltipText = 2358;
+constexpr uint32_t firstPath = 303;
+constexpr float sampleRate = 48000.0F;
+constexpr uint32_t blockSize = 48;
+
+struct Recorder final : Logger {
+    std::vector<std::string> lines;
+    void Log(const char* text, uint32_t level) override { lines.push_back(std::to_string(level) + text); }
+};
+
+struct InfoRecord {
+    alignas(8) char bytes[512] = {};
+    std::string Name() const { return bytes; }
+};
+
+struct BoundaryClientTest : testing::Test {
+    Library library;
+    std::unique_ptr<Processor> processor = library.MakeProcessor();
+
+    std::string NameOf(uint32_t id) {
+        InfoRecord record;
+        EXPECT_TRUE(processor->GetParameterInfo(id, &record)) << id;
+        return record.Name();
+    }
+    float Value(uint32_t id, float preset = 0.0F) {
+        processor->GetParameter(id, &preset);
+        return preset;
+    }
+};
+
+void ExpectWords(const void* object, std::size_t offset, std::initializer_list<uint32_t> expected) {
+    for (const uint32_t word : expected) {
+        EXPECT_EQ(At<uint32_t>(object, offset), word) << "at byte " << offset;
+        offset += 4;
+    }
+}
+
+void ExpectDescriptions(const Processor& processor, const void* newest, uint32_t count) {
+    ExpectWords(&processor, 8, {count, 2, 0, 3, 44, 3});
+    ExpectWords(&processor, 40, {count, 2, 0, 3, 44, 4, 2});
+    ExpectWords(&processor, 72, {count, 2, 0, 3, 44, 5, 2});
+    EXPECT_EQ(At<unsigned char>(&processor, 100), 1);
+    ExpectWords(newest, 8, {count, 2, 0, 3, 44, 8, 2});
+    EXPECT_EQ(At<unsigned char>(newest, 8 + 28), 1);
+    ExpectWords(newest, 8 + 32, {0});
+}
+
+TEST_F(BoundaryClientTest, EachFactoryTellsTheProduct) {
+    const auto first = library.MakeFactory();
+    const auto second = library.MakeFactory();
+    ASSERT_NE(first.get(), second.get());
+    for (const Factory* factory : {first.get(), second.get()}) {
+        const auto* bytes = reinterpret_cast<const char*>(factory);
+        EXPECT_STREQ(bytes + 8, "1.6.2.5305");
+        EXPECT_STREQ(bytes + 264, "Velmora");
+        EXPECT_STREQ(bytes + 520, "Orphia VX");
+    }
+    EXPECT_EQ(first->GetInterfaceVersion(), 8U);
+}
+
+TEST_F(BoundaryClientTest, HostsOfEachLevelFindTheirDescription) {
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(processor.get()) % 16, 0U);
+    const auto* newest = At<const unsigned char*>(processor.get(), 104);
+    EXPECT_EQ(processor->GetInfoV5(), newest);
+    EXPECT_EQ(processor->GetInfo(), newest + 8);
+    EXPECT_EQ(processor->GetVersion(), 8U);
+    EXPECT_EQ(At<const void*>(processor.get(), 32), nullptr);
+    ExpectDescriptions(*processor, newest, 0);
+    Recorder recorder;
+    EXPECT_TRUE(processor->Connect(&recorder));
+    EXPECT_EQ(At<const void*>(processor.get(), 32), &recorder);
+    EXPECT_EQ(processor->GetParameterCount(), parameterCount);
+    ExpectDescriptions(*processor, newest, parameterCount);
+    EXPECT_TRUE(processor->Connect(nullptr)) << "without a logger";
+}
+
+TEST_F(BoundaryClientTest, EachParameterHasAnIdAndANameOfItsOwn) {
+    Recorder recorder;
+    processor->Connect(&recorder);
+    std::set<std::string> names;
+    for (uint32_t index = 0; index < parameterCount; ++index) {
+        InfoRecord record;
+        uint32_t id = ~index;
+        EXPECT_TRUE(processor->GetParameterInfoByIndex(index, &id, &record)) << index;
+        EXPECT_EQ(id, index);
+        EXPECT_NE(record.Name(), "") << index;
+        EXPECT_TRUE(names.insert(record.Name()).second) << record.Name() << ", again at " << index;
+        float value = 0.0F;
+        EXPECT_TRUE(processor->GetParameter(id, &value)) << index;
+        EXPECT_TRUE(value >= 0.0F && value <= 1.0F) << index << ": " << value;
+    }
+    const std::pair<uint32_t, const char*> landmarks[] = {
+        {2287, "VST3_PitchBend"},     {2295, "Synth_Master_Volume"}, {2301, "MTS_Retuning_Mode"},
+        {2317, "MPE_PitchBend_15"},   {2318, "MPE_Aftertouch_0"},    {2349, "MPE_Brightness_15"},
+        {2350, "OutputSelection"},    {2356, "LFO Feedback"},        {tooltipUpdate, "ToolTipUpdate"},
+        {tooltipText, "ToolTipText"},
+    };
+    for (const auto& [id, name] : landmarks) {
+        EXPECT_EQ(NameOf(id), name) << id;
+    }
+    EXPECT_TRUE(recorder.lines.empty()) << recorder.lines.front();
+    InfoRecord record;
+    uint32_t id = 0;
+    EXPECT_FALSE(processor->GetParameterInfoByIndex(parameterCount, &id, &record));
+    EXPECT_FALSE(processor->GetParameterInfo(0xFFFFFFFF, &record));
+    EXPECT_EQ(record.Name(), "");
+}
+
+TEST_F(BoundaryClientTest, ReservedSlotsAnswerAsTheyAlwaysDid) {
+    EXPECT_FALSE(processor->Reserved1());
+    EXPECT_TRUE(processor->Reserved5());
+    EXPECT_TRUE(processor->Reserved6());
+    EXPECT_FALSE(processor->Reserved16());
+    EXPECT_TRUE(processor->Hook18());
+    EXPECT_TRUE(processor->Hook19());
+    EXPECT_FALSE(processor->Reserved20());
+    EXPECT_TRUE(processor->Reserved22());
+    void* records = nullptr;
+    uint32_t count = 0;
+    EXPECT_FALSE(processor->Reserved25(&records, &count));
+    EXPECT_FALSE(processor->Reserved27());
+    EXPECT_FALSE(processor->Reserved28());
+    EXPECT_FALSE(processor->Reserved31());
+    processor->Hook32();
+    processor->Hook33();
+    EXPECT_EQ(processor->GetLatency(), 44U);
+    EXPECT_EQ(processor->GetExtraLatency(), 0U);
+    EXPECT_EQ(processor->GetBlockSize(0.0F), 44U);
+    EXPECT_EQ(processor->GetBlockSize(96000.0F), 96U);
+    EXPECT_FALSE(processor->IsLoading());
+    processor->Idle();
+}
+
+TEST_F(BoundaryClientTest, ParametersTakeAnyValue) {
+    const float values[] = {0.5F, -3.0F, 1.0e30F, std::numeric_limits<float>::infinity(), std::nanf("")};
+    ASSERT_TRUE(Initialize(*processor, sampleRate));
+    StereoBlock block(blockSize);
+    for (uint32_t id = 0; id < parameterCount; ++id) {
+        EXPECT_EQ(processor->SetParameter(id, values[id % 5]), id != tooltipText) << id;
+    }
+    EXPECT_TRUE(processor->Process(block.data.bytes));
+    EXPECT_TRUE(std::isfinite(block.Peak(blockSize)));
+    EXPECT_EQ(Value(5), 0.5F);
+    EXPECT_EQ(Value(2356, 9.0F), Value(2356, 8.0F));
+    float value = -1.0F;
+    EXPECT_FALSE(processor->GetParameter(tooltipText, &value));
+    EXPECT_FALSE(processor->SetParameter(parameterCount, 0.5F));
+}
+
+TEST_F(BoundaryClientTest, PathsOfSamplesComeBack) {
+    const std::string path = "no such sample.wav";
+    auto size = static_cast<uint32_t>(path.size());
+    EXPECT_TRUE(processor->SetParameterData(firstPath + 11, path.data(), &size));
+    EXPECT_FALSE(processor->SetParameterData(firstPath + 12, path.data(), &size));
+    EXPECT_FALSE(processor->SetParameterData(firstPath - 1, path.data(), &size));
+
+    InfoRecord record;
+    EXPECT_TRUE(processor->GetParameterInfo(firstPath + 11, &record));
+    EXPECT_EQ(At<std::uint64_t>(record.bytes, 280), path.size());
+    char buffer[257] = {};
+    size = 256;
+    EXPECT_TRUE(processor->GetParameterData(firstPath + 11, buffer, &size));
+    EXPECT_EQ(size, path.size());
+    EXPECT_EQ(buffer, path);
+
+    size = 257;
+    EXPECT_TRUE(processor->SetParameterData(firstPath + 11, buffer, &size));
+    EXPECT_EQ(size, 256U) << "the most that there may be";
+    size = 1;
+    EXPECT_FALSE(processor->GetParameterData(firstPath + 11, buffer, &size));
+    EXPECT_EQ(size, path.size()) << "unchanged";
+}
+
+TEST_F(BoundaryClientTest, MessagesOfTooltipsAndOfTheLfoComeInTurn) {
+    void* records = nullptr;
+    uint32_t count = 9;
+    EXPECT_FALSE(processor->GetParameterDataChanges(&records, &count));
+    EXPECT_FALSE(processor->GetParameterValueChanges(&records, &count));
+    EXPECT_EQ(count, 0U);
+    EXPECT_EQ(records, nullptr);
+
+    ASSERT_TRUE(Initialize(*processor, sampleRate));
+    constexpr uint32_t presetLoading = 2293;
+    constexpr uint32_t guiVisible = 2294;
+    for (const auto& [id, value] :
+         {std::pair(presetLoading, 1.0F), {presetLoading, 0.0F}, {guiVisible, 1.0F}}) {
+        processor->SetParameter(id, value);
+    }
+    StereoBlock block(blockSize);
+    for (int n = 0; n < 40; ++n) {
+        processor->Process(block.data.bytes);
+    }
+    EXPECT_TRUE(processor->SetParameter(tooltipUpdate, 5000.0F)) << "no parameter, no message";
+    EXPECT_TRUE(processor->SetParameter(tooltipUpdate, 3.0F));
+    ASSERT_TRUE(processor->GetParameterDataChanges(&records, &count));
+    ASSERT_EQ(count, 1U);
+    ExpectWords(records, 0, {tooltipText});
+    EXPECT_EQ(At<std::uint64_t>(records, 8), 256U);
+    EXPECT_STREQ(At<const char*>(records, 16), "");
+    ASSERT_TRUE(processor->GetParameterDataChanges(&records, &count));
+    ASSERT_EQ(count, 1U);
+    ExpectWords(records, 0, {2356});
+    EXPECT_EQ(At<std::uint64_t>(records, 8), 8U);
+    EXPECT_NE(At<const void*>(records, 16), nullptr);
+    EXPECT_FALSE(processor->GetParameterDataChanges(&records, &count));
+}
+
+TEST_F(BoundaryClientTest, BlocksAreSilentUntilTheyCanBeRendered) {
+    StereoBlock block(blockSize);
+    EXPECT_TRUE(processor->Process(block.data.bytes)) << "before Initialize";
+    EXPECT_EQ(block.Peak(blockSize), 0.0F);
+    EXPECT_EQ(block.sound[0][blockSize], 9.0F);
+
+    ASSERT_TRUE(Initialize(*processor, sampleRate));
+    for (const uint32_t frames : {blockSize + 4, blockSize - 2, 400U}) {
+        StereoBlock refused(frames);
+        EXPECT_TRUE(processor->Process(refused.data.bytes));
+        EXPECT_EQ(refused.Peak(frames), 0.0F) << frames << " frames";
+    }
+    StereoBlock withInput(blockSize);
+    withInput.data.Set(24, withInput.auxInputs.data());
+    withInput.data.Set(32, 1U);
+    EXPECT_TRUE(processor->Process(withInput.data.bytes));
+    EXPECT_EQ(withInput.Peak(blockSize), 0.0F);
+    Block nothing;
+    EXPECT_TRUE(processor->Process(nothing.bytes));
+    nothing.Set(40, blockSize);
+    EXPECT_TRUE(processor->Process(nothing.bytes)) << "no channel at all";
+    EXPECT_EQ(At<uint32_t>(nothing.bytes, 128), 0U);
+}
+
+TEST_F(BoundaryClientTest, SoundGoesThroughAndEventsBeyondTheRoomAreDropped) {
+    // The external voice, by its preamp.
+    constexpr std::pair<uint32_t, float> settings[] = {
+        {366, 1.0F}, {367, 0.5F}, {975, 0.5F}, {2350, 0.5F}, {2351, 1.0F}};
+    ASSERT_TRUE(Initialize(*processor, sampleRate));
+    for (const auto& [id, value] : settings) {
+        EXPECT_TRUE(processor->SetParameter(id, value)) << id;
+    }
+    StereoBlock block(blockSize);
+    const auto run = [&] {
+        float peak = 0.0F;
+        for (int n = 0; n < 200; ++n) {
+            for (std::size_t frame = 0; frame < blockSize; ++frame) {
+                const auto time = static_cast<float>(frame + static_cast<std::size_t>(n) * blockSize);
+                block.auxInputs[0][frame] = block.auxInputs[1][frame] = 0.3F * std::sin(0.05F * time);
+            }
+            EXPECT_TRUE(processor->Process(block.data.bytes));
+            peak = std::max(peak, block.Peak(blockSize));
+            processor->ClearEvents();
+        }
+        return peak;
+    };
+    for (int n = 0; n < 300; ++n) {
+        const unsigned char midi[] = {0x90, static_cast<unsigned char>(n % 128), 100};
+        EXPECT_TRUE(processor->PushEvent(midi));
+    }
+    const float peak = run();
+    EXPECT_TRUE(peak > 0.001F && peak < 100.0F) << peak;
+    // None of the host's channels on a boundary of 16 bytes.
+    for (float*& channel : block.outputs) {
+        ++channel;
+    }
+    for (float*& channel : block.auxInputs) {
+        ++channel;
+    }
+    const float offBoundary = run();
+    EXPECT_TRUE(offBoundary > 0.001F && offBoundary < 100.0F) << offBoundary;
+
+    ASSERT_TRUE(Initialize(*processor, 192000.0F)) << "again, with another rate";
+    block.data.Set(40, processor->GetBlockSize(192000.0F));
+    EXPECT_TRUE(processor->Process(block.data.bytes));
+    EXPECT_TRUE(std::isfinite(block.Peak(processor->GetBlockSize(192000.0F))));
+    EXPECT_TRUE(processor->Terminate());
+}
+
+} // namespace
+
+} // namespace orphia_contract

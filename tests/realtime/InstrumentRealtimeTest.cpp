@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "processor/RandomHost.h"
+#include "realtime/CallTrap.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace orphia::test;
+using Velmora::u32;
+
+/// The exceptions: another window of the tracker, and stretches to the beat (see tests of the modulator).
+bool MayAllocate(RandomHost& host, u32 id) {
+    Velmora::Processor::ParameterInfoRecord record{};
+    host.processor->GetParameterInfo(id, &record);
+    const std::string_view name(record.name);
+    return name.ends_with("AnalysisWindowSize") || name.find("TimeStretchSync") != std::string_view::npos;
+}
+
+TEST(InstrumentRealtime, NoBlockAndNoSettingAllocatesLocksOrWaits) {
+    RandomHost host(1);
+    std::vector<u32> ids;
+    for (u32 id = 0; id < 2357; ++id) {
+        if (!MayAllocate(host, id)) {
+            ids.push_back(id);
+        }
+    }
+    EXPECT_GT(ids.size(), 2300U);
+    EXPECT_LT(ids.size(), 2357U);
+    host.LoadPreset();
+    host.Block();
+    for (int block = 0; block < 6000; ++block) {
+        const CallTrap trap;
+        for (u32 call = host.Below(20); call > 0; --call) {
+            host.processor->SetParameter(ids[host.Below(static_cast<u32>(ids.size()))], host.Position());
+        }
+        host.NoteOn(static_cast<Velmora::u8>(host.Below(128)));
+        host.PushAnything();
+        host.Block();
+        ASSERT_EQ(trap.Count(), 0U) << trap.FirstCall() << " in block " << block;
+        if (block % 500 == 499) {
+            host.LoadPreset();
+        }
+    }
+}
+
+} // namespace
