@@ -2,6 +2,7 @@
 #pragma once
 
 #include "basictools/Types.h"
+#include "support/platform/Platform.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -20,7 +21,17 @@ struct CacheLineAllocator {
     template <class U>
     CacheLineAllocator(const CacheLineAllocator<U>& /*other*/) {}
 
-    T* allocate(std::size_t count) { return static_cast<T*>(::operator new(count * sizeof(T), alignment)); }
+    /// From here on it pays to ask for the pages in one go.
+    static constexpr std::size_t largeBytes = 32768;
+
+    T* allocate(std::size_t count) {
+        const std::size_t bytes = count * sizeof(T);
+        void* memory = ::operator new(bytes, alignment);
+        if (bytes >= largeBytes) {
+            Platform::BackMemory(memory, bytes);
+        }
+        return static_cast<T*>(memory);
+    }
     void deallocate(T* pointer, std::size_t /*count*/) { ::operator delete(pointer, alignment); }
 
     template <class U>

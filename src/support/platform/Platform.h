@@ -3,6 +3,7 @@
 
 #include "basictools/Types.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -55,6 +56,13 @@ u32 CurrentThreadId();
 
 /// Bytes of memory that this process really occupies; 0 when the system does not tell.
 u64 ResidentMemory();
+
+/// For how long the calling thread has run on a processor, in nanoseconds; 0 when the system does not tell.
+u64 ThreadNanoseconds();
+
+/// Lets the system back all of a fresh piece of memory at once, which is quicker than page by page as each is
+/// touched. A hint.
+void BackMemory(void* memory, std::size_t bytes);
 
 /// Gives back a console that was allocated for this process; does nothing where consoles are not owned.
 void ReleaseConsole();

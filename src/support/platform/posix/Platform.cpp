@@ -3,11 +3,14 @@
 
 #include <dlfcn.h>
 #include <pthread.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <system_error>
@@ -139,6 +142,25 @@ u64 ResidentMemory() {
     u64 residentPages = 0;
     std::ifstream("/proc/self/statm") >> totalPages >> residentPages;
     return residentPages * static_cast<u64>(sysconf(_SC_PAGESIZE));
+}
+
+u64 ThreadNanoseconds() {
+    timespec time{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+    return static_cast<u64>(time.tv_sec) * 1000000000U + static_cast<u64>(time.tv_nsec);
+}
+
+void BackMemory([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t bytes) {
+#ifdef MADV_POPULATE_WRITE
+    const auto page = static_cast<std::uintptr_t>(sysconf(_SC_PAGESIZE));
+    const auto start = reinterpret_cast<std::uintptr_t>(memory);
+    const std::uintptr_t first = (start + page - 1) / page * page;
+    const std::uintptr_t end = (start + bytes) / page * page;
+    if (first < end) {
+        // Where it fails the pages come as they are touched.
+        (void)madvise(reinterpret_cast<void*>(first), end - first, MADV_POPULATE_WRITE);
+    }
+#endif
 }
 
 void ReleaseConsole() {}

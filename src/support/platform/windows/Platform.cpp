@@ -126,6 +126,22 @@ u64 ResidentMemory() {
                : 0;
 }
 
+u64 ThreadNanoseconds() {
+    FILETIME created{};
+    FILETIME ended{};
+    FILETIME kernel{};
+    FILETIME user{};
+    if (GetThreadTimes(GetCurrentThread(), &created, &ended, &kernel, &user) == 0) {
+        return 0;
+    }
+    const auto ticks = [](const FILETIME& time) {
+        return (static_cast<u64>(time.dwHighDateTime) << 32U) + time.dwLowDateTime;
+    };
+    return (ticks(kernel) + ticks(user)) * 100U;
+}
+
+void BackMemory(void* /*memory*/, std::size_t /*bytes*/) {}
+
 void ReleaseConsole() { FreeConsole(); }
 
 } // namespace Velmora::Platform
