@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/Chorus.h"
 
+#include "dsp/RenderStereoQuads.h"
 #include "dsp/SoundSamples.h"
 #include "dsp/SyncRates.h"
 
@@ -19,8 +20,6 @@ using Limits = ChorusSettings;
 
 /// 36 dB above full scale; no real signal gets there. Bounds the loop whatever the modulation does.
 constexpr float feedbackCeiling = 64.0F;
-/// Below this a tail is over; it must not reach the denormal numbers.
-constexpr float silence = 1e-15F;
 
 ModuleParam Starting(ModuleParam param, float value) {
     param.SetValue(value);
@@ -61,10 +60,6 @@ float Hold(float value, float low, float high) {
 }
 
 Float4 Hold(Float4 value, Float4 low, Float4 high) { return xsimd::min(xsimd::max(value, low), high); }
-
-Float4 Admit(const float* input, u32 n) { return input != nullptr ? SoundSamples(input + n) : Float4(0.0F); }
-
-Float4 WithoutTail(Float4 x) { return xsimd::select(xsimd::abs(x) > Float4(silence), x, Float4(0.0F)); }
 
 } // namespace
 
@@ -154,28 +149,10 @@ Float4 Chorus::TapDelays(Controls::Group offsets, float randomShift) const {
 }
 
 bool Chorus::Process(ProcessContext& context) {
-    if (controls.IsMoving()) {
-        RenderBlock<true>(context);
-    } else {
-        RenderBlock<false>(context);
-    }
+    RenderStereoQuads(context, controls, [this](auto moving, Float4& left, Float4& right) {
+        RenderQuad<moving.value>(left, right);
+    });
     return true;
-}
-
-template <bool moving>
-void Chorus::RenderBlock(ProcessContext& context) {
-    const float* leftIn = context.InputOrNull(0);
-    const float* rightIn = context.InputOrNull(1);
-    for (u32 n = 0; n < context.numFrames; n += Float4::size) {
-        Float4 left = Admit(leftIn, n);
-        Float4 right = Admit(rightIn, n);
-        if constexpr (moving) {
-            controls.Step();
-        }
-        RenderQuad<moving>(left, right);
-        left.store_unaligned(context.outputs[0] + n);
-        right.store_unaligned(context.outputs[1] + n);
-    }
 }
 
 template <bool moving>

@@ -87,8 +87,6 @@ private:
     void StepDelays();
     Float4 TapDelays(ChorusControls::Group offsets, float randomShift) const;
     template <bool moving>
-    void RenderBlock(ProcessContext& context);
-    template <bool moving>
     void RenderQuad(Float4& left, Float4& right);
     template <bool moving>
     Float4 ReadVoices(const Channel& channel) const;

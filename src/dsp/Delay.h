@@ -71,8 +71,6 @@ private:
     float EchoSeconds(const ProcessContext& context);
     void StepDelays();
     template <bool moving>
-    void RenderBlock(ProcessContext& context);
-    template <bool moving>
     void RenderQuad(Float4& left, Float4& right);
     template <bool moving>
     void WriteLines(Float4 left, Float4 right, Float4 loopLeft, Float4 loopRight);

@@ -2,6 +2,7 @@
 #include "dsp/Flanger.h"
 
 #include "dsp/EffectRecords.h"
+#include "dsp/RenderStereoQuads.h"
 #include "dsp/SyncRates.h"
 #include "dsp/Within.h"
 
@@ -138,28 +139,10 @@ void Flanger::StepDelays() {
 }
 
 bool Flanger::Process(ProcessContext& context) {
-    if (controls.IsMoving()) {
-        RenderBlock<true>(context);
-    } else {
-        RenderBlock<false>(context);
-    }
+    RenderStereoQuads(context, controls, [this](auto moving, Float4& left, Float4& right) {
+        RenderQuad<moving.value>(left, right);
+    });
     return true;
-}
-
-template <bool moving>
-void Flanger::RenderBlock(ProcessContext& context) {
-    const float* leftIn = context.InputOrNull(0);
-    const float* rightIn = context.InputOrNull(1);
-    for (u32 n = 0; n < context.numFrames; n += Float4::size) {
-        Float4 left = AdmitSound(leftIn, n);
-        Float4 right = AdmitSound(rightIn, n);
-        if constexpr (moving) {
-            controls.Step();
-        }
-        RenderQuad<moving>(left, right);
-        left.store_unaligned(context.outputs[0] + n);
-        right.store_unaligned(context.outputs[1] + n);
-    }
 }
 
 template <bool moving>

@@ -94,8 +94,6 @@ private:
     void FollowSong(const ProcessContext& context);
     void StepDelays();
     template <bool moving>
-    void RenderBlock(ProcessContext& context);
-    template <bool moving>
     void RenderQuad(Float4& left, Float4& right);
     template <bool moving>
     Float4 DrySound(u32 side, Float4 input) const;

@@ -24,9 +24,7 @@ fftwf_complex* AsSpectrum(float* data) { return reinterpret_cast<fftwf_complex*>
 
 } // namespace
 
-void RealFft::PlanDeleter::operator()(fftwf_plan_s* plan) const {
-    fftwf_destroy_plan(plan);
-}
+void RealFft::PlanDeleter::operator()(fftwf_plan_s* plan) const { fftwf_destroy_plan(plan); }
 
 RealFft::RealFft(u32 size) : transformSize(size), work(BufferSize(size)) {
     AlignedBuffer buffer(BufferSize(size));

@@ -34,8 +34,8 @@ void SynthesizerFilterBank::OnReset(bool /*hard*/) { shiftSmoother.Set(Additiona
 bool SynthesizerFilterBank::UpdateParameters(dsp::ProcessContext& context) {
     const bool modulated =
         context.ActiveModulation(shiftInput) != nullptr || context.ActiveModulation(widthInput) != nullptr;
-    // The smoother steps on such blocks alone: after a single change it goes one step and no further. A reset has
-    // put it where "Shift" is, and the filters follow.
+    // The smoother steps on such blocks alone: after a single change it goes one step and no further. A reset
+    // has put it where "Shift" is, and the filters follow.
     if (!modulated && !needsUpdate && !AdditionalChanged(Shift) && !AdditionalChanged(Width)) {
         return true;
     }
