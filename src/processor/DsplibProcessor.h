@@ -22,7 +22,7 @@ namespace Velmora::Processor {
 /// The engine is a module with `parameterCount`, the data operations and the two change queues of
 /// VocoderProcessor. Nothing depends on `variant`: it tells adapters of one engine apart.
 template <class Engine, u32 variant>
-class alignas(16) DsplibProcessor : public IProcessor_V8 {
+class alignas(16) alignas(Engine) DsplibProcessor : public IProcessor_V8 {
 public:
     static constexpr u32 tooltipUpdateId = Engine::parameterCount;
     static constexpr u32 tooltipTextId = tooltipUpdateId + 1;

@@ -158,7 +158,7 @@ void BackMemory([[maybe_unused]] void* memory, [[maybe_unused]] std::size_t byte
     const std::uintptr_t end = (start + bytes) / page * page;
     if (first < end) {
         // Where it fails the pages come as they are touched.
-        (void)madvise(reinterpret_cast<void*>(first), end - first, MADV_POPULATE_WRITE);
+        (void)madvise(static_cast<char*>(memory) + (first - start), end - first, MADV_POPULATE_WRITE);
     }
 #endif
 }
