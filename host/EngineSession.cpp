@@ -3,23 +3,13 @@
 
 #include "dsp/ModuleContainerBase.h"
 #include "host/Errors.h"
+#include "processor/BlockSize.h"
 
 #include <fmt/format.h>
 
-#include <algorithm>
-#include <cmath>
-
 namespace orphia::host {
 
-std::uint32_t EngineSession::BlockSize(float rate) {
-    constexpr float defaultRate = 44100.0F;
-    constexpr float highestRate = 384000.0F;
-    // Quarters of a block per hertz: blocks are about 1 ms and whole groups of four frames.
-    constexpr float groupsPerHertz = 0.0002494331F;
-    const float clamped = rate > 0.0F ? std::min(rate, highestRate) : defaultRate;
-    const auto groups = static_cast<std::uint32_t>(std::lround(clamped * groupsPerHertz));
-    return std::max(groups * 4U, 4U);
-}
+std::uint32_t EngineSession::BlockSize(float rate) { return Velmora::Processor::BlockSizeAt(rate); }
 
 EngineSession::EngineSession(std::uint32_t rate) : sampleRate(rate) {
     if (rate < minimumSampleRate || rate > maximumSampleRate) {
