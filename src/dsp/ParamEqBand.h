@@ -155,8 +155,8 @@ private:
     Coefficients settled;
     T s1;
     T s2;
-    ParamEqBand* band;
-    bool isMoving;
+    ParamEqBand* band = nullptr;
+    bool isMoving = false;
     std::array<const float*, ValueCount> buffers;
 };
 

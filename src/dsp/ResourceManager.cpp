@@ -91,6 +91,7 @@ void ResourceManager<captureSize, queueSize>::LogCurrentException(std::string_vi
         std::string message(what);
         message.append(which);
         try {
+            // cppcheck-suppress rethrowNoCurrentException ; only called where one is being handled
             throw;
         } catch (const std::exception& exception) {
             message.append(": ").append(exception.what());

@@ -18,6 +18,8 @@ constexpr int options =
     RubberBandStretcher::OptionProcessRealTime | RubberBandStretcher::OptionStretchPrecise |
     RubberBandStretcher::OptionTransientsMixed | RubberBandStretcher::OptionThreadingNever;
 constexpr std::size_t processSize = 4096;
+/// In Hz. At a few Hz the library finds no window, and looks for one for ever.
+constexpr float lowestRate = 1000.0F;
 
 /// The library's own logger writes to the error stream, in a block too.
 class SilentLogger : public RubberBandStretcher::Logger {
@@ -33,7 +35,7 @@ SampleStretcher::SampleStretcher() = default;
 SampleStretcher::~SampleStretcher() = default;
 
 void SampleStretcher::Make(float sampleRate) {
-    const auto rate = static_cast<std::size_t>(sampleRate);
+    const auto rate = static_cast<std::size_t>(std::max(sampleRate, lowestRate));
     engine = std::make_unique<RubberBandStretcher>(rate, 1, std::make_shared<SilentLogger>(), options);
     engine->setMaxProcessSize(processSize);
     // The output ring grows with the largest ratio so far, the window below a ratio of about 0.19: now, so
