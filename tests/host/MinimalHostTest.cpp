@@ -1,0 +1,60 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The host of one file that the documents begin with: built as they say, and run as a user would.
+#include "TestFiles.h"
+
+#include <gtest/gtest.h>
+#include <sndfile.hh>
+
+#include <cmath>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+namespace orphia::test {
+namespace {
+
+/// RMS in dB below full scale of each half second, both sides together.
+std::vector<double> LevelsOf(const std::filesystem::path& path) {
+    SndfileHandle file(path.string());
+    std::vector<float> half(static_cast<std::size_t>(file.samplerate() / 2 * file.channels()));
+    std::vector<double> levels;
+    while (file.read(half.data(), static_cast<sf_count_t>(half.size())) ==
+           static_cast<sf_count_t>(half.size())) {
+        double energy = 1e-12;
+        for (const float sample : half) {
+            energy += static_cast<double>(sample) * sample / static_cast<double>(half.size());
+        }
+        levels.push_back(10.0 * std::log10(energy));
+    }
+    return levels;
+}
+
+TEST(MinimalHostTest, SpeaksThroughItsChordAsLoudAsTheVoice) {
+    const TemporaryFolder folder;
+    const std::string voice = std::string(ORPHIA_EXAMPLES) + "/voice.flac";
+    const std::string result = (folder / "out.wav").string();
+    const std::string line = std::string("'") + ORPHIA_MINIMAL_HOST + "' '" + ORPHIA_ENGINE_LIBRARY + "' '" +
+                             voice + "' '" + result + "'";
+    ASSERT_EQ(std::system(line.c_str()), 0);
+    const std::vector<double> spoken = LevelsOf(voice);
+    const std::vector<double> sung = LevelsOf(result);
+    ASSERT_EQ(sung.size(), spoken.size());
+    std::size_t loud = 0;
+    for (std::size_t half = 0; half < sung.size(); ++half) {
+        SCOPED_TRACE(half);
+        if (spoken[half] > -30.0) {
+            EXPECT_NEAR(sung[half], spoken[half], 12.0);
+            ++loud;
+        }
+    }
+    EXPECT_GT(loud, 5U);
+}
+
+TEST(MinimalHostTest, RefusesWhatIsNoEngine) {
+    const std::string line =
+        std::string("'") + ORPHIA_MINIMAL_HOST + "' /nowhere /nowhere /nowhere >/dev/null";
+    EXPECT_NE(std::system(line.c_str()), 0);
+}
+
+} // namespace
+} // namespace orphia::test
