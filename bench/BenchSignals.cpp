@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "BenchSignals.h"
+#include "bench/BenchSignals.h"
 
 #include "dsp/ParameterNameWriter.h"
 

@@ -1,59 +1,28 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The compressor on a chord, a stereo frame each, 44 frames a block.
-#include "BenchSignals.h"
+#include "bench/MeasureModule.h"
 #include "dsp/Compressor.h"
-#include "dsp/DenormalGuard.h"
-#include "dsp/RunChild.h"
-
-#include <benchmark/benchmark.h>
 
 #include <cmath>
-#include <cstddef>
-#include <initializer_list>
-#include <utility>
-#include <vector>
 
+namespace orphia::bench {
 namespace {
 
-using namespace orphia::bench;
 using Velmora::dsp::Compressor;
-using Settings = std::initializer_list<std::pair<unsigned, float>>;
 
 void Run(benchmark::State& state, const StereoSignal& signal, Settings settings) {
-    const Velmora::dsp::DenormalGuard guard;
+    const Settings common{{Compressor::Wet, 1.0F},         {Compressor::OutputGain, 0.0F},
+                          {Compressor::ConfStereo, 1.0F},  {Compressor::Makeup, 1.0F},
+                          {Compressor::Threshold, -30.0F}, {Compressor::Ratio, 5.0F},
+                          {Compressor::Attack, 2.0F},      {Compressor::Release, 100.0F}};
     Compressor compressor;
     compressor.Initialize(sampleRate, blockSize);
-    for (const auto& [id, value] : {std::pair{Compressor::Wet, 1.0F},
-                                    {Compressor::OutputGain, 0.0F},
-                                    {Compressor::ConfStereo, 1.0F},
-                                    {Compressor::Makeup, 1.0F},
-                                    {Compressor::Threshold, -30.0F},
-                                    {Compressor::Ratio, 5.0F},
-                                    {Compressor::Attack, 2.0F},
-                                    {Compressor::Release, 100.0F}}) {
-        compressor.SetParameterValue(id, value);
+    for (const Settings* const some : {&common, &std::as_const(settings)}) {
+        for (const auto& [id, value] : *some) {
+            compressor.SetParameterValue(id, value);
+        }
     }
-    for (const auto& [id, value] : settings) {
-        compressor.SetParameterValue(id, value);
-    }
-    std::vector<float> left(blockSize);
-    std::vector<float> right(blockSize);
-    float* outputs[] = {left.data(), right.data()};
-    Velmora::dsp::ProcessContext context;
-    context.outputs = outputs;
-    context.numInputs = 2;
-    context.numOutputs = 2;
-    context.numFrames = blockSize;
-    std::size_t block = 0;
-    for (auto _ : state) {
-        const float* inputs[] = {signal.left.data() + block * blockSize,
-                                 signal.right.data() + block * blockSize};
-        context.inputs = inputs;
-        Velmora::dsp::RunChild(compressor, context);
-        benchmark::ClobberMemory();
-        block = (block + 1) % blocksPerSignal;
-    }
-    ReportPerFrame(state, blockSize);
+    MeasureModule(state, compressor, signal);
 }
 
 void Linked(benchmark::State& state) {
@@ -85,3 +54,4 @@ BENCHMARK(Unlinked)->Name("Compressor unlinked, level smoothing, 5 ms lookahead"
 BENCHMARK(LongLookahead)->Name("Compressor unlinked, swell, 10 ms lookahead");
 
 } // namespace
+} // namespace orphia::bench

@@ -1,75 +1,46 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The effect section: with nothing in its slots, and with each type in one of them at its start values.
-#include "BenchSignals.h"
-#include "dsp/DenormalGuard.h"
-#include "dsp/RunChild.h"
+#include "bench/MeasureModule.h"
 #include "processor/FXContainer.h"
 
-#include <benchmark/benchmark.h>
-
 #include <memory>
-#include <vector>
 
+namespace orphia::bench {
 namespace {
 
-using namespace orphia::bench;
 using Velmora::u32;
 using Velmora::Processor::FXContainer;
 using Velmora::Processor::FXVariant;
 
-std::unique_ptr<FXContainer> Make() {
-    auto effects = std::make_unique<FXContainer>();
+/// The parameters are those of the section.
+void MeasureSection(benchmark::State& state, Settings settings) {
+    const auto effects = std::make_unique<FXContainer>();
     effects->Initialize(sampleRate, blockSize);
-    return effects;
-}
-
-void Set(FXContainer& effects, u32 slot, FXVariant::Additional index, u32 value) {
-    effects.SetParameterValue(FXContainer::SlotId(slot, FXVariant::ParameterId(index)),
-                              static_cast<float>(value));
-}
-
-void Run(benchmark::State& state, FXContainer& effects) {
-    const Velmora::dsp::DenormalGuard guard;
-    const StereoSignal chord = Chord();
-    std::vector<float> left(blockSize);
-    std::vector<float> right(blockSize);
-    float* outputs[] = {left.data(), right.data()};
-    Velmora::dsp::ProcessContext context;
-    context.outputs = outputs;
-    context.numInputs = 2;
-    context.numOutputs = 2;
-    context.numFrames = blockSize;
-    std::size_t block = 0;
-    for (auto _ : state) {
-        const float* inputs[] = {chord.left.data() + block * blockSize,
-                                 chord.right.data() + block * blockSize};
-        context.inputs = inputs;
-        Velmora::dsp::RunChild(effects, context);
-        benchmark::ClobberMemory();
-        block = (block + 1) % blocksPerSignal;
+    for (const auto& [id, value] : settings) {
+        effects->SetParameterValue(id, value);
     }
-    ReportPerFrame(state, blockSize);
+    MeasureModule(state, *effects);
 }
+
+constexpr u32 enable = FXContainer::ParameterId(FXContainer::Enable);
 
 /// Series and parallel.
 void Empty(benchmark::State& state) {
-    const auto effects = Make();
-    effects->SetParameterValue(FXContainer::ParameterId(FXContainer::Routing),
-                               static_cast<float>(state.range(0)));
-    Run(state, *effects);
+    MeasureSection(state,
+                   {{enable, 1.0F},
+                    {FXContainer::ParameterId(FXContainer::Routing), state.range(0) != 0 ? 1.0F : 0.0F}});
 }
 
-void Off(benchmark::State& state) {
-    const auto effects = Make();
-    effects->SetParameterValue(FXContainer::ParameterId(FXContainer::Enable), 0.0F);
-    Run(state, *effects);
-}
+void Off(benchmark::State& state) { MeasureSection(state, {{enable, 0.0F}}); }
 
 /// The other slots are empty.
 void OneType(benchmark::State& state) {
-    const auto effects = Make();
-    Set(*effects, 0, FXVariant::ModuleType, static_cast<u32>(state.range(0)));
-    Run(state, *effects);
+    constexpr u32 type = FXContainer::SlotId(0, FXVariant::ParameterId(FXVariant::ModuleType));
+    MeasureSection(state, {{enable, 1.0F}, {type, static_cast<float>(state.range(0))}});
+    constexpr const char* names[FXVariant::typeCount] = {"bypassed",    "reverb", "delay",     "chorus",
+                                                         "flanger",     "phaser", "overdrive", "compressor",
+                                                         "bit crusher", "filter", "equaliser", "panner"};
+    state.SetLabel(names[state.range(0)]);
 }
 
 BENCHMARK(Empty)->Name("Effect slots empty, series and parallel")->Arg(0)->Arg(1);
@@ -77,3 +48,4 @@ BENCHMARK(Off)->Name("Effect slots off");
 BENCHMARK(OneType)->Name("Effect slot of type")->DenseRange(1, FXVariant::typeCount - 1);
 
 } // namespace
+} // namespace orphia::bench

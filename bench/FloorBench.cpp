@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The floor under the core: the arithmetic of both filter banks, rectifiers and amplifiers of two channels
 // and nothing else. No modules, no parameters, no buffers per band, no noise, no high-frequency path.
-#include "BenchSignals.h"
+#include "bench/BenchSignals.h"
 #include "dsp/DenormalGuard.h"
 #include "vocoder/BandPlan.h"
 #include "vocoder/RectifierFollower.h"

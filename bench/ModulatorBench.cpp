@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The whole modulator per stereo frame: at rest, with a sample, with the external input, with its tone
 // stages.
-#include "BenchSignals.h"
+#include "bench/BenchSignals.h"
 #include "dsp/DenormalGuard.h"
 #include "dsp/RunChild.h"
 #include "vocoder/VocoderModulator.h"

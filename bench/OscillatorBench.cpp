@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The parts of an oscillator, each by itself, and those of a saw in a row, 44 frames a block. Arguments of
 // the shapes: frequency in Hz; flags 1 FM, 2 hard sync, 4 pulse width modulation.
-#include "BenchSignals.h"
+#include "bench/BenchSignals.h"
 #include "dsp/DenormalGuard.h"
 #include "dsp/PolyBlepPhaseGenBase.h"
 #include "dsp/PolyBlepPostFilter.h"

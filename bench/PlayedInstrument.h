@@ -24,6 +24,8 @@ public:
     host::Instrument& Engine() { return *instrument; }
     /// False when the last block was silent.
     bool IsHeard() const;
+    /// What the left side had in the last block.
+    const std::vector<float>& Left() const { return left; }
 
 private:
     void SetUp(Load load);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The sampler on a stereo sample at the host's rate, a stereo frame each, 44 frames a block.
-#include "BenchSignals.h"
+#include "bench/BenchSignals.h"
 #include "dsp/DenormalGuard.h"
 #include "dsp/RunChild.h"
 #include "dsp/Simpler.h"

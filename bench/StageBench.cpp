@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Each stage of one channel by itself, as its parent runs it, 44 frames a block.
-#include "BenchSignals.h"
+#include "bench/BenchSignals.h"
 #include "dsp/DenormalGuard.h"
 #include "dsp/NoiseGenerator.h"
 #include "dsp/RunChild.h"

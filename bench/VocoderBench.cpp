@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the stereo core costs per frame, and what its bare arithmetic would.
-#include "BenchSignals.h"
+#include "bench/BenchSignals.h"
 #include "dsp/DenormalGuard.h"
 #include "dsp/RunChild.h"
 #include "vocoder/BodeVocoder.h"
