@@ -111,9 +111,23 @@ TEST_F(BoundaryClientTest, EachParameterHasAnIdAndANameOfItsOwn) {
         EXPECT_TRUE(value >= 0.0F && value <= 1.0F) << index << ": " << value;
     }
     const std::pair<uint32_t, const char*> landmarks[] = {
-        {2287, "VST3_PitchBend"},     {2295, "Synth_Master_Volume"}, {2301, "MTS_Retuning_Mode"},
-        {2317, "MPE_PitchBend_15"},   {2318, "MPE_Aftertouch_0"},    {2349, "MPE_Brightness_15"},
-        {2350, "OutputSelection"},    {2356, "LFO Feedback"},        {tooltipUpdate, "ToolTipUpdate"},
+        {0, "Modulator_Sampler_Start"},
+        {firstPath, "Modulator_Sample1_Path"},
+        {371, "Modulator_CompressorAmount"},
+        {372, "Modulations_Dst1_Src1_Amount"},
+        {975, "BodeVocoder_Preamp_ProgramLevel"},
+        {1588, "BodeVocoder_CVFB16"},
+        {1814, "FX1_ModuleType"},
+        {2286, "FX_Enable"},
+        {2287, "VST3_PitchBend"},
+        {2295, "Synth_Master_Volume"},
+        {2301, "MTS_Retuning_Mode"},
+        {2317, "MPE_PitchBend_15"},
+        {2318, "MPE_Aftertouch_0"},
+        {2349, "MPE_Brightness_15"},
+        {2350, "OutputSelection"},
+        {2356, "LFO Feedback"},
+        {tooltipUpdate, "ToolTipUpdate"},
         {tooltipText, "ToolTipText"},
     };
     for (const auto& [id, name] : landmarks) {
@@ -146,10 +160,39 @@ TEST_F(BoundaryClientTest, ReservedSlotsAnswerAsTheyAlwaysDid) {
     processor->Hook33();
     EXPECT_EQ(processor->GetLatency(), 44U);
     EXPECT_EQ(processor->GetExtraLatency(), 0U);
-    EXPECT_EQ(processor->GetBlockSize(0.0F), 44U);
-    EXPECT_EQ(processor->GetBlockSize(96000.0F), 96U);
     EXPECT_FALSE(processor->IsLoading());
     processor->Idle();
+}
+
+TEST_F(BoundaryClientTest, BlocksLastAMillisecondAtAnyRateAHostMayName) {
+    EXPECT_EQ(processor->GetBlockSize(1.0e-30F), 4U);
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    const std::pair<float, uint32_t> cases[] = {
+        {44100.0F, 44}, {48000.0F, 48}, {96000.0F, 96},  {384000.0F, 384},    {1.0e6F, 384}, {infinity, 384},
+        {0.0F, 44},     {-1.0F, 44},    {-infinity, 44}, {std::nanf(""), 44}, {8000.0F, 8}};
+    for (const auto& [rate, frames] : cases) {
+        EXPECT_EQ(processor->GetBlockSize(rate), frames) << rate << " Hz";
+        EXPECT_TRUE(Initialize(*processor, rate)) << rate << " Hz";
+        StereoBlock block(frames);
+        EXPECT_TRUE(processor->Process(block.data.bytes)) << rate << " Hz";
+        EXPECT_TRUE(std::isfinite(block.Peak(frames))) << rate << " Hz";
+        EXPECT_EQ(processor->GetLatency(), 44U) << "does not follow the rate";
+    }
+}
+
+TEST_F(BoundaryClientTest, MissingPlacesAreRefused) {
+    EXPECT_FALSE(processor->Initialize(nullptr));
+    EXPECT_TRUE(processor->PushEvent(nullptr));
+    EXPECT_FALSE(processor->GetParameter(0, nullptr));
+    EXPECT_FALSE(processor->GetParameterInfo(0, nullptr));
+    InfoRecord record;
+    EXPECT_FALSE(processor->GetParameterInfoByIndex(0, nullptr, &record));
+    uint32_t size = 1;
+    EXPECT_FALSE(processor->SetParameterData(firstPath, nullptr, &size));
+    EXPECT_FALSE(processor->SetParameterData(firstPath, "a", nullptr));
+    EXPECT_TRUE(processor->SetParameterData(firstPath, "a", &size));
+    EXPECT_FALSE(processor->GetParameterData(firstPath, nullptr, &size));
+    EXPECT_FALSE(processor->GetParameterData(firstPath, &record, nullptr));
 }
 
 TEST_F(BoundaryClientTest, ParametersTakeAnyValue) {
@@ -208,8 +251,11 @@ TEST_F(BoundaryClientTest, MessagesOfTooltipsAndOfTheLfoComeInTurn) {
         processor->SetParameter(id, value);
     }
     StereoBlock block(blockSize);
-    for (int n = 0; n < 40; ++n) {
-        processor->Process(block.data.bytes);
+    for (const int mode : {0, 1}) { // nobody looks while it renders offline
+        block.data.Set(160, mode);
+        for (int n = 0; n < 40; ++n) {
+            processor->Process(block.data.bytes);
+        }
     }
     EXPECT_TRUE(processor->SetParameter(tooltipUpdate, 5000.0F)) << "no parameter, no message";
     EXPECT_TRUE(processor->SetParameter(tooltipUpdate, 3.0F));
@@ -247,7 +293,18 @@ TEST_F(BoundaryClientTest, BlocksAreSilentUntilTheyCanBeRendered) {
     EXPECT_TRUE(processor->Process(nothing.bytes));
     nothing.Set(40, blockSize);
     EXPECT_TRUE(processor->Process(nothing.bytes)) << "no channel at all";
-    EXPECT_EQ(At<uint32_t>(nothing.bytes, 128), 0U);
+    struct {
+        uint32_t count = 9;
+        const void* records = nullptr;
+    } ports[2];
+    StereoBlock missing(blockSize);
+    missing.outputs[1] = missing.auxInputs[0] = nullptr;
+    missing.data.Set(200, ports);
+    missing.data.Set(208, 2U);
+    EXPECT_TRUE(processor->Process(missing.data.bytes));
+    EXPECT_EQ(missing.sound[0][0], 0.0F) << "the other channel is there";
+    EXPECT_EQ(missing.sound[1][0], 9.0F);
+    EXPECT_EQ(At<uint32_t>(missing.data.bytes, 128) + ports[0].count + ports[1].count, 0U) << "no events";
 }
 
 TEST_F(BoundaryClientTest, SoundGoesThroughAndEventsBeyondTheRoomAreDropped) {

@@ -3,7 +3,6 @@
 
 #include "vocoder/StageRig.h"
 
-#include <limits>
 #include <tuple>
 #include <utility>
 
@@ -11,7 +10,6 @@ using namespace Velmora;
 using namespace Velmora::Test;
 using dsp::Compressor;
 using C = Compressor;
-using orphia::test::NameOf;
 using orphia::test::Peak;
 
 namespace {
@@ -147,36 +145,6 @@ private:
 
 } // namespace
 
-TEST(CompressorTest, TheStaticCurveAndItsMakeupHold) {
-    for (const float knee : {0.0F, 20.0F, 35.0F, 50.0F}) {
-        for (const float ratio : {1.0F, 2.0F, 7.0F, 100.0F, 0.0F}) {
-            for (const float limit : {0.0F, -6.0F}) {
-                const Values values = {
-                    {C::Threshold, -24.0F}, {C::Ratio, ratio},
-                    {C::KneeWidth, knee},   {C::RatioInfinite, ratio == 0.0F ? 1.0F : 0.0F},
-                    {C::GRLimit, limit},    {C::GRLimitEnable, limit < 0.0F ? 1.0F : 0.0F}};
-                auto plain = MakeCompressor(values);
-                auto made = MakeCompressor(values);
-                made->SetParameterValue(C::Makeup, 1.0F);
-                const double r = ratio == 0.0F ? 0.0 : 1.0 / static_cast<double>(ratio);
-                for (const double level :
-                     {-150.0, -60.0, -48.0, -40.0, -24.1, -24.0, -23.9, -10.0, 0.0, 9.0}) {
-                    double expected = Reduction(level, -24.0, r, knee);
-                    expected = limit < 0.0F ? std::min(expected, 6.0) : expected;
-                    const Signal in = Constant(400, level);
-                    const double gain = Decibels(Render(*plain, {in}, 1)[0].back() / in.back());
-                    EXPECT_NEAR(gain, -expected, 0.001)
-                        << level << " dB, ratio " << ratio << ", knee " << knee << ", limit " << limit;
-                    EXPECT_NEAR(plain->GetParameterNormalized(C::OutGainReduction),
-                                std::min(expected / 40.0, 1.0), 1e-4);
-                    const double madeGain = Decibels(Render(*made, {in}, 1)[0].back() / in.back());
-                    EXPECT_NEAR(madeGain - gain, Reduction(0.0, -24.0, r, knee) / std::sqrt(2.0), 0.001);
-                }
-            }
-        }
-    }
-}
-
 TEST(CompressorTest, TheReductionFollowsTheClosedFormToItsEndAlsoInLongTimes) {
     auto compressor = MakeCompressor(
         {{C::Threshold, -60.0F}, {C::RatioInfinite, 1.0F}, {C::Attack, 1000.0F}, {C::Release, 2000.0F}});
@@ -291,23 +259,6 @@ TEST(CompressorTest, WetTakesOneBlockAndTheGainsTheirTimeWhateverTheBlock) {
     }
 }
 
-TEST(CompressorTest, AChannelThatIsUnlinkedGoesOnFromTheCommonGain) {
-    auto compressor = MakeCompressor({{C::Threshold, -20.0F},
-                                      {C::RatioInfinite, 1.0F},
-                                      {C::Release, 2000.0F},
-                                      {C::ConfStereo, 1.0F},
-                                      {C::StereoMode, 1.0F},
-                                      {C::LookaheadTimeMs, 5.0F},
-                                      {C::LookaheadEnable, 1.0F}});
-    const Signals in = {Constant(960, 0.0), Constant(960, -40.0)};
-    const float linked = Render(*compressor, in, 2)[1].back();
-    compressor->SetParameterValue(C::StereoMode, 0.0F);
-    const Signal unlinked = Render(*compressor, in, 2)[1];
-    EXPECT_NEAR(linked / in[1][0], 0.1F, 1e-4F);
-    EXPECT_NEAR(unlinked[0], linked, 1e-6F);
-    EXPECT_NEAR(unlinked[300], linked, 0.1F * linked);
-}
-
 TEST(CompressorTest, ConnectedInputsMoveTheirParametersAlsoBackwards) {
     constexpr std::size_t length = 9600;
     const Signal noise = Noise(length, 0.8F, 1);
@@ -334,27 +285,6 @@ TEST(CompressorTest, ConnectedInputsMoveTheirParametersAlsoBackwards) {
     }
 }
 
-TEST(CompressorTest, KeepsTheStageInvariantsAndTakesFaultySamplesForSilence) {
-    constexpr float infinity = std::numeric_limits<float>::infinity();
-    const Signals noise = {Noise(2200, 0.9F, 3), Noise(2200, 0.4F, 4)};
-    Signals faulty = noise;
-    Signals clean = noise;
-    std::size_t n = 100;
-    for (const float bad : {std::numeric_limits<float>::quiet_NaN(), infinity, -infinity, 1e30F, -2e6F}) {
-        faulty[n % 2][n] = bad;
-        clean[n % 2][n] = 0.0F;
-        n += 37;
-    }
-    for (const float on : {0.0F, 1.0F}) {
-        const Values values = {{C::ConfStereo, 1.0F},         {C::LookaheadTimeMs, 3.0F},
-                               {C::LookaheadEnable, on},      {C::StereoMode, 1.0F - on},
-                               {C::LevelMeasureSmoothAR, on}, {C::Makeup, on}};
-        const auto make = [&] { return MakeCompressor(values); };
-        ExpectStageInvariants(make, noise, 2);
-        ExpectSame(Render(*make(), faulty, 2), Render(*make(), clean, 2), "faulty");
-    }
-}
-
 TEST(CompressorTest, MissingChannelsAndTheSwitchOfTheInterfaceHaveTheirWays) {
     const Signals noise = {Noise(2200, 0.9F, 1), Noise(2200, 0.3F, 2)};
     const Signal left = Render(*MakeCompressor(), {noise[0]}, 1)[0];
@@ -368,48 +298,21 @@ TEST(CompressorTest, MissingChannelsAndTheSwitchOfTheInterfaceHaveTheirWays) {
     const Signals silent = orphia::test::Render(*deaf, wiring, 2, blocks);
     EXPECT_EQ(Peak(silent[0]) + Peak(silent[1]), 0.0F);
     EXPECT_EQ(deaf->GetParameterNormalized(C::OutGainReduction), 0.0F) << "a reading of the past";
-    EXPECT_EQ(NameOf(*deaf, C::GRLimit), "Compressor_GRLimit");
-    EXPECT_EQ(NameOf(*deaf, C::Makeup), "Compressor_Makeup");
 }
 
-TEST(CompressorTest, WorksInPlace) {
-    for (const u32 channels : {1U, 2U}) {
-        const Values values = {{C::ConfStereo, 1.0F}};
-        Signals both = {Noise(rigBlock, 0.9F, 1), Noise(rigBlock, 0.3F, 2)};
-        const Signals inputs(both.begin(), both.begin() + channels);
-        const Signals expected = Render(*MakeCompressor(values), inputs, 2);
-        float* outputs[] = {both[0].data(), both[1].data()};
-        dsp::ProcessContext context;
-        context = context.ForChild(outputs, channels, outputs, 2);
-        context.numFrames = rigBlock;
-        dsp::RunChild(*MakeCompressor(values), context);
-        ExpectSame(both, expected, std::to_string(channels) + " inputs");
-    }
-}
-
-TEST(CompressorTest, ComesBackFromImpossibleParametersAndModulation) {
-    std::mt19937 random(9);
-    constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-    constexpr float infinity = std::numeric_limits<float>::infinity();
-    const float bad[] = {nan, -1e9F, 1e9F, 1e38F, 0.0F, 1.0F, infinity};
-    const Signal noise = Noise(9600, 0.9F, 8);
-    const Signal end = Noise(48000, 0.9F, 9);
-    auto fresh = MakeCompressor();
-    const Signal expected = Render(*fresh, {end}, 1)[0];
-    for (int trial = 0; trial < 40; ++trial) {
-        auto compressor = MakeCompressor();
-        Signals inputs(8, trial % 2 == 0 ? Signal(9600, bad[random() % 7]) : noise);
-        inputs[0] = inputs[1] = noise;
-        for (u32 id = 0; id < C::parameterCount; ++id) {
-            compressor->SetParameterValue(id, bad[random() % 7]);
-        }
-        ExpectFinite(Render(*compressor, inputs, 2));
-        for (u32 id = 0; id < C::parameterCount; ++id) {
-            compressor->SetParameterValue(id, fresh->FindParameter(id)->GetValue());
-        }
-        const Signal got = Render(*compressor, {end}, 1)[0];
-        for (std::size_t n = 24000; n < 48000; ++n) {
-            ASSERT_NEAR(got[n], expected[n], 1e-6F) << "trial " << trial << ", frame " << n;
-        }
-    }
+TEST(CompressorTest, AChannelThatIsUnlinkedGoesOnFromTheCommonGain) {
+    auto compressor = MakeCompressor({{C::Threshold, -20.0F},
+                                      {C::RatioInfinite, 1.0F},
+                                      {C::Release, 2000.0F},
+                                      {C::ConfStereo, 1.0F},
+                                      {C::StereoMode, 1.0F},
+                                      {C::LookaheadTimeMs, 5.0F},
+                                      {C::LookaheadEnable, 1.0F}});
+    const Signals in = {Constant(960, 0.0), Constant(960, -40.0)};
+    const float linked = Render(*compressor, in, 2)[1].back();
+    compressor->SetParameterValue(C::StereoMode, 0.0F);
+    const Signal unlinked = Render(*compressor, in, 2)[1];
+    EXPECT_NEAR(linked / in[1][0], 0.1F, 1e-4F);
+    EXPECT_NEAR(unlinked[0], linked, 1e-6F);
+    EXPECT_NEAR(unlinked[300], linked, 0.1F * linked);
 }

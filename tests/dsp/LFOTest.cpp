@@ -134,49 +134,25 @@ TEST(LFOTest, SmoothingReachesAStepInItsTimeInSecondsOrInCycles) {
     EXPECT_LT(seconds.left[0], 0.02F);
 }
 
-TEST(LFOTest, GarbageNeverLeavesTheRangeNorAMark) {
+TEST(LFOTest, GarbageNeverLeavesTheRange) {
     constexpr std::array<float, 9> garbage = {nan, inf, -inf, 0.0F, -3.0F, 1e30F, -1e30F, 1e-38F, 0.4F};
-    for (const bool perBlock : {true, false}) {
-        for (const float mode : {0.0F, 1.0F, 2.0F}) {
-            std::mt19937 engine(5);
-            const auto random = [&engine](u32 count) { return static_cast<u32>(engine() % count); };
-            const auto any = [&] { return garbage[random(garbage.size())]; };
-            LFORig source({{LFO::mode, mode}}, perBlock);
-            for (u32 block = 0; block < 20000; ++block) {
-                const u32 id = random(LFO::currentPhaseFeedback);
-                if (id != LFO::controlRate && block % 3 == 0) {
-                    source.Set({{id, any()}});
-                }
-                source.Modulate(random(3), any());
-                source.inputs[random(3)][-1] = 0.0F;
-                source.tempo = any();
-                source.beat = static_cast<double>(any());
-                source.playing = random(2) == 0;
-                source.Block(random(4) == 0 ? 0 : blockSize);
-                const double phase = source.Phase();
-                ASSERT_TRUE(phase >= 0.0 && phase < 1.0) << phase << " in block " << block;
-                ASSERT_TRUE(std::isfinite(source.left[0]) && std::isfinite(source.right[0])) << block;
-            }
-            for (const u32 input : {0U, 1U, 2U}) {
-                source.inputs[input][-1] = 0.0F;
-            }
-            for (u32 id = LFO::midiSync; id < LFO::currentPhaseFeedback; ++id) {
-                if (id != LFO::controlRate) {
-                    source.lfo.SetParameterNormalized(id, 0.0F);
-                }
-            }
-            source.Set({{LFO::mode, mode}, {LFO::rateUnSynced, 3.0F}, {LFO::amp, 1.0F}});
-            source.tempo = 120.0F;
-            source.beat = 0.0;
-            source.playing = false;
-            source.Block();
-            source.Set({{LFO::gateIn, 1.0F}});
-            const double start = source.NextPhase();
-            for (u32 block = 1; block < 200; ++block) {
-                ASSERT_LT(PhaseError(source.NextPhase(), start + block * blockSeconds * 3.0), 1e-5) << block;
-                ASSERT_NEAR(source.left[0], Wave(LFO::Sine, source.Phase()), 1e-5) << block;
-            }
+    std::mt19937 engine(5);
+    const auto random = [&engine](u32 count) { return static_cast<u32>(engine() % count); };
+    const auto any = [&] { return garbage[random(garbage.size())]; };
+    LFORig source({}, false);
+    for (u32 block = 0; block < 60000; ++block) {
+        if (block % 3 == 0) {
+            source.Set({{random(LFO::currentPhaseFeedback), any()}});
         }
+        source.Modulate(random(3), any());
+        source.inputs[random(3)][-1] = 0.0F;
+        source.tempo = any();
+        source.beat = static_cast<double>(any());
+        source.playing = random(2) == 0;
+        source.Block(random(4) == 0 ? 0 : blockSize);
+        const double phase = source.Phase();
+        ASSERT_TRUE(phase >= 0.0 && phase < 1.0) << phase << " in block " << block;
+        ASSERT_TRUE(std::isfinite(source.left[0]) && std::isfinite(source.right[0])) << block;
     }
 }
 

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
-#include <limits>
 #include <numbers>
 #include <string>
 #include <tuple>
@@ -191,22 +190,11 @@ TEST(NoiseGenerator, ResetAndAChangeOfKindClearTheFiltersButNotTheSequence) {
     }
 }
 
-TEST(NoiseGenerator, BrokenValuesAndRatesAreBoundedAndLeaveNothingBehind) {
-    constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+TEST(NoiseGenerator, AFilterOfABrokenRateIsSilentAndRecovers) {
     for (const Type type : allTypes) {
-        Source source(type, 0.1F, nan);
-        EXPECT_EQ(MeanSquare(source.Render(4)) == 0.0, type != Type::White)
-            << "type " << type << ": a broken filter is silent";
+        Source source(type, 0.1F, std::nanf(""));
+        EXPECT_EQ(MeanSquare(source.Render(4)) == 0.0, type != Type::White) << "type " << type;
         source.generator.Initialize(44100.0F, blockSize);
-        for (const float value : {nan, -1e30F, 1e30F, std::numeric_limits<float>::infinity(), -0.5F, 6.0F}) {
-            source.generator.SetParameterValue(0, value);
-            source.generator.SetParameterNormalized(1, value);
-            for (const float x : source.Render(4, &value)) {
-                ASSERT_LE(std::abs(x), 1.0F) << value;
-            }
-        }
-        source.Set(type, 0.1F);
-        source.generator.Reset(true);
         source.generator.Seed(1);
         EXPECT_EQ(source.Render(4), Rendered(type, 0.1F, 4)) << "type " << type;
     }

@@ -1,15 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/StereoPan.h"
 
-#include "dsp/OscillatorRig.h"
-#include "vocoder/StageRig.h"
-
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <memory>
-#include <random>
+#include "dsp/EffectRig.h"
 
 namespace {
 
@@ -17,9 +9,7 @@ using namespace orphia::test;
 using Velmora::dsp::LFOSimple;
 using Velmora::dsp::StereoPan;
 using Velmora::dsp::StereoPanSettings;
-using Velmora::Test::Tone;
 
-constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
 constexpr u32 block = 44;
 
 constexpr u32 Id(StereoPan::Additional index) { return StereoPan::ParameterId(index); }
@@ -28,20 +18,11 @@ constexpr u32 Lfo(StereoPan::ChildIndex lfo, LFOSimple::Parameter id) { return S
 /// Does not move.
 const Settings still = {{Id(StereoPan::PanDepth), 0.0F}};
 
-std::unique_ptr<StereoPan> Make(const Settings& first, const Settings& then = {}, float rate = 44100.0F) {
-    auto module = std::make_unique<StereoPan>();
-    for (const Settings& settings : {first, then}) {
-        for (const auto& [id, value] : settings) {
-            module->SetParameterValue(id, value);
-        }
-    }
-    module->Initialize(rate, 64);
+/// With nothing left to glide.
+std::unique_ptr<StereoPan> Arrived(const Settings& first, const Settings& then = {}, float rate = 44100.0F) {
+    auto module = Make<StereoPan>(first, then, rate);
+    module->Reset(true);
     return module;
-}
-
-std::vector<Signal> Play(StereoPan& module, const Signal& left, const Signal& right,
-                         const BlockSplit& split = BlockSplit::Of(block)) {
-    return Render(module, {&left, &right}, 2, split);
 }
 
 /// What steady inputs of (l, r) come to.
@@ -50,21 +31,14 @@ std::pair<double, double> Sides(StereoPan& module, float l, float r) {
     return {static_cast<double>(out[0].back()), static_cast<double>(out[1].back())};
 }
 
-float LargestStep(const Signal& signal) {
-    float largest = 0.0F;
-    for (std::size_t n = 1; n < signal.size(); ++n) {
-        largest = std::max(largest, std::abs(signal[n] - signal[n - 1]));
-    }
-    return largest;
-}
-
 } // namespace
 
 TEST(StereoPanTest, InTheMiddleNothingChangesUnderAnyLaw) {
     const Signal left = Noise(2000, 1.0F, 1);
     const Signal right = Noise(2000, 1.0F, 2);
     for (u32 law = 0; law < StereoPanSettings::LawCount; ++law) {
-        const auto out = Play(*Make(still, {{Id(StereoPan::PanLaw), static_cast<float>(law)}}), left, right);
+        const auto out =
+            Play(*Arrived(still, {{Id(StereoPan::PanLaw), static_cast<float>(law)}}), left, right);
         for (std::size_t n = 0; n < out[0].size(); ++n) {
             ASSERT_NEAR(out[0][n], left[n], 1e-6F) << "law " << law << ", frame " << n;
             ASSERT_NEAR(out[1][n], right[n], 1e-6F) << "law " << law << ", frame " << n;
@@ -76,7 +50,7 @@ TEST(StereoPanTest, EachLawKeepsWhatItSaysFromSideToSide) {
     for (float pan = -1.0F; pan <= 1.0F; pan += 0.125F) {
         const auto gains = [&](u32 law, float l, float r) {
             const auto module =
-                Make(still, {{Id(StereoPan::PanLaw), static_cast<float>(law)}, {Id(StereoPan::Pan), pan}});
+                Arrived(still, {{Id(StereoPan::PanLaw), static_cast<float>(law)}, {Id(StereoPan::Pan), pan}});
             return Sides(*module, l, r);
         };
         const auto power = gains(StereoPanSettings::EqualPower, 1.0F, 1.0F);
@@ -103,7 +77,7 @@ TEST(StereoPanTest, EachLawKeepsWhatItSaysFromSideToSide) {
 }
 
 TEST(StereoPanTest, SwingsFromSideToSideAtItsRateAsSoonAsItIsChosen) {
-    const auto module = Make({});
+    const auto module = Arrived({});
     const Signal steady(44000 * 10, 0.5F);
     const auto out = Play(*module, steady, steady);
     int crossings = 0;
@@ -119,11 +93,11 @@ TEST(StereoPanTest, SwingsFromSideToSideAtItsRateAsSoonAsItIsChosen) {
 TEST(StereoPanTest, TheLevelSwingsTogetherOrFromSideToSide) {
     const Settings tremolo = {{Id(StereoPan::LevelDepth), 0.8F}};
     const Signal steady(44000, 1.0F);
-    const auto together = Play(*Make(still, tremolo), steady, steady);
+    const auto together = Play(*Arrived(still, tremolo), steady, steady);
     EXPECT_EQ(together[0], together[1]);
     EXPECT_NEAR(Peak(together[0], 22000), 1.0F, 0.01F);
     EXPECT_NEAR(*std::min_element(together[0].begin(), together[0].end()), 0.2F, 0.01F);
-    auto apart = Make(still, tremolo);
+    auto apart = Arrived(still, tremolo);
     apart->SetParameterValue(Id(StereoPan::StereoPhase), 180.0F);
     const auto out = Play(*apart, steady, steady);
     for (std::size_t n = 0; n < steady.size(); ++n) {
@@ -135,11 +109,11 @@ TEST(StereoPanTest, ThePatternDrivesPositionAndLevel) {
     const Signal steady(44000, 1.0F);
     const auto play = [&](StereoPan::ChildIndex lfo) {
         const auto module =
-            Make(still, {{Lfo(lfo, LFOSimple::Shape), LFOSimple::Steps},
-                         {Lfo(lfo, LFOSimple::Rate), 1.0F},
-                         {Id(StereoPan::PanLaw), StereoPanSettings::Linear},
-                         {Id(StereoPan::PanDepth), lfo == StereoPan::PanLFO ? 1.0F : 0.0F},
-                         {Id(StereoPan::LevelDepth), lfo == StereoPan::PanLFO ? 0.0F : 1.0F}});
+            Arrived(still, {{Lfo(lfo, LFOSimple::Shape), LFOSimple::Steps},
+                            {Lfo(lfo, LFOSimple::Rate), 1.0F},
+                            {Id(StereoPan::PanLaw), StereoPanSettings::Linear},
+                            {Id(StereoPan::PanDepth), lfo == StereoPan::PanLFO ? 1.0F : 0.0F},
+                            {Id(StereoPan::LevelDepth), lfo == StereoPan::PanLFO ? 0.0F : 1.0F}});
         for (u32 step = 0; step < LFOSimple::stepCount; ++step) {
             module->SetParameterValue(Id(StereoPan::FirstStep) + step, step == 5 ? 0.5F : -1.0F);
         }
@@ -172,7 +146,7 @@ TEST(StereoPanTest, SidesComeFromTheChannelsAskedForWithTheirWidth) {
           Case{set(StereoPan::Width, 0.0F), {0.4, 0.4}}, Case{set(StereoPan::Width, 2.0F), {0.8, 0.0}},
           Case{set(StereoPan::MidSide, -1.0F), {0.4, 0.4}}, Case{set(StereoPan::MidSide, 1.0F), {0.2, -0.2}},
           Case{set(StereoPan::MidSide, -0.5F), {0.5, 0.3}}}) {
-        const auto module = Make(still, c.settings);
+        const auto module = Arrived(still, c.settings);
         const auto got = Sides(*module, 0.6F, 0.2F);
         EXPECT_NEAR(got.first, c.expected.first, 1e-5) << c.settings[0].first << "=" << c.settings[0].second;
         EXPECT_NEAR(got.second, c.expected.second, 1e-5)
@@ -185,7 +159,7 @@ TEST(StereoPanTest, BassStaysInTheMiddleAndAMonoSoundWhole) {
         const auto frames = static_cast<std::size_t>(rate) / 4 * 4;
         const Settings bass = {{Id(StereoPan::BassMono), 200.0F}};
         const Signal noise = Noise(frames, 1.0F, 3);
-        const auto whole = Play(*Make(still, bass, rate), noise, noise);
+        const auto whole = Play(*Arrived(still, bass, rate), noise, noise);
         for (std::size_t n = 0; n < frames; ++n) {
             ASSERT_NEAR(whole[0][n], noise[n], 2e-4F) << n << " at " << rate;
         }
@@ -194,11 +168,11 @@ TEST(StereoPanTest, BassStaysInTheMiddleAndAMonoSoundWhole) {
             const Signal tone = Tone(frames, hz, static_cast<double>(rate), 1.0);
             Signal turned = tone;
             std::transform(tone.begin(), tone.end(), turned.begin(), [](float x) { return -x; });
-            const auto out = Play(*Make(still, bass, rate), tone, turned);
+            const auto out = Play(*Arrived(still, bass, rate), tone, turned);
             EXPECT_NEAR(Rms(out[0], frames / 2) * std::sqrt(2.0), gain, 0.03 * gain + 0.003)
                 << hz << " Hz at " << rate;
         }
-        auto right = Make(still, bass, rate);
+        auto right = Arrived(still, bass, rate);
         right->SetParameterValue(Id(StereoPan::Pan), 1.0F);
         const Signal low = Tone(frames, 30.0, static_cast<double>(rate), 1.0);
         EXPECT_GT(Rms(Play(*right, low, low)[0], frames / 2), 0.6) << "the low tone is not panned away";
@@ -209,7 +183,7 @@ TEST(StereoPanTest, OneSideIsLateByMilliseconds) {
     for (const float rate : {8000.0F, 44100.0F, 192000.0F}) {
         for (const float ms : {-30.0F, -0.5F, 12.0F, 30.0F}) {
             const Signal impulse = Impulse(static_cast<std::size_t>(rate * 0.04F) / 4 * 4);
-            const auto out = Play(*Make(still, {{Id(StereoPan::HaasDelay), ms}}, rate), impulse, impulse);
+            const auto out = Play(*Arrived(still, {{Id(StereoPan::HaasDelay), ms}}, rate), impulse, impulse);
             const auto at = [&](const Signal& s) {
                 return static_cast<double>(std::max_element(s.begin(), s.end()) - s.begin()) * 1000.0 /
                        static_cast<double>(rate);
@@ -224,11 +198,11 @@ TEST(StereoPanTest, OneSideIsLateByMilliseconds) {
 TEST(StereoPanTest, SmoothingSetsTheTimeOfAnEdge) {
     double last = 0.0;
     for (const float ms : {1.0F, 10.0F, 100.0F}) {
-        const auto module = Make({{Lfo(StereoPan::PanLFO, LFOSimple::Shape), LFOSimple::Square},
-                                  {Lfo(StereoPan::PanLFO, LFOSimple::Rate), 1.0F},
-                                  {Id(StereoPan::PanLaw), StereoPanSettings::Linear},
-                                  {Id(StereoPan::PanDepth), 1.0F},
-                                  {Id(StereoPan::Smoothing), ms}});
+        const auto module = Arrived({{Lfo(StereoPan::PanLFO, LFOSimple::Shape), LFOSimple::Square},
+                                     {Lfo(StereoPan::PanLFO, LFOSimple::Rate), 1.0F},
+                                     {Id(StereoPan::PanLaw), StereoPanSettings::Linear},
+                                     {Id(StereoPan::PanDepth), 1.0F},
+                                     {Id(StereoPan::Smoothing), ms}});
         const Signal steady(44000, 1.0F);
         const Signal left = Play(*module, steady, steady)[0];
         // From 0 on the left, after half a second, towards 2.
@@ -241,99 +215,28 @@ TEST(StereoPanTest, SmoothingSetsTheTimeOfAnEdge) {
     }
 }
 
-TEST(StereoPanTest, EveryParameterAndEveryInputIsHeard) {
-    const Settings busy = {{Id(StereoPan::LevelDepth), 0.5F},
-                           {Lfo(StereoPan::PanLFO, LFOSimple::Shape), LFOSimple::Steps},
-                           {Lfo(StereoPan::PanLFO, LFOSimple::Rate), 3.0F},
-                           {Lfo(StereoPan::LevelLFO, LFOSimple::Rate), 5.0F},
-                           {Id(StereoPan::BassMono), 100.0F},
-                           {Id(StereoPan::StereoPhase), 40.0F}};
-    const Signal left = Noise(44000, 0.5F, 4);
-    const Signal right = Noise(44000, 0.5F, 5);
-    const auto plain = Play(*Make(busy), left, right);
-    const auto difference = [&](const std::vector<Signal>& other) {
-        Signal rest(left.size());
-        for (std::size_t n = 0; n < rest.size(); ++n) {
-            rest[n] = std::abs(other[0][n] - plain[0][n]) + std::abs(other[1][n] - plain[1][n]);
-        }
-        return Rms(rest);
-    };
-    for (u32 id = 0; id < StereoPan::parameterCount; ++id) {
-        const auto module = Make(busy);
-        const float position = module->GetParameterNormalized(id);
-        module->SetParameterNormalized(id, position > 0.5F ? position - 0.3F : position + 0.3F);
-        EXPECT_GT(difference(Play(*module, left, right)), 0.005) << NameOf(*module, id);
+TEST(StereoPanTest, ControlsAreSmoothAndNoneIsIdle) {
+    std::vector<Settings> where(StereoPan::parameterCount, {{Id(StereoPan::LevelDepth), 0.8F},
+                                                            {Lfo(StereoPan::PanLFO, LFOSimple::Rate), 5.0F},
+                                                            {Lfo(StereoPan::LevelLFO, LFOSimple::Rate), 3.0F},
+                                                            {Id(StereoPan::BassMono), 100.0F}});
+    for (u32 id = Id(StereoPan::FirstStep); id < StereoPan::parameterCount; ++id) {
+        where[id].emplace_back(Lfo(StereoPan::PanLFO, LFOSimple::Shape), LFOSimple::Steps);
     }
-    for (u32 input = 2; input < 5; ++input) {
-        const Signal swing(left.size(), 0.2F);
-        std::vector<const Signal*> inputs = {&left, &right, nullptr, nullptr, nullptr};
-        inputs[input] = &swing;
-        const auto module = Make(busy);
-        EXPECT_GT(difference(Render(*module, inputs, 2, BlockSplit::Of(block))), 0.01) << "input " << input;
-    }
+    ExpectEveryParameterToAct<StereoPan>(where);
+    ExpectModulationToMove<StereoPan>({Id(StereoPan::PanDepth), Id(StereoPan::Pan), Id(StereoPan::Width)},
+                                      {});
+    ExpectNoSteps<StereoPan>({{Id(StereoPan::LevelDepth), 0.5F}}, 0.005F);
 }
 
-TEST(StereoPanTest, NoJumpOfAParameterClicks) {
-    // Whole cycles, so that the tones run on from one round to the next, which begin away from zero.
-    Signal left = Tone(17640, 50.0, 44100.0, 0.5);
-    Signal right = Tone(17640, 70.0, 44100.0, 0.5);
-    for (Signal* signal : {&left, &right}) {
-        std::rotate(signal->begin(), signal->begin() + 200, signal->end());
-    }
-    for (u32 id = 0; id < StereoPan::parameterCount; ++id) {
-        const auto module = Make({{Id(StereoPan::LevelDepth), 0.5F}});
-        float largest = 0.0F;
-        for (const float position : {0.5F, 0.0F, 1.0F, 0.3F}) {
-            module->SetParameterNormalized(id, position);
-            for (const Signal& out : Play(*module, left, right)) {
-                largest = std::max(largest, LargestStep(out));
-            }
-        }
-        // The steepest that a tone is at twice its level, and half of that again.
-        EXPECT_LT(largest, 0.015F) << NameOf(*module, id);
-    }
-}
-
-TEST(StereoPanTest, BlocksDoNotShowAndAResetModuleIsLikeANewOne) {
-    const Settings busy = {{Id(StereoPan::LevelDepth), 0.5F},
-                           {Id(StereoPan::HaasDelay), 7.0F},
-                           {Id(StereoPan::BassMono), 150.0F},
-                           {Lfo(StereoPan::PanLFO, LFOSimple::Rate), 5.0F}};
-    const Signal left = Noise(8000, 0.5F, 6);
-    const Signal right = Noise(8000, 0.5F, 7);
-    const auto module = Make(busy);
-    const auto expected = Play(*module, left, right);
-    const auto other = Play(*Make(busy), left, right, BlockSplit::Random(64, 100, 8));
-    for (std::size_t n = 0; n < expected[0].size(); ++n) {
-        ASSERT_NEAR(other[0][n], expected[0][n], 1e-5F) << n;
-        ASSERT_NEAR(other[1][n], expected[1][n], 1e-5F) << n;
-    }
-    module->Reset(true);
-    EXPECT_EQ(Play(*module, left, right), expected);
-}
-
-TEST(StereoPanTest, SurvivesWhateverIsWrittenAndHeard) {
-    std::mt19937 random(9);
-    const float odd[] = {notANumber, std::numeric_limits<float>::infinity(), -1e30F, 1e30F, -0.5F, 2.0F};
-    for (const float rate : {8000.0F, 44100.0F, 192000.0F}) {
-        const auto module = Make({}, {}, rate);
-        Signal noise = Noise(256, 1.0F, 10);
-        noise[20] = notANumber;
-        noise[100] = std::numeric_limits<float>::infinity();
-        for (int round = 0; round < 300; ++round) {
-            const u32 id = static_cast<u32>(random() % StereoPan::parameterCount);
-            const float x = static_cast<float>(random() % 1000) / 1000.0F;
-            module->SetParameterNormalized(id, round % 4 == 0 ? odd[random() % std::size(odd)] : x);
-            for (const Signal& out : Play(*module, noise, noise)) {
-                ASSERT_TRUE(AllFinite(out)) << "round " << round;
-                ASSERT_LT(Peak(out), 30.0F) << "round " << round;
-            }
-        }
-        for (u32 id = 0; id < StereoPan::parameterCount; ++id) {
-            module->SetParameterNormalized(id, 0.5F);
-        }
-        const Signal silent(static_cast<std::size_t>(rate) / 4, 0.0F);
-        Play(*module, silent, silent);
-        EXPECT_LT(Peak(Play(*module, silent, silent)[0]), 1e-6F);
-    }
+TEST(StereoPanTest, BlocksResetsAndFaultsLeaveNoTrace) {
+    ExpectNoTraceOfBlocksResetsAndFaults<StereoPan>({{Id(StereoPan::LevelDepth), 0.5F},
+                                                     {Id(StereoPan::HaasDelay), 7.0F},
+                                                     {Id(StereoPan::BassMono), 150.0F},
+                                                     {Lfo(StereoPan::PanLFO, LFOSimple::Rate), 5.0F}},
+                                                    {{Id(StereoPan::Pan), -0.7F},
+                                                     {Id(StereoPan::PanLaw), StereoPanSettings::Fold},
+                                                     {Id(StereoPan::Width), 1.7F},
+                                                     {Id(StereoPan::MidSide), 0.4F}},
+                                                    30.0F);
 }

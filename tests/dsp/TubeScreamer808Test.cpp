@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/TubeScreamer808.h"
 
-#include "dsp/SweptEffectRig.h"
+#include "dsp/EffectRig.h"
 #include "dsp/TubeScreamerNodes.h"
 
 #include <ebur128.h>
@@ -97,7 +97,6 @@ TEST(TubeScreamer808Test, AsItComesProgrammeKeepsItsLoudness) {
         const Signal out = Play(*Make<TubeScreamer808>({}), in, in)[0];
         EXPECT_NEAR(Loudness(out) - Loudness(in), 0.0, 3.0) << "at " << Loudness(in) << " LUFS";
     }
-    EXPECT_FLOAT_EQ(Make<TubeScreamer808>({})->FindParameter(5)->GetValue(), -22.0F);
 }
 
 TEST(TubeScreamer808Test, AliasesOfAHardDrivenTrebleToneAreFarBelowIt) {
@@ -138,7 +137,7 @@ TEST(TubeScreamer808Test, SilenceStaysSilentAndBiasLeavesNoSteadyVoltage) {
 }
 
 TEST(TubeScreamer808Test, ControlsAreSmoothAndNoneIsIdle) {
-    ExpectJumpsToBeNoRougherThanTheSound<TubeScreamer808>({{TubeScreamer808::Drive, 22.0F}}, 0.01F);
+    ExpectNoSteps<TubeScreamer808>({{TubeScreamer808::Drive, 22.0F}}, 0.01F);
     ExpectEveryParameterToAct<TubeScreamer808>(
         std::vector<Settings>(TubeScreamer808::parameterCount, {{TubeScreamer808::Level, -10.0F}}));
     ExpectModulationToMove<TubeScreamer808>(
@@ -148,12 +147,7 @@ TEST(TubeScreamer808Test, ControlsAreSmoothAndNoneIsIdle) {
 
 TEST(TubeScreamer808Test, BlocksResetsAndFaultsLeaveNoTrace) {
     const Settings busy = {{TubeScreamer808::Drive, 40.0F}, {TubeScreamer808::DryWet, 0.6F}};
-    ExpectBlocksOfAnySizeToGiveTheSameBits<TubeScreamer808>(
-        busy,
-        {{TubeScreamer808::Tone, 1.0F}, {TubeScreamer808::Drive, 22.0F}, {TubeScreamer808::Bias, 1.0F}});
-    ExpectResetToLeaveNothing<TubeScreamer808>(busy);
-    ExpectFaultsNotToStick<TubeScreamer808>(busy);
-    for (const float rate : {8000.0F, 44100.0F, 88200.0F, 384000.0F}) {
-        EXPECT_LT(LoudestOfRandomSettings<TubeScreamer808>(rate, 3, 12), 200.0F) << rate;
-    }
+    const Settings other = {
+        {TubeScreamer808::Tone, 1.0F}, {TubeScreamer808::Drive, 22.0F}, {TubeScreamer808::Bias, 1.0F}};
+    ExpectNoTraceOfBlocksResetsAndFaults<TubeScreamer808>(busy, other, 250.0F);
 }

@@ -7,7 +7,6 @@
 #include <array>
 #include <cmath>
 #include <functional>
-#include <limits>
 #include <numeric>
 #include <random>
 
@@ -18,8 +17,6 @@ using Velmora::u8;
 namespace {
 
 constexpr u32 voiceCount = 32;
-constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-constexpr float infinity = std::numeric_limits<float>::infinity();
 
 /// Stands for the modulation sources behind the hooks.
 class Recorder : public Velmora::engine::IAftertouchAndMPEManager<voiceCount> {
@@ -236,54 +233,6 @@ TEST(ExpressionManager, FollowsTheKindOfAftertouchThatWasPlayedLast) {
     manager.SetGlobalAftertouch(0.8F);
     manager.Run(1);
     EXPECT_EQ(manager.Source5(1), 0.8F);
-}
-
-TEST(ExpressionManager, AppliesChannelsOnlyWhileMpeIsOn) {
-    Recorder manager;
-    manager.StartVoiceExpression(4, 9);
-    manager.SetChannelBend(9, 7);
-    manager.SetChannelPressure(9, 0.5F);
-    for (const bool enabled : {false, true, false, true}) {
-        manager.SetMpeEnabled(enabled);
-        manager.Run(1);
-        EXPECT_EQ(manager.PitchOffset(4), enabled ? 7.0F : 0.0F);
-        EXPECT_EQ(manager.Source5(4), enabled ? 0.5F : 0.0F);
-    }
-}
-
-TEST(ExpressionManager, IsNotUpsetByBadInput) {
-    Recorder manager;
-    for (const float rate : {0.0F, nan, -1.0F, infinity, 44100.0F}) {
-        manager.PrepareExpression(rate, rate == 44100.0F ? 44 : 0);
-        for (const bool mpe : {true, false}) {
-            manager.SetMpeEnabled(mpe);
-            for (const float value : {nan, infinity, -infinity, 3e38F, -3e38F, 0.5F}) {
-                manager.SetGlobalBend(value);
-                manager.SetGlobalAftertouch(value);
-                manager.SetGlobalBrightness(value);
-                manager.SetChannelBend(200, value);
-                manager.SetChannelPressure(200, value);
-                manager.SetChannelBrightness(200, value);
-                for (const u32 voice : {3U, 1000U}) {
-                    manager.StartVoiceExpression(voice, 200);
-                    manager.SetVoicePressure(voice, value);
-                }
-                manager.ReleaseVoiceExpression(1000);
-                manager.EndVoiceExpression(1000);
-                const std::array<u32, 2> active{3, 1000};
-                manager.UpdateExpression(active);
-                for (const float heard : {manager.Source5(3), manager.brightness[3]}) {
-                    EXPECT_TRUE(heard >= 0.0F && heard <= 1.0F) << heard << " after " << value;
-                }
-                EXPECT_TRUE(std::isfinite(manager.PitchOffset(3) + manager.PitchOffset(1000))) << value;
-            }
-        }
-    }
-    manager.SetMpeEnabled(true);
-    manager.PrepareExpression(nan, 0);
-    manager.SetChannelBend(200, 3);
-    manager.Run(2000);
-    EXPECT_EQ(manager.PitchOffset(3), 3.5F) << "and it works as ever";
 }
 
 } // namespace

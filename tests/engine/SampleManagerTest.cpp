@@ -57,30 +57,6 @@ TEST_F(SampleManager, OneFileForManySlotsIsReadOnceAndArrivesInOneBlock) {
     EXPECT_EQ(manager.Decoded(), Names{"a"});
 }
 
-TEST_F(SampleManager, ANewerRequestStartsAfterTheOlderResultAndAnEmptyPathClearsAtOnce) {
-    manager.Ask(5, "x");
-    manager.Settle();
-    manager.TakeUpdated();
-    manager.SetOpen(false);
-    manager.Ask(0, "a");
-    manager.Block();
-    manager.WaitForDecoding("a");
-    manager.Ask(2, "a");
-    manager.Ask(0, "b");
-    manager.Ask(3, "b");
-    manager.Ask(5, "");
-    manager.Block();
-    EXPECT_EQ(manager.TakeUpdated(), Slots{5});
-    EXPECT_EQ(manager.Sample(5), nullptr);
-    manager.Ask(0, "c"); // slot 3 has to load "b" itself now, but slot 2 still gets what runs
-    manager.Block();
-    EXPECT_EQ(manager.Decoded().back(), "a");
-    manager.SetOpen(true);
-    manager.Settle();
-    EXPECT_EQ(Held(0) + Held(2) + Held(3), "cab");
-    EXPECT_EQ(manager.CountDecoded("a"), 1);
-}
-
 TEST_F(SampleManager, AFileThatGivesNoSampleLeavesTheSlotUsable) {
     const TemporaryFolder folder;
     auto& log = Velmora::CLog::GetInstance();
@@ -215,43 +191,6 @@ TEST_F(SampleManager, RefusesSlotsAndPathsOutOfRange) {
     EXPECT_TRUE(manager.Ask(0, longest));
     manager.Settle();
     EXPECT_EQ(Held(0), longest);
-}
-
-// Many managers at once, as each spends its time in the sleeps of its worker.
-TEST_F(SampleManager, EachSlotFinallyHoldsWhatItAskedForLast) {
-    const Names paths = {"a", "b", "c", "d", "e", "", "bad", "throw"};
-    std::vector<std::unique_ptr<RandomRig>> rigs;
-    for (u32 seed = 0; seed < 24; ++seed) {
-        rigs.push_back(std::make_unique<RandomRig>(seed));
-        for (u32 slot = 0; slot < slotCount; ++slot) {
-            rigs.back()->Ask((slot * 5) % slotCount, paths[rigs.back()->Draw(5)]);
-            if (slot % 3 == 0) {
-                rigs.back()->Block();
-            }
-        }
-    }
-    for (auto& rig : rigs) {
-        rig->Settle();
-        for (u32 file = 0; file < 5; ++file) {
-            EXPECT_LE(rig->manager.CountDecoded(paths[file]), 1) << "no slot has left a file so far";
-        }
-    }
-    for (u32 tick = 0; tick < 200; ++tick) {
-        for (auto& rig : rigs) {
-            for (u32 count = rig->Draw(8); count > 0; --count) {
-                rig->Ask(rig->Draw(slotCount), paths[rig->Draw(8)]);
-            }
-            if (rig->Draw(4) != 0) {
-                rig->Block();
-            }
-            if (tick % 50 == 49) {
-                rig->Settle();
-            }
-        }
-        std::this_thread::yield();
-    }
-    rigs.clear();
-    EXPECT_EQ(ScriptedSampleManager::livingSamples, 0);
 }
 
 } // namespace

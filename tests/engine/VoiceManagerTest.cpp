@@ -62,34 +62,12 @@ TEST_F(VoiceManagerTest, TheOldestReleasedVoiceIsStolenFirstThenTheOldestSoundin
     EXPECT_EQ(voices.fakes[3].slides, 1U);
 }
 
-TEST_F(VoiceManagerTest, NoteReleasedWhileItWaitsNeverStartsEvenUnderThePedal) {
-    for (const bool pedal : {false, true}) {
-        voices.SetSustain(pedal);
-        Press({60});
-        voices.Off(60);
-        voices.On(60);
-        voices.Off(60);
-        voices.RunBlocks(voices.fadeBlocks);
-        EXPECT_EQ(voices.ActiveVoiceCount(), 0U) << pedal;
-    }
-    EXPECT_EQ(voices.fakes[0].fresh + voices.fakes[1].fresh, 2U);
-}
-
 TEST_F(VoiceManagerTest, TheCounterOfPressesDoesNotRunOver) {
     for (u32 i = 0; i < 258; ++i) {
         voices.On(60);
     }
     voices.RunBlocks(3);
     EXPECT_EQ(voices.Owners(), NoteSet{60});
-}
-
-TEST_F(VoiceManagerTest, NotesStruckWhileEveryVoiceFadesWaitOnDifferentSlots) {
-    voices.SetPolyphonyMode(2, table);
-    Press({60, 61, 62, 63});
-    voices.KillOldest(4000000000U);
-    EXPECT_EQ(voices.NewestHeldVoice(), -1);
-    Press({70, 71, 72, 73});
-    EXPECT_EQ(voices.Owners(), (NoteSet{70, 71, 72, 73}));
 }
 
 TEST_F(VoiceManagerTest, WithChannelsApartANoteOffServesItsOwnChannelOnly) {
@@ -147,38 +125,6 @@ TEST_F(VoiceManagerTest, SameNoteLimitRestrikesTheOldestOfThatNote) {
     EXPECT_GT(voices.Voice(0).age, voices.Voice(2).age);
 }
 
-TEST_F(VoiceManagerTest, UnisonGroupsAreStruckAndKilledTogether) {
-    voices.SetUnison(3);
-    for (u8 note = 40; note < 50; ++note) {
-        voices.On(note);
-    }
-    EXPECT_EQ(voices.ActiveVoiceCount(), 30U);
-    voices.Off(49);
-    voices.KillOldest(2); // 49 in its release, then 40
-    EXPECT_EQ(voices.Owners(), (NoteSet{41, 42, 43, 44, 45, 46, 47, 48}));
-    voices.SetUnison(1);
-    EXPECT_TRUE(voices.Owners().empty()) << "groups of before the change have no note-off";
-    voices.RunBlocks(5);
-    EXPECT_EQ(voices.ActiveVoiceCount(), 0U);
-}
-
-TEST_F(VoiceManagerTest, MonoSlotThatAloneGotTheNoteIsReleasedWithIt) {
-    Mono();
-    voices.SetUnison(2);
-    Press({60});
-    voices.SetSustain(true);
-    voices.On(64);
-    voices.fakes[1].left = 0;
-    voices.RunBlocks(1);
-    voices.Off(64);
-    voices.Off(60);
-    voices.RunBlocks(2);
-    EXPECT_EQ(voices.Owner(0), -1);
-    EXPECT_EQ(voices.Owner(1), 64);
-    voices.SetSustain(false);
-    EXPECT_TRUE(voices.Owners().empty());
-}
-
 TEST_F(VoiceManagerTest, MonoFadesBetweenNotesAndLegatoSlidesUnlessAFadeRuns) {
     Mono();
     Press({60});
@@ -200,17 +146,6 @@ TEST_F(VoiceManagerTest, MonoFadesBetweenNotesAndLegatoSlidesUnlessAFadeRuns) {
     voices.RunBlocks(voices.fadeBlocks);
     EXPECT_EQ(voices.Sounding(), Notes{62}) << "the keys 60, 64 and 62 are down";
     EXPECT_EQ(voices.fakes[0].slides, 2U);
-}
-
-TEST_F(VoiceManagerTest, BadBytesAndOtherMessagesAreHarmless) {
-    for (u32 status = 0; status < 256; ++status) {
-        voices.Send(static_cast<u8>(status), 128, 100);
-        voices.Send(static_cast<u8>(status), (status & 0xE0U) == 0x80U ? 255 : 60, 255);
-    }
-    EXPECT_EQ(voices.ActiveVoiceCount() + voices.HeldNoteCount(), 0U);
-    voices.Send(0x9F, 127, 200);
-    EXPECT_EQ(voices.Voice(0).note.velocity, 200 & 127);
-    EXPECT_EQ(voices.FindVoice(127, 15), 0);
 }
 
 TEST_F(VoiceManagerTest, NewestHeldVoiceIsTheLastAssignedEvenWithinABlock) {

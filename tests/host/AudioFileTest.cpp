@@ -61,23 +61,6 @@ TEST(AudioFile, WhatIsWrittenReadsBackInEveryFormat) {
     }
 }
 
-TEST(AudioFile, WholeNumbersAreClippedAndCountedAndFloatsAreNot) {
-    const TemporaryFolder folder;
-    const std::vector<float> samples = {1.5F, -1.5F, 0.5F, 1.0F};
-    for (const bool isFloat : {false, true}) {
-        AudioFileWriter writer(folder / "a.wav", 44100,
-                               isFloat ? SampleFormat::Float32 : SampleFormat::Int24);
-        writer.Write(samples);
-        writer.Finish();
-        EXPECT_EQ(writer.ClippedSamples(), isFloat ? 0U : 2U);
-        const Sound read = test::ReadSound(folder / "a.wav");
-        ASSERT_EQ(read.samples.size(), 4U);
-        for (std::size_t i = 0; i < 4; ++i) {
-            EXPECT_NEAR(read.samples[i], isFloat ? samples[i] : std::clamp(samples[i], -1.0F, 1.0F), 1e-6);
-        }
-    }
-}
-
 TEST(AudioFile, ALoopOfMonoRepeatsWithoutAGapOnBothSidesAndWhatIsNoNumberIsSilence) {
     const TemporaryFolder folder;
     Sound mono = Sine(441.0, 0.01, 44100, 1);

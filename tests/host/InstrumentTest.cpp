@@ -5,15 +5,16 @@
 #include "InstrumentRig.h"
 #include "host/Errors.h"
 #include "reference/AllocationCounter.h"
+#include "support/platform/Platform.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <random>
 #include <string>
-#include <thread>
 
 namespace orphia::host {
 
@@ -48,23 +49,8 @@ TEST(Instrument, SpeaksChordsAtOnceAndIsSilentWithoutVoiceOrNotes) {
     EXPECT_EQ(instrument->TakeMeters().hiss, 0.0F) << "taken";
 }
 
-TEST(Instrument, IsInTuneAndItsNotesEnd) {
-    const auto instrument =
-        Ready({"OutputSelection=carrier", "Osc1Waveform=triangle", "Osc2Volume=-70 dB", "Dst18_Src4_Amount=0",
-               "EnsembleAmount=0", "Attack=2 ms", "Release=10 ms"});
-    const auto rises = [](const Sound& sound) {
-        int count = 0;
-        for (std::size_t n = 2; n < sound.samples.size(); n += 2) {
-            count += sound.samples[n - 2] < 0.0F && sound.samples[n] >= 0.0F ? 1 : 0;
-        }
-        return count / sound.Seconds();
-    };
-    instrument->NoteOn(69);
-    Render(*instrument, 0.1);
-    EXPECT_NEAR(rises(Render(*instrument, 1.0)), 440.0, 2.0);
-    instrument->NoteOff(69);
-    Render(*instrument, 0.1);
-    EXPECT_LT(Render(*instrument, 0.1).Rms(), 1e-5);
+TEST(Instrument, AllNotesOffAndPanicEndWhatSounds) {
+    const auto instrument = Ready({"OutputSelection=carrier", "Attack=2 ms", "Release=10 ms"});
     instrument->NoteOn(60);
     instrument->NoteOn(60);
     instrument->Send({0xB0, 64, 127});
@@ -100,10 +86,11 @@ void Scramble(Instrument& instrument, unsigned seed) {
 TEST(Instrument, APresetBringsTheSoundBackToTheBit) {
     const auto original = Ready();
     Scramble(*original, 1);
-    const Preset preset = original->CapturePreset("scrambled");
+    const Preset preset = original->CapturePreset("Glass \"1\"\n\u00e4");
     std::vector<std::string> warnings;
     const Preset read = ParsePreset(FormatPreset(preset, original->Catalog()), original->Catalog(), warnings);
     EXPECT_TRUE(warnings.empty());
+    EXPECT_EQ(read.name, preset.name);
     ASSERT_EQ(read.settings.size(), preset.settings.size());
     for (std::size_t n = 0; n < read.settings.size(); ++n) {
         const ParameterInfo& info = original->Catalog().Parameters()[preset.settings[n].id];
@@ -122,6 +109,8 @@ TEST(Instrument, APresetBringsTheSoundBackToTheBit) {
     const Sound sound = RenderChord(*original, 1.0);
     EXPECT_GT(sound.Rms(), 1e-4);
     EXPECT_EQ(RenderChord(*fresh, 1.0).samples, sound.samples);
+    EXPECT_NE(RenderChord(*Ready({}, 2), 0.2).samples, RenderChord(*Ready(), 0.2).samples)
+        << "another seed, other noise";
 }
 
 TEST(Instrument, APresetLeavesNothingOfTheOneBefore) {
@@ -173,26 +162,22 @@ TEST(Instrument, AnyHostBlockSizeGivesTheSameSoundOneBlockLate) {
     std::vector<float> inTime = play(BlockAdapter::Mode::WholeBlocks, 1);
     inTime.resize(late.size());
     EXPECT_EQ(inTime, late);
-    const auto instrument = Ready();
-    EXPECT_EQ(instrument->FramesPerBlock(), 44U);
-    EXPECT_EQ(BlockAdapter(*instrument).Latency(), 44U);
 }
 
-TEST(Instrument, InstancesDoNotDisturbEachOtherInTwoThreads) {
-    const auto alone = Ready();
-    const Sound expected = RenderChord(*alone, 0.5);
-    std::vector<Sound> sounds(2);
-    const auto play = [&sounds](std::size_t index) {
-        const auto instrument = Ready();
-        sounds[index] = RenderChord(*instrument, 0.5);
-    };
-    std::thread other(play, 1);
-    play(0);
-    other.join();
-    EXPECT_EQ(sounds[0].samples, expected.samples);
-    EXPECT_EQ(sounds[1].samples, expected.samples);
-    const auto differently = Ready({}, 2);
-    EXPECT_NE(RenderChord(*differently, 0.5).samples, expected.samples) << "another seed, other noise";
+TEST(Instrument, AMonoVoiceIsOnBothSidesAndAResetForgetsWhatIsOnItsWay) {
+    const auto instrument = Ready({"OutputSelection=modulator"});
+    BlockAdapter adapter(*instrument);
+    const Sound mono = test::Sine(441.0, 0.3, 44100, 1);
+    const auto frames = static_cast<std::uint32_t>(mono.Frames());
+    std::array<std::vector<float>, 2> sound{mono.samples, mono.samples};
+    const std::array<float*, 2> output{sound[0].data(), sound[1].data()};
+    const std::array<const float*, 1> voice{mono.samples.data()};
+    adapter.Process(voice.data(), 1, output.data(), frames);
+    EXPECT_EQ(sound[0], sound[1]);
+    EXPECT_GT(*std::max_element(sound[0].end() - 441, sound[0].end()), 1e-3F);
+    adapter.Reset();
+    adapter.Process(nullptr, 0, output.data(), 44);
+    EXPECT_TRUE(std::all_of(sound[0].begin(), sound[0].begin() + 44, [](float x) { return x == 0.0F; }));
 }
 
 TEST(Instrument, NoCallForAnAudioThreadAllocates) {
@@ -256,6 +241,118 @@ TEST(Instrument, TheBeatGoesOnWhileItPlays) {
     instrument->SetTransport({120.0, 4.0, false});
     Render(*instrument, 1.0);
     EXPECT_EQ(instrument->CurrentTransport().beat, 4.0);
+    const auto echoes = [](double tempo) {
+        const auto synced = Ready({"FX_Enable=on", "FX1_ModuleType=delay", "FX1_Delay_TempoSync=on"});
+        synced->SetTransport({tempo, 0.0, true});
+        return RenderChord(*synced, 0.5).samples;
+    };
+    EXPECT_NE(echoes(240.0), echoes(200.0));
+}
+
+/// What the sampler plays is heard as it is, but for the monitor's own gain.
+class InstrumentSamplesTest : public testing::Test {
+protected:
+    static std::unique_ptr<Instrument> Ready(test::Settings settings = {}, std::uint32_t seed = 1) {
+        auto instrument = test::Ready({"ExternalInput=off", "OutputSelection=modulator"}, seed);
+        test::Apply(*instrument, settings);
+        return instrument;
+    }
+    static double Level(Instrument& instrument, std::uint32_t slot) {
+        instrument.NoteOn(instrument.KeyOf(slot));
+        const double level = Render(instrument, 0.2).Rms(0.1);
+        instrument.NoteOff(instrument.KeyOf(slot));
+        Render(instrument, 0.6);
+        return level;
+    }
+    std::filesystem::path Write(const std::string& name, double level) const {
+        test::WriteSound(folder / name, test::Sine(1000.0, 0.5, 44100, 2, level));
+        return folder / name;
+    }
+
+    test::TemporaryFolder folder;
+};
+
+TEST_F(InstrumentSamplesTest, LoadingAgainTakesTheNewFileAndClearingOrAFailureLeavesTheSampleEmpty) {
+    const auto instrument = Ready();
+    const auto path = Write("voice.wav", 0.05);
+    instrument->LoadSample(0, path);
+    const double before = Level(*instrument, 0);
+    Write("voice.wav", 0.5);
+    instrument->LoadSample(0, path);
+    EXPECT_NEAR(Level(*instrument, 0) / before, 10.0, 0.2);
+    EXPECT_FALSE(instrument->HasSample(5) || instrument->HasSample(12));
+    instrument->ClearSample(0);
+    EXPECT_LT(Level(*instrument, 0), 1e-6);
+    test::WriteText(path, "no sound");
+    EXPECT_THROW(instrument->LoadSample(0, path), FileError);
+    EXPECT_FALSE(instrument->HasSample(0));
+    EXPECT_TRUE(instrument->SamplePath(0).empty());
+    EXPECT_THROW(instrument->LoadSample(0, folder / std::string(300, 'a')), FileError);
+    EXPECT_THROW(instrument->LoadSample(Instrument::sampleCount, path), UsageError);
+    EXPECT_THROW(instrument->LoadSample(0, ""), FileError);
+}
+
+TEST_F(InstrumentSamplesTest, PresetsMoveWithTheirSamples) {
+    const auto instrument = Ready({"Sample3_Gain=-6 dB"});
+    std::filesystem::create_directory(folder / "here");
+    instrument->LoadSample(2, Write("here/beat.wav", 0.5));
+    const double level = Level(*instrument, 2);
+    WritePreset(folder / "here/beat.json", instrument->CapturePreset("Beat"), instrument->Catalog());
+    const std::string text = test::ReadText(folder / "here/beat.json");
+    EXPECT_NE(text.find("\"3\": \"beat.wav\""), std::string::npos) << text.substr(text.size() - 100);
+
+    std::filesystem::rename(folder / "here", folder / "there");
+    std::vector<std::string> warnings;
+    const auto fresh = Ready();
+    fresh->LoadSample(0, folder / "there/beat.wav");
+    const Preset preset = ReadPreset(folder / "there/beat.json", fresh->Catalog(), warnings);
+    EXPECT_TRUE(fresh->LoadPreset(preset).empty());
+    EXPECT_EQ(Level(*fresh, 2), level);
+    EXPECT_FALSE(fresh->HasSample(0)) << "the preset speaks of samples and does not name it";
+    EXPECT_TRUE(fresh->LoadPreset({}).empty());
+    EXPECT_TRUE(fresh->HasSample(2)) << "this one does not speak of samples";
+
+    std::filesystem::remove(folder / "there/beat.wav");
+    const auto late = Ready();
+    const std::vector<std::string> problems = late->LoadPreset(preset);
+    ASSERT_EQ(problems.size(), 1U);
+    EXPECT_NE(problems[0].find("beat.wav"), std::string::npos) << problems[0];
+    EXPECT_NEAR(late->Value("Sample3_Gain"), -6.0F, 1e-4F) << "the rest is there";
+}
+
+std::string Refusal(const std::filesystem::path& path) {
+    try {
+        EngineLibrary::Load(path);
+        return "taken";
+    } catch (const EngineError& error) {
+        return error.what();
+    }
+}
+
+TEST(EngineLibrary, RefusesWhatIsNoEngineWithTheReason) {
+    const test::TemporaryFolder folder;
+    test::WriteText(folder / "text.so", "no library");
+    const std::pair<std::filesystem::path, const char*> cases[] = {
+        {folder / "missing.so", "no such file"},
+        {folder.Path(), "no such file"},
+        {folder / "text.so", "text.so"},
+        {std::filesystem::path(ORPHIA_TEST_TUNING) / "complete.so", "does not export GetProcessorFactory"}};
+    for (const auto& [path, reason] : cases) {
+        EXPECT_NE(Refusal(path).find(reason), std::string::npos) << Refusal(path);
+        EXPECT_NE(Refusal(path).find("cannot be used as the engine"), std::string::npos) << Refusal(path);
+    }
+}
+
+TEST(EngineLibrary, TheEnvironmentNamesItsPlaceOverAllOthers) {
+    Velmora::Platform::SetEnvironment(EngineLibrary::pathVariable, ORPHIA_ENGINE_LIBRARY);
+    EXPECT_EQ(EngineLibrary::Load()->Path(), std::filesystem::path(ORPHIA_ENGINE_LIBRARY));
+    Velmora::Platform::SetEnvironment(EngineLibrary::pathVariable, "/no/such/engine.so");
+    EXPECT_NE(Refusal({}).find("/no/such/engine.so"), std::string::npos) << Refusal({});
+    Velmora::Platform::SetEnvironment(EngineLibrary::pathVariable, "");
+    const auto places = EngineLibrary::SearchedPlaces();
+    ASSERT_EQ(places.size(), 2U);
+    EXPECT_EQ(places[0].parent_path(), std::filesystem::path(Velmora::Platform::LibraryPath()).parent_path());
+    EXPECT_EQ(places[1].parent_path().filename(), "lib");
 }
 
 } // namespace

@@ -6,10 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <limits>
 #include <memory>
 #include <random>
-#include <set>
 
 namespace {
 
@@ -91,51 +89,6 @@ double Difference(const Signals& a, const Signals& b) {
 }
 
 } // namespace
-
-TEST(FXContainerTest, EveryParameterHasANameOfItsOwn) {
-    const Rig rig;
-    std::set<std::string> names;
-    for (u32 id = 0; id < FXContainer::parameterCount; ++id) {
-        names.insert(orphia::test::NameOf(*rig.effects, id));
-    }
-    EXPECT_EQ(names.size(), FXContainer::parameterCount);
-    const auto nameOf = [&](u32 id) { return orphia::test::NameOf(*rig.effects, id); };
-    EXPECT_EQ(nameOf(0), "FX1_BypassUselessParam");
-    EXPECT_EQ(nameOf(1), "FX1_Dattorro_DryWet");
-    EXPECT_EQ(nameOf(232 + 189), "FX2_StereoPan_PanLFO_RateType");
-    EXPECT_EQ(nameOf(232 + 224), "FX2_StereoPan_DryWet");
-    EXPECT_EQ(nameOf(464 + 225), "FX3_ModuleType");
-    EXPECT_EQ(nameOf(464 + 230), "FX3_Dry_Wet");
-    EXPECT_EQ(nameOf(464 + 231), "FX3_StereoPan_LFOSimple_RateType");
-    EXPECT_EQ(nameOf(696), "FX_Routing");
-    EXPECT_EQ(nameOf(697), "FX_Enable");
-}
-
-TEST(FXContainerTest, ASlotHasTheChannelsOfItsTypesInARow) {
-    const Rig rig;
-    FXVariant& slot = rig.effects->Slot(2);
-    EXPECT_EQ(slot.numInputs, FXVariant::inputCount);
-    const u32 firstInputs[] = {2, 3, 11, 19, 22, 25, 29, 33, 39, 47, 50, 56};
-    for (u32 type = 0; type < FXVariant::typeCount; ++type) {
-        EXPECT_EQ(slot.FirstInput(type), firstInputs[type]) << "type " << type;
-    }
-    for (const u32 id : {227U, 228U, 229U}) {
-        EXPECT_EQ(slot.FindParameter(id)->GetValue(), 1.0F) << "nothing clicks: " << id;
-    }
-}
-
-TEST(FXContainerTest, LinkedSwitchesSetTheirTypesToTheSamePosition) {
-    const Rig rig;
-    FXVariant& slot = rig.effects->Slot(0);
-    for (const float position : {1.0F, 0.25F, 0.0F}) {
-        rig.effects->SetParameterNormalized(230, position);
-        EXPECT_EQ(slot.GetParameterNormalized(21), position);
-        EXPECT_EQ(slot.GetParameterNormalized(48), position);
-    }
-    rig.effects->SetParameterValue(231, 2.0F);
-    EXPECT_EQ(slot.FindParameter(189)->GetValue(), 2.0F);
-    EXPECT_EQ(slot.FindParameter(193)->GetValue(), 2.0F);
-}
 
 TEST(FXContainerTest, ThreeEmptySlotsPassTheInputToTheBitInBothRoutings) {
     const Signals inputs = {Noise(second, 1.0F, 1), Noise(second, 1.0F, 2)};
@@ -271,36 +224,4 @@ TEST(FXContainerTest, ChangesOfTypeAndBypassDoNotClick) {
     }
     // Twice what the tone itself does.
     EXPECT_LT(largest, 0.023F);
-}
-
-TEST(FXContainerTest, SurvivesAnySettingOfAllParameters) {
-    std::mt19937 random(13);
-    std::uniform_real_distribution<float> position(0.0F, 1.0F);
-    const float odd[] = {std::numeric_limits<float>::quiet_NaN(),
-                         std::numeric_limits<float>::infinity(),
-                         -1e30F,
-                         1e30F,
-                         -0.5F,
-                         2.0F};
-    const Signal noise = Noise(5 * block, 0.5F, 14);
-    const auto randomize = [&](Rig& rig, bool withOdd) {
-        for (int i = 0; i < 150; ++i) {
-            const auto id = static_cast<u32>(random() % FXContainer::parameterCount);
-            const bool isOdd = withOdd && random() % 8 == 0;
-            rig.effects->SetParameterNormalized(id,
-                                                isOdd ? odd[random() % std::size(odd)] : position(random));
-        }
-        for (u32 slot = 0; slot < 3; ++slot) {
-            rig.Choose(slot, static_cast<u32>(random() % FXVariant::typeCount));
-        }
-    };
-    Rig rig;
-    rig.Own(FXContainer::Routing, 1.0F);
-    for (int round = 0; round < 120; ++round) {
-        randomize(rig, true);
-        rig.Own(FXContainer::Enable, 1.0F);
-        for (const Signal& out : rig.Play(noise, noise)) {
-            ASSERT_TRUE(AllFinite(out)) << "round " << round;
-        }
-    }
 }

@@ -25,14 +25,6 @@ float LargestStep(const std::vector<float>& signal, std::size_t from = 1) {
     return largest;
 }
 
-float Peak(const std::vector<float>& signal) {
-    float peak = 0.0F;
-    for (const float x : signal) {
-        peak = std::max(peak, std::abs(x));
-    }
-    return peak;
-}
-
 TEST(PlayedNotes, NotesHaveTheirPitchAtEveryRate) {
     for (const float rate : {44100.0F, 96000.0F, 192000.0F}) {
         for (const u8 note : std::initializer_list<u8>{16, 48, 69, 100, 125}) {
@@ -45,28 +37,6 @@ TEST(PlayedNotes, NotesHaveTheirPitchAtEveryRate) {
             EXPECT_NEAR(Cents(hz, NoteHz(note)), 0.0, 0.05) << "note " << int{note} << " at " << rate;
         }
     }
-}
-
-TEST(PlayedNotes, TuningIs440UntilMasterTuneIsSet) {
-    PlayedRig rig;
-    rig.NoteOn(69);
-    rig.Run(2);
-    EXPECT_NEAR(rig.FrequencyOf(0), 440.0F, 1e-3F);
-    rig.SetCarrier(Carrier::MasterTune, 432.0F);
-    rig.Run();
-    EXPECT_NEAR(rig.FrequencyOf(0), 432.0F, 1e-3F);
-}
-
-TEST(PlayedNotes, BendMovesAllVoicesByItsRange) {
-    PlayedRig rig;
-    rig.Set(VocoderProcessor::PitchBendRange, 12.0F);
-    rig.NoteOn(60);
-    rig.NoteOn(67);
-    rig.Run(3);
-    rig.Set(PitchBend, -1.0F);
-    rig.RunSeconds(0.1);
-    EXPECT_NEAR(Cents(rig.FrequencyOf(0), NoteHz(48)), 0.0, 0.01);
-    EXPECT_NEAR(Cents(rig.FrequencyOf(1), NoteHz(55)), 0.0, 0.01);
 }
 
 TEST(PlayedNotes, LegatoGlidesStraightInSemitonesAndOnlyFromAHeldNote) {
@@ -89,39 +59,6 @@ TEST(PlayedNotes, LegatoGlidesStraightInSemitonesAndOnlyFromAHeldNote) {
     rig.NoteOn(48);
     rig.Run(2);
     EXPECT_NEAR(Cents(rig.FrequencyOf(0), NoteHz(48)), 0.0, 0.01);
-}
-
-TEST(PlayedNotes, VoicesAddWithoutNormalisation) {
-    PlayedRig one;
-    one.NoteOn(57);
-    one.RunSeconds(0.3);
-    PlayedRig two;
-    two.NoteOn(57);
-    two.SetChord(0, true);
-    two.SetChord(2, true);
-    two.SetChord(14, true); // an octave above
-    two.RunSeconds(0.3);
-    EXPECT_EQ(two.ActiveCount(), 2U);
-    EXPECT_GT(Peak(two.left), 1.5F * Peak(one.left));
-}
-
-TEST(PlayedNotes, SilenceBetweenNotesIsExactAndVoicesAreFreed) {
-    PlayedRig rig;
-    for (const u8 note : std::initializer_list<u8>{40, 52, 64}) {
-        rig.NoteOn(note);
-    }
-    rig.RunSeconds(0.05);
-    EXPECT_EQ(rig.ActiveCount(), 3U);
-    EXPECT_GT(Peak(rig.left), 0.1F);
-    for (const u8 note : std::initializer_list<u8>{40, 52, 64}) {
-        rig.NoteOff(note);
-    }
-    rig.RunSeconds(0.05);
-    rig.Forget();
-    rig.Run(10);
-    EXPECT_EQ(rig.ActiveCount(), 0U);
-    EXPECT_TRUE(rig.played->Modulations().VoiceOrder().empty());
-    EXPECT_EQ(Peak(rig.left), 0.0F);
 }
 
 TEST(PlayedNotes, StolenVoicesFadeWithoutAClick) {
@@ -191,38 +128,10 @@ TEST(PlayedNotes, RandomPlayingLeavesNothingBehind) {
     EXPECT_EQ(allocations.Count(), 0U);
 }
 
-TEST(PlayedNotes, ResetIsTotal) {
-    const auto play = [](PlayedRig& rig) {
-        rig.Forget();
-        rig.NoteOn(45, 90);
-        rig.NoteOn(64, 30);
-        rig.Run(60);
-        return rig.left;
-    };
-    PlayedRig fresh;
-    fresh.SetVoice(Oscillators::Osc1Waveform, VoiceOscillator::Saw);
-    fresh.SetCarrier(Carrier::EnsembleAmount, 0.5F);
-    PlayedRig used;
-    used.SetVoice(Oscillators::Osc1Waveform, VoiceOscillator::Saw);
-    used.SetCarrier(Carrier::EnsembleAmount, 0.5F);
-    for (u8 note = 30; note < 80; ++note) {
-        used.NoteOn(note);
-    }
-    used.Run(20);
-    used.played->Reset(true);
-    EXPECT_EQ(play(used), play(fresh));
-}
-
 TEST(PlayedNotes, VoicesStartAgainAfterAPresetWasLoaded) {
     PlayedRig rig;
     rig.SetCarrier(Carrier::PitchTrack, 1.0F);
     rig.SetCarrier(Carrier::GlideTime, 1.0F);
-    rig.SetModulations(ModulationsManager::LFOInternalCycleMode, 0.0F); // one-shot
-    rig.Route(LfoSource, Osc1ShapeDestination, 1.0F);
-    rig.played->SetParameterValue(VocoderProcessor::FirstParameter<1>() +
-                                      ModulationsManager::FirstParameter<2>() +
-                                      Velmora::dsp::LFO::rateUnSynced,
-                                  20.0F);
     // One cycle per block, for the tracker of the external input.
     const float cycle = 44100.0F / static_cast<float>(rig.blockSize);
     for (u32 n = 0; n < rig.blockSize; ++n) {
@@ -238,13 +147,6 @@ TEST(PlayedNotes, VoicesStartAgainAfterAPresetWasLoaded) {
     rig.Forget();
     rig.RunSeconds(0.1);
     EXPECT_GT(Peak(rig.left), 0.3F);
-    rig.NoteOn(60);
-    float highest = 0.0F;
-    for (int i = 0; i < 20; ++i) {
-        rig.Run();
-        highest = std::max(highest, rig.played->Modulations().Matrix().VoiceSource(0, LfoSource)[0]);
-    }
-    EXPECT_GT(highest, 0.9F); // the LFO of the voice runs again
 }
 
 TEST(PlayedNotes, NextGlideStartsFromTheNewestHeldNote) {
@@ -260,41 +162,9 @@ TEST(PlayedNotes, NextGlideStartsFromTheNewestHeldNote) {
     EXPECT_NEAR(Cents(rig.FrequencyOf(3), NoteHz(62)), 0.0, 5.0);
 }
 
-TEST(PlayedNotes, EnsembleIsBypassedAtZeroUnlessRouted) {
-    PlayedRig rig;
-    rig.NoteOn(50);
-    rig.RunSeconds(0.1);
-    EXPECT_EQ(rig.left, rig.right);
-    rig.Forget();
-    rig.SetCarrier(Carrier::EnsembleAmount, 1.0F);
-    rig.RunSeconds(0.2);
-    EXPECT_NE(rig.left, rig.right);
-    rig.Forget();
-    rig.SetCarrier(Carrier::EnsembleAmount, 0.0F);
-    rig.RunSeconds(0.1);
-    EXPECT_EQ(rig.left, rig.right);
-    rig.Route(VelocitySource, EnsembleDestination, 1.0F);
-    rig.Forget();
-    rig.RunSeconds(0.2);
-    EXPECT_NE(rig.left, rig.right);
-}
-
-TEST(PlayedNotes, ModulationIsPerVoice) {
+TEST(PlayedNotes, AModulatedPitchIsExactAndNotRoundedToSemitones) {
     PlayedRig rig;
     rig.Route(VelocitySource, Osc1CoarseDestination, 0.5F);
-    rig.NoteOn(60, 127);
-    rig.NoteOn(72, 64);
-    rig.Run(3);
-    const auto& matrix = rig.played->Modulations().Matrix();
-    const float* first = matrix.RoutedVoiceDestination(0, Osc1CoarseDestination);
-    const float* second = matrix.RoutedVoiceDestination(1, Osc1CoarseDestination);
-    ASSERT_NE(first, nullptr);
-    EXPECT_NEAR(first[0], 0.5F, 1e-5F);
-    EXPECT_NEAR(second[0], 0.5F * 64.0F / 127.0F, 1e-5F);
-    rig.NoteOff(60);
-    rig.NoteOff(72);
-    rig.RunSeconds(0.1);
-    rig.Forget();
     rig.NoteOn(40, 32);
     rig.Run(4);
     rig.Forget();
@@ -302,80 +172,6 @@ TEST(PlayedNotes, ModulationIsPerVoice) {
     // Half of the range of 120 semitones per unit, not rounded to whole ones.
     const double shift = 60.0 * 32.0 / 127.0;
     EXPECT_NEAR(Cents(MeasurePitch(rig.left, NoteHz(40 + shift), rig.rate), NoteHz(40 + shift)), 0.0, 0.1);
-}
-
-TEST(PlayedNotes, MpeBendsOneNoteAndPressureOneVoice) {
-    PlayedRig rig;
-    rig.Set(MpeEnabled, 1.0F);
-    rig.Set(MpePitchRange, 48.0F);
-    rig.Route(AftertouchSource, Osc1ShapeDestination, 1.0F);
-    rig.NoteOn(60, 100, 1);
-    rig.NoteOn(67, 100, 2);
-    rig.Run(3);
-    rig.Set(MpePitchBend + 2, 0.25F);
-    rig.Set(MpeAftertouch + 1, 0.5F);
-    rig.RunSeconds(0.1);
-    EXPECT_NEAR(Cents(rig.FrequencyOf(0), NoteHz(60)), 0.0, 0.01);
-    EXPECT_NEAR(Cents(rig.FrequencyOf(1), NoteHz(79)), 0.0, 0.01);
-    const auto& matrix = rig.played->Modulations().Matrix();
-    EXPECT_NEAR(matrix.RoutedVoiceDestination(0, Osc1ShapeDestination)[0], 0.5F, 1e-4F);
-    EXPECT_NEAR(matrix.RoutedVoiceDestination(1, Osc1ShapeDestination)[0], 0.0F, 1e-4F);
-}
-
-TEST(PlayedNotes, KeyPressureReachesItsNoteOnly) {
-    PlayedRig rig;
-    rig.Route(AftertouchSource, Osc1ShapeDestination, 1.0F);
-    rig.NoteOn(60);
-    rig.NoteOn(67);
-    rig.Run(3);
-    rig.events.AppendMidi(0xA0, 67, 127);
-    rig.RunSeconds(0.1);
-    const auto& matrix = rig.played->Modulations().Matrix();
-    EXPECT_NEAR(matrix.RoutedVoiceDestination(0, Osc1ShapeDestination)[0], 0.0F, 1e-4F);
-    EXPECT_NEAR(matrix.RoutedVoiceDestination(1, Osc1ShapeDestination)[0], 1.0F, 1e-4F);
-}
-
-TEST(PlayedNotes, BadHostValuesPassWithoutATrace) {
-    PlayedRig rig;
-    rig.SetVoice(Oscillators::Osc1Waveform, VoiceOscillator::Saw);
-    constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-    constexpr float inf = std::numeric_limits<float>::infinity();
-    rig.SetModulations(ModulationsManager::LFOInternalRateSyncedType, 1.0F);
-    rig.Route(LfoSource, Osc1ShapeDestination, 0.5F);
-    rig.NoteOn(60);
-    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
-    for (const float bad : {nan, inf, -inf, 1e30F, 0.0F, -1.0F}) {
-        rig.tempo = bad;
-        rig.songPosition = bad;
-        rig.external.assign(rig.blockSize, bad);
-        rig.Set(PitchBend, bad);
-        rig.Set(VocoderProcessor::PolyphonyMode, bad);
-        rig.SetCarrier(Carrier::GlideTime, bad);
-        rig.SetCarrier(Carrier::MasterTune, bad);
-        rig.SetVoice(Oscillators::Osc2Fine, bad);
-        rig.SetVoice(Oscillators::FMAmount, bad);
-        rig.SetVoice(Oscillators::Osc1Shape, bad);
-        rig.Set(VocoderProcessor::Attack, bad);
-        rig.NoteOn(60);
-        rig.Run(5);
-    }
-    rig.tempo = 120.0F;
-    rig.songPosition = 0.0F;
-    rig.external.assign(rig.blockSize, 0.0F);
-    rig.Set(PitchBend, 0.0F);
-    rig.Set(VocoderProcessor::PolyphonyMode, 12.0F);
-    rig.SetCarrier(Carrier::GlideTime, 0.0F);
-    rig.SetCarrier(Carrier::MasterTune, 440.0F);
-    rig.SetVoice(Oscillators::Osc2Fine, 0.0F);
-    rig.SetVoice(Oscillators::FMAmount, 0.0F);
-    rig.SetVoice(Oscillators::Osc1Shape, 0.0F);
-    rig.Set(VocoderProcessor::Attack, 0.002F);
-    rig.RunSeconds(0.2);
-    rig.Forget();
-    rig.NoteOn(69);
-    rig.RunSeconds(0.5);
-    EXPECT_TRUE(std::all_of(rig.left.begin(), rig.left.end(), [](float x) { return std::isfinite(x); }));
-    EXPECT_GT(Peak(rig.left), 0.1F);
 }
 
 TEST(PlayedNotes, TuningReachesNotesAsTheyStartAndWhileTheySound) {
@@ -406,6 +202,94 @@ TEST(PlayedNotes, TuningReachesNotesAsTheyStartAndWhileTheySound) {
     tuneTo(12.0);
     rig.Run(2);
     EXPECT_EQ(rig.FrequencyOf(0), before);
+}
+
+TEST(PitchTracking, TrackedVoicesFollowThePitchWithinItsRange) {
+    PlayedRig rig;
+    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
+    rig.SetCarrier(Carrier::PitchTrackHoldNoteDuration, 0.0F);
+    for (const float lost : {19.99F, 20000.1F, 0.0F, std::numeric_limits<float>::quiet_NaN()}) {
+        rig.Track(lost);
+        rig.Run(3);
+        EXPECT_EQ(rig.ActiveCount(), 0U) << lost;
+    }
+    for (const float found : {20.0F, 20000.0F, 220.0F}) {
+        rig.Track(found);
+        rig.Run(3);
+        ASSERT_EQ(rig.ActiveCount(), 1U) << found;
+        EXPECT_FLOAT_EQ(rig.FrequencyOf(32), found);
+    }
+    rig.hasPitchInput = false; // tracking rests
+    rig.Run(100);
+    EXPECT_EQ(rig.ActiveCount(), 1U);
+    rig.Track(0.0F);
+    rig.Run(1);
+    EXPECT_EQ(rig.ActiveCount(), 1U); // in its release
+    rig.Run(60);
+    EXPECT_EQ(rig.ActiveCount(), 0U);
+    rig.Track(220.0F);
+    rig.Run(2);
+    rig.SetCarrier(Carrier::PitchTrack, 0.0F);
+    rig.Run(1);
+    EXPECT_EQ(rig.ActiveCount(), 0U);
+    EXPECT_TRUE(rig.played->Modulations().VoiceOrder().empty());
+}
+
+TEST(PitchTracking, HoldTimeBridgesGaps) {
+    PlayedRig rig;
+    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
+    rig.SetCarrier(Carrier::PitchTrackHoldNoteDuration, 0.2F);
+    rig.Track(110.0F);
+    rig.Run(10);
+    rig.Track(0.0F);
+    rig.RunSeconds(0.15);
+    EXPECT_TRUE(rig.Sound().Voice(32).IsGateOpen());
+    rig.Track(110.0F);
+    rig.Run(10);
+    // What earlier gaps used up shortens the later ones.
+    rig.Track(0.0F);
+    rig.RunSeconds(0.06);
+    EXPECT_FALSE(rig.Sound().Voice(32).IsGateOpen());
+}
+
+TEST(PitchTracking, QuantisedTrackingSnapsTo440HzTuning) {
+    PlayedRig rig;
+    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
+    rig.SetCarrier(Carrier::PitchTrackQuantize, 1.0F);
+    rig.SetCarrier(Carrier::MasterTune, 450.0F);
+    rig.Track(430.0F); // 439.8 Hz as tuned
+    rig.Run(2);
+    EXPECT_NEAR(rig.FrequencyOf(32), 440.0F, 1e-3F);
+    rig.Track(19000.0F); // above the last note
+    rig.SetCarrier(Carrier::PitchTrackHoldNoteDuration, 0.0F);
+    rig.Run(2);
+    EXPECT_FALSE(rig.Sound().Voice(32).IsGateOpen());
+}
+
+TEST(PitchTracking, ChordIntervalsFollowTheTrackedPitch) {
+    PlayedRig rig;
+    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
+    rig.SetChord(0, true);
+    rig.Track(200.0F);
+    rig.Run(5);
+    EXPECT_EQ(rig.ActiveCount(), 0U); // a chord of no intervals
+    rig.SetChord(2 + 7, true);
+    rig.SetChord(2 + 12, true);
+    rig.Run(5);
+    ASSERT_EQ(rig.ActiveCount(), 2U);
+    EXPECT_NEAR(Cents(rig.FrequencyOf(39), 200.0), 700.0, 0.01);
+    EXPECT_NEAR(Cents(rig.FrequencyOf(44), 200.0), 1200.0, 0.01);
+    rig.SetChord(2 + 7, false);
+    rig.RunSeconds(0.1);
+    EXPECT_EQ(rig.ActiveCount(), 1U);
+    // An interval that comes back in its release fades and starts anew.
+    rig.Set(VocoderProcessor::Release, 1.0F);
+    rig.SetChord(2 + 12, false);
+    rig.Run(5);
+    rig.SetChord(2 + 12, true);
+    rig.Run(20);
+    EXPECT_TRUE(rig.Sound().Voice(44).IsGateOpen());
+    EXPECT_EQ(rig.Sound().Killer(44).FindParameter(0)->GetValue(), 0.0F);
 }
 
 } // namespace

@@ -2,20 +2,15 @@
 #pragma once
 
 #include "dsp/EventQueue.h"
-#include "dsp/RunChild.h"
 #include "processor/VocoderProcessor.h"
 #include "support/MeasurePitch.h"
+#include "vocoder/ModuleRig.h"
 
-#include <cmath>
-#include <cstddef>
 #include <memory>
-#include <string>
-#include <vector>
 
 namespace orphia::test {
 
 using Velmora::i32;
-using Velmora::u32;
 using Velmora::u8;
 using Velmora::Processor::Carrier;
 using Velmora::Processor::ModulationsManager;

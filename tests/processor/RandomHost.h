@@ -7,9 +7,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace orphia::test {
@@ -20,10 +22,21 @@ public:
     using u32 = Velmora::u32;
     using u8 = Velmora::u8;
     static constexpr u32 blockSize = 44;
+    /// The most frames of a block that it takes, for hosts at other rates.
+    static constexpr u32 room = 400;
 
-    explicit RandomHost(u32 seed) : random(seed) {
-        Velmora::Processor::VocoderProcessorFactory factory;
-        processor.reset(static_cast<Velmora::Processor::IProcessor_V8*>(factory.CreateProcessor()));
+    using Processor = Velmora::Processor::IProcessor_V8;
+
+    /// Gives a number below a limit.
+    using Draw = std::function<u32(u32 limit)>;
+
+    explicit RandomHost(u32 seed) : RandomHost(seed, MakeProcessor()) {}
+    RandomHost(u32 seed, std::unique_ptr<Processor> played)
+        : RandomHost(
+              [random = std::mt19937(seed)](u32 limit) mutable { return static_cast<u32>(random() % limit); },
+              std::move(played)) {}
+    RandomHost(Draw drawn, std::unique_ptr<Processor> played)
+        : processor(std::move(played)), draw(std::move(drawn)) {
         processor->Connect(nullptr);
         const Velmora::Processor::ProcessorSetup setUp{44100.0F};
         processor->Initialize(&setUp);
@@ -36,18 +49,21 @@ public:
         }
     }
 
-    u32 Below(u32 limit) { return static_cast<u32>(random() % limit); }
+    u32 Below(u32 limit) { return draw(limit); }
 
     /// The values of a sound that is known to be heard, in their bracket.
     void LoadPreset() {
         constexpr u32 presetLoading = 2293;
         processor->SetParameter(presetLoading, 1.0F);
-        for (u32 id = 0; id < preset.size(); ++id) {
-            if (id != presetLoading) {
-                processor->SetParameter(id, preset[id]);
-            }
-        }
+        Restore(0, presetLoading);
+        Restore(presetLoading + 1, static_cast<u32>(preset.size()));
         processor->SetParameter(presetLoading, 0.0F);
+    }
+    /// Those values, from `first` up to before `end`, without the bracket.
+    void Restore(u32 first, u32 end) {
+        for (u32 id = first; id < end; ++id) {
+            processor->SetParameter(id, preset[id]);
+        }
     }
 
     /// Any id at and beyond every edge, with a value from anywhere.
@@ -120,17 +136,22 @@ public:
         return peak;
     }
 
-    std::unique_ptr<Velmora::Processor::IProcessor_V8> processor;
+    std::unique_ptr<Processor> processor;
     float tempo = 120.0F;
     float songPosition = 0.0F;
 
 private:
-    std::mt19937 random;
+    static std::unique_ptr<Processor> MakeProcessor() {
+        Velmora::Processor::VocoderProcessorFactory factory;
+        return std::unique_ptr<Processor>(static_cast<Processor*>(factory.CreateProcessor()));
+    }
+
+    Draw draw;
     std::vector<float> preset;
     u32 time = 0;
-    alignas(16) std::array<float, blockSize> voice{};
-    alignas(16) std::array<float, blockSize> left{};
-    alignas(16) std::array<float, blockSize> right{};
+    alignas(16) std::array<float, room> voice{};
+    alignas(16) std::array<float, room> left{};
+    alignas(16) std::array<float, room> right{};
 };
 
 } // namespace orphia::test

@@ -14,14 +14,6 @@ namespace {
 using namespace Velmora::Processor;
 using Velmora::dsp::ProcessContext;
 
-float Peak(const std::vector<float>& samples) {
-    float peak = 0.0F;
-    for (const float x : samples) {
-        peak = std::max(peak, std::abs(x));
-    }
-    return peak;
-}
-
 /// The whole instrument: a voice on the external input, and what comes out at the end.
 struct InstrumentRig {
     PlayedRig notes;
@@ -108,44 +100,7 @@ TEST(VocoderProcessor, ANoteAndItsModulationSoundInTheirOwnBlock) {
     EXPECT_FALSE(std::equal(first, first + frames, second)) << "the modulation waits for the next block";
 }
 
-TEST(VocoderProcessor, ThePitchOfABlockDrivesTheCarrierOfThatBlock) {
-    InstrumentRig rig;
-    rig.notes.SetCarrier(Carrier::PitchTrack, 1.0F);
-    // The same modulator on its own tells in which block the pitch is found.
-    VocoderModulator alone;
-    alone.SetParameterValue(VocoderModulator::ParameterId(VocoderModulator::ExternalInput), 1.0F);
-    alone.Initialize(rig.notes.rate, rig.notes.blockSize);
-    std::vector<float> sides[3];
-    float* outputs[3];
-    for (u32 i = 0; i < 3; ++i) {
-        sides[i].assign(rig.notes.blockSize, 0.0F);
-        outputs[i] = sides[i].data();
-    }
-    u32 found = 0;
-    for (u32 block = 0; block < 400; ++block) {
-        rig.Run();
-        const float* inputs[2] = {rig.voice[0].data(), rig.voice[1].data()};
-        ProcessContext context;
-        context.inputs = inputs;
-        context.numInputs = 2;
-        context.outputs = outputs;
-        context.numOutputs = 3;
-        context.numFrames = rig.notes.blockSize;
-        Velmora::dsp::RunChild(alone, context);
-        const float pitch = sides[2][0];
-        ASSERT_EQ(rig.Processor().Sound().TrackedVoices().empty(), found == 0 && pitch == 0.0F) << block;
-        found += pitch != 0.0F ? 1 : 0;
-    }
-    EXPECT_GT(found, 100U);
-}
-
-TEST(VocoderProcessor, TheVoiceIsHeardThroughTheKeysAndOneChannelOnBothSides) {
-    InstrumentRig rig;
-    rig.notes.NoteOn(45);
-    const float spoken = rig.Loudest(300);
-    EXPECT_GT(spoken, 0.001F);
-    rig.Run(1500, 0.0F);
-    EXPECT_LT(rig.Loudest(100, 0.0F), spoken * 0.1F) << "nothing is said, but the carrier is heard";
+TEST(VocoderProcessor, AVoiceOfOneChannelIsOnBothSides) {
     InstrumentRig mono;
     mono.notes.Set(VocoderProcessor::OutputSelection, VocoderProcessor::ModulatorMonitor);
     mono.voiceChannels = 1;
@@ -331,34 +286,6 @@ TEST(VocoderProcessor, NoVoiceIsStuckWhenAHeldKeyComesToSelectSamples) {
     }
 }
 
-TEST(VocoderProcessor, PathsAreKeptAsTheyCameAndNotBeyondTheirLimit) {
-    VocoderProcessor processor;
-    const std::string path = "/nowhere/a sample.wav";
-    for (const u32 id : {303U, 314U}) {
-        EXPECT_EQ(processor.GetParameterData(id).size, 0U);
-        EXPECT_EQ(processor.GetParameterData(id).data, nullptr);
-        u32 size = static_cast<u32>(path.size());
-        EXPECT_TRUE(processor.SetParameterData(id, path.data(), &size));
-        const std::string longPath(300, 'x');
-        size = 257;
-        EXPECT_TRUE(processor.SetParameterData(id, longPath.data(), &size));
-        EXPECT_EQ(size, 256U);
-        const auto kept = processor.GetParameterData(id);
-        EXPECT_EQ(std::string(static_cast<const char*>(kept.data), kept.size), path);
-        size = 256;
-        EXPECT_TRUE(processor.SetParameterData(id, longPath.data(), &size));
-        EXPECT_EQ(processor.GetParameterData(id).size, 256U);
-        size = 0;
-        EXPECT_TRUE(processor.SetParameterData(id, nullptr, &size));
-        EXPECT_EQ(processor.GetParameterData(id).size, 0U);
-    }
-    for (const u32 id : {0U, 302U, 315U, 2357U, 0xFFFFFFFFU}) {
-        u32 size = 4;
-        EXPECT_FALSE(processor.SetParameterData(id, path.data(), &size)) << id;
-        EXPECT_EQ(processor.GetParameterData(id).size, 0U) << id;
-    }
-}
-
 TEST(VocoderProcessor, TheInterfaceHearsOfTheLfoOnlyWhileItCanShowIt) {
     InstrumentRig rig;
     const auto messages = [&rig](u32 blocks) {
@@ -375,11 +302,6 @@ TEST(VocoderProcessor, TheInterfaceHearsOfTheLfoOnlyWhileItCanShowIt) {
     rig.notes.NoteOn(60);
     EXPECT_EQ(messages(31), 0U);
     EXPECT_EQ(messages(1), 1U);
-    const auto& record = rig.Processor().dataChanges.records[0];
-    EXPECT_EQ(record.id, 2356U);
-    EXPECT_EQ(record.size, 8U);
-    EXPECT_EQ(messages(64), 2U);
-    EXPECT_NE(rig.Processor().dataChanges.records[0].data, rig.Processor().dataChanges.records[1].data);
     EXPECT_EQ(messages(32 * 12), 10U) << "a full queue takes no more";
     rig.isOffline = 1;
     EXPECT_EQ(messages(64), 0U);

@@ -88,22 +88,6 @@ TEST_F(RenderCommandTest, WithoutATailItRendersUntilTheLastEchoIsSilent) {
     EXPECT_NEAR(endless.Seconds(), 30.5, 0.1);
 }
 
-TEST_F(RenderCommandTest, WritesTheFormatThatTheNameTells) {
-    const std::tuple<const char*, int> formats[] = {
-        {"out.flac", SF_FORMAT_FLAC}, {"out.ogg", SF_FORMAT_OGG}, {"out.wav", SF_FORMAT_WAV}};
-    for (const auto& [name, format] : formats) {
-        const Outcome outcome = Run(std::string("render --voice voice.wav --midi song.mid -o ") + name);
-        ASSERT_EQ(outcome.status, 0) << outcome.err;
-        EXPECT_NE(outcome.out.find(std::string("output    ") + name), std::string::npos) << outcome.out;
-        SF_INFO info{};
-        SNDFILE* file = sf_open((folder / name).string().c_str(), SFM_READ, &info);
-        ASSERT_NE(file, nullptr) << name;
-        sf_close(file);
-        EXPECT_EQ(info.format & SF_FORMAT_TYPEMASK, format) << name;
-        EXPECT_GT(ReadSound(folder / name).Rms(0.0, 0.5), 0.01) << name;
-    }
-}
-
 TEST_F(RenderCommandTest, ParametersMoveInTimeByJumpsAndLines) {
     // 60 beats a minute from the second bar on, which begins at 0.2 s.
     WriteText(folder / "song.mid", Text(Song(0, 500,
@@ -205,23 +189,56 @@ TEST_F(RenderCommandTest, BadUsageIsStatusTwoAndBadFilesAreStatusOne) {
     ExpectFailure("render --midi song.mid -o out.wav", 2, "give --voice, or --slots");
     ExpectFailure("render --midi song.mid -o out.wav --set ExternalInput=off", 2, "there are none");
     ExpectFailure("render --voice voice.wav --loop -o out.wav", 2, "--loop");
-    ExpectFailure("render --voice voice.wav --midi song.mid -o voice.wav", 2, "both input and output");
     ExpectFailure(run + "--slots voice.wav", 2, "exclude each other");
     ExpectFailure("render --midi song.mid -o out.wav --slots a,b,c,d,e,f,g --slots h,i,j,k,l,m", 2,
                   "13 files");
     ExpectFailure(run + "--monitor vocoder", 2, "--monitor");
-    ExpectFailure(run + "--set Volumen=1", 2, "unknown parameter 'Volumen'");
     ExpectFailure(run + "--set Panic=1", 2, "Panic");
     ExpectFailure(run + "--preset clasic", 2, "unknown preset 'clasic'");
-    ExpectFailure(run + "--rate 400000", 2, "--rate");
-    ExpectFailure(run + "--tail nan", 2, "--tail");
     ExpectFailure("render --voice text.wav --midi song.mid -o out.wav", 1, "text.wav");
     ExpectFailure("render --voice voice.wav --midi text.wav -o out.wav", 1, "text.wav");
     ExpectFailure("render --slots text.wav --midi song.mid -o out.wav", 1, "text.wav: ");
     ExpectFailure(run + "--preset missing.json", 1, "missing.json");
     ExpectFailure(run + "--automation missing.csv", 1, "missing.csv: cannot be opened");
     ExpectFailure(run + "--engine text.wav", 1, "text.wav cannot be used as the engine");
-    ExpectFailure(run + "--engine missing.so", 1, "there is no such file");
+}
+
+class PlayCommandTest : public CommandTest {
+protected:
+    PlayCommandTest() {
+        WriteText(folder / "song.mid", Text(Song(0, 480, {At(0, {0x90, 69, 100}) + End(96)})));
+    }
+};
+
+TEST_F(PlayCommandTest, WritesASoundAndASummary) {
+    const Outcome outcome = Run("play song.mid -o out.wav");
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    for (const char* line : {"output    out.wav\n", "duration  ", "peak      -", " dBFS\n", "loudness  -",
+                             "speed     ", " x real time\n"}) {
+        EXPECT_NE(outcome.out.find(line), std::string::npos) << line << "\n" << outcome.out;
+    }
+    EXPECT_GT(ReadSound(folder / "out.wav").Rms(0.0, 0.1), 1e-3);
+    EXPECT_EQ(folder.Names().size(), 2U);
+}
+
+TEST_F(PlayCommandTest, ASongWithoutNotesIsSilentWithAWarning) {
+    WriteText(folder / "empty.mid", Text(Song(0, 480, {End(480)})));
+    const Outcome outcome = Run("play empty.mid -o out.wav");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.err, "orphia: warning: empty.mid holds no notes\n");
+    EXPECT_EQ(ReadSound(folder / "out.wav").Rms(), 0.0);
+}
+
+TEST_F(PlayCommandTest, BadUsageIsStatusTwoAndBadFilesAreStatusOne) {
+    const std::string run = "play song.mid -o out.wav ";
+    ExpectFailure("play -o out.wav", 2, "MIDIFILE");
+    ExpectFailure(run + "more.mid", 2, "more.mid");
+    ExpectFailure(run + "--meters", 2, "--meters");
+    ExpectFailure("play song.mid -o song.mid", 2, "unknown output format");
+    ExpectFailure(run + "--save-preset song.mid", 2, "would replace");
+    WriteText(folder / "cut.mid", ReadText(folder / "song.mid").substr(0, 26));
+    ExpectFailure("play cut.mid -o out.wav", 1, "cut.mid: byte 22: ");
 }
 
 } // namespace

@@ -52,18 +52,6 @@ struct ManagerRig {
     float Source(u32 voice, u32 source) { return Matrix().VoiceSource(voice, source)[0]; }
 };
 
-TEST(ModulationsManager, IdsAndNamesFollowTheTree) {
-    ManagerRig rig;
-    const std::pair<u32, const char*> edges[] = {{2 * 8 + 1, "Modulations_Dst3_Src2_Amount"},
-                                                 {480, "EnvFollower_Attack"},
-                                                 {489, "LFO_RateUnSynced"},
-                                                 {515, "EnvFollower_Input Gain"},
-                                                 {518, "LFO_Retrig"}};
-    for (const auto& [id, name] : edges) {
-        EXPECT_EQ(NameOf(*rig.manager, id), name);
-    }
-}
-
 TEST(ModulationsManager, NewestRunningVoiceIsTheMainOne) {
     ManagerRig rig;
     for (const i32 voice : {3, 7, 3, 50}) {

@@ -1,35 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/RunChild.h"
+#include "ModuleRig.h"
 #include "host/TestFiles.h"
-#include "reference/AllocationCounter.h"
 #include "vocoder/VocoderModulator.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <array>
 #include <chrono>
-#include <cmath>
-#include <memory>
-#include <string>
 #include <thread>
-#include <vector>
 
 namespace orphia::test {
 
-using Velmora::u32;
 using Velmora::u8;
 using Velmora::Processor::VocoderModulator;
-
-inline float Peak(const std::vector<float>& signal, std::size_t from = 0) {
-    float peak = 0.0F;
-    for (std::size_t n = from; n < signal.size(); ++n) {
-        peak = std::max(peak, std::abs(signal[n]));
-    }
-    return peak;
-}
 
 /// A modulator whose slot n plays sample n at unity gain, with a voice manager's table of held notes.
 struct ModulatorRig {
@@ -39,18 +22,13 @@ struct ModulatorRig {
     TemporaryFolder folder;
     std::array<u8, 128> held{};
     std::unique_ptr<VocoderModulator> modulator = std::make_unique<VocoderModulator>();
-    std::array<std::vector<float>, 3> out;
-    std::array<std::vector<float>, 2> in;
+    std::array<Signal, 3> out;
+    std::array<Signal, 2> in;
     u32 inputs = 0;
-    u32 blocksRun = 0;
 
     ModulatorRig() {
-        for (auto& channel : out) {
-            channel.assign(blockSize, 0.0F);
-        }
-        for (auto& channel : in) {
-            channel.assign(blockSize, 0.0F);
-        }
+        out.fill(Signal(blockSize, 0.0F));
+        in.fill(Signal(blockSize, 0.0F));
         for (u32 n = 0; n < 12; ++n) {
             Set("Sampler_Sample" + std::to_string(n + 1) + "_Gain", 0.0F);
             Set("Sampler_Sample" + std::to_string(n + 1) + "_TimeStretchFactor", 1.0F);
@@ -66,10 +44,7 @@ struct ModulatorRig {
         static const std::vector<std::string> names = [this] {
             std::vector<std::string> list;
             for (u32 id = 0; id < VocoderModulator::parameterCount; ++id) {
-                char text[256];
-                Velmora::dsp::ParameterNameWriter writer(text, sizeof text);
-                modulator->GetParameterName(id, writer);
-                list.emplace_back(text);
+                list.push_back(NameOf(*modulator, id));
             }
             return list;
         }();
@@ -81,8 +56,8 @@ struct ModulatorRig {
     float Get(const std::string& name) { return modulator->FindParameter(Id(name))->GetValue(); }
 
     /// Runs blocks and returns the left channel. Nothing may allocate in them.
-    std::vector<float> Run(u32 blocks) {
-        std::vector<float> left;
+    Signal Run(u32 blocks) {
+        Signal left;
         left.reserve(static_cast<std::size_t>(blocks) * blockSize);
         for (u32 i = 0; i < blocks; ++i) {
             RunBlock();
@@ -102,7 +77,6 @@ struct ModulatorRig {
         const orphia_reference::AllocationCounter allocations;
         EXPECT_TRUE(Velmora::dsp::RunChild(*modulator, context));
         EXPECT_EQ(allocations.Count(), 0U);
-        ++blocksRun;
     }
 
     /// A mono file with a sine of one block's period, whose level tells it from the others.

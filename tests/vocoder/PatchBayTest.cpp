@@ -8,7 +8,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <limits>
 #include <random>
 
 namespace Velmora::Processor {
@@ -51,31 +50,6 @@ struct PatchBayTest : testing::Test {
     PatchBay bay;
 };
 
-TEST_F(PatchBayTest, AKnobRoutesAboveItsMiddleOnly) {
-    bay.SetParameterValue(273, 1.0F);
-    bay.SetParameterNormalized(RouteId(3, 7), 0.75F);
-    bay.SetParameterNormalized(RouteId(16, 7), 0.5F);
-    RunBlock();
-    EXPECT_EQ(Output(6), 0.5F * 3.0F);
-    EXPECT_EQ(Output(16 + 6), 0.5F * 19.0F);
-    EXPECT_EQ(Output(2), 0.0F) << "a band without a route";
-    bay.SetParameterNormalized(RouteId(3, 7), 0.25F);
-    RunBlock();
-    ExpectBypassed();
-    EXPECT_EQ(bay.FindParameter(RouteId(3, 7))->GetValue(), -0.5F) << "a negative amount is kept";
-}
-
-TEST_F(PatchBayTest, TheResultOfAWriteTellsWhetherSomethingIsPatchedOrHeld) {
-    EXPECT_TRUE(bay.SetParameterNormalized(0, 0.0F));
-    EXPECT_TRUE(bay.SetParameterValue(255, -1.0F));
-    EXPECT_FALSE(bay.SetParameterNormalized(256, 1.0F));
-    EXPECT_FALSE(bay.SetParameterNormalized(273, 1.0F));
-    EXPECT_FALSE(bay.SetParameterNormalized(272, 0.5F));
-    EXPECT_TRUE(bay.SetParameterNormalized(272, 0.75F));
-    EXPECT_TRUE(bay.SetParameterValue(272, 0.0F));
-    EXPECT_EQ(bay.GetParameterNormalized(273), 1.0F) << "a false result still stores the value";
-}
-
 TEST_F(PatchBayTest, AResetSilencesTheOutputsAndGoesOnHolding) {
     RunBlock();
     bay.Reset(false);
@@ -90,19 +64,6 @@ TEST_F(PatchBayTest, AResetSilencesTheOutputsAndGoesOnHolding) {
     bay.SetParameterValue(272, 0.0F);
     RunBlock();
     ExpectBypassed();
-}
-
-TEST_F(PatchBayTest, AHoldNeverKeepsABrokenValue) {
-    RunBlock();
-    bay.SetParameterValue(272, 1.0F);
-    RunBlock(std::numeric_limits<float>::quiet_NaN());
-    ExpectSilence();
-    bay.SetParameterValue(272, 0.0F);
-    bay.SetParameterValue(273, 1.0F);
-    bay.SetParameterValue(RouteId(3, 7), 1.0F);
-    RunBlock(std::numeric_limits<float>::infinity());
-    RunBlock();
-    EXPECT_EQ(Output(6), 3.0F) << "sound is back one block later";
 }
 
 TEST_F(PatchBayTest, AgreesWithTheReferenceOverRandomOperations) {

@@ -39,15 +39,10 @@ TEST(SampleCycle, EachDirectionWalksOverTheValidSlotsAlone) {
     EXPECT_EQ(Walk(SampleCycle::UpAndDown, three, 7, 8), (std::vector<u32>{2, 5, 9, 5, 2, 5, 9, 5}));
     EXPECT_EQ(Walk(SampleCycle::UpAndDown, Valid({0, 1, 11}), 4, 7),
               (std::vector<u32>{0, 1, 11, 1, 0, 1, 11}));
-}
-
-TEST(SampleCycle, TheOnlyValidSlotIsPlayedEachTime) {
-    for (const u32 slot : {0U, 6U, 11U}) {
-        for (u32 direction = 0; direction < SampleCycle::DirectionCount; ++direction) {
-            SCOPED_TRACE(testing::Message() << "slot " << slot << ", direction " << direction);
-            EXPECT_EQ(Walk(static_cast<SampleCycle::Direction>(direction), Valid({slot}), 3, 4),
-                      std::vector<u32>(4, slot));
-        }
+    for (u32 direction = 0; direction < SampleCycle::DirectionCount; ++direction) {
+        EXPECT_EQ(Walk(static_cast<SampleCycle::Direction>(direction), Valid({6}), 3, 4),
+                  std::vector<u32>(4, 6))
+            << "the only valid slot, direction " << direction;
     }
 }
 

@@ -43,18 +43,6 @@ inline Signal Tone(std::size_t length, double hz, double sampleRate, double ampl
     return signal;
 }
 
-/// A control line that jumps between +15 and -15 V at irregular times.
-inline Signal Decisions(std::size_t length, u32 seed) {
-    std::mt19937 generator(seed);
-    Signal signal(length);
-    float level = 15.0F;
-    for (float& x : signal) {
-        level = generator() % 37 == 0 ? -level : level;
-        x = level;
-    }
-    return signal;
-}
-
 /// Analogue high-pass and low-pass of first and second order, seen through the bilinear transform that maps
 /// their corner exactly.
 inline Complex AnalogueFrequency(double hz, double corner, double sampleRate) {
@@ -64,29 +52,6 @@ inline Complex HighPass1(Complex s) { return s / (s + 1.0); }
 inline Complex LowPass1(Complex s) { return 1.0 / (s + 1.0); }
 inline Complex HighPass2(Complex s, double q) { return s * s / (s * s + s / q + 1.0); }
 inline Complex LowPass2(Complex s, double q) { return 1.0 / (s * s + s / q + 1.0); }
-
-/// Compares the spectrum of an impulse response with expected(hz), where that is above -100 dB.
-template <class Expected>
-void ExpectResponse(const Signal& response, double impulse, double sampleRate, Expected expected) {
-    int compared = 0;
-    for (const double hz : {20.0, 100.0, 500.0, 2000.0, 0.05 * sampleRate, 0.1 * sampleRate, 0.2 * sampleRate,
-                            0.3 * sampleRate, 0.4 * sampleRate, 0.45 * sampleRate}) {
-        const Complex sum = orphia::test::Transform(response, hz, sampleRate);
-        const Complex wanted = expected(hz);
-        if (std::abs(wanted) < 1e-5) {
-            continue;
-        }
-        ++compared;
-        const double errorDb = 20.0 * std::log10(std::abs(sum / impulse / wanted));
-        EXPECT_NEAR(errorDb, 0.0, 0.1) << hz << " Hz at rate " << sampleRate << ", expected gain "
-                                       << std::abs(wanted) << ", got " << std::abs(sum / impulse);
-        EXPECT_NEAR(std::arg(sum / impulse / wanted), 0.0, 0.02)
-            << "phase at " << hz << " Hz, rate " << sampleRate;
-    }
-    EXPECT_GE(compared, 4);
-}
-
-inline const std::vector<double> responseRates = {44100.0, 48000.0, 96000.0, 192000.0};
 
 inline void ExpectSame(const Signals& got, const Signals& expected, const std::string& what) {
     for (std::size_t channel = 0; channel < expected.size(); ++channel) {

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The engine's library, whose processors take everything and render silence at once.
+#include "processor/DsplibProcessor.h"
+#include "processor/IProcessorFactory.h"
+#include "processor/VocoderProcessor.h"
+
+#include <algorithm>
+
+namespace {
+
+using namespace Velmora::Processor;
+
+class SilentProcessor final : public DsplibProcessor<VocoderProcessor, 2> {
+public:
+    bool Process(HostProcessData* data) override {
+        for (Velmora::u32 channel = 0; channel < data->numOutputs; ++channel) {
+            std::fill_n(data->outputs[channel], data->numFrames, 0.0F);
+        }
+        return true;
+    }
+};
+
+class SilentFactory final : public IProcessorFactory {
+public:
+    SilentFactory() : IProcessorFactory("0", "Velmora", "Silent engine") {}
+    IProcessor* CreateProcessor() override { return new SilentProcessor(); }
+};
+
+} // namespace
+
+extern "C" Velmora::Processor::IProcessorFactory* GetProcessorFactory() { return new SilentFactory(); }
