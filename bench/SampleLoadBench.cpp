@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Loading a sample of 20 s against plain libsndfile reading the same file into one vector, both into memory
-// that the process did not have before, as a new sample does.
+// Loading a sample of 20 s against plain libsndfile reading the same file into one vector, by turns, both
+// into memory that the process did not have before, as a new sample does.
 #include "dsp/SampleReader.h"
 #include "dsp/SndFileLibrary.h"
+#include "support/platform/Platform.h"
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -12,6 +13,7 @@
 #include <cmath>
 #include <cstddef>
 #include <filesystem>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -47,51 +49,53 @@ public:
     SoundFile& operator=(const SoundFile&) = delete;
 
     int channels;
-    std::string path = (std::filesystem::temp_directory_path() / "orphia-sample-load").string();
+    std::string path = (std::filesystem::temp_directory_path() /
+                        ("orphia-sample-load-" + std::to_string(std::random_device()())))
+                           .string();
 };
 
-/// Gives back what is freed at once, instead of keeping it for the next round.
-void TakeFreshMemory() {
-    mallopt(M_MMAP_THRESHOLD, 128 << 10);
-    mallopt(M_TRIM_THRESHOLD, 128 << 10);
+/// Seconds that the thread ran. Gives back first what is freed, which would otherwise be used again.
+template <class F>
+double TimeInFreshMemory(F load) {
+    malloc_trim(0);
+    const Velmora::u64 start = Velmora::Platform::ThreadNanoseconds();
+    load();
+    return static_cast<double>(Velmora::Platform::ThreadNanoseconds() - start) * 1e-9;
 }
 
-void Label(benchmark::State& state) {
-    state.SetLabel(std::string(names[static_cast<std::size_t>(state.range(0))]) +
-                   (state.range(1) == 1 ? " mono" : " stereo"));
-}
-
-void Ours(benchmark::State& state) {
-    const SoundFile file(containers[state.range(0)], static_cast<int>(state.range(1)));
-    const Velmora::dsp::SampleReader reader;
-    TakeFreshMemory();
-    for (auto _ : state) {
-        const auto result = reader.Read(file.path);
-        if (result.data == nullptr || result.data->Frames() != rate * seconds) {
-            state.SkipWithError("not loaded");
-        }
-    }
-    Label(state);
-}
-
-void Plain(benchmark::State& state) {
-    const SoundFile file(containers[state.range(0)], static_cast<int>(state.range(1)));
+void LoadPlain(const std::string& path) {
     const SndFileLibrary& library = SndFileLibrary::GetInstance();
-    TakeFreshMemory();
-    for (auto _ : state) {
-        SF_INFO info{};
-        SNDFILE* handle = library.sfOpen(file.path.c_str(), SFM_READ, &info);
-        std::vector<float> samples(static_cast<std::size_t>(info.frames * info.channels));
-        benchmark::DoNotOptimize(library.sfReadfFloat(handle, samples.data(), info.frames));
-        library.sfClose(handle);
-    }
-    Label(state);
+    SF_INFO info{};
+    SNDFILE* handle = library.sfOpen(path.c_str(), SFM_READ, &info);
+    std::vector<float> samples(static_cast<std::size_t>(info.frames * info.channels));
+    benchmark::DoNotOptimize(library.sfReadfFloat(handle, samples.data(), info.frames));
+    library.sfClose(handle);
 }
 
-BENCHMARK(Ours)->Name("Sample load")->ArgsProduct({{0, 1, 2}, {1, 2}})->Unit(benchmark::kMillisecond);
-BENCHMARK(Plain)
-    ->Name("Sample load, plain libsndfile")
+void Load(benchmark::State& state) {
+    const auto container = static_cast<std::size_t>(state.range(0));
+    const SoundFile file(containers[container], static_cast<int>(state.range(1)));
+    const Velmora::dsp::SampleReader reader;
+    double plain = 0.0;
+    bool isLoaded = true;
+    for (auto _ : state) {
+        state.SetIterationTime(TimeInFreshMemory([&] {
+            const auto result = reader.Read(file.path);
+            isLoaded = isLoaded && result.data != nullptr && result.data->Frames() == rate * seconds;
+        }));
+        plain += TimeInFreshMemory([&] { LoadPlain(file.path); });
+    }
+    if (!isLoaded) {
+        state.SkipWithError("not loaded");
+    }
+    state.counters["s/plain"] = benchmark::Counter(plain, benchmark::Counter::kAvgIterations);
+    state.SetLabel(std::string(names[container]) + (state.range(1) == 1 ? " mono" : " stereo"));
+}
+
+BENCHMARK(Load)
+    ->Name("Sample load")
     ->ArgsProduct({{0, 1, 2}, {1, 2}})
-    ->Unit(benchmark::kMillisecond);
+    ->Unit(benchmark::kMillisecond)
+    ->UseManualTime();
 
 } // namespace

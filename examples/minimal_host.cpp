@@ -15,12 +15,13 @@ using namespace Velmora::Processor;
 
 // A raw engine is silent: every control is at its lowest.
 constexpr std::pair<const char*, float> sound[] = {
-    {"Modulator_ExternalInput", 1.0F}, {"ExternalInputGain", 0.6F},     {"OutputSelection", 1.0F},
-    {"PolyphonyMode", 1.0F},           {"Osc1Waveform", 0.33F},         {"Osc1Volume", 1.0F},
-    {"VST3_PitchBend", 0.5F},          {"ProgramLevel", 0.58F},         {"CarrierLevel", 0.58F},
-    {"Rectifiers_Attack", 0.17F},      {"Rectifiers_Release", 0.08F},   {"GainBand", 1.0F},
-    {"HissBuzzTrimmer", 0.5F},         {"NoiseCarrierBalance_", 0.75F}, {"UnvoicedMode", 1.0F},
-    {"BodeVocoder_Wet", 1.0F},         {"MasterVolume", 1.0F}};
+    {"Modulator_ExternalInput", 1.0F}, {"OutputSelection", 1.0F},  {"PolyphonyMode", 1.0F},
+    {"ExternalInputGain", 0.6F},       {"Osc1Waveform", 0.33F},    {"Osc1Volume", 1.0F},
+    {"NoiseCarrierBalance_", 0.75F},   {"Osc1Coarse", 0.5F},       {"MasterTune", 0.5F},
+    {"Rectifiers_Attack", 0.17F},      {"ProgramLevel", 0.58F},    {"CarrierLevel", 0.58F},
+    {"Rectifiers_Release", 0.08F},     {"VST3_PitchBend", 0.5F},   {"HissBuzzTrimmer", 0.5F},
+    {"FilterBank_Shift", 0.5F},        {"FilterBank_Width", 0.5F}, {"GainBand", 1.0F},
+    {"BodeVocoder_Wet", 1.0F},         {"UnvoicedMode", 1.0F},     {"MasterVolume", 0.35F}};
 
 /// Every parameter whose name contains this text goes to a position from 0 to 1.
 void Set(IProcessor& processor, std::string_view part, float position) {

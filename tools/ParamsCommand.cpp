@@ -11,6 +11,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
+#include <string>
 #include <string_view>
 
 namespace orphia::tools {
@@ -28,13 +30,11 @@ constexpr std::string_view markdownHead =
     "and "
     "names are the\ncontract with hosts and presets: they never change.\n\n"
     "Kind: a `knob` is its position, a `curve` runs between two real values, `steps` are single values, a "
-    "`switch` is on or\noff. Role: a `control` is for players, a `route` is a cell of a matrix, a "
-    "`controller` "
-    "is what songs play on (wheels,\npedals, pressure), `circuit` is a constant of the modelled circuit or "
-    "kept "
-    "for hosts, an `output` is written by the\nengine, a `command` is the host's. Start: the value in a "
-    "fresh "
-    "engine, before any preset.\n\n";
+    "`switch` is on or\noff. Range: from position 0 of the knob to position 1; a curve that bends has the "
+    "value at 0.5 between them, and\nsteps lie evenly. Role: a `control` is for players, a `route` is a cell "
+    "of a matrix, a `controller` is what songs play on\n(wheels, pedals, pressure), `circuit` is a constant "
+    "of the modelled circuit or kept for hosts, an `output` is written by\nthe engine, a `command` is the "
+    "host's. Start: the value in a fresh engine, before any preset.\n\n";
 
 std::string LowerCase(std::string_view text) {
     std::string lower(text);
@@ -120,12 +120,25 @@ std::string_view UnitText(ParameterUnit unit) {
     return "";
 }
 
+/// Of a curve that is no straight line, with the value in the middle of the knob, to three digits.
+std::string RangeText(const ParameterInfo& info) {
+    const float middle = host::ParameterCatalog::OfInstrument().ToValue(info.id, 0.5F);
+    const float range = info.maximum - info.minimum;
+    const bool isBent = std::abs(middle - (info.minimum + 0.5F * range)) > 0.001F * std::abs(range);
+    if (info.kind != ParameterKind::Mapped || !isBent) {
+        return host::FormatRange(info);
+    }
+    return fmt::format("{} .. {} .. {}", host::FormatValue(info, info.minimum),
+                       host::FormatValue(info, std::stof(fmt::format("{:.3g}", middle))),
+                       host::FormatValue(info, info.maximum));
+}
+
 TextTable::Row RowOf(const ParameterInfo& info) {
     return {fmt::format("{}", info.id),
             info.name,
             KindText(info),
             std::string(RoleText(info.role)),
-            host::FormatRange(info),
+            RangeText(info),
             std::string(UnitText(info.unit)),
             host::FormatValue(info, info.start),
             std::string(info.description)};

@@ -232,7 +232,9 @@ void ExpectRandomSettingsToStayBelow(float limit) {
                     effect->SetParameterNormalized(id, position(random));
                 }
             }
-            const auto input = 2U + static_cast<u32>(random() % 3);
+            // Any of its modulation inputs, or none.
+            const u32 chosen = 1U + static_cast<u32>(random() % (effect->numInputs - 1U));
+            const u32 input = chosen > 1 ? chosen : 0;
             for (const Signal& out : Play(*effect, noise, noise, {input, position(random)})) {
                 EXPECT_TRUE(AllFinite(out)) << "round " << round << " at " << rate;
                 EXPECT_LT(Peak(out), limit) << "round " << round << " at " << rate;

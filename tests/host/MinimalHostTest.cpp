@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The host of one file that the documents begin with: built as they say, and run as a user would.
 #include "TestFiles.h"
+#include "support/MeasurePitch.h"
 
 #include <gtest/gtest.h>
 #include <sndfile.hh>
 
+#include <algorithm>
 #include <cmath>
+#include <complex>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -29,6 +32,21 @@ std::vector<double> LevelsOf(const std::filesystem::path& path) {
     return levels;
 }
 
+/// Level in dB of the left side at a frequency.
+double LevelAt(const std::filesystem::path& path, double hz) {
+    SndfileHandle file(path.string());
+    std::vector<float> sound(static_cast<std::size_t>(file.frames() * file.channels()));
+    file.readf(sound.data(), file.frames());
+    const auto frames = static_cast<double>(file.frames());
+    std::complex<double> sum = 0.0;
+    for (std::size_t n = 0; n < sound.size() / 2; ++n) {
+        const double window = std::sin(std::numbers::pi * static_cast<double>(n) / frames);
+        const double angle = 2.0 * std::numbers::pi * hz / file.samplerate() * static_cast<double>(n);
+        sum += static_cast<double>(sound[2 * n]) * window * window * std::polar(1.0, -angle);
+    }
+    return 20.0 * std::log10(std::abs(sum) / frames + 1e-9);
+}
+
 TEST(MinimalHostTest, SpeaksThroughItsChordAsLoudAsTheVoice) {
     const TemporaryFolder folder;
     const std::string voice = std::string(ORPHIA_EXAMPLES) + "/voice.flac";
@@ -48,6 +66,11 @@ TEST(MinimalHostTest, SpeaksThroughItsChordAsLoudAsTheVoice) {
         }
     }
     EXPECT_GT(loud, 5U);
+    for (const int note : {48, 55, 60, 64}) {
+        const double above = LevelAt(result, NoteHz(note + 0.5));
+        const double below = LevelAt(result, NoteHz(note - 0.5));
+        EXPECT_GT(LevelAt(result, NoteHz(note)), std::max(above, below) + 12.0) << "note " << note;
+    }
 }
 
 TEST(MinimalHostTest, RefusesWhatIsNoEngine) {

@@ -53,7 +53,8 @@ public:
 
     /// The values of a sound that is known to be heard, in their bracket.
     void LoadPreset() {
-        constexpr u32 presetLoading = 2293;
+        using Engine = Velmora::Processor::VocoderProcessor;
+        constexpr u32 presetLoading = Engine::ReservedId(Velmora::Processor::PresetLoading);
         processor->SetParameter(presetLoading, 1.0F);
         Restore(0, presetLoading);
         Restore(presetLoading + 1, static_cast<u32>(preset.size()));
@@ -68,9 +69,20 @@ public:
 
     /// Any id at and beyond every edge, with a value from anywhere.
     void SetAnything() {
-        constexpr std::array<u32, 10> edges = {0,    371,  372,  2286,       2287,
-                                               2356, 2357, 2358, 0x7FFFFFFF, 0xFFFFFFFF};
-        const u32 id = Below(20) == 0 ? edges[Below(edges.size())] : Below(2360);
+        using Engine = Velmora::Processor::VocoderProcessor;
+        constexpr u32 reserved = Engine::ReservedId({});
+        constexpr u32 end = Engine::parameterCount; // and the adapter's two behind
+        constexpr std::array<u32, 10> edges = {0,
+                                               Engine::firstIds[1] - 1,
+                                               Engine::firstIds[1],
+                                               reserved - 1,
+                                               reserved,
+                                               end - 1,
+                                               end,
+                                               end + 1,
+                                               0x7FFFFFFF,
+                                               0xFFFFFFFF};
+        const u32 id = Below(20) == 0 ? edges[Below(edges.size())] : Below(end + 3);
         processor->SetParameter(id, AnyNumber());
     }
     void PushAnything() {
@@ -100,7 +112,7 @@ public:
 
     /// One block. A voice that is not given is a sung tone.
     void Block(u32 frames = blockSize, u32 auxInputs = 2, const float* sample = nullptr) {
-        constexpr u32 panic = 2292;
+        constexpr u32 panic = Velmora::Processor::VocoderProcessor::ReservedId(Velmora::Processor::Panic);
         if (Below(8) != 0) { // most blocks are to be rendered
             processor->SetParameter(panic, 0.0F);
         }

@@ -22,7 +22,10 @@ std::vector<float> Play(unsigned seed) {
         }
         // A slot's effect now and then.
         if (block % 50 == 0) {
-            host.processor->SetParameter(1589 + 225, host.Position());
+            using Velmora::Processor::FXVariant;
+            constexpr u32 slots = Velmora::Processor::VocoderProcessor::firstIds[5];
+            host.processor->SetParameter(slots + FXVariant::ParameterId(FXVariant::ModuleType),
+                                         host.Position());
         }
         host.Block();
         peaks.push_back(host.Peak());
