@@ -66,7 +66,10 @@ void ADSR::OnReset(bool /*hard*/) {
 }
 
 bool ADSR::UpdateParameters(ProcessContext& context) {
-    ReadStages(context);
+    // A stage counted in blocks is scaled below, so it starts from its time each time.
+    if (watch.Sees(context, 0, numInputs) || anyParameterChanged || runsOncePerBlock) {
+        ReadStages(context);
+    }
     if (anyParameterChanged) {
         ReadSwitches();
     }

@@ -3,6 +3,7 @@
 
 #include "dsp/AlignedBuffer.h"
 #include "dsp/EnvelopeStage.h"
+#include "dsp/ModulationWatch.h"
 #include "dsp/SmootherInterpLPF.h"
 #include "dsp/UnitModule.h"
 
@@ -88,6 +89,7 @@ private:
     float current = 0.0F;
     float lastOutput = 0.0F;
     u32 framesPerRun = 0;
+    ModulationWatch watch;
     EnvelopeStage attackStage;
     EnvelopeStage decayStage;
     EnvelopeStage releaseStage;

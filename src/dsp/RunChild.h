@@ -19,6 +19,13 @@ void FinishChild(M& child) {
     child.ClearParameterChanges(false);
 }
 
+/// A module and the block that it is about to run, for those that run several together.
+template <class M>
+struct ModuleRun {
+    M* module;
+    ProcessContext context;
+};
+
 /// How a parent runs a child, everywhere in the tree: control-rate tick, then the block when the tick
 /// agrees and the channels fit. Otherwise the child is skipped and its outputs stay as they were.
 /// Returns the result of Process, false for a skipped child. M is the child's own class, so that calls to

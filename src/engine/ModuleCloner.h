@@ -5,6 +5,7 @@
 #include "dsp/ParameterSet.h"
 #include "dsp/RunChild.h"
 
+#include <algorithm>
 #include <array>
 #include <span>
 #include <string>
@@ -110,14 +111,23 @@ public:
     }
 
     /// Runs some of the clones, each on its own channel group; one that is not listed costs nothing, and
-    /// its parameter changes wait. False when the channels do not fit. List numbers are below N.
+    /// its parameter changes wait. False when the channels do not fit. List numbers are below N and differ.
+    /// Clones with a groupSize run that many at a time through their ProcessGroup.
     bool ProcessListed(dsp::ProcessContext& context, std::span<const u32> list) {
         if (!UpdateParameters(context) || context.numInputs != numInputs ||
             context.numOutputs != numOutputs) {
             return false;
         }
-        for (const u32 i : list) {
-            RunClone(context, i, i);
+        if constexpr (requires { M::groupSize; }) {
+            while (!list.empty()) {
+                const auto group = list.first(std::min<std::size_t>(list.size(), M::groupSize));
+                RunTogether(context, group);
+                list = list.subspan(group.size());
+            }
+        } else {
+            for (const u32 i : list) {
+                RunClone(context, i, i);
+            }
         }
         return true;
     }
@@ -166,10 +176,28 @@ private:
 
     bool RunClone(const dsp::ProcessContext& context, u32 cloneIndex, u32 group) {
         M& clone = clones[cloneIndex];
-        dsp::ProcessContext child =
-            context.ForChild(context.inputs + group * clone.numInputs, clone.numInputs,
-                             context.outputs + group * clone.numOutputs, clone.numOutputs);
+        dsp::ProcessContext child = ContextOfGroup(context, clone, group);
         return dsp::RunChild(clone, child);
+    }
+
+    static dsp::ProcessContext ContextOfGroup(const dsp::ProcessContext& context, const M& clone, u32 group) {
+        return context.ForChild(context.inputs + group * clone.numInputs, clone.numInputs,
+                                context.outputs + group * clone.numOutputs, clone.numOutputs);
+    }
+
+    /// RunClone of each, side by side.
+    void RunTogether(const dsp::ProcessContext& context, std::span<const u32> group) {
+        std::array<dsp::ModuleRun<M>, M::groupSize> runs;
+        u32 count = 0;
+        for (const u32 i : group) {
+            runs[count] = {&clones[i], ContextOfGroup(context, clones[i], i)};
+            count += dsp::ChildRuns(clones[i], runs[count].context) ? 1U : 0U;
+        }
+        const auto ready = std::span(runs).first(count);
+        M::ProcessGroup(ready);
+        for (const dsp::ModuleRun<M>& run : ready) {
+            dsp::FinishChild(*run.module);
+        }
     }
 
     std::array<M, N> clones;

@@ -3,7 +3,6 @@
 
 #include "dsp/ClampToUnit.h"
 #include "dsp/Decibels.h"
-#include "dsp/RunChild.h"
 #include "dsp/Simd.h"
 #include "vocoder/VoiceFrequency.h"
 
@@ -124,7 +123,28 @@ bool Oscillators::IsPositionOn(Additional index, float threshold) {
 }
 
 bool Oscillators::UpdateParameters(dsp::ProcessContext& context) {
-    UpdatePitch(context);
+    // What did not move is not read again: with many voices the records are far from the caches.
+    const bool isModulated = watch.Sees(context, 0, InputCount);
+    if (!isModulated && !additional.anyParameterChanged) {
+        return true;
+    }
+    if (isModulated || HasChangedBeyondFrequency()) {
+        UpdateSound(context);
+    }
+    const float played = AdditionalValue(Frequency);
+    hertz[0] = ratios[0] * played;
+    hertz[1] = (isTracking ? played : untrackedFrequency) * ratios[1];
+    return true;
+}
+
+bool Oscillators::HasChangedBeyondFrequency() const {
+    const auto& marks = additional.parameterChanged;
+    static_assert(Frequency == 0);
+    return std::any_of(marks.begin() + 1, marks.end(), [](u8 mark) { return mark != 0; });
+}
+
+void Oscillators::UpdateSound(const dsp::ProcessContext& context) {
+    UpdateRatios(context);
     UpdateWaveforms();
     oscillators[0].SetLevel(ModulatedValue(context, Osc1Volume, Osc1VolumeMod));
     oscillators[1].SetLevel(ModulatedValue(context, Osc2Volume, Osc2VolumeMod));
@@ -132,10 +152,9 @@ bool Oscillators::UpdateParameters(dsp::ProcessContext& context) {
     oscillators[1].SetShape(ModulatedValue(context, Osc2Shape, Osc2ShapeMod));
     UpdateSync();
     UpdateFM(context);
-    return true;
 }
 
-void Oscillators::UpdatePitch(const dsp::ProcessContext& context) {
+void Oscillators::UpdateRatios(const dsp::ProcessContext& context) {
     const float fine = ModulatedValue(context, Osc2Fine, Osc2FineMod);
     const std::array<float, 2> wanted{UnroundedCoarse(context, Osc1Coarse, Osc1CoarseMod),
                                       UnroundedCoarse(context, Osc2Coarse, Osc2CoarseMod) + fine};
@@ -145,10 +164,7 @@ void Oscillators::UpdatePitch(const dsp::ProcessContext& context) {
             ratios[i] = SemitonesToRatio(wanted[i]);
         }
     }
-    const float played = AdditionalValue(Frequency);
-    const bool isTracking = additional.parameters[Osc2KeyTrack].GetNormalized() >= 0.5F;
-    hertz[0] = ratios[0] * played;
-    hertz[1] = (isTracking ? played : untrackedFrequency) * ratios[1];
+    isTracking = additional.parameters[Osc2KeyTrack].GetNormalized() >= 0.5F;
 }
 
 void Oscillators::UpdateWaveforms() {
@@ -176,28 +192,67 @@ bool Oscillators::Process(dsp::ProcessContext& context) {
     if (context.numOutputs < outputCount) {
         return false;
     }
+    const dsp::ModuleRun<Oscillators> alone{this, context};
+    ProcessGroup({&alone, 1});
+    return true;
+}
+
+void Oscillators::ProcessGroup(std::span<const dsp::ModuleRun<Oscillators>> runs) {
+    for (const auto& [voice, context] : runs) {
+        voice->Begin(context);
+    }
+    for (const u32 index : {1U, 0U}) {
+        RenderOscillators(index, runs);
+        for (const auto& [voice, context] : runs) {
+            voice->FinishOscillator(index, context);
+        }
+    }
+    for (const auto& [voice, context] : runs) {
+        std::copy_n(context.outputs[0], context.numFrames, context.outputs[1]);
+    }
+}
+
+void Oscillators::Begin(const dsp::ProcessContext& context) {
     if (needsUpdate) {
         oscillators[0].JumpToTargets();
         oscillators[1].JumpToTargets();
     }
     const u32 frames = context.numFrames;
-    float* left = context.outputs[0];
-    std::fill_n(left, frames, 0.0F);
+    std::fill_n(context.outputs[0], frames, 0.0F);
     RunEnvelope(context);
     oscillators[0].RenderLevel(levels[0], frames);
     oscillators[1].RenderLevel(levels[1], frames);
-    oscillators[1].Render(context, hertz[1], shared);
-    if (fmGain > 0.0F) {
-        const Float4 gain(fmGain);
-        for (u32 n = 0; n < frames; n += 4) {
-            (Float4::load_aligned(shared.out + n) * gain).store_aligned(shared.frequencyModulation + n);
+}
+
+void Oscillators::RenderOscillators(u32 index, std::span<const dsp::ModuleRun<Oscillators>> runs) {
+    std::array<SawLowPass::Job, groupSize> filters;
+    u32 count = 0;
+    for (const auto& [voice, context] : runs) {
+        VoiceOscillator& oscillator = voice->oscillators[index];
+        oscillator.Render(context, voice->hertz[index], voice->shared);
+        if (SawLowPass* lowPass = oscillator.LowPass()) {
+            filters[count++] = {lowPass, voice->shared.out};
         }
     }
-    AddOscillator(1, left, frames);
-    oscillators[0].Render(context, hertz[0], shared);
-    AddOscillator(0, left, frames);
-    std::copy_n(left, frames, context.outputs[1]);
-    return true;
+    if (count != 0) {
+        SawLowPass::Run(std::span(filters).first(count), runs.front().context.numFrames);
+    }
+}
+
+void Oscillators::FinishOscillator(u32 index, const dsp::ProcessContext& context) {
+    const u32 frames = context.numFrames;
+    oscillators[index].Finish(shared, frames);
+    if (index == 1 && fmGain > 0.0F) {
+        RenderFM(frames);
+    }
+    AddOscillator(index, context.outputs[0], frames);
+}
+
+void Oscillators::RenderFM(u32 frames) {
+    const Float4 gain(fmGain);
+    for (u32 n = 0; n < frames; n += 4) {
+        (Float4::load_aligned(shared.out + n) * gain).store_aligned(shared.frequencyModulation + n);
+    }
 }
 
 void Oscillators::RunEnvelope(const dsp::ProcessContext& context) {

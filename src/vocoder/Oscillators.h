@@ -3,10 +3,13 @@
 
 #include "dsp/ADSR.h"
 #include "dsp/AlignedBuffer.h"
+#include "dsp/ModulationWatch.h"
 #include "dsp/ModuleContainer.h"
+#include "dsp/RunChild.h"
 #include "vocoder/VoiceOscillator.h"
 
 #include <array>
+#include <span>
 #include <string>
 
 namespace Velmora::Processor {
@@ -59,6 +62,11 @@ public:
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
 
+    /// How many voices run together at most.
+    static constexpr u32 groupSize = SawLowPass::mostJobs;
+    /// Process of several voices side by side, over the same number of frames.
+    static void ProcessGroup(std::span<const dsp::ModuleRun<Oscillators>> runs);
+
     /// Opens the envelope from the start, whatever its gate was.
     void PulseGate();
     void SetGate(bool open);
@@ -76,11 +84,20 @@ private:
     float UnroundedCoarse(const dsp::ProcessContext& context, Additional index, Input input);
     bool IsPositionOn(Additional index, float threshold);
 
-    void UpdatePitch(const dsp::ProcessContext& context);
+    bool HasChangedBeyondFrequency() const;
+    /// Everything but the played frequency.
+    void UpdateSound(const dsp::ProcessContext& context);
+    void UpdateRatios(const dsp::ProcessContext& context);
     void UpdateWaveforms();
     void UpdateSync();
     void UpdateFM(const dsp::ProcessContext& context);
+    /// One oscillator of each voice, up to what drives it.
+    static void RenderOscillators(u32 index, std::span<const dsp::ModuleRun<Oscillators>> runs);
+    /// What comes before the oscillators.
+    void Begin(const dsp::ProcessContext& context);
     void RunEnvelope(const dsp::ProcessContext& context);
+    void FinishOscillator(u32 index, const dsp::ProcessContext& context);
+    void RenderFM(u32 frames);
     void AddOscillator(u32 index, float* out, u32 frames);
 
     /// Index 0 is oscillator 1.
@@ -89,6 +106,8 @@ private:
     /// The ratios that belong to the last coarse and fine settings.
     std::array<float, 2> semitones{};
     std::array<float, 2> ratios{1.0F, 1.0F};
+    /// Oscillator 2 follows the played frequency.
+    bool isTracking = false;
     bool isSynced = false;
     /// Deviation in Hz at full level.
     float fmGain = 0.0F;
@@ -109,6 +128,7 @@ private:
         Osc2LevelBuffer,
         BufferCount
     };
+    dsp::ModulationWatch watch;
     dsp::BlockPool buffers;
     VoiceBuffers shared;
     float* envelope = nullptr;

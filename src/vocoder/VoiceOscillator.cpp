@@ -2,7 +2,6 @@
 #include "vocoder/VoiceOscillator.h"
 
 #include "dsp/ClampToUnit.h"
-#include "dsp/CornerLimit.h"
 #include "dsp/Decibels.h"
 #include "dsp/QuarterTurnSine.h"
 #include "dsp/RunChild.h"
@@ -27,8 +26,8 @@ constexpr float unknown = std::numeric_limits<float>::quiet_NaN();
 } // namespace
 
 VoiceOscillator::VoiceOscillator()
-    : driveCurve(dsp::ModuleParam::Mapped({}, exponentialId, -12.0F, 24.0F, -6.0F)), lastLevel(unknown),
-      lastShape(unknown) {
+    : driveCurve(dsp::ModuleParam::Mapped({}, exponentialId, -12.0F, 24.0F, -6.0F)), lastFrequency(unknown),
+      lastLevel(unknown), lastShape(unknown) {
     phaseGen.SetParameterNormalized(onId, 1.0F);
     triangle.SetParameterNormalized(onId, 1.0F);
     saw.SetParameterNormalized(onId, 1.0F);
@@ -45,7 +44,6 @@ VoiceOscillator::VoiceOscillator()
 }
 
 void VoiceOscillator::Initialize(float rate, u32 maxBlockSize) {
-    sampleRate = rate;
     phaseGen.Initialize(rate, maxBlockSize);
     triangle.Initialize(rate, maxBlockSize);
     saw.Initialize(rate, maxBlockSize);
@@ -54,7 +52,7 @@ void VoiceOscillator::Initialize(float rate, u32 maxBlockSize) {
     noise.Initialize(rate, maxBlockSize);
     level.Prepare(rate, 1);
     driveGain.Prepare(rate, 1);
-    cutoff = -1.0F;
+    lowPass.Prepare(rate);
     lastShape = unknown;
 }
 
@@ -65,8 +63,7 @@ void VoiceOscillator::Reset(bool hard) {
     square.Reset(hard);
     postFilter.Reset(hard);
     noise.Reset(hard);
-    s1 = 0.0F;
-    s2 = 0.0F;
+    lowPass.Reset();
 }
 
 void VoiceOscillator::SetWaveform(i32 number) {
@@ -100,21 +97,8 @@ void VoiceOscillator::SetShape(float position) {
     lastShape = shape;
     square.SetParameterNormalized(dsp::PolyBlepSquareBase<1>::pulseWidth, shape * 0.47500002F + 0.5F);
     noise.SetParameterNormalized(dsp::NoiseGenerator::noiseColor, shape);
-    SetCutoff(20000.0F - shape * 19800.0F);
+    lowPass.SetCutoff(20000.0F - shape * 19800.0F);
     driveGain.SetTarget(dsp::DecibelsToGain(driveCurve.ToValue(shape)));
-}
-
-void VoiceOscillator::SetCutoff(float hz) {
-    if (hz == cutoff) {
-        return;
-    }
-    cutoff = hz;
-    constexpr double pi = 3.14159265358979323846;
-    const double rate = sampleRate;
-    const auto g = static_cast<float>(std::tan(pi * dsp::LimitCorner(hz, rate) / rate));
-    a1 = 1.0F / ((g + 1.4142135F) * g + 1.0F);
-    a2 = a1 * g;
-    a3 = a2 * g;
 }
 
 void VoiceOscillator::SetSyncMaster(bool on) {
@@ -130,6 +114,10 @@ void VoiceOscillator::SetSyncSlave(bool on) {
 }
 
 void VoiceOscillator::SetFM(bool on) {
+    if (on == isModulated) {
+        return;
+    }
+    isModulated = on;
     const float position = on ? 1.0F : 0.0F;
     phaseGen.SetParameterNormalized(PhaseGen::fmOn, position);
     square.SetParameterNormalized(dsp::PolyBlepSquareBase<1>::fmOn, position);
@@ -148,21 +136,24 @@ void VoiceOscillator::JumpToTargets() {
 
 void VoiceOscillator::Render(const dsp::ProcessContext& context, float frequency,
                              const VoiceBuffers& buffers) {
-    phaseGen.SetParameterValue(PhaseGen::frequency, LimitVoiceFrequency(frequency));
+    const float limited = LimitVoiceFrequency(frequency);
+    if (limited != lastFrequency) {
+        lastFrequency = limited;
+        phaseGen.SetParameterValue(PhaseGen::frequency, limited);
+    }
     RunPhase(context, buffers);
     RunWaveform(context, buffers);
-    const u32 frames = context.numFrames;
     if (waveform == Saw) {
-        for (u32 n = 0; n < frames; ++n) {
+        for (u32 n = 0; n < context.numFrames; ++n) {
             buffers.out[n] = -buffers.out[n];
         }
     }
     if (waveform != Noise) {
         RunPostFilter(context, buffers);
     }
-    if (waveform == Saw) {
-        FilterSaw(buffers.out, frames);
-    }
+}
+
+void VoiceOscillator::Finish(const VoiceBuffers& buffers, u32 frames) {
     if (waveform == Triangle || waveform == Saw) {
         Drive(buffers, frames);
     }
@@ -205,22 +196,6 @@ void VoiceOscillator::RunPostFilter(const dsp::ProcessContext& context, const Vo
     float* outputs[] = {buffers.out};
     dsp::ProcessContext child = context.ForChild(inputs, 1, outputs, 1);
     dsp::RunChild(postFilter, child);
-}
-
-void VoiceOscillator::FilterSaw(float* samples, u32 frames) {
-    float z1 = s1;
-    float z2 = s2;
-    for (u32 n = 0; n < frames; ++n) {
-        const float v3 = samples[n] - z2;
-        const float v1 = a1 * z1 + a2 * v3;
-        const float v2 = z2 + a2 * z1 + a3 * v3;
-        z1 = 2.0F * v1 - z1;
-        z2 = 2.0F * v2 - z2;
-        samples[n] = v2;
-    }
-    const bool isSound = std::isfinite(z1) && std::isfinite(z2);
-    s1 = isSound ? z1 : 0.0F;
-    s2 = isSound ? z2 : 0.0F;
 }
 
 /// A sine as waveshaper. Below unity drive it is brought back to full height; above, it folds.

@@ -9,6 +9,7 @@
 #include "dsp/PolyBlepSquareBase.h"
 #include "dsp/PolyBlepTriangleBase.h"
 #include "dsp/SmootherLPF.h"
+#include "vocoder/SawLowPass.h"
 
 namespace Velmora::Processor {
 
@@ -54,8 +55,12 @@ public:
     /// Levels and drive are at their targets at once, without a glide.
     void JumpToTargets();
 
-    /// Renders the waveform into buffers.out. The frequency in Hz is brought into 20 to 20000.
+    /// Renders the bare waveform into buffers.out. The frequency in Hz is brought into 20 to 20000.
     void Render(const dsp::ProcessContext& context, float frequency, const VoiceBuffers& buffers);
+    /// What has to filter buffers.out then; null when nothing has.
+    SawLowPass* LowPass() { return waveform == Saw ? &lowPass : nullptr; }
+    /// Drives the filtered waveform when it is one that can be driven.
+    void Finish(const VoiceBuffers& buffers, u32 frames);
 
     /// Renders the level, linear, into `out`.
     void RenderLevel(float* out, u32 frames) { level.RenderBlock(out, frames); }
@@ -70,8 +75,6 @@ private:
     void RunPhase(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
     void RunWaveform(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
     void RunPostFilter(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
-    void FilterSaw(float* samples, u32 frames);
-    void SetCutoff(float hz);
     void Drive(const VoiceBuffers& buffers, u32 frames);
 
     PhaseGen phaseGen;
@@ -86,17 +89,11 @@ private:
     dsp::ModuleParam driveCurve;
 
     i32 waveform = Triangle;
-    float sampleRate = 44100.0F;
+    bool isModulated = false;
+    float lastFrequency;
     float lastLevel;
     float lastShape;
-
-    /// Two-pole low-pass in trapezoidal form (A. Simper, "Linear trapezoidal integrated SVF").
-    float cutoff = -1.0F;
-    float a1 = 0.0F;
-    float a2 = 0.0F;
-    float a3 = 0.0F;
-    float s1 = 0.0F;
-    float s2 = 0.0F;
+    SawLowPass lowPass;
 };
 
 } // namespace Velmora::Processor
