@@ -3,6 +3,7 @@
 
 #include "host/MidiMessage.h"
 #include "host/ParameterInfo.h"
+#include "support/NonBlocking.h"
 
 #include <cstdint>
 
@@ -18,13 +19,13 @@ public:
     virtual std::uint32_t FramesPerBlock() const = 0;
 
     /// Acts at the start of the next block, in order. False when the block takes no more.
-    virtual bool Send(const MidiMessage& message) = 0;
-    virtual void Set(const ParameterSetting& setting) = 0;
+    virtual bool Send(const MidiMessage& message) ORPHIA_NONBLOCKING = 0;
+    virtual void Set(const ParameterSetting& setting) ORPHIA_NONBLOCKING = 0;
 
     /// Renders FramesPerBlock() frames at full scale 1. `voice` holds voiceChannels buffers, 0 to 2; a mono
     /// voice is heard in the middle. `output` holds left and right, which may be the buffers of the voice.
     virtual void ProcessBlock(const float* const* voice, std::uint32_t voiceChannels,
-                              float* const* output) = 0;
+                              float* const* output) ORPHIA_NONBLOCKING = 0;
 };
 
 } // namespace orphia::host

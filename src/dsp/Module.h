@@ -4,6 +4,7 @@
 #include "basictools/Types.h"
 #include "dsp/ParameterNameWriter.h"
 #include "dsp/ProcessContext.h"
+#include "support/NonBlocking.h"
 
 #include <string>
 
@@ -28,15 +29,15 @@ public:
     /// A hard reset clears audio state and marks every parameter as changed; one that is not hard keeps what
     /// a parameter change may keep.
     virtual void Reset(bool hard);
-    virtual bool SetParameterNormalized(u32 id, float value) = 0;
-    virtual float GetParameterNormalized(u32 id) = 0;
+    virtual bool SetParameterNormalized(u32 id, float value) ORPHIA_NONBLOCKING = 0;
+    virtual float GetParameterNormalized(u32 id) ORPHIA_NONBLOCKING = 0;
     virtual void GetParameterName(u32 id, ParameterNameWriter& writer) = 0;
     virtual void OnInitialize(float sampleRate, u32 maxBlockSize) = 0;
     virtual void OnReset(bool hard) = 0;
     /// The control-rate tick, once per block before Process. False skips Process.
-    virtual bool UpdateParameters(ProcessContext& context) = 0;
-    virtual void ClearParameterChanges(bool value);
-    virtual bool Process(ProcessContext& context) = 0;
+    virtual bool UpdateParameters(ProcessContext& context) ORPHIA_NONBLOCKING = 0;
+    virtual void ClearParameterChanges(bool value) ORPHIA_NONBLOCKING;
+    virtual bool Process(ProcessContext& context) ORPHIA_NONBLOCKING = 0;
 
     /// The module's prefix in parameter names; may be empty.
     std::string name;

@@ -4,6 +4,7 @@
 #include "dsp/PeakSearch.h"
 #include "dsp/Simd.h"
 #include "dsp/Within.h"
+#include "support/NonBlocking.h"
 
 #include <algorithm>
 #include <bit>
@@ -100,6 +101,7 @@ bool PitchTracker::UpdateParameters(ProcessContext& /*context*/) {
         return true;
     }
     if (Changed(analysisWindowSize)) {
+        const MayBlock exception;
         Build();
     }
     if (Changed(confidenceThreshold)) {

@@ -2,6 +2,7 @@
 #include "dsp/SampleStretcher.h"
 
 #include "dsp/SoundSamples.h"
+#include "support/NonBlocking.h"
 
 #include <rubberband/RubberBandStretcher.h>
 
@@ -57,6 +58,9 @@ void SampleStretcher::Reset() {
 void SampleStretcher::SetTimeRatio(double ratio) {
     const double admitted = ratio > shortestRatio ? std::min(ratio, longestRatio) : shortestRatio;
     if (engine != nullptr && engine->getTimeRatio() != admitted) {
+        // Across a ratio of about 0.19, which only a stretch to the beat reaches, one block is allocated
+        // anew.
+        const MayBlock exception;
         engine->setTimeRatio(admitted);
     }
 }

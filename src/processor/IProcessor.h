@@ -4,6 +4,7 @@
 #include "processor/HostRecords.h"
 #include "processor/ILogSink.h"
 #include "processor/Info.h"
+#include "support/NonBlocking.h"
 
 namespace Velmora::Processor {
 
@@ -33,12 +34,14 @@ public:
     virtual bool Reserved5() { return true; }       // 5
     virtual bool Reserved6() { return true; }       // 6
     /// Positions of controls, nominally 0 to 1. False when there is no value.
-    virtual bool GetParameter(u32 id, float* value) = 0; // 7
-    virtual bool SetParameter(u32 id, float value) = 0;  // 8
+    virtual bool GetParameter(u32 id, float* value) ORPHIA_NONBLOCKING = 0; // 7
+    virtual bool SetParameter(u32 id, float value) ORPHIA_NONBLOCKING = 0;  // 8
     /// `size`: the room in `buffer` in, the bytes of the data out; false when they do not fit or there are
     /// none.
-    virtual bool GetParameterData(u32 id, void* buffer, u32* size) = 0;                              // 9
-    virtual bool SetParameterData(u32 /*id*/, const void* /*data*/, u32* /*size*/) { return false; } // 10
+    virtual bool GetParameterData(u32 id, void* buffer, u32* size) ORPHIA_NONBLOCKING = 0;              // 9
+    virtual bool SetParameterData(u32 /*id*/, const void* /*data*/, u32* /*size*/) ORPHIA_NONBLOCKING { // 10
+        return false;
+    }
     /// False when there is no such parameter, or it has no name.
     virtual bool GetParameterInfo(u32 id, ParameterInfoRecord* record) = 0;                 // 11
     virtual bool GetParameterInfoByIndex(u32 index, u32* id, ParameterInfoRecord* record) { // 12

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "processor/IProcessor_V2.h"
+#include "support/NonBlocking.h"
 
 namespace Velmora::Processor {
 
@@ -12,14 +13,14 @@ public:
 
     virtual bool Reserved16() { return false; } // 16
     /// A status byte and two data bytes for the next block; dropped when there are too many. Always true.
-    virtual bool PushEvent(const u8* /*midi*/) { return true; } // 17
+    virtual bool PushEvent(const u8* /*midi*/) ORPHIA_NONBLOCKING { return true; } // 17
     /// At the end of Connect.
     virtual bool OnConnect() { return true; }   // 18
     virtual bool OnTerminate() { return true; } // 19
     virtual bool Reserved20() { return false; } // 20
     /// Once a block is done. Events that are not cleared are played again.
-    virtual bool ClearEvents() { return true; } // 21
-    virtual bool Reserved22() { return true; }  // 22
+    virtual bool ClearEvents() ORPHIA_NONBLOCKING { return true; } // 21
+    virtual bool Reserved22() { return true; }                     // 22
 
 protected:
     IProcessor_V3() { info.interfaceVersion = 3; }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "processor/IProcessor_V3.h"
+#include "support/NonBlocking.h"
 
 namespace Velmora::Processor {
 
@@ -10,10 +11,12 @@ class IProcessor_V4 : public IProcessor_V3 {
 public:
     /// Hand over what has come since the last call. The records stay valid until the next block; the pointer
     /// is null when there are none.
-    virtual bool GetParameterValueChanges(const ParameterValueRecord** records, u32* count) { // 23
+    virtual bool GetParameterValueChanges(const ParameterValueRecord** records,
+                                          u32* count) ORPHIA_NONBLOCKING { // 23
         return NoChanges(records, count);
     }
-    virtual bool GetParameterDataChanges(const ParameterDataRecord** records, u32* count) { // 24
+    virtual bool GetParameterDataChanges(const ParameterDataRecord** records,
+                                         u32* count) ORPHIA_NONBLOCKING { // 24
         return NoChanges(records, count);
     }
     virtual bool Reserved25(const void** records, u32* count) { return NoChanges(records, count); } // 25

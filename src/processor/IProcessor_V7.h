@@ -2,6 +2,7 @@
 #pragma once
 
 #include "processor/IProcessor_V6.h"
+#include "support/NonBlocking.h"
 
 #include <utility>
 
@@ -11,7 +12,7 @@ namespace Velmora::Processor {
 class IProcessor_V7 : public IProcessor_V6 {
 public:
     /// A sample is on its way.
-    virtual bool IsLoading() { return false; } // 35
+    virtual bool IsLoading() ORPHIA_NONBLOCKING { return false; } // 35
     /// Called now and then while no block runs.
     virtual void Idle() {} // 36
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "processor/IProcessor_V7.h"
+#include "support/NonBlocking.h"
 
 #include <utility>
 
@@ -14,7 +15,7 @@ public:
 
     /// Renders one block; the outputs are silent when it is refused. Always true. Allocates nothing. Outputs
     /// are zeroed first of all, so no input may share its buffer with one.
-    virtual bool Process(HostProcessData* data) = 0; // 37
+    virtual bool Process(HostProcessData* data) ORPHIA_NONBLOCKING = 0; // 37
 
 protected:
     explicit IProcessor_V8(std::unique_ptr<Info_V5> description) : IProcessor_V7(std::move(description)) {}

@@ -54,6 +54,9 @@ TEST(StackFunction, HoldsSixtyFourBytesOfCaptureInPlaceAndNeverAllocates) {
     // The counter must be seen to count, or the zero below would mean nothing.
     const orphia_reference::AllocationCounter control;
     const auto allocated = std::make_unique<FullCapture>(capture);
+    // What nobody sees may be allocated nowhere.
+    const FullCapture* volatile seen = allocated.get();
+    ASSERT_NE(seen, nullptr);
     ASSERT_EQ(control.Count(), 1U);
 
     const orphia_reference::AllocationCounter counter;

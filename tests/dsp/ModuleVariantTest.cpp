@@ -3,6 +3,7 @@
 
 #include "dsp/BypassedModule.h"
 #include "dsp/IOSubset.h"
+#include "support/NonBlocking.h"
 #include "support/ProbeModule.h"
 #include "vocoder/StageRig.h"
 
@@ -28,6 +29,7 @@ template <u32 Channels>
 struct Spy : ProbeModule<1, Channels> {
     using ProbeModule<1, Channels>::ProbeModule;
     bool Process(ProcessContext& context) override {
+        const Velmora::MayBlock exception;
         seen.assign(context.inputs, context.inputs + context.numInputs);
         return ProbeModule<1, Channels>::Process(context);
     }

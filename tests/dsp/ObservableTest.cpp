@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/Observable.h"
 
+#include "support/NonBlocking.h"
 #include "support/ProbeModule.h"
 
 #include <gtest/gtest.h>
@@ -33,6 +34,7 @@ struct Listener : IModuleObserver {
     Listener(std::string listenerName, Story& sharedStory)
         : name(std::move(listenerName)), story(sharedStory) {}
     void OnParameterChanged(u32 id, float normalizedValue) override {
+        const Velmora::MayBlock exception;
         story.emplace_back(name, id, normalizedValue);
         if (afterwards) {
             afterwards();

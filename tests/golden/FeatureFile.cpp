@@ -29,7 +29,7 @@ std::string Print(const char* format, double value) {
 /// Digits as each kind deserves.
 const char* FormatOf(const Feature& feature) {
     if (Is(feature, "level")) {
-        return " %6.1f";
+        return " %7.2f";
     }
     return Is(feature, "pitch") || Is(feature, "onsets") || Is(feature, "silence") ? " %.2f" : " %g";
 }
@@ -134,7 +134,7 @@ std::string FormatFeatures(const Scene& scene, const FeatureFile& file) {
         if (beginsLevels) {
             text += "\n# in dBFS, -70 is silence; Hz: ";
             for (const double centre : bandCentres) {
-                text += Print(text.ends_with(": ") ? "%g" : " %6g", centre);
+                text += Print(text.ends_with(": ") ? "%4g" : " %7g", centre);
             }
             text += "\n";
         }

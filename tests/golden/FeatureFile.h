@@ -11,7 +11,7 @@ namespace orphia::test {
 /// How far a sound may be from what its file says.
 struct Tolerances {
     /// Of a band that is above silence.
-    double decibels = 0.3;
+    double decibels = 0.03;
     double cents = 3.0;
     /// Of onsets and silence.
     double seconds = 0.015;

@@ -3,6 +3,7 @@
 
 #include "host/MidiMessage.h"
 
+#include <ostream>
 #include <span>
 #include <vector>
 
@@ -49,6 +50,9 @@ struct Scene {
     /// Where its strongest partial is followed, in Hz; nowhere when both are 0.
     double pitchFrom = 0.0;
     double pitchTo = 0.0;
+
+    /// For the names of tests.
+    friend void PrintTo(const Scene& scene, std::ostream* out) { *out << scene.name; }
 };
 
 std::span<const Scene> Scenes();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/UnitModule.h"
+#include "support/NonBlocking.h"
 
 #include <string>
 #include <string_view>
@@ -66,6 +67,7 @@ private:
         return records;
     }
     void Note(std::string_view call) {
+        const MayBlock exception;
         if (journal != nullptr) {
             journal->push_back((name + " ").append(call));
         }

@@ -23,7 +23,7 @@ std::vector<float> Play(unsigned seed) {
         // A slot's effect now and then.
         if (block % 50 == 0) {
             using Velmora::Processor::FXVariant;
-            constexpr u32 slots = Velmora::Processor::VocoderProcessor::firstIds[5];
+            constexpr Velmora::u32 slots = Velmora::Processor::VocoderProcessor::firstIds[5];
             host.processor->SetParameter(slots + FXVariant::ParameterId(FXVariant::ModuleType),
                                          host.Position());
         }

@@ -35,7 +35,8 @@ TEST_F(ListCommandsTest, ParametersAreFoundByPartsOfTheirNames) {
     const std::string cutoffs = Tell("params 'modulator*CUTOFF'");
     EXPECT_EQ(LineCount(cutoffs), 5 + 1) << cutoffs;
     EXPECT_TRUE(std::regex_search(
-        cutoffs, std::regex(R"(Modulator_ParamEq_Cutoff3 +curve +control +[0-9]+ Hz \.\. [0-9]+ Hz +Hz)")))
+        cutoffs,
+        std::regex(R"(ParamEq_Cutoff3 +curve +control +[0-9]+ Hz \.\. [0-9]+ Hz \.\. [0-9]+ Hz +Hz)")))
         << cutoffs;
     ExpectFailure("params nosuchname", 2, "no parameter has 'nosuchname'");
 }
