@@ -28,9 +28,9 @@ namespace orphia::host {
 /// engine, with which it is silent. What is set before the first note or block is there at once; later the
 /// engine moves to it in its own time.
 ///
-/// For one thread at a time. Send, Set, Control, Value, the notes, SetTransport, ProcessBlock and TakeMeters
-/// neither allocate nor wait nor throw and are for an audio thread; the rest is not. A faulty number in a
-/// voice, or in a setting, comes to no harm.
+/// For one thread at a time. Send, Set and Value by id, Control, the notes, AllNotesOff, Panic, SetTransport,
+/// ProcessBlock and TakeMeters neither allocate nor wait nor throw and are for an audio thread; the rest is
+/// not. A faulty number in a voice, or in a setting, comes to no harm.
 class Instrument final : public BlockEngine {
 public:
     static constexpr std::uint32_t sampleCount = 12;
