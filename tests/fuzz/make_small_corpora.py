@@ -60,11 +60,16 @@ for number, size in enumerate([60, 150, 400]):
         write("voice_manager", f"draws_{number}_{kind}", bytes([kind]) + dice.randbytes(size))
 for number, size in enumerate([80, 200, 500]):
     write("boundary", f"draws_{number}", dice.randbytes(size))
-# A sound, then notes and blocks, at two rates: draws of the processor, the call, and what follows.
-blocks = b"\x00\x0a\x03\x03" + b"\x04\x00\x02\x01" * 4
-notes = b"".join(b"\x00\x0a\x02" + bytes([key]) for key in (48, 55, 60))
+# Draws of the processor, the call, and what follows: 96 blocks until a sound begins, and three notes, at two rates.
+blocks = b"\x00\x20\x03\x05\x01\x02\x05" * 3
+notes = b"".join(b"\x00\x20\x02" + bytes([key]) for key in (48, 55, 60))
 for rate in (0, 7):
-    write("boundary", f"sound_{rate}", bytes([rate]) + b"\x00\x04" + notes + blocks * 6)
-write("boundary", "sample", b"\x00\x00\x01\x00\x00\x00\x00\x04\x00\x0a\x02\x24" + blocks * 3)
+    write("boundary", f"sound_{rate}", bytes([rate]) + notes + blocks)
+write("boundary", "sample", b"\x00\x00\x12\x00\x00\x00\x00\x20\x02\x24" + blocks)
+# More events than a block takes, and blocks of no length, of the whole one and beyond it.
+write("boundary", "many", b"\x00\x00\x0c\x90\x24" + blocks)
+odd = b"".join(b"\x00\x06\x01" + bytes([groups]) + b"\x01\x02\x02\x05\x01" for groups in (2, 1, 0, 3))
+shifted = b"\x00\x06\x01\x02\x00\x01\x02\x02\x05\x01"
+write("boundary", "odd_blocks", b"\x00" + notes + blocks + odd * 3 + shifted)
 # Found: at some rates that are none the stretcher's library never came back.
-write("boundary", "rates", b"\x00" + b"".join(b"\x00\x02" + bytes([rate]) for rate in range(16)))
+write("boundary", "rates", b"\x0c" + b"".join(b"\x00\x02" + bytes([rate]) for rate in range(16)))

@@ -67,8 +67,12 @@ public:
         }
     }
 
+    struct Setting {
+        u32 id;
+        float position;
+    };
     /// Any id at and beyond every edge, with a value from anywhere.
-    void SetAnything() {
+    Setting AnySetting() {
         using Engine = Velmora::Processor::VocoderProcessor;
         constexpr u32 reserved = Engine::ReservedId({});
         constexpr u32 end = Engine::parameterCount; // and the adapter's two behind
@@ -83,7 +87,11 @@ public:
                                                0x7FFFFFFF,
                                                0xFFFFFFFF};
         const u32 id = Below(20) == 0 ? edges[Below(edges.size())] : Below(end + 3);
-        processor->SetParameter(id, AnyNumber());
+        return {id, AnyNumber()};
+    }
+    void SetAnything() {
+        const Setting setting = AnySetting();
+        processor->SetParameter(setting.id, setting.position);
     }
     void PushAnything() {
         const u8 midi[3] = {static_cast<u8>(Below(256)), static_cast<u8>(Below(256)),

@@ -26,6 +26,7 @@ const std::filesystem::path examples = ORPHIA_EXAMPLES;
 constexpr double longestRelease = 45.0;
 /// -80 dBFS.
 constexpr float audible = 1e-4F;
+constexpr int browsedPresets = 60;
 
 } // namespace
 
@@ -56,6 +57,15 @@ double RandomPlayer::Seconds(std::size_t blocks) const {
 void RandomPlayer::Play(double seconds) {
     for (double time = 0.0; time < seconds; time += Seconds(1)) {
         MakeMoves();
+        RunBlock();
+    }
+}
+
+void RandomPlayer::BrowsePresets() {
+    for (int preset = 0; preset < browsedPresets; ++preset) {
+        ChangePreset();
+        RunBlock();
+        counts.notes += instrument.NoteOn(36 + Below(36)) ? 1 : 0;
         RunBlock();
     }
 }

@@ -23,6 +23,8 @@ public:
     RandomPlayer(const VoiceWatch& watch, std::uint32_t seed, SoakCounts& counts);
 
     void Play(double seconds);
+    /// Goes from preset to preset, each for two blocks and a note: what a preset leaves behind adds up.
+    void BrowsePresets();
     /// Takes the hands from the keys and the feet from the pedals, and waits for the last voice. Empty, or
     /// what is wrong.
     std::string EndAllNotes();
