@@ -22,14 +22,14 @@ namespace Velmora {
 
 /// During its life the thread may block inside of a function that is marked. Each use of it is an exception
 /// that docs/realtime.md lists.
-class MayBlock {
+class [[maybe_unused]] MayBlock {
 public:
 #ifdef ORPHIA_CHECKS_NONBLOCKING
     MayBlock() { __rtsan_disable(); }
     ~MayBlock() { __rtsan_enable(); }
 #else
-    MayBlock() {} // not defaulted, so that an object counts as used
-    ~MayBlock() {}
+    MayBlock() = default;
+    ~MayBlock() = default;
 #endif
     MayBlock(const MayBlock&) = delete;
     MayBlock& operator=(const MayBlock&) = delete;

@@ -72,6 +72,10 @@ private:
         }
         const double growth = static_cast<double>(heap) - static_cast<double>(settledHeap);
         heapGrew = growth > heapBound;
+        if (heapGrew) {
+            std::printf("minute %d: the heap grew by %.0f kB since minute %d\n", minute, growth * 1e-3,
+                        settledMinute);
+        }
         std::printf("minute %d: heap %zu bytes, resident %.1f MB, %llu bad blocks, %llu stuck\n", minute,
                     heap, static_cast<double>(resident) * 1e-6,
                     static_cast<unsigned long long>(counts.badBlocks),
