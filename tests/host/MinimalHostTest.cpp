@@ -10,6 +10,8 @@
 #include <cmath>
 #include <complex>
 #include <cstdlib>
+#include <filesystem>
+#include <numbers>
 #include <string>
 #include <vector>
 
@@ -47,13 +49,20 @@ double LevelAt(const std::filesystem::path& path, double hz) {
     return 20.0 * std::log10(std::abs(sum) / frames + 1e-9);
 }
 
+/// Status of the host, zero when all went well.
+int RunHost(const std::vector<std::string>& arguments) {
+    std::string line = "'" ORPHIA_MINIMAL_HOST "'";
+    for (const std::string& argument : arguments) {
+        line.append(" '").append(argument).append("'");
+    }
+    return std::system(line.append(" >/dev/null").c_str());
+}
+
 TEST(MinimalHostTest, SpeaksThroughItsChordAsLoudAsTheVoice) {
     const TemporaryFolder folder;
-    const std::string voice = std::string(ORPHIA_EXAMPLES) + "/voice.flac";
-    const std::string result = (folder / "out.wav").string();
-    const std::string line = std::string("'") + ORPHIA_MINIMAL_HOST + "' '" + ORPHIA_ENGINE_LIBRARY + "' '" +
-                             voice + "' '" + result + "'";
-    ASSERT_EQ(std::system(line.c_str()), 0);
+    const auto voice = std::filesystem::path(ORPHIA_EXAMPLES) / "voice.flac";
+    const auto result = folder / "out.wav";
+    ASSERT_EQ(RunHost({ORPHIA_ENGINE_LIBRARY, voice.string(), result.string()}), 0);
     const std::vector<double> spoken = LevelsOf(voice);
     const std::vector<double> sung = LevelsOf(result);
     ASSERT_EQ(sung.size(), spoken.size());
@@ -73,11 +82,7 @@ TEST(MinimalHostTest, SpeaksThroughItsChordAsLoudAsTheVoice) {
     }
 }
 
-TEST(MinimalHostTest, RefusesWhatIsNoEngine) {
-    const std::string line =
-        std::string("'") + ORPHIA_MINIMAL_HOST + "' /nowhere /nowhere /nowhere >/dev/null";
-    EXPECT_NE(std::system(line.c_str()), 0);
-}
+TEST(MinimalHostTest, RefusesWhatIsNoEngine) { EXPECT_NE(RunHost({"/nowhere", "/nowhere", "/nowhere"}), 0); }
 
 } // namespace
 } // namespace orphia::test
