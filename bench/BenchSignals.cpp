@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "bench/BenchSignals.h"
 
-#include "dsp/ParameterNameWriter.h"
+#include "dsp/framework/ParameterNameWriter.h"
 
 #include <cmath>
 #include <numbers>

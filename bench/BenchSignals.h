@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "vocoder/BodeVocoder.h"
+#include "vocoder/core/BodeVocoder.h"
 
 #include <benchmark/benchmark.h>
 

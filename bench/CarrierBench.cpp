@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Voices and what plays them, 44 frames a block: nanoseconds per frame unless a row says otherwise.
 #include "bench/BenchSignals.h"
-#include "dsp/DenormalGuard.h"
-#include "dsp/EventQueue.h"
-#include "dsp/RunChild.h"
-#include "processor/VocoderProcessor.h"
+#include "dsp/framework/EventQueue.h"
+#include "dsp/framework/RunChild.h"
+#include "dsp/math/DenormalGuard.h"
+#include "processor/instrument/VocoderProcessor.h"
 #include "support/platform/Platform.h"
 
 #include <benchmark/benchmark.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The chorus as the ensemble and in its other states, a stereo frame each, 44 frames a block.
 #include "bench/MeasureModule.h"
-#include "dsp/Chorus.h"
+#include "dsp/effects/chorus/Chorus.h"
 
 namespace orphia::bench {
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The compressor on a chord, a stereo frame each, 44 frames a block.
 #include "bench/MeasureModule.h"
-#include "dsp/Compressor.h"
+#include "dsp/effects/compressor/Compressor.h"
 
 #include <cmath>
 

@@ -2,9 +2,9 @@
 // The echo and the flanger in their usual and their most expensive states, a stereo frame each, 44 frames a
 // block.
 #include "bench/MeasureModule.h"
-#include "dsp/Delay.h"
-#include "dsp/Flanger.h"
-#include "dsp/RunChild.h"
+#include "dsp/effects/delay/Delay.h"
+#include "dsp/effects/flanger/Flanger.h"
+#include "dsp/framework/RunChild.h"
 
 namespace orphia::bench {
 namespace {

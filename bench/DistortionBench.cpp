@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The overdrive and the bit crusher, a stereo frame each, 44 frames a block.
 #include "bench/MeasureModule.h"
-#include "dsp/BitCrusher.h"
-#include "dsp/TubeScreamer808.h"
+#include "dsp/effects/bitcrusher/BitCrusher.h"
+#include "dsp/effects/distortion/TubeScreamer808.h"
 
 namespace orphia::bench {
 namespace {

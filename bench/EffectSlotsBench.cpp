@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The effect section: with nothing in its slots, and with each type in one of them at its start values.
 #include "bench/MeasureModule.h"
-#include "processor/FXContainer.h"
+#include "processor/effects/FXContainer.h"
 
 #include <memory>
 

@@ -2,11 +2,11 @@
 // The floor under the core: the arithmetic of both filter banks, rectifiers and amplifiers of two channels
 // and nothing else. No modules, no parameters, no buffers per band, no noise, no high-frequency path.
 #include "bench/BenchSignals.h"
-#include "dsp/DenormalGuard.h"
-#include "vocoder/BandPlan.h"
-#include "vocoder/RectifierFollower.h"
-#include "vocoder/kernels/LaneTile.h"
-#include "vocoder/kernels/VocoderKernels.h"
+#include "dsp/math/DenormalGuard.h"
+#include "vocoder/core/banks/BandPlan.h"
+#include "vocoder/core/banks/RectifierFollower.h"
+#include "vocoder/core/kernels/LaneTile.h"
+#include "vocoder/core/kernels/VocoderKernels.h"
 
 #include <benchmark/benchmark.h>
 

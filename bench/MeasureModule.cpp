@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "bench/MeasureModule.h"
 
-#include "dsp/DenormalGuard.h"
-#include "dsp/RunChild.h"
+#include "dsp/framework/RunChild.h"
+#include "dsp/math/DenormalGuard.h"
 
 #include <algorithm>
 #include <array>

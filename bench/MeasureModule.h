@@ -2,7 +2,7 @@
 #pragma once
 
 #include "bench/BenchSignals.h"
-#include "dsp/Module.h"
+#include "dsp/framework/Module.h"
 
 #include <initializer_list>
 #include <utility>

@@ -2,9 +2,9 @@
 // The whole modulator per stereo frame: at rest, with a sample, with the external input, with its tone
 // stages.
 #include "bench/BenchSignals.h"
-#include "dsp/DenormalGuard.h"
-#include "dsp/RunChild.h"
-#include "vocoder/VocoderModulator.h"
+#include "dsp/framework/RunChild.h"
+#include "dsp/math/DenormalGuard.h"
+#include "vocoder/modulator/VocoderModulator.h"
 
 #include <benchmark/benchmark.h>
 

@@ -2,13 +2,13 @@
 // The parts of an oscillator, each by itself, and those of a saw in a row, 44 frames a block. Arguments of
 // the shapes: frequency in Hz; flags 1 FM, 2 hard sync, 4 pulse width modulation.
 #include "bench/BenchSignals.h"
-#include "dsp/DenormalGuard.h"
-#include "dsp/PolyBlepPhaseGenBase.h"
-#include "dsp/PolyBlepPostFilter.h"
-#include "dsp/PolyBlepSawBase.h"
-#include "dsp/PolyBlepSquareBase.h"
-#include "dsp/PolyBlepTriangleBase.h"
-#include "dsp/RunChild.h"
+#include "dsp/framework/RunChild.h"
+#include "dsp/math/DenormalGuard.h"
+#include "dsp/oscillators/PolyBlepPhaseGenBase.h"
+#include "dsp/oscillators/PolyBlepPostFilter.h"
+#include "dsp/oscillators/PolyBlepSawBase.h"
+#include "dsp/oscillators/PolyBlepSquareBase.h"
+#include "dsp/oscillators/PolyBlepTriangleBase.h"
 
 #include <benchmark/benchmark.h>
 

@@ -2,9 +2,9 @@
 // The equaliser with five bands on, settled and moving, a stereo frame each, and what listens to the
 // modulator's input, 44 frames a block.
 #include "bench/MeasureModule.h"
-#include "dsp/InputDetector.h"
-#include "dsp/ParamEq.h"
-#include "dsp/VuMeter.h"
+#include "dsp/effects/equaliser/ParamEq.h"
+#include "dsp/meters/InputDetector.h"
+#include "dsp/meters/VuMeter.h"
 
 namespace orphia::bench {
 namespace {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The phaser and the multi-mode filter, a stereo frame each, 44 frames a block.
 #include "bench/MeasureModule.h"
-#include "dsp/MultiModeFilterPresetChromataFX.h"
-#include "dsp/Phaser.h"
+#include "dsp/effects/filter/MultiModeFilterPresetChromataFX.h"
+#include "dsp/effects/phaser/Phaser.h"
 
 namespace orphia::bench {
 namespace {

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The pitch tracker on a voice, 44 frames a block: on average, and the one block in 23 that ends a window.
 #include "bench/BenchSignals.h"
-#include "dsp/DenormalGuard.h"
-#include "dsp/PitchTracker.h"
-#include "dsp/RunChild.h"
+#include "dsp/framework/RunChild.h"
+#include "dsp/math/DenormalGuard.h"
+#include "dsp/pitch/PitchTracker.h"
 #include "support/platform/Platform.h"
 
 #include <benchmark/benchmark.h>

@@ -2,7 +2,7 @@
 // The plate reverb at rest, under modulation, and while its size glides: a stereo frame each, 44 frames a
 // block.
 #include "bench/MeasureModule.h"
-#include "dsp/Reverb.h"
+#include "dsp/effects/reverb/Reverb.h"
 
 namespace orphia::bench {
 namespace {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Loading a sample of 20 s against plain libsndfile reading the same file into one vector, by turns, both
 // into memory that the process did not have before, as a new sample does.
-#include "dsp/SampleReader.h"
-#include "dsp/SndFileLibrary.h"
+#include "dsp/sampler/files/SampleReader.h"
+#include "dsp/sampler/files/SndFileLibrary.h"
 #include "support/platform/Platform.h"
 
 #include <benchmark/benchmark.h>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The sampler on a stereo sample at the host's rate, a stereo frame each, 44 frames a block.
 #include "bench/BenchSignals.h"
-#include "dsp/DenormalGuard.h"
-#include "dsp/RunChild.h"
-#include "dsp/Simpler.h"
+#include "dsp/framework/RunChild.h"
+#include "dsp/math/DenormalGuard.h"
+#include "dsp/sampler/Simpler.h"
 
 #include <benchmark/benchmark.h>
 

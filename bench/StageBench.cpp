@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Each stage of one channel by itself, as its parent runs it, 44 frames a block.
 #include "bench/BenchSignals.h"
-#include "dsp/DenormalGuard.h"
-#include "dsp/NoiseGenerator.h"
-#include "dsp/RunChild.h"
-#include "vocoder/BodeVocoderMono.h"
+#include "dsp/framework/RunChild.h"
+#include "dsp/math/DenormalGuard.h"
+#include "dsp/oscillators/NoiseGenerator.h"
+#include "vocoder/core/BodeVocoderMono.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the stereo core costs per frame, and what its bare arithmetic would.
 #include "bench/BenchSignals.h"
-#include "dsp/DenormalGuard.h"
-#include "dsp/RunChild.h"
-#include "vocoder/BodeVocoder.h"
+#include "dsp/framework/RunChild.h"
+#include "dsp/math/DenormalGuard.h"
+#include "vocoder/core/BodeVocoder.h"
 
 #include <benchmark/benchmark.h>
 

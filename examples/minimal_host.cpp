@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A whole host: a voice speaks through a held chord.  minimal_host LIBRARY VOICE OUT.wav
-#include "processor/IProcessorFactory.h"
+#include "processor/boundary/IProcessorFactory.h"
 
 #include <dlfcn.h>
 #include <sndfile.hh>

@@ -2,7 +2,7 @@
 #include "host/EngineLibrary.h"
 
 #include "host/Errors.h"
-#include "processor/IProcessorFactory.h"
+#include "processor/boundary/IProcessorFactory.h"
 #include "support/platform/Platform.h"
 
 #include <fmt/format.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "processor/ILogSink.h"
+#include "processor/boundary/ILogSink.h"
 
 #include <mutex>
 #include <string>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/EngineSession.h"
 
-#include "dsp/ModuleContainerBase.h"
+#include "dsp/framework/ModuleContainerBase.h"
 #include "host/Errors.h"
-#include "processor/BlockSize.h"
+#include "processor/adapter/BlockSize.h"
 
 #include <fmt/format.h>
 

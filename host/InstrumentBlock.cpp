@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Events and blocks of the instrument: the part for audio threads.
-#include "dsp/DenormalGuard.h"
+#include "dsp/math/DenormalGuard.h"
 #include "host/InstrumentEngine.h"
 
 #include <algorithm>

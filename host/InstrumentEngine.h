@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/AlignedBuffer.h"
+#include "dsp/vectors/AlignedBuffer.h"
 #include "host/EngineMessages.h"
 #include "host/HeldNotes.h"
 #include "host/Instrument.h"
 #include "host/MidiControls.h"
-#include "processor/IProcessor_V8.h"
+#include "processor/boundary/IProcessor_V8.h"
 
 #include <array>
 #include <optional>

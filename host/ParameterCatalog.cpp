@@ -4,8 +4,8 @@
 #include "host/Errors.h"
 #include "host/ParameterTraits.h"
 #include "host/TextDistance.h"
-#include "processor/VocoderProcessor.h"
-#include "vocoder/BodeVocoder.h"
+#include "processor/instrument/VocoderProcessor.h"
+#include "vocoder/core/BodeVocoder.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/SampleReport.h"
 
-#include "dsp/PitchTracker.h"
-#include "dsp/RunChild.h"
-#include "dsp/SampleReader.h"
-#include "engine/SampleManager.h"
+#include "dsp/framework/RunChild.h"
+#include "dsp/pitch/PitchTracker.h"
+#include "dsp/sampler/files/SampleReader.h"
+#include "engine/samples/SampleManager.h"
 
 #include <fmt/format.h>
 

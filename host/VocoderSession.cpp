@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/VocoderSession.h"
 
-#include "dsp/AlignedBuffer.h"
-#include "dsp/DenormalGuard.h"
-#include "dsp/RunChild.h"
-#include "vocoder/BodeVocoder.h"
+#include "dsp/framework/RunChild.h"
+#include "dsp/math/DenormalGuard.h"
+#include "dsp/vectors/AlignedBuffer.h"
+#include "vocoder/core/BodeVocoder.h"
 
 #include <algorithm>
 

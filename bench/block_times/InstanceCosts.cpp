@@ -2,7 +2,7 @@
 #include "bench/block_times/InstanceCosts.h"
 
 #include "bench/PlayedInstrument.h"
-#include "processor/IProcessor_V8.h"
+#include "processor/boundary/IProcessor_V8.h"
 #include "support/platform/Platform.h"
 
 #include <malloc.h>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The smallest use of the core: a saw as carrier, a pulsing tone as modulator, one second of blocks.
-#include "dsp/DenormalGuard.h"
-#include "dsp/ParameterNameWriter.h"
-#include "dsp/RunChild.h"
-#include "vocoder/BodeVocoder.h"
+#include "dsp/framework/ParameterNameWriter.h"
+#include "dsp/framework/RunChild.h"
+#include "dsp/math/DenormalGuard.h"
+#include "vocoder/core/BodeVocoder.h"
 
 #include <array>
 #include <cmath>

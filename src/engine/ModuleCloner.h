@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/Module.h"
-#include "dsp/ParameterSet.h"
-#include "dsp/RunChild.h"
+#include "dsp/framework/Module.h"
+#include "dsp/framework/ParameterSet.h"
+#include "dsp/framework/RunChild.h"
 
 #include <algorithm>
 #include <array>

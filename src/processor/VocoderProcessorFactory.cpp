@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "processor/VocoderProcessorFactory.h"
 
-#include "processor/DsplibProcessor.h"
-#include "processor/VocoderProcessor.h"
+#include "processor/adapter/DsplibProcessor.h"
+#include "processor/instrument/VocoderProcessor.h"
 
 #include <new>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "processor/IProcessorFactory.h"
+#include "processor/boundary/IProcessorFactory.h"
 
 namespace Velmora::Processor {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "basictools/Types.h"
 #include "support/CSingleton.h"
 #include "support/ILogListener.h"
+#include "support/platform/Types.h"
 
 #include <cstdint>
 #include <fstream>

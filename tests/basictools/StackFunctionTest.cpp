@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "basictools/stack_function.h"
-#include "reference/AllocationCounter.h"
+#include "rigs/AllocationCounter.h"
 
 #include <gtest/gtest.h>
 

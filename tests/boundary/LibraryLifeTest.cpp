@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The life of the host library in a process: what it shows, loading, unloading, and being there twice.
 #include "boundary/LoadedEngine.h"
-#include "reference/AllocationCounter.h"
+#include "rigs/AllocationCounter.h"
 
 #include <malloc.h>
 #include <sys/resource.h>

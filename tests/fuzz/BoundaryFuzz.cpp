@@ -3,7 +3,7 @@
 #include "fuzz/FuzzTargets.h"
 #include "fuzz/HostBlock.h"
 #include "fuzz/Require.h"
-#include "processor/RandomHost.h"
+#include "rigs/RandomHost.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/SampleReader.h"
+#include "dsp/sampler/files/SampleReader.h"
 #include "fuzz/FuzzTargets.h"
-#include "tests/host/TestFiles.h"
+#include "rigs/TestFiles.h"
 
 #include <gtest/gtest.h>
 

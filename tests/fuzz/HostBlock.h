@@ -2,7 +2,7 @@
 #pragma once
 
 #include "fuzz/Require.h"
-#include "processor/HostRecords.h"
+#include "processor/boundary/HostRecords.h"
 
 #include <algorithm>
 #include <array>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/SampleReader.h"
+#include "dsp/sampler/files/SampleReader.h"
 #include "fuzz/FuzzTargets.h"
 #include "fuzz/MemoryFile.h"
 #include "fuzz/Require.h"

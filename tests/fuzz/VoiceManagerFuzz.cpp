@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "engine/VoicePerformance.h"
 #include "fuzz/ByteDice.h"
 #include "fuzz/FuzzTargets.h"
 #include "fuzz/Require.h"
+#include "rigs/VoicePerformance.h"
 
 namespace {
 

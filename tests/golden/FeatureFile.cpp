@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "golden/FeatureFile.h"
 
-#include "support/MeasurePitch.h"
+#include "rigs/MeasurePitch.h"
 
 #include <algorithm>
 #include <cmath>

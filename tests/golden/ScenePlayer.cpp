@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "golden/ScenePlayer.h"
 
-#include "host/InstrumentRig.h"
 #include "host/PresetLibrary.h"
+#include "rigs/InstrumentRig.h"
 #include "watched/VoiceWatch.h"
 
 #include <algorithm>

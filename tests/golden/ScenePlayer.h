@@ -2,7 +2,7 @@
 #pragma once
 
 #include "golden/Scene.h"
-#include "host/TestFiles.h"
+#include "rigs/TestFiles.h"
 
 #include <cstddef>
 

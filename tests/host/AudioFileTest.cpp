@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "TestFiles.h"
 #include "host/AudioFileSource.h"
 #include "host/AudioFileWriter.h"
 #include "host/Errors.h"
 #include "host/LoudnessMeter.h"
 #include "host/ResampledSource.h"
+#include "rigs/TestFiles.h"
 
 #include <gtest/gtest.h>
 

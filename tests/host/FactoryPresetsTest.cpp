@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Every preset that comes with the instrument, with the example voice and song.
-#include "InstrumentRig.h"
-#include "TestFiles.h"
 #include "host/LoudnessMeter.h"
 #include "host/MidiPlayer.h"
 #include "host/Preset.h"
 #include "host/PresetLibrary.h"
+#include "rigs/InstrumentRig.h"
+#include "rigs/TestFiles.h"
 
 #include <gtest/gtest.h>
 

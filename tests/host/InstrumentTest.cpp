@@ -2,9 +2,9 @@
 // The instrument as shells play it, through the library.
 #include "host/Instrument.h"
 
-#include "InstrumentRig.h"
 #include "host/Errors.h"
-#include "reference/AllocationCounter.h"
+#include "rigs/AllocationCounter.h"
+#include "rigs/InstrumentRig.h"
 #include "support/platform/Platform.h"
 
 #include <gtest/gtest.h>

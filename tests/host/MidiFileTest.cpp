@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/MidiFile.h"
 
-#include "MidiSong.h"
 #include "host/Errors.h"
+#include "rigs/MidiSong.h"
 
 #include <gtest/gtest.h>
 

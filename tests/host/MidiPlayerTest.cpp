@@ -2,8 +2,8 @@
 // A song on the carrier alone, which the monitor lets through.
 #include "host/MidiPlayer.h"
 
-#include "InstrumentRig.h"
-#include "MidiSong.h"
+#include "rigs/InstrumentRig.h"
+#include "rigs/MidiSong.h"
 
 #include <gtest/gtest.h>
 

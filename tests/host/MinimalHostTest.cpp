@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The host of one file that the documents begin with: built as they say, and run as a user would.
-#include "TestFiles.h"
-#include "support/MeasurePitch.h"
+#include "rigs/MeasurePitch.h"
+#include "rigs/TestFiles.h"
 
 #include <gtest/gtest.h>
 #include <sndfile.hh>

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/Preset.h"
 
-#include "TestFiles.h"
 #include "host/Errors.h"
 #include "host/ParameterText.h"
 #include "host/PendingFile.h"
 #include "host/PresetLibrary.h"
+#include "rigs/TestFiles.h"
 #include "support/platform/Platform.h"
 
 #include <gtest/gtest.h>

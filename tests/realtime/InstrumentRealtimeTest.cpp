@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "processor/RandomHost.h"
 #include "realtime/CallTrap.h"
+#include "rigs/RandomHost.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/RunChild.h"
-#include "host/TestFiles.h"
+#include "dsp/framework/RunChild.h"
 #include "realtime/CallTrap.h"
-#include "vocoder/VocoderModulator.h"
+#include "rigs/TestFiles.h"
+#include "vocoder/modulator/VocoderModulator.h"
 
 #include <gtest/gtest.h>
 

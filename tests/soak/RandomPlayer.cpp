@@ -2,9 +2,9 @@
 #include "soak/RandomPlayer.h"
 
 #include "host/Errors.h"
-#include "host/InstrumentRig.h"
 #include "host/NeutralStart.h"
-#include "host/TestFiles.h"
+#include "rigs/InstrumentRig.h"
+#include "rigs/TestFiles.h"
 
 #include <algorithm>
 #include <array>

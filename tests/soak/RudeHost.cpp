@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "soak/RudeHost.h"
 
-#include "host/InstrumentRig.h"
+#include "rigs/InstrumentRig.h"
 
 #include <array>
 #include <chrono>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "processor/RandomHost.h"
+#include "rigs/RandomHost.h"
 #include "soak/SoakCounts.h"
 #include "watched/VoiceWatch.h"
 

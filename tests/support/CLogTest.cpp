@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/CLog.h"
 
-#include "support/LogRecorder.h"
+#include "rigs/LogRecorder.h"
 #include "support/platform/Platform.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "support/Resources.h"
 
-#include "support/LogRecorder.h"
+#include "rigs/LogRecorder.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "engine/ScriptedSampleManager.h"
-#include "host/TestFiles.h"
+#include "rigs/ScriptedSampleManager.h"
+#include "rigs/TestFiles.h"
 
 #include <gtest/gtest.h>
 #include <malloc.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "processor/RandomHost.h"
+#include "rigs/RandomHost.h"
 
 #include <gtest/gtest.h>
 

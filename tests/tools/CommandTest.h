@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "../host/TestFiles.h"
+#include "rigs/TestFiles.h"
 
 #include <gtest/gtest.h>
 #include <sys/wait.h>

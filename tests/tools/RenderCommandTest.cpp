@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "../host/MidiSong.h"
-#include "../support/MeasurePitch.h"
 #include "CommandTest.h"
+#include "rigs/MeasurePitch.h"
+#include "rigs/MidiSong.h"
 
 #include <string>
 #include <tuple>

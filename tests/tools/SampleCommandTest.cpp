@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "../support/MeasurePitch.h"
 #include "CommandTest.h"
+#include "rigs/MeasurePitch.h"
 
 #include <cmath>
 #include <random>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The engine's library as hosts load it, of which a test can ask one thing more: which voices sound.
-#include "processor/DsplibProcessor.h"
-#include "processor/IProcessorFactory.h"
-#include "processor/VocoderProcessor.h"
+#include "processor/adapter/DsplibProcessor.h"
+#include "processor/boundary/IProcessorFactory.h"
+#include "processor/instrument/VocoderProcessor.h"
 
 #include <algorithm>
 #include <vector>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "basictools/Types.h"
+#include "support/platform/Types.h"
 
 /// The floating-point control word of the calling thread. For the audio path: no call, no wait.
 namespace Velmora::Platform {

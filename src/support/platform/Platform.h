@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "basictools/Types.h"
+#include "support/platform/Types.h"
 
 #include <cstddef>
 #include <optional>

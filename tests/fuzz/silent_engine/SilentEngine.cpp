@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The engine's library, whose processors take everything and render silence at once.
-#include "processor/DsplibProcessor.h"
-#include "processor/IProcessorFactory.h"
-#include "processor/VocoderProcessor.h"
+#include "processor/adapter/DsplibProcessor.h"
+#include "processor/boundary/IProcessorFactory.h"
+#include "processor/instrument/VocoderProcessor.h"
 
 #include <algorithm>
 

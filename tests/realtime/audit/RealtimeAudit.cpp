@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "realtime/audit/RealtimeAudit.h"
 
-#include "host/InstrumentRig.h"
 #include "realtime/CallTrap.h"
 #include "realtime/SystemCallTrap.h"
+#include "rigs/InstrumentRig.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A module that keeps no promise, which the real-time sanitizer must end.
-#include "dsp/RunChild.h"
-#include "dsp/UnitModule.h"
+#include "dsp/framework/RunChild.h"
+#include "dsp/framework/UnitModule.h"
 
 #include <cstdio>
 #include <vector>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "basictools/math/mapping/IPotardMapping.h"
+#include "basictools/math/mapping/curves/IPotardMapping.h"
 
 namespace Velmora::MappingTools {
 

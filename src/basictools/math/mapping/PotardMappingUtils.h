@@ -1,22 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "basictools/math/mapping/BipolarExpPotardMapping.h"
-#include "basictools/math/mapping/BipolarPolynomialPotardMapping.h"
-#include "basictools/math/mapping/BipolarVariableCenterInvPowPotardMapping.h"
-#include "basictools/math/mapping/EnveloppeTimeMapping.h"
-#include "basictools/math/mapping/ExponentialPotardMapping.h"
-#include "basictools/math/mapping/HarmonicMapping.h"
-#include "basictools/math/mapping/IPotardMapping.h"
-#include "basictools/math/mapping/InvPolynomialPotardMapping.h"
 #include "basictools/math/mapping/InversePotardMapping.h"
-#include "basictools/math/mapping/LinearPotardMapping.h"
-#include "basictools/math/mapping/MixerTimeMapping.h"
-#include "basictools/math/mapping/PiecewiseLinearPotardMapping.h"
-#include "basictools/math/mapping/PolynomialPotardMapping.h"
-#include "basictools/math/mapping/ReversePotardMapping.h"
-#include "basictools/math/mapping/SemiToneToFreqMapping.h"
-#include "basictools/math/mapping/VuMeterMapping.h"
+#include "basictools/math/mapping/curves/BipolarExpPotardMapping.h"
+#include "basictools/math/mapping/curves/BipolarPolynomialPotardMapping.h"
+#include "basictools/math/mapping/curves/BipolarVariableCenterInvPowPotardMapping.h"
+#include "basictools/math/mapping/curves/ExponentialPotardMapping.h"
+#include "basictools/math/mapping/curves/HarmonicMapping.h"
+#include "basictools/math/mapping/curves/IPotardMapping.h"
+#include "basictools/math/mapping/curves/InvPolynomialPotardMapping.h"
+#include "basictools/math/mapping/curves/LinearPotardMapping.h"
+#include "basictools/math/mapping/curves/PiecewiseLinearPotardMapping.h"
+#include "basictools/math/mapping/curves/PolynomialPotardMapping.h"
+#include "basictools/math/mapping/curves/ReversePotardMapping.h"
+#include "basictools/math/mapping/curves/SemiToneToFreqMapping.h"
+#include "basictools/math/mapping/curves/VuMeterMapping.h"
+#include "basictools/math/mapping/tables/EnveloppeTimeMapping.h"
+#include "basictools/math/mapping/tables/MixerTimeMapping.h"
 
 #include <variant>
 

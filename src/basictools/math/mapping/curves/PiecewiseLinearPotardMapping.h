@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "basictools/math/mapping/curves/IPotardMapping.h"
+
+namespace Velmora::MappingTools {
+
+/// Two straight pieces: the first three quarters of the knob cover 0 to the knee, the last quarter the rest.
+class PiecewiseLinearPotardMapping : public IPotardMapping {
+public:
+    /// kneeValue lies strictly between 0 and 1.
+    explicit PiecewiseLinearPotardMapping(float kneeValue);
+
+    float Map(float x) const override;
+
+    /// The result is clamped to 0..1.
+    float Unmap(float y) const override;
+    float GetShape() const override { return knee; }
+
+private:
+    float knee;
+};
+
+} // namespace Velmora::MappingTools

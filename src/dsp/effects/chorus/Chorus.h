@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/delaylines/SplineDelayLine.h"
+#include "dsp/effects/chorus/ChorusControls.h"
+#include "dsp/framework/UnitModule.h"
+#include "dsp/lfo/ChorusLfo.h"
+
+#include <array>
+#include <string>
+
+namespace Velmora::dsp {
+
+/// A stereo chorus and ensemble: each channel has a delay line with up to four voices, taps whose delays
+/// swing about a common centre, each at its own point of the cycle. Their mean feeds back; their sum keeps
+/// its level whatever the number of voices, as far as they are apart enough not to add up in phase.
+///
+/// Inputs: 0 left, 1 right, 2 modulation of "DryWet", 3 of "Depth", 4 of "Freq"; any may be null or absent.
+/// Outputs: 0 left, 1 right, which may be the input buffers. A sample that is not a number or absurdly loud
+/// counts as 0, a null input as silence.
+///
+/// Ranges may be declared anew. What is used in the end: a delay and its swing within 13 samples to 60 ms
+/// (the centre gives way to the swing), a depth up to 30 ms, a rate up to 20 Hz, a feedback within
+/// -0.95..0.95. Every control is smoothed; settings of steps glide, too. At a "DryWet" of 0 the output is
+/// the input to the bit.
+class Chorus final : public UnitModule {
+public:
+    static constexpr u32 parameterCount = 16;
+    enum Parameter : u32 {
+        /// 0..1, of equal power.
+        DryWet,
+        /// Centre of the swing in ms.
+        Delay,
+        /// Largest way from the centre in ms.
+        Depth,
+        /// Cycles of the swing per second.
+        Freq,
+        /// Factor of the mean of the voices back into the line.
+        Feedback,
+        /// 0..1: 0 puts the wet sound in the middle.
+        Width,
+        /// A ChorusSettings::StereoMode.
+        StereoMode,
+        /// 1..4.
+        Voices,
+        /// A ChorusLfo::Shape.
+        LFOShape,
+        /// When on, "SyncRate" and the tempo replace "Freq" and its modulation.
+        TempoSync,
+        /// Length of a cycle: 32, 16, 12, 8, 6, 4, 3, 2, 3/2, 1, 2/3, 1/2 beats.
+        SyncRate,
+        /// Corners in Hz of the wet sound, first order, in the feedback as well; "HighCut" is off at the top.
+        LowCut,
+        HighCut,
+        /// 0..1: how far the centres of the voices are apart.
+        Spread,
+        /// 0..1: a slow random way of each voice, up to 1.5 ms.
+        Drift,
+        /// Level of the wet sound in dB.
+        WetGain
+    };
+
+    explicit Chorus(std::string moduleName = "Chorus");
+
+    void OnInitialize(float sampleRate, u32 maxBlockSize) override;
+    /// Clears lines and filters; the cycle starts anew.
+    void OnReset(bool hard) override;
+    bool UpdateParameters(ProcessContext& context) override;
+    bool Process(ProcessContext& context) override;
+
+private:
+    using Float4 = simd::Float4;
+
+    struct Channel {
+        SplineDelayLine line;
+        /// Of the voices, before and at the end of the coming quad: known a quad ahead, so that the
+        /// oscillator does not hold up the taps.
+        Float4 delays = Float4(SplineDelayLine::shortestDelay);
+        Float4 endDelays = Float4(SplineDelayLine::shortestDelay);
+    };
+
+    float Held(u32 id, float low, float high);
+    u32 Step(u32 id, u32 first, u32 last);
+    void ReadFixed(ChorusSettings& into);
+    void ReadModulated(ChorusSettings& into, const ProcessContext& context);
+
+    void StepDelays();
+    Float4 TapDelays(ChorusControls::Group offsets, float randomShift) const;
+    template <bool moving>
+    void RenderQuad(Float4& left, Float4& right);
+    template <bool moving>
+    Float4 ReadVoices(const Channel& channel) const;
+    void FilterWet(Float4& left, Float4& right);
+
+    ChorusSettings settings;
+    ChorusControls controls;
+    std::array<Channel, 2> channels;
+    /// Lanes 0 and 1: left and right.
+    Float4 highCutState = Float4(0.0F);
+    Float4 lowCutState = Float4(0.0F);
+    ChorusLfo lfo;
+};
+
+} // namespace Velmora::dsp

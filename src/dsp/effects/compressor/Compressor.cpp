@@ -1,0 +1,269 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "dsp/effects/compressor/Compressor.h"
+
+#include "dsp/effects/compressor/CompressorRecords.h"
+#include "dsp/math/ClampToUnit.h"
+#include "dsp/math/Decibels.h"
+#include "dsp/math/Within.h"
+#include "dsp/vectors/Simd.h"
+#include "dsp/vectors/SoundSamples.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace Velmora::dsp {
+
+namespace {
+
+using simd::Float4;
+
+constexpr double smoothingSeconds = 0.02;
+/// A little above 10 ms, so that rounding does not cost the last sample of the longest lookahead.
+constexpr float longestLookaheadSeconds = 0.010000001F;
+/// Bounds for values from outside that still leave every product within the floats.
+constexpr float lowestThreshold = -140.0F;
+constexpr float highestThreshold = 60.0F;
+constexpr float largestRatio = 1e6F;
+constexpr float widestKnee = 200.0F;
+/// Deeper than any level above any threshold.
+constexpr float noReductionLimit = 1000.0F;
+constexpr float displayedReduction = 40.0F;
+constexpr u32 wetBuffer = 2;
+
+/// The larger magnitude of each frame, times the gain.
+void Measure(const float* firstInput, const float* secondInput, float gain, float* out, u32 frames) {
+    for (u32 n = 0; n < frames; n += 4) {
+        const Float4 first = xsimd::abs(SoundSamples(firstInput + n));
+        const Float4 second = xsimd::abs(SoundSamples(secondInput + n));
+        (xsimd::max(first, second) * Float4(gain)).store_aligned(out + n);
+    }
+}
+
+/// Replaces the gains by w * factor * gain + (1 - w).
+void MixWet(float* gains, const float* wet, float factor, u32 frames) {
+    for (u32 n = 0; n < frames; n += 4) {
+        const Float4 w = Float4::load_aligned(wet + n);
+        const Float4 wetGain = Float4::load_aligned(gains + n) * Float4(factor);
+        (w * wetGain + (Float4(1.0F) - w)).store_aligned(gains + n);
+    }
+}
+
+} // namespace
+
+Compressor::Compressor(std::string moduleName)
+    : DynamicsModuleInterface(std::move(moduleName), 8, 2, CompressorRecords()) {
+    for (SmootherLPF* smoother : {&inputGain, &outputGain, &ratio, &threshold}) {
+        smoother->time = smoothingSeconds;
+    }
+    parameters[ConfOnlyComputeGain].SetNormalized(1.0F);
+    // Its only reading without a modulation input: it may run backwards all the same.
+    OnChange(Attack, [this] {
+        envelope.SetAttack(parameters[Attack].GetActingValue(ProcessContext{}, 0), sampleRate);
+    });
+    OnChange(LevelMeasureAtMs, [this] { levelEnvelope.SetAttack(Value(LevelMeasureAtMs), sampleRate); });
+    OnChange(LevelMeasureReMs, [this] { levelEnvelope.SetRelease(Value(LevelMeasureReMs), sampleRate); });
+}
+
+void Compressor::OnInitialize(float rateHz, u32 maxBlockSize) {
+    sampleRate = std::max(1.0F, rateHz);
+    longestLookahead = static_cast<u32>(sampleRate * longestLookaheadSeconds);
+    lookahead = std::min(lookahead, longestLookahead);
+    for (SmootherLPF* smoother : {&inputGain, &outputGain, &ratio, &threshold}) {
+        smoother->Prepare(sampleRate, 1);
+    }
+    for (Channel& channel : channels) {
+        channel.gain.SetLongestDelay(longestLookahead);
+        channel.audio.SetLongestDelay(longestLookahead);
+    }
+    buffers.Allocate(3, maxBlockSize);
+}
+
+void Compressor::OnReset(bool /*hard*/) {
+    const ProcessContext unmodulated;
+    inputGain.Set(InputGainTarget());
+    outputGain.Set(OutputGainTarget());
+    ratio.Set(RatioTarget(unmodulated));
+    threshold.Set(ThresholdTarget(unmodulated));
+    wet.Set(WetTarget(unmodulated));
+    SetParameterNormalized(OutGainReduction, 0.0F);
+    ClearChannels();
+}
+
+void Compressor::ClearChannels() {
+    for (Channel& channel : channels) {
+        channel.level = channel.reduction = 0.0;
+    }
+    ClearRings();
+}
+
+void Compressor::ClearRings() {
+    for (Channel& channel : channels) {
+        channel.gain.Clear();
+        channel.audio.Clear();
+    }
+}
+
+bool Compressor::UpdateParameters(ProcessContext& /*context*/) {
+    if (!anyParameterChanged) {
+        return true;
+    }
+    RunChangeCallbacks();
+    UpdateFlags();
+    if (Changed(LookaheadEnable) || Changed(LookaheadTimeMs)) {
+        UpdateLookahead();
+    }
+    inputGain.SetTarget(InputGainTarget());
+    outputGain.SetTarget(OutputGainTarget());
+    return true;
+}
+
+void Compressor::UpdateFlags() {
+    isStereo = IsOn(ConfStereo);
+    isLinked = IsOn(StereoMode);
+    ratioIsInfinite = IsOn(RatioInfinite);
+    hasMakeup = IsOn(Makeup);
+    smoothsLevel = IsOn(LevelMeasureSmoothAR);
+    usesSideChain = IsOn(SideChain);
+    kneeWidth = Within(Value(KneeWidth), 0.0F, widestKnee);
+    deepestReduction =
+        IsOn(GRLimitEnable) ? Within(-Value(GRLimit), 0.0F, noReductionLimit) : noReductionLimit;
+}
+
+/// The rings rest while there is no lookahead: what they held then must not sound later.
+void Compressor::UpdateLookahead() {
+    const float samples = IsOn(LookaheadEnable) ? Value(LookaheadTimeMs) * sampleRate * 0.001F : 0.0F;
+    const u32 wanted = static_cast<u32>(Within(samples, 0.0F, static_cast<float>(longestLookahead)));
+    const bool starts = lookahead == 0 && wanted > 0;
+    if (starts || (!needsUpdate && Changed(LookaheadEnable))) {
+        ClearRings();
+    }
+    lookahead = wanted;
+}
+
+float Compressor::InputGainTarget() {
+    return BoundedDecibelsToGain(Value(InGainCompensated) + Value(InputGain));
+}
+
+float Compressor::OutputGainTarget() {
+    return BoundedDecibelsToGain(Value(OutputGain) - Value(InGainCompensated));
+}
+
+float Compressor::ThresholdTarget(const ProcessContext& context) {
+    return Within(parameters[Threshold].GetActingValue(context, 4), lowestThreshold, highestThreshold);
+}
+
+float Compressor::RatioTarget(const ProcessContext& context) {
+    return Within(parameters[Ratio].GetActingValue(context, 5), 1.0F, largestRatio);
+}
+
+float Compressor::WetTarget(const ProcessContext& context) {
+    return ClampToUnit(parameters[Wet].GetActingValue(context, 2));
+}
+
+void Compressor::ComputeGain(ProcessContext& context) {
+    const float* left = context.InputOrNull(0);
+    const float* right = context.InputOrNull(1);
+    const u32 outputCount = std::min(context.numOutputs, 2U);
+    if (left == nullptr) {
+        ClearChannels();
+        for (u32 c = 0; c < outputCount; ++c) {
+            std::fill_n(context.outputs[c], context.numFrames, 0.0F);
+        }
+        return;
+    }
+    takesStereo = isStereo && right != nullptr;
+    SetComputedChannels(takesStereo && !isLinked ? 2 : 1);
+    RenderGains(context);
+    // The left output comes last, since it may lie in the buffer that both outputs are made from.
+    if (outputCount > 1) {
+        ApplyGains(right != nullptr ? right : left, buffers[computedChannels - 1], context.outputs[1],
+                   context.numFrames, channels[1]);
+    }
+    if (outputCount > 0) {
+        ApplyGains(left, buffers[0], context.outputs[0], context.numFrames, channels[0]);
+    }
+}
+
+void Compressor::SetComputedChannels(u32 count) {
+    if (count > computedChannels) {
+        channels[1].level = channels[0].level;
+        channels[1].reduction = channels[0].reduction;
+        channels[1].gain = channels[0].gain;
+    }
+    computedChannels = count;
+}
+
+void Compressor::RenderGains(const ProcessContext& context) {
+    const u32 frames = context.numFrames;
+    const GainComputer curve = SmoothCurve(context);
+    const float in = Advance(inputGain, frames);
+    const float total = in * Advance(outputGain, frames) * (hasMakeup ? curve.Makeup() : 1.0F);
+    envelope.SetRelease(parameters[Release].GetActingValue(context, 3), sampleRate);
+    wet.Render(WetTarget(context), buffers[wetBuffer], frames);
+    for (u32 c = 0; c < computedChannels; ++c) {
+        Channel& channel = channels[c];
+        float* values = buffers[c];
+        const Detector detector = DetectorOf(context, c);
+        Measure(detector.first, detector.second, in, values, frames);
+        if (smoothsLevel) {
+            levelEnvelope.Follow(values, frames, channel.level);
+        }
+        curve.LevelsToReductions(values, frames);
+        envelope.Follow(values, frames, channel.reduction);
+        GainComputer::ReductionsToGains(values, frames, deepestReduction);
+        if (lookahead > 0) {
+            channel.gain.Delay(values, frames, lookahead);
+        }
+        MixWet(values, buffers[wetBuffer], total, frames);
+    }
+}
+
+GainComputer Compressor::SmoothCurve(const ProcessContext& context) {
+    threshold.SetTarget(ThresholdTarget(context));
+    ratio.SetTarget(RatioTarget(context));
+    const float inverseRatio = 1.0F / Advance(ratio, context.numFrames);
+    return {Advance(threshold, context.numFrames), ratioIsInfinite ? 0.0F : inverseRatio, kneeWidth};
+}
+
+/// By samples, so that the time is the same for every length of a block.
+float Compressor::Advance(SmootherLPF& smoother, u32 frames) {
+    if (!smoother.IsAtTarget()) {
+        smoother.RenderBlock(buffers[0], frames);
+    }
+    return static_cast<float>(smoother.current);
+}
+
+Compressor::Detector Compressor::DetectorOf(const ProcessContext& context, u32 channel) const {
+    const float* key = usesSideChain ? context.InputOrNull(6) : nullptr;
+    if (key != nullptr) {
+        const float* right = takesStereo ? context.InputOrNull(7) : nullptr;
+        return {key, right != nullptr ? right : key};
+    }
+    if (takesStereo && isLinked) {
+        return {context.inputs[0], context.inputs[1]};
+    }
+    return {context.inputs[channel], context.inputs[channel]};
+}
+
+void Compressor::ApplyGains(const float* in, const float* gains, float* out, u32 frames,
+                            Channel& channel) const {
+    if (lookahead > 0) {
+        for (u32 n = 0; n < frames; ++n) {
+            channel.audio.Push(SoundSample(in[n]));
+            out[n] = channel.audio.Back(lookahead + 1) * gains[n];
+        }
+        return;
+    }
+    for (u32 n = 0; n < frames; n += 4) {
+        (SoundSamples(in + n) * Float4::load_aligned(gains + n)).store_unaligned(out + n);
+    }
+}
+
+void Compressor::FinishBlock(ProcessContext& /*context*/) {
+    const double deepest =
+        computedChannels > 1 ? std::max(channels[0].reduction, channels[1].reduction) : channels[0].reduction;
+    const float reduction = std::min(static_cast<float>(deepest), deepestReduction);
+    SetParameterNormalized(OutGainReduction, ClampToUnit(reduction / displayedReduction));
+}
+
+} // namespace Velmora::dsp

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/delaylines/SplineDelayLine.h"
+#include "dsp/effects/delay/DelayControls.h"
+#include "dsp/framework/UnitModule.h"
+#include "dsp/lfo/ChorusLfo.h"
+#include "dsp/modulation/ModulationWatch.h"
+
+#include <array>
+#include <string>
+
+namespace Velmora::dsp {
+
+/// A stereo echo with the loop of a tape machine: delay, first-order cuts, feedback, saturation. Each repeat
+/// passes all of it once more. A change of time bends the pitch until the tape has taken up the new place.
+///
+/// Inputs: 0 left, 1 right, and the modulation of 2 "DryWet", 3 "Time", 4 "Offset", 5 "LowCut", 6 "HighCut",
+/// 7 "Wow", 8 "Saturation", 9 "Feedback"; any may be null or absent. Outputs: 0 left, 1 right, which may be
+/// the input buffers. A sample that is not a number or absurdly loud counts as 0, a null input as silence.
+///
+/// Ranges may be declared anew. What is used in the end: a time from 13 samples to 2 s, a feedback within
+/// 0..1, a wow up to 4 ms. The loop holds its level by itself: straight up to 6 dB above full scale, never
+/// beyond 12 dB. At a "DryWet" of 0 the output is the input to the bit. The wet sound has no latency but its
+/// own time.
+class Delay final : public UnitModule {
+public:
+    static constexpr u32 parameterCount = 13;
+    enum Parameter : u32 {
+        /// 0..1, of equal power.
+        DryWet,
+        /// To the first echo, in ms.
+        Time,
+        /// 0: as "DryWet" says; 1: the wet sound alone.
+        DryWetMode,
+        /// -0.5..0.5: share of the time by which the right echo comes earlier; below 0 the left one.
+        Offset,
+        /// 0..1: level of a repeat against the one before.
+        Feedback,
+        /// A DelaySettings::Mode.
+        Mode,
+        /// When on, "SyncRate" and the tempo replace "Time" and its modulation.
+        TempoSync,
+        /// A step of SyncRates::echoBeats. Times beyond 2 s are halved until they fit.
+        SyncRate,
+        /// Corners in Hz of the echoes, first order, once more for each repeat; "LowCut" is out at its
+        /// bottom but for the DC of the loop, "HighCut" at its top.
+        LowCut,
+        HighCut,
+        /// 0..1: 0 puts the echoes in the middle.
+        Width,
+        /// Largest way in ms from the set time, slow with a flutter on top and never quite regular.
+        Wow,
+        /// 0..1: how low the tape saturates.
+        Saturation
+    };
+
+    explicit Delay(std::string moduleName = "Delay");
+
+    void OnInitialize(float sampleRate, u32 maxBlockSize) override;
+    /// Clears lines and filters; the wow starts anew.
+    void OnReset(bool hard) override;
+    bool UpdateParameters(ProcessContext& context) override;
+    bool Process(ProcessContext& context) override;
+
+private:
+    using Float4 = simd::Float4;
+
+    DelaySettings Read(const ProcessContext& context);
+    float Modulated(const ProcessContext& context, u32 id, u32 input);
+    float EchoSeconds(const ProcessContext& context);
+    void StepDelays();
+    template <bool moving>
+    void RenderQuad(Float4& left, Float4& right);
+    template <bool moving>
+    void WriteLines(Float4 left, Float4 right, Float4 loopLeft, Float4 loopRight);
+
+    DelaySettings settings;
+    DelayControls controls;
+    std::array<SplineDelayLine, 2> lines;
+    /// False while there is nothing to clear: the lines are long.
+    bool linesUsed = false;
+    LoopCuts cuts;
+    ChorusLfo wow;
+    /// In samples, lane 0 left, 1 right; before and at the end of the coming quad.
+    Float4 delays = Float4(SplineDelayLine::shortestDelay);
+    Float4 endDelays = Float4(SplineDelayLine::shortestDelay);
+    ModulationWatch modulations;
+    float lastTempo = 0.0F;
+};
+
+} // namespace Velmora::dsp

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/effects/distortion/DiodeClipper.h"
+#include "dsp/effects/distortion/TubeScreamerTone.h"
+#include "dsp/vectors/StereoPair.h"
+
+namespace Velmora::dsp {
+
+/// The path of the green pedal for two channels: a high-pass that thins out the bass, the clipping stage, the
+/// tone stage, and the capacitor at the output.
+class TubeScreamerCircuit {
+public:
+    using Float4 = simd::Float4;
+
+    /// What the knobs set.
+    struct Setting {
+        /// Of the clipping stage, in ohms.
+        float resistance;
+        /// 0..1, of the pot.
+        float tone;
+        /// In Hz.
+        float lowCutHz;
+        /// Into the diodes.
+        float biasAmperes;
+    };
+
+    /// rate in Hz of the frames. Afterwards Aim must be called.
+    void Prepare(double newRate);
+    void Reset();
+    /// False when a state is not a number or has run away.
+    bool IsSound() const;
+    void Aim(const Setting& setting);
+
+    /// Two successive frames of left and right, in volts.
+    Float4 Tick(Float4 volts) {
+        const Float4 first = TickFrame(simd::FirstFrameTwice(volts));
+        const Float4 second = TickFrame(simd::SecondFrameTwice(volts));
+        const Float4 out = simd::JoinFrames(first, second) - steady;
+        // Summed up with what rounding leaves out, or the last of it would stay.
+        const Float4 both = simd::FirstFrameTwice(out) + simd::SecondFrameTwice(out);
+        const Float4 more = both * steadyStep + steadyRest;
+        const Float4 sum = steady + more;
+        steadyRest = more - (sum - steady);
+        steady = sum;
+        return out;
+    }
+
+private:
+    Float4 TickFrame(Float4 volts) {
+        const Float4 thin = volts - bass;
+        bass += thin * lowCutStep;
+        return tone.Tick(clipper.Tick(thin));
+    }
+
+    double rate = 176400.0;
+    DiodeClipper clipper;
+    TubeScreamerTone tone;
+    Float4 bass = Float4(0.0F);
+    Float4 lowCutStep = Float4(0.0F);
+    /// The voltage across the capacitor at the output, which the bias makes.
+    Float4 steady = Float4(0.0F);
+    Float4 steadyRest = Float4(0.0F);
+    Float4 steadyStep = Float4(0.0F);
+};
+
+} // namespace Velmora::dsp

@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/delaylines/SplineDelayLine.h"
+#include "dsp/effects/flanger/FlangerControls.h"
+#include "dsp/effects/flanger/FlangerLfo.h"
+#include "dsp/framework/UnitModule.h"
+
+#include <array>
+#include <string>
+
+namespace Velmora::dsp {
+
+/// A stereo flanger: a short delay that swings, with feedback, against the dry sound. With "ThroughZero" on,
+/// the dry sound comes late as well, by "Delay", so that the swing of the wet one passes through it: as two
+/// tape machines overtake one another.
+///
+/// The dry path has no latency with "ThroughZero" off. With it on, its latency is "Delay", or, where that
+/// leaves the swing no room, "Depth" less "Manual" and 13 samples.
+///
+/// Inputs: 0 left, 1 right, 2 modulation of "DryWet", 3 of "Manual", 4 of "Depth"; any may be null or absent.
+/// Outputs: 0 left, 1 right, which may be the input buffers. A sample that is not a number or absurdly loud
+/// counts as 0, a null input as silence.
+///
+/// Ranges may be declared anew. What is used in the end: a delay from 13 samples to 20 ms, a depth up to
+/// 10 ms, a rate up to 10 Hz, a feedback within -0.97..0.97. At a "DryWet" of 0 and without "ThroughZero"
+/// the output is the input to the bit.
+class Flanger final : public UnitModule {
+public:
+    static constexpr u32 parameterCount = 18;
+    enum Parameter : u32 {
+        /// 0: as "DryWet" says; 1: the wet sound alone.
+        DryWetMode,
+        /// 0..1, of equal power.
+        DryWet,
+        /// In ms: the middle of the swing, as far as "Manual" leaves it there. At a "Manual" of 0 the swing
+        /// with "ThroughZero" crosses the dry sound in its middle.
+        Delay,
+        /// Largest way from the middle in ms.
+        Depth,
+        /// Cycles of the swing per second.
+        Freq,
+        /// Factor of the wet sound back into the line, of either sign.
+        Feedback,
+        /// A FlangerSettings::Shape.
+        LFOShape,
+        /// 0..180 degrees by which the right side is ahead.
+        StereoPhase,
+        /// When on, "SyncRate" and the tempo replace "Freq"; while the song plays, the swing keeps step
+        /// with it.
+        TempoSync,
+        /// A step of SyncRates::cycleBeats.
+        SyncRate,
+        ThroughZero,
+        /// Corners in Hz of the wet sound, first order, in the feedback as well; "LowCut" is out at its
+        /// bottom but for the DC of the loop, "HighCut" at its top.
+        LowCut,
+        HighCut,
+        /// 0..1: 0 puts the wet sound in the middle.
+        Width,
+        /// When on, the wet sound is turned upside down.
+        Invert,
+        /// -5..5 ms on top of "Delay": the hand on the reel.
+        Manual,
+        /// 0..1: how low the line saturates.
+        Drive,
+        /// Level of the wet sound in dB.
+        WetGain
+    };
+
+    explicit Flanger(std::string moduleName = "Flanger");
+
+    void OnInitialize(float sampleRate, u32 maxBlockSize) override;
+    /// Clears lines and filters; the cycle starts anew.
+    void OnReset(bool hard) override;
+    bool UpdateParameters(ProcessContext& context) override;
+    bool Process(ProcessContext& context) override;
+
+private:
+    using Float4 = simd::Float4;
+
+    /// The dry sound has a line of the same kind, so that at the crossing both are the same.
+    struct Channel {
+        SplineDelayLine wet;
+        SplineDelayLine dry;
+    };
+
+    float Held(u32 id, float low, float high);
+    u32 Step(u32 id, u32 count);
+    void ReadFixed(FlangerSettings& into);
+    void ReadModulated(FlangerSettings& into, const ProcessContext& context);
+    float Rate(const ProcessContext& context);
+
+    void FollowSong(const ProcessContext& context);
+    void StepDelays();
+    template <bool moving>
+    void RenderQuad(Float4& left, Float4& right);
+    template <bool moving>
+    Float4 DrySound(u32 side, Float4 input) const;
+
+    FlangerSettings settings;
+    FlangerControls controls;
+    std::array<Channel, 2> channels;
+    LoopCuts cuts;
+    FlangerLfo lfo;
+    /// In samples, lane 0 left, 1 right, 2 the dry sound; before and at the end of the coming quad.
+    Float4 delays = Float4(SplineDelayLine::shortestDelay);
+    Float4 endDelays = Float4(SplineDelayLine::shortestDelay);
+};
+
+} // namespace Velmora::dsp

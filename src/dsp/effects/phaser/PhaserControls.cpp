@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "dsp/effects/phaser/PhaserControls.h"
+
+#include "dsp/effects/shared/SoftDrive.h"
+#include "dsp/math/Decibels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace Velmora::dsp {
+
+namespace {
+
+using simd::Float4;
+
+constexpr double levelSeconds = 0.01;
+constexpr double cornerSeconds = 0.015;
+/// Just below the top: a control position need not hit it exactly.
+constexpr float openCutHz = 0.9995F * PhaserSettings::highestCutHz;
+/// Of the sample rate: as far as a corner can go.
+constexpr float openCut = 0.49F;
+
+} // namespace
+
+void PhaserControls::Prepare(float rate) {
+    sampleRate = rate;
+    groups.Prepare(rate, levelSeconds, cornerSeconds);
+}
+
+void PhaserControls::Aim(const PhaserSettings& settings) {
+    AimMix(settings);
+    AimLoop(settings);
+    AimStages(settings);
+    groups[Drive].Aim(SoftDriveAmount::Of(settings.driveDb).Lanes());
+}
+
+/// With a chain A the loop gives A / (1 - f A). Taken 1 + f times it makes, with the dry sound,
+/// (1 + A) / (1 - f A): a notch wherever A is -1. Turned over, 1 - f does the same where A is 1. The norm
+/// keeps the power of noise, for which A is a random phase.
+void PhaserControls::AimMix(const PhaserSettings& settings) {
+    const float f = settings.feedback;
+    const float direct = f * (1.0F - settings.crossFeedback);
+    const float angle = settings.mix * 0.5F * std::numbers::pi_v<float>;
+    const float dry = settings.mix < 1.0F ? std::cos(angle) : 0.0F;
+    const float wet = settings.mix > 0.0F ? std::sin(angle) : 0.0F;
+    const float gain = wet * (settings.inverts ? direct - 1.0F : direct + 1.0F);
+    const float norm = 1.0F / std::sqrt(dry * dry + gain * gain / (1.0F - f * f));
+    groups[Mix].Aim(
+        {wet > 0.0F ? norm * dry : 1.0F, norm * gain * DecibelsToGain(settings.wetGainDb), 0.0F, 0.0F});
+}
+
+void PhaserControls::AimLoop(const PhaserSettings& settings) {
+    const float high = settings.highCutHz >= openCutHz ? openCut * sampleRate : settings.highCutHz;
+    groups[Loop].Aim({settings.feedback * (1.0F - settings.crossFeedback),
+                      settings.feedback * settings.crossFeedback, CutGain(settings.lowCutHz), CutGain(high)});
+}
+
+/// g / (1 + g), with g the gain of a trapezoidal integrator.
+float PhaserControls::CutGain(float hz) const {
+    const float g = std::tan(std::numbers::pi_v<float> * std::min(hz / sampleRate, openCut));
+    return g / (1.0F + g);
+}
+
+/// A pair that does not sound waits above the others.
+void PhaserControls::AimStages(const PhaserSettings& settings) {
+    const float centre = std::log2(settings.hz);
+    groups[Centres].Aim({centre - 0.5F * settings.stereoOffset, centre + 0.5F * settings.stereoOffset,
+                         settings.depth, settings.envelopeAmount});
+    const auto pairs = static_cast<float>(settings.pairs);
+    const Float4 low{0.0F, 1.0F, 2.0F, 3.0F};
+    const Float4 high = low + 4.0F;
+    const auto presence = [pairs](Float4 number) {
+        return xsimd::select(number < Float4(pairs), Float4(1.0F), Float4(0.0F));
+    };
+    groups[LowPresence].Aim(presence(low));
+    groups[HighPresence].Aim(presence(high));
+    const float distance = settings.pairs > 1 ? settings.spread / (pairs - 1.0F) : 0.0F;
+    const Float4 middle(0.5F * (pairs - 1.0F));
+    groups[LowOffsets].Aim(distance * (low - middle));
+    groups[HighOffsets].Aim(distance * (high - middle));
+}
+
+} // namespace Velmora::dsp

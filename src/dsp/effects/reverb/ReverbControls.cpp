@@ -1,0 +1,168 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "dsp/effects/reverb/ReverbControls.h"
+
+#include "dsp/delaylines/QuadDelayLine.h"
+#include "dsp/math/Decibels.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace Velmora::dsp {
+
+namespace {
+
+namespace Plate = ReverbPlate;
+
+constexpr double glideSeconds = 0.015;
+/// Just below the top: a control position need not hit it exactly.
+constexpr float openCutHz = 0.9995F * ReverbSettings::highestCutHz;
+/// Samples per sample.
+constexpr float preDelaySpeed = 0.3F;
+/// ln(1000): 60 dB.
+constexpr float sixtyDecibels = 6.9077553F;
+/// Measured with pink noise: at the start values the wet sound is as loud as the dry one where both inputs
+/// are the same, and 3 dB below it where they have nothing in common.
+constexpr float levelOfPlate = 1.4F;
+
+/// The power that a steady sound piles up goes with the decay, and against the size. Half of that, in dB, is
+/// taken back: pads would drown, and strokes would vanish, if it were none or all.
+float LevelOf(float decaySeconds, float size) {
+    constexpr float startSeconds = 2.2F;
+    return levelOfPlate * std::pow(startSeconds * size / decaySeconds, 0.25F);
+}
+
+/// The tap that a delay leads to, or null for that of a line.
+const Plate::Tap* TapOf(u32 delay) {
+    if (delay < ReverbControls::LeftTaps) {
+        return nullptr;
+    }
+    return delay < ReverbControls::RightTaps ? &Plate::leftTaps[delay - ReverbControls::LeftTaps]
+                                             : &Plate::rightTaps[delay - ReverbControls::RightTaps];
+}
+
+float DimensionOf(u32 delay) {
+    const Plate::Tap* tap = TapOf(delay);
+    return tap != nullptr ? tap->delay : Plate::lengths[delay];
+}
+
+} // namespace
+
+u32 ReverbControls::Scaled(float dimension, float size, float rate) {
+    const float samples = std::round(dimension * size * rate / Plate::tunedRate);
+    return std::max(static_cast<u32>(samples), QuadDelayLine::shortestDelay);
+}
+
+u32 ReverbControls::LongestPreDelay(float rate) {
+    return static_cast<u32>(std::lround(ReverbSettings::longestPreDelaySeconds * rate)) +
+           QuadDelayLine::shortestDelay;
+}
+
+void ReverbControls::Prepare(float rate) {
+    sampleRate = rate;
+    decay = static_cast<float>(std::exp(-4.0 / (glideSeconds * static_cast<double>(rate))));
+    delays.Prepare(rate);
+    SetSpeeds();
+}
+
+/// The tank keeps its proportions while it grows, at no more than one size a second: a sound passes all its
+/// lines again and again, and each bends the pitch. The pre-delay is passed once.
+void ReverbControls::SetSpeeds() {
+    for (u32 delay = 0; delay < PreDelay; ++delay) {
+        delays.SetFastest(delay, DimensionOf(delay) / Plate::tunedRate);
+    }
+    delays.SetFastest(PreDelay, preDelaySpeed);
+}
+
+void ReverbControls::Aim(const ReverbSettings& settings) {
+    AimDelays(settings);
+    AimLevels(settings);
+    AimGains(settings);
+    groups[Diffusion].Aim({settings.inputDiffusion1, settings.inputDiffusion2, settings.decayDiffusion1,
+                           settings.decayDiffusion2});
+    // What is frozen must lose nothing on its way: no filter, and no place between two samples.
+    const float swing = settings.frozen ? 0.0F : settings.modDepthMs * 0.001F * sampleRate;
+    groups[Filters].Aim({QuadOnePole::HighPassCoefficientOf(settings.lowCutHz, sampleRate),
+                         CutCoefficient(settings.highCutHz),
+                         settings.frozen ? 1.0F : CutCoefficient(settings.dampingHz), swing});
+    swingPerQuad = static_cast<double>(settings.modRateHz) * 4.0 / static_cast<double>(sampleRate);
+}
+
+float ReverbControls::CutCoefficient(float hz) const {
+    return hz >= openCutHz ? 1.0F : QuadOnePole::CoefficientOf(hz, sampleRate);
+}
+
+void ReverbControls::AimDelays(const ReverbSettings& settings) {
+    for (u32 delay = 0; delay < PreDelay; ++delay) {
+        delays.Aim(delay, Scaled(DimensionOf(delay), settings.size, sampleRate));
+    }
+    const auto preDelay = static_cast<u32>(std::lround(settings.preDelaySeconds * sampleRate));
+    delays.Aim(PreDelay, preDelay + QuadDelayLine::shortestDelay);
+}
+
+void ReverbControls::AimLevels(const ReverbSettings& settings) {
+    const float angle = settings.mix * 0.5F * std::numbers::pi_v<float>;
+    const float dry = settings.mix < 1.0F ? std::cos(angle) : 0.0F;
+    const float gain = LevelOf(settings.decaySeconds, settings.size) * DecibelsToGain(settings.wetGainDb);
+    const float wet = settings.mix > 0.0F ? std::sin(angle) * gain : 0.0F;
+    // The sides have little in common: the power stays.
+    const float width = settings.width;
+    const float side = wet * std::sqrt(0.5F / (1.0F + width * width));
+    groups[Mix].Aim({dry, side * (1.0F + width), side * (1.0F - width), settings.frozen ? 0.0F : 1.0F});
+}
+
+void ReverbControls::AimGains(const ReverbSettings& settings) {
+    for (u32 group = FirstGains; group < GroupCount; ++group) {
+        const u32 delay = (group - FirstGains) * 4;
+        groups[group].Aim({GainOf(delay, settings), GainOf(delay + 1, settings), GainOf(delay + 2, settings),
+                           GainOf(delay + 3, settings)});
+    }
+}
+
+/// Every sample that a sound waits costs it the same share, in the lines as in the all-passes and before the
+/// taps: so the response is that of a tank without losses under an exponential, and each of its resonances
+/// decays by exactly the time that is set. The taps of a frozen tank stay as they are, so that the tail goes
+/// on at its level.
+float ReverbControls::GainOf(u32 delay, const ReverbSettings& settings) const {
+    if (delay >= PreDelay) {
+        return 1.0F;
+    }
+    const auto samples = static_cast<float>(delays.Goal(delay));
+    const float kept = std::exp(-sixtyDecibels * samples / (settings.decaySeconds * sampleRate));
+    const Plate::Tap* tap = TapOf(delay);
+    if (tap != nullptr) {
+        return tap->sign * kept;
+    }
+    return settings.frozen ? 1.0F : kept;
+}
+
+void ReverbControls::Jump() {
+    for (SmoothedLanes& group : groups) {
+        group.Jump();
+    }
+    delays.Jump();
+    RenewFilters();
+}
+
+void ReverbControls::Step() {
+    for (SmoothedLanes& group : groups) {
+        group.Step(decay);
+    }
+    RenewFilters();
+    if (delays.IsGliding()) {
+        delays.Step();
+    }
+}
+
+void ReverbControls::RenewFilters() {
+    for (u32 lane = 0; lane < filterCount; ++lane) {
+        filters[lane] = QuadOnePole::Coefficients(groups[Filters].value[lane]);
+    }
+}
+
+bool ReverbControls::IsMoving() const {
+    return delays.IsGliding() || std::any_of(groups.begin(), groups.end(),
+                                             [](const SmoothedLanes& group) { return group.IsMoving(); });
+}
+
+} // namespace Velmora::dsp

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/framework/ProcessContext.h"
+#include "dsp/smoothing/SmoothedLanes.h"
+#include "dsp/vectors/FrameLanes.h"
+#include "dsp/vectors/SoundSamples.h"
+
+namespace Velmora::dsp {
+
+/// Four frames of two channels on their way through an effect.
+struct StereoQuad {
+    using Float4 = simd::Float4;
+
+    Float4 left;
+    Float4 right;
+
+    /// From inputs 0 and 1 at frame n; a fault counts as 0, a channel that is not there as silence.
+    static StereoQuad Read(const ProcessContext& context, u32 n) {
+        const auto read = [&context, n](u32 channel) {
+            const float* input = context.InputOrNull(channel);
+            return input != nullptr ? SoundSamples(input + n) : Float4(0.0F);
+        };
+        return {read(0), read(1)};
+    }
+
+    void Write(const ProcessContext& context, u32 n) const {
+        left.store_unaligned(context.outputs[0] + n);
+        right.store_unaligned(context.outputs[1] + n);
+    }
+
+    /// The same frames side by side in double precision, and back.
+    FrameQuad<Double2> Frames() const {
+        alignas(16) float samples[2][Float4::size];
+        left.store_aligned(samples[0]);
+        right.store_aligned(samples[1]);
+        return PairInput{samples[0], samples[1]}.Load(0);
+    }
+    static StereoQuad Of(const FrameQuad<Double2>& frames) {
+        alignas(16) float samples[2][Float4::size];
+        PairOutput{samples[0], samples[1]}.Store(0, frames);
+        return {Float4::load_aligned(samples[0]), Float4::load_aligned(samples[1])};
+    }
+
+    /// This as the dry sound with a wet one; lanes 0 and 1 are their gains.
+    StereoQuad MixedWith(const StereoQuad& wet, const SmoothedLanes& gains) const {
+        const Float4 dryGain = gains.Over<true>(0);
+        const Float4 wetGain = gains.Over<true>(1);
+        return {left * dryGain + wet.left * wetGain, right * dryGain + wet.right * wetGain};
+    }
+};
+
+} // namespace Velmora::dsp

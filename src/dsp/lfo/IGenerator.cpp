@@ -1,0 +1,355 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "dsp/lfo/IGenerator.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <utility>
+
+namespace Velmora::dsp {
+
+namespace {
+
+/// Note lengths in bars.
+constexpr float syncedRates[] = {8.0F, 4.0F, 2.0F, 1.0F, 0.5F, 0.25F, 0.125F, 0.0625F, 0.03125F};
+/// Straight, triplet, dotted.
+constexpr float rateScales[] = {1.0F, 0.6666667F, 1.5F};
+
+/// Where a one-shot cycle rests: just before its start.
+constexpr double restingPhase = 0.999999;
+/// Beyond these a host's numbers are garbage.
+constexpr float highestTempo = 1e4F;
+constexpr float highestBeat = 1e9F;
+/// Where a float stops counting every cycle is not reached; even, so that swing keeps its place.
+constexpr float highestCycleCount = 8388608.0F;
+
+const float largestBelowOne = std::nextafter(1.0F, 0.0F);
+
+std::vector<ModuleParam> Records(std::vector<ModuleParam>&& derived) {
+    std::vector<ModuleParam> records;
+    records.push_back(ModuleParam::Stepped("Mode", 3, 0.0F, 1.0F));
+    records.emplace_back("MidiSync");
+    records.emplace_back("RateUnSynced");
+    records.push_back(ModuleParam::Stepped("RateSynced", 9, 0.0F, 1.0F));
+    records.push_back(ModuleParam::Stepped("AllRateSynced", 27, 0.0F, 1.0F));
+    records.push_back(ModuleParam::Stepped("RateSyncedType", 3, 0.0F, 1.0F));
+    records.push_back(ModuleParam::Mapped("PhaseInit", 1, 0.0F, 360.0F, 0.0F));
+    records.emplace_back("KbTracking");
+    records.emplace_back("KbTrackingAmount");
+    records.push_back(ModuleParam::Mapped("KbTrackingFreq", 1, 1.0F, 40000.0F, 0.0F));
+    records.emplace_back("GateIn");
+    records.emplace_back("ControlRate");
+    records.emplace_back("SppHardFollow");
+    records.push_back(ModuleParam::Mapped("Swing", 1, 50.0F, 75.0F, 0.0F));
+    std::move(derived.begin(), derived.end(), std::back_inserter(records));
+    return records;
+}
+
+} // namespace
+
+IGenerator::IGenerator(std::string moduleName, u32 inputCount, u32 outputCount,
+                       std::vector<ModuleParam>&& derivedRecords)
+    : UnitModule(std::move(moduleName), inputCount, outputCount, Records(std::move(derivedRecords))) {
+    parameters[mode].SetValue(FreeRunning);
+}
+
+void IGenerator::OnInitialize(float rate, u32 maxBlockSize) {
+    sampleRate = rate;
+    beatsPerSampleAtOneBpm = 0.016666666666666666 / static_cast<double>(sampleRate);
+    beatStep = static_cast<double>(tempo) * beatsPerSampleAtOneBpm;
+    for (auto* buffer : {&rateBuffer, &phaseBuffer, &triggerBuffer, &cycleBuffer}) {
+        buffer->assign(maxBlockSize, 0.0F);
+    }
+}
+
+void IGenerator::OnReset(bool /*hard*/) {
+    wasPlaying = false;
+    Retrigger();
+}
+
+void IGenerator::Retrigger() {
+    std::fill(phaseBuffer.begin(), phaseBuffer.end(), 0.0F);
+    std::fill(cycleBuffer.begin(), cycleBuffer.end(), 0.0F);
+    cycleCount = -1.0F;
+    lastBeat = 0.0;
+    startBeat = 0.0;
+    needsPhaseInit = true;
+}
+
+bool IGenerator::UpdateParameters(ProcessContext& context) {
+    FollowTempo(context.tempo);
+    if (!anyParameterChanged) {
+        return true;
+    }
+    if (Changed(mode)) {
+        cycle.mode = static_cast<i32>(StepOf(Value(mode), 3));
+    }
+    UpdateRateParameters();
+    if (Changed(phaseInit)) {
+        const float phase = parameters[phaseInit].GetNormalized();
+        cycle.phaseInit = std::isfinite(phase) ? static_cast<double>(phase) : 0.0;
+    }
+    if (Changed(gateIn) && Value(gateIn) > 0.5F && cycle.mode != FreeRunning) {
+        oneShotDone = false;
+        Retrigger();
+    }
+    if (Changed(controlRate)) {
+        cycle.controlRate = Value(controlRate) >= 0.5F;
+    }
+    if (Changed(sppHardFollow)) {
+        cycle.sppHardFollow = Value(sppHardFollow) >= 0.5F;
+    }
+    if (Changed(swing)) {
+        cycle.swingOn = parameters[swing].GetNormalized() > 0.0F;
+        const float percent = Value(swing);
+        cycle.swing = static_cast<double>(percent > 50.0F ? std::min(percent, 75.0F) : 50.0F) * 0.01;
+    }
+    if (Changed(kbTracking) || Changed(kbTrackingAmount) || Changed(kbTrackingFreq) || Changed(midiSync)) {
+        UpdateKeyFactor();
+    }
+    return true;
+}
+
+/// A tempo that cannot be is not followed.
+void IGenerator::FollowTempo(float hostTempo) {
+    if (hostTempo != tempo && hostTempo >= 0.0F && hostTempo <= highestTempo) {
+        tempo = hostTempo;
+        beatStep = static_cast<double>(tempo) * beatsPerSampleAtOneBpm;
+    }
+}
+
+void IGenerator::UpdateRateParameters() {
+    const auto first = parameterChanged.begin() + midiSync;
+    if (std::find_if(first, first + 5, [](u8 changed) { return changed != 0; }) == first + 5) {
+        return;
+    }
+    const float sync = parameters[midiSync].GetNormalized();
+    if (Changed(midiSync)) {
+        cycle.synced = sync >= 0.5F;
+        Retrigger();
+    }
+    if (Changed(midiSync) || Changed(rateSyncedType)) {
+        cycle.rateScale = sync > 0.5F ? rateScales[StepOf(Value(rateSyncedType), 3)] : 1.0F;
+    }
+    UpdateRateValue();
+}
+
+/// Locked to the beat, keys move the rate by whole octaves only: all others would leave the beat.
+void IGenerator::UpdateKeyFactor() {
+    cycle.keyFactor = 1.0;
+    if (Value(kbTracking) > 0.5F) {
+        const float octaves =
+            std::log2(Value(kbTrackingFreq) * 0.003822256F) * Value(kbTrackingAmount) * 0.01F;
+        cycle.keyFactor = std::exp2(static_cast<double>(cycle.synced ? std::round(octaves) : octaves));
+    }
+}
+
+float IGenerator::RateAt(float value) const {
+    return cycle.synced ? syncedRates[StepOf(value, std::size(syncedRates))] * cycle.rateScale : value;
+}
+
+void IGenerator::UpdateRateValue() { rateValue = RateAt(Value(cycle.synced ? rateSynced : rateUnSynced)); }
+
+void IGenerator::RenderRate(const ProcessContext& context) {
+    float rate = rateValue;
+    if (context.ActiveModulation(rateInput) != nullptr) {
+        ModuleParam& parameter = parameters[cycle.synced ? rateSynced : rateUnSynced];
+        rate = RateAt(parameter.GetModulatedValue(context, rateInput));
+    }
+    std::fill_n(rateBuffer.begin(), context.numFrames, rate);
+}
+
+bool IGenerator::Process(ProcessContext& context) {
+    if (context.numFrames == 0) {
+        return true;
+    }
+    HealState();
+    ProcessContext steps = context;
+    steps.numFrames = cycle.controlRate ? 1 : context.numFrames;
+    const bool playing = context.isPlaying != 0;
+    const u32 framesPerStep = context.numFrames / steps.numFrames;
+    const Run run{steps.numFrames, static_cast<double>(framesPerStep), playing, playing != wasPlaying};
+    wasPlaying = playing;
+    std::fill_n(triggerBuffer.begin(), run.steps, 0.0F);
+    if (run.playChanged && playing && cycle.mode == FreeRunning) {
+        Retrigger();
+    }
+    RenderRate(steps);
+    FollowHost(context.songPosition, run);
+    const double beat = playing ? static_cast<double>(lastHostBeat) : run.framesPerStep * beatStep + lastBeat;
+    if (needsPhaseInit) {
+        StartPhase(run, beat);
+    }
+    if (!cycle.synced) {
+        RunFree(run);
+    } else if (cycle.mode == OneShot) {
+        RunOneShotSynced(run);
+    } else {
+        RunLocked(run, beat);
+    }
+    lastBeat = beat + static_cast<double>(run.steps - 1) * beatStep;
+    Render(steps);
+    return true;
+}
+
+/// A rate that is not finite must not leave its mark on the phase.
+void IGenerator::HealState() {
+    if (!std::isfinite(freePhase + syncPhase + lastBeat + startBeat)) {
+        freePhase = syncPhase = 0.0;
+        rateAtFrame = 0.0F;
+        Retrigger();
+    }
+}
+
+/// Keeps the beats that are stored in step with the host's position: a jump backwards moves them along, and
+/// where the host starts or stops, its own count and ours meet. Before the song's start the beat stands at
+/// 0; cycles that do not count from there run on as over a jump in each block.
+void IGenerator::FollowHost(float songPosition, const Run& run) {
+    const bool free = cycle.mode == FreeRunning;
+    const float position = std::abs(songPosition) <= highestBeat ? songPosition : lastHostBeat;
+    const float hostBeat = std::max(position, 0.0F);
+    const bool rose = run.playChanged && run.playing;
+    const bool backwards = free ? hostBeat < lastHostBeat && run.playing : position < lastHostBeat;
+    const double stepBeats = beatStep * run.framesPerStep;
+    if (backwards && !rose) {
+        const double jump = stepBeats * run.steps + static_cast<double>(lastHostBeat - hostBeat);
+        lastBeat -= jump;
+        if (!free) {
+            startBeat -= jump;
+        }
+    }
+    lastHostBeat = hostBeat;
+    if (run.playChanged && !free) {
+        const double stepBefore = static_cast<double>(lastHostBeat) - stepBeats;
+        if (rose) {
+            startBeat += stepBefore - lastBeat;
+        }
+        lastBeat = stepBefore;
+    }
+}
+
+/// Places the phase one step before the start, where the first step reaches it.
+void IGenerator::StartPhase(const Run& run, double beat) {
+    needsPhaseInit = false;
+    const double share = cycle.swingOn ? SwingLength(0.0) : 1.0;
+    if (!cycle.synced) {
+        if (cycle.mode == FreeRunning && run.playing && !run.playChanged) {
+            return;
+        }
+        rateAtFrame = rateBuffer[0];
+        const double increment = static_cast<double>(rateAtFrame) *
+                                 (run.framesPerStep * cycle.keyFactor / static_cast<double>(sampleRate));
+        freePhase = IsHeld() ? restingPhase : -increment / share;
+        return;
+    }
+    const double cyclesPerBeat = CyclesPerBeat(rateBuffer[0]);
+    const double increment = cyclesPerBeat * run.framesPerStep * beatStep / share;
+    lastBeat = beat - run.framesPerStep * beatStep * cycle.keyFactor;
+    if (cycle.mode == FreeRunning && run.playing) {
+        startBeat = 0.0;
+        syncPhase = Fold(cyclesPerBeat * beat) - increment;
+    } else {
+        startBeat = cycle.sppHardFollow && run.playing ? 0.0 : beat;
+        syncPhase = IsHeld() ? restingPhase : -increment;
+    }
+}
+
+void IGenerator::RunFree(const Run& run) {
+    const double perHertz = run.framesPerStep * cycle.keyFactor / static_cast<double>(sampleRate);
+    for (u32 i = 0; i < run.steps; ++i) {
+        double increment = static_cast<double>(rateAtFrame) * perHertz;
+        if (cycle.swingOn) {
+            // Before the first cycle that one's own speed holds.
+            increment /= SwingLength(static_cast<double>(std::max(cycleCount, 0.0F)));
+        }
+        freePhase = AdvanceCounted(i, freePhase, increment);
+        rateAtFrame = rateBuffer[i];
+    }
+}
+
+void IGenerator::RunOneShotSynced(const Run& run) {
+    const double stepBeats = run.framesPerStep * beatStep;
+    for (u32 i = 0; i < run.steps; ++i) {
+        syncPhase = AdvanceCounted(i, syncPhase, CyclesPerBeat(rateBuffer[i]) * stepBeats);
+    }
+}
+
+/// One step of a phase whose cycles are counted as they pass. Returns the new phase.
+double IGenerator::AdvanceCounted(u32 step, double phase, double increment) {
+    if (IsHeld()) {
+        StoreStep(step, phase, 0.0F);
+        return phase;
+    }
+    const double next = phase + increment;
+    if (std::floor(phase) != std::floor(next)) {
+        triggerBuffer[step] = 1.0F;
+        cycleCount += 1.0F;
+        if (cycleCount > 0.0F) {
+            oneShotDone = true;
+        }
+        if (cycleCount >= highestCycleCount) {
+            cycleCount = 2.0F;
+        }
+    }
+    const bool ends = IsHeld();
+    if (ends) {
+        triggerBuffer[step] = 0.0F;
+    }
+    phase = ends ? restingPhase : Fold(next);
+    StoreStep(step, phase, cycleCount);
+    return phase;
+}
+
+/// The cycle's number and its beginnings come from the beat, the phase in between from the tempo, or with
+/// SppHardFollow in free-running mode from the beat alone.
+void IGenerator::RunLocked(const Run& run, double beat) {
+    const bool hardFollow = cycle.sppHardFollow && cycle.mode == FreeRunning;
+    double before = lastBeat;
+    for (u32 i = 0; i < run.steps; ++i) {
+        const double cyclesPerBeat = CyclesPerBeat(rateBuffer[i]);
+        double position = (beat - startBeat) * cyclesPerBeat;
+        double positionBefore = (before - startBeat) * cyclesPerBeat;
+        if (cycle.swingOn) {
+            position = Swung(position);
+            positionBefore = Swung(positionBefore);
+        }
+        const double cycleNumber = std::floor(position);
+        if (cycleNumber != std::floor(positionBefore)) {
+            triggerBuffer[i] = 1.0F;
+            syncPhase = position - cycleNumber;
+            if (cycleNumber > 0.0) {
+                oneShotDone = true;
+            }
+        } else if (hardFollow) {
+            syncPhase = position - cycleNumber;
+        } else {
+            const double increment = cyclesPerBeat * run.framesPerStep * beatStep;
+            syncPhase = Fold(syncPhase + (cycle.swingOn ? increment / SwingLength(cycleNumber) : increment));
+        }
+        StoreStep(i, syncPhase, static_cast<float>(cycleNumber));
+        before = beat;
+        beat += beatStep;
+    }
+}
+
+/// A phase that is not a number leaves as 0, and is healed with the next block.
+void IGenerator::StoreStep(u32 step, double phase, float cycleNumber) {
+    const auto shifted = static_cast<float>(Fold(phase + cycle.phaseInit));
+    phaseBuffer[step] = shifted > 0.0F ? std::min(shifted, largestBelowOne) : 0.0F;
+    cycleBuffer[step] = cycleNumber;
+}
+
+/// The length of a cycle in even cycles: even numbers are long, odd ones short.
+double IGenerator::SwingLength(double cycleNumber) const {
+    const double place = 2.0 * Fold(cycleNumber * 0.5);
+    return 2.0 * (place >= 1.0 ? 1.0 - cycle.swing : cycle.swing);
+}
+
+/// A position in even cycles as one in swung cycles. Pairs of cycles begin where they began.
+double IGenerator::Swung(double position) const {
+    const double place = 2.0 * Fold(position * 0.5);
+    const double first = 2.0 * cycle.swing;
+    return (position - place) + (place < first ? place / first : (place - first) / (2.0 - first) + 1.0);
+}
+
+} // namespace Velmora::dsp

@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/framework/UnitModule.h"
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+namespace Velmora::dsp {
+
+/// Keeps the phase of a periodic source, free-running in Hz or locked to the host's beat position, with
+/// swing, key tracking and one-shot behaviour. A derived class turns phases into output.
+///
+/// Input 0 modulates the rate by its first sample. With ControlRate on, a block is one step: only the first
+/// frame of buffers and outputs is written. Locked to the beat, the phase runs by the tempo within a cycle
+/// and is taken from the beat position wherever a cycle begins, so that no error outlives a cycle. Jumps of
+/// the host's position backwards, starts and stops leave a running cycle as it is.
+class IGenerator : public UnitModule {
+public:
+    /// A one-shot cycle stops just before its start phase. FreeRunning knows no gate: its cycles count from
+    /// beat 0.
+    enum Mode : i32 { OneShot = 0, RetriggeredCycle = 1, FreeRunning = 2 };
+
+    static constexpr u32 mode = 0;
+    static constexpr u32 midiSync = 1;
+    /// Hz.
+    static constexpr u32 rateUnSynced = 2;
+    /// 0 to 8: 8 bars to 1/32 bar.
+    static constexpr u32 rateSynced = 3;
+    static constexpr u32 allRateSynced = 4;
+    /// 0 straight, 1 triplet, 2 dotted.
+    static constexpr u32 rateSyncedType = 5;
+    /// Degrees; the normalized value is the phase.
+    static constexpr u32 phaseInit = 6;
+    static constexpr u32 kbTracking = 7;
+    /// Percent: at 100 the rate doubles per octave.
+    static constexpr u32 kbTrackingAmount = 8;
+    /// Hz; middle C leaves the rate as it is.
+    static constexpr u32 kbTrackingFreq = 9;
+    static constexpr u32 gateIn = 10;
+    static constexpr u32 controlRate = 11;
+    static constexpr u32 sppHardFollow = 12;
+    /// Percent that the first of two cycles takes of both; 50 is even, and off.
+    static constexpr u32 swing = 13;
+    static constexpr u32 generatorParameterCount = 14;
+
+    /// Starts the cycle anew with the next block. A one-shot cycle that is over begins again only when
+    /// GateIn rises; until then it returns to its resting phase.
+    virtual void Retrigger();
+    /// Turns the phases of numFrames steps into output.
+    virtual void Render(const ProcessContext& context) = 0;
+    /// Takes the rate from the parameters.
+    virtual void UpdateRateValue();
+    /// Fills rateBuffer for numFrames steps.
+    virtual void RenderRate(const ProcessContext& context);
+
+    void OnInitialize(float rate, u32 maxBlockSize) override;
+    void OnReset(bool hard) override;
+    bool UpdateParameters(ProcessContext& context) override;
+    bool Process(ProcessContext& context) override;
+
+protected:
+    static constexpr u32 rateInput = 0;
+
+    /// The parameters of a derived class follow those of this one.
+    IGenerator(std::string moduleName, u32 inputCount, u32 outputCount,
+               std::vector<ModuleParam>&& derivedRecords);
+
+    /// The index of a step from a real value; what is not a number becomes 0.
+    static u32 StepOf(float value, u32 stepCount) {
+        const auto last = static_cast<float>(stepCount - 1);
+        return value > 0.0F ? static_cast<u32>(value < last ? value : last) : 0;
+    }
+
+    /// The fractional part, of negative positions too: never below 0.
+    template <class T>
+    static T Fold(T position) {
+        return position - std::floor(position);
+    }
+
+    /// What the parameters say.
+    struct CycleSettings {
+        i32 mode = FreeRunning;
+        bool synced = false;
+        bool swingOn = false;
+        bool controlRate = false;
+        bool sppHardFollow = false;
+        double phaseInit = 0.0;
+        double swing = 0.5;
+        float rateScale = 1.0F;
+        /// Factor of the rate by the key.
+        double keyFactor = 1.0;
+    };
+
+    CycleSettings cycle;
+    float sampleRate = 44100.0F;
+    /// Beats per minute.
+    float tempo = 1.0F;
+    /// Hz, or the cycle's length in bars when synced; one value per step.
+    std::vector<float> rateBuffer;
+    /// From 0 to below 1.
+    std::vector<float> phaseBuffer;
+    /// 1 where a cycle begins, else 0.
+    std::vector<float> triggerBuffer;
+    std::vector<float> cycleBuffer;
+
+private:
+    /// The block as the steps see it.
+    struct Run {
+        u32 steps;
+        double framesPerStep;
+        bool playing;
+        bool playChanged;
+    };
+
+    void UpdateRateParameters();
+    void UpdateKeyFactor();
+    float RateAt(float value) const;
+
+    void FollowTempo(float hostTempo);
+    void FollowHost(float songPosition, const Run& run);
+    void StartPhase(const Run& run, double beat);
+    void HealState();
+
+    void RunFree(const Run& run);
+    void RunOneShotSynced(const Run& run);
+    void RunLocked(const Run& run, double beat);
+    double AdvanceCounted(u32 step, double phase, double increment);
+    void StoreStep(u32 step, double phase, float cycleNumber);
+
+    bool IsHeld() const { return cycle.mode == OneShot && oneShotDone; }
+    /// Cycles per beat of a length in bars.
+    double CyclesPerBeat(float bars) const { return 0.25 / static_cast<double>(bars) * cycle.keyFactor; }
+    double SwingLength(double cycleNumber) const;
+    double Swung(double position) const;
+
+    bool needsPhaseInit = true;
+    bool oneShotDone = false;
+    bool wasPlaying = false;
+    /// Phases as counted from PhaseInit, which is added on output; below 0 between a start and its first
+    /// step.
+    double freePhase = 0.0;
+    double syncPhase = 0.0;
+    /// The beat of the step before.
+    double lastBeat = 0.0;
+    /// The beat from which cycles count.
+    double startBeat = 0.0;
+    /// Beats per frame.
+    double beatStep = 0.0;
+    double beatsPerSampleAtOneBpm = 0.0;
+    float lastHostBeat = 0.0F;
+    float rateValue = 0.0F;
+    /// The rate of the step before, at which the phase moves to the next one.
+    float rateAtFrame = 0.0F;
+    /// -1 until the first cycle begins.
+    float cycleCount = -1.0F;
+};
+
+} // namespace Velmora::dsp

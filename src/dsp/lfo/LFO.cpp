@@ -1,0 +1,278 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "dsp/lfo/LFO.h"
+
+#include "dsp/math/FastExponential.h"
+#include "dsp/math/Xorshift.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace Velmora::dsp {
+
+namespace {
+
+constexpr float cyclesPerDegree = 0.0027777778F;
+
+ModuleParam Raw(const char* parameterName, float start) {
+    ModuleParam param(parameterName);
+    param.SetNormalized(start);
+    return param;
+}
+
+std::vector<ModuleParam> ShapeRecords() {
+    std::vector<ModuleParam> records;
+    records.push_back(ModuleParam::Stepped("Waveform", 6, 0.0F, 1.0F));
+    records.push_back(Raw("Amp", 1.0F));
+    records.push_back(Raw("Smooth", 0.0F));
+    records.push_back(ModuleParam::Stepped("SmoothRateLinked", 2, 0.0F, 1.0F));
+    records.push_back(Raw("Fade", 0.0F));
+    records.emplace_back("Stereo");
+    records.push_back(ModuleParam::Mapped("StereoSpread", 1, 0.0F, 360.0F, 0.0F));
+    records.push_back(ModuleParam::Stepped("SnHStereoMode", 2, 0.0F, 1.0F));
+    records.push_back(Raw("Unipolar", 0.0F));
+    records.emplace_back("CurrentPhaseFeedback");
+    records.push_back(ModuleParam::Mapped("CurrentValueLFeedback", 1, -1.0F, 1.0F, 0.0F));
+    return records;
+}
+
+float FiniteOrZero(float x) { return std::isfinite(x) ? x : 0.0F; }
+
+template <class Shape>
+void RenderShape(const float* phases, float* out, u32 frames, float offset, Shape&& shape) {
+    for (u32 i = 0; i < frames; ++i) {
+        const float position = phases[i] + offset;
+        out[i] = shape(position - std::floor(position));
+    }
+}
+
+} // namespace
+
+LFO::LFO(std::string moduleName)
+    : IGenerator(std::move(moduleName), 3, maxChannels, ShapeRecords()), rngState(Xorshift::ClockSeed()) {}
+
+void LFO::Seed(u32 seed) {
+    rngState = Xorshift::UsableState(seed);
+    DrawHeldValues();
+}
+
+void LFO::OnInitialize(float rate, u32 maxBlockSize) {
+    IGenerator::OnInitialize(rate, maxBlockSize);
+    blockSize = maxBlockSize;
+    PrepareRunLength();
+}
+
+/// Smoothers and fade count in steps.
+void LFO::PrepareRunLength() {
+    const u32 framesPerStep = Value(controlRate) >= 0.5F ? blockSize : 1;
+    fadeRunLength = static_cast<float>(framesPerStep);
+    for (SmootherLPF& smoother : smoothers) {
+        smoother.Prepare(sampleRate, framesPerStep);
+    }
+}
+
+void LFO::OnReset(bool hard) {
+    IGenerator::OnReset(hard);
+    for (SmootherLPF& smoother : smoothers) {
+        smoother.Reset(0.0F, 0.0F);
+    }
+    DrawHeldValues();
+    snhArmed = false;
+}
+
+void LFO::Retrigger() {
+    IGenerator::Retrigger();
+    DrawHeldValues();
+    fadeValue = Value(fade) > 0.0F ? 0.0F : 1.0F;
+}
+
+void LFO::DrawHeldValues() { snh[0] = snh[1] = Draw(); }
+
+/// 2^-32 scales the state to 0..1.
+float LFO::Draw() {
+    rngState = Xorshift::Next(rngState);
+    return 2.0F * (static_cast<float>(rngState) * 2.3283064e-10F) - 1.0F;
+}
+
+bool LFO::UpdateParameters(ProcessContext& context) {
+    IGenerator::UpdateParameters(context);
+    if (!anyParameterChanged) {
+        return true;
+    }
+    if (Changed(controlRate)) {
+        PrepareRunLength();
+    }
+    if (Changed(stereo)) {
+        shape.channels = Value(stereo) > 0.5F ? 2 : 1;
+    }
+    if (Changed(waveform)) {
+        shape.waveform = StepOf(Value(waveform), 6);
+    }
+    if (Changed(snhStereoMode)) {
+        shape.snhMode = StepOf(Value(snhStereoMode), 2);
+    }
+    if (Changed(smooth) || Changed(smoothRateLinked)) {
+        shape.smoothLinked = Value(smoothRateLinked) > 0.5F;
+        if (!shape.smoothLinked) {
+            SetSmoothTime(Value(smooth));
+        }
+    }
+    if (Changed(fade) || Changed(controlRate)) {
+        const float seconds = Value(fade);
+        if (seconds > 0.0F) {
+            fadeStep = fadeRunLength / (seconds * sampleRate);
+        } else {
+            fadeValue = 1.0F;
+        }
+    }
+    if (Changed(unipolar)) {
+        shape.unipolar = Value(unipolar) > 0.5F;
+    }
+    return true;
+}
+
+/// What is not above 0 switches smoothing off.
+void LFO::SetSmoothTime(float seconds) {
+    smoothOn = seconds > 0.0F;
+    const double time = smoothOn ? std::max(static_cast<double>(seconds), 1e-12) : 1e-12;
+    for (SmootherLPF& smoother : smoothers) {
+        if (smoother.time != time) {
+            smoother.time = time;
+            smoother.Prepare();
+        }
+    }
+}
+
+/// Synced rates are bars of four beats.
+void LFO::LinkSmoothTime() {
+    const float rate = rateBuffer[0];
+    SetSmoothTime(Value(smooth) / (cycle.synced ? 0.004166667F / rate * tempo : rate));
+}
+
+void LFO::Render(const ProcessContext& context) {
+    const u32 channelCount = std::min(shape.channels, context.numOutputs);
+    const u32 frames = context.numFrames;
+    if (channelCount == 0) {
+        return;
+    }
+    const float amplitude = FiniteOrZero(parameters[amp].GetModulatedValue(context, amplitudeInput));
+    if (shape.smoothLinked) {
+        LinkSmoothTime();
+    }
+    const float offset = PhaseOffset(context);
+    if (shape.waveform == SampleAndHold) {
+        RenderSampleAndHold(context, channelCount);
+    } else {
+        for (u32 channel = 0; channel < channelCount; ++channel) {
+            RenderWave(context.outputs[channel], frames, channel == 0 ? offset : Spread() + offset);
+        }
+    }
+    for (u32 channel = 0; channel < channelCount; ++channel) {
+        FinishChannel(context.outputs[channel], frames, amplitude, smoothers[channel]);
+    }
+    if (fadeValue < 1.0F) {
+        fadeValue += static_cast<float>(frames) * fadeStep;
+    }
+    // Straight into the records: what a block reports is no change of a parameter.
+    parameters[currentPhaseFeedback].SetValue(Fold(offset + phaseBuffer[0]));
+    parameters[currentValueLFeedback].SetValue(context.outputs[0][0]);
+}
+
+/// In cycles, not below 0.
+float LFO::PhaseOffset(const ProcessContext& context) {
+    if (context.ActiveModulation(phaseInput) == nullptr) {
+        return 0.0F;
+    }
+    const float moved = parameters[phaseInit].GetModulatedValue(context, phaseInput) - Value(phaseInit);
+    return FiniteOrZero(moved * cyclesPerDegree + 1.0F);
+}
+
+/// Of the second channel, in cycles.
+float LFO::Spread() { return FiniteOrZero(Value(stereoSpread) * cyclesPerDegree); }
+
+void LFO::RenderWave(float* out, u32 frames, float offset) const {
+    const float* phases = phaseBuffer.data();
+    switch (shape.waveform) {
+    case Sine:
+        RenderShape(phases, out, frames, offset, [](float x) { return std::sin(x * 6.2831855F); });
+        break;
+    case Triangle:
+        RenderShape(phases, out, frames, offset, [](float x) {
+            const float ramp = 4.0F * x;
+            return x < 0.25F ? ramp : x < 0.75F ? 2.0F - ramp : ramp - 4.0F;
+        });
+        break;
+    case FallingSaw:
+        RenderShape(phases, out, frames, offset, [](float x) { return (1.0F - x) - x; });
+        break;
+    case RisingSaw:
+        RenderShape(phases, out, frames, offset, [](float x) { return 2.0F * x - 1.0F; });
+        break;
+    default:
+        RenderShape(phases, out, frames, offset, [](float x) { return x < 0.5F ? 1.0F : -1.0F; });
+        break;
+    }
+}
+
+/// Frame by frame through both channels: the second follows the first within the block.
+void LFO::RenderSampleAndHold(const ProcessContext& context, u32 channelCount) {
+    const float delay = channelCount > 1 ? 2.0F * Spread() : 0.0F;
+    for (u32 i = 0; i < context.numFrames; ++i) {
+        const bool trigger = triggerBuffer[i] > 0.5F;
+        snhPrevious = snh[0];
+        if (trigger) {
+            snh[0] = Draw();
+            snhArmed = false;
+            if (shape.snhMode == 1) {
+                snh[1] = -snh[0];
+            }
+        }
+        context.outputs[0][i] = snh[0];
+        if (channelCount > 1) {
+            if (shape.snhMode == 0) {
+                FollowDelayed(phaseBuffer[i], delay, trigger);
+            }
+            context.outputs[1][i] = snh[1];
+        }
+    }
+}
+
+/// The second channel repeats the first one, delay cycles later. A delay within one step is none, and a
+/// whole cycle is the most there is.
+void LFO::FollowDelayed(float phase, float delay, bool trigger) {
+    const float step = std::fmod(phase + 1.0F - lastPhase, 1.0F);
+    if (delay <= step || delay >= 1.0F) {
+        if (trigger) {
+            snh[1] = delay >= 1.0F ? snhPrevious : snh[0];
+            snhArmed = false;
+        }
+    } else if (std::clamp(1.0F - delay, 0.0F, 1.0F) + phase >= 1.0F && !snhArmed) {
+        snh[1] = snhPrevious;
+        snhArmed = true;
+    }
+    lastPhase = phase;
+}
+
+void LFO::FinishChannel(float* out, u32 frames, float amplitude, SmootherLPF& smoother) const {
+    for (u32 i = 0; i < frames; ++i) {
+        const float sample = shape.unipolar ? (out[i] + 1.0F) * 0.5F : out[i];
+        out[i] = sample * amplitude;
+    }
+    if (smoothOn) {
+        for (u32 i = 0; i < frames; ++i) {
+            smoother.SetTarget(out[i]);
+            out[i] = smoother.Next();
+        }
+    }
+    if (fadeValue < 1.0F) {
+        for (u32 i = 0; i < frames; ++i) {
+            // The fade may end within the block; from there the curve would go on to grow.
+            const float position = static_cast<float>(i) * fadeStep + fadeValue;
+            if (position < 1.0F) {
+                out[i] *= (FastExp(position * 10.0F) - 1.0F) / 22025.5F;
+            }
+        }
+    }
+}
+
+} // namespace Velmora::dsp

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/framework/UnitModule.h"
+#include "support/platform/Types.h"
+
+#include <string>
+
+namespace Velmora::dsp {
+
+/// The gate on the external input: opens when the level stays above a threshold for longer than the hold
+/// time, and closes when it stays below for as long. A shorter sound never opens it, a shorter pause never
+/// closes it.
+///
+/// Inputs: 0 left, 1 right, or one alone; a null one does not count. No output: the result is the parameter
+/// "Output", written once per block.
+class InputDetector final : public UnitModule {
+public:
+    static constexpr u32 parameterCount = 3;
+
+    /// dB, -120 to 0, of the rectified and smoothed mean of the channels.
+    static constexpr u32 threshold = 0;
+    /// Seconds, 0.001 to 1.
+    static constexpr u32 hold = 1;
+    /// Read-back: 1 open, 0 closed.
+    static constexpr u32 output = 2;
+
+    explicit InputDetector(std::string moduleName = "InputDetector");
+
+    void OnInitialize(float rateHz, u32 maxBlockSize) override;
+    void OnReset(bool hard) override;
+    bool UpdateParameters(ProcessContext& context) override;
+    bool Process(ProcessContext& context) override;
+
+private:
+    void UpdateHold();
+    template <class Level>
+    bool Follow(bool isOpen, u32 numFrames, Level levelAt);
+
+    float sampleRate = 44100.0F;
+    float coefficient = 0.0F;
+    float thresholdGain = 0.0F;
+    float envelope = 0.0F;
+    float holdSeconds = 0.001F;
+    u32 holdSamples = 0;
+    /// Frames for which the level has contradicted the gate. Wide enough never to wrap.
+    u64 counter = 0;
+};
+
+} // namespace Velmora::dsp

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "dsp/oscillators/PolyBlepPostFilter.h"
+
+#include "dsp/vectors/Simd.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace Velmora::dsp {
+
+namespace {
+
+using simd::Float4;
+
+constexpr float c0 = 0.014249048F;
+constexpr float c1 = -0.05980679F;
+constexpr float c2 = 0.2597721F;
+constexpr float c3 = -0.8253973F;
+constexpr float c4 = 2.2223659F;
+
+/// Frames filtered at a time, through a copy on the stack: the output may be the input.
+constexpr u32 chunkLength = 64;
+
+/// line holds eight frames more than are written.
+void FilterLine(const float* line, float* out, u32 length) {
+    const auto at = [line](u32 frame) { return Float4::load_unaligned(line + frame); };
+    for (u32 n = 0; n < length; n += 4) {
+        const Float4 y = c0 * (at(n + 8) + at(n)) + c1 * (at(n + 7) + at(n + 1)) +
+                         c2 * (at(n + 6) + at(n + 2)) + c3 * (at(n + 5) + at(n + 3)) + c4 * at(n + 4);
+        y.store_unaligned(out + n);
+    }
+}
+
+} // namespace
+
+PolyBlepPostFilter::PolyBlepPostFilter(std::string moduleName)
+    : UnitModule(std::move(moduleName), 1, 1, {"On"}) {}
+
+void PolyBlepPostFilter::OnInitialize(float /*sampleRate*/, u32 /*maxBlockSize*/) { history.fill(0.0F); }
+
+void PolyBlepPostFilter::OnReset(bool /*hard*/) { history.fill(0.0F); }
+
+bool PolyBlepPostFilter::UpdateParameters(ProcessContext& /*context*/) {
+    if (anyParameterChanged && Changed(on)) {
+        const bool wasOn = isOn;
+        isOn = Value(on) >= 0.5F;
+        if (isOn && !wasOn) {
+            history.fill(0.0F);
+        }
+    }
+    return true;
+}
+
+bool PolyBlepPostFilter::Process(ProcessContext& context) {
+    const float* in = context.inputs[0];
+    float* out = context.outputs[0];
+    const u32 count = context.numFrames;
+    if (!isOn) {
+        if (out != in) {
+            std::copy_n(in, count, out);
+        }
+        return true;
+    }
+    // The last inputs and the present ones in a row.
+    alignas(16) std::array<float, historyLength + chunkLength> line;
+    std::copy_n(history.begin(), historyLength, line.begin());
+    for (u32 start = 0; start < count; start += chunkLength) {
+        const u32 length = std::min(count - start, chunkLength);
+        std::copy_n(in + start, length, line.begin() + historyLength);
+        FilterLine(line.data(), out + start, length);
+        std::copy_n(line.begin() + length, historyLength, line.begin());
+    }
+    std::copy_n(line.begin(), historyLength, history.begin());
+    return true;
+}
+
+} // namespace Velmora::dsp

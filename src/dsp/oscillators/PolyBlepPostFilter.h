@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/framework/UnitModule.h"
+#include "support/platform/Types.h"
+
+#include <array>
+#include <string>
+
+namespace Velmora::dsp {
+
+/// Lifts the highest frequencies of a band-limited shape, which its wide kernels soften: a symmetric FIR of
+/// nine taps, gain 1 at 0 Hz, delay of four samples. Off, it copies.
+///
+/// Input 0 and output 0 may be the same buffer.
+class PolyBlepPostFilter final : public UnitModule {
+public:
+    static constexpr u32 on = 0;
+    static constexpr u32 parameterCount = 1;
+
+    explicit PolyBlepPostFilter(std::string moduleName = "PolyBlepPostFilter");
+
+    void OnInitialize(float sampleRate, u32 maxBlockSize) override;
+    void OnReset(bool hard) override;
+    bool UpdateParameters(ProcessContext& context) override;
+    bool Process(ProcessContext& context) override;
+
+private:
+    static constexpr u32 historyLength = 8;
+
+    bool isOn = false;
+    /// The last inputs, oldest first.
+    std::array<float, historyLength> history{};
+};
+
+} // namespace Velmora::dsp

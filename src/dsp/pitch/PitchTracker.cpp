@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "dsp/pitch/PitchTracker.h"
+
+#include "dsp/math/Within.h"
+#include "dsp/pitch/PeakSearch.h"
+#include "dsp/vectors/Simd.h"
+#include "support/NonBlocking.h"
+
+#include <algorithm>
+#include <bit>
+#include <limits>
+#include <utility>
+#include <vector>
+
+namespace Velmora::dsp {
+
+namespace {
+
+using simd::Float4;
+
+constexpr float shortestWindow = 2.0F;
+constexpr float longestWindow = 2048.0F;
+/// One over the rate that window lengths are stated for.
+constexpr float referencePeriod = 2.2675737e-05F;
+/// The longest window in samples; beyond any real rate.
+constexpr float mostSamples = 65536.0F;
+/// No shorter window has a peak between two neighbours.
+constexpr u32 fewestSamples = 4;
+
+std::vector<ModuleParam> Records() {
+    std::vector<ModuleParam> records;
+    records.push_back(ModuleParam::Mapped("AnalysisWindowSize", 1, shortestWindow, longestWindow, 0.0F));
+    records.back().SetValue(1024.0F);
+    records.emplace_back("ConfidenceThreshold");
+    records.back().SetValue(0.95F);
+    records.push_back(ModuleParam::Mapped("DetectedPitch", 4, 0.0F, 20000.0F, 6.0F));
+    return records;
+}
+
+/// The power of two nearest to the window at this rate, the lower of two that are equally near.
+u32 WindowSamples(float windowSize, float sampleRate) {
+    const float samples = sampleRate * referencePeriod * Within(windowSize, shortestWindow, longestWindow);
+    const u32 wanted = static_cast<u32>(Within(samples, 1.0F, mostSamples));
+    const u32 above = std::bit_ceil(wanted);
+    const u32 below = above / 2;
+    return wanted - below <= above - wanted ? below : above;
+}
+
+} // namespace
+
+/// One channel, or silence.
+class PitchTracker::Input {
+public:
+    explicit Input(const float* channel)
+        : samples(channel != nullptr ? channel : silence), stride(channel != nullptr ? 1 : 0) {}
+
+    Float4 Load(u32 frame) const { return Float4::load_unaligned(samples + frame * stride); }
+
+private:
+    alignas(16) static constexpr float silence[Float4::size] = {};
+
+    const float* samples;
+    u32 stride;
+};
+
+PitchTracker::PitchTracker(std::string moduleName) : UnitModule(std::move(moduleName), 2, 1, Records()) {}
+
+void PitchTracker::OnInitialize(float rateHz, u32 /*maxBlockSize*/) {
+    sampleRate = std::max(1.0F, rateHz);
+    Build();
+}
+
+/// Allocates only when the number of samples changes.
+void PitchTracker::Build() {
+    const u32 samples = WindowSamples(Value(analysisWindowSize), sampleRate);
+    if (samples != windowLength) {
+        windowLength = samples;
+        fft.emplace(2 * samples);
+        data.resize(RealFft::BufferSize(2 * samples));
+        squares.resize(samples);
+        norm.resize(samples);
+        taper.resize(samples);
+        for (u32 n = 0; n < samples; ++n) {
+            taper[n] = static_cast<float>(samples - n) / static_cast<float>(samples);
+        }
+    }
+    OnReset(true);
+}
+
+void PitchTracker::OnReset(bool /*hard*/) {
+    std::fill(data.begin(), data.end(), 0.0F);
+    std::fill(squares.begin(), squares.end(), 0.0F);
+    std::fill(norm.begin(), norm.end(), 0.0F);
+    position = 0;
+    pitch = 0.0F;
+    parameters[detectedPitch].SetValue(0.0F);
+}
+
+bool PitchTracker::UpdateParameters(ProcessContext& /*context*/) {
+    if (!anyParameterChanged) {
+        return true;
+    }
+    if (Changed(analysisWindowSize)) {
+        const MayBlock exception;
+        Build();
+    }
+    if (Changed(confidenceThreshold)) {
+        threshold = Value(confidenceThreshold);
+    }
+    return true;
+}
+
+bool PitchTracker::Process(ProcessContext& context) {
+    float* out = context.outputs[0];
+    const u32 numFrames = context.numFrames;
+    if (windowLength < fewestSamples) {
+        std::fill_n(out, numFrames, 0.0F);
+        return true;
+    }
+    const Input first(context.InputOrNull(0));
+    const Input second(context.InputOrNull(1) != nullptr ? Input(context.InputOrNull(1)) : first);
+    for (u32 n = 0; n < numFrames;) {
+        const u32 count = std::min(numFrames - n, windowLength - position);
+        // The output may be an input, so that is read first.
+        Store(first, second, n, count);
+        std::fill_n(out + n, count, pitch);
+        position += count;
+        n += count;
+        if (position == windowLength) {
+            Analyse();
+            position = 0;
+        }
+    }
+    return true;
+}
+
+/// Frames and windows come in whole groups of four, so that a group never crosses the end of the window.
+void PitchTracker::Store(const Input& first, const Input& second, u32 frame, u32 count) {
+    for (u32 n = 0; n < count; n += Float4::size) {
+        const Float4 mean = (first.Load(frame + n) + second.Load(frame + n)) * 0.5F;
+        const Float4 x =
+            xsimd::select(xsimd::abs(mean) <= std::numeric_limits<float>::max(), mean, Float4(0.0F));
+        x.store_aligned(&data[position + n]);
+        (x * x).store_aligned(&squares[position + n]);
+    }
+}
+
+void PitchTracker::Analyse() {
+    Autocorrelate();
+    SumEnergy();
+    Normalise();
+    pitch = MeasurePitch();
+    std::fill(data.begin(), data.end(), 0.0F);
+    parameters[detectedPitch].SetValue(pitch);
+}
+
+/// The transform of the power spectrum.
+void PitchTracker::Autocorrelate() {
+    float* bins = data.data();
+    fft->Forward(bins);
+    for (std::size_t n = 0; n < data.size(); n += 2) {
+        bins[n] = bins[n] * bins[n] + bins[n + 1] * bins[n + 1];
+        bins[n + 1] = 0.0F;
+    }
+    fft->Inverse(bins);
+}
+
+/// For each lag the energy of both the samples that it compares: with every step the window loses one sample
+/// at either end.
+void PitchTracker::SumEnergy() {
+    Float4 sums(0.0F);
+    for (u32 n = 0; n < windowLength; n += Float4::size) {
+        sums += Float4::load_aligned(&squares[n]);
+    }
+    float energy = 2.0F * xsimd::hadd(sums);
+    norm[0] = energy;
+    for (u32 lag = 1; lag < windowLength; ++lag) {
+        energy = energy - squares[lag - 1] - squares[windowLength - lag];
+        norm[lag] = energy;
+    }
+}
+
+/// Silence divides 0 by 0, and what is not a number is no peak.
+void PitchTracker::Normalise() {
+    for (u32 n = 0; n < windowLength; n += Float4::size) {
+        const Float4 likeness = 2.0F * Float4::load_aligned(&data[n]) / Float4::load_aligned(&norm[n]);
+        likeness.store_aligned(&data[n]);
+        (Float4::load_aligned(&taper[n]) * likeness).store_aligned(&norm[n]);
+    }
+}
+
+/// A parabola through the peak and its neighbours gives the period between samples.
+float PitchTracker::MeasurePitch() const {
+    const u32 lag = FindPeriodPeak(norm.data(), data.data(), windowLength);
+    if (lag == 0 || lag == windowLength - 1) {
+        return 0.0F;
+    }
+    const float before = data[lag - 1];
+    const float peak = data[lag];
+    const float after = data[lag + 1];
+    const float scale = 1.0F / (2.0F * peak - after - before);
+    const float rise = after - before;
+    const float confidence = scale * (rise * rise) * 0.125F + peak;
+    if (!(confidence >= threshold)) {
+        return 0.0F;
+    }
+    return sampleRate / (static_cast<float>(lag) - (before - after) * 0.5F * scale);
+}
+
+} // namespace Velmora::dsp

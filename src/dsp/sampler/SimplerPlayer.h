@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/sampler/SampleStretcher.h"
+#include "dsp/sampler/SimplerPlayhead.h"
+#include "dsp/sampler/SimplerRange.h"
+#include "dsp/sampler/SimplerReader.h"
+#include "dsp/sampler/files/SampleData.h"
+#include "support/platform/Types.h"
+
+#include <array>
+
+namespace Velmora::dsp {
+
+/// Plays one sample at a given speed, without filter and gains. Each channel has its own position, which runs
+/// ahead while it is stretched; the timeline tells what is heard.
+class SimplerPlayer {
+public:
+    struct Settings {
+        SimplerRange::Controls controls;
+        bool isReversed = false;
+        bool isLooped = false;
+        /// The loop runs back and forth.
+        bool turnsRound = false;
+        bool repeatsOnce = false;
+    };
+
+    /// Makes the stretchers; the rate in Hz.
+    void Initialize(float sampleRate);
+    void Reset();
+    /// From the next block on; start in 0..1 of the trimmed part. The sample must outlive its playing.
+    void Start(const SampleData& newSample, const Settings& newSettings, float start);
+    /// Goes on with another sample in place of the present one.
+    void Replace(const SampleData& newSample);
+    /// What a running pass does not read at once acts from the next wrap of the loop.
+    void SetSettings(const Settings& newSettings) { settings = newSettings; }
+    /// Enters the loop if its end still lies ahead. A forward loop is left at once, the other at its turn.
+    void SwitchLoop(bool on);
+    /// A factor of 2 plays in half the time.
+    void SetStretch(bool on, double factor);
+
+    /// A mono sample goes to both sides. step: 1/256 to 256 frames of the sample per frame.
+    void Render(float step, float* left, float* right, u32 frames);
+
+    u32 ChannelCount() const { return channelCount; }
+    bool IsFinished() const { return isFinished; }
+    /// Of the timeline, in frames.
+    double Position() const { return timeline.Position(); }
+
+private:
+    static constexpr u32 mostChannels = 2;
+
+    void SetRange(const SampleData& newSample);
+    bool IsBeforeLoopEnd(double position) const;
+    void EnterLoop();
+    void MoveTimeline(double distance);
+    void RenderChannel(u32 channel, float step, float* out, u32 frames);
+    void FollowWrap();
+    double DistanceToEnd() const;
+    void FadeEnd(double distance, double perFrame, float* left, float* right, u32 frames) const;
+
+    float sampleRate = 1.0F;
+    const SampleData* sample = nullptr;
+    u32 channelCount = 0;
+    Settings settings;
+    SimplerRange range;
+    std::array<SimplerPlayhead, mostChannels> heads;
+    std::array<SampleStretcher, mostChannels> stretchers;
+    SimplerPlayhead timeline;
+    bool isLooping = false;
+    bool isStopPending = false;
+    bool isFinished = false;
+    bool isStretched = false;
+    double stretchFactor = 1.0;
+};
+
+} // namespace Velmora::dsp

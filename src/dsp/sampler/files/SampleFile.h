@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/sampler/files/SampleData.h"
+
+#include <sndfile.h>
+
+#include <cstddef>
+#include <string>
+
+namespace Velmora {
+class CLog;
+}
+
+namespace Velmora::dsp {
+
+class SndFileLibrary;
+
+/// A sound file open for reading, closed with its owner. For the resource worker.
+class SampleFile {
+public:
+    /// Opens the file at `path` (UTF-8) and logs that it did, also when it could not; library and log must
+    /// outlive this object. Raises std::bad_function_call when the library lacks what opens and closes.
+    SampleFile(const SndFileLibrary& library, CLog& log, const std::string& path);
+    /// Logs when libsndfile tells of an error.
+    ~SampleFile();
+    SampleFile(const SampleFile&) = delete;
+    SampleFile& operator=(const SampleFile&) = delete;
+
+    bool IsOpen() const { return handle != nullptr; }
+    /// libsndfile's words on why the file is not open.
+    const std::string& OpenError() const { return openError; }
+
+    /// What the header tells.
+    const SF_INFO& Info() const { return info; }
+    /// False when the header does not tell a length.
+    bool IsLengthKnown() const { return info.frames < SF_COUNT_MAX; }
+    /// Whether a sound file has all the frames that its header tells.
+    bool IsLengthPromised() const;
+
+    /// Reads the next `frames`, with the channels of a frame side by side. Returns how many came; fewer than
+    /// asked for only at the end.
+    std::size_t Read(float* samples, std::size_t frames) const;
+    /// Zero when the file has none.
+    SampleData::Instrument ReadInstrument() const;
+
+private:
+    SampleFile(const SndFileLibrary& library, CLog& log);
+
+    const SndFileLibrary& library;
+    CLog& log;
+    SF_INFO info{};
+    SNDFILE* handle = nullptr;
+    std::string openError;
+};
+
+} // namespace Velmora::dsp

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "engine/voices/VoiceKiller.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+namespace Velmora::engine {
+
+namespace {
+
+constexpr float fadeSeconds = 0.006F;
+
+std::vector<dsp::ModuleParam> Records() {
+    std::vector<dsp::ModuleParam> records;
+    records.push_back(dsp::ModuleParam::Stepped("State", 3, 0.0F, 1.0F));
+    records.push_back(dsp::ModuleParam::Stepped("Stereo", 2, 0.0F, 1.0F));
+    records.back().SetValue(1.0F);
+    return records;
+}
+
+} // namespace
+
+VoiceKiller::VoiceKiller(std::string moduleName) : UnitModule(std::move(moduleName), 2, 2, Records()) {
+    gain.time = fadeSeconds;
+}
+
+void VoiceKiller::OnInitialize(float sampleRate, u32 maxBlockSize) {
+    gain.sampleRate = sampleRate;
+    gain.decimation = 1;
+    ramp.assign(dsp::RoundUpToFour(maxBlockSize), 0.0F);
+}
+
+void VoiceKiller::OnReset(bool /*hard*/) {
+    RestartFade();
+    SetParameterValue(state, pass);
+}
+
+void VoiceKiller::RestartFade() {
+    gain.Set(1.0F);
+    gain.Retarget(0.0F);
+}
+
+bool VoiceKiller::UpdateParameters(dsp::ProcessContext& /*context*/) {
+    if (!anyParameterChanged) {
+        return true;
+    }
+    if (Changed(state) && Value(state) == fade) {
+        RestartFade();
+    }
+    if (Changed(stereo)) {
+        isStereo = Value(stereo) > 0.5F;
+    }
+    return true;
+}
+
+bool VoiceKiller::Process(dsp::ProcessContext& context) {
+    const float present = Value(state);
+    if (present == pass) {
+        return true;
+    }
+    const u32 channels = std::min(context.numOutputs, isStereo ? 2U : 1U);
+    if (present == fade) {
+        RenderFade(context, std::min(channels, context.numInputs));
+    } else if (present == mute) {
+        for (u32 channel = 0; channel < channels; ++channel) {
+            std::fill_n(context.outputs[channel], context.numFrames, 0.0F);
+        }
+    }
+    return true;
+}
+
+void VoiceKiller::RenderFade(const dsp::ProcessContext& context, u32 channels) {
+    gain.RenderBlock(ramp.data(), context.numFrames);
+    for (u32 channel = 0; channel < channels; ++channel) {
+        const float* in = context.inputs[channel];
+        std::transform(in, in + context.numFrames, ramp.data(), context.outputs[channel],
+                       [](float x, float g) { return x * g; });
+    }
+    if (gain.IsAtTarget()) {
+        SetParameterValue(state, mute);
+    }
+}
+
+} // namespace Velmora::engine

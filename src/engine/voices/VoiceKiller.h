@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/framework/UnitModule.h"
+#include "dsp/smoothing/SmootherSRL.h"
+#include "dsp/vectors/AlignedBuffer.h"
+
+#include <string>
+
+namespace Velmora::engine {
+
+/// Fades a voice out within 6 ms and then mutes it, so that a stolen voice leaves without a click.
+///
+/// Two inputs and two outputs, in place or not. While it passes, the outputs are left alone: a parent that
+/// works out of place then has its sound in the inputs. "State" goes from Fade to Mute by itself, and back
+/// to Pass by the parent or a reset. Without "Stereo" only channel 0 is touched.
+class VoiceKiller final : public dsp::UnitModule {
+public:
+    static constexpr u32 state = 0;
+    static constexpr u32 stereo = 1;
+    static constexpr u32 parameterCount = 2;
+
+    /// Real values of "State".
+    static constexpr float pass = 0.0F;
+    static constexpr float fade = 1.0F;
+    static constexpr float mute = 2.0F;
+
+    explicit VoiceKiller(std::string moduleName = "VoiceKiller");
+
+    void OnInitialize(float sampleRate, u32 maxBlockSize) override;
+    void OnReset(bool hard) override;
+    bool UpdateParameters(dsp::ProcessContext& context) override;
+    bool Process(dsp::ProcessContext& context) override;
+
+private:
+    void RestartFade();
+    void RenderFade(const dsp::ProcessContext& context, u32 channels);
+
+    dsp::SmootherSRL gain;
+    dsp::AlignedBuffer ramp;
+    bool isStereo = true;
+};
+
+} // namespace Velmora::engine

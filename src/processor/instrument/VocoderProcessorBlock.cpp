@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// One block of the instrument.
+#include "dsp/framework/RunChild.h"
+#include "processor/instrument/VocoderProcessor.h"
+
+#include <algorithm>
+
+namespace Velmora::Processor {
+
+namespace {
+
+using dsp::ProcessContext;
+
+constexpr u32 sideCount = 2;
+constexpr std::array<u32, 9> vocoderDestinations = {18, 19, 20, 21, 22, 23, 24, 25, 27};
+constexpr std::array<u32, 6> effectDestinations = {2, 3, 4, 5, 6, 7};
+// From the volts of the circuit's preamps back to full scale, step by step as the signal path takes it.
+constexpr std::array<float, 3> carrierMonitorGains = {0.1F, 0.35714F, 15.85F};
+constexpr std::array<float, 3> modulatorMonitorGains = {0.057048F, 0.35714F, 2.0F};
+
+} // namespace
+
+bool VocoderProcessor::RenderBlock(ProcessContext& context) {
+    if (ReservedValue(Panic) > 0.0F) {
+        return true;
+    }
+    RunChordStage(context);
+    RunVoiceStage();
+    if (!mpeIsOn) {
+        RunKeyPressure(context.inputEvents);
+    }
+    UpdateExpression(IVoiceManager::ActiveVoices());
+    RunModulator(context);
+    RunModulations(context);
+    RunCarrier(context);
+    RunVocoder(context);
+    WriteOutput(context);
+    volume.Apply(Modulations().Matrix().RowSum(MasterVolumeDestination), VolumeModulation(),
+                 context.outputs[0], context.outputs[1], context.numFrames);
+    ReportLfo(context);
+    return true;
+}
+
+void VocoderProcessor::RunChordStage(const ProcessContext& context) {
+    chordEvents.Clear();
+    ProcessContext child = context.ForChild(nullptr, 0, nullptr, 0);
+    child.inputEvents = context.inputEvents != nullptr ? context.inputEvents : &noEvents;
+    child.outputEvents = &chordEvents;
+    dsp::RunChild(Chords(), child);
+}
+
+void VocoderProcessor::RunVoiceStage() {
+    AdvanceAge();
+    for (const dsp::Event& event : chordEvents) {
+        if (event.type == dsp::Event::midiType || event.type == dsp::Event::generatedType) {
+            HandleEvent(event);
+        }
+    }
+    ReapVoices();
+}
+
+void VocoderProcessor::RunKeyPressure(const dsp::EventQueue* events) {
+    constexpr u8 statusMask = 0xF0;
+    constexpr u8 channelMask = 0x0F;
+    constexpr u8 keyPressure = 0xA0;
+    constexpr u8 dataMask = 0x7F;
+    if (events == nullptr) {
+        return;
+    }
+    for (const dsp::Event& event : *events) {
+        if ((event.midi[0] & statusMask) == keyPressure) {
+            SetNotePressure(event.midi[1] & dataMask, event.midi[0] & channelMask,
+                            static_cast<float>(event.midi[2] & dataMask) * 0.007874016F);
+        }
+    }
+}
+
+void VocoderProcessor::RunModulator(const ProcessContext& context) {
+    const float* inputs[sideCount] = {};
+    for (u32 channel = 0; channel < std::min(context.numAuxInputs, sideCount); ++channel) {
+        inputs[channel] = context.auxInputs[channel];
+    }
+    if (context.numAuxInputs == 1 && inputs[0] != nullptr) {
+        std::copy_n(inputs[0], context.numFrames, buffers[MonoCopy]);
+        inputs[1] = buffers[MonoCopy];
+    }
+    float* outputs[] = {buffers[ModulatorLeft], buffers[ModulatorRight], buffers[ModulatorSide]};
+    ProcessContext child = context.ForChild(inputs, sideCount, outputs, VocoderModulator::outputCount);
+    dsp::RunChild(Modulator(), child);
+}
+
+void VocoderProcessor::RunModulations(const ProcessContext& context) {
+    const float* inputs[] = {buffers[ModulatorLeft], buffers[ModulatorRight]};
+    ProcessContext child = context.ForChild(inputs, sideCount, nullptr, 0);
+    dsp::RunChild(Modulations(), child);
+}
+
+void VocoderProcessor::RunCarrier(const ProcessContext& context) {
+    const float* inputs[] = {buffers[ModulatorSide]};
+    float* outputs[] = {buffers[CarrierLeft], buffers[CarrierRight]};
+    ProcessContext child = context.ForChild(inputs, 1, outputs, Carrier::outputCount);
+    dsp::RunChild(Sound(), child);
+}
+
+void VocoderProcessor::RunVocoder(const ProcessContext& context) {
+    std::array<const float*, sideCount + vocoderDestinations.size()> inputs = {buffers[CarrierLeft],
+                                                                               buffers[CarrierRight]};
+    for (u32 i = 0; i < vocoderDestinations.size(); ++i) {
+        inputs[sideCount + i] = Modulations().Matrix().GlobalDestination(vocoderDestinations[i]).data();
+    }
+    const float* program[] = {buffers[ModulatorLeft], buffers[ModulatorRight]};
+    std::array<float*, MonoCopy - VocoderOut> outputs{};
+    for (u32 i = 0; i < outputs.size(); ++i) {
+        outputs[i] = buffers[VocoderOut + i];
+    }
+    ProcessContext child = context.ForChild(inputs.data(), inputs.size(), outputs.data(), outputs.size());
+    child.auxInputs = program;
+    child.numAuxInputs = sideCount;
+    dsp::RunChild(Vocoder(), child);
+    const float external =
+        Modulator().FindParameter(VocoderModulator::ParameterId(VocoderModulator::ExternalInput))->GetValue();
+    if (external <= 0.5F && Sound().ActiveVoices().empty()) {
+        std::fill_n(buffers[VocoderOut], context.numFrames, 0.0F);
+        std::fill_n(buffers[VocoderOut + 1], context.numFrames, 0.0F);
+    }
+}
+
+void VocoderProcessor::WriteOutput(const ProcessContext& context) {
+    switch (outputSelection) {
+    case VocoderOutput:
+        RunEffects(context);
+        break;
+    case CarrierMonitor:
+        WriteMonitor(context, VocoderOut + 2, carrierMonitorGains);
+        break;
+    default:
+        WriteMonitor(context, VocoderOut + 4, modulatorMonitorGains);
+        break;
+    }
+}
+
+void VocoderProcessor::RunEffects(const ProcessContext& context) {
+    std::array<const float*, sideCount + effectDestinations.size()> inputs = {buffers[VocoderOut],
+                                                                              buffers[VocoderOut + 1]};
+    for (u32 i = 0; i < effectDestinations.size(); ++i) {
+        inputs[sideCount + i] = Modulations().Matrix().GlobalDestination(effectDestinations[i]).data();
+    }
+    ProcessContext child =
+        context.ForChild(inputs.data(), inputs.size(), context.outputs, context.numOutputs);
+    dsp::RunChild(Effects(), child);
+}
+
+void VocoderProcessor::WriteMonitor(const ProcessContext& context, u32 firstBuffer,
+                                    const std::array<float, 3>& gains) {
+    for (u32 channel = 0; channel < sideCount; ++channel) {
+        const float* from = buffers[firstBuffer + channel];
+        std::transform(from, from + context.numFrames, context.outputs[channel],
+                       [&gains](float x) { return x * gains[0] * gains[1] * gains[2]; });
+    }
+}
+
+const float* VocoderProcessor::VolumeModulation() {
+    ModulationMatrix& matrix = Modulations().Matrix();
+    return matrix.IsDestinationRouted(MasterVolumeDestination)
+               ? matrix.GlobalDestination(MasterVolumeDestination).data()
+               : nullptr;
+}
+
+void VocoderProcessor::ReportLfo(const ProcessContext& context) {
+    if (context.isOffline == 1 || !IsGuiVisible() || IsPresetLoading() || !IsFirstPresetDone()) {
+        return;
+    }
+    const float lfo = Modulations().Matrix().VoiceSource(Modulations().CurrentVoice(), LfoSource)[0];
+    if (const LfoFeedback::Message* message = lfoFeedback.Add(lfo)) {
+        // A full queue drops it: the next one says where the LFO is then.
+        dataChanges.Append({ParameterId(LfoFeedbackData), message->size(), message->data()});
+    }
+}
+
+} // namespace Velmora::Processor

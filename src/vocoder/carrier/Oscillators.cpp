@@ -1,0 +1,282 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vocoder/carrier/Oscillators.h"
+
+#include "dsp/math/ClampToUnit.h"
+#include "dsp/math/Decibels.h"
+#include "dsp/vectors/Simd.h"
+#include "vocoder/carrier/VoiceFrequency.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+#include <vector>
+
+namespace Velmora::Processor {
+
+namespace {
+
+using dsp::ADSR;
+using dsp::ModuleParam;
+using dsp::simd::Float4;
+
+constexpr i32 linearId = 1;
+constexpr i32 exponentialId = 4;
+constexpr float linear = 1.0F;
+constexpr float shape2 = 0.5F;
+/// Oscillator 2 without key tracking: middle C.
+constexpr float untrackedFrequency = 261.62558F;
+constexpr float deviationAtFullAmount = 20000.0F;
+
+std::vector<ModuleParam> Declare() {
+    const auto volume = [](const char* name) {
+        return ModuleParam::Mapped(name, exponentialId, -70.0F, 0.0F, -3.0F);
+    };
+    std::vector<ModuleParam> records;
+    records.push_back(
+        ModuleParam::Mapped("Frequency", linearId, lowestVoiceFrequency, highestVoiceFrequency, linear));
+    records.push_back(ModuleParam::Stepped("Osc1Waveform", 4, 0.0F, 1.0F));
+    records.push_back(ModuleParam::Stepped("Osc2Waveform", 4, 0.0F, 1.0F));
+    records.push_back(ModuleParam::Stepped("Osc1Coarse", 121, -60.0F, 1.0F));
+    records.push_back(ModuleParam::Stepped("Osc2Coarse", 121, -60.0F, 1.0F));
+    records.push_back(ModuleParam::Mapped("Osc2Fine", linearId, -1.0F, 1.0F, linear));
+    records.push_back(volume("Osc1Volume"));
+    records.push_back(volume("Osc2Volume"));
+    records.push_back(ModuleParam::Stepped("Osc2KeyTrack", 2, 0.0F, 1.0F));
+    records.push_back(ModuleParam::Mapped("Osc1Shape", linearId, 0.0F, 0.6F, linear));
+    records.push_back(ModuleParam::Mapped("Osc2Shape", linearId, 0.0F, 0.6F, linear));
+    records.push_back(ModuleParam::Stepped("Sync", 2, 0.0F, 1.0F));
+    records.push_back(ModuleParam::Mapped("FMAmount", exponentialId, 0.0F, 1.0F, 4.0F));
+    return records;
+}
+
+} // namespace
+
+Oscillators::Oscillators(std::string moduleName)
+    : ModuleContainer(std::move(moduleName), InputCount, outputCount, Declare(), std::make_tuple()) {
+    constexpr float shortest = 0.002F;
+    constexpr float longest = 20.0F;
+    ADSR& adsr = Envelope();
+    adsr.FindParameter(ADSR::attack)->Redeclare(exponentialId, shortest, longest, 5.0F, shape2, false);
+    adsr.FindParameter(ADSR::release)->Redeclare(exponentialId, shortest, longest, 4.0F, shape2, false);
+    adsr.SetParameterNormalized(ADSR::decay, 0.0F);
+    adsr.SetParameterNormalized(ADSR::sustain, 1.0F);
+    adsr.SetParameterValue(ADSR::attackCurve, 0.0F);
+    adsr.SetParameterValue(ADSR::releaseCurve, -4.0F);
+    adsr.SetParameterNormalized(ADSR::controlRate, 0.0F);
+}
+
+void Oscillators::OnInitialize(float sampleRate, u32 maxBlockSize) {
+    for (VoiceOscillator& oscillator : oscillators) {
+        oscillator.Initialize(sampleRate, maxBlockSize);
+    }
+    silence = dsp::DecibelsToGain(additional.parameters[Osc1Volume].minValue);
+    buffers.Allocate(BufferCount, maxBlockSize);
+    envelope = buffers[EnvelopeBuffer];
+    shared = {.phase = buffers[PhaseBuffer],
+              .increment = buffers[IncrementBuffer],
+              .wrapFlag = buffers[WrapFlagBuffer],
+              .samplesToWrap = buffers[SamplesToWrapBuffer],
+              .samplesSinceWrap = buffers[SamplesSinceWrapBuffer],
+              .frequencyModulation = buffers[FMBuffer],
+              .drive = buffers[DriveBuffer],
+              .out = buffers[OutBuffer]};
+    levels = {buffers[Osc1LevelBuffer], buffers[Osc2LevelBuffer]};
+}
+
+void Oscillators::OnReset(bool hard) {
+    if (isSynced) {
+        oscillators[0].SetStartPhase(oscillators[1].StartPhase());
+    }
+    for (VoiceOscillator& oscillator : oscillators) {
+        oscillator.Reset(hard);
+    }
+}
+
+void Oscillators::PulseGate() {
+    // A gate that is open already, in a voice that was taken over, must rise all the same.
+    SetGate(false);
+    SetGate(true);
+}
+
+void Oscillators::SetGate(bool open) { Envelope().SetParameterNormalized(ADSR::gateIn, open ? 1.0F : 0.0F); }
+
+void Oscillators::SeedNoise(u32 seed) {
+    oscillators[0].SeedNoise(seed);
+    oscillators[1].SeedNoise(seed + 1);
+}
+
+float Oscillators::ModulatedValue(const dsp::ProcessContext& context, Additional index, Input input) {
+    return additional.parameters[index].GetModulatedValue(context, input);
+}
+
+/// Whole semitones are only steps of the knob: what moves it glides.
+float Oscillators::UnroundedCoarse(const dsp::ProcessContext& context, Additional index, Input input) {
+    ModuleParam& coarse = additional.parameters[index];
+    const float* modulation = context.ActiveModulation(input);
+    const float offset = modulation != nullptr ? modulation[0] : 0.0F;
+    const float position = dsp::ClampToUnit(coarse.GetNormalized() + offset);
+    return coarse.minValue + (coarse.maxValue - coarse.minValue) * position;
+}
+
+bool Oscillators::IsPositionOn(Additional index, float threshold) {
+    return additional.parameters[index].GetNormalized() > threshold;
+}
+
+bool Oscillators::UpdateParameters(dsp::ProcessContext& context) {
+    // What did not move is not read again: with many voices the records are far from the caches.
+    const bool isModulated = watch.Sees(context, 0, InputCount);
+    if (!isModulated && !additional.anyParameterChanged) {
+        return true;
+    }
+    if (isModulated || HasChangedBeyondFrequency()) {
+        UpdateSound(context);
+    }
+    const float played = AdditionalValue(Frequency);
+    hertz[0] = ratios[0] * played;
+    hertz[1] = (isTracking ? played : untrackedFrequency) * ratios[1];
+    return true;
+}
+
+bool Oscillators::HasChangedBeyondFrequency() const {
+    const auto& marks = additional.parameterChanged;
+    static_assert(Frequency == 0);
+    return std::any_of(marks.begin() + 1, marks.end(), [](u8 mark) { return mark != 0; });
+}
+
+void Oscillators::UpdateSound(const dsp::ProcessContext& context) {
+    UpdateRatios(context);
+    UpdateWaveforms();
+    oscillators[0].SetLevel(ModulatedValue(context, Osc1Volume, Osc1VolumeMod));
+    oscillators[1].SetLevel(ModulatedValue(context, Osc2Volume, Osc2VolumeMod));
+    oscillators[0].SetShape(ModulatedValue(context, Osc1Shape, Osc1ShapeMod));
+    oscillators[1].SetShape(ModulatedValue(context, Osc2Shape, Osc2ShapeMod));
+    UpdateSync();
+    UpdateFM(context);
+}
+
+void Oscillators::UpdateRatios(const dsp::ProcessContext& context) {
+    const float fine = ModulatedValue(context, Osc2Fine, Osc2FineMod);
+    const std::array<float, 2> wanted{UnroundedCoarse(context, Osc1Coarse, Osc1CoarseMod),
+                                      UnroundedCoarse(context, Osc2Coarse, Osc2CoarseMod) + fine};
+    for (u32 i = 0; i < 2; ++i) {
+        if (wanted[i] != semitones[i]) {
+            semitones[i] = wanted[i];
+            ratios[i] = SemitonesToRatio(wanted[i]);
+        }
+    }
+    isTracking = additional.parameters[Osc2KeyTrack].GetNormalized() >= 0.5F;
+}
+
+void Oscillators::UpdateWaveforms() {
+    if (AdditionalChanged(Osc1Waveform) || AdditionalChanged(Osc2Waveform)) {
+        oscillators[0].SetWaveform(static_cast<i32>(AdditionalValue(Osc1Waveform)));
+        oscillators[1].SetWaveform(static_cast<i32>(AdditionalValue(Osc2Waveform)));
+    }
+}
+
+void Oscillators::UpdateSync() {
+    if (!AdditionalChanged(Sync)) {
+        return;
+    }
+    isSynced = IsPositionOn(Sync, 0.5F);
+    oscillators[1].SetSyncMaster(isSynced);
+    oscillators[0].SetSyncSlave(isSynced);
+}
+
+void Oscillators::UpdateFM(const dsp::ProcessContext& context) {
+    fmGain = dsp::ClampToUnit(ModulatedValue(context, FMAmount, FMAmountMod)) * deviationAtFullAmount;
+    oscillators[0].SetFM(fmGain > 0.0F);
+}
+
+bool Oscillators::Process(dsp::ProcessContext& context) {
+    if (context.numOutputs < outputCount) {
+        return false;
+    }
+    const dsp::ModuleRun<Oscillators> alone{this, context};
+    ProcessGroup({&alone, 1});
+    return true;
+}
+
+void Oscillators::ProcessGroup(std::span<const dsp::ModuleRun<Oscillators>> runs) {
+    for (const auto& [voice, context] : runs) {
+        voice->Begin(context);
+    }
+    for (const u32 index : {1U, 0U}) {
+        RenderOscillators(index, runs);
+        for (const auto& [voice, context] : runs) {
+            voice->FinishOscillator(index, context);
+        }
+    }
+    for (const auto& [voice, context] : runs) {
+        std::copy_n(context.outputs[0], context.numFrames, context.outputs[1]);
+    }
+}
+
+void Oscillators::Begin(const dsp::ProcessContext& context) {
+    if (needsUpdate) {
+        oscillators[0].JumpToTargets();
+        oscillators[1].JumpToTargets();
+    }
+    const u32 frames = context.numFrames;
+    std::fill_n(context.outputs[0], frames, 0.0F);
+    RunEnvelope(context);
+    oscillators[0].RenderLevel(levels[0], frames);
+    oscillators[1].RenderLevel(levels[1], frames);
+}
+
+void Oscillators::RenderOscillators(u32 index, std::span<const dsp::ModuleRun<Oscillators>> runs) {
+    std::array<SawLowPass::Job, groupSize> filters;
+    u32 count = 0;
+    for (const auto& [voice, context] : runs) {
+        VoiceOscillator& oscillator = voice->oscillators[index];
+        oscillator.Render(context, voice->hertz[index], voice->shared);
+        if (SawLowPass* lowPass = oscillator.LowPass()) {
+            filters[count++] = {lowPass, voice->shared.out};
+        }
+    }
+    if (count != 0) {
+        SawLowPass::Run(std::span(filters).first(count), runs.front().context.numFrames);
+    }
+}
+
+void Oscillators::FinishOscillator(u32 index, const dsp::ProcessContext& context) {
+    const u32 frames = context.numFrames;
+    oscillators[index].Finish(shared, frames);
+    if (index == 1 && fmGain > 0.0F) {
+        RenderFM(frames);
+    }
+    AddOscillator(index, context.outputs[0], frames);
+}
+
+void Oscillators::RenderFM(u32 frames) {
+    const Float4 gain(fmGain);
+    for (u32 n = 0; n < frames; n += 4) {
+        (Float4::load_aligned(shared.out + n) * gain).store_aligned(shared.frequencyModulation + n);
+    }
+}
+
+void Oscillators::RunEnvelope(const dsp::ProcessContext& context) {
+    constexpr u32 attackInput = 0;
+    constexpr u32 releaseInput = 5;
+    constexpr u32 envelopeInputCount = 7;
+    const float* inputs[envelopeInputCount] = {};
+    inputs[attackInput] = context.InputOrNull(AttackMod);
+    inputs[releaseInput] = context.InputOrNull(ReleaseMod);
+    float* outputs[] = {envelope};
+    dsp::ProcessContext child = context.ForChild(inputs, envelopeInputCount, outputs, 1);
+    dsp::RunChild(Envelope(), child);
+}
+
+void Oscillators::AddOscillator(u32 index, float* out, u32 frames) {
+    if (!oscillators[index].IsAudible(silence)) {
+        return;
+    }
+    const float* level = levels[index];
+    for (u32 n = 0; n < frames; n += 4) {
+        const Float4 sound = Float4::load_aligned(shared.out + n) * Float4::load_aligned(level + n) *
+                             Float4::load_aligned(envelope + n);
+        (Float4::load_aligned(out + n) + sound).store_aligned(out + n);
+    }
+}
+
+} // namespace Velmora::Processor

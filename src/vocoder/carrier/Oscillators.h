@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/envelopes/ADSR.h"
+#include "dsp/framework/ModuleContainer.h"
+#include "dsp/framework/RunChild.h"
+#include "dsp/modulation/ModulationWatch.h"
+#include "dsp/vectors/AlignedBuffer.h"
+#include "vocoder/carrier/VoiceOscillator.h"
+
+#include <array>
+#include <span>
+#include <string>
+
+namespace Velmora::Processor {
+
+/// One complete voice of the carrier: an envelope and two oscillators with their levels. Oscillator 2 is the
+/// master of hard sync and the modulator of FM, oscillator 1 the slave and the carrier; so 2 runs first.
+///
+/// Inputs: modulation channels, one value per block, in the order of Input. Outputs: left and right, which
+/// are equal: the sum of level * envelope * waveform of both oscillators.
+class Oscillators final : public dsp::ModuleContainer<dsp::ADSR> {
+public:
+    enum Additional : u32 {
+        Frequency,
+        Osc1Waveform,
+        Osc2Waveform,
+        Osc1Coarse,
+        Osc2Coarse,
+        Osc2Fine,
+        Osc1Volume,
+        Osc2Volume,
+        Osc2KeyTrack,
+        Osc1Shape,
+        Osc2Shape,
+        Sync,
+        FMAmount,
+        AdditionalCount
+    };
+    enum Input : u32 {
+        AttackMod,
+        ReleaseMod,
+        Osc1CoarseMod,
+        Osc2CoarseMod,
+        Osc2FineMod,
+        Osc1VolumeMod,
+        Osc2VolumeMod,
+        Osc1ShapeMod,
+        Osc2ShapeMod,
+        FMAmountMod,
+        InputCount
+    };
+    static constexpr u32 parameterCount = childParameterCount + AdditionalCount;
+    static constexpr u32 outputCount = 2;
+    static constexpr u32 ParameterId(Additional index) { return childParameterCount + index; }
+    static constexpr u32 frequency = childParameterCount + Frequency;
+
+    explicit Oscillators(std::string moduleName = "Oscillators");
+
+    void OnInitialize(float sampleRate, u32 maxBlockSize) override;
+    void OnReset(bool hard) override;
+    bool UpdateParameters(dsp::ProcessContext& context) override;
+    bool Process(dsp::ProcessContext& context) override;
+
+    /// How many voices run together at most.
+    static constexpr u32 groupSize = SawLowPass::mostJobs;
+    /// Process of several voices side by side, over the same number of frames.
+    static void ProcessGroup(std::span<const dsp::ModuleRun<Oscillators>> runs);
+
+    /// Opens the envelope from the start, whatever its gate was.
+    void PulseGate();
+    void SetGate(bool open);
+    bool IsGateOpen() { return Envelope().GetParameterNormalized(dsp::ADSR::gateIn) >= 0.5F; }
+    /// The envelope is in one of its stages.
+    bool IsRunning() { return Envelope().FindParameter(dsp::ADSR::outState)->GetValue() != 0.0F; }
+    /// The envelope at the first sample of the last block.
+    float FirstEnvelopeSample() const { return envelope[0]; }
+    /// Makes the noise waveforms reproducible.
+    void SeedNoise(u32 seed);
+
+private:
+    dsp::ADSR& Envelope() { return Child<0>(); }
+    float ModulatedValue(const dsp::ProcessContext& context, Additional index, Input input);
+    float UnroundedCoarse(const dsp::ProcessContext& context, Additional index, Input input);
+    bool IsPositionOn(Additional index, float threshold);
+
+    bool HasChangedBeyondFrequency() const;
+    /// Everything but the played frequency.
+    void UpdateSound(const dsp::ProcessContext& context);
+    void UpdateRatios(const dsp::ProcessContext& context);
+    void UpdateWaveforms();
+    void UpdateSync();
+    void UpdateFM(const dsp::ProcessContext& context);
+    /// One oscillator of each voice, up to what drives it.
+    static void RenderOscillators(u32 index, std::span<const dsp::ModuleRun<Oscillators>> runs);
+    /// What comes before the oscillators.
+    void Begin(const dsp::ProcessContext& context);
+    void RunEnvelope(const dsp::ProcessContext& context);
+    void FinishOscillator(u32 index, const dsp::ProcessContext& context);
+    void RenderFM(u32 frames);
+    void AddOscillator(u32 index, float* out, u32 frames);
+
+    /// Index 0 is oscillator 1.
+    std::array<VoiceOscillator, 2> oscillators;
+    std::array<float, 2> hertz{};
+    /// The ratios that belong to the last coarse and fine settings.
+    std::array<float, 2> semitones{};
+    std::array<float, 2> ratios{1.0F, 1.0F};
+    /// Oscillator 2 follows the played frequency.
+    bool isTracking = false;
+    bool isSynced = false;
+    /// Deviation in Hz at full level.
+    float fmGain = 0.0F;
+    /// The linear level that stands for silence.
+    float silence = 0.0F;
+
+    enum Buffer : u32 {
+        EnvelopeBuffer,
+        PhaseBuffer,
+        IncrementBuffer,
+        WrapFlagBuffer,
+        SamplesToWrapBuffer,
+        SamplesSinceWrapBuffer,
+        FMBuffer,
+        DriveBuffer,
+        OutBuffer,
+        Osc1LevelBuffer,
+        Osc2LevelBuffer,
+        BufferCount
+    };
+    dsp::ModulationWatch watch;
+    dsp::BlockPool buffers;
+    VoiceBuffers shared;
+    float* envelope = nullptr;
+    std::array<float*, 2> levels{};
+};
+
+} // namespace Velmora::Processor

@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vocoder/carrier/VoiceOscillator.h"
+
+#include "dsp/framework/RunChild.h"
+#include "dsp/math/ClampToUnit.h"
+#include "dsp/math/Decibels.h"
+#include "dsp/math/QuarterTurnSine.h"
+#include "dsp/vectors/Simd.h"
+#include "vocoder/carrier/VoiceFrequency.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace Velmora::Processor {
+
+namespace {
+
+using dsp::QuarterTurnSine;
+using dsp::simd::Float4;
+
+constexpr u32 onId = 0;
+constexpr i32 exponentialId = 4;
+constexpr float unknown = std::numeric_limits<float>::quiet_NaN();
+
+} // namespace
+
+VoiceOscillator::VoiceOscillator()
+    : driveCurve(dsp::ModuleParam::Mapped({}, exponentialId, -12.0F, 24.0F, -6.0F)), lastFrequency(unknown),
+      lastLevel(unknown), lastShape(unknown) {
+    phaseGen.SetParameterNormalized(onId, 1.0F);
+    triangle.SetParameterNormalized(onId, 1.0F);
+    saw.SetParameterNormalized(onId, 1.0F);
+    square.SetParameterNormalized(onId, 1.0F);
+    postFilter.SetParameterNormalized(onId, 1.0F);
+    triangle.SetParameterNormalized(dsp::PolyBlepTriangleBase<1>::aaOn, 1.0F);
+    saw.SetParameterNormalized(dsp::PolyBlepSawBase<1>::aaOn, 1.0F);
+    square.SetParameterNormalized(dsp::PolyBlepSquareBase<1>::aaOn, 1.0F);
+    triangle.SetParameterNormalized(dsp::PolyBlepTriangleBase<1>::pulseWidth, 0.5F);
+    square.SetParameterNormalized(dsp::PolyBlepSquareBase<1>::pulseWidth, 0.5F);
+    phaseGen.FindParameter(PhaseGen::frequency)
+        ->Redeclare(1, lowestVoiceFrequency, highestVoiceFrequency, 1.0F, 0.5F, false);
+    noise.SetParameterValue(dsp::NoiseGenerator::noiseType, dsp::NoiseGenerator::Morph);
+}
+
+void VoiceOscillator::Initialize(float rate, u32 maxBlockSize) {
+    phaseGen.Initialize(rate, maxBlockSize);
+    triangle.Initialize(rate, maxBlockSize);
+    saw.Initialize(rate, maxBlockSize);
+    square.Initialize(rate, maxBlockSize);
+    postFilter.Initialize(rate, maxBlockSize);
+    noise.Initialize(rate, maxBlockSize);
+    level.Prepare(rate, 1);
+    driveGain.Prepare(rate, 1);
+    lowPass.Prepare(rate);
+    lastShape = unknown;
+}
+
+void VoiceOscillator::Reset(bool hard) {
+    phaseGen.Reset(hard);
+    triangle.Reset(hard);
+    saw.Reset(hard);
+    square.Reset(hard);
+    postFilter.Reset(hard);
+    noise.Reset(hard);
+    lowPass.Reset();
+}
+
+void VoiceOscillator::SetWaveform(i32 number) {
+    if (number == waveform) {
+        return;
+    }
+    waveform = number;
+    // The shape that begins knows no reset of sync: the last one that it saw is long past.
+    triangle.OnReset(false);
+    saw.OnReset(false);
+    square.OnReset(false);
+}
+
+void VoiceOscillator::SetLevel(float decibels) {
+    if (decibels == lastLevel) {
+        return;
+    }
+    lastLevel = decibels;
+    const float gain = dsp::DecibelsToGain(decibels);
+    // A smoother never comes back from infinity.
+    if (std::isfinite(gain)) {
+        level.SetTarget(gain);
+    }
+}
+
+void VoiceOscillator::SetShape(float position) {
+    const float shape = dsp::ClampToUnit(position);
+    if (shape == lastShape) {
+        return;
+    }
+    lastShape = shape;
+    square.SetParameterNormalized(dsp::PolyBlepSquareBase<1>::pulseWidth, shape * 0.47500002F + 0.5F);
+    noise.SetParameterNormalized(dsp::NoiseGenerator::noiseColor, shape);
+    lowPass.SetCutoff(20000.0F - shape * 19800.0F);
+    driveGain.SetTarget(dsp::DecibelsToGain(driveCurve.ToValue(shape)));
+}
+
+void VoiceOscillator::SetSyncMaster(bool on) {
+    phaseGen.SetParameterNormalized(PhaseGen::hsMaster, on ? 1.0F : 0.0F);
+}
+
+void VoiceOscillator::SetSyncSlave(bool on) {
+    const float position = on ? 1.0F : 0.0F;
+    phaseGen.SetParameterNormalized(PhaseGen::hsSlave, position);
+    square.SetParameterNormalized(dsp::PolyBlepSquareBase<1>::hsSlave, position);
+    saw.SetParameterNormalized(dsp::PolyBlepSawBase<1>::hsSlave, position);
+    triangle.SetParameterNormalized(dsp::PolyBlepTriangleBase<1>::hsSlave, position);
+}
+
+void VoiceOscillator::SetFM(bool on) {
+    if (on == isModulated) {
+        return;
+    }
+    isModulated = on;
+    const float position = on ? 1.0F : 0.0F;
+    phaseGen.SetParameterNormalized(PhaseGen::fmOn, position);
+    square.SetParameterNormalized(dsp::PolyBlepSquareBase<1>::fmOn, position);
+    saw.SetParameterNormalized(dsp::PolyBlepSawBase<1>::fmOn, position);
+    triangle.SetParameterNormalized(dsp::PolyBlepTriangleBase<1>::fmOn, position);
+}
+
+void VoiceOscillator::SetStartPhase(float normalized) {
+    phaseGen.SetParameterNormalized(PhaseGen::phase0, normalized);
+}
+
+void VoiceOscillator::JumpToTargets() {
+    level.Set(static_cast<float>(level.target));
+    driveGain.Set(static_cast<float>(driveGain.target));
+}
+
+void VoiceOscillator::Render(const dsp::ProcessContext& context, float frequency,
+                             const VoiceBuffers& buffers) {
+    const float limited = LimitVoiceFrequency(frequency);
+    if (limited != lastFrequency) {
+        lastFrequency = limited;
+        phaseGen.SetParameterValue(PhaseGen::frequency, limited);
+    }
+    RunPhase(context, buffers);
+    RunWaveform(context, buffers);
+    if (waveform == Saw) {
+        for (u32 n = 0; n < context.numFrames; ++n) {
+            buffers.out[n] = -buffers.out[n];
+        }
+    }
+    if (waveform != Noise) {
+        RunPostFilter(context, buffers);
+    }
+}
+
+void VoiceOscillator::Finish(const VoiceBuffers& buffers, u32 frames) {
+    if (waveform == Triangle || waveform == Saw) {
+        Drive(buffers, frames);
+    }
+}
+
+void VoiceOscillator::RunPhase(const dsp::ProcessContext& context, const VoiceBuffers& buffers) {
+    const float* inputs[] = {buffers.wrapFlag, buffers.samplesToWrap, buffers.samplesSinceWrap,
+                             buffers.frequencyModulation};
+    float* outputs[] = {buffers.phase, buffers.increment, buffers.wrapFlag, buffers.samplesToWrap,
+                        buffers.samplesSinceWrap};
+    dsp::ProcessContext child = context.ForChild(inputs, 4, outputs, 5);
+    dsp::RunChild(phaseGen, child);
+}
+
+void VoiceOscillator::RunWaveform(const dsp::ProcessContext& context, const VoiceBuffers& buffers) {
+    const float* inputs[] = {buffers.phase,         buffers.increment,        buffers.wrapFlag,
+                             buffers.samplesToWrap, buffers.samplesSinceWrap, nullptr};
+    float* outputs[] = {buffers.out};
+    dsp::ProcessContext shape = context.ForChild(inputs, 6, outputs, 1);
+    switch (waveform) {
+    case Saw:
+        shape.numInputs = 5;
+        dsp::RunChild(saw, shape);
+        break;
+    case Square:
+        dsp::RunChild(square, shape);
+        break;
+    case Noise:
+        shape.numInputs = 0;
+        dsp::RunChild(noise, shape);
+        break;
+    default:
+        dsp::RunChild(triangle, shape);
+        break;
+    }
+}
+
+void VoiceOscillator::RunPostFilter(const dsp::ProcessContext& context, const VoiceBuffers& buffers) {
+    const float* inputs[] = {buffers.out};
+    float* outputs[] = {buffers.out};
+    dsp::ProcessContext child = context.ForChild(inputs, 1, outputs, 1);
+    dsp::RunChild(postFilter, child);
+}
+
+/// A sine as waveshaper. Below unity drive it is brought back to full height; above, it folds.
+void VoiceOscillator::Drive(const VoiceBuffers& buffers, u32 frames) {
+    if (driveGain.IsAtTarget()) {
+        const auto gain = static_cast<float>(driveGain.target);
+        const Float4 g(gain);
+        const Float4 height = gain >= 1.0F ? Float4(1.0F) : 1.0F / QuarterTurnSine(g);
+        for (u32 n = 0; n < frames; n += 4) {
+            const Float4 y = Float4::load_aligned(buffers.out + n);
+            (QuarterTurnSine(g * y) * height).store_aligned(buffers.out + n);
+        }
+        return;
+    }
+    driveGain.RenderBlock(buffers.drive, frames);
+    const Float4 one(1.0F);
+    for (u32 n = 0; n < frames; n += 4) {
+        const Float4 g = Float4::load_aligned(buffers.drive + n);
+        const Float4 y = Float4::load_aligned(buffers.out + n);
+        const Float4 height = xsimd::select(g >= one, one, 1.0F / QuarterTurnSine(g));
+        (QuarterTurnSine(g * y) * height).store_aligned(buffers.out + n);
+    }
+}
+
+} // namespace Velmora::Processor

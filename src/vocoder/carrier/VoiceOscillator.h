@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/framework/ModuleParam.h"
+#include "dsp/oscillators/NoiseGenerator.h"
+#include "dsp/oscillators/PolyBlepPhaseGenBase.h"
+#include "dsp/oscillators/PolyBlepPostFilter.h"
+#include "dsp/oscillators/PolyBlepSawBase.h"
+#include "dsp/oscillators/PolyBlepSquareBase.h"
+#include "dsp/oscillators/PolyBlepTriangleBase.h"
+#include "dsp/smoothing/SmootherLPF.h"
+#include "vocoder/carrier/SawLowPass.h"
+
+namespace Velmora::Processor {
+
+/// The block buffers that the two oscillators of a voice share. The one that runs second finds the wrap data
+/// of the first, and overwrites them.
+struct VoiceBuffers {
+    float* phase = nullptr;
+    /// Per sample, in turns.
+    float* increment = nullptr;
+    float* wrapFlag = nullptr;
+    float* samplesToWrap = nullptr;
+    float* samplesSinceWrap = nullptr;
+    /// In Hz.
+    float* frequencyModulation = nullptr;
+    float* drive = nullptr;
+    /// The waveform.
+    float* out = nullptr;
+};
+
+/// One oscillator of a voice: a phase, the selected waveform, what shapes it, and its level. Only the
+/// selected waveform runs.
+class VoiceOscillator {
+public:
+    enum Waveform : i32 { Triangle, Saw, Square, Noise };
+
+    VoiceOscillator();
+
+    void Initialize(float rate, u32 maxBlockSize);
+    void Reset(bool hard);
+
+    void SetWaveform(i32 number);
+    /// In dB.
+    void SetLevel(float decibels);
+    /// 0 to 1. Width of the square, colour of the noise, brightness of the saw, drive of saw and triangle.
+    void SetShape(float position);
+    void SetSyncMaster(bool on);
+    void SetSyncSlave(bool on);
+    void SetFM(bool on);
+    void SetStartPhase(float normalized);
+    float StartPhase() { return phaseGen.GetParameterNormalized(PhaseGen::phase0); }
+    void SeedNoise(u32 seed) { noise.Seed(seed); }
+
+    /// Levels and drive are at their targets at once, without a glide.
+    void JumpToTargets();
+
+    /// Renders the bare waveform into buffers.out. The frequency in Hz is brought into 20 to 20000.
+    void Render(const dsp::ProcessContext& context, float frequency, const VoiceBuffers& buffers);
+    /// What has to filter buffers.out then; null when nothing has.
+    SawLowPass* LowPass() { return waveform == Saw ? &lowPass : nullptr; }
+    /// Drives the filtered waveform when it is one that can be driven.
+    void Finish(const VoiceBuffers& buffers, u32 frames);
+
+    /// Renders the level, linear, into `out`.
+    void RenderLevel(float* out, u32 frames) { level.RenderBlock(out, frames); }
+    /// The level moves, or is held at another value than the one that stands for silence.
+    bool IsAudible(float silence) const {
+        return !level.IsAtTarget() || level.current != static_cast<double>(silence);
+    }
+
+private:
+    using PhaseGen = dsp::PolyBlepPhaseGenBase<1>;
+
+    void RunPhase(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
+    void RunWaveform(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
+    void RunPostFilter(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
+    void Drive(const VoiceBuffers& buffers, u32 frames);
+
+    PhaseGen phaseGen;
+    dsp::PolyBlepTriangleBase<1> triangle;
+    dsp::PolyBlepSawBase<1> saw;
+    dsp::PolyBlepSquareBase<1> square;
+    dsp::PolyBlepPostFilter postFilter;
+    dsp::NoiseGenerator noise;
+    dsp::SmootherLPF level{0.005};
+    dsp::SmootherLPF driveGain{0.005};
+    /// From shape to dB of drive.
+    dsp::ModuleParam driveCurve;
+
+    i32 waveform = Triangle;
+    bool isModulated = false;
+    float lastFrequency;
+    float lastLevel;
+    float lastShape;
+    SawLowPass lowPass;
+};
+
+} // namespace Velmora::Processor

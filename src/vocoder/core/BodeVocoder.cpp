@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vocoder/core/BodeVocoder.h"
+
+#include "dsp/framework/RunPair.h"
+#include "dsp/math/ClampToUnit.h"
+#include "dsp/vectors/Simd.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace Velmora::Processor {
+
+namespace {
+
+using dsp::simd::Float4;
+
+constexpr float halfPi = 1.5707964F;
+// From volts of the circuit back to full scale.
+constexpr float dryScale = 0.057048F;
+constexpr float wetScale = 0.35714F;
+constexpr float outputScale = 0.3162F;
+constexpr float bandMeterScale = 753.57947F;
+constexpr float hissLightScale = 1561.6704F;
+
+enum Input : u32 {
+    CarrierLeft,
+    CarrierRight,
+    AttackMod,
+    ReleaseMod,
+    WetMod,
+    BalanceMod,
+    ShiftMod,
+    WidthMod,
+    CarrierLevelMod,
+    ProgramLevelMod,
+    SampleHoldMod,
+    InputCount
+};
+enum Output : u32 { MixLeft = 0, CarrierPreampLeft = 2, ProgramPreampLeft = 4, OutputCount = 6 };
+
+std::vector<dsp::ModuleParam> Declare() {
+    std::vector<dsp::ModuleParam> records;
+    for (const char* name : {"Wet", "CarrierPreampOverloadLED", "PreampOverloadLED", "HissLED", "BuzzLED"}) {
+        records.emplace_back(name);
+    }
+    for (u32 band = 1; band <= bandCount; ++band) {
+        records.emplace_back("CVFB" + std::to_string(band));
+    }
+    return records;
+}
+
+/// The buffers of one channel among those of the stereo core.
+struct ChannelPins {
+    const float* inputs[BodeVocoderMono::InputCount] = {};
+    float* outputs[BodeVocoderMono::OutputCount] = {};
+
+    ChannelPins(const dsp::ProcessContext& context, u32 channel) {
+        inputs[BodeVocoderMono::CarrierIn] = context.InputOrNull(CarrierLeft + channel);
+        inputs[BodeVocoderMono::ModulatorIn] =
+            channel < context.numAuxInputs ? context.auxInputs[channel] : nullptr;
+        inputs[BodeVocoderMono::AttackMod] = context.InputOrNull(AttackMod);
+        inputs[BodeVocoderMono::ReleaseMod] = context.InputOrNull(ReleaseMod);
+        inputs[BodeVocoderMono::BalanceMod] = context.InputOrNull(BalanceMod);
+        inputs[BodeVocoderMono::ShiftMod] = context.InputOrNull(ShiftMod);
+        inputs[BodeVocoderMono::WidthMod] = context.InputOrNull(WidthMod);
+        inputs[BodeVocoderMono::CarrierLevelMod] = context.InputOrNull(CarrierLevelMod);
+        inputs[BodeVocoderMono::ProgramLevelMod] = context.InputOrNull(ProgramLevelMod);
+        inputs[BodeVocoderMono::SampleHoldMod] = context.InputOrNull(SampleHoldMod);
+        outputs[BodeVocoderMono::VocodedOut] = context.outputs[MixLeft + channel];
+        outputs[BodeVocoderMono::CarrierOut] = context.outputs[CarrierPreampLeft + channel];
+        outputs[BodeVocoderMono::ProgramOut] = context.outputs[ProgramPreampLeft + channel];
+    }
+
+    dsp::ProcessContext ContextFrom(const dsp::ProcessContext& context) const {
+        return context.ForChild(inputs, BodeVocoderMono::InputCount, outputs, BodeVocoderMono::OutputCount);
+    }
+};
+
+} // namespace
+
+BodeVocoder::BodeVocoder(std::string moduleName)
+    : ModuleContainer(std::move(moduleName), InputCount, OutputCount, Declare(), std::make_tuple()) {}
+
+void BodeVocoder::SeedNoise(u32 seed) {
+    for (u32 channel = 0; channel < channelCount; ++channel) {
+        // Spread by the golden ratio, so that neighbouring seeds do not give related sequences.
+        SeedChannelNoise(channel, (seed * channelCount + channel + 1U) * 2654435769U);
+    }
+}
+
+void BodeVocoder::UseKernels(const VocoderKernels& set) {
+    for (u32 channel = 0; channel < channelCount; ++channel) {
+        Channel(channel).UseKernels(set);
+    }
+}
+
+void BodeVocoder::OnInitialize(float sampleRate, u32 maxBlockSize) {
+    buffers.Allocate(BufferCount, dsp::RoundUpToFour(maxBlockSize));
+    drySmoother.Prepare(sampleRate, 1);
+    wetSmoother.Prepare(sampleRate, 1);
+}
+
+void BodeVocoder::OnReset(bool /*hard*/) {
+    Publish(CarrierPreampOverloadLED, 0.0F);
+    Publish(PreampOverloadLED, 0.0F);
+}
+
+bool BodeVocoder::UpdateParameters(dsp::ProcessContext& context) {
+    const float wet = additional.parameters[Wet].GetModulatedValue(context, WetMod);
+    if (wet != wetPosition) {
+        wetPosition = wet;
+        dryTarget = std::cos(wet * halfPi);
+        wetTarget = std::sin(wet * halfPi);
+    }
+    if (needsUpdate) {
+        drySmoother.Set(dryTarget);
+        wetSmoother.Set(wetTarget);
+    }
+    drySmoother.SetTarget(dryTarget);
+    wetSmoother.SetTarget(wetTarget);
+    return true;
+}
+
+bool BodeVocoder::Process(dsp::ProcessContext& context) {
+    ChannelPins left(context, 0);
+    ChannelPins right(context, 1);
+    dsp::ProcessContext leftContext = left.ContextFrom(context);
+    dsp::ProcessContext rightContext = right.ContextFrom(context);
+    dsp::RunPair(Channel(0), leftContext, Channel(1), rightContext);
+    MixOutputs(context);
+    PublishLights();
+    return true;
+}
+
+void BodeVocoder::MixOutputs(const dsp::ProcessContext& context) {
+    const u32 frames = context.numFrames;
+    const float* wet = buffers[WetGain];
+    const float* dry = buffers[DryGain];
+    wetSmoother.RenderBlock(buffers[WetGain], frames);
+    drySmoother.RenderBlock(buffers[DryGain], frames);
+    for (u32 channel = 0; channel < channelCount; ++channel) {
+        const float* program = context.outputs[ProgramPreampLeft + channel];
+        float* out = context.outputs[MixLeft + channel];
+        for (u32 n = 0; n + 4 <= frames; n += 4) {
+            const Float4 drySignal = Float4::load_unaligned(program + n) * Float4::load_aligned(dry + n);
+            const Float4 wetSignal =
+                Float4::load_unaligned(out + n) * wetScale * Float4::load_aligned(wet + n);
+            const Float4 mix = (drySignal * dryScale + wetSignal) * outputScale;
+            // While a filter that was set to an impossible value runs away, the output stays finite.
+            const auto finite = xsimd::abs(mix) <= Float4(std::numeric_limits<float>::max());
+            xsimd::select(finite, mix, Float4(0.0F)).store_unaligned(out + n);
+        }
+    }
+}
+
+void BodeVocoder::PublishLights() {
+    BodeVocoderMono& left = Channel(0);
+    BodeVocoderMono& right = Channel(1);
+    Publish(CarrierPreampOverloadLED, 0.5F * (left.CarrierOverload() + right.CarrierOverload()));
+    Publish(PreampOverloadLED, 0.5F * (left.ProgramOverload() + right.ProgramOverload()));
+    for (u32 band = 0; band < bandCount; ++band) {
+        Publish(CVFB1 + band,
+                dsp::ClampToUnit((left.BandMeter(band) + right.BandMeter(band)) * bandMeterScale));
+    }
+    Publish(HissLED, dsp::ClampToUnit((left.NoiseGateValue() + right.NoiseGateValue()) * hissLightScale));
+    Publish(BuzzLED, dsp::ClampToUnit(0.5F * (left.VoicedLevel() + right.VoicedLevel())));
+}
+
+} // namespace Velmora::Processor

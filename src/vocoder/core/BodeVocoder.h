@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/framework/ModuleContainer.h"
+#include "dsp/smoothing/SmootherLPF.h"
+#include "dsp/vectors/AlignedBuffer.h"
+#include "engine/ModuleCloner.h"
+#include "vocoder/core/BodeVocoderMono.h"
+
+namespace Velmora::Processor {
+
+/// The stereo vocoder core: two channels, the equal-power mix of dry and wet, the panel lights and the
+/// sixteen band meters.
+///
+/// Inputs: 0, 1 carrier left and right, then the modulations of "Attack", "Release", "Wet",
+/// "NoiseCarrierBalance", "Shift", "Width", "CarrierLevel", "ProgramLevel", "SampleHold". auxInputs 0, 1 the
+/// modulator left and right. Outputs: 0, 1 the mix, 2, 3 the carrier preamps, 4, 5 the program preamps. All
+/// outputs must be present; a missing audio input is silence, a missing modulation is none.
+///
+/// Of its own parameters only "Wet" is an input; the others are written for the host to read.
+class BodeVocoder final : public dsp::ModuleContainer<engine::ModuleCloner<BodeVocoderMono, 2, 0, 0>> {
+public:
+    static constexpr u32 channelCount = 2;
+    enum Additional : u32 {
+        Wet,
+        CarrierPreampOverloadLED,
+        PreampOverloadLED,
+        HissLED,
+        BuzzLED,
+        CVFB1,
+        AdditionalCount = CVFB1 + bandCount
+    };
+    static constexpr u32 parameterCount = childParameterCount + AdditionalCount;
+    /// Id of one of the own parameters.
+    static constexpr u32 ParameterId(Additional index) { return childParameterCount + index; }
+
+    explicit BodeVocoder(std::string moduleName = "BodeVocoder");
+
+    void OnInitialize(float sampleRate, u32 maxBlockSize) override;
+    void OnReset(bool hard) override;
+    bool UpdateParameters(dsp::ProcessContext& context) override;
+    bool Process(dsp::ProcessContext& context) override;
+
+    /// Makes the noise of both channels reproducible, and different from each other. Otherwise the seed is
+    /// the time of construction.
+    void SeedNoise(u32 seed);
+    void SeedChannelNoise(u32 channel, u32 seed) { Channel(channel).SeedNoise(seed); }
+    /// Replaces the kernels of both channels, which are otherwise the widest available.
+    void UseKernels(const VocoderKernels& set);
+
+private:
+    void MixOutputs(const dsp::ProcessContext& context);
+    void PublishLights();
+    void Publish(u32 index, float normalized) { additional.parameters[index].SetNormalized(normalized); }
+    BodeVocoderMono& Channel(u32 channel) { return Child<0>().Clone(channel); }
+
+    dsp::SmootherLPF drySmoother{0.002};
+    dsp::SmootherLPF wetSmoother{0.002};
+    enum Buffer : u32 { DryGain, WetGain, BufferCount };
+    dsp::BlockPool buffers;
+    /// The last position of "Wet", and its gains.
+    float wetPosition = -1.0F;
+    float dryTarget = 1.0F;
+    float wetTarget = 0.0F;
+};
+
+} // namespace Velmora::Processor

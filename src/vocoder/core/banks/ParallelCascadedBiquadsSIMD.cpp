@@ -1,0 +1,194 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vocoder/core/banks/ParallelCascadedBiquadsSIMD.h"
+
+#include "dsp/math/CornerLimit.h"
+#include "dsp/math/StateLimit.h"
+#include "vocoder/core/kernels/LaneTile.h"
+
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+namespace Velmora::Processor {
+
+namespace {
+
+using Biquads = ParallelCascadedBiquadsSIMD<16, 2>;
+
+constexpr float twoPi = 6.2831855F;
+
+dsp::ModuleParam Declare(u32 group, const std::string& prefix) {
+    switch (group) {
+    case Biquads::Type:
+        return dsp::ModuleParam::Stepped(prefix + "_Type", 2, 0.0F, 1.0F);
+    case Biquads::Frequency:
+        return dsp::ModuleParam::Mapped(prefix + "_Fc", 1, 1.0F, 24000.0F, 1.0F);
+    case Biquads::Quality:
+        return dsp::ModuleParam::Mapped(prefix + "_Q", 1, 0.0F, 50.0F, 1.0F);
+    default:
+        return dsp::ModuleParam::Mapped(prefix + "_H", 1, -10.0F, 10.0F, 1.0F);
+    }
+}
+
+std::vector<dsp::ModuleParam> DeclareAll() {
+    std::vector<dsp::ModuleParam> records;
+    records.reserve(Biquads::parameterCount);
+    for (u32 group = 0; group < 4; ++group) {
+        for (u32 channel = 1; channel <= bandCount; ++channel) {
+            for (u32 stage = 1; stage <= stageCount; ++stage) {
+                records.push_back(Declare(group, "Biquad_Channel" + std::to_string(channel) + "_Stage" +
+                                                     std::to_string(stage)));
+            }
+        }
+    }
+    return records;
+}
+
+bool AllEqual(const float* const* inputs) {
+    return std::all_of(inputs, inputs + bandCount,
+                       [first = inputs[0]](const float* p) { return p == first; });
+}
+
+} // namespace
+
+Biquads::ParallelCascadedBiquadsSIMD(std::string moduleName)
+    : UnitModule(std::move(moduleName), bandCount, bandCount, DeclareAll()) {}
+
+void Biquads::SetBothStages(Group group, u32 channel, float value) {
+    SetParameterValue(ParameterId(group, channel, 1), value);
+    SetParameterValue(ParameterId(group, channel, 2), value);
+}
+
+void Biquads::SetBandTypes() {
+    SetBothStages(Type, 1, LowPass);
+    SetBothStages(Quality, 1, BandPlan::lowPassQ);
+    SetBothStages(Gain, 1, BandPlan::lowPassGain);
+    for (u32 channel = 2; channel <= bandCount; ++channel) {
+        SetBothStages(Type, channel, BandPass);
+        SetBothStages(Gain, channel, BandPlan::bandPassGain);
+    }
+}
+
+void Biquads::SetFrequencies(const BandPlan& plan) {
+    SetBothStages(Frequency, 1, plan.lowPassHz);
+    for (u32 channel = 2; channel <= bandCount; ++channel) {
+        SetBothStages(Quality, channel, plan.bandPassQ);
+        SetParameterValue(ParameterId(Frequency, channel, 1), plan.stage1Hz[channel - 2]);
+        SetParameterValue(ParameterId(Frequency, channel, 2), plan.stage2Hz[channel - 2]);
+    }
+}
+
+void Biquads::OnInitialize(float newSampleRate, u32 /*maxBlockSize*/) { sampleRate = newSampleRate; }
+
+void Biquads::OnReset(bool /*hard*/) {
+    for (u32 lane = 0; lane < bandCount; ++lane) {
+        ClearLane(lane);
+    }
+}
+
+void Biquads::ClearLane(u32 lane) {
+    for (u32 row = 0; row <= stageCount; ++row) {
+        lanes.past1[row][lane] = lanes.past2[row][lane] = 0.0F;
+    }
+    for (u32 stage = 0; stage < stageCount; ++stage) {
+        lanes.step[stage][lane] = 0.0F;
+    }
+}
+
+bool Biquads::UpdateParameters(dsp::ProcessContext& /*context*/) {
+    if (!anyParameterChanged) {
+        return true;
+    }
+    for (u32 channel = 1; channel <= bandCount; ++channel) {
+        for (u32 stage = 1; stage <= stageCount; ++stage) {
+            if (Changed(ParameterId(Type, channel, stage)) ||
+                Changed(ParameterId(Frequency, channel, stage)) ||
+                Changed(ParameterId(Quality, channel, stage)) || Changed(ParameterId(Gain, channel, stage))) {
+                UpdateStage(channel, stage);
+            }
+        }
+    }
+    return true;
+}
+
+void Biquads::UpdateStage(u32 channel, u32 stage) {
+    const float type = Value(ParameterId(Type, channel, stage));
+    const bool isLowPass = type == static_cast<float>(LowPass);
+    const u32 s = stage - 1;
+    const u32 lane = channel - 1;
+    if (isLowPass || type == static_cast<float>(BandPass)) {
+        const double hz = dsp::LimitCorner(Value(ParameterId(Frequency, channel, stage)), sampleRate);
+        const double q = Value(ParameterId(Quality, channel, stage));
+        const double w = static_cast<double>(twoPi) * hz / sampleRate;
+        const double halfSine = std::sin(0.5 * w);
+        const double oneMinusCosine = 2.0 * halfSine * halfSine;
+        const double alpha = 2.0 * halfSine * std::cos(0.5 * w) * (0.5 / q);
+        const double n = 1.0 / (1.0 + alpha);
+        FeedForward& b = feedForward[s][lane];
+        if (isLowPass) {
+            b = {oneMinusCosine * 0.5 * n, oneMinusCosine * n, oneMinusCosine * 0.5 * n};
+        } else {
+            b = {alpha * n, 0.0, -alpha * n};
+        }
+        // With a1 = -2 cos(w) n and a2 = (1 - alpha) n; written so that nothing cancels.
+        lanes.pull[s][lane] = static_cast<float>(2.0 * oneMinusCosine * n);
+        lanes.carry[s][lane] = static_cast<float>(2.0 * (1.0 - oneMinusCosine) * n - 1.0);
+    }
+    const double gain = Value(ParameterId(Gain, channel, stage));
+    lanes.b0[s][lane] = static_cast<float>(feedForward[s][lane].b0 * gain);
+    lanes.b1[s][lane] = static_cast<float>(feedForward[s][lane].b1 * gain);
+    lanes.b2[s][lane] = static_cast<float>(feedForward[s][lane].b2 * gain);
+}
+
+bool Biquads::Process(dsp::ProcessContext& context) {
+    const bool oneInput = AllEqual(context.inputs);
+    LaneTile tile;
+    for (u32 offset = 0; offset < context.numFrames; offset += LaneTile::maxFrames) {
+        const u32 frames = std::min(LaneTile::maxFrames, context.numFrames - offset);
+        if (oneInput) {
+            FilterTile(context.inputs[0] + offset, frames, tile);
+        } else {
+            kernels->gatherBands(context.inputs, offset, frames, tile);
+            kernels->runBank(lanes, tile.Data(), frames);
+        }
+        kernels->scatterBands(tile, frames, context.outputs, offset);
+    }
+    HealLanes();
+    return true;
+}
+
+void Biquads::FilterTile(const float* input, u32 frames, LaneTile& tile) {
+    kernels->runBankOnOneInput(lanes, input, tile.Data(), frames);
+}
+
+void Biquads::SumTile(const float* const* inputs, u32 offset, u32 frames, float* output) {
+    LaneTile tile;
+    kernels->gatherBands(inputs, offset, frames, tile);
+    kernels->runBank(lanes, tile.Data(), frames);
+    kernels->sumBands(tile, frames, output + offset);
+}
+
+void Biquads::FinishBlock() {
+    HealLanes();
+    needsUpdate = false;
+    ClearParameterChanges(false);
+}
+
+void Biquads::HealLanes() {
+    // Whatever is wrong with a lane's history has reached the outputs of its stages by the end of a block;
+    // not-a-number fails the comparison too.
+    u32 broken[bandCount] = {};
+    for (u32 stage = 1; stage <= stageCount; ++stage) {
+        for (u32 lane = 0; lane < bandCount; ++lane) {
+            broken[lane] |=
+                std::abs(lanes.past1[stage][lane]) <= static_cast<float>(dsp::stateLimit) ? 0U : 1U;
+        }
+    }
+    for (u32 lane = 0; lane < bandCount; ++lane) {
+        if (broken[lane] != 0) {
+            ClearLane(lane);
+        }
+    }
+}
+
+} // namespace Velmora::Processor

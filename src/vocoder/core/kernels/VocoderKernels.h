@@ -1,0 +1,49 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "support/platform/Types.h"
+#include "vocoder/core/kernels/BiquadLanes.h"
+#include "vocoder/core/kernels/LaneTile.h"
+#include "vocoder/core/kernels/RectifierLanes.h"
+
+#include <vector>
+
+namespace Velmora::Processor {
+
+/// The buffers of one amplifier: saturated buses, its two controls, its output.
+struct AmplifierPins {
+    const float* carrier;
+    const float* noise;
+    const float* first;
+    const float* second;
+    float* out;
+};
+
+/// The hot loops of the vocoder core for one instruction set. All sets give the same bits: same order
+/// of operations, no fused multiply-add. Rows are LaneTile rows of sixteen bands; at most 16 frames a call.
+struct VocoderKernels {
+    const char* name;
+    /// Both biquad stages, in place on `rows`.
+    void (*runBank)(BiquadLanes& lanes, float* rows, u32 frames);
+    /// The same with one input for all bands; `rows` is output only.
+    void (*runBankOnOneInput)(BiquadLanes& lanes, const float* input, float* rows, u32 frames);
+    /// Turns frames [offset, offset + frames) of the sixteen band buffers into rows; frames is a multiple
+    /// of 4.
+    void (*gatherBands)(const float* const* bands, u32 offset, u32 frames, LaneTile& tile);
+    /// The way back.
+    void (*scatterBands)(const LaneTile& tile, u32 frames, float* const* bands, u32 offset);
+    /// out[n] = sum of the sixteen bands at frame n. The order of the additions is the same at every width.
+    void (*sumBands)(const LaneTile& tile, u32 frames, float* out);
+    /// out = scale * (noise * second + carrier * first), frames being a multiple of 4.
+    void (*amplify)(const AmplifierPins& pins, float scale, u32 frames);
+    /// Rectifies and smooths. `rows`: band signals in, direct control signals out; `envelopes`: out.
+    void (*runRectifiers)(RectifierLanes& lanes, float* rows, float* envelopes, u32 frames);
+};
+
+/// The widest set that this processor runs well. Chosen once per process.
+const VocoderKernels& SelectVocoderKernels();
+
+/// Every set that this processor can run, the baseline first.
+std::vector<const VocoderKernels*> AvailableVocoderKernels();
+
+} // namespace Velmora::Processor

@@ -1,0 +1,304 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+// Included by one source per instruction set. Everything here is a template over the instruction set and
+// calls nothing inline from elsewhere: the linker must not be able to pick a wide copy of a shared
+// function for a processor without it.
+
+#include "vocoder/core/kernels/VocoderKernels.h"
+
+#include <xsimd/xsimd.hpp>
+
+namespace Velmora::Processor::kernels {
+
+template <class Arch>
+struct Bank {
+    using V = xsimd::batch<float, Arch>;
+    static constexpr unsigned width = V::size;
+
+    struct Stage {
+        V b0, b1, b2, pull, carry;
+    };
+
+    /// Output history and last step of a stage.
+    struct State {
+        V y1, y2, e1;
+    };
+
+    static Stage LoadStage(const BiquadLanes& lanes, unsigned stage, unsigned lane) {
+        return {V::load_aligned(&lanes.b0[stage][lane]), V::load_aligned(&lanes.b1[stage][lane]),
+                V::load_aligned(&lanes.b2[stage][lane]), V::load_aligned(&lanes.pull[stage][lane]),
+                V::load_aligned(&lanes.carry[stage][lane])};
+    }
+
+    static State LoadState(const BiquadLanes& lanes, unsigned stage, unsigned lane) {
+        return {V::load_aligned(&lanes.past1[stage + 1][lane]),
+                V::load_aligned(&lanes.past2[stage + 1][lane]), V::load_aligned(&lanes.step[stage][lane])};
+    }
+
+    static void StoreState(const State& s, BiquadLanes& lanes, unsigned stage, unsigned lane) {
+        s.y1.store_aligned(&lanes.past1[stage + 1][lane]);
+        s.y2.store_aligned(&lanes.past2[stage + 1][lane]);
+        s.e1.store_aligned(&lanes.step[stage][lane]);
+    }
+
+    // The last step comes in last, which keeps the chain from sample to sample at one multiplication and one
+    // addition.
+    static V Tick(const Stage& c, State& s, V x, V x1, V x2) {
+        const V e = x * c.b0 + x1 * c.b1 + x2 * c.b2 - s.y2 * c.pull + s.e1 * c.carry;
+        const V y = s.y1 + e;
+        s.y2 = s.y1;
+        s.y1 = y;
+        s.e1 = e;
+        return y;
+    }
+
+    template <class ReadInput>
+    static void RunGroup(BiquadLanes& lanes, unsigned lane, float* rows, u32 frames, ReadInput readInput) {
+        const Stage first = LoadStage(lanes, 0, lane);
+        const Stage second = LoadStage(lanes, 1, lane);
+        State firstState = LoadState(lanes, 0, lane);
+        State secondState = LoadState(lanes, 1, lane);
+        V x1 = V::load_aligned(&lanes.past1[0][lane]);
+        V x2 = V::load_aligned(&lanes.past2[0][lane]);
+        for (u32 n = 0; n < frames; ++n) {
+            const V x = readInput(n);
+            const V y1 = firstState.y1;
+            const V y2 = firstState.y2;
+            const V y = Tick(first, firstState, x, x1, x2);
+            Tick(second, secondState, y, y1, y2).store_aligned(rows + n * bandCount + lane);
+            x2 = x1;
+            x1 = x;
+        }
+        x1.store_aligned(&lanes.past1[0][lane]);
+        x2.store_aligned(&lanes.past2[0][lane]);
+        StoreState(firstState, lanes, 0, lane);
+        StoreState(secondState, lanes, 1, lane);
+    }
+
+    static void Run(BiquadLanes& lanes, float* rows, u32 frames) {
+        for (unsigned lane = 0; lane < bandCount; lane += width) {
+            RunGroup(lanes, lane, rows, frames,
+                     [rows, lane](u32 n) { return V::load_aligned(rows + n * bandCount + lane); });
+        }
+    }
+
+    static void RunOnOneInput(BiquadLanes& lanes, const float* input, float* rows, u32 frames) {
+        for (unsigned lane = 0; lane < bandCount; lane += width) {
+            RunGroup(lanes, lane, rows, frames, [input](u32 n) { return V(input[n]); });
+        }
+    }
+};
+
+template <class Arch>
+struct Rectifiers {
+    using D = xsimd::batch<double, Arch>;
+    static constexpr unsigned width = D::size;
+    static constexpr unsigned maxFrames = 16;
+    static constexpr unsigned maxCells = maxFrames * bandCount;
+    /// The chain from sample to sample is long, so several vectors run side by side.
+    static constexpr unsigned chains = 2;
+
+    struct State {
+        D u1, y1, y2, v1, v2, envelope;
+    };
+
+    // One-pole and biquad, then clip, attack and release. Every factor between the rectifier and the control
+    // voltage is folded into the rectifier's gains and the bias.
+    static void Tick(const RectifierLanes& lanes, unsigned at, State& s, double* cell, double* envelopeCell) {
+        const D u = D::load_aligned(cell);
+        const D y = D::load_aligned(lanes.bias + at) - (u + s.u1) - D::load_aligned(lanes.poleA1 + at) * s.y1;
+        const D v = (y + s.y2) + (s.y1 + s.y1) - s.v2 * D::load_aligned(lanes.a2 + at) -
+                    s.v1 * D::load_aligned(lanes.a1 + at);
+        const D control = xsimd::max(v, D(0.0));
+        control.store_aligned(cell);
+        s.envelope = Smooth(lanes, s.envelope, control);
+        s.envelope.store_aligned(envelopeCell);
+        s.u1 = u;
+        s.y2 = s.y1;
+        s.y1 = y;
+        s.v2 = s.v1;
+        s.v1 = v;
+    }
+
+    // Near its target the envelope jumps there, as the smoothers of one band do.
+    static D Smooth(const RectifierLanes& lanes, D envelope, D target) {
+        const D coefficient =
+            xsimd::select(target <= envelope, D(lanes.releaseCoefficient), D(lanes.attackCoefficient));
+        const D e = (target - envelope) * coefficient;
+        const D end = xsimd::max(target * D(1e-12), D(1e-20));
+        return xsimd::select(xsimd::abs(e) >= end, envelope + e, target);
+    }
+
+    static State Load(const RectifierLanes& lanes, unsigned at) {
+        return {D::load_aligned(lanes.rectified1 + at), D::load_aligned(lanes.pole1 + at),
+                D::load_aligned(lanes.pole2 + at),      D::load_aligned(lanes.out1 + at),
+                D::load_aligned(lanes.out2 + at),       D::load_aligned(lanes.envelope + at)};
+    }
+
+    static void Store(const State& s, RectifierLanes& lanes, unsigned at) {
+        s.u1.store_aligned(lanes.rectified1 + at);
+        s.y1.store_aligned(lanes.pole1 + at);
+        s.y2.store_aligned(lanes.pole2 + at);
+        s.v1.store_aligned(lanes.out1 + at);
+        s.v2.store_aligned(lanes.out2 + at);
+        s.envelope.store_aligned(lanes.envelope + at);
+    }
+
+    static void RunChains(RectifierLanes& lanes, unsigned lane, double* signal, double* envelope,
+                          u32 frames) {
+        State states[chains];
+        for (unsigned k = 0; k < chains; ++k) {
+            states[k] = Load(lanes, lane + k * width);
+        }
+        for (u32 n = 0; n < frames; ++n) {
+            for (unsigned k = 0; k < chains; ++k) {
+                const unsigned at = lane + k * width;
+                Tick(lanes, at, states[k], signal + n * bandCount + at, envelope + n * bandCount + at);
+            }
+        }
+        for (unsigned k = 0; k < chains; ++k) {
+            Store(states[k], lanes, lane + k * width);
+        }
+    }
+
+    // Full-wave rectification, still in single precision: it has no memory that could build up error.
+    static void Rectify(const RectifierLanes& lanes, float* rows, u32 frames) {
+        using F = xsimd::batch<float, Arch>;
+        for (unsigned lane = 0; lane < bandCount; lane += F::size) {
+            const F gainPositive = F::load_aligned(lanes.gainPositive + lane);
+            const F gainNegative = F::load_aligned(lanes.gainNegative + lane);
+            for (u32 n = 0; n < frames; ++n) {
+                float* cell = rows + n * bandCount + lane;
+                const F x = F::load_aligned(cell);
+                (x * xsimd::select(x > F(0.0F), gainPositive, gainNegative)).store_aligned(cell);
+            }
+        }
+    }
+
+    static void ToDoubles(const float* floats, double* values, unsigned count) {
+        for (unsigned i = 0; i < count; ++i) {
+            values[i] = static_cast<double>(floats[i]);
+        }
+    }
+
+    static void ToFloats(const double* values, float* floats, unsigned count) {
+        for (unsigned i = 0; i < count; ++i) {
+            floats[i] = static_cast<float>(values[i]);
+        }
+    }
+
+    static void Run(RectifierLanes& lanes, float* rows, float* envelopes, u32 frames) {
+        alignas(64) double signal[maxCells];
+        alignas(64) double envelope[maxCells];
+        Rectify(lanes, rows, frames);
+        ToDoubles(rows, signal, frames * bandCount);
+        for (unsigned lane = 0; lane < bandCount; lane += chains * width) {
+            RunChains(lanes, lane, signal, envelope, frames);
+        }
+        ToFloats(signal, rows, frames * bandCount);
+        ToFloats(envelope, envelopes, frames * bandCount);
+    }
+};
+
+/// Exchange between band buffers and tiles, 4 x 4 samples at a time. Arch is a four-lane instruction set; in
+/// a source for wider ones the same code comes out shorter.
+template <class Arch>
+struct Exchange {
+    using V = xsimd::batch<float, Arch>;
+    static_assert(V::size == 4);
+
+    static void Transpose(V (&rows)[4]) {
+        const V low02 = xsimd::zip_lo(rows[0], rows[2]);
+        const V high02 = xsimd::zip_hi(rows[0], rows[2]);
+        const V low13 = xsimd::zip_lo(rows[1], rows[3]);
+        const V high13 = xsimd::zip_hi(rows[1], rows[3]);
+        rows[0] = xsimd::zip_lo(low02, low13);
+        rows[1] = xsimd::zip_hi(low02, low13);
+        rows[2] = xsimd::zip_lo(high02, high13);
+        rows[3] = xsimd::zip_hi(high02, high13);
+    }
+
+    static void Gather(const float* const* bands, u32 offset, u32 frames, LaneTile& tile) {
+        for (u32 band = 0; band < bandCount; band += 4) {
+            const float* const in[4] = {bands[band] + offset, bands[band + 1] + offset,
+                                        bands[band + 2] + offset, bands[band + 3] + offset};
+            float* row = &tile.samples[0][band];
+            for (u32 n = 0; n < frames; n += 4, row += 4 * bandCount) {
+                V rows[4] = {V::load_unaligned(in[0] + n), V::load_unaligned(in[1] + n),
+                             V::load_unaligned(in[2] + n), V::load_unaligned(in[3] + n)};
+                Transpose(rows);
+                for (u32 i = 0; i < 4; ++i) {
+                    rows[i].store_aligned(row + i * bandCount);
+                }
+            }
+        }
+    }
+
+    static void Scatter(const LaneTile& tile, u32 frames, float* const* bands, u32 offset) {
+        for (u32 band = 0; band < bandCount; band += 4) {
+            float* const out[4] = {bands[band] + offset, bands[band + 1] + offset, bands[band + 2] + offset,
+                                   bands[band + 3] + offset};
+            const float* row = &tile.samples[0][band];
+            for (u32 n = 0; n < frames; n += 4, row += 4 * bandCount) {
+                V rows[4] = {V::load_aligned(row), V::load_aligned(row + bandCount),
+                             V::load_aligned(row + 2 * bandCount), V::load_aligned(row + 3 * bandCount)};
+                Transpose(rows);
+                for (u32 i = 0; i < 4; ++i) {
+                    rows[i].store_unaligned(out[i] + n);
+                }
+            }
+        }
+    }
+
+    static void Sum(const LaneTile& tile, u32 frames, float* out) {
+        for (u32 n = 0; n < frames; n += 4) {
+            V rows[4];
+            for (u32 i = 0; i < 4; ++i) {
+                const float* row = tile.samples[n + i];
+                rows[i] = (V::load_aligned(row) + V::load_aligned(row + 4)) +
+                          (V::load_aligned(row + 8) + V::load_aligned(row + 12));
+            }
+            Transpose(rows);
+            ((rows[0] + rows[1]) + (rows[2] + rows[3])).store_unaligned(out + n);
+        }
+    }
+};
+
+template <class Arch>
+struct Amplifier {
+    /// Vectors as wide as they come, then a rest of less than one, in groups of four.
+    template <class Four>
+    static void Run(const AmplifierPins& pins, float scale, u32 frames) {
+        u32 n = 0;
+        for (; n + xsimd::batch<float, Arch>::size <= frames; n += xsimd::batch<float, Arch>::size) {
+            Step<Arch>(pins, scale, n);
+        }
+        for (; n + 4 <= frames; n += 4) {
+            Step<Four>(pins, scale, n);
+        }
+    }
+
+    template <class A>
+    static void Step(const AmplifierPins& pins, float scale, u32 n) {
+        using V = xsimd::batch<float, A>;
+        const V sum = V::load_unaligned(pins.noise + n) * V::load_unaligned(pins.second + n) +
+                      V::load_unaligned(pins.carrier + n) * V::load_unaligned(pins.first + n);
+        (sum * V(scale)).store_unaligned(pins.out + n);
+    }
+};
+
+/// Four is a four-lane instruction set that no other source instantiates.
+template <class Arch, class Four>
+constexpr VocoderKernels MakeKernels(const char* name) {
+    return {name,
+            &Bank<Arch>::Run,
+            &Bank<Arch>::RunOnOneInput,
+            &Exchange<Four>::Gather,
+            &Exchange<Four>::Scatter,
+            &Exchange<Four>::Sum,
+            &Amplifier<Arch>::template Run<Four>,
+            &Rectifiers<Arch>::Run};
+}
+
+} // namespace Velmora::Processor::kernels

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/filters/BiquadSection.h"
+#include "dsp/framework/UnitModule.h"
+#include "dsp/smoothing/SmootherLPF.h"
+#include "dsp/vectors/AlignedBuffer.h"
+#include "vocoder/core/gain/VCAGate.h"
+
+#include <string>
+
+namespace Velmora::Processor {
+
+/// Passes the highest part of the program past the filter banks: a sixth-order high-pass in two parts around
+/// a gate, and a second-order low-pass. "HFMode" 0 lets the hiss/buzz decision drive the gate, 1 holds it
+/// open. "HFLevel" is a plain factor.
+///
+/// Inputs: 0 the analysed program, 1 hiss control in volts. Output: 0.
+class HFChannel final : public dsp::UnitModule {
+public:
+    static constexpr u32 parameterCount = 9;
+    enum Parameter : u32 { FcHP, QHP, H0HP, FcLP, QLP, HFMode, HFLevel, AttackHF, ReleaseHF };
+
+    explicit HFChannel(std::string moduleName = "HFChannel");
+
+    void OnInitialize(float newSampleRate, u32 maxBlockSize) override;
+    void OnReset(bool hard) override;
+    bool UpdateParameters(dsp::ProcessContext& context) override;
+    bool Process(dsp::ProcessContext& context) override;
+    /// Both channels of a stereo core at once: the same samples as from two calls of Process.
+    static void ProcessPair(HFChannel& left, dsp::ProcessContext& leftContext, HFChannel& right,
+                            dsp::ProcessContext& rightContext);
+
+private:
+    void UpdateFilters();
+    const float* GateControl(const dsp::ProcessContext& context) const;
+    void Heal(const dsp::ProcessContext& context);
+
+    dsp::BiquadSection hp1;
+    dsp::BiquadSection hp2;
+    dsp::BiquadSection hp3;
+    dsp::BiquadSection lowPass;
+    VCAGate gate;
+    dsp::SmootherLPF levelSmoother{0.1};
+    float sampleRate = 1.0F;
+    /// 0: gated by the decision, 1: open.
+    i32 mode = 0;
+    float outputGain = 0.0F;
+
+    dsp::BlockPool buffers;
+    float* highPassed = nullptr;
+    float* gated = nullptr;
+    float* openControl = nullptr;
+};
+
+} // namespace Velmora::Processor

@@ -1,0 +1,199 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "dsp/effects/flanger/Flanger.h"
+
+#include "rigs/EffectRig.h"
+
+#include <numeric>
+
+namespace {
+
+using namespace orphia::test;
+using Velmora::dsp::Flanger;
+using Velmora::dsp::FlangerSettings;
+
+/// One side like the other, without feedback.
+const Settings plain = {{Flanger::StereoPhase, 0.0F}, {Flanger::Feedback, 0.0F}, {Flanger::Delay, 3.0F}};
+const Settings still = {{Flanger::StereoPhase, 0.0F}, {Flanger::Depth, 0.0F}};
+
+/// The delay of the wet sound in ms over 2 s.
+Signal Way(const Settings& settings, u32 side = 0) {
+    const Signal ramp = SlowRamp(88200);
+    const auto flanger = Make<Flanger>(plain, {{Flanger::DryWetMode, 1.0F}});
+    Set(*flanger, settings);
+    return DelaysOf(Play(*flanger, ramp, ramp)[side], 0);
+}
+
+} // namespace
+
+TEST(FlangerTest, TheCombHasItsNotchesAndPeaksWhereTheClosedFormPutsThem) {
+    for (const float rate : {44100.0F, 192000.0F}) {
+        for (const float feedback : {0.0F, 0.6F, -0.6F}) {
+            for (const float invert : {0.0F, 1.0F}) {
+                const Signal impulse = Impulse(static_cast<std::size_t>(rate * 0.2F) / 4 * 4);
+                const auto flanger = Make<Flanger>(
+                    still, {{Flanger::Delay, 2.0F}, {Flanger::Feedback, feedback}, {Flanger::Invert, invert}},
+                    rate);
+                const Signal out = Play(*flanger, impulse, impulse)[0];
+                // Peaks and notches of a delay of 2 ms lie at whole and half multiples of 500 Hz.
+                for (double hz = 500.0; hz < 5000.0; hz += 125.0) {
+                    const auto late = std::polar(1.0, -2.0 * Velmora::Test::pi * hz * 0.002);
+                    const auto g = static_cast<double>(feedback);
+                    const double wet = (invert > 0.0F ? -1.0 : 1.0) * std::sqrt(1.0 - g * g);
+                    // What is fed back loses its DC.
+                    const std::complex<double> pole(0.0, hz / 20.0);
+                    const auto loop = g * late * pole / (1.0 + pole);
+                    const auto expected = std::sqrt(0.5) * (1.0 + wet * late / (1.0 - loop));
+                    EXPECT_LT(std::abs(Transform(out, hz, static_cast<double>(rate)) - expected), 0.025)
+                        << hz << " Hz, feedback " << g << ", rate " << rate << ", expected " << expected;
+                }
+            }
+        }
+    }
+}
+
+TEST(FlangerTest, ThroughZeroDelaysTheDrySoundByTheDelayAndCancelsItAtTheCrossing) {
+    const Signal input = Tone(8800, 441.0, 44100.0, 0.5);
+    const Settings late = {
+        {Flanger::ThroughZero, 1.0F}, {Flanger::Delay, 441.0F / 44.1F}, {Flanger::DryWet, 0.0F}};
+    const Signal delayed = Play(*Make<Flanger>(still, late), input, input)[0];
+    EXPECT_EQ(Peak(Signal(delayed.begin(), delayed.begin() + 430)), 0.0F);
+    for (std::size_t n = 1000; n < 8800; ++n) {
+        ASSERT_NEAR(delayed[n], input[n - 441], 0.002F);
+    }
+    const Signal noise = Noise(8800, 0.5F, 1);
+    const Settings against = {{Flanger::ThroughZero, 1.0F}, {Flanger::Invert, 1.0F}};
+    const auto opposed = Make<Flanger>(plain, against);
+    opposed->SetParameterValue(Flanger::Depth, 0.0F);
+    for (const Signal& side : Play(*opposed, noise, noise)) {
+        EXPECT_LT(Peak(side), 1e-6F) << "both at one place";
+    }
+
+    // A swing of 1 Hz crosses each half second; with "Manual", where the sine makes up for it.
+    for (const float manual : {0.0F, -1.0F}) {
+        const Signal tone = Tone(44000, 1000.0, 44100.0, 0.5);
+        const auto swinging = Make<Flanger>(plain, against);
+        Set(*swinging, {{Flanger::Depth, 2.0F}, {Flanger::Freq, 1.0F}, {Flanger::Manual, manual}});
+        const Signal out = Play(*swinging, tone, tone)[0];
+        const double turn = std::asin(-static_cast<double>(manual) / 2.0) / (2.0 * Velmora::Test::pi);
+        // Of the two crossings the one in the second half of the cycle's way down.
+        const double seconds = 0.5 - turn;
+        const auto around = [&](double at) {
+            const auto from = out.begin() + static_cast<std::ptrdiff_t>(at * 44100.0) - 44;
+            return Peak(Signal(from, from + 88));
+        };
+        EXPECT_LT(around(seconds), 0.1F) << manual;
+        EXPECT_GT(around(seconds + 0.04), 0.5F) << manual;
+        EXPECT_GT(around(seconds - 0.04), 0.5F) << manual;
+    }
+}
+
+TEST(FlangerTest, TheSwingHasItsMiddleDepthRateShapeAndPhase) {
+    constexpr std::ptrdiff_t start = 500;
+    constexpr std::size_t cycle = 22050;
+    const Settings swing = {{Flanger::Delay, 4.0F}, {Flanger::Depth, 1.0F}, {Flanger::Freq, 2.0F}};
+    for (u32 shape = 0; shape < 4; ++shape) {
+        Settings settings = swing;
+        settings.emplace_back(Flanger::LFOShape, static_cast<float>(shape));
+        const Signal way = Way(settings);
+        const auto [least, most] = std::minmax_element(way.begin() + start, way.end());
+        const float slack = shape == FlangerSettings::Random ? 0.9F : 0.01F;
+        EXPECT_NEAR(*least, 3.0F, slack) << shape;
+        EXPECT_NEAR(*most, 5.0F, slack) << shape;
+        if (shape != FlangerSettings::Random) {
+            const auto from = way.begin() + static_cast<std::ptrdiff_t>(cycle);
+            const double mean = std::accumulate(from, from + static_cast<std::ptrdiff_t>(cycle), 0.0) /
+                                static_cast<double>(cycle);
+            // The even shape is longer at the short delays: the mean of 2 u^2 - 1 over 0..1 is -1/3.
+            EXPECT_NEAR(mean, shape == FlangerSettings::Even ? 4.0 - 1.0 / 3.0 : 4.0, 0.01) << shape;
+        }
+        settings.emplace_back(Flanger::StereoPhase, 90.0F);
+        const Signal ahead = Way(settings, 1);
+        for (std::size_t n = start; n + cycle / 4 < way.size(); n += 100) {
+            ASSERT_NEAR(ahead[n], way[n + cycle / 4], 0.01F) << "shape " << shape << ", frame " << n;
+        }
+    }
+    const Signal shallow = Way({{Flanger::Delay, 0.3F}, {Flanger::Depth, 2.0F}, {Flanger::Freq, 2.0F}});
+    EXPECT_NEAR(*std::min_element(shallow.begin() + start, shallow.end()), 13.0F / 44.1F, 0.01F);
+    EXPECT_NEAR(Way({{Flanger::Delay, 4.0F}, {Flanger::Depth, 0.0F}, {Flanger::Manual, 1.5F}})[5000], 5.5F,
+                0.01F);
+}
+
+TEST(FlangerTest, InTimeWithASongTheSwingFallsIntoStepWithIt) {
+    const Settings synced = {
+        {Flanger::TempoSync, 1.0F}, {Flanger::SyncRate, 7.0F}, {Flanger::LFOShape, 1.0F}};
+    const Signal noise = Noise(44000, 0.5F, 2);
+    const Signal more = Noise(4400, 0.5F, 3);
+    std::vector<Signal> heard;
+    for (const std::size_t before : {440U, 8800U, 22000U}) {
+        const auto flanger = Make<Flanger>(synced);
+        const Signal start(noise.begin(), noise.begin() + static_cast<std::ptrdiff_t>(before));
+        Play(*flanger, start, start);
+        for (int second = 0; second < 4; ++second) {
+            Play(*flanger, noise, noise,
+                 {0, 0.0F, 150.0F, true, 10.0F + 2.5F * static_cast<float>(second) * 44000.0F / 44100.0F});
+        }
+        heard.push_back(
+            Play(*flanger, more, more, {0, 0.0F, 150.0F, true, 10.0F + 10.0F * 44000.0F / 44100.0F})[0]);
+    }
+    for (std::size_t n = 0; n < more.size(); ++n) {
+        ASSERT_NEAR(heard[0][n], heard[1][n], 0.02F);
+        ASSERT_NEAR(heard[0][n], heard[2][n], 0.02F);
+    }
+    // Without a song, two beats at 150 a minute are 0.8 s; without a tempo the rate is free.
+    const Settings slow = {{Flanger::Freq, 1.25F}, {Flanger::LFOShape, 1.0F}};
+    const auto expected = Play(*Make<Flanger>(slow), noise, noise);
+    EXPECT_EQ(Play(*Make<Flanger>(synced), noise, noise, {0, 0.0F, 150.0F}), expected);
+    EXPECT_EQ(Play(*Make<Flanger>(synced, slow), noise, noise, {0, 0.0F, notANumber, true}), expected);
+}
+
+TEST(FlangerTest, DryWetIsExactAtItsEndsAndKeepsTheLevelBetween) {
+    const Signal noise = Noise(88000, 0.5F, 3);
+    for (const float feedback : {0.0F, 0.7F, -0.9F}) {
+        for (const float mix : {0.0F, 0.5F, 1.0F}) {
+            const Settings settings = {{Flanger::DryWet, mix}, {Flanger::Feedback, feedback}};
+            const Signal out = Play(*Make<Flanger>(settings), noise, noise)[0];
+            EXPECT_NEAR(20.0 * std::log10(Rms(out, 2000) / Rms(noise, 2000)), 0.0, 1.5)
+                << mix << ", " << feedback;
+            EXPECT_EQ(out == noise, mix == 0.0F);
+        }
+    }
+    EXPECT_EQ(Play(*Make<Flanger>({{Flanger::DryWet, 1.0F}}), noise, noise),
+              Play(*Make<Flanger>({{Flanger::DryWet, 0.2F}, {Flanger::DryWetMode, 1.0F}}), noise, noise));
+}
+
+TEST(FlangerTest, TheLoopDecaysAndStaysBoundedAtTheMostFeedback) {
+    Signal tone = Tone(88000, 500.0, 44100.0, 1.0);
+    std::fill(tone.begin() + 44000, tone.end(), 0.0F);
+    Signal level = tone;
+    std::fill(level.begin(), level.begin() + 44000, 0.5F);
+    for (const float feedback : {-9.0F, 9.0F}) {
+        const Settings ringing = {
+            {Flanger::DryWetMode, 1.0F}, {Flanger::Feedback, feedback}, {Flanger::Delay, 2.0F}};
+        const Signal out = Play(*Make<Flanger>(still, ringing), tone, tone)[0];
+        EXPECT_LT(Peak(out), 5.0F);
+        EXPECT_LT(Peak(out, 66000), 0.001F);
+        const Signal direct = Play(*Make<Flanger>(still, ringing), level, level)[0];
+        EXPECT_NEAR(direct[43000], 0.5F * std::sqrt(1.0F - 0.97F * 0.97F), 0.01F) << "the DC passes once";
+    }
+}
+
+TEST(FlangerTest, ControlsAreSmoothAndNoneIsIdle) {
+    std::vector<Settings> where(Flanger::parameterCount, {{Flanger::Freq, 2.0F}});
+    where[Flanger::SyncRate].emplace_back(Flanger::TempoSync, 1.0F);
+    ExpectEveryParameterToAct<Flanger>(where);
+    ExpectModulationToMove<Flanger>({Flanger::DryWet, Flanger::Manual, Flanger::Depth},
+                                    {{Flanger::Freq, 2.0F}});
+    ExpectNoSteps<Flanger>({}, 0.003F);
+}
+
+TEST(FlangerTest, BlocksResetsAndFaultsLeaveNoTrace) {
+    ExpectNoTraceOfBlocksResetsAndFaults<Flanger>({{Flanger::Feedback, -0.9F},
+                                                   {Flanger::LFOShape, 3.0F},
+                                                   {Flanger::Freq, 5.0F},
+                                                   {Flanger::Drive, 0.5F}},
+                                                  {{Flanger::ThroughZero, 1.0F},
+                                                   {Flanger::LFOShape, 2.0F},
+                                                   {Flanger::Manual, 4.0F},
+                                                   {Flanger::Invert, 1.0F}},
+                                                  20.0F);
+}

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "dsp/envelopes/EnvFollower.h"
+
+#include "rigs/AllocationCounter.h"
+#include "rigs/StageRig.h"
+
+#include <utility>
+
+using namespace Velmora;
+using namespace Velmora::Test;
+using dsp::EnvFollower;
+
+namespace {
+
+constexpr double rate = 48000.0;
+using Values = std::vector<std::pair<u32, float>>;
+
+/// Unit gain, peaks, and the given values on top.
+std::unique_ptr<EnvFollower> MakeFollower(const Values& values = {}, double sampleRate = rate) {
+    auto follower = MakeStage<EnvFollower>(sampleRate);
+    follower->SetParameterValue(EnvFollower::fixedLinearGain, 1.0F);
+    follower->SetParameterValue(EnvFollower::rmsWindowDurationMs, 0.0F);
+    for (const auto& [id, value] : values) {
+        follower->SetParameterValue(id, value);
+    }
+    return follower;
+}
+
+/// Straight from the definitions: each window is summed from scratch, in double precision.
+Signal Model(const Signals& inputs, bool isStereo, int window, double gain, double threshold, double attack,
+             double release, double sampleRate) {
+    std::vector<double> x;
+    Signal out;
+    double e = 0.0;
+    for (std::size_t n = 0; n < inputs[0].size() / 4 * 4; ++n) {
+        const double left = std::abs(inputs[0][n]);
+        x.push_back(isStereo ? (left + std::abs(inputs[1][n])) / 2.0 : left);
+        double squares = 0.0;
+        for (int age = 0; age < window && age <= static_cast<int>(n); ++age) {
+            squares += x[n - static_cast<std::size_t>(age)] * x[n - static_cast<std::size_t>(age)];
+        }
+        const double rms = std::sqrt(squares / window);
+        double v = window == 1 ? x[n] * gain : rms;
+        v = v <= threshold ? 0.0 : v;
+        v *= window == 1 ? 1.0 : gain;
+        e += (v - e) * (1.0 - std::exp(-5.0 / ((v < e ? release : attack) * sampleRate)));
+        out.push_back(static_cast<float>(e));
+    }
+    return out;
+}
+
+} // namespace
+
+TEST(EnvFollowerTest, AgreesWithADirectModel) {
+    Signals inputs = {Noise(6000, 0.8F, 1), Noise(6000, 0.3F, 2)};
+    for (std::size_t n = 2000; n < 3500; ++n) {
+        inputs[0][n] = inputs[1][n] *= 0.01F;
+    }
+    struct Case {
+        float windowMs;
+        int window;
+        double sampleRate = rate;
+    };
+    for (const Case& c : {Case{0.0F, 1},
+                          {0.03F, 1},
+                          {0.05F, 2},
+                          {0.064F, 3},
+                          {1.0F, 48},
+                          {12.34F, 592},
+                          {100.0F, 4800},
+                          {0.0F, 1, 192000.0},
+                          {1.0F, 192, 192000.0}}) {
+        for (const bool isStereo : {false, true}) {
+            auto follower = MakeFollower({{EnvFollower::rmsWindowDurationMs, c.windowMs},
+                                          {EnvFollower::stereoInput, isStereo ? 0.51F : 0.5F},
+                                          {EnvFollower::fixedLinearGain, 2.0F},
+                                          {EnvFollower::threshold, -20.0F},
+                                          {EnvFollower::thresholdActive, 0.01F},
+                                          {EnvFollower::attack, 0.003F},
+                                          {EnvFollower::release, 0.02F}},
+                                         c.sampleRate);
+            const Signal got = Render(*follower, inputs, 1, {44, 4, 0, 100})[0];
+            const Signal expected = Model(inputs, isStereo, c.window, 2.0, 0.1, 0.003, 0.02, c.sampleRate);
+            for (std::size_t n = 0; n < got.size(); ++n) {
+                ASSERT_NEAR(got[n], expected[n], 1e-5)
+                    << c.windowMs << " ms, stereo " << isStereo << ", frame " << n;
+            }
+        }
+    }
+}
+
+TEST(EnvFollowerTest, AChangeOfTheWindowClearsTheEnvelopeAndAllocatesNothing) {
+    const Signals noise = {Noise(4400, 0.5F, 4)};
+    for (const float windowMs : {0.0F, 100.0F}) {
+        auto fresh = MakeFollower({{EnvFollower::rmsWindowDurationMs, windowMs}});
+        auto follower = MakeFollower({{EnvFollower::rmsWindowDurationMs, 30.0F}});
+        Render(*follower, noise, 1);
+        follower->SetParameterValue(EnvFollower::rmsWindowDurationMs, windowMs);
+        const orphia_reference::AllocationCounter allocations;
+        dsp::ProcessContext context;
+        follower->UpdateParameters(context);
+        EXPECT_EQ(allocations.Count(), 0U);
+        EXPECT_TRUE(follower->needsUpdate);
+        ExpectSame(Render(*follower, noise, 1), Render(*fresh, noise, 1), "after the change");
+    }
+}
+
+TEST(EnvFollowerTest, SilenceIsExactEvenAfterAnAbsurdlyLoudPassage) {
+    auto follower = MakeFollower({{EnvFollower::rmsWindowDurationMs, 9.99F}});
+    for (u32 seed = 1; seed < 9; ++seed) {
+        ExpectFinite(Render(*follower, {Noise(4800, 9e5F, seed)}, 1));
+        EXPECT_EQ(Render(*follower, {Signal(24000, 0.0F)}, 1)[0].back(), 0.0F) << "seed " << seed;
+    }
+    EXPECT_EQ(Render(*follower, {Noise(4800, 1e-4F, 9)}, 1)[0].back(), 0.0F) << "a noise floor";
+}

@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "engine/expression/IAftertouchAndMPEManager.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <functional>
+#include <numeric>
+#include <random>
+
+using Velmora::i32;
+using Velmora::u32;
+using Velmora::u8;
+
+namespace {
+
+constexpr u32 voiceCount = 32;
+
+/// Stands for the modulation sources behind the hooks.
+class Recorder : public Velmora::engine::IAftertouchAndMPEManager<voiceCount> {
+public:
+    Recorder() {
+        std::iota(all.begin(), all.end(), 0U);
+        PrepareExpression(44100, 44);
+    }
+
+    void Run(u32 blocks) {
+        for (u32 i = 0; i < blocks; ++i) {
+            UpdateExpression(all);
+        }
+    }
+    void Settle() { Run(45); }
+
+    /// What the matrix reads as source 5 of a voice.
+    float Source5(u32 voice) const { return perVoice ? aftertouch[voice] : globalAftertouch; }
+
+    std::array<u32, voiceCount> all{};
+    std::array<int, voiceCount> notes{};
+    bool perVoice = false;
+    float globalAftertouch = 0.0F;
+    std::array<float, voiceCount> aftertouch{};
+    std::array<float, voiceCount> brightness{};
+
+private:
+    void OnPerVoiceAftertouch(bool separate) override {
+        EXPECT_NE(separate, perVoice);
+        perVoice = separate;
+    }
+    void WriteVoiceAftertouch(u32 voice, float value) override {
+        EXPECT_TRUE(perVoice) << "the voice's buffer is the global one";
+        aftertouch[voice] = value;
+    }
+    void WriteGlobalAftertouch(float value) override { globalAftertouch = value; }
+    void WriteVoiceBrightness(u32 voice, float value) override { brightness[voice] = value; }
+    i32 FindExpressionVoice(u8 note, u8 /*channel*/, u32 from) const override {
+        const auto found = std::find(notes.begin() + from, notes.end(), note);
+        return found == notes.end() ? noVoice : static_cast<i32>(found - notes.begin());
+    }
+};
+
+TEST(ExpressionManager, SlidesStraightAndArrivesAfterFortyMilliseconds) {
+    for (const float rate : {22050.0F, 44100.0F, 192000.0F}) {
+        for (const u32 block : {4U, 44U, 192U}) {
+            Recorder manager;
+            manager.PrepareExpression(rate, block);
+            manager.SetMpeEnabled(true);
+            manager.StartVoiceExpression(7, 3);
+            const double whole = 0.04 * rate / block;
+            for (u32 tick = 1; tick <= whole + 1; ++tick) {
+                // Said again and again, which must not stretch the slide.
+                manager.SetGlobalBend(-4);
+                manager.SetChannelBend(3, 16);
+                manager.SetChannelPressure(3, 1);
+                manager.SetChannelBrightness(3, 0.5F);
+                manager.Run(1);
+                const double way = std::min(tick / whole, 1.0);
+                ASSERT_NEAR(manager.PitchOffset(7), 12 * way, 1e-3) << rate << " Hz, tick " << tick;
+                ASSERT_NEAR(manager.PitchOffset(8), -4 * way, 1e-3) << "a voice of no channel";
+                ASSERT_NEAR(manager.Source5(7), way, 1e-4);
+                ASSERT_NEAR(manager.brightness[7], 0.5 * way, 1e-4);
+            }
+            EXPECT_EQ(manager.PitchOffset(7), 12.0F) << rate << " Hz, block " << block;
+        }
+    }
+}
+
+TEST(ExpressionManager, StartsANoteWhereItsChannelIsHeading) {
+    Recorder manager;
+    manager.SetMpeEnabled(true);
+    manager.StartVoiceExpression(16, 7);
+    manager.ReleaseVoiceExpression(16);
+    manager.SetChannelBend(7, 24);
+    manager.SetChannelPressure(7, 0.5F);
+    manager.SetChannelBrightness(7, 0.25F);
+    manager.StartVoiceExpression(0, 7);
+    EXPECT_EQ(manager.PitchOffset(0), 24.0F);
+    EXPECT_EQ(manager.Source5(0), 0.5F);
+    EXPECT_EQ(manager.brightness[0], 0.25F);
+    EXPECT_EQ(manager.PitchOffset(16), 0.0F) << "the voice before it must not jump along";
+    // A held note that shares the channel must not jump: the newcomer joins its slide.
+    manager.SetChannelBend(7, 12);
+    manager.Run(10);
+    const float underway = manager.PitchOffset(0);
+    manager.StartVoiceExpression(20, 7);
+    EXPECT_EQ(manager.PitchOffset(0), underway);
+    EXPECT_EQ(manager.PitchOffset(20), underway);
+    manager.ResetExpression();
+    manager.StartVoiceExpression(21, 7);
+    EXPECT_EQ(manager.PitchOffset(21), 12.0F) << "nobody is left to share the channel with";
+}
+
+TEST(ExpressionManager, StartsTheFirstNoteOfAPhraseWithoutASlideOfTheWheel) {
+    Recorder manager;
+    manager.SetGlobalBend(2);
+    manager.SetGlobalAftertouch(0.5F);
+    manager.StartVoiceExpression(0, 0);
+    manager.Run(1);
+    EXPECT_EQ(manager.PitchOffset(0), 2.0F);
+    EXPECT_EQ(manager.Source5(0), 0.5F);
+    manager.SetGlobalBend(0);
+    manager.StartVoiceExpression(1, 0);
+    EXPECT_EQ(manager.PitchOffset(0), 2.0F) << "voice 0 sounds and would click";
+    manager.ReleaseVoiceExpression(0);
+    manager.ReleaseVoiceExpression(1);
+    manager.globalAftertouch = 0; // the engine clears the source with the last key
+    manager.StartVoiceExpression(2, 0);
+    manager.Settle();
+    EXPECT_EQ(manager.Source5(2), 0.5F);
+}
+
+/// The policy without its slides: what every voice must have come to once all is settled.
+class SettledModel {
+public:
+    struct Voice {
+        bool sounds = false;
+        bool isReleased = false;
+        u32 channel = 0;
+        bool follows = false;
+        float bend = 0, pressure = 0, brightness = 0;
+    };
+    void Start(u32 voice, u32 channel) {
+        for (Voice& other : voices) {
+            other.follows = other.follows && !(other.isReleased && other.channel == channel);
+        }
+        voices[voice] = {true, false, channel, true};
+    }
+    void Follow() {
+        for (Voice& voice : voices) {
+            if (voice.follows) {
+                voice.bend = bend[voice.channel];
+                voice.pressure = pressure[voice.channel];
+                voice.brightness = brightness[voice.channel];
+            }
+        }
+    }
+    std::array<Voice, voiceCount> voices{};
+    std::array<float, 16> bend{}, pressure{}, brightness{};
+    float globalBend = 0, globalPressure = 0, globalBrightness = 0;
+};
+
+void PerformAtRandom(std::mt19937& random, Recorder& manager, SettledModel& model) {
+    const u32 voice = random() % voiceCount;
+    const u32 channel = random() % 16;
+    const u8 sent = static_cast<u8>(channel + (random() % 2) * 16); // the upper bits say nothing
+    const float value = static_cast<float>(random() % 1000) / 1000;
+    const std::function<void()> actions[] = {
+        [&] {
+            manager.StartVoiceExpression(voice, sent);
+            model.Start(voice, channel);
+        },
+        [&] {
+            manager.ReleaseVoiceExpression(voice);
+            model.voices[voice].isReleased = model.voices[voice].sounds;
+        },
+        [&] {
+            manager.EndVoiceExpression(voice);
+            model.voices[voice] = {};
+        },
+        [&] { manager.SetGlobalBend(model.globalBend = value * 4 - 2); },
+        [&] { manager.SetGlobalAftertouch(model.globalPressure = value); },
+        [&] { manager.SetGlobalBrightness(model.globalBrightness = value); },
+        [&] { manager.SetChannelBend(sent, model.bend[channel] = value * 96 - 48); },
+        [&] { manager.SetChannelPressure(sent, model.pressure[channel] = value); },
+        [&] { manager.SetChannelBrightness(sent, model.brightness[channel] = value); },
+    };
+    actions[random() % std::size(actions)]();
+    model.Follow();
+}
+
+TEST(ExpressionManager, AgreesWithASimpleModelThroughARandomPerformance) {
+    std::mt19937 random(7);
+    Recorder manager;
+    SettledModel model;
+    manager.SetMpeEnabled(true);
+    for (u32 step = 0; step < 4000; ++step) {
+        PerformAtRandom(random, manager, model);
+        manager.Settle();
+        for (u32 i = 0; i < voiceCount; ++i) {
+            const auto& voice = model.voices[i];
+            if (!voice.sounds) {
+                continue;
+            }
+            const auto upToOne = [](float a, float b) { return std::min(a + b, 1.0F); };
+            SCOPED_TRACE(testing::Message() << "step " << step << ", voice " << i);
+            ASSERT_NEAR(manager.PitchOffset(i), model.globalBend + voice.bend, 1e-5);
+            ASSERT_NEAR(manager.Source5(i), upToOne(model.globalPressure, voice.pressure), 1e-6);
+            ASSERT_NEAR(manager.brightness[i], upToOne(model.globalBrightness, voice.brightness), 1e-6);
+        }
+    }
+}
+
+TEST(ExpressionManager, FollowsTheKindOfAftertouchThatWasPlayedLast) {
+    Recorder manager;
+    manager.notes = {60, 64, 60};
+    for (const u32 voice : {0U, 1U, 2U}) {
+        manager.StartVoiceExpression(voice, 0);
+    }
+    manager.SetGlobalAftertouch(0.8F);
+    manager.Settle();
+    manager.SetNotePressure(60, 0, 0.25F);
+    manager.Run(1);
+    for (const u32 voice : {0U, 1U, 2U}) {
+        EXPECT_NEAR(manager.Source5(voice), 0.8, 0.03) << "slides from what it heard";
+    }
+    manager.Settle();
+    for (const u32 voice : {0U, 1U, 2U}) {
+        EXPECT_EQ(manager.Source5(voice), voice == 1 ? 0.0F : 0.25F) << "two voices play the note";
+    }
+    manager.StartVoiceExpression(2, 0);
+    EXPECT_EQ(manager.Source5(2), 0.0F) << "a new key is not pressed yet";
+    manager.SetGlobalAftertouch(0.8F);
+    manager.Run(1);
+    EXPECT_EQ(manager.Source5(1), 0.8F);
+}
+
+} // namespace

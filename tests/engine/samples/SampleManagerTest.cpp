@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "rigs/ScriptedSampleManager.h"
+#include "rigs/TestFiles.h"
+#include "support/CLog.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace orphia::test;
+using Names = ScriptedSampleManager::Names;
+using Slots = std::vector<u32>;
+
+constexpr u32 slotCount = RandomRig::slotCount;
+
+class SampleManager : public testing::Test {
+protected:
+    SampleManager() { AudioThread::faults = 0; }
+    ~SampleManager() override {
+        EXPECT_EQ(AudioThread::faults, 0U) << "allocations and frees of audio threads";
+    }
+    std::string Held(u32 slot) { return manager.Held(slot); }
+
+    ScriptedSampleManager manager;
+};
+
+TEST_F(SampleManager, OneFileForManySlotsIsReadOnceAndArrivesInOneBlock) {
+    manager.SetOpen(false);
+    for (const u32 slot : {7U, 2U, 0U}) {
+        EXPECT_TRUE(manager.Ask(slot, "a"));
+    }
+    manager.Block();
+    manager.WaitForDecoding("a");
+    manager.Ask(9, "a"); // while it loads
+    EXPECT_TRUE(manager.IsLoading());
+    manager.SetOpen(true);
+    while (manager.Updated().empty()) {
+        manager.Block();
+    }
+    EXPECT_EQ(manager.TakeUpdated(), (Slots{0, 2, 7, 9}));
+    EXPECT_FALSE(manager.IsLoading());
+    manager.Ask(11, "a"); // when it is there: shared at once
+    EXPECT_EQ(manager.TakeUpdated(), Slots{11});
+    for (const u32 slot : {0U, 2U, 9U, 11U}) {
+        EXPECT_EQ(manager.Sample(slot), manager.Sample(7)) << slot;
+    }
+    EXPECT_EQ(manager.Decoded(), Names{"a"});
+}
+
+TEST_F(SampleManager, AFileThatGivesNoSampleLeavesTheSlotUsable) {
+    const TemporaryFolder folder;
+    auto& log = Velmora::CLog::GetInstance();
+    log.SetFile((folder / "log").string());
+    for (const std::string bad : {"bad", "throw", "memory", "odd"}) {
+        SCOPED_TRACE(bad);
+        manager.Ask(0, "a");
+        manager.Ask(5, "c");
+        manager.Settle();
+        manager.TakeUpdated();
+        manager.Ask(0, bad);
+        manager.Settle();
+        EXPECT_EQ(Held(0), "a") << "the old sample stays";
+        manager.Ask(1, "");
+        manager.Ask(0, bad); // ignored
+        manager.Ask(1, bad); // waits for what does not come
+        manager.Settle();
+        EXPECT_EQ(manager.TakeUpdated(), Slots{});
+        EXPECT_EQ(manager.CountDecoded(bad), 1);
+        // Any other file works, for both, and the slot that had failed passes it on at once.
+        manager.Ask(1, "b" + bad);
+        manager.Ask(0, "c");
+        manager.Ask(5, "");
+        manager.Settle();
+        EXPECT_EQ(Held(1), "b" + bad);
+        manager.Ask(2, "c");
+        EXPECT_EQ(Held(2), "c");
+        manager.Ask(2, "");
+    }
+    log.SetFile("");
+    const std::string text = ReadText(folder / "log");
+    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 3) << text;
+    for (const char* line :
+         {"audio_engine |   error | Could not load throw: broken decoder",
+          "Could not load memory: std::bad_alloc", "Could not load odd: unknown exception"}) {
+        EXPECT_NE(text.find(line), std::string::npos) << text;
+    }
+}
+
+TEST_F(SampleManager, ASlotNeverWaitsForItself) {
+    manager.Ask(1, "once");
+    manager.Settle();
+    manager.Ask(1, "a"); // not dispatched, so that slot 0 has to load, and slot 1 to wait for it
+    manager.Ask(0, "once");
+    manager.Ask(1, "once");
+    manager.Settle();
+    EXPECT_EQ(Held(0), "");
+    manager.Ask(0, "b");
+    manager.Settle();
+    manager.Ask(0, "once");
+    EXPECT_EQ(Held(0), "once");
+}
+
+TEST_F(SampleManager, AFullCommandQueuePostponesRequests) {
+    std::array<char, 32> threadName{};
+    manager.PostToWorker(
+        [&](bool) { pthread_getname_np(pthread_self(), threadName.data(), threadName.size()); });
+    manager.SetOpen(false);
+    manager.Ask(0, "held");
+    manager.Block();
+    manager.WaitForDecoding("held");
+    EXPECT_STREQ(threadName.data(), "Resource worker");
+    for (u32 i = 0; i < 12; ++i) {
+        EXPECT_TRUE(manager.PostToWorker([](bool) { throw std::runtime_error("no harm"); }));
+    }
+    EXPECT_FALSE(manager.PostToWorker([](bool) {}));
+    for (u32 slot = 0; slot < slotCount; ++slot) {
+        manager.Ask(slot, std::to_string(slot));
+    }
+    manager.Ask(0, "the thirteenth");
+    manager.Block();
+    manager.SetOpen(true);
+    manager.Settle();
+    EXPECT_EQ(Held(0), "the thirteenth");
+    for (u32 slot = 1; slot < slotCount; ++slot) {
+        EXPECT_EQ(Held(slot), std::to_string(slot));
+    }
+    EXPECT_EQ(manager.Decoded().size(), 1U + 12U) << "nothing is read that nobody wants any more";
+}
+
+TEST_F(SampleManager, AFullResultQueueHoldsUpTheWorkerUntilTheEndOfTheManager) {
+    std::vector<int> seen;
+    std::atomic<int> posted{0};
+    bool accepted = true;
+    {
+        ScriptedSampleManager other;
+        other.PostToWorker([&](bool) {
+            for (; accepted; ++posted) {
+                accepted = other.PostToAudio([&seen, i = posted.load()](bool) { seen.push_back(i); });
+            }
+        });
+        while (seen.size() < 40) {
+            other.RunResults();
+        }
+        const int room = static_cast<int>(seen.size()) + 12;
+        while (posted < room) {
+            std::this_thread::yield();
+        }
+    }
+    EXPECT_FALSE(accepted);
+    EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
+    EXPECT_EQ(seen.back() + 1, static_cast<int>(seen.size())) << "results got lost";
+}
+
+TEST_F(SampleManager, ASampleLivesAsLongAsItIsHeldAndTheWorkerFreesIt) {
+    const auto& living = ScriptedSampleManager::livingSamples;
+    manager.Ask(0, "a");
+    manager.Settle();
+    std::shared_ptr<const Velmora::dsp::SampleData> played = manager.Sample(0);
+    manager.Ask(0, "b");
+    manager.Settle();
+    manager.Ask(1, "c"); // goes through the worker, hence after one of its sweeps
+    manager.Settle();
+    EXPECT_EQ(living, 3);
+    {
+        const AudioThread audio;
+        played = nullptr;
+    }
+    while (living != 2) {
+        std::this_thread::yield(); // for the worker's next sweep
+    }
+}
+
+TEST_F(SampleManager, RefusesSlotsAndPathsOutOfRange) {
+    const std::string longest(256, 'x');
+    EXPECT_FALSE(manager.Ask(12, "a"));
+    EXPECT_FALSE(manager.Ask(0xFFFFFFFFU, ""));
+    EXPECT_FALSE(manager.Ask(0, std::string(3, '\0')));
+    EXPECT_FALSE(manager.Ask(0, longest + "x"));
+    EXPECT_FALSE(manager.IsLoading());
+    EXPECT_EQ(manager.Sample(12), nullptr);
+    EXPECT_TRUE(manager.Ask(0, longest));
+    manager.Settle();
+    EXPECT_EQ(Held(0), longest);
+}
+
+} // namespace

@@ -1,0 +1,227 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "processor/effects/FXContainer.h"
+
+#include "rigs/StageRig.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <random>
+
+namespace {
+
+using namespace Velmora::Test;
+using orphia::test::Peak;
+using Velmora::u32;
+using Velmora::dsp::Compressor;
+using Velmora::dsp::StereoPan;
+using Velmora::dsp::StereoPanSettings;
+using Velmora::Processor::FXContainer;
+using Velmora::Processor::FXVariant;
+
+constexpr float rate = 44100.0F;
+constexpr u32 block = 44;
+/// A second, in whole blocks.
+constexpr std::size_t second = 1000 * block;
+
+struct Rig {
+    std::unique_ptr<FXContainer> effects = std::make_unique<FXContainer>();
+
+    /// On, and with all fades, as hosts have it.
+    Rig() {
+        Own(FXContainer::Enable, 1.0F);
+        for (u32 slot = 0; slot < FXContainer::slotCount; ++slot) {
+            Set(slot, FXVariant::ParameterId(FXVariant::CrossfadeOnBypass), 1.0F);
+            Set(slot, FXVariant::ParameterId(FXVariant::FadeOnModuleChange), 1.0F);
+        }
+        effects->Initialize(rate, block);
+    }
+
+    void Set(u32 slot, u32 id, float value) {
+        effects->SetParameterValue(FXContainer::SlotId(slot, id), value);
+    }
+    void SetPan(u32 slot, StereoPan::Additional id, float value) {
+        Set(slot, FXVariant::IdOf(FXVariant::StereoPanType, StereoPan::ParameterId(id)), value);
+    }
+    void Choose(u32 slot, u32 type) {
+        Set(slot, FXVariant::ParameterId(FXVariant::ModuleType), static_cast<float>(type));
+    }
+    void Own(FXContainer::Additional id, float value) {
+        effects->SetParameterValue(FXContainer::ParameterId(id), value);
+    }
+    /// A panner that does not move.
+    void ChoosePan(u32 slot) {
+        Choose(slot, FXVariant::StereoPanType);
+        SetPan(slot, StereoPan::PanDepth, 0.0F);
+    }
+    Signals Play(const Signal& left, const Signal& right) {
+        return Velmora::Test::Render(*effects, {left, right}, 2, {block});
+    }
+    /// With a steady modulation at an input.
+    Signals PlayModulated(const Signal& left, const Signal& right, u32 input, float value) {
+        const Signal modulation(left.size(), value);
+        std::vector<const Signal*> inputs(8, nullptr);
+        inputs[0] = &left;
+        inputs[1] = &right;
+        inputs[input] = &modulation;
+        return orphia::test::Render(*effects, inputs, 2, orphia::test::BlockSplit::Of(block));
+    }
+};
+
+/// Bursts of a rough tone, at the level of speech.
+Signal Speech(u32 seed) {
+    Signal signal = Noise(2 * second, 0.05F, seed);
+    const Signal tone = Tone(signal.size(), 220.0, static_cast<double>(rate), 1.0);
+    for (std::size_t n = 0; n < signal.size(); ++n) {
+        const bool isLoud = n / 6000 % 3 != 2;
+        signal[n] = isLoud ? signal[n] + 0.25F * tone[n] * tone[n] * tone[n] : 0.1F * signal[n];
+    }
+    return signal;
+}
+
+double Difference(const Signals& a, const Signals& b) {
+    Signal rest(a[0].size());
+    for (std::size_t n = 0; n < rest.size(); ++n) {
+        rest[n] = std::abs(a[0][n] - b[0][n]) + std::abs(a[1][n] - b[1][n]);
+    }
+    return Rms(rest);
+}
+
+} // namespace
+
+TEST(FXContainerTest, ThreeEmptySlotsPassTheInputToTheBitInBothRoutings) {
+    const Signals inputs = {Noise(second, 1.0F, 1), Noise(second, 1.0F, 2)};
+    Rig rig;
+    EXPECT_EQ(rig.Play(inputs[0], inputs[1]), inputs);
+    rig.Own(FXContainer::Routing, 1.0F);
+    EXPECT_EQ(rig.Play(inputs[0], inputs[1]), inputs);
+}
+
+TEST(FXContainerTest, InSeriesTheFirstSlotComesFirstAndInParallelTheMeanIsHeard) {
+    Rig rig;
+    rig.ChoosePan(0);
+    rig.SetPan(0, StereoPan::Source, StereoPanSettings::LeftOnly);
+    rig.ChoosePan(1);
+    rig.SetPan(1, StereoPan::Polarity, StereoPanSettings::InvertedRight);
+    rig.ChoosePan(2);
+    rig.SetPan(2, StereoPan::Source, StereoPanSettings::Swapped);
+    const Signal left(second, 0.6F);
+    const Signal right(second, 0.3F);
+    Signals out = rig.Play(left, right);
+    EXPECT_NEAR(out[0].back(), -0.6F, 1e-5F);
+    EXPECT_NEAR(out[1].back(), 0.6F, 1e-5F);
+    rig.Own(FXContainer::Routing, 1.0F);
+    out = rig.Play(left, right);
+    EXPECT_NEAR(out[0].back(), (0.6F + 0.6F + 0.3F) / 3.0F, 1e-5F);
+    EXPECT_NEAR(out[1].back(), (0.6F - 0.3F + 0.6F) / 3.0F, 1e-5F);
+}
+
+TEST(FXContainerTest, SwitchedOffTheInputPassesAndNothingIsLeftOfTheEffects) {
+    Rig rig;
+    rig.Choose(0, FXVariant::DelayType);
+    rig.Choose(1, FXVariant::ReverbType);
+    const Signal noise = Noise(second, 0.5F, 3);
+    const Signal silence(second, 0.0F);
+    rig.Play(noise, noise);
+    EXPECT_GT(Peak(rig.Play(silence, silence)[0]), 0.001F) << "there is a tail";
+    rig.Play(noise, noise);
+    rig.Own(FXContainer::Enable, 0.0F);
+    const Signals inputs = {Noise(second, 0.5F, 4), Noise(second, 0.5F, 5)};
+    EXPECT_EQ(rig.Play(inputs[0], inputs[1]), inputs);
+    rig.Own(FXContainer::Enable, 1.0F);
+    EXPECT_EQ(Peak(rig.Play(silence, silence)[0]), 0.0F);
+}
+
+TEST(FXContainerTest, MayWorkInPlaceAndWithoutInputs) {
+    for (const float routing : {0.0F, 1.0F}) {
+        Rig separate;
+        Rig inPlace;
+        for (Rig* rig : {&separate, &inPlace}) {
+            rig->Own(FXContainer::Routing, routing);
+            rig->ChoosePan(1);
+            rig->SetPan(1, StereoPan::Source, StereoPanSettings::Swapped);
+        }
+        const Signal left = Noise(second, 0.5F, 6);
+        const Signal right = Noise(second, 0.5F, 7);
+        const Signals expected = separate.Play(left, right);
+        Signals channels = {left, right};
+        for (std::size_t n = 0; n < second; n += block) {
+            float* at[] = {&channels[0][n], &channels[1][n]};
+            const float* in[] = {at[0], at[1]};
+            Velmora::dsp::ProcessContext context;
+            context.inputs = in;
+            context.numInputs = 2;
+            context.outputs = at;
+            context.numOutputs = 2;
+            context.numFrames = block;
+            EXPECT_TRUE(Velmora::dsp::RunChild(*inPlace.effects, context));
+        }
+        EXPECT_EQ(channels, expected) << "routing " << routing;
+    }
+}
+
+TEST(FXContainerTest, EachTypeIsHeardAtOnceAboutAsLoudAsTheDrySound) {
+    const Signal left = Speech(8);
+    const Signal right = Speech(9);
+    for (u32 type = FXVariant::ReverbType; type < FXVariant::typeCount; ++type) {
+        Rig rig;
+        rig.Choose(1, type);
+        const Signals out = rig.Play(left, right);
+        const double loudness = 20.0 * std::log10(std::hypot(Rms(out[0], second), Rms(out[1], second)) /
+                                                  std::hypot(Rms(left, second), Rms(right, second)));
+        EXPECT_NEAR(loudness, 0.0, 3.0) << "type " << type;
+        if (type != FXVariant::ParamEqType) {
+            EXPECT_GT(Difference(out, {left, right}), 0.01) << "type " << type;
+        }
+    }
+}
+
+TEST(FXContainerTest, BothModulationSignalsOfASlotReachItsTypeAlone) {
+    const Signal left = Speech(10);
+    const Signal right = Speech(11);
+    for (u32 type = FXVariant::ReverbType; type < FXVariant::typeCount; ++type) {
+        const auto play = [&](u32 input) {
+            Rig rig;
+            rig.Choose(1, type);
+            // An equaliser that does something.
+            rig.Set(1, FXVariant::IdOf(FXVariant::ParamEqType, Velmora::dsp::ParamEq<5>::GainId(2)), 12.0F);
+            return input == 0 ? rig.Play(left, right) : rig.PlayModulated(left, right, input, -0.3F);
+        };
+        const Signals plain = play(0);
+        EXPECT_GT(Difference(play(3), plain), 0.003) << "first, type " << type;
+        if (type != FXVariant::ParamEqType) {
+            EXPECT_GT(Difference(play(6), plain), 0.003) << "second, type " << type;
+        }
+        for (const u32 ofOthers : {2U, 7U}) {
+            EXPECT_EQ(Difference(play(ofOthers), plain), 0.0) << "input " << ofOthers << ", type " << type;
+        }
+    }
+}
+
+TEST(FXContainerTest, ChangesOfTypeAndBypassDoNotClick) {
+    // Whole cycles, so that it runs on from one change to the next, which come away from zero.
+    Signal tone = Tone(8820, 200.0, static_cast<double>(rate), 0.4);
+    std::rotate(tone.begin(), tone.begin() + 50, tone.end());
+    std::mt19937 random(12);
+    Rig rig;
+    // Types without a delay, whose first echo would be the beginning of a tone.
+    const u32 types[] = {FXVariant::BypassedType, FXVariant::PhaserType, FXVariant::CompressorType,
+                         FXVariant::StereoPanType, FXVariant::FilterType};
+    float before = tone[0];
+    float largest = 0.0F;
+    for (int change = 0; change < 60; ++change) {
+        if (change % 4 == 3) {
+            rig.Set(0, FXVariant::ParameterId(FXVariant::Bypass), static_cast<float>(random() % 2));
+        } else {
+            rig.Choose(0, types[random() % std::size(types)]);
+        }
+        const Signals out = rig.Play(tone, tone);
+        for (const float x : out[0]) {
+            largest = std::max(largest, std::abs(x - before));
+            before = x;
+        }
+    }
+    // Twice what the tone itself does.
+    EXPECT_LT(largest, 0.023F);
+}

@@ -1,0 +1,296 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "engine/tuning_library/TestTuning.h"
+#include "processor/instrument/PlayedRig.h"
+#include "rigs/AllocationCounter.h"
+#include "support/platform/DynamicLibrary.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace orphia::test {
+namespace {
+
+using namespace Velmora::Processor;
+
+float LargestStep(const std::vector<float>& signal, std::size_t from = 1) {
+    float largest = 0.0F;
+    for (std::size_t n = std::max<std::size_t>(from, 1); n < signal.size(); ++n) {
+        largest = std::max(largest, std::abs(signal[n] - signal[n - 1]));
+    }
+    return largest;
+}
+
+TEST(PlayedNotes, NotesHaveTheirPitchAtEveryRate) {
+    for (const float rate : {44100.0F, 96000.0F, 192000.0F}) {
+        for (const u8 note : std::initializer_list<u8>{16, 48, 69, 100, 125}) {
+            PlayedRig rig(rate);
+            rig.NoteOn(note);
+            rig.Run(8);
+            rig.Forget();
+            rig.RunSeconds(2.0);
+            const double hz = MeasurePitch(rig.left, NoteHz(note), rate);
+            EXPECT_NEAR(Cents(hz, NoteHz(note)), 0.0, 0.05) << "note " << int{note} << " at " << rate;
+        }
+    }
+}
+
+TEST(PlayedNotes, LegatoGlidesStraightInSemitonesAndOnlyFromAHeldNote) {
+    PlayedRig rig;
+    rig.Set(VocoderProcessor::PolyphonyMode, 1.0F);
+    rig.SetCarrier(Carrier::GlideTime, 0.4F);
+    rig.NoteOn(60);
+    rig.Run(2);
+    EXPECT_NEAR(Cents(rig.FrequencyOf(0), NoteHz(60)), 0.0, 0.01);
+    rig.NoteOn(72);
+    const double blockSeconds = rig.blockSize / static_cast<double>(rig.rate);
+    const auto blocksOfHalf = static_cast<u32>(std::lround(0.2 / blockSeconds));
+    rig.Run(blocksOfHalf);
+    EXPECT_NEAR(Cents(rig.FrequencyOf(0), NoteHz(66)), 0.0, 10.0);
+    rig.Run(blocksOfHalf + 2);
+    EXPECT_NEAR(Cents(rig.FrequencyOf(0), NoteHz(72)), 0.0, 0.01);
+    rig.NoteOff(60);
+    rig.NoteOff(72);
+    rig.RunSeconds(0.1);
+    rig.NoteOn(48);
+    rig.Run(2);
+    EXPECT_NEAR(Cents(rig.FrequencyOf(0), NoteHz(48)), 0.0, 0.01);
+}
+
+TEST(PlayedNotes, StolenVoicesFadeWithoutAClick) {
+    PlayedRig rig;
+    rig.Set(VocoderProcessor::PolyphonyMode, 2.0F); // two voices
+    rig.Set(VocoderProcessor::Attack, 0.02F);
+    rig.NoteOn(45);
+    rig.NoteOn(49);
+    rig.RunSeconds(0.2);
+    const float ofPlaying = LargestStep(rig.left);
+    rig.Forget();
+    for (u8 note = 50; note < 60; ++note) {
+        rig.NoteOn(note);
+        rig.RunSeconds(0.03);
+    }
+    // Later notes are higher, and their fades steeper, but nothing jumps.
+    EXPECT_LT(LargestStep(rig.left), 4.0F * ofPlaying);
+    EXPECT_LE(rig.ActiveCount(), 2U);
+}
+
+TEST(PlayedNotes, RandomPlayingLeavesNothingBehind) {
+    std::mt19937 random(7);
+    const auto below = [&random](u32 n) { return static_cast<u32>(random() % n); };
+    PlayedRig rig;
+    const orphia_reference::AllocationCounter allocations;
+    for (int round = 0; round < 200; ++round) {
+        for (int step = 0; step < 60; ++step) {
+            for (u32 i = below(12); i > 0; --i) {
+                // Any three bytes may come, top bits included.
+                rig.events.AppendMidi(static_cast<u8>(0x80 + below(48)), static_cast<u8>(below(140)),
+                                      static_cast<u8>(below(256)));
+            }
+            if (below(8) == 0) {
+                rig.Set(VocoderProcessor::PolyphonyMode, static_cast<float>(below(13)));
+            }
+            if (below(8) == 0) {
+                rig.Set(Sustain, static_cast<float>(below(2)));
+            }
+            if (below(4) == 0) {
+                rig.SetChord(below(27), below(2) == 1);
+            }
+            if (below(6) == 0) {
+                rig.SetVoice(Oscillators::Osc1Waveform, static_cast<float>(below(4)));
+                rig.SetVoice(Oscillators::Sync, static_cast<float>(below(2)));
+                rig.SetVoice(Oscillators::FMAmount, static_cast<float>(below(2)) * 0.3F);
+                rig.SetVoice(Oscillators::Osc2Volume, -static_cast<float>(below(70)));
+            }
+            rig.RunBlock();
+            ASSERT_TRUE(std::all_of(rig.block[0].begin(), rig.block[0].end(),
+                                    [](float x) { return std::isfinite(x) && std::abs(x) < 40.0F; }));
+        }
+        rig.Set(Sustain, 0.0F);
+        rig.SetChord(0, false);
+        rig.SetChord(1, false);
+        rig.RunBlock();
+        for (u8 note = 0; note < 128; ++note) {
+            // Once, however often the key went down.
+            rig.NoteOff(note);
+        }
+        for (int i = 0; i < 300; ++i) {
+            rig.RunBlock();
+        }
+        ASSERT_EQ(rig.ActiveCount(), 0U) << "round " << round;
+        ASSERT_TRUE(rig.played->Modulations().VoiceOrder().empty());
+        ASSERT_EQ(Peak(rig.block[0]), 0.0F);
+    }
+    EXPECT_EQ(allocations.Count(), 0U);
+}
+
+TEST(PlayedNotes, VoicesStartAgainAfterAPresetWasLoaded) {
+    PlayedRig rig;
+    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
+    rig.SetCarrier(Carrier::GlideTime, 1.0F);
+    // One cycle per block, for the tracker of the external input.
+    const float cycle = 44100.0F / static_cast<float>(rig.blockSize);
+    for (u32 n = 0; n < rig.blockSize; ++n) {
+        rig.external[n] =
+            0.5F * std::sin(6.2831853F * static_cast<float>(n) / static_cast<float>(rig.blockSize));
+    }
+    rig.NoteOn(60);
+    rig.RunSeconds(0.2);
+    rig.played->Reset(false);
+    rig.RunSeconds(0.2);
+    EXPECT_EQ(rig.ActiveCount(), 1U); // the pitch is there; the key must be pressed anew
+    EXPECT_NEAR(rig.FrequencyOf(32), cycle, 1.0F);
+    rig.Forget();
+    rig.RunSeconds(0.1);
+    EXPECT_GT(Peak(rig.left), 0.3F);
+}
+
+TEST(PlayedNotes, NextGlideStartsFromTheNewestHeldNote) {
+    PlayedRig rig;
+    rig.SetCarrier(Carrier::GlideTime, 1.0F);
+    for (const u8 note : std::initializer_list<u8>{60, 62, 72}) {
+        rig.NoteOn(note);
+        rig.RunSeconds(2.0);
+    }
+    rig.NoteOff(72);
+    rig.NoteOn(65);
+    rig.Run();
+    EXPECT_NEAR(Cents(rig.FrequencyOf(3), NoteHz(62)), 0.0, 5.0);
+}
+
+TEST(PlayedNotes, AModulatedPitchIsExactAndNotRoundedToSemitones) {
+    PlayedRig rig;
+    rig.Route(VelocitySource, Osc1CoarseDestination, 0.5F);
+    rig.NoteOn(40, 32);
+    rig.Run(4);
+    rig.Forget();
+    rig.RunSeconds(1.0);
+    // Half of the range of 120 semitones per unit, not rounded to whole ones.
+    const double shift = 60.0 * 32.0 / 127.0;
+    EXPECT_NEAR(Cents(MeasurePitch(rig.left, NoteHz(40 + shift), rig.rate), NoteHz(40 + shift)), 0.0, 0.1);
+}
+
+TEST(PlayedNotes, TuningReachesNotesAsTheyStartAndWhileTheySound) {
+    const std::string path = std::string(ORPHIA_TEST_TUNING) + "/complete.so";
+    const Velmora::Platform::DynamicLibrary library(path);
+    TestTuning& tuning = *library.FindFunction<TestTuning*()>("TestTuning_State")();
+    tuning = {};
+    tuning.hasMaster = true;
+    tuning.unmappedNote = 61;
+    const auto tuneTo = [&tuning](double divisions) {
+        for (u32 note = 0; note < 128; ++note) {
+            tuning.table[note] = 440.0 * std::exp2((note - 69.0) / divisions);
+        }
+    };
+    tuneTo(19.0);
+    PlayedRig rig(44100.0F, path);
+    rig.NoteOn(60);
+    rig.NoteOn(61); // has no place in the tuning
+    rig.Run(2);
+    EXPECT_EQ(rig.ActiveCount(), 1U);
+    EXPECT_NEAR(Cents(rig.FrequencyOf(0), tuning.table[60]), 0.0, 0.01);
+    tuneTo(24.0);
+    rig.Run(2);
+    EXPECT_NEAR(Cents(rig.FrequencyOf(0), tuning.table[60]), 0.0, 0.01);
+    rig.Set(MtsRetuningMode, 0.0F); // at note start only
+    rig.Run();
+    const float before = rig.FrequencyOf(0);
+    tuneTo(12.0);
+    rig.Run(2);
+    EXPECT_EQ(rig.FrequencyOf(0), before);
+}
+
+TEST(PitchTracking, TrackedVoicesFollowThePitchWithinItsRange) {
+    PlayedRig rig;
+    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
+    rig.SetCarrier(Carrier::PitchTrackHoldNoteDuration, 0.0F);
+    for (const float lost : {19.99F, 20000.1F, 0.0F, std::numeric_limits<float>::quiet_NaN()}) {
+        rig.Track(lost);
+        rig.Run(3);
+        EXPECT_EQ(rig.ActiveCount(), 0U) << lost;
+    }
+    for (const float found : {20.0F, 20000.0F, 220.0F}) {
+        rig.Track(found);
+        rig.Run(3);
+        ASSERT_EQ(rig.ActiveCount(), 1U) << found;
+        EXPECT_FLOAT_EQ(rig.FrequencyOf(32), found);
+    }
+    rig.hasPitchInput = false; // tracking rests
+    rig.Run(100);
+    EXPECT_EQ(rig.ActiveCount(), 1U);
+    rig.Track(0.0F);
+    rig.Run(1);
+    EXPECT_EQ(rig.ActiveCount(), 1U); // in its release
+    rig.Run(60);
+    EXPECT_EQ(rig.ActiveCount(), 0U);
+    rig.Track(220.0F);
+    rig.Run(2);
+    rig.SetCarrier(Carrier::PitchTrack, 0.0F);
+    rig.Run(1);
+    EXPECT_EQ(rig.ActiveCount(), 0U);
+    EXPECT_TRUE(rig.played->Modulations().VoiceOrder().empty());
+}
+
+TEST(PitchTracking, HoldTimeBridgesGaps) {
+    PlayedRig rig;
+    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
+    rig.SetCarrier(Carrier::PitchTrackHoldNoteDuration, 0.2F);
+    rig.Track(110.0F);
+    rig.Run(10);
+    rig.Track(0.0F);
+    rig.RunSeconds(0.15);
+    EXPECT_TRUE(rig.Sound().Voice(32).IsGateOpen());
+    rig.Track(110.0F);
+    rig.Run(10);
+    // What earlier gaps used up shortens the later ones.
+    rig.Track(0.0F);
+    rig.RunSeconds(0.06);
+    EXPECT_FALSE(rig.Sound().Voice(32).IsGateOpen());
+}
+
+TEST(PitchTracking, QuantisedTrackingSnapsTo440HzTuning) {
+    PlayedRig rig;
+    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
+    rig.SetCarrier(Carrier::PitchTrackQuantize, 1.0F);
+    rig.SetCarrier(Carrier::MasterTune, 450.0F);
+    rig.Track(430.0F); // 439.8 Hz as tuned
+    rig.Run(2);
+    EXPECT_NEAR(rig.FrequencyOf(32), 440.0F, 1e-3F);
+    rig.Track(19000.0F); // above the last note
+    rig.SetCarrier(Carrier::PitchTrackHoldNoteDuration, 0.0F);
+    rig.Run(2);
+    EXPECT_FALSE(rig.Sound().Voice(32).IsGateOpen());
+}
+
+TEST(PitchTracking, ChordIntervalsFollowTheTrackedPitch) {
+    PlayedRig rig;
+    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
+    rig.SetChord(0, true);
+    rig.Track(200.0F);
+    rig.Run(5);
+    EXPECT_EQ(rig.ActiveCount(), 0U); // a chord of no intervals
+    rig.SetChord(2 + 7, true);
+    rig.SetChord(2 + 12, true);
+    rig.Run(5);
+    ASSERT_EQ(rig.ActiveCount(), 2U);
+    EXPECT_NEAR(Cents(rig.FrequencyOf(39), 200.0), 700.0, 0.01);
+    EXPECT_NEAR(Cents(rig.FrequencyOf(44), 200.0), 1200.0, 0.01);
+    rig.SetChord(2 + 7, false);
+    rig.RunSeconds(0.1);
+    EXPECT_EQ(rig.ActiveCount(), 1U);
+    // An interval that comes back in its release fades and starts anew.
+    rig.Set(VocoderProcessor::Release, 1.0F);
+    rig.SetChord(2 + 12, false);
+    rig.Run(5);
+    rig.SetChord(2 + 12, true);
+    rig.Run(20);
+    EXPECT_TRUE(rig.Sound().Voice(44).IsGateOpen());
+    EXPECT_EQ(rig.Sound().Killer(44).FindParameter(0)->GetValue(), 0.0F);
+}
+
+} // namespace
+} // namespace orphia::test

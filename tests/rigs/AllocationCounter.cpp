@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "rigs/AllocationCounter.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local std::size_t allocations = 0;
+
+void* Count(void* memory) {
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    ++allocations;
+    return memory;
+}
+
+} // namespace
+
+// The array forms end in these by the rules of the standard library. The form that does not throw would too,
+// but a sanitizer brings its own, which must not meet our delete.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    ++allocations;
+    return std::malloc(size > 0 ? size : 1);
+}
+
+void* operator new(std::size_t size) { return Count(std::malloc(size > 0 ? size : 1)); }
+
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    const auto step = static_cast<std::size_t>(alignment);
+    return Count(std::aligned_alloc(step, (size + step - 1) / step * step));
+}
+
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    ++allocations;
+    const auto step = static_cast<std::size_t>(alignment);
+    return std::aligned_alloc(step, (size + step - 1) / step * step);
+}
+
+void operator delete(void* memory) noexcept { std::free(memory); }
+
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+
+void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
+
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
+
+namespace orphia_reference {
+
+AllocationCounter::AllocationCounter() : before(allocations) {}
+
+std::size_t AllocationCounter::Count() const { return allocations - before; }
+
+} // namespace orphia_reference

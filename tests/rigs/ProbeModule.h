@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/framework/UnitModule.h"
+#include "support/NonBlocking.h"
+
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Velmora::Test {
+
+/// A leaf that writes down what is done to it, and gives input n plus `offset` as output n. Its parameters
+/// are "P0", "P1" and so on, mapped from 0 to 10.
+template <u32 Count, u32 Channels = 1>
+class ProbeModule : public dsp::UnitModule {
+public:
+    static constexpr u32 parameterCount = Count;
+
+    explicit ProbeModule(std::string moduleName = {}, std::vector<std::string>* calls = nullptr)
+        : UnitModule(std::move(moduleName), Channels, Channels, Records()), journal(calls) {}
+
+    void Terminate() override { Note("Terminate"); }
+    void OnInitialize(float sampleRate, u32 maxBlockSize) override {
+        std::string call("OnInitialize ");
+        call.append(std::to_string(static_cast<int>(sampleRate))).append(" ");
+        Note(call.append(std::to_string(maxBlockSize)));
+    }
+    void OnReset(bool hard) override { Note(hard ? "OnReset hard" : "OnReset soft"); }
+    bool UpdateParameters(dsp::ProcessContext& /*context*/) override {
+        Note("UpdateParameters");
+        return agrees;
+    }
+    bool Process(dsp::ProcessContext& context) override {
+        Note("Process");
+        for (u32 channel = 0; channel < context.numOutputs; ++channel) {
+            for (u32 n = 0; n < context.numFrames; ++n) {
+                context.outputs[channel][n] = context.inputs[channel][n] + offset;
+            }
+        }
+        return succeeds;
+    }
+    void ClearParameterChanges(bool value) override {
+        Note("ClearParameterChanges");
+        UnitModule::ClearParameterChanges(value);
+    }
+
+    using ParameterSet::anyParameterChanged;
+    using ParameterSet::parameterChanged;
+    using ParameterSet::parameters;
+    using UnitModule::Changed;
+    using UnitModule::Value;
+
+    std::vector<std::string>* journal;
+    float offset = 0.0F;
+    bool agrees = true;
+    bool succeeds = true;
+
+private:
+    static std::vector<dsp::ModuleParam> Records() {
+        std::vector<dsp::ModuleParam> records;
+        for (u32 i = 0; i < Count; ++i) {
+            records.push_back(
+                dsp::ModuleParam::Mapped(std::string("P").append(std::to_string(i)), 1, 0.0F, 10.0F, 0.0F));
+        }
+        return records;
+    }
+    void Note(std::string_view call) {
+        const MayBlock exception;
+        if (journal != nullptr) {
+            journal->push_back((name + " ").append(call));
+        }
+    }
+};
+
+/// What a module writes as the name of an id.
+template <class M>
+std::string NameOf(M& module, u32 id) {
+    char buffer[256];
+    dsp::ParameterNameWriter writer(buffer, sizeof buffer);
+    module.GetParameterName(id, writer);
+    return buffer;
+}
+
+} // namespace Velmora::Test

@@ -1,0 +1,188 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/sampler/files/SampleData.h"
+#include "engine/samples/SampleManager.h"
+#include "rigs/AudioThread.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace orphia::test {
+
+using Velmora::u32;
+using SampleManagerBase = Velmora::engine::SampleManager<Velmora::dsp::SampleData, 12, 0>;
+
+/// Reads files by their whole path and decodes names without any: "bad" gives nothing, "once" nothing but
+/// once, "throw", "memory" and "odd" raise.
+class ScriptedSampleManager final : public SampleManagerBase {
+public:
+    using Names = std::vector<std::string>;
+
+    ~ScriptedSampleManager() override {
+        SetOpen(true);
+        StopWorker();
+    }
+
+    bool Ask(u32 slot, const std::string& path) {
+        const AudioThread audio;
+        return SetPath(slot, path);
+    }
+    void Block() {
+        const AudioThread audio;
+        RunResults();
+        DispatchRequests();
+    }
+    void Settle() {
+        do {
+            Block();
+            std::this_thread::yield();
+        } while (IsLoading());
+    }
+    std::vector<u32> TakeUpdated() {
+        std::vector<u32> taken(Updated().begin(), Updated().end());
+        std::sort(taken.begin(), taken.end());
+        ClearUpdated();
+        return taken;
+    }
+    /// What the sample in a slot was read from, "" for none.
+    std::string Held(u32 slot) {
+        const std::lock_guard lock(mutex);
+        return Sample(slot) == nullptr ? "" : origins.at(Sample(slot).get());
+    }
+    /// The names without a file, in the order of decoding.
+    Names Decoded() {
+        const std::lock_guard lock(mutex);
+        return decoded;
+    }
+    std::ptrdiff_t CountDecoded(const std::string& path) {
+        const Names names = Decoded();
+        return std::count(names.begin(), names.end(), path);
+    }
+    /// While not open, loads stay within the decoder.
+    void SetOpen(bool open) {
+        const std::lock_guard lock(mutex);
+        isOpen = open;
+        changed.notify_all();
+    }
+    void WaitForDecoding(const std::string& path) {
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [&] { return !decoded.empty() && decoded.back() == path; });
+    }
+    bool PostToWorker(Call command) { return PostCommand(command); }
+    bool PostToAudio(Call result) { return PostResult(result); }
+
+    static inline std::atomic<int> livingSamples{0};
+    static inline std::atomic<int> allSamples{0};
+
+private:
+    using Data = Velmora::dsp::SampleData;
+
+    std::shared_ptr<const Data> Load(u32 slot, const std::string& path) override {
+        const std::string origin = path;
+        auto sample = path.front() == '/' ? SampleManagerBase::Load(slot, path) : Decode(path);
+        if (sample == nullptr) {
+            return nullptr;
+        }
+        ++livingSamples;
+        ++allSamples;
+        const Data* data = sample.get();
+        const std::lock_guard lock(mutex);
+        origins[data] = origin;
+        return {data, [sample](const Data*) mutable {
+                    sample = nullptr;
+                    --livingSamples;
+                    AudioThread::CountFree();
+                }};
+    }
+
+    std::shared_ptr<const Data> Decode(const std::string& name) {
+        std::unique_lock lock(mutex);
+        const bool again = std::find(decoded.begin(), decoded.end(), name) != decoded.end();
+        decoded.push_back(name);
+        changed.notify_all();
+        changed.wait(lock, [&] { return isOpen; });
+        if (name == "throw") {
+            throw std::runtime_error("broken decoder");
+        }
+        if (name == "memory") {
+            throw std::bad_alloc();
+        }
+        if (name == "odd") {
+            throw 5;
+        }
+        if (name == "bad" || (name == "once" && again)) {
+            return nullptr;
+        }
+        return std::make_shared<const Data>(std::vector<float>(64, 0.5F), 1.0F, Data::Instrument{});
+    }
+
+    std::mutex mutex; // guards all below
+    std::condition_variable changed;
+    bool isOpen = true;
+    Names decoded;
+    std::map<const Data*, std::string> origins;
+};
+
+/// A manager under random requests, with what each slot asked for last. Paths that give no sample end in
+/// "bad" or "throw".
+class RandomRig {
+public:
+    static constexpr u32 slotCount = 12;
+
+    explicit RandomRig(u32 seed) : random(seed) {}
+
+    u32 Draw(std::size_t count) { return static_cast<u32>(random() % count); }
+    void Ask(u32 slot, const std::string& path) {
+        EXPECT_TRUE(manager.Ask(slot, path));
+        asked[slot] = path;
+    }
+    /// The slots that have changed.
+    std::vector<u32> Block() {
+        manager.Block();
+        std::vector<u32> updated = manager.TakeUpdated();
+        EXPECT_TRUE(std::adjacent_find(updated.begin(), updated.end()) == updated.end()) << "listed twice";
+        for (u32 slot = 0; slot < slotCount; ++slot) {
+            const auto* sample = manager.Sample(slot).get();
+            if (seen[slot] != sample) {
+                seen[slot] = sample;
+                EXPECT_TRUE(std::binary_search(updated.begin(), updated.end(), slot)) << "untold change";
+            }
+        }
+        return updated;
+    }
+    void Settle() {
+        do {
+            Block();
+            std::this_thread::yield();
+        } while (manager.IsLoading());
+        for (u32 slot = 0; slot < slotCount; ++slot) {
+            if (!asked[slot].ends_with("bad") && !asked[slot].ends_with("throw")) {
+                EXPECT_EQ(manager.Held(slot), asked[slot]) << "slot " << slot;
+            }
+        }
+    }
+
+    ScriptedSampleManager manager;
+
+private:
+    std::mt19937 random;
+    std::array<std::string, slotCount> asked;
+    std::array<const Velmora::dsp::SampleData*, slotCount> seen{};
+};
+
+} // namespace orphia::test
