@@ -3,6 +3,7 @@
 
 #include "basictools/math/mapping/PotardMappingUtils.h"
 #include "dsp/framework/ProcessContext.h"
+#include "dsp/math/Within.h"
 #include "support/platform/Types.h"
 
 #include <string>
@@ -68,6 +69,9 @@ public:
 
     /// Fills out[0..numFrames) with the real value, modulated per sample when the input is active.
     void RenderModulated(const ProcessContext& context, u32 inputIndex, float* out);
+
+    /// A value within the declared range; what is not a number becomes the low end.
+    float Hold(float realValue) const { return Within(realValue, minValue, maxValue); }
 
     /// The plain conversions. `inverted` acts on ToNormalized and on the block form, not on ToValue.
     float ToValue(float position) const;

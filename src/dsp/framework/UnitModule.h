@@ -37,6 +37,12 @@ public:
 protected:
     bool Changed(u32 id) const { return parameterChanged[id] != 0; }
     float Value(u32 id) { return parameters[id].GetValue(); }
+    /// Within the declared range; what is not a number becomes the low end.
+    float HeldValue(u32 id) { return parameters[id].Hold(Value(id)); }
+    /// As moved by the first sample of a modulation input, if that is active.
+    float HeldValue(u32 id, const ProcessContext& context, u32 inputIndex) {
+        return parameters[id].Hold(parameters[id].GetModulatedValue(context, inputIndex));
+    }
 };
 
 } // namespace Velmora::dsp
