@@ -23,22 +23,6 @@ constexpr float outputScale = 0.3162F;
 constexpr float bandMeterScale = 753.57947F;
 constexpr float hissLightScale = 1561.6704F;
 
-enum Input : u32 {
-    CarrierLeft,
-    CarrierRight,
-    AttackMod,
-    ReleaseMod,
-    WetMod,
-    BalanceMod,
-    ShiftMod,
-    WidthMod,
-    CarrierLevelMod,
-    ProgramLevelMod,
-    SampleHoldMod,
-    InputCount
-};
-enum Output : u32 { MixLeft = 0, CarrierPreampLeft = 2, ProgramPreampLeft = 4, OutputCount = 6 };
-
 std::vector<dsp::ModuleParam> Declare() {
     std::vector<dsp::ModuleParam> records;
     for (const char* name : {"Wet", "CarrierPreampOverloadLED", "PreampOverloadLED", "HissLED", "BuzzLED"}) {
@@ -52,28 +36,30 @@ std::vector<dsp::ModuleParam> Declare() {
 
 /// The buffers of one channel among those of the stereo core.
 struct ChannelPins {
-    const float* inputs[BodeVocoderMono::InputCount] = {};
-    float* outputs[BodeVocoderMono::OutputCount] = {};
+    using Stereo = BodeVocoder;
+    using Mono = BodeVocoderMono;
+
+    const float* inputs[Mono::InputCount] = {};
+    float* outputs[Mono::OutputCount] = {};
 
     ChannelPins(const dsp::ProcessContext& context, u32 channel) {
-        inputs[BodeVocoderMono::CarrierIn] = context.InputOrNull(CarrierLeft + channel);
-        inputs[BodeVocoderMono::ModulatorIn] =
-            channel < context.numAuxInputs ? context.auxInputs[channel] : nullptr;
-        inputs[BodeVocoderMono::AttackMod] = context.InputOrNull(AttackMod);
-        inputs[BodeVocoderMono::ReleaseMod] = context.InputOrNull(ReleaseMod);
-        inputs[BodeVocoderMono::BalanceMod] = context.InputOrNull(BalanceMod);
-        inputs[BodeVocoderMono::ShiftMod] = context.InputOrNull(ShiftMod);
-        inputs[BodeVocoderMono::WidthMod] = context.InputOrNull(WidthMod);
-        inputs[BodeVocoderMono::CarrierLevelMod] = context.InputOrNull(CarrierLevelMod);
-        inputs[BodeVocoderMono::ProgramLevelMod] = context.InputOrNull(ProgramLevelMod);
-        inputs[BodeVocoderMono::SampleHoldMod] = context.InputOrNull(SampleHoldMod);
-        outputs[BodeVocoderMono::VocodedOut] = context.outputs[MixLeft + channel];
-        outputs[BodeVocoderMono::CarrierOut] = context.outputs[CarrierPreampLeft + channel];
-        outputs[BodeVocoderMono::ProgramOut] = context.outputs[ProgramPreampLeft + channel];
+        inputs[Mono::Carrier] = context.InputOrNull(Stereo::CarrierLeft + channel);
+        inputs[Mono::Modulator] = channel < context.numAuxInputs ? context.auxInputs[channel] : nullptr;
+        inputs[Mono::AttackModulation] = context.InputOrNull(Stereo::AttackModulation);
+        inputs[Mono::ReleaseModulation] = context.InputOrNull(Stereo::ReleaseModulation);
+        inputs[Mono::BalanceModulation] = context.InputOrNull(Stereo::BalanceModulation);
+        inputs[Mono::ShiftModulation] = context.InputOrNull(Stereo::ShiftModulation);
+        inputs[Mono::WidthModulation] = context.InputOrNull(Stereo::WidthModulation);
+        inputs[Mono::CarrierLevelModulation] = context.InputOrNull(Stereo::CarrierLevelModulation);
+        inputs[Mono::ProgramLevelModulation] = context.InputOrNull(Stereo::ProgramLevelModulation);
+        inputs[Mono::SampleHoldModulation] = context.InputOrNull(Stereo::SampleHoldModulation);
+        outputs[Mono::Vocoded] = context.outputs[Stereo::MixLeft + channel];
+        outputs[Mono::CarrierPreampOut] = context.outputs[Stereo::CarrierPreampLeft + channel];
+        outputs[Mono::ProgramPreampOut] = context.outputs[Stereo::ProgramPreampLeft + channel];
     }
 
     dsp::ProcessContext ContextFrom(const dsp::ProcessContext& context) const {
-        return context.ForChild(inputs, BodeVocoderMono::InputCount, outputs, BodeVocoderMono::OutputCount);
+        return context.ForChild(inputs, Mono::InputCount, outputs, Mono::OutputCount);
     }
 };
 
@@ -107,7 +93,7 @@ void BodeVocoder::OnReset(bool /*hard*/) {
 }
 
 bool BodeVocoder::UpdateParameters(dsp::ProcessContext& context) {
-    const float wet = additional.parameters[Wet].GetModulatedValue(context, WetMod);
+    const float wet = additional.parameters[Wet].GetModulatedValue(context, WetModulation);
     if (wet != wetPosition) {
         wetPosition = wet;
         dryTarget = std::cos(wet * halfPi);

@@ -12,15 +12,38 @@ namespace Velmora::Processor {
 /// The stereo vocoder core: two channels, the equal-power mix of dry and wet, the panel lights and the
 /// sixteen band meters.
 ///
-/// Inputs: 0, 1 carrier left and right, then the modulations of "Attack", "Release", "Wet",
-/// "NoiseCarrierBalance", "Shift", "Width", "CarrierLevel", "ProgramLevel", "SampleHold". auxInputs 0, 1 the
-/// modulator left and right. Outputs: 0, 1 the mix, 2, 3 the carrier preamps, 4, 5 the program preamps. All
-/// outputs must be present; a missing audio input is silence, a missing modulation is none.
+/// Pins as in Input and Output; auxInputs 0, 1 are the modulator left and right. All outputs must be present;
+/// a missing audio input is silence, a missing modulation is none.
 ///
 /// Of its own parameters only "Wet" is an input; the others are written for the host to read.
 class BodeVocoder final : public dsp::ModuleContainer<engine::ModuleCloner<BodeVocoderMono, 2, 0, 0>> {
 public:
     static constexpr u32 channelCount = 2;
+    /// A modulation moves the parameter of its name by the first sample of each block.
+    enum Input : u32 {
+        CarrierLeft,
+        CarrierRight,
+        AttackModulation,
+        ReleaseModulation,
+        WetModulation,
+        BalanceModulation,
+        ShiftModulation,
+        WidthModulation,
+        CarrierLevelModulation,
+        ProgramLevelModulation,
+        SampleHoldModulation,
+        InputCount
+    };
+    /// The program preamps are the modulator as the dry path carries it.
+    enum Output : u32 {
+        MixLeft,
+        MixRight,
+        CarrierPreampLeft,
+        CarrierPreampRight,
+        ProgramPreampLeft,
+        ProgramPreampRight,
+        OutputCount
+    };
     enum Additional : u32 {
         Wet,
         CarrierPreampOverloadLED,

@@ -192,7 +192,7 @@ void BodeVocoderMono::RunChannels(const ChannelSet<count>& set) {
     set.ForEach([](BodeVocoderMono& channel, const Context& context) {
         channel.RunAnalysis(context);
         channel.RunSynthesis(context);
-        channel.SumOutput(context.outputs[VocodedOut], context.numFrames);
+        channel.SumOutput(context.outputs[Vocoded], context.numFrames);
     });
 }
 
@@ -201,12 +201,13 @@ void BodeVocoderMono::RunProgramSide(const ChannelSet<count>& set) {
     set.Run(
         [](BodeVocoderMono & c) -> auto& { return c.Child<PreampChild>(); },
         [](BodeVocoderMono&, const Context& x) {
-            return Pins<2, 1>{{x.inputs[ModulatorIn], x.inputs[ProgramLevelMod]}, {x.outputs[ProgramOut]}};
+            return Pins<2, 1>{{x.inputs[Modulator], x.inputs[ProgramLevelModulation]},
+                              {x.outputs[ProgramPreampOut]}};
         });
     set.Run(
         [](BodeVocoderMono & c) -> auto& { return c.Child<PreampAnalyzerChild>(); },
         [](BodeVocoderMono& c, const Context& x) {
-            return Pins<1, 1>{{x.outputs[ProgramOut]}, {c.buffers[AnalyzedProgram]}};
+            return Pins<1, 1>{{x.outputs[ProgramPreampOut]}, {c.buffers[AnalyzedProgram]}};
         });
     set.Run(
         [](BodeVocoderMono & c) -> auto& { return c.Child<DiscriminatorChild>(); },
@@ -263,18 +264,19 @@ void BodeVocoderMono::RunCarrierSide(const ChannelSet<count>& set) {
     set.Run(
         [](BodeVocoderMono & c) -> auto& { return c.Child<CarrierPreampChild>(); },
         [](BodeVocoderMono&, const Context& x) {
-            return Pins<2, 1>{{x.inputs[CarrierIn], x.inputs[CarrierLevelMod]}, {x.outputs[CarrierOut]}};
+            return Pins<2, 1>{{x.inputs[Carrier], x.inputs[CarrierLevelModulation]},
+                              {x.outputs[CarrierPreampOut]}};
         });
     set.Run(
         [](BodeVocoderMono & c) -> auto& { return c.carrierGate; },
         [](BodeVocoderMono& c, const Context& x) {
-            return Pins<2, 1>{{x.outputs[CarrierOut], c.buffers[AlwaysOpenControl]},
+            return Pins<2, 1>{{x.outputs[CarrierPreampOut], c.buffers[AlwaysOpenControl]},
                               {c.buffers[GatedCarrier]}};
         });
     set.Run(
         [](BodeVocoderMono & c) -> auto& { return c.Child<BalanceChild>(); },
         [](BodeVocoderMono& c, const Context& x) {
-            return Pins<3, 2>{{c.buffers[GatedCarrier], c.buffers[GatedNoise], x.inputs[BalanceMod]},
+            return Pins<3, 2>{{c.buffers[GatedCarrier], c.buffers[GatedNoise], x.inputs[BalanceModulation]},
                               {c.buffers[CarrierBus], c.buffers[NoiseBus]}};
         });
 }
@@ -285,8 +287,8 @@ void BodeVocoderMono::RunAnalysis(const dsp::ProcessContext& context) {
     PatchBay& patchBay = Child<PatchBayChild>();
     // The bands go from the bank to the rectifiers as tiles: nobody else wants them.
     const float* modulations[bandCount + 2] = {};
-    modulations[AnalyzerRectifiers::attackInput] = context.inputs[AttackMod];
-    modulations[AnalyzerRectifiers::releaseInput] = context.inputs[ReleaseMod];
+    modulations[AnalyzerRectifiers::attackInput] = context.inputs[AttackModulation];
+    modulations[AnalyzerRectifiers::releaseInput] = context.inputs[ReleaseModulation];
     float* const* controls = patchBay.SourcePointers();
     auto follow = context.ForChild(modulations, bandCount + 2, controls, 2 * bandCount);
     bank.BeginBlock(follow);
@@ -301,7 +303,7 @@ void BodeVocoderMono::RunAnalysis(const dsp::ProcessContext& context) {
     bank.FinishBlock();
     rectifiers.FinishBlock(controls, context.numFrames);
 
-    const float* hold = context.inputs[SampleHoldMod];
+    const float* hold = context.inputs[SampleHoldModulation];
     auto route = context.ForChild(&hold, 1, nullptr, 0);
     dsp::RunChild(patchBay, route);
 }
@@ -316,8 +318,8 @@ void BodeVocoderMono::RunSynthesis(const dsp::ProcessContext& context) {
 
     const float* bands[bandCount + 2];
     std::copy_n(synthesisOutputs, bandCount, bands);
-    bands[SynthesizerFilterBank::shiftInput] = context.inputs[ShiftMod];
-    bands[SynthesizerFilterBank::widthInput] = context.inputs[WidthMod];
+    bands[SynthesizerFilterBank::shiftInput] = context.inputs[ShiftModulation];
+    bands[SynthesizerFilterBank::widthInput] = context.inputs[WidthModulation];
     float* sum = buffers[FilterSum];
     auto filter = context.ForChild(bands, bandCount + 2, &sum, 1);
     dsp::RunChild(Child<SynthesizerBankChild>(), filter);

@@ -26,9 +26,7 @@ namespace Velmora::Processor {
 /// One channel of the vocoder core, modelled at circuit level: signals are volts of the modelled circuit,
 /// control voltages swing between -15 and +15, and -15 opens.
 ///
-/// Inputs: 0 carrier, 1 modulator, then the modulations of "Attack", "Release", "NoiseCarrierBalance",
-/// "Shift", "Width", "CarrierLevel", "ProgramLevel", "SampleHold". Outputs: 0 the vocoded channel, 1 the
-/// carrier preamp, 2 the program preamp; the latter two serve as stage buffers as well.
+/// Pins as in Input and Output, named as those of BodeVocoder.
 class BodeVocoderMono final
     : public dsp::ModuleContainer<Preamp, PreampAnalyzer, AnalyzerFilterBank, AnalyzerRectifiers,
                                   SynthesizerVCABank, SynthesizerFilterBank, HissBuzzDiscriminator,
@@ -46,19 +44,20 @@ public:
         AdditionalCount
     };
     enum Input : u32 {
-        CarrierIn,
-        ModulatorIn,
-        AttackMod,
-        ReleaseMod,
-        BalanceMod,
-        ShiftMod,
-        WidthMod,
-        CarrierLevelMod,
-        ProgramLevelMod,
-        SampleHoldMod,
+        Carrier,
+        Modulator,
+        AttackModulation,
+        ReleaseModulation,
+        BalanceModulation,
+        ShiftModulation,
+        WidthModulation,
+        CarrierLevelModulation,
+        ProgramLevelModulation,
+        SampleHoldModulation,
         InputCount
     };
-    enum Output : u32 { VocodedOut, CarrierOut, ProgramOut, OutputCount };
+    /// The two preamps' outputs serve as buffers between stages as well.
+    enum Output : u32 { Vocoded, CarrierPreampOut, ProgramPreampOut, OutputCount };
 
     static constexpr u32 parameterCount = childParameterCount + AdditionalCount;
 
