@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "host/Instrument.h"
+#include "host/instrument/Instrument.h"
 
 #include <array>
 #include <cstdint>

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "Command.h"
-#include "InfoCommand.h"
-#include "ParamsCommand.h"
-#include "PlayCommand.h"
-#include "PresetsCommand.h"
-#include "RenderCommand.h"
-#include "SampleCommand.h"
-#include "Stopped.h"
-#include "Terminal.h"
-#include "VocodeCommand.h"
-#include "host/Errors.h"
+#include "host/common/Errors.h"
+#include "tools/lists/InfoCommand.h"
+#include "tools/lists/ParamsCommand.h"
+#include "tools/lists/PresetsCommand.h"
+#include "tools/run/Stopped.h"
+#include "tools/sample/SampleCommand.h"
+#include "tools/songs/PlayCommand.h"
+#include "tools/songs/RenderCommand.h"
+#include "tools/terminal/Command.h"
+#include "tools/terminal/Terminal.h"
+#include "tools/vocode/VocodeCommand.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "fuzz/FuzzTargets.h"
 #include "fuzz/Require.h"
-#include "host/Errors.h"
-#include "host/Preset.h"
+#include "host/common/Errors.h"
+#include "host/presets/Preset.h"
 
 #include <cmath>
 #include <string>

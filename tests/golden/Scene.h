@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "host/MidiMessage.h"
+#include "host/midi/MidiMessage.h"
 
 #include <ostream>
 #include <span>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "golden/ScenePlayer.h"
 
-#include "host/PresetLibrary.h"
+#include "host/presets/PresetLibrary.h"
 #include "rigs/InstrumentRig.h"
 #include "watched/VoiceWatch.h"
 

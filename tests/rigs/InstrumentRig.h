@@ -2,9 +2,9 @@
 #pragma once
 
 #include "TestFiles.h"
-#include "host/BlockAdapter.h"
-#include "host/Instrument.h"
-#include "host/ParameterText.h"
+#include "host/instrument/Instrument.h"
+#include "host/parameters/ParameterText.h"
+#include "host/player/BlockAdapter.h"
 
 #include <cstdint>
 #include <memory>

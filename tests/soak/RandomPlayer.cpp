@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "soak/RandomPlayer.h"
 
-#include "host/Errors.h"
-#include "host/NeutralStart.h"
+#include "host/common/Errors.h"
+#include "host/presets/NeutralStart.h"
 #include "rigs/InstrumentRig.h"
 #include "rigs/TestFiles.h"
 

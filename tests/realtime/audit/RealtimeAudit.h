@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "host/Instrument.h"
-#include "host/PresetLibrary.h"
+#include "host/instrument/Instrument.h"
+#include "host/presets/PresetLibrary.h"
 
 #include <array>
 #include <cstdint>

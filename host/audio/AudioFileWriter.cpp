@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "host/audio/AudioFileWriter.h"
+
+#include "host/common/Errors.h"
+
+#include <fmt/format.h>
+#include <sndfile.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+#include <utility>
+
+namespace orphia::host {
+
+struct AudioFileWriter::File {
+    SF_INFO info;
+    SNDFILE* handle;
+
+    File(const std::filesystem::path& path, const SF_INFO& wanted)
+        : info(wanted), handle(sf_open(path.string().c_str(), SFM_WRITE, &info)) {}
+    ~File() { sf_close(handle); }
+    File(const File&) = delete;
+    File& operator=(const File&) = delete;
+};
+
+namespace {
+
+constexpr int channelCount = 2;
+constexpr double vorbisQuality = 0.7;
+/// A WAV file counts its bytes in 32 bits; a little is left for its header.
+constexpr std::uint64_t maxWavBytes = (1ULL << 32U) - 65536U;
+
+int ContainerOf(const std::filesystem::path& path) {
+    std::string extension = path.extension().string();
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    if (extension == ".wav") {
+        return SF_FORMAT_WAV;
+    }
+    if (extension == ".flac") {
+        return SF_FORMAT_FLAC;
+    }
+    if (extension == ".ogg") {
+        return SF_FORMAT_OGG;
+    }
+    throw UsageError(
+        fmt::format("{}: unknown output format; the name must end in .wav, .flac or .ogg", path.string()));
+}
+
+int EncodingOf(SampleFormat format) {
+    switch (format) {
+    case SampleFormat::Int16:
+        return SF_FORMAT_PCM_16;
+    case SampleFormat::Int24:
+        return SF_FORMAT_PCM_24;
+    case SampleFormat::Float32:
+        break;
+    }
+    return SF_FORMAT_FLOAT;
+}
+
+unsigned BytesOf(SampleFormat format) {
+    switch (format) {
+    case SampleFormat::Int16:
+        return 2;
+    case SampleFormat::Int24:
+        return 3;
+    case SampleFormat::Float32:
+        break;
+    }
+    return 4;
+}
+
+SF_INFO InfoOf(int container, std::uint32_t sampleRate, SampleFormat format) {
+    SF_INFO info{};
+    info.samplerate = static_cast<int>(sampleRate);
+    info.channels = channelCount;
+    info.format = container | (container == SF_FORMAT_OGG ? SF_FORMAT_VORBIS : EncodingOf(format));
+    return info;
+}
+
+} // namespace
+
+void AudioFileWriter::CheckFormat(const std::filesystem::path& path, std::optional<SampleFormat> format) {
+    const int container = ContainerOf(path);
+    if (container == SF_FORMAT_FLAC && format == SampleFormat::Float32) {
+        throw UsageError(fmt::format("{}: FLAC holds 16 or 24 bits, not float", path.string()));
+    }
+    if (container == SF_FORMAT_OGG && format) {
+        throw UsageError(fmt::format("{}: Vorbis has no sample format to choose", path.string()));
+    }
+}
+
+AudioFileWriter::AudioFileWriter(const std::filesystem::path& path, std::uint32_t sampleRate,
+                                 std::optional<SampleFormat> format)
+    : pending((CheckFormat(path, format), path)),
+      bytesLeft(ContainerOf(path) == SF_FORMAT_WAV ? maxWavBytes : std::numeric_limits<std::uint64_t>::max()),
+      bytesPerSample(BytesOf(format.value_or(SampleFormat::Int24))),
+      clips(ContainerOf(path) != SF_FORMAT_OGG && format != SampleFormat::Float32) {
+    const SF_INFO info = InfoOf(ContainerOf(path), sampleRate, format.value_or(SampleFormat::Int24));
+    file = std::make_unique<File>(pending.TemporaryPath(), info);
+    if (file->handle == nullptr) {
+        throw FileError(fmt::format("{}: cannot be written at {} Hz: {}", path.string(), sampleRate,
+                                    sf_strerror(nullptr)));
+    }
+    double quality = vorbisQuality;
+    sf_command(file->handle, SFC_SET_VBR_ENCODING_QUALITY, &quality, sizeof quality);
+    sf_command(file->handle, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+    // The chunk of peaks holds the time of day, and equal runs shall give equal files.
+    sf_command(file->handle, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+}
+
+AudioFileWriter::~AudioFileWriter() = default;
+
+void AudioFileWriter::Write(std::span<const float> samples) {
+    const std::uint64_t bytes = samples.size() * bytesPerSample;
+    if (bytes > bytesLeft) {
+        throw FileError(
+            fmt::format("{}: a WAV file ends at 4 GB; write .flac instead", pending.Target().string()));
+    }
+    bytesLeft -= bytes;
+    if (clips) {
+        clippedSamples += static_cast<std::uint64_t>(std::count_if(
+            samples.begin(), samples.end(), [](float sample) { return std::abs(sample) > 1.0F; }));
+    }
+    const auto frames = static_cast<sf_count_t>(samples.size() / channelCount);
+    if (sf_writef_float(file->handle, samples.data(), frames) != frames) {
+        throw FileError(
+            fmt::format("{}: cannot be written: {}", pending.Target().string(), sf_strerror(file->handle)));
+    }
+}
+
+void AudioFileWriter::Finish() {
+    const int error = sf_close(std::exchange(file->handle, nullptr));
+    if (error != 0) {
+        throw FileError(
+            fmt::format("{}: cannot be written: {}", pending.Target().string(), sf_error_number(error)));
+    }
+    pending.Commit();
+}
+
+} // namespace orphia::host

@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "host/common/PendingFile.h"
+
+#include "host/common/Errors.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <fstream>
+#include <random>
+#include <system_error>
+
+namespace orphia::host {
+
+namespace {
+
+std::filesystem::path Resolved(const std::filesystem::path& path) {
+    std::error_code error;
+    const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, error);
+    return error || resolved.empty() ? path : resolved;
+}
+
+[[noreturn]] void Refuse(const std::filesystem::path& path, int reason) {
+    throw FileError(
+        fmt::format("{}: cannot be written: {}", path.string(), std::generic_category().message(reason)));
+}
+
+/// A name that nobody can guess or has taken.
+std::filesystem::path TemporaryName(const std::filesystem::path& target) {
+    std::random_device random;
+    return target.parent_path() / fmt::format(".orphia-{:08x}{:08x}.part", random(), random());
+}
+
+} // namespace
+
+PendingFile::PendingFile(const std::filesystem::path& path)
+    : target(Resolved(path)), temporary(TemporaryName(target)) {
+    std::error_code error;
+    const std::filesystem::file_status status = std::filesystem::status(target, error);
+    if (std::filesystem::is_directory(status)) {
+        Refuse(path, EISDIR);
+    }
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        throw FileError(fmt::format("{}: cannot be written: is not a file", path.string()));
+    }
+    if (!std::ofstream(temporary, std::ios::binary)) {
+        Refuse(path, errno);
+    }
+}
+
+PendingFile::~PendingFile() {
+    if (!committed) {
+        std::error_code ignored;
+        std::filesystem::remove(temporary, ignored);
+    }
+}
+
+void PendingFile::Write(std::string_view text) {
+    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
+    file.write(text.data(), static_cast<std::streamsize>(text.size()));
+    file.close();
+    if (!file) {
+        Refuse(target, errno);
+    }
+}
+
+void PendingFile::Commit() {
+    std::error_code error;
+    std::filesystem::rename(temporary, target, error);
+    if (error) {
+        throw FileError(fmt::format("{}: cannot be written: {}", target.string(), error.message()));
+    }
+    committed = true;
+}
+
+} // namespace orphia::host

@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "host/midi/MidiMessage.h"
+#include "host/parameters/ParameterInfo.h"
+#include "support/NonBlocking.h"
+
+#include <cstdint>
+
+namespace orphia::host {
+
+/// What computes stereo sound in blocks of one length, from notes, settings and a voice. For one thread at a
+/// time; none of these calls allocates, waits or throws.
+class BlockEngine {
+public:
+    virtual ~BlockEngine() = default;
+
+    /// The length of every block.
+    virtual std::uint32_t FramesPerBlock() const = 0;
+
+    /// Acts at the start of the next block, in order. False when the block takes no more.
+    virtual bool Send(const MidiMessage& message) ORPHIA_NONBLOCKING = 0;
+    virtual void Set(const ParameterSetting& setting) ORPHIA_NONBLOCKING = 0;
+
+    /// Renders FramesPerBlock() frames at full scale 1. `voice` holds voiceChannels buffers, 0 to 2; a mono
+    /// voice is heard in the middle. `output` holds left and right, which may be the buffers of the voice.
+    virtual void ProcessBlock(const float* const* voice, std::uint32_t voiceChannels,
+                              float* const* output) ORPHIA_NONBLOCKING = 0;
+};
+
+} // namespace orphia::host

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "host/parts/SampleReport.h"
+
+#include "dsp/framework/RunChild.h"
+#include "dsp/pitch/PitchTracker.h"
+#include "dsp/sampler/files/SampleReader.h"
+#include "engine/samples/SampleManager.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+namespace orphia::host {
+
+namespace {
+
+using Velmora::u32;
+using Velmora::dsp::PitchTracker;
+using Velmora::dsp::SampleData;
+using Velmora::dsp::SampleReader;
+
+constexpr std::uint64_t mostFramesOfAHeader = std::uint64_t{1} << 48U;
+
+double PeakOf(const SampleData& sample) {
+    float peak = 0.0F;
+    for (u32 channel = 0; channel < static_cast<u32>(sample.ChannelCount()); ++channel) {
+        const float* const samples = sample.Channel(channel);
+        for (u32 n = 0; n < sample.Frames(); ++n) {
+            peak = std::max(peak, std::abs(samples[n]));
+        }
+    }
+    return static_cast<double>(peak);
+}
+
+/// The tracker's reading all along the sample, 0 where it finds nothing.
+std::vector<float> TrackPitch(const SampleData& sample) {
+    // Shorter than a window at every usual rate, so that no reading is missed.
+    constexpr u32 blockSize = 64;
+    constexpr float instrumentThreshold = 0.75F;
+    PitchTracker tracker;
+    tracker.SetParameterValue(PitchTracker::confidenceThreshold, instrumentThreshold);
+    tracker.Initialize(sample.SampleRate(), blockSize);
+    alignas(16) std::array<float, blockSize> signal{};
+    float* const output = signal.data();
+    std::vector<float> readings;
+    for (u32 at = 0; at < sample.Frames(); at += blockSize) {
+        std::array<const float*, 2> inputs{sample.Channel(0) + at, nullptr};
+        if (const float* const right = sample.Channel(1)) {
+            inputs[1] = right + at;
+        }
+        Velmora::dsp::ProcessContext context;
+        context.inputs = inputs.data();
+        context.numInputs = inputs.size();
+        context.outputs = &output;
+        context.numOutputs = 1;
+        context.numFrames = std::min(blockSize, sample.Frames() - at) / 4 * 4;
+        Velmora::dsp::RunChild(tracker, context);
+        readings.push_back(tracker.FindParameter(PitchTracker::detectedPitch)->PeekValue());
+    }
+    return readings;
+}
+
+std::optional<double> PitchOf(const SampleData& sample) {
+    // A breath or a rumble within noise is no pitch of the sample.
+    constexpr std::size_t leastShare = 20;
+    std::vector<float> readings = TrackPitch(sample);
+    const std::size_t all = readings.size();
+    std::erase_if(readings, [](float hertz) { return !(hertz > 0.0F); });
+    if (readings.empty() || readings.size() * leastShare < all) {
+        return std::nullopt;
+    }
+    const auto middle = readings.begin() + static_cast<std::ptrdiff_t>(readings.size() / 2);
+    std::nth_element(readings.begin(), middle, readings.end());
+    return static_cast<double>(*middle);
+}
+
+} // namespace
+
+SampleReport InspectSample(const std::filesystem::path& path) {
+    using Manager = Velmora::engine::SampleManager<SampleData, 12, 0>;
+    SampleReport report;
+    if (path.string().size() > Manager::maximumPathLength) {
+        report.reason = fmt::format("its path is longer than {} bytes", Manager::maximumPathLength);
+        return report;
+    }
+    const SampleReader::Result result = SampleReader().Read(path.string());
+    report.channelCount = std::max(result.channelCount, 0);
+    report.sampleRate = std::max(result.sampleRate, 0);
+    const auto frames = static_cast<std::uint64_t>(std::max<std::int64_t>(result.frames, 0));
+    report.frames = frames < mostFramesOfAHeader ? frames : 0;
+    report.isAccepted = result.data != nullptr;
+    if (!report.isAccepted) {
+        report.reason = Describe(result.refusal);
+        report.reason += result.reason.empty() ? "" : ": " + result.reason;
+        return report;
+    }
+    report.frames = result.data->Frames();
+    report.peak = PeakOf(*result.data);
+    report.pitch = PitchOf(*result.data);
+    return report;
+}
+
+} // namespace orphia::host

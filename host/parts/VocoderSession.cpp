@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "host/parts/VocoderSession.h"
+
+#include "dsp/framework/RunChild.h"
+#include "dsp/math/DenormalGuard.h"
+#include "dsp/vectors/AlignedBuffer.h"
+#include "vocoder/core/BodeVocoder.h"
+
+#include <algorithm>
+
+namespace orphia::host {
+
+using Velmora::Processor::BodeVocoder;
+
+/// The core with the buffers of one block.
+struct VocoderSession::Engine {
+    static constexpr std::uint32_t carrierCount = 2;
+    static constexpr std::uint32_t inputCount = 11;
+    static constexpr std::uint32_t outputCount = 6;
+
+    BodeVocoder core;
+    std::uint32_t blockSize;
+    Velmora::dsp::BlockPool buffers;
+    std::array<const float*, inputCount> inputs{};
+    std::array<const float*, 2> modulators{};
+    std::array<float*, outputCount> outputs{};
+
+    explicit Engine(std::uint32_t size) : blockSize(size) {
+        buffers.Allocate(carrierCount + 2 + outputCount, blockSize);
+        std::uint32_t next = 0;
+        // The other inputs are modulations and stay null.
+        inputs[0] = buffers[next++];
+        inputs[1] = buffers[next++];
+        modulators = {buffers[next], buffers[next + 1]};
+        next += 2;
+        for (float*& output : outputs) {
+            output = buffers[next++];
+        }
+    }
+
+    /// Both sides of an interleaved block of at most blockSize frames, filled up with silence.
+    void Load(std::span<const float> samples, std::uint32_t firstBuffer) {
+        for (std::uint32_t side = 0; side < 2; ++side) {
+            float* const buffer = buffers[firstBuffer + side];
+            const std::size_t frames = samples.size() / 2;
+            for (std::size_t n = 0; n < frames; ++n) {
+                buffer[n] = samples[2 * n + side];
+            }
+            std::fill(buffer + frames, buffer + blockSize, 0.0F);
+        }
+    }
+
+    void Run() {
+        Velmora::dsp::ProcessContext context;
+        context.inputs = inputs.data();
+        context.numInputs = inputCount;
+        context.auxInputs = modulators.data();
+        context.numAuxInputs = 2;
+        context.outputs = outputs.data();
+        context.numOutputs = outputCount;
+        context.numFrames = blockSize;
+        context.isOffline = 1;
+        Velmora::dsp::RunChild(core, context);
+    }
+};
+
+VocoderSession::VocoderSession(std::uint32_t rate, std::uint32_t noiseSeed) : EngineSession(rate) {
+    const auto hertz = static_cast<float>(rate);
+    engine = std::make_unique<Engine>(BlockSize(hertz));
+    engine->core.SeedNoise(noiseSeed);
+    engine->core.Initialize(hertz, engine->blockSize);
+}
+
+VocoderSession::~VocoderSession() = default;
+
+bool VocoderSession::Write(const ParameterSetting& setting) {
+    if (setting.id >= BodeVocoder::parameterCount) {
+        return false;
+    }
+    WriteTo(engine->core, setting);
+    return true;
+}
+
+float VocoderSession::Value(std::uint32_t id) const {
+    const Velmora::dsp::ModuleParam* record = engine->core.FindParameter(id);
+    return record != nullptr ? record->PeekValue() : 0.0F;
+}
+
+void VocoderSession::Process(std::span<const float> modulator, std::span<const float> carrier,
+                             std::span<float> output) {
+    const Velmora::dsp::DenormalGuard guard;
+    if (!started) {
+        // Smoothers take what is set now. Without it the synthesis bands would stay near their start: the
+        // engine moves them by one step per change of "Shift" only.
+        engine->core.Reset(true);
+        started = true;
+    }
+    const std::size_t block = std::size_t{engine->blockSize} * 2;
+    for (std::size_t start = 0; start < output.size(); start += block) {
+        const std::size_t count = std::min(block, output.size() - start);
+        engine->Load(carrier.subspan(start, count), 0);
+        engine->Load(modulator.subspan(start, count), Engine::carrierCount);
+        engine->Run();
+        for (std::size_t n = 0; n < count; ++n) {
+            output[start + n] = engine->outputs[n % 2][n / 2];
+        }
+        CollectMeters();
+    }
+}
+
+void VocoderSession::CollectMeters() {
+    const auto collect = [this](float& largest, std::uint32_t index) {
+        const auto id = BodeVocoder::ParameterId(static_cast<BodeVocoder::Additional>(index));
+        largest = std::max(largest, engine->core.GetParameterNormalized(id));
+    };
+    collect(meters.hiss, BodeVocoder::HissLED);
+    collect(meters.buzz, BodeVocoder::BuzzLED);
+    collect(meters.programOverload, BodeVocoder::PreampOverloadLED);
+    collect(meters.carrierOverload, BodeVocoder::CarrierPreampOverloadLED);
+    for (std::uint32_t band = 0; band < MeterReading::bandCount; ++band) {
+        collect(meters.bands[band], BodeVocoder::CVFB1 + band);
+    }
+}
+
+MeterReading VocoderSession::TakeMeters() {
+    const MeterReading reading = meters;
+    meters = {};
+    return reading;
+}
+
+} // namespace orphia::host

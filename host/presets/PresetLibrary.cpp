@@ -1,0 +1,139 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "host/presets/PresetLibrary.h"
+
+#include "host/common/Errors.h"
+#include "host/common/TextDistance.h"
+#include "support/platform/Platform.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <system_error>
+
+namespace orphia::host {
+
+namespace {
+
+constexpr std::string_view ending = ".json";
+
+/// What counts of a name: its letters and digits, in lower case.
+std::string Plain(std::string_view text) {
+    std::string plain;
+    for (const char c : text) {
+        if (c >= 'A' && c <= 'Z') {
+            plain += static_cast<char>(c - 'A' + 'a');
+        } else if (c != ' ' && c != '-' && c != '_') {
+            plain += c;
+        }
+    }
+    return plain;
+}
+
+bool ById(const PresetLibrary::Entry& a, const PresetLibrary::Entry& b) { return a.id < b.id; }
+
+std::vector<PresetLibrary::Entry> EntriesOf(const std::filesystem::path& folder) {
+    std::vector<PresetLibrary::Entry> entries;
+    std::error_code error;
+    for (const auto& file : std::filesystem::directory_iterator(folder, error)) {
+        if (file.path().extension() != ending) {
+            continue;
+        }
+        try {
+            const PresetSummary summary = ReadPresetSummary(file.path());
+            entries.push_back({file.path().stem().string(), summary.name, summary.description, file.path()});
+        } catch (const FileError&) {
+            continue; // some other file, or a damaged one, which reading it by its path tells
+        }
+    }
+    std::sort(entries.begin(), entries.end(), ById);
+    return entries;
+}
+
+bool IsFile(const std::filesystem::path& path) {
+    std::error_code error;
+    return std::filesystem::is_regular_file(path, error);
+}
+
+} // namespace
+
+std::filesystem::path PresetLibrary::UserFolder() {
+    const std::optional<std::string> data = Velmora::Platform::UserDataFolder();
+    return data ? std::filesystem::path(*data) / "Velmora" / "Orphia VX" / "Presets"
+                : std::filesystem::path();
+}
+
+std::filesystem::path PresetLibrary::FactoryFolder() {
+    const std::filesystem::path programFolder =
+        std::filesystem::path(Velmora::Platform::LibraryPath()).parent_path();
+    const std::filesystem::path installed =
+        (programFolder / ".." / "share" / "orphia-vx" / "presets" / "factory").lexically_normal();
+    std::error_code error;
+    return std::filesystem::is_directory(installed, error) ? installed : FactoryFolderOfSources();
+}
+
+PresetLibrary::PresetLibrary() : PresetLibrary(UserFolder()) {}
+
+PresetLibrary::PresetLibrary(const std::filesystem::path& folder) {
+    std::vector<Entry> own = folder.empty() ? std::vector<Entry>() : EntriesOf(folder);
+    for (const BuiltInPreset& preset : BuiltInPresets()) {
+        const PresetSummary summary = SummaryOf(preset.text);
+        entries.push_back({std::string(preset.id), summary.name, summary.description, {}});
+    }
+    for (Entry& entry : own) {
+        const auto same = std::find_if(entries.begin(), entries.end(),
+                                       [&entry](const Entry& other) { return other.id == entry.id; });
+        if (same != entries.end()) {
+            *same = std::move(entry);
+        } else {
+            entries.push_back(std::move(entry));
+        }
+    }
+}
+
+const PresetLibrary::Entry& PresetLibrary::Find(std::string_view idOrName) const {
+    const std::string wanted = Plain(idOrName);
+    for (const Entry& entry : entries) {
+        if (Plain(entry.id) == wanted) {
+            return entry;
+        }
+    }
+    for (const Entry& entry : entries) {
+        if (Plain(entry.name) == wanted) {
+            return entry;
+        }
+    }
+    const std::size_t tolerance = std::max<std::size_t>(2, wanted.size() / 3);
+    std::vector<std::string_view> similar;
+    for (const Entry& entry : entries) {
+        if (TextDistance(wanted, Plain(entry.id), tolerance) <= tolerance) {
+            similar.push_back(entry.id);
+        }
+    }
+    throw UsageError(fmt::format("unknown preset '{}'", idOrName) +
+                     (similar.empty() ? "" : fmt::format(" (similar: {})", fmt::join(similar, ", "))));
+}
+
+Preset PresetLibrary::Load(const Entry& entry, const ParameterCatalog& catalog,
+                           std::vector<std::string>& warnings) {
+    if (!entry.IsBuiltIn()) {
+        return ReadPreset(entry.path, catalog, warnings);
+    }
+    const auto presets = BuiltInPresets();
+    const auto found = std::find_if(presets.begin(), presets.end(),
+                                    [&entry](const BuiltInPreset& preset) { return preset.id == entry.id; });
+    if (found == presets.end()) {
+        throw FileError(fmt::format("{}: is not built in", entry.id));
+    }
+    return ParsePreset(found->text, catalog, warnings, FactoryFolder());
+}
+
+Preset PresetLibrary::Open(const std::string& pathOrName, const ParameterCatalog& catalog,
+                           std::vector<std::string>& warnings) const {
+    if (pathOrName.ends_with(ending) || IsFile(pathOrName)) {
+        return ReadPreset(pathOrName, catalog, warnings);
+    }
+    return Load(Find(pathOrName), catalog, warnings);
+}
+
+} // namespace orphia::host

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "host/parameters/ParameterCatalog.h"
+#include "host/presets/Preset.h"
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orphia::host {
+
+/// The presets of the instrument: those that are built in, and those in the user's folder.
+class PresetLibrary {
+public:
+    struct Entry {
+        /// What a user calls it: the file's name without its ending, for instance "classic-robot".
+        std::string id;
+        /// As the preset itself tells.
+        std::string name;
+        std::string description;
+        /// Empty for a built-in one.
+        std::filesystem::path path;
+
+        bool IsBuiltIn() const { return path.empty(); }
+    };
+
+    /// Where a user's own presets lie, which need not exist; empty when the system knows no place.
+    static std::filesystem::path UserFolder();
+
+    /// The folder that samples of built-in presets are relative to: share/orphia-vx/presets/factory beside
+    /// the folder of the running program, or else where this was built. It may not exist.
+    static std::filesystem::path FactoryFolder();
+
+    /// With the presets of UserFolder().
+    PresetLibrary();
+    /// With those of another folder; an empty path is none.
+    explicit PresetLibrary(const std::filesystem::path& folder);
+
+    /// The built-in ones, then the user's, each in order of id. A file that is no preset is left out; one
+    /// with a built-in one's id stands in its place.
+    const std::vector<Entry>& Entries() const { return entries; }
+
+    /// By id or name; case, blanks, "-" and "_" do not count. Throws UsageError for an unknown one, with
+    /// similar ones.
+    const Entry& Find(std::string_view idOrName) const;
+
+    /// Reads a preset. Throws FileError.
+    static Preset Load(const Entry& entry, const ParameterCatalog& catalog,
+                       std::vector<std::string>& warnings);
+
+    /// What a user gives for a preset: the path of a file, when it ends in .json or there is such a file,
+    /// else as for Find. Throws UsageError and FileError.
+    Preset Open(const std::string& pathOrName, const ParameterCatalog& catalog,
+                std::vector<std::string>& warnings) const;
+
+private:
+    std::vector<Entry> entries;
+};
+
+/// The text of one built-in preset's file.
+struct BuiltInPreset {
+    std::string_view id;
+    std::string_view text;
+};
+
+/// In order of id: all of presets/factory/.
+std::vector<BuiltInPreset> BuiltInPresets();
+
+/// Where that folder was when this was built.
+std::filesystem::path FactoryFolderOfSources();
+
+} // namespace orphia::host

@@ -1,0 +1,217 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// A song on the carrier alone, which the monitor lets through.
+#include "host/player/MidiPlayer.h"
+
+#include "rigs/InstrumentRig.h"
+#include "rigs/MidiSong.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orphia::host {
+
+namespace {
+
+using test::At;
+using test::Bytes;
+using test::Sound;
+using test::operator+;
+
+constexpr std::uint32_t second = 960; // ticks, at 480 a beat and 120 beats a minute
+using test::Settings;
+/// One smooth oscillator, at once there and at once gone.
+const Settings plain = {"OutputSelection=carrier",
+                        "Osc1Waveform=triangle",
+                        "Osc2Volume=-70 dB",
+                        "EnsembleAmount=0",
+                        "Sustain=1",
+                        "Attack=2 ms",
+                        "Release=10 ms",
+                        "Modulations_Dst17_Src4_Amount=0",
+                        "Modulations_Dst18_Src4_Amount=0"};
+
+std::unique_ptr<Instrument> Ready(const Settings& settings) {
+    auto instrument = test::Ready(plain);
+    test::Apply(*instrument, settings);
+    return instrument;
+}
+
+Sound Play(const Bytes& track, double seconds, const Settings& settings = {},
+           std::size_t pieceBlocks = 1000) {
+    const MidiFile file = MidiFile::Parse(test::Song(0, 480, {track + test::End()}));
+    const auto instrument = Ready(settings);
+    MidiPlayer player(file, *instrument);
+    Sound sound;
+    sound.samples.resize(2 * static_cast<std::size_t>(seconds * 44100.0));
+    const std::size_t piece = pieceBlocks * instrument->FramesPerBlock() * 2;
+    for (std::size_t at = 0; at < sound.samples.size(); at += piece) {
+        player.Process(std::span(sound.samples).subspan(at, std::min(piece, sound.samples.size() - at)));
+    }
+    EXPECT_TRUE(player.IsDone() || player.SongFrames() > sound.Frames());
+    return sound;
+}
+
+/// In Hz, between two times, by the first and the last rise through zero.
+double Pitch(const Sound& sound, double from, double to) {
+    double first = 0.0;
+    double last = 0.0;
+    int cycles = -1;
+    const auto end = static_cast<std::size_t>(to * 44100.0);
+    for (auto n = static_cast<std::size_t>(from * 44100.0); n + 1 < end; ++n) {
+        const double a = sound.samples[2 * n];
+        const double b = sound.samples[2 * n + 2];
+        if (a < 0.0 && b >= 0.0) {
+            last = static_cast<double>(n) - a / (b - a);
+            first = ++cycles == 0 ? last : first;
+        }
+    }
+    return cycles > 0 ? cycles * 44100.0 / (last - first) : 0.0;
+}
+
+Bytes Message(unsigned status, unsigned channel, unsigned data1, unsigned data2) {
+    return test::Number((status | channel) << 16U | data1 << 8U | data2, 3);
+}
+Bytes On(unsigned key, unsigned channel = 0) { return Message(0x90, channel, key, 100); }
+Bytes Off(unsigned key, unsigned channel = 0) { return Message(0x80, channel, key, 0); }
+Bytes Controller(unsigned number, unsigned value, unsigned channel = 0) {
+    return Message(0xB0, channel, number, value);
+}
+/// An empty text.
+Bytes Wait(std::uint32_t ticks) { return At(ticks, {0xFF, 1, 0}); }
+/// Fully up.
+Bytes Bend(unsigned channel = 0) { return Message(0xE0, channel, 127, 127); }
+Bytes Registered(unsigned number, unsigned value, unsigned channel = 0) {
+    return At(0, Controller(101, 0, channel)) + At(0, Controller(100, number, channel)) +
+           At(0, Controller(6, value, channel));
+}
+
+void ExpectSilent(const Sound& sound, double from, const char* what) {
+    EXPECT_LT(sound.Rms(from), 1e-5) << what;
+}
+void ExpectHeard(const Sound& sound, double from, double to, const char* what) {
+    EXPECT_GT(sound.Rms(from, to), 1e-3) << what;
+}
+
+TEST(MidiPlayer, ANoteHasItsPitchAndItsTime) {
+    const Sound sound = Play(At(second / 2, On(69)) + At(second, Off(69)), 1.8);
+    EXPECT_NEAR(Pitch(sound, 0.6, 1.4), 440.0, 0.05);
+    EXPECT_LT(sound.Rms(0.0, 0.498), 1e-6) << "before its time";
+    ExpectHeard(sound, 0.505, 0.52, "at its time");
+    ExpectHeard(sound, 1.48, 1.499, "up to its end");
+    ExpectSilent(sound, 1.53, "after its end");
+}
+
+TEST(MidiPlayer, TheResultDoesNotDependOnThePieces) {
+    const Bytes track = At(0, Controller(7, 20)) + At(3, On(60)) + At(101, On(64)) +
+                        At(57, Controller(7, 127)) + At(200, Bend()) + At(30, Off(60)) + At(100, Off(64));
+    const Sound whole = Play(track, 0.6);
+    for (const std::size_t blocks : {1U, 7U}) {
+        EXPECT_EQ(Play(track, 0.6, {}, blocks).samples, whole.samples) << blocks << " blocks";
+    }
+}
+
+TEST(MidiPlayer, NoEventIsLostWhenABlockOverflows) {
+    Bytes crowd;
+    for (int i = 0; i < 400; ++i) {
+        crowd = crowd + At(0, On(60)) + At(0, Off(60));
+    }
+    const Sound sound = Play(crowd + At(0, On(69)) + At(second / 2, Off(69)), 0.7);
+    EXPECT_NEAR(Pitch(sound, 0.2, 0.45), 440.0, 0.1) << "the last of 801 events";
+    ExpectSilent(sound, 0.55, "note 69 ended");
+}
+
+TEST(MidiPlayer, ThePedalKeepsItsPlaceAmongTheNotes) {
+    const Bytes down = Controller(64, 64);
+    const Bytes up = Controller(64, 63);
+    ExpectSilent(Play(At(0, On(60)) + At(200, Off(60)) + At(0, down) + Wait(800), 0.6), 0.3,
+                 "off, then pedal");
+    const Bytes held = At(0, On(60)) + At(100, down) + At(100, Off(60));
+    const Sound sound = Play(held + At(400, up) + Wait(400), 1.0);
+    ExpectHeard(sound, 0.3, 0.6, "held by the pedal");
+    ExpectSilent(sound, 0.7, "released by the pedal");
+    ExpectSilent(Play(held + At(200, up) + At(0, down) + Wait(400), 0.8), 0.5, "up and down at one time");
+    ExpectHeard(Play(held + At(200, Controller(64, 0, 3)) + Wait(400), 0.6), 0.5, 0.6,
+                "another channel's pedal");
+}
+
+TEST(MidiPlayer, NothingHangs) {
+    const Bytes note = At(0, On(60));
+    const Bytes pedal = At(0, Controller(64, 127));
+    const Bytes rest = Wait(960);
+    ExpectSilent(Play(note + note + At(0, On(64, 5)) + pedal, 0.5), 0.3, "the end of the song");
+    ExpectSilent(Play(note + At(200, Controller(123, 0)) + rest, 0.5), 0.3, "all notes off");
+    ExpectHeard(Play(note + At(200, Controller(123, 0, 1)) + rest, 0.5), 0.3, 0.5,
+                "all notes off on another channel");
+    ExpectSilent(Play(pedal + note + At(200, Controller(120, 0)) + rest, 0.5), 0.3,
+                 "all sound off, in spite of the pedal");
+    ExpectSilent(Play(pedal + note + At(50, Off(60)) + At(150, Controller(121, 0)) + rest, 0.5), 0.3,
+                 "reset of controllers lifts the pedal");
+    ExpectSilent(Play(note + At(50, Off(60)) + Wait(50), 0.5, {"VST3_CtrlSustainOnOff=on"}), 0.3,
+                 "a pedal in the settings ends with the song");
+}
+
+/// The track is followed by a quarter of a second.
+void ExpectPitch(const Bytes& track, double key, const char* what, const Settings& settings = {}) {
+    const double hertz = 440.0 * std::exp2((key - 69.0) / 12.0);
+    EXPECT_NEAR(Pitch(Play(track + Wait(480), 0.5, settings), 0.3, 0.5), hertz, 0.2) << what;
+}
+
+TEST(MidiPlayer, TheBendHasTheRangeOfTheFile) {
+    const Bytes note = At(0, On(60)) + At(0, Bend());
+    ExpectPitch(note, 62, "plain");
+    ExpectPitch(note, 67, "set", {"PitchBendRange=7"});
+    ExpectPitch(Registered(0, 12) + note, 72, "registered");
+    ExpectPitch(At(0, Controller(101, 0)) + At(0, Controller(100, 0)) + At(0, Controller(99, 1)) +
+                    At(0, Controller(6, 12)) + note,
+                62, "the number was another one's");
+    ExpectPitch(note, 62, "channel 1 leads", {"MPE_Enabled=on"});
+}
+
+TEST(MidiPlayer, WithMpeAChannelBendsOnItsOwn) {
+    const Bytes zone = Registered(6, 15);
+    const Bytes bent = At(0, Bend(2)) + At(0, On(60, 2));
+    ExpectPitch(zone + Registered(0, 12, 2) + bent, 72, "its own range");
+    ExpectPitch(zone + At(0, Bend(2)) + At(0, On(60, 1)), 60, "the bend of another channel");
+    ExpectPitch(zone + At(0, Bend(0)) + At(0, On(60, 1)), 62, "the bend of the zone");
+    ExpectPitch(zone + Registered(6, 0) + bent, 62, "no zone any more");
+}
+
+TEST(MidiPlayer, VolumeAndExpressionAreTheSquareOfTheirValues) {
+    const Bytes note = At(0, On(60)) + At(480, Off(60));
+    const double full = Play(note, 0.5).Rms(0.1, 0.4);
+    const auto ratio = [&](const Bytes& before) { return Play(before + note, 0.5).Rms(0.1, 0.4) / full; };
+    const double half = std::pow(64.0 / 127.0, 2);
+    EXPECT_NEAR(ratio(At(0, Controller(7, 64))), half, 1e-3);
+    EXPECT_NEAR(ratio(At(0, Controller(7, 64)) + At(0, Controller(11, 64))), half * half, 1e-3);
+    EXPECT_NEAR(ratio(At(0, Controller(7, 0, 9))), 1.0, 1e-3) << "of a channel without notes";
+    // A jump of the volume makes no jump in the sound.
+    const Sound sound = Play(At(0, On(60)) + At(241, Controller(7, 0)) + At(240, Off(60)), 0.4);
+    const auto largestStep = [&sound](std::size_t from, std::size_t to) {
+        float largest = 0.0F;
+        for (std::size_t n = 2 * from; n < 2 * to; n += 2) {
+            largest = std::max(largest, std::abs(sound.samples[n + 2] - sound.samples[n]));
+        }
+        return largest;
+    };
+    EXPECT_LT(largestStep(8820, sound.Frames() - 1), 1.05F * largestStep(4410, 8820));
+    EXPECT_EQ(sound.Rms(0.3, 0.39), 0.0);
+}
+
+TEST(MidiPlayer, WheelAndPressureReachTheModulations) {
+    const Settings routes = {"Dst17_Src7_Amount=-1", "Dst17_Src6_Amount=-1"};
+    const auto level = [&](const Bytes& message) {
+        return Play(At(0, On(60)) + message + At(480, Off(60)), 0.5, routes).Rms(0.3, 0.45);
+    };
+    for (const Bytes& message : {Controller(1, 127), Bytes{0xD0, 127}, Bytes{0xA0, 60, 127}}) {
+        EXPECT_LT(level(At(0, message)), level({}) / 100.0) << "status " << int{message[0]};
+    }
+}
+
+} // namespace
+
+} // namespace orphia::host

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tools/lists/PresetsCommand.h"
+
+#include "host/parameters/ParameterText.h"
+#include "host/presets/PresetLibrary.h"
+#include "tools/options/PresetChoice.h"
+#include "tools/terminal/Terminal.h"
+#include "tools/terminal/TextTable.h"
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <algorithm>
+
+namespace orphia::tools {
+
+PresetsCommand::PresetsCommand(CLI::App& app)
+    : command(app.add_subcommand("presets", "List the presets, or show one")) {
+    command->add_option("NAME", name, "show this one: a name, or a file")->type_name("");
+}
+
+bool PresetsCommand::IsChosen() const { return command->parsed(); }
+
+void PresetsCommand::Run() {
+    if (command->count("NAME") > 0) {
+        Show();
+    } else {
+        List();
+    }
+}
+
+void PresetsCommand::List() const {
+    using host::PresetLibrary;
+    TextTable table({"NAME", "TITLE", "DESCRIPTION"});
+    const host::Preset standard = host::DefaultPreset(host::ParameterCatalog::OfInstrument());
+    table.Add({std::string(defaultPresetName), standard.name, standard.description});
+    const PresetLibrary library;
+    for (const PresetLibrary::Entry& entry : library.Entries()) {
+        table.Add({entry.id, entry.name, entry.description});
+    }
+    table.Print();
+    if (const auto folder = PresetLibrary::UserFolder(); !folder.empty()) {
+        fmt::print("\nYour own ones belong into {}\n", folder.string());
+    }
+}
+
+void PresetsCommand::Show() const {
+    const host::ParameterCatalog& catalog = host::ParameterCatalog::OfInstrument();
+    std::vector<std::string> warnings;
+    const host::Preset preset = OpenPreset(name, warnings);
+    std::for_each(warnings.begin(), warnings.end(), Warn);
+    fmt::print("{}\n", preset.name);
+    if (!preset.description.empty()) {
+        fmt::print("{}\n", preset.description);
+    }
+    fmt::print("\n");
+    TextTable table({"PARAMETER", "VALUE", "DESCRIPTION"});
+    for (const host::ParameterSetting& setting : preset.settings) {
+        const host::ParameterInfo& info = catalog.Parameters()[setting.id];
+        table.Add({info.name, host::FormatSetting(info, setting), std::string(info.description)});
+    }
+    if (preset.samples) {
+        for (const auto& [sample, path] : *preset.samples) {
+            table.Add({fmt::format("sample {}", sample + 1), path.string(), ""});
+        }
+    }
+    table.Print();
+}
+
+} // namespace orphia::tools

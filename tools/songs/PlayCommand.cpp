@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tools/songs/PlayCommand.h"
+
+#include "host/common/Errors.h"
+
+#include <CLI/CLI.hpp>
+
+namespace orphia::tools {
+
+PlayCommand::PlayCommand(CLI::App& app)
+    : command(app.add_subcommand("play", "Render a MIDI file through the carrier alone")),
+      options(*command, "44100") {
+    command->add_option("MIDIFILE", job.song, "the song: a standard MIDI file of format 0 or 1")
+        ->type_name("");
+    command
+        ->add_option("--tail", tailSeconds,
+                     "go on after the song's end; else until it is silent, at most 30 s")
+        ->type_name("SECONDS");
+}
+
+bool PlayCommand::IsChosen() const { return command->parsed(); }
+
+void PlayCommand::Run() {
+    if (options.PrintListIfAsked()) {
+        return;
+    }
+    Check();
+    // The preamp at the level where the monitor is as loud as the carrier itself; there a chord of many
+    // voices stays below full scale.
+    job.wishes = {{"CarrierLevel=-24 dB", "MasterVolume=-17 dB"}, {"OutputSelection=carrier"}};
+    RenderSong(job, options);
+}
+
+void PlayCommand::Check() {
+    if (job.song.empty() || options.Output().empty()) {
+        throw host::UsageError("play needs a MIDIFILE and -o OUTPUT; see orphia play --help");
+    }
+    options.Check(job.Inputs());
+    if (command->count("--tail") > 0) {
+        CheckTail(tailSeconds);
+        job.tail = tailSeconds;
+    }
+}
+
+} // namespace orphia::tools

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "tools/vocode/VocodeCommand.h"
+
+#include "host/common/Errors.h"
+#include "host/parts/VocoderSession.h"
+#include "tools/run/InputSound.h"
+#include "tools/run/RenderOutput.h"
+#include "tools/run/RenderRun.h"
+#include "tools/run/RunDisplay.h"
+#include "tools/vocode/VocodePerformance.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <memory>
+
+namespace orphia::tools {
+
+namespace {
+
+using host::UsageError;
+using host::VocoderSession;
+
+/// Files of a lower rate are brought to this one, so that the treble path has its place.
+constexpr std::uint32_t lowestOwnRate = 44100;
+
+} // namespace
+
+VocodeCommand::VocodeCommand(CLI::App& app)
+    : command(app.add_subcommand("vocode", "Vocode a sound file with another one")),
+      options(*command, host::EngineTree::Vocoder, "the higher one of both files, at least 44100") {
+    command->add_option("MODULATOR", modulatorPath, "what speaks; gives the length")->type_name("");
+    command->add_option("CARRIER", carrierPath, "what sounds; a shorter one ends in silence")->type_name("");
+    command->add_flag("--loop-carrier", loopsCarrier, "begin the carrier anew when it ends");
+    command->add_option("--tail", tailSeconds, "go on after the modulator's end")->type_name("SECONDS");
+    command->add_flag("--meters", showsMeters, "show band meters and lights");
+}
+
+bool VocodeCommand::IsChosen() const { return command->parsed(); }
+
+void VocodeCommand::Run() {
+    if (options.PrintListIfAsked()) {
+        return;
+    }
+    Check();
+    Render();
+}
+
+void VocodeCommand::Check() {
+    if (modulatorPath.empty() || carrierPath.empty() || options.Output().empty()) {
+        throw UsageError("vocode needs a MODULATOR, a CARRIER and -o OUTPUT; see orphia vocode --help");
+    }
+    options.Check(std::array{modulatorPath, carrierPath});
+    CheckTail(tailSeconds);
+}
+
+void VocodeCommand::Render() const {
+    using Playback = host::AudioFileSource::Playback;
+    InputSound modulator(modulatorPath, Playback::Once);
+    InputSound carrier(carrierPath, loopsCarrier ? Playback::Loop : Playback::Once);
+    const std::uint32_t ownRate = std::clamp(std::max(modulator.FileRate(), carrier.FileRate()),
+                                             lowestOwnRate, VocoderSession::maximumSampleRate);
+    const std::uint32_t rate = options.SampleRate() != 0 ? options.SampleRate() : ownRate;
+    modulator.ConvertTo(rate);
+    carrier.ConvertTo(rate);
+
+    VocoderSession session(rate, options.Seed());
+    session.Apply(host::DefaultPreset(options.Catalog()));
+    session.Apply(options.ReadPreset());
+    for (const host::ParameterSetting& setting : options.OwnSettings()) {
+        session.Set(setting);
+    }
+    std::unique_ptr<host::PendingFile> presetFile;
+    if (options.SavesPreset()) {
+        host::Preset preset;
+        preset.settings = session.Settings();
+        presetFile = options.BeginPreset(preset);
+    }
+    RenderOutput output(options.Output(), rate, VocoderSession::BlockSize(static_cast<float>(rate)),
+                        options.Format());
+    RunDisplay display(showsMeters);
+    VocodePerformance performance(modulator, carrier, session);
+    RenderWhole(performance, output, tailSeconds, display);
+    output.Finish();
+    if (presetFile) {
+        presetFile->Commit();
+    }
+    modulator.WarnOfReplaced();
+    carrier.WarnOfReplaced();
+    output.PrintSummary();
+}
+
+} // namespace orphia::tools
