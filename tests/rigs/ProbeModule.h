@@ -4,6 +4,7 @@
 #include "dsp/framework/UnitModule.h"
 #include "support/NonBlocking.h"
 
+#include <array>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -17,6 +18,9 @@ template <u32 Count, u32 Channels = 1>
 class ProbeModule : public dsp::UnitModule {
 public:
     static constexpr u32 parameterCount = Count;
+    static constexpr u32 inputCount = Channels;
+    static constexpr std::array<u32, Channels - (Channels < 2 ? Channels : 2)> modulationInputs = {};
+    static constexpr std::array<u32, 1> slotSignals = {0};
 
     explicit ProbeModule(std::string moduleName = {}, std::vector<std::string>* calls = nullptr)
         : UnitModule(std::move(moduleName), Channels, Channels, Records()), journal(calls) {}

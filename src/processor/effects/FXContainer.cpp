@@ -99,11 +99,12 @@ void FXContainer::RunSlot(u32 slot, const ProcessContext& context, const float* 
     Inputs inputs{};
     inputs[0] = left;
     inputs[1] = right;
-    for (const u32 at : FXVariant::firstModulation) {
-        inputs[at] = context.InputOrNull(2 + slot);
-    }
-    for (const u32 at : FXVariant::secondModulation) {
-        inputs[at] = context.InputOrNull(2 + slotCount + slot);
+    for (u32 signal = 0; signal < FXVariant::signalCount; ++signal) {
+        for (const u32 place : FXVariant::signalInputs[signal]) {
+            if (place != 0) {
+                inputs[place] = context.InputOrNull(2 + signal * slotCount + slot);
+            }
+        }
     }
     ProcessContext child =
         context.ForChild(inputs.data(), FXVariant::inputCount, outputs.data(), outputCount);

@@ -31,7 +31,7 @@ static_assert(FXVariant::ParameterId(FXVariant::ModuleType) == 225);
 static_assert(FXVariant::ParameterId(FXVariant::DryWet) == 230);
 static_assert(FXVariant::ParameterId(FXVariant::PanRateType) == 231);
 static_assert(FXVariant::parameterCount == 232);
-static_assert(FXVariant::typeCount == 12);
+static_assert(FXVariant::typeCount == 12 && FXVariant::inputCount == 60);
 static_assert(delayMode == 21 && flangerMode == 48 && panRateType == 189 && levelRateType == 193);
 
 std::vector<ModuleParam> FurtherRecords() {

@@ -26,8 +26,8 @@ namespace Velmora::Processor {
 /// type 0, which passes the input. A bypassed slot passes its input; whether bypass and change of type are
 /// faded is for the host to say, and off at the start.
 ///
-/// Inputs as of ModuleVariant, inputCount of them; the two modulation signals of the slot go to all positions
-/// of firstModulation and secondModulation, since only the selected type reads its part of the list.
+/// Inputs as of ModuleVariant. The two modulation signals of the slot go to their places for all types, since
+/// only the selected one reads its part of the list.
 class FXVariant final
     : public dsp::ModuleVariant<2, 2, dsp::BypassedModule, dsp::Reverb, dsp::Delay, dsp::Chorus, dsp::Flanger,
                                 dsp::Phaser, dsp::TubeScreamer808, dsp::Compressor,
@@ -58,11 +58,10 @@ public:
         FurtherEnd
     };
     static constexpr u32 parameterCount = childParameterCount + FurtherEnd;
-    static constexpr u32 inputCount = 60;
-
-    /// Of the list of inputs: where each of the slot's modulation signals arrives.
-    static constexpr std::array<u32, 11> firstModulation = {3, 11, 19, 22, 25, 29, 33, 39, 47, 50, 58};
-    static constexpr std::array<u32, 10> secondModulation = {6, 18, 21, 23, 26, 30, 34, 40, 48, 56};
+    /// Of the slot, each with its places in the list of inputs, by type; 0 for none.
+    static constexpr u32 signalCount = 2;
+    static constexpr std::array<std::array<u32, typeCount>, signalCount> signalInputs = {SignalInputs(0),
+                                                                                         SignalInputs(1)};
 
     explicit FXVariant(std::string moduleName);
 

@@ -44,7 +44,7 @@ float* OutputOrNull(const ProcessContext& context, u32 index) {
 } // namespace
 
 BitCrusher::BitCrusher(std::string moduleName)
-    : UnitModule(std::move(moduleName), 10, 4, RecordsOf(ranges)) {}
+    : UnitModule(std::move(moduleName), inputCount, 4, RecordsOf(ranges)) {}
 
 void BitCrusher::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) { controls.Prepare(sampleRate); }
 

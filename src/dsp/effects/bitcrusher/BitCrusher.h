@@ -61,6 +61,10 @@ public:
         /// widens the sound and leaves its pitch alone.
         Split
     };
+    static constexpr std::array<u32, 8> modulationInputs = {Bits,   SampleRate, DryWet,  Drive,
+                                                            Jitter, Curve,      HighCut, Split};
+    static constexpr u32 inputCount = 2 + modulationInputs.size();
+    static constexpr std::array<u32, 2> slotSignals = {Bits, SampleRate};
 
     explicit BitCrusher(std::string moduleName = "BitCrusher");
 

@@ -59,6 +59,9 @@ public:
         /// Level of the wet sound in dB.
         WetGain
     };
+    static constexpr std::array<u32, 3> modulationInputs = {DryWet, Depth, Freq};
+    static constexpr u32 inputCount = 2 + modulationInputs.size();
+    static constexpr std::array<u32, 2> slotSignals = {DryWet, Freq};
 
     explicit Chorus(std::string moduleName = "Chorus");
 

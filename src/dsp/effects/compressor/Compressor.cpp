@@ -51,7 +51,7 @@ void MixWet(float* gains, const float* wet, float factor, u32 frames) {
 } // namespace
 
 Compressor::Compressor(std::string moduleName)
-    : DynamicsModuleInterface(std::move(moduleName), 8, 2, CompressorRecords()) {
+    : DynamicsModuleInterface(std::move(moduleName), inputCount, 2, CompressorRecords()) {
     for (SmootherLPF* smoother : {&inputGain, &outputGain, &ratio, &threshold}) {
         smoother->time = smoothingSeconds;
     }

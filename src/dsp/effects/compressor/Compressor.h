@@ -69,6 +69,10 @@ public:
         /// The lowest gain in dB, 0 or below.
         GRLimit
     };
+    static constexpr std::array<u32, 4> modulationInputs = {Wet, Release, Threshold, Ratio};
+    /// The last two are the sidechain.
+    static constexpr u32 inputCount = 2 + modulationInputs.size() + 2;
+    static constexpr std::array<u32, 2> slotSignals = {Wet, Release};
 
     explicit Compressor(std::string moduleName = "Compressor");
 

@@ -1,14 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/delay/Delay.h"
 
-#include "dsp/effects/shared/EffectRecords.h"
 #include "dsp/effects/shared/RenderStereoQuads.h"
 #include "dsp/math/SyncRates.h"
-#include "dsp/math/Within.h"
 
 #include <algorithm>
 #include <utility>
-#include <vector>
 
 namespace Velmora::dsp {
 
@@ -18,33 +15,27 @@ using simd::Float4;
 using Controls = DelayControls;
 using Limits = DelaySettings;
 
-constexpr u32 firstModulation = 2;
-constexpr u32 inputCount = 10;
 /// Of the wow; the flutter runs at eight times this rate.
 constexpr float wowHz = 0.8F;
 /// The rest of the wow is its random part.
 constexpr float cyclicShare = 0.65F;
 
-std::vector<ModuleParam> Records() {
-    using namespace EffectRecords;
-    return {Linear("DryWet", 0.0F, 1.0F, 0.3F),
-            Exponential("Time", 2.0F, 1000.0F * Limits::longestSeconds, 4.0F, 375.0F),
-            Choice("DryWetMode", 2, 0.0F),
-            Linear("Offset", -Limits::mostOffset, Limits::mostOffset, 0.0F),
-            Linear("Feedback", 0.0F, 1.0F, 0.35F),
-            Choice("Mode", Limits::modeCount, Limits::PingPong),
-            Choice("TempoSync", 2, 0.0F),
-            Choice("SyncRate", SyncRates::echoCount, 6.0F),
-            Exponential("LowCut", LoopCuts::lowestHz, 2000.0F, 4.0F, 100.0F),
-            Exponential("HighCut", 500.0F, LoopCuts::highestHz, 4.0F, 6000.0F),
-            Linear("Width", 0.0F, 1.0F, 1.0F),
-            Exponential("Wow", 0.0F, Limits::widestWowMs, 2.0F, 0.15F),
-            Linear("Saturation", 0.0F, 1.0F, 0.15F)};
-}
-
 } // namespace
 
-Delay::Delay(std::string moduleName) : UnitModule(std::move(moduleName), inputCount, 2, Records()) {}
+Delay::Delay(std::string moduleName)
+    : EffectUnit(std::move(moduleName), modulationInputs, 2,
+                 {Declare::Linear("DryWet", 0.0F, 1.0F, 0.3F),
+                  Declare::Exponential("Time", 2.0F, 1000.0F * Limits::longestSeconds, 4.0F, 375.0F),
+                  Declare::Switch("DryWetMode"),
+                  Declare::Linear("Offset", -Limits::mostOffset, Limits::mostOffset, 0.0F),
+                  Declare::Linear("Feedback", 0.0F, 1.0F, 0.35F),
+                  Declare::Choice("Mode", Limits::modeCount, Limits::PingPong), Declare::Switch("TempoSync"),
+                  Declare::Choice("SyncRate", SyncRates::echoCount, 6.0F),
+                  Declare::Exponential("LowCut", LoopCuts::lowestHz, 2000.0F, 4.0F, 100.0F),
+                  Declare::Exponential("HighCut", 500.0F, LoopCuts::highestHz, 4.0F, 6000.0F),
+                  Declare::Linear("Width", 0.0F, 1.0F, 1.0F),
+                  Declare::Exponential("Wow", 0.0F, Limits::widestWowMs, 2.0F, 0.15F),
+                  Declare::Linear("Saturation", 0.0F, 1.0F, 0.15F)}) {}
 
 void Delay::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) {
     controls.Prepare(sampleRate);
@@ -66,58 +57,38 @@ void Delay::OnReset(bool /*hard*/) {
     wow.Reset();
 }
 
-bool Delay::UpdateParameters(ProcessContext& context) {
-    const bool modulated = modulations.Sees(context, firstModulation, inputCount);
-    // A tempo that is not a number differs from itself, which costs a little time and no more.
-    if (!anyParameterChanged && !needsUpdate && !modulated && context.tempo == lastTempo) {
-        return true;
-    }
-    lastTempo = context.tempo;
-    const DelaySettings now = Read(context);
-    if (needsUpdate || now != settings) {
-        settings = now;
-        controls.Aim(settings);
-    }
-    if (needsUpdate) {
-        controls.Jump();
-        StepDelays();
-        StepDelays();
-    }
-    return true;
-}
-
-float Delay::Modulated(const ProcessContext& context, u32 id, u32 input) {
-    return SoundSample(parameters[id].GetModulatedValue(context, input));
-}
-
-DelaySettings Delay::Read(const ProcessContext& context) {
+DelaySettings Delay::ReadSettings(const ProcessContext& context) {
     DelaySettings now;
-    const float mix = Within(Modulated(context, DryWet, 2), 0.0F, 1.0F);
-    now.mix = ToIndex(Value(DryWetMode) + 0.5F, 2) == 0 ? mix : 1.0F;
+    now.mix = IsOn(DryWetMode) ? 1.0F : HeldValue(DryWet, context);
     now.seconds = EchoSeconds(context);
-    now.offset = Within(Modulated(context, Offset, 4), -Limits::mostOffset, Limits::mostOffset);
-    now.lowCutHz = Within(Modulated(context, LowCut, 5), LoopCuts::lowestHz, LoopCuts::highestHz);
-    now.highCutHz = Within(Modulated(context, HighCut, 6), LoopCuts::lowestHz, LoopCuts::highestHz);
-    now.wowMs = Within(Modulated(context, Wow, 7), 0.0F, Limits::widestWowMs);
-    now.saturation = Within(Modulated(context, Saturation, 8), 0.0F, 1.0F);
-    now.feedback = Within(Modulated(context, Feedback, 9), 0.0F, 1.0F);
-    now.mode = ToIndex(Value(Mode) + 0.5F, Limits::modeCount);
-    now.width = Within(Value(Width), 0.0F, 1.0F);
+    now.offset = HeldValue(Offset, context);
+    now.lowCutHz = HeldValue(LowCut, context);
+    now.highCutHz = HeldValue(HighCut, context);
+    now.wowMs = HeldValue(Wow, context);
+    now.saturation = HeldValue(Saturation, context);
+    now.feedback = HeldValue(Feedback, context);
+    now.mode = HeldStep(Mode);
+    now.width = HeldValue(Width, context);
     return now;
 }
 
 float Delay::EchoSeconds(const ProcessContext& context) {
-    const float free = Within(Modulated(context, Time, 3) * 0.001F, 0.0F, Limits::longestSeconds);
-    if (ToIndex(Value(TempoSync) + 0.5F, 2) == 0) {
+    const float free = HeldValue(Time, context) * 0.001F;
+    if (!IsOn(TempoSync)) {
         return free;
     }
     constexpr float lowestTempo = 1.0F;
-    float seconds = SyncRates::EchoSeconds(Value(SyncRate) + 0.5F, context.tempo, free);
+    float seconds = SyncRates::EchoSeconds(HeldValue(SyncRate, context), context.tempo, free);
     seconds = std::min(seconds, 60.0F * SyncRates::echoBeats[0] / lowestTempo);
     while (seconds > Limits::longestSeconds) {
         seconds *= 0.5F;
     }
     return seconds;
+}
+
+void Delay::StartMotion() {
+    StepDelays();
+    StepDelays();
 }
 
 void Delay::StepDelays() {

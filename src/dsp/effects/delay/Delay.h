@@ -3,9 +3,8 @@
 
 #include "dsp/delaylines/SplineDelayLine.h"
 #include "dsp/effects/delay/DelayControls.h"
-#include "dsp/framework/UnitModule.h"
+#include "dsp/effects/shared/EffectUnit.h"
 #include "dsp/lfo/ChorusLfo.h"
-#include "dsp/modulation/ModulationWatch.h"
 
 #include <array>
 #include <string>
@@ -15,15 +14,14 @@ namespace Velmora::dsp {
 /// A stereo echo with the loop of a tape machine: delay, first-order cuts, feedback, saturation. Each repeat
 /// passes all of it once more. A change of time bends the pitch until the tape has taken up the new place.
 ///
-/// Inputs: 0 left, 1 right, and the modulation of 2 "DryWet", 3 "Time", 4 "Offset", 5 "LowCut", 6 "HighCut",
-/// 7 "Wow", 8 "Saturation", 9 "Feedback"; any may be null or absent. Outputs: 0 left, 1 right, which may be
-/// the input buffers. A sample that is not a number or absurdly loud counts as 0, a null input as silence.
+/// Inputs: 0 left, 1 right, then those of modulationInputs; any may be null or absent. Outputs: 0 left, 1
+/// right, which may be the input buffers. A sample that is not a number or absurdly loud counts as 0, a null
+/// input as silence.
 ///
-/// Ranges may be declared anew. What is used in the end: a time from 13 samples to 2 s, a feedback within
-/// 0..1, a wow up to 4 ms. The loop holds its level by itself: straight up to 6 dB above full scale, never
-/// beyond 12 dB. At a "DryWet" of 0 the output is the input to the bit. The wet sound has no latency but its
-/// own time.
-class Delay final : public UnitModule {
+/// The shortest time is 13 samples. The loop holds its level by itself: straight up to 6 dB above full scale,
+/// never beyond 12 dB. At a "DryWet" of 0 the output is the input to the bit. The wet sound has no latency
+/// but its own time.
+class Delay final : public EffectUnit<DelaySettings, DelayControls> {
 public:
     static constexpr u32 parameterCount = 13;
     enum Parameter : u32 {
@@ -54,20 +52,23 @@ public:
         /// 0..1: how low the tape saturates.
         Saturation
     };
+    static constexpr std::array<u32, 8> modulationInputs = {DryWet,  Time, Offset,     LowCut,
+                                                            HighCut, Wow,  Saturation, Feedback};
+    static constexpr u32 inputCount = 2 + modulationInputs.size();
+    static constexpr std::array<u32, 2> slotSignals = {DryWet, Feedback};
 
     explicit Delay(std::string moduleName = "Delay");
 
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     /// Clears lines and filters; the wow starts anew.
     void OnReset(bool hard) override;
-    bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
 
 private:
     using Float4 = simd::Float4;
 
-    DelaySettings Read(const ProcessContext& context);
-    float Modulated(const ProcessContext& context, u32 id, u32 input);
+    DelaySettings ReadSettings(const ProcessContext& context) override;
+    void StartMotion() override;
     float EchoSeconds(const ProcessContext& context);
     void StepDelays();
     template <bool moving>
@@ -75,8 +76,6 @@ private:
     template <bool moving>
     void WriteLines(Float4 left, Float4 right, Float4 loopLeft, Float4 loopRight);
 
-    DelaySettings settings;
-    DelayControls controls;
     std::array<SplineDelayLine, 2> lines;
     /// False while there is nothing to clear: the lines are long.
     bool linesUsed = false;
@@ -85,8 +84,6 @@ private:
     /// In samples, lane 0 left, 1 right; before and at the end of the coming quad.
     Float4 delays = Float4(SplineDelayLine::shortestDelay);
     Float4 endDelays = Float4(SplineDelayLine::shortestDelay);
-    ModulationWatch modulations;
-    float lastTempo = 0.0F;
 };
 
 } // namespace Velmora::dsp

@@ -28,7 +28,7 @@ void DelayControls::Prepare(float rate) {
     }
 }
 
-void DelayControls::Aim(const DelaySettings& settings) {
+void DelayControls::SetTargets(const DelaySettings& settings) {
     const float angle = settings.mix * 0.5F * std::numbers::pi_v<float>;
     const float dry = settings.mix < 1.0F ? std::cos(angle) : 0.0F;
     const float wet = settings.mix > 0.0F ? std::sin(angle) : 0.0F;
@@ -43,10 +43,10 @@ void DelayControls::Aim(const DelaySettings& settings) {
     groups[Loop].Aim({crosses ? 0.0F : settings.feedback, crosses ? settings.feedback : 0.0F,
                       settings.saturation * strongestBend, 0.0F});
     groups[Cuts].Aim(LoopCuts::Coefficients(settings.lowCutHz, settings.highCutHz, sampleRate));
-    AimTimes(settings);
+    SetTimes(settings);
 }
 
-void DelayControls::AimTimes(const DelaySettings& settings) {
+void DelayControls::SetTimes(const DelaySettings& settings) {
     constexpr float shortest = SplineDelayLine::shortestDelay;
     const float longest = std::max(shortest, DelaySettings::longestSeconds * sampleRate);
     const float samples = settings.seconds * sampleRate;
@@ -58,7 +58,7 @@ void DelayControls::AimTimes(const DelaySettings& settings) {
     groups[Wow].Aim({std::min(settings.wowMs * 0.001F * sampleRate, room), 0.0F, 0.0F, 0.0F});
 }
 
-void DelayControls::Jump() {
+void DelayControls::JumpToTargets() {
     groups.Jump();
     for (TapeGlide& time : times) {
         time.Jump();

@@ -49,8 +49,8 @@ public:
     enum WowLane : u32 { WowSamples };
 
     void Prepare(float rate);
-    void Aim(const DelaySettings& settings);
-    void Jump();
+    void SetTargets(const DelaySettings& settings);
+    void JumpToTargets();
     /// Advances the levels by a quad of frames.
     void Step() { groups.Step(); }
     bool IsMoving() const { return groups.IsMoving(); }
@@ -66,7 +66,7 @@ public:
     float LongestDelay() const { return longestDelay; }
 
 private:
-    void AimTimes(const DelaySettings& settings);
+    void SetTimes(const DelaySettings& settings);
 
     ControlGroups<GroupCount, Wow> groups;
     std::array<TapeGlide, 2> times;

@@ -45,7 +45,7 @@ constexpr float highestForTwo = 132000.0F;
 } // namespace
 
 TubeScreamer808::TubeScreamer808(std::string moduleName)
-    : UnitModule(std::move(moduleName), 6, 2, RecordsOf(ranges)) {}
+    : UnitModule(std::move(moduleName), inputCount, 2, RecordsOf(ranges)) {}
 
 void TubeScreamer808::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) {
     factorInUse = sampleRate < highestForFour ? 4 : sampleRate < highestForTwo ? 2 : 1;

@@ -7,6 +7,7 @@
 #include "dsp/modulation/ModulationWatch.h"
 #include "dsp/smoothing/ControlGroups.h"
 
+#include <array>
 #include <string>
 
 namespace Velmora::dsp {
@@ -44,6 +45,9 @@ public:
         /// -1..1: moves the rest point of the diodes, which then clip one half of the wave earlier.
         Bias
     };
+    static constexpr std::array<u32, 4> modulationInputs = {Drive, Tone, Level, DryWet};
+    static constexpr u32 inputCount = 2 + modulationInputs.size();
+    static constexpr std::array<u32, 2> slotSignals = {Drive, Tone};
 
     explicit TubeScreamer808(std::string moduleName = "TS808");
 

@@ -68,7 +68,7 @@ float InverseQOf(float q) { return 1.0F / Within(q, lowestQ, highestQ); }
 
 template <u32 bandCount>
 ParamEq<bandCount>::ParamEq(std::string moduleName)
-    : UnitModule(std::move(moduleName), CutoffInput(bandCount), 2, Records<bandCount>()) {
+    : UnitModule(std::move(moduleName), inputCount, 2, Records<bandCount>()) {
     for (Setting& setting : settings) {
         setting.gain.time = setting.frequency.time = setting.inverseQ.time = smoothingSeconds;
     }

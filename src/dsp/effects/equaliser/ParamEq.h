@@ -40,6 +40,15 @@ public:
 
     static constexpr u32 scaleInput = 2;
     static constexpr u32 CutoffInput(u32 band) { return scaleInput + 1 + band; }
+    static constexpr std::array<u32, 1 + bandCount> modulationInputs = [] {
+        std::array<u32, 1 + bandCount> ids{Scale};
+        for (u32 band = 0; band < bandCount; ++band) {
+            ids[CutoffInput(band) - 2] = CutoffId(band);
+        }
+        return ids;
+    }();
+    static constexpr u32 inputCount = 2 + modulationInputs.size();
+    static constexpr std::array<u32, 1> slotSignals = {Scale};
 
     explicit ParamEq(std::string moduleName = "ParamEq");
 

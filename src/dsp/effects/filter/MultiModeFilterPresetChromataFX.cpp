@@ -49,7 +49,7 @@ struct Line {
 } // namespace
 
 MultiModeFilterPresetChromataFX::MultiModeFilterPresetChromataFX(std::string moduleName)
-    : UnitModule(std::move(moduleName), 5, 2, Records()) {}
+    : UnitModule(std::move(moduleName), inputCount, 2, Records()) {}
 
 void MultiModeFilterPresetChromataFX::OnInitialize(float rate, u32 /*maxBlockSize*/) {
     sampleRate = rate;

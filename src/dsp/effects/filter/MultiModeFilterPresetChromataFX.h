@@ -60,6 +60,9 @@ public:
         /// Level of the wet sound in dB, -24..12.
         WetGain
     };
+    static constexpr std::array<u32, 3> modulationInputs = {Cutoff, Resonance, Mode};
+    static constexpr u32 inputCount = 2 + modulationInputs.size();
+    static constexpr std::array<u32, 2> slotSignals = {Cutoff, Resonance};
 
     explicit MultiModeFilterPresetChromataFX(std::string moduleName = "MultiModeFilter");
 

@@ -67,6 +67,9 @@ public:
         /// Level of the wet sound in dB.
         WetGain
     };
+    static constexpr std::array<u32, 3> modulationInputs = {DryWet, Manual, Depth};
+    static constexpr u32 inputCount = 2 + modulationInputs.size();
+    static constexpr std::array<u32, 2> slotSignals = {DryWet, Manual};
 
     explicit Flanger(std::string moduleName = "Flanger");
 

@@ -108,7 +108,7 @@ void AddLaw(PanGains& gains, u32 law, Float4 weight, Float4 pan) {
 } // namespace
 
 StereoPan::StereoPan(std::string moduleName)
-    : ModuleContainer(std::move(moduleName), 5, 2, Records(), std::make_tuple("PanLFO"),
+    : ModuleContainer(std::move(moduleName), inputCount, 2, Records(), std::make_tuple("PanLFO"),
                       std::make_tuple("LevelLFO")) {
     // A tremolo is faster than a swing from side to side.
     Child<LevelLFO>().SetParameterValue(LFOSimple::Rate, 4.0F);

@@ -56,7 +56,7 @@ std::vector<ModuleParam> Records() {
 
 } // namespace
 
-Phaser::Phaser(std::string moduleName) : UnitModule(std::move(moduleName), 6, 2, Records()) {}
+Phaser::Phaser(std::string moduleName) : UnitModule(std::move(moduleName), inputCount, 2, Records()) {}
 
 void Phaser::OnInitialize(float rate, u32 /*maxBlockSize*/) {
     sampleRate = rate;

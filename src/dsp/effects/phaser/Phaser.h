@@ -7,6 +7,7 @@
 #include "dsp/effects/shared/SoftDrive.h"
 #include "dsp/framework/UnitModule.h"
 
+#include <array>
 #include <string>
 
 namespace Velmora::dsp {
@@ -83,6 +84,9 @@ public:
         Step7,
         Step8
     };
+    static constexpr std::array<u32, 4> modulationInputs = {Freq, Feedback, LFOFreq, DryWet};
+    static constexpr u32 inputCount = 2 + modulationInputs.size();
+    static constexpr std::array<u32, 2> slotSignals = {Freq, Feedback};
 
     explicit Phaser(std::string moduleName = "Phaser");
 

@@ -5,6 +5,7 @@
 #include "dsp/effects/reverb/ReverbTank.h"
 #include "dsp/framework/UnitModule.h"
 
+#include <array>
 #include <string>
 
 namespace Velmora::dsp {
@@ -58,6 +59,10 @@ public:
         /// Level of the wet sound in dB.
         WetGain
     };
+    static constexpr std::array<u32, 8> modulationInputs = {DryWet,  PreDelay, Size,     Decay,
+                                                            Damping, HighCut,  ModDepth, Width};
+    static constexpr u32 inputCount = 2 + modulationInputs.size();
+    static constexpr std::array<u32, 2> slotSignals = {DryWet, Decay};
 
     explicit Reverb(std::string moduleName = "Dattorro");
 

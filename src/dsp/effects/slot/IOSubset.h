@@ -19,6 +19,9 @@ template <class M, u32 inputs, u32 outputs>
 class IOSubset final : public ModuleContainer<M> {
 public:
     static constexpr u32 parameterCount = M::parameterCount;
+    static constexpr auto modulationInputs = M::modulationInputs;
+    static constexpr u32 inputCount = inputs;
+    static constexpr auto slotSignals = M::slotSignals;
 
     /// Carries no prefix of its own: moduleName is that of M.
     explicit IOSubset(std::string moduleName)

@@ -44,6 +44,22 @@ public:
         return ModuleContainer<Modules...>::childParameterCount + index;
     }
 
+    static constexpr u32 inputCount = audioInputs + (0U + ... + (Modules::inputCount - audioInputs));
+    /// Where the further inputs of each type begin in the list of inputs.
+    static constexpr std::array<u32, typeCount> firstInputs = [] {
+        std::array<u32, typeCount> firsts{};
+        u32 type = 0;
+        u32 next = audioInputs;
+        ((firsts[type++] = std::exchange(next, next + Modules::inputCount - audioInputs)), ...);
+        return firsts;
+    }();
+    /// Where in the list of inputs a modulation signal of the slot is to arrive for each type, as its
+    /// slotSignals say; 0 for a type that it does not move.
+    static consteval std::array<u32, typeCount> SignalInputs(u32 signal) {
+        u32 type = 0;
+        return {SignalInput<Modules>(signal, firstInputs[type++])...};
+    }
+
     void OnInitialize(float sampleRate, u32 maxBlockSize) override {
         for (SmootherSRL* fade : {&bypassFade, &changeFade}) {
             fade->sampleRate = sampleRate;
@@ -95,9 +111,6 @@ public:
         return cachedType;
     }
 
-    /// Where the further inputs of a type begin in the list of inputs.
-    u32 FirstInput(u32 type) const { return firstInputs[type]; }
-
 protected:
     /// Records of a derived class follow the own ones. One tuple of constructor arguments per module.
     template <class... Arguments>
@@ -106,16 +119,8 @@ protected:
                                       Records(std::move(furtherRecords)),
                                       std::forward<Arguments>(arguments)...) {
         u32 type = 0;
-        u32 firstInput = audioInputs;
-        std::size_t mostInputs = audioInputs;
-        this->ForEachChild([&](Module& module) {
-            modules[type] = &module;
-            firstInputs[type++] = firstInput;
-            firstInput += module.numInputs - audioInputs;
-            mostInputs = std::max<std::size_t>(mostInputs, module.numInputs);
-        });
-        this->numInputs = firstInput;
-        activeInputs.resize(mostInputs);
+        this->ForEachChild([&](Module& module) { modules[type++] = &module; });
+        this->numInputs = inputCount;
         bypassFade.time = bypassSeconds;
         changeFade.time = changeSeconds;
     }
@@ -124,6 +129,18 @@ private:
     static constexpr float bypassSeconds = 0.05F;
     static constexpr float changeSeconds = 0.025F;
     enum Ramp : u32 { BypassRamp, ChangeRamp };
+
+    template <class M>
+    static consteval u32 SignalInput(u32 signal, u32 firstInput) {
+        if (signal >= M::slotSignals.size()) {
+            return 0;
+        }
+        u32 input = 0;
+        while (M::modulationInputs.at(input) != M::slotSignals[signal]) {
+            ++input;
+        }
+        return firstInput + input;
+    }
 
     static std::vector<ModuleParam> Records(std::vector<ModuleParam>&& furtherRecords) {
         std::vector<ModuleParam> records{ModuleParam::Stepped("ModuleType", typeCount, 0.0F, 1.0F)};
@@ -235,8 +252,7 @@ private:
     }
 
     std::array<Module*, typeCount> modules{};
-    std::array<u32, typeCount> firstInputs{};
-    std::vector<const float*> activeInputs;
+    std::array<const float*, std::max({Modules::inputCount...})> activeInputs{};
     u32 cachedType = 0;
     SmootherSRL bypassFade;
     SmootherSRL changeFade;

@@ -7,6 +7,8 @@
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/vectors/AlignedBuffer.h"
 
+#include <algorithm>
+#include <array>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -25,6 +27,16 @@ public:
     static constexpr u32 parameterCount = M::parameterCount + 1;
     /// The share of M, 0 to 1.
     static constexpr u32 dryWetId = M::parameterCount;
+    static constexpr auto modulationInputs = [] {
+        std::array<u32, M::modulationInputs.size() + 1> ids{};
+        const auto own = std::copy_n(M::modulationInputs.begin(), dryWetInput - 2, ids.begin());
+        *own = dryWetId;
+        std::copy(M::modulationInputs.begin() + (dryWetInput - 2), M::modulationInputs.end(), own + 1);
+        return ids;
+    }();
+    static constexpr u32 inputCount = M::inputCount + 1;
+    /// The first is that of M.
+    static constexpr std::array<u32, 2> slotSignals = {M::slotSignals[0], dryWetId};
 
     /// moduleName stands before the names of M's parameters too; M itself has no prefix.
     explicit WithDryWet(std::string moduleName)
