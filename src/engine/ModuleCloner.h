@@ -133,11 +133,10 @@ public:
     }
 
     /// Declares a parameter anew in the record and in every clone. Set-up only.
-    void Redeclare(u32 id, i32 mappingId, float minimum, float maximum, float shape, float shape2) {
-        records.parameters[id].Redeclare(mappingId, minimum, maximum, shape, shape2, false);
-        ForwardToClones(id, [&](M& clone) {
-            clone.FindParameter(id)->Redeclare(mappingId, minimum, maximum, shape, shape2, false);
-        });
+    void Redeclare(u32 id, dsp::Curve curve, float minimum, float maximum, float shape) {
+        records.parameters[id].Redeclare(curve, minimum, maximum, shape);
+        ForwardToClones(
+            id, [&](M& clone) { clone.FindParameter(id)->Redeclare(curve, minimum, maximum, shape); });
     }
 
     /// Read only with Grouped 1.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/framework/ModuleParam.h"
 
-#include "dsp/math/ClampToUnit.h"
+#include "dsp/math/Within.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,15 +9,8 @@
 
 namespace Velmora::dsp {
 
-namespace {
-
-constexpr i32 linearMappingId = 1;
-constexpr float defaultShape2 = 0.5F;
-
-} // namespace
-
 ModuleParam::ModuleParam(std::string parameterName) : name(std::move(parameterName)) {
-    AssignMapping(MappingTools::MakePotardMapping(linearMappingId, 0.0F, defaultShape2));
+    AssignMapping(MappingTools::MakePotardMapping(Curve::Linear, 0.0F, defaultShape2));
 }
 
 ModuleParam ModuleParam::Stepped(std::string parameterName, u32 stepCount, float minimum, float stepWidth) {
@@ -32,10 +25,10 @@ ModuleParam ModuleParam::Stepped(std::string parameterName, u32 stepCount, float
     return param;
 }
 
-ModuleParam ModuleParam::Mapped(std::string parameterName, i32 mappingId, float minimum, float maximum,
+ModuleParam ModuleParam::Mapped(std::string parameterName, Curve curve, float minimum, float maximum,
                                 float shape) {
     ModuleParam param(std::move(parameterName));
-    param.Redeclare(mappingId, minimum, maximum, shape, defaultShape2, false);
+    param.Redeclare(curve, minimum, maximum, shape);
     return param;
 }
 
@@ -88,12 +81,12 @@ void ModuleParam::AssignMapping(MappingTools::MappingStorage storage) {
     mappingIsAbsolute = mapping->IsAbsolute();
 }
 
-void ModuleParam::Redeclare(i32 mappingId, float minimum, float maximum, float shape, float shape2,
+void ModuleParam::Redeclare(Curve curve, float minimum, float maximum, float shape, float shape2,
                             bool runsBackwards) {
-    AssignMapping(MappingTools::MakePotardMapping(mappingId, shape, shape2));
-    rangeMin = mappingId == rawKind ? 0.0F : minimum;
-    rangeMax = mappingId == rawKind ? 1.0F : maximum;
-    kind = mappingId;
+    AssignMapping(MappingTools::MakePotardMapping(curve, shape, shape2));
+    rangeMin = curve == Curve::Raw ? 0.0F : minimum;
+    rangeMax = curve == Curve::Raw ? 1.0F : maximum;
+    kind = static_cast<i32>(curve);
     stepCount = 2.0F;
     step = 1.0F;
     minValue = minimum;
@@ -106,7 +99,7 @@ void ModuleParam::Redeclare(i32 mappingId, float minimum, float maximum, float s
 
 void ModuleParam::UseSharedMapping(const MappingTools::IPotardMappingCustom& shared) {
     AssignMapping(static_cast<const MappingTools::IPotardMapping*>(&shared));
-    kind = linearMappingId;
+    kind = static_cast<i32>(Curve::Linear);
     rangeMin = minValue = shared.GetMin();
     rangeMax = maxValue = shared.GetMax();
     normalized = 0.0F;
@@ -194,7 +187,7 @@ float ModuleParam::ToNormalized(float realValue) const {
     float shaped = realValue;
     if (!mappingIsAbsolute) {
         const auto [low, high] = std::minmax(rangeMin, rangeMax);
-        const float bounded = std::clamp(realValue, low, high);
+        const float bounded = Within(realValue, low, high);
         shaped = rangeMin == rangeMax ? 0.0F : (bounded - rangeMin) / (rangeMax - rangeMin);
     }
     const float position = mapping->Unmap(shaped);

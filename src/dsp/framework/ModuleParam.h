@@ -7,8 +7,11 @@
 #include "support/platform/Types.h"
 
 #include <string>
+#include <utility>
 
 namespace Velmora::dsp {
+
+using MappingTools::Curve;
 
 /// One parameter of a module: its name, curve, range and present value. The record that a module's
 /// constructor declares is the only source of these; nothing outside the tree knows them.
@@ -19,6 +22,8 @@ class ModuleParam {
 public:
     static constexpr i32 rawKind = 0;
     static constexpr i32 steppedKind = 18;
+    /// The second constant of a curve that is declared without one.
+    static constexpr float defaultShape2 = 0.5F;
 
     enum State : i32 { BothValid = 0, NormalizedNewer = 1, ValueNewer = 2 };
 
@@ -28,10 +33,13 @@ public:
     /// stepCount values from minimum in steps of stepWidth; a negative width counts down from the maximum.
     static ModuleParam Stepped(std::string parameterName, u32 stepCount, float minimum, float stepWidth);
 
-    /// A curve of MakePotardMapping over a real range. An id of 0 makes a raw parameter.
-    /// Throws CException for an unknown id.
-    static ModuleParam Mapped(std::string parameterName, i32 mappingId, float minimum, float maximum,
+    /// A curve over a real range. Throws what MakePotardMapping throws.
+    static ModuleParam Mapped(std::string parameterName, Curve curve, float minimum, float maximum,
                               float shape);
+    static ModuleParam Mapped(std::string parameterName, i32 mappingId, float minimum, float maximum,
+                              float shape) {
+        return Mapped(std::move(parameterName), static_cast<Curve>(mappingId), minimum, maximum, shape);
+    }
 
     ModuleParam(const ModuleParam& other);
     ModuleParam(ModuleParam&& other) noexcept;
@@ -40,8 +48,12 @@ public:
     ~ModuleParam() = default;
 
     /// Declares this parameter anew; the name stays, the position becomes 0 and the value the new minimum.
+    void Redeclare(Curve curve, float minimum, float maximum, float shape, float shape2 = defaultShape2,
+                   bool runsBackwards = false);
     void Redeclare(i32 mappingId, float minimum, float maximum, float shape, float shape2,
-                   bool runsBackwards);
+                   bool runsBackwards) {
+        Redeclare(static_cast<Curve>(mappingId), minimum, maximum, shape, shape2, runsBackwards);
+    }
 
     /// Uses a mapping that is shared and outlives this record; its own range becomes this one's.
     void UseSharedMapping(const MappingTools::IPotardMappingCustom& shared);
@@ -85,7 +97,7 @@ public:
     bool mappingIsAbsolute = false;
     bool inverted = false;
     std::string name;
-    /// rawKind, steppedKind, or the mapping id.
+    /// rawKind, steppedKind, or the number of the curve.
     i32 kind = rawKind;
     float stepCount = 2.0F;
     float step = 1.0F;

@@ -12,13 +12,6 @@
 
 namespace Velmora::dsp {
 
-/// How the way of a control is spread over its range; the numbers are the ids of MakePotardMapping.
-enum class Curve : i32 {
-    Raw = 0,         ///< the value is the position
-    Linear = 1,      ///< equal ways, equal steps
-    Exponential = 4, ///< the higher the shape, the more of the way belongs to the low values
-};
-
 /// One parameter as its module declares it: a line of a table, or made by one of the functions of `Declare`.
 /// The record made from it is the only source of name, curve, range and start value.
 struct ParameterDeclaration {
@@ -26,7 +19,7 @@ struct ParameterDeclaration {
     Curve curve = Curve::Raw;
     float low = 0.0F;
     float high = 1.0F;
-    /// Of an exponential curve; a linear one ignores it.
+    /// The constant of the curve; a linear one has none.
     float shape = 0.0F;
     /// In the parameter's own unit.
     float start = 0.0F;
@@ -35,9 +28,8 @@ struct ParameterDeclaration {
     float stepWidth = 1.0F;
 
     ModuleParam Record() const {
-        ModuleParam record = steps != 0
-                                 ? ModuleParam::Stepped(name, steps, low, stepWidth)
-                                 : ModuleParam::Mapped(name, static_cast<i32>(curve), low, high, shape);
+        ModuleParam record = steps != 0 ? ModuleParam::Stepped(name, steps, low, stepWidth)
+                                        : ModuleParam::Mapped(name, curve, low, high, shape);
         if (start != record.GetValue()) {
             record.SetValue(start);
         }
@@ -54,12 +46,7 @@ inline ParameterDeclaration Raw(std::string name, float start = 0.0F) {
 }
 
 inline ParameterDeclaration Linear(std::string name, float low, float high, float start) {
-    return {.name = std::move(name),
-            .curve = Curve::Linear,
-            .low = low,
-            .high = high,
-            .shape = 1.0F,
-            .start = start};
+    return {.name = std::move(name), .curve = Curve::Linear, .low = low, .high = high, .start = start};
 }
 inline ParameterDeclaration Linear(std::string name, float low, float high) {
     return Linear(std::move(name), low, high, low);

@@ -2,8 +2,8 @@
 #include "vocoder/modulations/ModulationsManager.h"
 
 #include "dsp/framework/RunChild.h"
-#include "dsp/math/ClampToUnit.h"
 #include "dsp/math/Decibels.h"
+#include "dsp/math/Within.h"
 
 #include <algorithm>
 #include <cmath>
@@ -21,7 +21,6 @@ constexpr u32 globalDestinations = 0x3FFC00FC;
 constexpr u32 globalSources = 0x61;
 constexpr u32 alwaysChanged = 0x3;
 constexpr i32 linearId = 1;
-constexpr i32 exponentialId = 4;
 
 std::vector<ModuleParam> Declare() {
     std::vector<ModuleParam> records;
@@ -53,7 +52,7 @@ ModulationsManager::ModulationsManager(std::string moduleName)
     Lfos().runsAllClones = true;
     Lfos().SetParameterNormalized(LFO::controlRate, 1.0F);
     Lfos().SetParameterNormalized(LFO::stereo, 0.0F);
-    Lfos().Redeclare(LFO::rateUnSynced, exponentialId, 0.001F, 200.0F, 6.5F, 0.5F);
+    Lfos().Redeclare(LFO::rateUnSynced, dsp::Curve::Exponential, 0.001F, 200.0F, 6.5F);
     Follower().SetParameterNormalized(EnvFollower::stereoInput, 1.0F);
     Matrix().SetMainVoice(static_cast<i32>(CurrentVoice()));
 }

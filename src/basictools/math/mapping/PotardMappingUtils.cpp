@@ -8,40 +8,40 @@
 namespace Velmora::MappingTools {
 
 MappingStorage MakePotardMapping(i32 id, float a, float b) {
-    switch (id) {
-    case 0:
-    case 1:
+    switch (static_cast<Curve>(id)) {
+    case Curve::Raw:
+    case Curve::Linear:
         return LinearPotardMapping();
-    case 2:
+    case Curve::Power:
         return PolynomialPotardMapping(a);
-    case 3:
+    case Curve::InversePower:
         return InvPolynomialPotardMapping(a);
-    case 4:
+    case Curve::Exponential:
         return ExponentialPotardMapping(a);
-    case 5:
+    case Curve::BipolarExponential:
         return BipolarExpPotardMapping(a);
-    case 6:
+    case Curve::BipolarPower:
         return BipolarPolynomialPotardMapping(a);
-    case 7:
+    case Curve::PowerAroundCentre:
         return BipolarVariableCenterInvPowPotardMapping(a, b);
-    case 8:
+    case Curve::FixedExponential:
         // A curve with constants of its own, whatever the caller's shape.
         return ExponentialPotardMapping(4.4294891F, 0.012064393F);
-    case 9:
+    case Curve::EnvelopeTime:
         return EnveloppeTimeMapping();
-    case 10:
+    case Curve::MixerTime:
         return MixerTimeMapping();
-    case 11:
+    case Curve::VuMeter:
         return VuMeterMapping();
-    case 12:
+    case Curve::Harmonic:
         return HarmonicMapping(a);
-    case 13:
+    case Curve::Reverse:
         return ReversePotardMapping();
-    case 14:
+    case Curve::PiecewiseLinear:
         return PiecewiseLinearPotardMapping(a);
-    case 15:
+    case Curve::Reciprocal:
         return InversePotardMapping(a, b);
-    case 16:
+    case Curve::SemitonesToHz:
         return SemiToneToFreqMapping(a, b);
     default:
         throw CException("Potard Mapping not found.", "PotardMappingUtils", 231);
