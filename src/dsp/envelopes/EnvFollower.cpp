@@ -2,7 +2,7 @@
 #include "dsp/envelopes/EnvFollower.h"
 
 #include "dsp/math/Decibels.h"
-#include "dsp/vectors/SoundSamples.h"
+#include "dsp/vectors/SilenceFaults.h"
 
 #include <algorithm>
 #include <bit>
@@ -62,7 +62,7 @@ struct Input {
         alignas(16) static constexpr float silence[groupSize] = {};
         return channel != nullptr ? Input{channel, 1} : Input{silence, 0};
     }
-    Float4 Rectified(u32 frame) const { return xsimd::abs(SoundSamples(samples + frame * stride)); }
+    Float4 Rectified(u32 frame) const { return xsimd::abs(SilenceFaults(samples + frame * stride)); }
 };
 
 Float4 Above(Float4 level, Float4 threshold) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 #include "dsp/vectors/FrameLanes.h"
 
 #include <cmath>
@@ -46,10 +46,7 @@ struct BasicBiquadSection {
 
     void Reset() { x1 = x2 = y1 = y2 = 0.0; }
 
-    bool IsFinite() const {
-        return IsWithinStateLimit(x1) && IsWithinStateLimit(x2) && IsWithinStateLimit(y1) &&
-               IsWithinStateLimit(y2);
-    }
+    bool IsFinite() const { return IsIntact(x1) && IsIntact(x2) && IsIntact(y1) && IsIntact(y2); }
 
     /// Clears a state that has blown up, so that sound comes back by itself. True when it had.
     bool Heal() {

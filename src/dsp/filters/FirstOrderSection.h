@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 #include "dsp/vectors/FrameLanes.h"
 
 namespace Velmora::dsp {
@@ -36,7 +36,7 @@ struct BasicFirstOrderSection {
 
     void Reset() { x1 = y1 = 0.0; }
 
-    bool IsFinite() const { return IsWithinStateLimit(x1) && IsWithinStateLimit(y1); }
+    bool IsFinite() const { return IsIntact(x1) && IsIntact(y1); }
 
     /// Clears a state that has blown up, so that sound comes back by itself. True when it had.
     bool Heal() {

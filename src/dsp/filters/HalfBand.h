@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 #include "dsp/vectors/StereoPair.h"
 #include "support/platform/Types.h"
 
@@ -48,7 +48,7 @@ public:
         for (const Float4& state : states) {
             sum += xsimd::abs(state);
         }
-        return IsWithinStateLimit(static_cast<double>(xsimd::hadd(sum)));
+        return IsIntact(static_cast<double>(xsimd::hadd(sum)));
     }
 
     /// Doubling: two equal frames become two successive ones. Halving: two successive frames become one,

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 #include "dsp/vectors/FrameLanes.h"
 
 namespace Velmora::dsp {
@@ -39,7 +39,7 @@ public:
     /// Clears a state that has blown up.
     void Heal() {
         const Double2 largest = xsimd::abs(bandState) + xsimd::abs(lowState);
-        if (!IsWithinStateLimit(xsimd::hadd(largest))) {
+        if (!IsIntact(xsimd::hadd(largest))) {
             Clear();
         }
     }

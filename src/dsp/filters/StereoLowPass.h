@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 #include "dsp/vectors/Simd.h"
 #include "support/platform/Types.h"
 
@@ -33,7 +33,7 @@ public:
         for (const Section& state : states) {
             sum += xsimd::abs(state.band) + xsimd::abs(state.low);
         }
-        return IsWithinStateLimit(static_cast<double>(xsimd::hadd(sum)));
+        return IsIntact(static_cast<double>(xsimd::hadd(sum)));
     }
 
     void Aim(float setting) {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/lfo/LFOSimple.h"
 
-#include "dsp/math/ClampToUnit.h"
 #include "dsp/math/QuarterTurnSine.h"
 #include "dsp/math/SyncRates.h"
 #include "dsp/math/Within.h"

@@ -2,7 +2,7 @@
 #include "dsp/meters/InputDetector.h"
 
 #include "dsp/math/Decibels.h"
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 
 #include <algorithm>
 #include <cmath>
@@ -91,7 +91,7 @@ bool InputDetector::Follow(bool isOpen, u32 numFrames, Level levelAt) {
         // The next frame that agrees clears the count; so does not the turn itself.
         isOpen = isOpen != (contradicting > holdSamples);
     }
-    const bool isSound = IsWithinStateLimit(level);
+    const bool isSound = IsIntact(level);
     envelope = isSound ? level : 0.0F;
     counter = isSound ? contradicting : 0;
     return isOpen;

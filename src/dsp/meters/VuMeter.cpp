@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/meters/VuMeter.h"
 
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 #include "dsp/vectors/Simd.h"
 
 #include <algorithm>
@@ -61,7 +61,7 @@ bool VuMeter::Process(ProcessContext& context) {
     const float* samples = context.InputOrNull(0);
     double power = samples != nullptr ? LastPower(samples, context.numFrames) : 0.0;
     power = power > lowestPower ? power : lowestPower;
-    if (samples == nullptr || !IsWithinStateLimit(state)) {
+    if (samples == nullptr || !IsIntact(state)) {
         state = 0.0;
     }
     const ModuleParam& reading = parameters[output];

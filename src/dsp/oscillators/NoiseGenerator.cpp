@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/oscillators/NoiseGenerator.h"
 
-#include "dsp/math/ClampToUnit.h"
+#include "dsp/math/Within.h"
 #include "dsp/math/Xorshift.h"
 
 #include <algorithm>

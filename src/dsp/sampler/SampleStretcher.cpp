@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/sampler/SampleStretcher.h"
 
-#include "dsp/vectors/SoundSamples.h"
+#include "dsp/vectors/SilenceFaults.h"
 #include "support/NonBlocking.h"
 
 #include <rubberband/RubberBandStretcher.h>
@@ -71,7 +71,7 @@ u32 SampleStretcher::SamplesRequired() const { return static_cast<u32>(engine->g
 
 void SampleStretcher::Feed(u32 count) {
     for (u32 n = 0; n < count; ++n) {
-        portion[n] = SoundSample(portion[n]);
+        portion[n] = SilenceFaults(portion[n]);
     }
     const float* in = portion.data();
     engine->process(&in, count, false);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/sampler/Simpler.h"
 
-#include "dsp/math/ClampToUnit.h"
 #include "dsp/math/Decibels.h"
 #include "dsp/math/Within.h"
 #include "dsp/math/Xorshift.h"

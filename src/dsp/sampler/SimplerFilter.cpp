@@ -2,7 +2,7 @@
 #include "dsp/sampler/SimplerFilter.h"
 
 #include "dsp/math/CornerLimit.h"
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 
 #include <algorithm>
 #include <cmath>
@@ -63,7 +63,7 @@ void SimplerFilter::Clear() { state = {}; }
 
 bool SimplerFilter::IsSound() const {
     const Float4 largest = xsimd::abs(state.s1) + xsimd::abs(state.s2);
-    return IsWithinStateLimit(static_cast<double>(xsimd::hadd(largest)));
+    return IsIntact(static_cast<double>(xsimd::hadd(largest)));
 }
 
 /// One group through both sections: the lowpass takes the signal, the highpass the lowpass of the group

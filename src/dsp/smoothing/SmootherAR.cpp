@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/smoothing/SmootherAR.h"
 
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 
 #include <algorithm>
 #include <cmath>
@@ -37,7 +37,7 @@ double SmootherAR::Coefficient(float milliseconds, float sampleRate) {
 void SmootherAR::Follow(float* values, u32 count, double& state) const {
     const double end = attack >= release ? Run<true>(values, count, state, attack, release)
                                          : Run<false>(values, count, state, attack, release);
-    state = end > stateFloor && IsWithinStateLimit(end) ? end : 0.0;
+    state = end > stateFloor && IsIntact(end) ? end : 0.0;
 }
 
 } // namespace Velmora::dsp::DynamicsTools

@@ -27,8 +27,8 @@ inline void SplitLanes(Double2 value, double& left, double& right) {
 }
 
 /// Holds value to low..high; what is not a number passes, which the order of the operands decides.
-inline double HoldLanes(double value, double low, double high) { return std::clamp(value, low, high); }
-inline Double2 HoldLanes(Double2 value, double low, double high) {
+inline double ClipLanes(double value, double low, double high) { return std::clamp(value, low, high); }
+inline Double2 ClipLanes(Double2 value, double low, double high) {
     return xsimd::min(Double2(high), xsimd::max(Double2(low), value));
 }
 

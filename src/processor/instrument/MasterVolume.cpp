@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "processor/instrument/MasterVolume.h"
 
-#include "dsp/math/ClampToUnit.h"
 #include "dsp/math/Decibels.h"
+#include "dsp/math/Within.h"
 
 namespace Velmora::Processor {
 

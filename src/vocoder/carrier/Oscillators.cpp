@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/carrier/Oscillators.h"
 
-#include "dsp/math/ClampToUnit.h"
 #include "dsp/math/Decibels.h"
+#include "dsp/math/Within.h"
 #include "dsp/vectors/Simd.h"
 #include "vocoder/carrier/VoiceFrequency.h"
 

@@ -2,9 +2,9 @@
 #include "vocoder/carrier/VoiceOscillator.h"
 
 #include "dsp/framework/RunChild.h"
-#include "dsp/math/ClampToUnit.h"
 #include "dsp/math/Decibels.h"
 #include "dsp/math/QuarterTurnSine.h"
+#include "dsp/math/Within.h"
 #include "dsp/vectors/Simd.h"
 #include "vocoder/carrier/VoiceFrequency.h"
 

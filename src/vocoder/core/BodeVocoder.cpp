@@ -2,7 +2,7 @@
 #include "vocoder/core/BodeVocoder.h"
 
 #include "dsp/framework/RunPair.h"
-#include "dsp/math/ClampToUnit.h"
+#include "dsp/math/Within.h"
 #include "dsp/vectors/Simd.h"
 
 #include <algorithm>

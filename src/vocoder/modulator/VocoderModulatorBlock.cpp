@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // One block of the modulator.
 #include "dsp/framework/RunChild.h"
-#include "dsp/math/ClampToUnit.h"
+#include "dsp/math/Within.h"
 #include "vocoder/modulator/VocoderModulator.h"
 
 #include <algorithm>

@@ -124,7 +124,7 @@ bool BitCrusher::Process(ProcessContext& context) {
 
 void BitCrusher::ClearWhatIsBroken() {
     const auto bass = static_cast<double>(xsimd::hadd(xsimd::abs(lowCutState)));
-    if (!(antiAlias.IsSound() && highCut.IsSound() && IsWithinStateLimit(bass))) {
+    if (!(antiAlias.IsSound() && highCut.IsSound() && IsIntact(bass))) {
         OnReset(false);
     }
 }

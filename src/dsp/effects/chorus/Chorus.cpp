@@ -3,7 +3,7 @@
 
 #include "dsp/effects/shared/RenderStereoQuads.h"
 #include "dsp/math/SyncRates.h"
-#include "dsp/vectors/SoundSamples.h"
+#include "dsp/vectors/SilenceFaults.h"
 
 #include <algorithm>
 #include <cmath>

@@ -2,11 +2,10 @@
 #include "dsp/effects/compressor/Compressor.h"
 
 #include "dsp/effects/compressor/CompressorRecords.h"
-#include "dsp/math/ClampToUnit.h"
 #include "dsp/math/Decibels.h"
 #include "dsp/math/Within.h"
+#include "dsp/vectors/SilenceFaults.h"
 #include "dsp/vectors/Simd.h"
-#include "dsp/vectors/SoundSamples.h"
 
 #include <algorithm>
 #include <utility>
@@ -33,8 +32,8 @@ constexpr u32 wetBuffer = 2;
 /// The larger magnitude of each frame, times the gain.
 void Measure(const float* firstInput, const float* secondInput, float gain, float* out, u32 frames) {
     for (u32 n = 0; n < frames; n += 4) {
-        const Float4 first = xsimd::abs(SoundSamples(firstInput + n));
-        const Float4 second = xsimd::abs(SoundSamples(secondInput + n));
+        const Float4 first = xsimd::abs(SilenceFaults(firstInput + n));
+        const Float4 second = xsimd::abs(SilenceFaults(secondInput + n));
         (xsimd::max(first, second) * Float4(gain)).store_aligned(out + n);
     }
 }
@@ -249,13 +248,13 @@ void Compressor::ApplyGains(const float* in, const float* gains, float* out, u32
                             Channel& channel) const {
     if (lookahead > 0) {
         for (u32 n = 0; n < frames; ++n) {
-            channel.audio.Push(SoundSample(in[n]));
+            channel.audio.Push(SilenceFaults(in[n]));
             out[n] = channel.audio.Back(lookahead + 1) * gains[n];
         }
         return;
     }
     for (u32 n = 0; n < frames; n += 4) {
-        (SoundSamples(in + n) * Float4::load_aligned(gains + n)).store_unaligned(out + n);
+        (SilenceFaults(in + n) * Float4::load_aligned(gains + n)).store_unaligned(out + n);
     }
 }
 

@@ -4,7 +4,7 @@
 #include "basictools/stack_function.h"
 #include "dsp/framework/ModuleParam.h"
 #include "dsp/framework/ProcessContext.h"
-#include "dsp/vectors/SoundSamples.h"
+#include "dsp/vectors/SilenceFaults.h"
 
 #include <algorithm>
 #include <string>
@@ -71,7 +71,7 @@ private:
             float* out = context.outputs[channel];
             if (in != nullptr && out != nullptr) {
                 std::transform(out, out + context.numFrames, in, out,
-                               [](float g, float x) { return g * SoundSample(x); });
+                               [](float g, float x) { return g * SilenceFaults(x); });
             }
         }
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/distortion/DiodeClipper.h"
 
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 
 namespace Velmora::dsp {
 
@@ -14,7 +14,7 @@ void DiodeClipper::Prepare(double newRate) {
 void DiodeClipper::Reset() { highPassState = last = lastButOne = Float4(0.0F); }
 
 bool DiodeClipper::IsSound() const {
-    return IsWithinStateLimit(static_cast<double>(
+    return IsIntact(static_cast<double>(
         xsimd::hadd(xsimd::abs(highPassState) + xsimd::abs(last) + xsimd::abs(lastButOne))));
 }
 

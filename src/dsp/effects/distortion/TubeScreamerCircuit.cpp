@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/distortion/TubeScreamerCircuit.h"
 
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 
 #include <cmath>
 #include <numbers>
@@ -34,7 +34,7 @@ void TubeScreamerCircuit::Reset() {
 
 bool TubeScreamerCircuit::IsSound() const {
     const auto sum = static_cast<double>(xsimd::hadd(xsimd::abs(bass) + xsimd::abs(steady)));
-    return clipper.IsSound() && tone.IsSound() && IsWithinStateLimit(sum);
+    return clipper.IsSound() && tone.IsSound() && IsIntact(sum);
 }
 
 void TubeScreamerCircuit::Aim(const Setting& setting) {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/distortion/TubeScreamerTone.h"
 
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 
 namespace Velmora::dsp {
 
@@ -25,8 +25,7 @@ double Taper(double position) {
 } // namespace
 
 bool TubeScreamerTone::IsSound() const {
-    return IsWithinStateLimit(
-        static_cast<double>(xsimd::hadd(xsimd::abs(inputState) + xsimd::abs(wiperState))));
+    return IsIntact(static_cast<double>(xsimd::hadd(xsimd::abs(inputState) + xsimd::abs(wiperState))));
 }
 
 /// Of the current through the wiper, i = (V - Vc) / (Rp + Rw) with both parts of the pot in parallel as Rp,

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/equaliser/ParamEqBand.h"
 
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 #include "dsp/vectors/Simd.h"
 
 #include <algorithm>
@@ -152,8 +152,8 @@ void ParamEqBand::FinishBlock() {
     if (isMoving) {
         previous = current;
     }
-    const bool isSound = std::all_of(state1.begin(), state1.end(), IsWithinStateLimit) &&
-                         std::all_of(state2.begin(), state2.end(), IsWithinStateLimit);
+    const bool isSound = std::all_of(state1.begin(), state1.end(), IsIntact) &&
+                         std::all_of(state2.begin(), state2.end(), IsIntact);
     if (!isSound) {
         Clear();
     }

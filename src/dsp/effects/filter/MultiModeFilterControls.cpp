@@ -2,8 +2,8 @@
 #include "dsp/effects/filter/MultiModeFilterControls.h"
 
 #include "dsp/effects/shared/SoftDrive.h"
-#include "dsp/math/ClampToUnit.h"
 #include "dsp/math/Decibels.h"
+#include "dsp/math/Within.h"
 
 #include <algorithm>
 #include <cmath>

@@ -65,7 +65,7 @@ void Flanger::OnReset(bool /*hard*/) {
     lfo.Reset();
 }
 
-float Flanger::Held(u32 id, float low, float high) { return Within(SoundSample(Value(id)), low, high); }
+float Flanger::Held(u32 id, float low, float high) { return Within(SilenceFaults(Value(id)), low, high); }
 
 u32 Flanger::Step(u32 id, u32 count) { return ToIndex(Value(id) + 0.5F, count); }
 
@@ -104,7 +104,7 @@ void Flanger::ReadFixed(FlangerSettings& into) {
 
 void Flanger::ReadModulated(FlangerSettings& into, const ProcessContext& context) {
     const auto modulated = [&](u32 id, u32 input, float low, float high) {
-        return Within(SoundSample(parameters[id].GetModulatedValue(context, input)), low, high);
+        return Within(SilenceFaults(parameters[id].GetModulatedValue(context, input)), low, high);
     };
     const float mix = modulated(DryWet, 2, 0.0F, 1.0F);
     into.mix = Step(DryWetMode, 2) == 0 ? mix : 1.0F;

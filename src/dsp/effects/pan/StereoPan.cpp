@@ -5,7 +5,7 @@
 #include "dsp/math/QuarterTurnSine.h"
 #include "dsp/math/Within.h"
 #include "dsp/vectors/LaneTranspose.h"
-#include "dsp/vectors/SoundSamples.h"
+#include "dsp/vectors/SilenceFaults.h"
 
 #include <algorithm>
 #include <cmath>
@@ -66,7 +66,7 @@ float Hold(float value, float low, float high) {
     return std::clamp(std::isnan(value) ? 0.0F : value, low, high);
 }
 
-Float4 Admit(const float* input, u32 n) { return input != nullptr ? SoundSamples(input + n) : Float4(0.0F); }
+Float4 Admit(const float* input, u32 n) { return input != nullptr ? SilenceFaults(input + n) : Float4(0.0F); }
 
 /// Gains from each channel to each side.
 struct PanGains {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/phaser/PhaserLoop.h"
 
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 
 namespace Velmora::dsp {
 
@@ -24,7 +24,7 @@ void PhaserLoop::Heal() {
     for (const Pair& pair : pairs) {
         sum += xsimd::abs(pair.first) + xsimd::abs(pair.second);
     }
-    if (!IsWithinStateLimit(xsimd::hadd(sum))) {
+    if (!IsIntact(xsimd::hadd(sum))) {
         Clear();
     }
 }

@@ -4,7 +4,7 @@
 #include "dsp/effects/shared/EffectRecords.h"
 #include "dsp/math/SyncRates.h"
 #include "dsp/math/Within.h"
-#include "dsp/vectors/SoundSamples.h"
+#include "dsp/vectors/SilenceFaults.h"
 
 #include <cmath>
 #include <utility>
@@ -58,7 +58,7 @@ std::vector<ModuleParam> Records() {
             Linear("WetGain", -24.0F, 12.0F, 0.0F)};
 }
 
-Float4 Admit(const float* input, u32 n) { return input != nullptr ? SoundSamples(input + n) : Float4(0.0F); }
+Float4 Admit(const float* input, u32 n) { return input != nullptr ? SilenceFaults(input + n) : Float4(0.0F); }
 
 } // namespace
 

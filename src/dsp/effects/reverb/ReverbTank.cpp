@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/reverb/ReverbTank.h"
 
+#include "dsp/math/IntactState.h"
 #include "dsp/math/QuarterTurnSine.h"
-#include "dsp/math/StateLimit.h"
 
 #include <algorithm>
 #include <cmath>
@@ -145,7 +145,7 @@ void ReverbTank::StepSwing(const Controls& controls) {
 
 bool ReverbTank::IsBroken() const {
     return !std::all_of(damping.begin(), damping.end(), [](const QuadOnePole& filter) {
-        return IsWithinStateLimit(static_cast<double>(filter.Last()));
+        return IsIntact(static_cast<double>(filter.Last()));
     });
 }
 

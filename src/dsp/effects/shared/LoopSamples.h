@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/vectors/SoundSamples.h"
+#include "dsp/vectors/SilenceFaults.h"
 #include "support/platform/Types.h"
 
 /// What a feedback loop does to four samples at a time so that it stays bounded and falls silent.
@@ -9,7 +9,7 @@ namespace Velmora::dsp {
 
 /// From a block that may be absent, which is silence.
 inline simd::Float4 AdmitSound(const float* input, u32 n) {
-    return input != nullptr ? SoundSamples(input + n) : simd::Float4(0.0F);
+    return input != nullptr ? SilenceFaults(input + n) : simd::Float4(0.0F);
 }
 
 /// Ends a tail that nobody hears any more before it reaches the denormal numbers.

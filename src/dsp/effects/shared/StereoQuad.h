@@ -4,7 +4,7 @@
 #include "dsp/framework/ProcessContext.h"
 #include "dsp/smoothing/SmoothedLanes.h"
 #include "dsp/vectors/FrameLanes.h"
-#include "dsp/vectors/SoundSamples.h"
+#include "dsp/vectors/SilenceFaults.h"
 
 namespace Velmora::dsp {
 
@@ -19,7 +19,7 @@ struct StereoQuad {
     static StereoQuad Read(const ProcessContext& context, u32 n) {
         const auto read = [&context, n](u32 channel) {
             const float* input = context.InputOrNull(channel);
-            return input != nullptr ? SoundSamples(input + n) : Float4(0.0F);
+            return input != nullptr ? SilenceFaults(input + n) : Float4(0.0F);
         };
         return {read(0), read(1)};
     }

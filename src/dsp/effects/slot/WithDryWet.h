@@ -3,7 +3,7 @@
 
 #include "dsp/framework/ModuleContainer.h"
 #include "dsp/framework/RunChild.h"
-#include "dsp/math/ClampToUnit.h"
+#include "dsp/math/Within.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/vectors/AlignedBuffer.h"
 

@@ -2,7 +2,7 @@
 #include "vocoder/core/banks/ParallelCascadedBiquadsSIMD.h"
 
 #include "dsp/math/CornerLimit.h"
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 #include "vocoder/core/kernels/LaneTile.h"
 
 #include <algorithm>
@@ -181,7 +181,7 @@ void Biquads::HealLanes() {
     for (u32 stage = 1; stage <= stageCount; ++stage) {
         for (u32 lane = 0; lane < bandCount; ++lane) {
             broken[lane] |=
-                std::abs(lanes.past1[stage][lane]) <= static_cast<float>(dsp::stateLimit) ? 0U : 1U;
+                std::abs(lanes.past1[stage][lane]) <= static_cast<float>(dsp::largestIntactState) ? 0U : 1U;
         }
     }
     for (u32 lane = 0; lane < bandCount; ++lane) {

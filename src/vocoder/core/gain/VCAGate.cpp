@@ -2,7 +2,7 @@
 #include "vocoder/core/gain/VCAGate.h"
 
 #include "dsp/math/CornerLimit.h"
-#include "dsp/math/StateLimit.h"
+#include "dsp/math/IntactState.h"
 #include "dsp/vectors/FrameLanes.h"
 #include "dsp/vectors/Simd.h"
 #include "vocoder/core/gain/VCAGateCurves.h"
@@ -238,8 +238,7 @@ void VCAGate::FinishRelease(double g) {
 
 /// Clears a state that has blown up, so that the gate works again by itself. True when it had.
 bool VCAGate::Heal() {
-    const bool blown = !dsp::IsWithinStateLimit(attackX1) || !dsp::IsWithinStateLimit(releaseX1) ||
-                       !dsp::IsWithinStateLimit(attackY1);
+    const bool blown = !dsp::IsIntact(attackX1) || !dsp::IsIntact(releaseX1) || !dsp::IsIntact(attackY1);
     if (blown) {
         attackX1 = attackY1 = releaseX1 = releaseY1 = 0.0;
     }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/vectors/SoundSamples.h"
+#include "dsp/vectors/SilenceFaults.h"
 #include "support/platform/Types.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ inline void CopyAudioInput(const float* input, float* block, u32 numFrames) {
     }
     using dsp::simd::Float4;
     for (u32 n = 0; n < numFrames; n += Float4::size) {
-        dsp::SoundSamples(input + n).store_unaligned(block + n);
+        dsp::SilenceFaults(input + n).store_unaligned(block + n);
     }
 }
 

@@ -26,7 +26,7 @@ void Filter(Input input, Output output, u32 numFrames, dsp::BasicFirstOrderSecti
     dsp::BasicFirstOrderSection<T> second = stage2;
     const auto runFirst = [&](T x) { return first.Tick(inputGain * x, dsp::Lanes(gains()...)); };
     const auto runSecond = [&](T x) {
-        second.y1 = dsp::HoldLanes(second.Tick(x, T(stage2Gain)), -supplyVolts, supplyVolts);
+        second.y1 = dsp::ClipLanes(second.Tick(x, T(stage2Gain)), -supplyVolts, supplyVolts);
         return second.y1;
     };
     dsp::ForEachFrame(input, output, numFrames, runFirst, runSecond);

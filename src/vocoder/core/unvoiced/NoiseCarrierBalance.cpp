@@ -36,8 +36,8 @@ void Filter(Path<T, Input, Output>& carrier, Path<T, Input, Output>& noise, u32 
         auto noiseQuad = noise.input.Load(n);
         dsp::StepFrames(carrierQuad, noiseQuad, [&](T& c, T& z) {
             const T b = dsp::Lanes(balances()...);
-            c = carrierSection.Tick(dsp::HoldLanes(b * 2.0, 0.0, 1.0) * c);
-            z = noiseSection.Tick(dsp::HoldLanes((1.0 - b) + (1.0 - b), 0.0, 1.0) * z);
+            c = carrierSection.Tick(dsp::ClipLanes(b * 2.0, 0.0, 1.0) * c);
+            z = noiseSection.Tick(dsp::ClipLanes((1.0 - b) + (1.0 - b), 0.0, 1.0) * z);
         });
         carrier.output.Store(n, carrierQuad);
         noise.output.Store(n, noiseQuad);
