@@ -84,7 +84,7 @@ void Rebuild(benchmark::State& state) {
     tracker.Initialize(sampleRate, blockSize);
     for (auto _ : state) {
         isShort = !isShort;
-        tracker.SetParameterValue(PitchTracker::analysisWindowSize, isShort ? 512.0F : 1024.0F);
+        tracker.SetParameterValue(PitchTracker::AnalysisWindowSize, isShort ? 512.0F : 1024.0F);
         tracker.UpdateParameters(context);
     }
 }

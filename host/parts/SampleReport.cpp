@@ -41,7 +41,7 @@ std::vector<float> TrackPitch(const SampleData& sample) {
     constexpr u32 blockSize = 64;
     constexpr float instrumentThreshold = 0.75F;
     PitchTracker tracker;
-    tracker.SetParameterValue(PitchTracker::confidenceThreshold, instrumentThreshold);
+    tracker.SetParameterValue(PitchTracker::ConfidenceThreshold, instrumentThreshold);
     tracker.Initialize(sample.SampleRate(), blockSize);
     alignas(16) std::array<float, blockSize> signal{};
     float* const output = signal.data();
@@ -58,7 +58,7 @@ std::vector<float> TrackPitch(const SampleData& sample) {
         context.numOutputs = 1;
         context.numFrames = std::min(blockSize, sample.Frames() - at) / 4 * 4;
         Velmora::dsp::RunChild(tracker, context);
-        readings.push_back(tracker.FindParameter(PitchTracker::detectedPitch)->PeekValue());
+        readings.push_back(tracker.FindParameter(PitchTracker::DetectedPitch)->PeekValue());
     }
     return readings;
 }

@@ -11,10 +11,11 @@ namespace Velmora {
 class CException : public std::exception {
 public:
     /// Builds the text `message(file:line)`, with no blank between the pieces. Logs nothing.
-    CException(const std::string& message, const char* file, int line);
+    CException(const std::string& message, const char* file, int line)
+        : text(message + "(" + file + ":" + std::to_string(line) + ")") {}
 
     /// The text built at construction; valid as long as this object.
-    const char* what() const noexcept override;
+    const char* what() const noexcept override { return text.c_str(); }
 
 private:
     std::string text;

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "support/CSingleton.h"
-#include "support/ILogListener.h"
 #include "support/platform/Types.h"
 
 #include <cstdint>
@@ -14,6 +13,16 @@
 #include <string_view>
 
 namespace Velmora {
+
+/// Receives the lines of the log beside the console or the file.
+class ILogListener {
+public:
+    virtual ~ILogListener() = default;
+
+    /// One formatted line, without line end and colour. Called on the thread that logs, under the log's
+    /// mutex: it must not call the log. The text is valid during the call only.
+    virtual void OnLogLine(std::string_view line) = 0;
+};
 
 /// Severity of a log line, in rising order.
 enum class LogLevel : i32 { Debug, Info, Notice, Warning, Error, Except, Assert };

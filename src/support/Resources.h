@@ -3,14 +3,28 @@
 
 #include "support/CLog.h"
 #include "support/CSingleton.h"
-#include "support/ResourceEnvironment.h"
+#include "support/platform/Platform.h"
 
 #include <array>
+#include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace Velmora {
+
+/// What `Resources` asks of the system. The defaults are the real system; tests put theirs in place.
+struct ResourceEnvironment {
+    /// The machine-wide data folder, or nothing when the system knows none.
+    std::function<std::optional<std::string>()> machineDataFolder = Platform::MachineDataFolder;
+    /// Full path of the library that holds this code, empty when it cannot be told.
+    std::function<std::string()> libraryPath = Platform::LibraryPath;
+    /// Whether something exists at a path.
+    std::function<bool(const std::string& path)> fileExists = Platform::FileExists;
+    /// File ending of a loadable library, with its dot.
+    std::string librarySuffix{Platform::LibrarySuffix()};
+};
 
 /// Knows the product's name and its shared folders. Paths are UTF-8. Set-up threads only: it locks,
 /// allocates and reads the file system.

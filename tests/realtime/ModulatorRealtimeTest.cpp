@@ -24,7 +24,7 @@ using Sampler = Velmora::dsp::Simpler<12, 1>;
 
 // The exception: another window of the tracker.
 constexpr u32 windowSize = VocoderModulator::FirstParameter<VocoderModulator::Tracker>() +
-                           Velmora::dsp::PitchTracker::analysisWindowSize;
+                           Velmora::dsp::PitchTracker::AnalysisWindowSize;
 
 /// A modulator with four files beside it, whose audio thread must not make any of the trapped calls.
 class TrappedModulator {

@@ -4,7 +4,7 @@
 #include "dsp/envelopes/EnvelopeStage.h"
 #include "dsp/framework/UnitModule.h"
 #include "dsp/modulation/ModulationWatch.h"
-#include "dsp/smoothing/SmootherInterpLPF.h"
+#include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/vectors/AlignedBuffer.h"
 
 #include <string>

@@ -3,6 +3,9 @@
 
 #include "support/platform/Types.h"
 
+#include <algorithm>
+#include <charconv>
+#include <cstddef>
 #include <string_view>
 
 namespace Velmora::dsp {
@@ -17,12 +20,29 @@ struct ParameterNameWriter {
     /// Characters that the whole name takes, with the terminator.
     u32 needed = 1;
 
-    ParameterNameWriter(char* target, u32 targetCapacity);
+    ParameterNameWriter(char* target, u32 targetCapacity) : capacity(targetCapacity), buffer(target) {
+        if (capacity > 0) {
+            buffer[0] = '\0';
+        }
+    }
 
-    void Append(std::string_view text);
+    void Append(std::string_view text) {
+        needed += static_cast<u32>(text.size());
+        if (capacity == 0) {
+            return;
+        }
+        const u32 copied = std::min(static_cast<u32>(text.size()), capacity - 1 - used);
+        text.copy(buffer + used, copied);
+        used += copied;
+        buffer[used] = '\0';
+    }
 
     /// Appends a number in decimal.
-    void Append(u32 number);
+    void Append(u32 number) {
+        char digits[10];
+        const auto end = std::to_chars(digits, digits + sizeof digits, number).ptr;
+        Append(std::string_view(digits, static_cast<std::size_t>(end - digits)));
+    }
 };
 
 } // namespace Velmora::dsp

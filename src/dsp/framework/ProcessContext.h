@@ -3,6 +3,8 @@
 
 #include "support/platform/Types.h"
 
+#include <algorithm>
+
 namespace Velmora::dsp {
 
 struct EventQueue;
@@ -58,5 +60,17 @@ struct ProcessContext {
         return buffer != nullptr && buffer[-1] != 0.0F ? buffer : nullptr;
     }
 };
+
+/// Passes an input to the output of the same number, which may be the same buffer. One that is null or absent
+/// counts as silence.
+inline void CopyChannel(const ProcessContext& context, u32 channel) {
+    const float* in = context.InputOrNull(channel);
+    float* out = context.outputs[channel];
+    if (in == nullptr) {
+        std::fill_n(out, context.numFrames, 0.0F);
+    } else if (in != out) {
+        std::copy_n(in, context.numFrames, out);
+    }
+}
 
 } // namespace Velmora::dsp

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "support/platform/FloatMode.h"
 #include "support/platform/Types.h"
 
 namespace Velmora::dsp {
@@ -10,13 +11,13 @@ namespace Velmora::dsp {
 /// manifold when the sound stops.
 class DenormalGuard {
 public:
-    DenormalGuard();
-    ~DenormalGuard();
+    DenormalGuard() { Platform::SetFloatMode(Platform::WithDenormalsFlushed(callerMode)); }
+    ~DenormalGuard() { Platform::SetFloatMode(callerMode); }
     DenormalGuard(const DenormalGuard&) = delete;
     DenormalGuard& operator=(const DenormalGuard&) = delete;
 
 private:
-    u64 callerMode;
+    u64 callerMode = Platform::FloatMode();
 };
 
 } // namespace Velmora::dsp

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/meters/InputDetector.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/Decibels.h"
 #include "dsp/math/IntactState.h"
 
@@ -13,18 +14,12 @@ namespace Velmora::dsp {
 
 namespace {
 
-constexpr i32 linear = 1;
-constexpr i32 exponential = 4;
 /// Of a one-pole of 1 ms, per second.
 constexpr float smoothingRate = 999.99994F;
-constexpr float longestHold = 1e9F;
 
 std::vector<ModuleParam> Records() {
-    std::vector<ModuleParam> records;
-    records.push_back(ModuleParam::Mapped("Threshold", linear, -120.0F, 0.0F, 0.0F));
-    records.push_back(ModuleParam::Mapped("Hold", exponential, 0.001F, 1.0F, 1.0F));
-    records.emplace_back("Output");
-    return records;
+    return RecordsOf({Declare::Linear("Threshold", -120.0F, 0.0F),
+                      Declare::Exponential("Hold", 0.001F, 1.0F, 1.0F), Declare::Raw("Output")});
 }
 
 } // namespace
@@ -34,38 +29,31 @@ InputDetector::InputDetector(std::string moduleName) : UnitModule(std::move(modu
 void InputDetector::OnInitialize(float rateHz, u32 /*maxBlockSize*/) {
     sampleRate = rateHz > 1.0F ? rateHz : 1.0F;
     coefficient = 1.0F - std::exp(-smoothingRate / sampleRate);
-    UpdateHold();
 }
 
 void InputDetector::OnReset(bool /*hard*/) {
     envelope = 0.0F;
     counter = 0;
-    SetParameterNormalized(output, 0.0F);
+    SetParameterNormalized(Output, 0.0F);
 }
 
 bool InputDetector::UpdateParameters(ProcessContext& /*context*/) {
     if (!anyParameterChanged) {
         return true;
     }
-    if (Changed(threshold) && !std::isnan(Value(threshold))) {
-        thresholdGain = DecibelsToGain(Value(threshold));
+    if (Changed(Threshold)) {
+        thresholdGain = DecibelsToGain(HeldValue(Threshold));
     }
-    if (Changed(hold)) {
-        holdSeconds = Value(hold);
-        UpdateHold();
+    if (Changed(Hold)) {
+        holdSamples = static_cast<u32>(sampleRate * HeldValue(Hold));
     }
     return true;
-}
-
-void InputDetector::UpdateHold() {
-    const float samples = sampleRate * holdSeconds;
-    holdSamples = samples > 0.0F ? static_cast<u32>(std::min(samples, longestHold)) : 0;
 }
 
 bool InputDetector::Process(ProcessContext& context) {
     const float* left = context.InputOrNull(0);
     const float* right = context.InputOrNull(1);
-    bool isOpen = GetParameterNormalized(output) > 0.5F;
+    bool isOpen = IsOpen();
     if (left != nullptr && right != nullptr) {
         isOpen = Follow(isOpen, context.numFrames,
                         [left, right](u32 n) { return (std::abs(left[n]) + std::abs(right[n])) * 0.5F; });
@@ -74,7 +62,7 @@ bool InputDetector::Process(ProcessContext& context) {
     } else {
         isOpen = Follow(isOpen, context.numFrames, [](u32 /*n*/) { return 0.0F; });
     }
-    SetParameterNormalized(output, isOpen ? 1.0F : 0.0F);
+    SetParameterNormalized(Output, isOpen ? 1.0F : 0.0F);
     return true;
 }
 

@@ -16,14 +16,16 @@ namespace Velmora::dsp {
 /// "Output", written once per block.
 class InputDetector final : public UnitModule {
 public:
-    static constexpr u32 parameterCount = 3;
-
-    /// dB, -120 to 0, of the rectified and smoothed mean of the channels.
-    static constexpr u32 threshold = 0;
-    /// Seconds, 0.001 to 1.
-    static constexpr u32 hold = 1;
-    /// Read-back: 1 open, 0 closed.
-    static constexpr u32 output = 2;
+    enum Parameter : u32 {
+        Threshold, ///< dB, -120 to 0, of the rectified and smoothed mean of the channels
+        Hold,      ///< seconds, 0.001 to 1
+        Output,    ///< read-back: 1 open, 0 closed
+        ParameterCount
+    };
+    static constexpr u32 parameterCount = ParameterCount;
+    static constexpr u32 threshold = Threshold;
+    static constexpr u32 hold = Hold;
+    static constexpr u32 output = Output;
 
     explicit InputDetector(std::string moduleName = "InputDetector");
 
@@ -32,8 +34,9 @@ public:
     bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
 
+    bool IsOpen() const { return parameters[Output].PeekNormalized() > 0.5F; }
+
 private:
-    void UpdateHold();
     template <class Level>
     bool Follow(bool isOpen, u32 numFrames, Level levelAt);
 
@@ -41,7 +44,6 @@ private:
     float coefficient = 0.0F;
     float thresholdGain = 0.0F;
     float envelope = 0.0F;
-    float holdSeconds = 0.001F;
     u32 holdSamples = 0;
     /// Frames for which the level has contradicted the gate. Wide enough never to wrap.
     u64 counter = 0;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/meters/VuMeter.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/IntactState.h"
 #include "dsp/vectors/Simd.h"
 
@@ -15,7 +16,6 @@ namespace {
 
 using simd::Double2;
 
-constexpr i32 linear = 1;
 /// Twice the time constant that brings a step to 99 % in 300 ms, in seconds.
 constexpr double twiceTimeConstant = 0.13028835F;
 constexpr double lowestPower = 9.9999998e-15F;
@@ -24,10 +24,7 @@ constexpr float sineCorrection = 3.0103002F;
 constexpr float calibrations[] = {-18.0F, -14.0F, -8.0F};
 
 std::vector<ModuleParam> Records() {
-    std::vector<ModuleParam> records;
-    records.push_back(ModuleParam::Stepped("Calibration", 3, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Mapped("Output", linear, -20.0F, 3.0F, 0.0F));
-    return records;
+    return RecordsOf({Declare::Choice("Calibration", 3), Declare::Linear("Output", -20.0F, 3.0F)});
 }
 
 double Square(float x) { return static_cast<double>(x) * static_cast<double>(x); }
@@ -50,9 +47,8 @@ void VuMeter::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) {
 void VuMeter::OnReset(bool /*hard*/) { state = 0.0; }
 
 bool VuMeter::UpdateParameters(ProcessContext& /*context*/) {
-    if (anyParameterChanged && Changed(calibration)) {
-        const float index = Value(calibration);
-        calibrationDb = calibrations[index > 0.0F ? static_cast<u32>(std::min(index, 2.0F)) : 0];
+    if (anyParameterChanged && Changed(Calibration)) {
+        calibrationDb = calibrations[ToIndex(Value(Calibration), 3)];
     }
     return true;
 }
@@ -64,9 +60,8 @@ bool VuMeter::Process(ProcessContext& context) {
     if (samples == nullptr || !IsIntact(state)) {
         state = 0.0;
     }
-    const ModuleParam& reading = parameters[output];
     const float decibels = static_cast<float>(10.0 * std::log10(power)) - calibrationDb + sineCorrection;
-    SetParameterValue(output, std::clamp(decibels, reading.minValue, reading.maxValue));
+    SetParameterValue(Output, parameters[Output].Hold(decibels));
     return true;
 }
 

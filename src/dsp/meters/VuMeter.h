@@ -14,12 +14,12 @@ namespace Velmora::dsp {
 /// "Output", written once per block. A sine of amplitude 1 reads 0 dB minus the calibration.
 class VuMeter final : public UnitModule {
 public:
-    static constexpr u32 parameterCount = 2;
-
-    /// 0, 1, 2: the level that reads 0 VU is -18, -14 or -8 dB.
-    static constexpr u32 calibration = 0;
-    /// Read-back in dB, -20 to 3.
-    static constexpr u32 output = 1;
+    enum Parameter : u32 {
+        Calibration, ///< 0, 1, 2: the level that reads 0 VU is -18, -14 or -8 dB
+        Output,      ///< read-back in dB, -20 to 3
+        ParameterCount
+    };
+    static constexpr u32 parameterCount = ParameterCount;
 
     explicit VuMeter(std::string moduleName = "VuMeter");
 

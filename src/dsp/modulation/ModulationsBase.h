@@ -3,18 +3,44 @@
 
 #include "dsp/framework/Module.h"
 #include "dsp/framework/ModuleParam.h"
-#include "dsp/modulation/DefaultModulationPolicy.h"
-#include "dsp/modulation/IRoutingObserver.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cmath>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 namespace Velmora::dsp {
+
+/// What a modulation matrix leaves to its use: the curve and range of an amount, and the words that its
+/// parameter names are made of.
+struct DefaultModulationPolicy {
+    static constexpr std::string_view sourceWord = "Src";
+    static constexpr std::string_view destinationWord = "Dst";
+    static constexpr std::string_view amountWord = "Amount";
+    static constexpr std::string_view activatedWord = "Activated";
+
+    /// Linear from full inversion to full strength; the knob's middle is no modulation.
+    static ModuleParam MakeAmount() { return ModuleParam::Mapped({}, Curve::Linear, -1.0F, 1.0F, 0.0F); }
+};
+
+/// Hears when a cell of a modulation matrix begins or ceases to carry signal. Called by the setters of the
+/// matrix, on the audio thread: an implementation neither allocates nor blocks. It must be removed from the
+/// matrix before it is destroyed.
+class IRoutingObserver {
+public:
+    IRoutingObserver() = default;
+    IRoutingObserver(const IRoutingObserver&) = delete;
+    IRoutingObserver& operator=(const IRoutingObserver&) = delete;
+    virtual ~IRoutingObserver() = default;
+
+    /// nonZero tells whether the effective amount of the cell is now different from 0. Source and
+    /// destination count from 0.
+    virtual void OnRoutingChanged(u32 source, u32 destination, bool nonZero) = 0;
+};
 
 /// What the owner of a matrix fixes at construction; bit n stands for source or destination n.
 struct ModulationMasks {

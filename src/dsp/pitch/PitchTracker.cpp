@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/pitch/PitchTracker.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/Within.h"
-#include "dsp/pitch/PeakSearch.h"
-#include "dsp/vectors/Simd.h"
+#include "dsp/vectors/SilenceFaults.h"
 #include "support/NonBlocking.h"
 
 #include <algorithm>
 #include <bit>
-#include <limits>
 #include <utility>
 #include <vector>
 
@@ -28,22 +27,46 @@ constexpr float mostSamples = 65536.0F;
 constexpr u32 fewestSamples = 4;
 
 std::vector<ModuleParam> Records() {
-    std::vector<ModuleParam> records;
-    records.push_back(ModuleParam::Mapped("AnalysisWindowSize", 1, shortestWindow, longestWindow, 0.0F));
-    records.back().SetValue(1024.0F);
-    records.emplace_back("ConfidenceThreshold");
-    records.back().SetValue(0.95F);
-    records.push_back(ModuleParam::Mapped("DetectedPitch", 4, 0.0F, 20000.0F, 6.0F));
-    return records;
+    return RecordsOf({Declare::Linear("AnalysisWindowSize", shortestWindow, longestWindow, 1024.0F),
+                      Declare::Raw("ConfidenceThreshold", 0.95F),
+                      Declare::Exponential("DetectedPitch", 0.0F, 20000.0F, 6.0F)});
 }
 
 /// The power of two nearest to the window at this rate, the lower of two that are equally near.
 u32 WindowSamples(float windowSize, float sampleRate) {
-    const float samples = sampleRate * referencePeriod * Within(windowSize, shortestWindow, longestWindow);
+    const float samples = sampleRate * referencePeriod * windowSize;
     const u32 wanted = static_cast<u32>(Within(samples, 1.0F, mostSamples));
     const u32 above = std::bit_ceil(wanted);
     const u32 below = above / 2;
     return wanted - below <= above - wanted ? below : above;
+}
+
+/// The lag of the first period in a normalised autocorrelation of `count` lags, or 0 when there is none.
+///
+/// `weighted` is `normalised` times a positive weight that falls towards long lags. It chooses the lobe, so
+/// that the period wins over its multiples; the unweighted function then places the peak, which the slope
+/// of the weight would pull towards 0. Values that are not numbers never win.
+u32 FindPeriodPeak(const float* weighted, const float* normalised, u32 count) {
+    const auto isNotPositive = [](float value) { return value <= 0.0F; };
+    const float* end = weighted + count;
+    // Everything is alike at lag 0 and close to it.
+    const float* zeroLagEnd = std::find_if(weighted, end, isNotPositive);
+    if (zeroLagEnd == end) {
+        return 0;
+    }
+    const float* highest = std::max_element(zeroLagEnd, end);
+    if (isNotPositive(*highest)) {
+        return 0;
+    }
+    // The lobe begins after zeroLagEnd, so that there is always a lag before it.
+    const float* lobe = highest;
+    while (!isNotPositive(lobe[-1])) {
+        --lobe;
+    }
+    const float* lobeEnd = std::find_if(highest, end, isNotPositive);
+    const float* peak =
+        std::max_element(normalised + (lobe - weighted) - 1, normalised + (lobeEnd - weighted));
+    return static_cast<u32>(peak - normalised);
 }
 
 } // namespace
@@ -72,7 +95,7 @@ void PitchTracker::OnInitialize(float rateHz, u32 /*maxBlockSize*/) {
 
 /// Allocates only when the number of samples changes.
 void PitchTracker::Build() {
-    const u32 samples = WindowSamples(Value(analysisWindowSize), sampleRate);
+    const u32 samples = WindowSamples(HeldValue(AnalysisWindowSize), sampleRate);
     if (samples != windowLength) {
         windowLength = samples;
         fft.emplace(2 * samples);
@@ -93,19 +116,19 @@ void PitchTracker::OnReset(bool /*hard*/) {
     std::fill(norm.begin(), norm.end(), 0.0F);
     position = 0;
     pitch = 0.0F;
-    parameters[detectedPitch].SetValue(0.0F);
+    parameters[DetectedPitch].SetValue(0.0F);
 }
 
 bool PitchTracker::UpdateParameters(ProcessContext& /*context*/) {
     if (!anyParameterChanged) {
         return true;
     }
-    if (Changed(analysisWindowSize)) {
+    if (Changed(AnalysisWindowSize)) {
         const MayBlock exception;
         Build();
     }
-    if (Changed(confidenceThreshold)) {
-        threshold = Value(confidenceThreshold);
+    if (Changed(ConfidenceThreshold)) {
+        threshold = HeldValue(ConfidenceThreshold);
     }
     return true;
 }
@@ -138,8 +161,7 @@ bool PitchTracker::Process(ProcessContext& context) {
 void PitchTracker::Store(const Input& first, const Input& second, u32 frame, u32 count) {
     for (u32 n = 0; n < count; n += Float4::size) {
         const Float4 mean = (first.Load(frame + n) + second.Load(frame + n)) * 0.5F;
-        const Float4 x =
-            xsimd::select(xsimd::abs(mean) <= std::numeric_limits<float>::max(), mean, Float4(0.0F));
+        const Float4 x = SilenceFaults(mean);
         x.store_aligned(&data[position + n]);
         (x * x).store_aligned(&squares[position + n]);
     }
@@ -151,7 +173,7 @@ void PitchTracker::Analyse() {
     Normalise();
     pitch = MeasurePitch();
     std::fill(data.begin(), data.end(), 0.0F);
-    parameters[detectedPitch].SetValue(pitch);
+    parameters[DetectedPitch].SetValue(pitch);
 }
 
 /// The transform of the power spectrum.

@@ -16,21 +16,26 @@ namespace Velmora::dsp {
 /// lag at which the window resembles itself most.
 ///
 /// Inputs: 0 and 1, of which the mean is taken; an absent or null second one leaves the first alone, a null
-/// first one is silence. A sample that is not a finite number counts as 0. Output 0: the pitch in Hz,
+/// first one is silence. A fault counts as silence. Output 0: the pitch in Hz,
 /// constant over a window and late by one, 0 where none is found; may be the buffer of an input.
 ///
 /// A change of the window's length in samples allocates, on the thread that processes.
 class PitchTracker final : public UnitModule {
 public:
-    static constexpr u32 parameterCount = 3;
-
-    /// Samples at 44100 Hz, 2 to 2048: the window is as long in time at other rates, to the nearest power of
-    /// two. A change clears the state. Below four samples no pitch is found.
-    static constexpr u32 analysisWindowSize = 0;
-    /// The likeness of neighbouring periods, 0 to 1, from which on a pitch counts.
-    static constexpr u32 confidenceThreshold = 1;
-    /// Hz, 0 to 20000; written at the end of each window.
-    static constexpr u32 detectedPitch = 2;
+    enum Parameter : u32 {
+        /// Samples at 44100 Hz, 2 to 2048: the window is as long in time at other rates, to the nearest power
+        /// of two. A change clears the state. Below four samples no pitch is found.
+        AnalysisWindowSize,
+        /// The likeness of neighbouring periods, 0 to 1, from which on a pitch counts.
+        ConfidenceThreshold,
+        /// Hz, 0 to 20000; written at the end of each window.
+        DetectedPitch,
+        ParameterCount
+    };
+    static constexpr u32 parameterCount = ParameterCount;
+    static constexpr u32 analysisWindowSize = AnalysisWindowSize;
+    static constexpr u32 confidenceThreshold = ConfidenceThreshold;
+    static constexpr u32 detectedPitch = DetectedPitch;
 
     explicit PitchTracker(std::string moduleName = "PitchTracker");
 

@@ -2,7 +2,7 @@
 #include "dsp/resources/ResourceManager.h"
 
 #include "support/CLog.h"
-#include "support/SetCurrentThreadName.h"
+#include "support/platform/Platform.h"
 
 #include <exception>
 #include <string>
@@ -55,7 +55,7 @@ void ResourceManager<captureSize, queueSize>::Keep(std::unique_ptr<ResourceBase>
 template <std::size_t captureSize, u32 queueSize>
 void ResourceManager<captureSize, queueSize>::WorkerLoop() noexcept {
     try {
-        SetCurrentThreadName("Resource worker");
+        Platform::SetThreadName("Resource worker");
     } catch (...) {
         LogCurrentException("Resource worker");
     }

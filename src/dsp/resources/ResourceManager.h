@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dsp/resources/CallRing.h"
-#include "dsp/resources/ResourceBase.h"
+#include "dsp/resources/Resource.h"
 #include "support/platform/Types.h"
 
 #include <atomic>

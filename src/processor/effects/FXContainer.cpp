@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "processor/effects/FXContainer.h"
 
-#include "dsp/framework/CopyChannel.h"
+#include "dsp/framework/ProcessContext.h"
 #include "dsp/framework/RunChild.h"
 
 #include <tuple>

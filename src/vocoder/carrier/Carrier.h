@@ -2,8 +2,8 @@
 #pragma once
 
 #include "dsp/effects/chorus/Chorus.h"
-#include "dsp/framework/IModuleObserver.h"
 #include "dsp/framework/ModuleContainer.h"
+#include "dsp/framework/Observable.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/smoothing/SmootherSRL.h"
 #include "dsp/vectors/AlignedBuffer.h"

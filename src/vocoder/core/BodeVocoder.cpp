@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/core/BodeVocoder.h"
 
-#include "dsp/framework/RunPair.h"
+#include "dsp/framework/RunChild.h"
 #include "dsp/math/Within.h"
 #include "dsp/vectors/Simd.h"
 

@@ -2,7 +2,6 @@
 #include "vocoder/core/BodeVocoderMono.h"
 
 #include "dsp/framework/RunChild.h"
-#include "dsp/framework/RunPair.h"
 #include "vocoder/core/kernels/LaneTile.h"
 
 #include <algorithm>

@@ -158,9 +158,9 @@ void SetUpCompressor(Compressor& compressor) {
 }
 
 void SetUpInput(dsp::PitchTracker& tracker, dsp::InputDetector& gate) {
-    tracker.SetParameterValue(dsp::PitchTracker::confidenceThreshold, 0.75F);
-    Declare(gate, {dsp::InputDetector::threshold, linear, -70.0F, 6.0F});
-    gate.SetParameterValue(dsp::InputDetector::hold, 0.05F);
+    tracker.SetParameterValue(dsp::PitchTracker::ConfidenceThreshold, 0.75F);
+    Declare(gate, {dsp::InputDetector::Threshold, linear, -70.0F, 6.0F});
+    gate.SetParameterValue(dsp::InputDetector::Hold, 0.05F);
 }
 
 } // namespace Velmora::Processor::ModulatorSetUp

@@ -142,7 +142,7 @@ void VocoderModulator::RenderExternal(ProcessContext& context, const float* left
     LatchDetection({left, frames});
     RunGate(context, inputs);
     const float* gain = buffers[MonoBuffer];
-    const bool isOpen = Child<Gate>().GetParameterNormalized(dsp::InputDetector::output) != 0.0F;
+    const bool isOpen = Child<Gate>().IsOpen();
     for (u32 channel = 0; channel < 2; ++channel) {
         float* out = context.outputs[channel];
         if (isOpen) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/smoothing/SmootherInterpLPF.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/smoothing/SmootherSRL.h"
 

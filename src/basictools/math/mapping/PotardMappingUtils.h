@@ -1,22 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "basictools/math/mapping/InversePotardMapping.h"
-#include "basictools/math/mapping/curves/BipolarExpPotardMapping.h"
-#include "basictools/math/mapping/curves/BipolarPolynomialPotardMapping.h"
-#include "basictools/math/mapping/curves/BipolarVariableCenterInvPowPotardMapping.h"
-#include "basictools/math/mapping/curves/ExponentialPotardMapping.h"
-#include "basictools/math/mapping/curves/HarmonicMapping.h"
-#include "basictools/math/mapping/curves/IPotardMapping.h"
-#include "basictools/math/mapping/curves/InvPolynomialPotardMapping.h"
-#include "basictools/math/mapping/curves/LinearPotardMapping.h"
-#include "basictools/math/mapping/curves/PiecewiseLinearPotardMapping.h"
-#include "basictools/math/mapping/curves/PolynomialPotardMapping.h"
-#include "basictools/math/mapping/curves/ReversePotardMapping.h"
-#include "basictools/math/mapping/curves/SemiToneToFreqMapping.h"
-#include "basictools/math/mapping/curves/VuMeterMapping.h"
-#include "basictools/math/mapping/tables/EnveloppeTimeMapping.h"
-#include "basictools/math/mapping/tables/MixerTimeMapping.h"
+#include "basictools/math/mapping/ExponentialMappings.h"
+#include "basictools/math/mapping/LinearMappings.h"
+#include "basictools/math/mapping/PointMappings.h"
+#include "basictools/math/mapping/PowerMappings.h"
+#include "basictools/math/mapping/RatioMappings.h"
 #include "support/platform/Types.h"
 
 #include <variant>

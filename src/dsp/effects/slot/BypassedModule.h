@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/framework/CopyChannel.h"
+#include "dsp/framework/ProcessContext.h"
 #include "dsp/framework/UnitModule.h"
 
 #include <array>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/framework/CopyChannel.h"
 #include "dsp/framework/ModuleContainer.h"
+#include "dsp/framework/ProcessContext.h"
 #include "dsp/framework/RunChild.h"
 #include "dsp/math/Within.h"
 #include "dsp/smoothing/SmootherSRL.h"

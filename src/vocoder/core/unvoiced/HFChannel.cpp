@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/core/unvoiced/HFChannel.h"
 
-#include "dsp/framework/RunPair.h"
+#include "dsp/framework/RunChild.h"
 #include "dsp/math/CornerLimit.h"
 #include "vocoder/core/gain/SmoothedGain.h"
 

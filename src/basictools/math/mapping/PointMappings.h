@@ -1,11 +1,35 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "basictools/math/mapping/curves/IPotardMapping.h"
+#include "basictools/math/mapping/IPotardMapping.h"
 
 #include <vector>
 
 namespace Velmora::MappingTools {
+
+/// The feel of an envelope time, by a fixed curve of 21 points. Both directions clamp to 0..1; a NaN
+/// yields 0.
+class EnveloppeTimeMapping : public IPotardMapping {
+public:
+    float Map(float x) const override;
+    float Unmap(float y) const override;
+};
+
+/// The feel of a mixer time, by a fixed curve of 10 points. Map yields 1 from position 1 on; apart from
+/// that, what lies outside 0..1, a NaN included, passes unchanged in both directions.
+class MixerTimeMapping : public IPotardMapping {
+public:
+    float Map(float x) const override;
+    float Unmap(float y) const override;
+};
+
+/// The scale of a level meter, for display: Unmap turns y, a level of -60 y dB, into the deflection counted
+/// from the top. Nobody reads the other direction, so Map tells only whether the end is reached.
+class VuMeterMapping : public IPotardMapping {
+public:
+    float Map(float x) const override { return x == 1.0F ? 1.0F : 0.0F; }
+    float Unmap(float y) const override;
+};
 
 /// A curve through given values at equal spacing over 0..1, in linear interpolation. Yields the values
 /// themselves. Built once and shared by address; ModuleParam keeps no copy.

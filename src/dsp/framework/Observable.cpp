@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/framework/IModuleObserver.h"
+#include "dsp/framework/Observable.h"
 
 #include <utility>
 

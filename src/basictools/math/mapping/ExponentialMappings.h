@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "basictools/math/mapping/curves/IPotardMapping.h"
+#include "basictools/math/mapping/IPotardMapping.h"
 
 namespace Velmora::MappingTools {
 
@@ -25,6 +25,16 @@ public:
 protected:
     float shape;
     float scale;
+};
+
+/// Two exponentials back to back, antisymmetric around the centre of the knob.
+class BipolarExpPotardMapping : public ExponentialPotardMapping {
+public:
+    using ExponentialPotardMapping::ExponentialPotardMapping;
+
+    float Map(float x) const override;
+    float Unmap(float y) const override;
+    void MapBlock(float* values, u32 count) const override;
 };
 
 } // namespace Velmora::MappingTools

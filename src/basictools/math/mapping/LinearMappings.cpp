@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "basictools/math/mapping/curves/PiecewiseLinearPotardMapping.h"
+#include "basictools/math/mapping/LinearMappings.h"
 
 #include <algorithm>
 

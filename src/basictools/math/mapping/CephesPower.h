@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "basictools/math/mapping/curves/CephesExpLog.h"
+#include "basictools/math/mapping/CephesExpLog.h"
 #include "support/platform/Types.h"
 
 #include <algorithm>
