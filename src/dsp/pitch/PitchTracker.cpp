@@ -77,7 +77,7 @@ public:
     explicit Input(const float* channel)
         : samples(channel != nullptr ? channel : silence), stride(channel != nullptr ? 1 : 0) {}
 
-    Float4 Load(u32 frame) const { return Float4::load_unaligned(samples + frame * stride); }
+    Float4 Load(u32 frame) const { return SilenceFaults(samples + frame * stride); }
 
 private:
     alignas(16) static constexpr float silence[Float4::size] = {};
@@ -160,8 +160,7 @@ bool PitchTracker::Process(ProcessContext& context) {
 /// Frames and windows come in whole groups of four, so that a group never crosses the end of the window.
 void PitchTracker::Store(const Input& first, const Input& second, u32 frame, u32 count) {
     for (u32 n = 0; n < count; n += Float4::size) {
-        const Float4 mean = (first.Load(frame + n) + second.Load(frame + n)) * 0.5F;
-        const Float4 x = SilenceFaults(mean);
+        const Float4 x = (first.Load(frame + n) + second.Load(frame + n)) * 0.5F;
         x.store_aligned(&data[position + n]);
         (x * x).store_aligned(&squares[position + n]);
     }

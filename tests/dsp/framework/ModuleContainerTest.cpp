@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/framework/ModuleContainer.h"
 
+#include "dsp/framework/Observable.h"
+#include "dsp/framework/ParameterDeclaration.h"
 #include "rigs/AllocationCounter.h"
 #include "rigs/ProbeModule.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <memory>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -19,187 +21,161 @@ using Velmora::Test::NameOf;
 using Velmora::Test::ProbeModule;
 using Calls = std::vector<std::string>;
 
-std::vector<ModuleParam> Named(const std::vector<std::string>& names) {
-    std::vector<ModuleParam> records;
-    records.reserve(names.size());
-    for (const std::string& parameterName : names) {
-        records.push_back(ModuleParam::Mapped(parameterName, 1, 0.0F, 20.0F, 0.0F));
-    }
-    return records;
-}
-
 /// A container that writes down what is done to it.
 template <class... Children>
-class Composite : public ModuleContainer<Children...> {
-public:
+struct Composite : ModuleContainer<Children...> {
     template <class... Arguments>
-    Composite(std::string moduleName, Calls* calls, std::vector<ModuleParam>&& own, Arguments&&... arguments)
+    Composite(std::string moduleName, Calls* journal, std::vector<ModuleParam>&& own,
+              Arguments&&... arguments)
         : ModuleContainer<Children...>(std::move(moduleName), 1, 1, std::move(own),
                                        std::forward<Arguments>(arguments)...),
-          journal(calls) {}
+          calls(journal) {}
 
     void OnInitialize(float sampleRate, u32 maxBlockSize) override {
-        Note("OnInitialize " + std::to_string(static_cast<int>(sampleRate)) + " " +
-             std::to_string(maxBlockSize));
+        calls->push_back(this->name + " OnInitialize " + std::to_string(static_cast<int>(sampleRate)) + " " +
+                         std::to_string(maxBlockSize));
     }
-    void OnReset(bool hard) override { Note(hard ? "OnReset hard" : "OnReset soft"); }
-    void OnTerminate() override { Note("OnTerminate"); }
+    void OnReset(bool hard) override {
+        calls->push_back(this->name + (hard ? " OnReset hard" : " OnReset soft"));
+    }
+    void OnTerminate() override { calls->push_back(this->name + " Terminate"); }
     bool UpdateParameters(ProcessContext& /*context*/) override { return true; }
     bool Process(ProcessContext& /*context*/) override { return true; }
-    std::pair<float, u32> GetRateOverride(float sampleRate, u32 maxBlockSize) override {
-        return {sampleRate * rateFactor, maxBlockSize * blockFactor};
-    }
 
-    using ModuleContainerBase::linkedIds;
     using ModuleContainer<Children...>::Child;
-
-    float rateFactor = 1.0F;
-    u32 blockFactor = 1;
-
-private:
-    void Note(const std::string& call) { journal->push_back(this->name + " " + call); }
-
-    Calls* journal;
+    using ModuleContainerBase::AdditionalChanged;
+    using ModuleContainerBase::linkedIds;
+    Calls* calls;
 };
 
-// Three levels: a leaf, a band of two leaves and one parameter of its own, a channel of two bands without
-// a name, and a last leaf; two parameters of the top itself. The fixed id counts are what a concrete class
-// states.
 struct Band : Composite<ProbeModule<2>, ProbeModule<0>, ProbeModule<1>> {
     static constexpr u32 parameterCount = childParameterCount + 1;
-    Band(std::string moduleName, Calls* calls)
-        : Composite(std::move(moduleName), calls, Named({"Solo"}), std::tuple("Filter", calls),
-                    std::tuple("Meter", calls), std::tuple("", calls)) {}
+    explicit Band(Calls* journal)
+        : Composite("Band", journal, RecordsOf({Declare::Linear("Solo", 0.0F, 10.0F)}),
+                    std::tuple("Filter", journal), std::tuple("Meter", journal), std::tuple("", journal)) {}
+    std::pair<float, u32> GetRateOverride(float sampleRate, u32 maxBlockSize) override {
+        return {sampleRate * 2.0F, maxBlockSize * 3};
+    }
 };
-struct Channel : Composite<Band, Band> {
-    static constexpr u32 parameterCount = childParameterCount;
-    explicit Channel(Calls* calls)
-        : Composite("", calls, {}, std::tuple("Low", calls), std::tuple("High", calls)) {}
-};
-struct Tree : Composite<ProbeModule<3>, Channel, ProbeModule<1>> {
+struct Tree : Composite<ProbeModule<3>, Band, ProbeModule<1>> {
     static constexpr u32 parameterCount = childParameterCount + 2;
-    explicit Tree(Calls* calls)
-        : Composite("", calls, Named({"Volume", "Panic"}), std::tuple("Input", calls), std::tuple(calls),
-                    std::tuple("Output", calls)) {}
+    explicit Tree(Calls* journal)
+        : Composite(
+              "", journal,
+              RecordsOf({Declare::Linear("Volume", 0.0F, 10.0F), Declare::Linear("Panic", 0.0F, 10.0F)}),
+              std::tuple("Input", journal), std::tuple(journal), std::tuple("Output", journal)) {
+        linkedIds = {{1, 5, 9}}; // volume: two leaves and, in a chain, the other parameter, which has no list
+    }
+};
+const Calls treeNames = {"Input_P0", "Input_P1",  "Input_P2",  "Band_Filter_P0", "Band_Filter_P1",
+                         "Band_P0",  "Band_Solo", "Output_P0", "Volume",         "Panic"};
+
+struct ModuleContainerTest : testing::Test {
+    Calls calls;
+    Observable<Tree> tree{&calls};
 };
 
-const Calls treeNames = {"Input_P0",  "Input_P1",  "Input_P2",       "Low_Filter_P0",  "Low_Filter_P1",
-                         "Low_P0",    "Low_Solo",  "High_Filter_P0", "High_Filter_P1", "High_P0",
-                         "High_Solo", "Output_P0", "Volume",         "Panic"};
-
-TEST(ModuleContainerTest, EveryIdReachesItsOwnRecordAndNoOtherUnderItsPath) {
-    Calls calls;
-    Tree tree(&calls);
-    constexpr u32 count = Tree::parameterCount;
-    ASSERT_EQ(count, treeNames.size());
-    std::vector<float> expected(count, 0.0F);
-    for (u32 step = 0; step < 2 * count; ++step) {
-        const u32 id = step * 5 % count;
-        const std::string& name = treeNames[id];
-        EXPECT_EQ(NameOf(tree, id), name) << "id " << id;
-        ModuleParam* record = tree.FindParameter(id);
-        EXPECT_EQ(record->name, name.substr(name.rfind('_') + 1)) << "id " << id;
-        expected[id] = 0.01F * static_cast<float>(step + 1);
-        EXPECT_TRUE(step % 2 == 0 ? tree.SetParameterNormalized(id, expected[id])
-                                  : tree.SetParameterValue(id, expected[id] * record->maxValue));
-        for (u32 other = 0; other < count; ++other) {
+TEST_F(ModuleContainerTest,
+       EveryIdReachesItsOwnRecordUnderItsPathAndItsFollowersAndNoOtherWithoutAllocating) {
+    std::vector<float> expected(Tree::parameterCount, 0.0F);
+    ASSERT_EQ(expected.size(), treeNames.size());
+    for (u32 step = 0; step < 20; ++step) {
+        const u32 id = step * 3 % 10;
+        EXPECT_EQ(NameOf(tree, id), treeNames[id]);
+        EXPECT_EQ(tree.FindParameter(id)->name, treeNames[id].substr(treeNames[id].rfind('_') + 1));
+        const float value = 0.01F * static_cast<float>(step + 1);
+        for (const u32 follower : id == 8 ? std::vector<u32>{8, 1, 5, 9} : std::vector<u32>{id}) {
+            expected[follower] = value;
+        }
+        const orphia_reference::AllocationCounter counter;
+        EXPECT_TRUE(step < 10 ? tree.SetParameterNormalized(id, value)
+                              : tree.SetParameterValue(id, value * 10.0F));
+        EXPECT_EQ(counter.Count(), 0U);
+        for (u32 other = 0; other < 10; ++other) {
             ASSERT_NEAR(tree.GetParameterNormalized(other), expected[other], 1e-6F)
-                << treeNames[other] << " after a write to " << name;
+                << treeNames[other] << " after " << treeNames[id];
         }
     }
-}
-
-TEST(ModuleContainerTest, SetUpResetAndEndRunThroughTheTreeChildrenFirst) {
-    Calls calls;
-    Tree tree(&calls);
-    const auto expectCalls = [&calls](const Calls& leaf, const Calls& container) {
-        Calls expected;
-        for (const char* module :
-             {"Input", "Filter", "Meter", "", "Low*", "Filter", "Meter", "", "High*", "*", "Output", "*"}) {
-            std::string path = module;
-            const bool isContainer = !path.empty() && path.back() == '*';
-            path.resize(path.size() - (isContainer ? 1 : 0));
-            for (const std::string& call : isContainer ? container : leaf) {
-                expected.push_back(path + call);
-            }
-        }
-        EXPECT_EQ(calls, expected);
-        calls.clear();
-    };
-    tree.Initialize(48000.0F, 44);
-    const Calls setUp = {" OnInitialize 48000 44", " OnReset hard"};
-    expectCalls(setUp, setUp);
-    for (const bool hard : {false, true}) {
-        tree.Child<1>().needsUpdate = tree.needsUpdate = false;
-        tree.Reset(hard);
-        const Calls reset = {hard ? " OnReset hard" : " OnReset soft"};
-        expectCalls(reset, reset);
-        EXPECT_TRUE(tree.needsUpdate && tree.Child<1>().needsUpdate);
-    }
-    tree.Terminate();
-    expectCalls({" Terminate"}, {" OnTerminate"});
-}
-
-TEST(ModuleContainerTest, ARateOverrideHoldsForTheContainerAndAllBelowIt) {
-    Calls calls;
-    Tree tree(&calls);
-    tree.Child<1>().rateFactor = 2.0F;
-    tree.Child<1>().Child<1>().rateFactor = 4.0F;
-    tree.Child<1>().Child<1>().blockFactor = 3;
-    tree.Initialize(10000.0F, 8);
-    const auto count = [&calls](const char* call) { return std::count(calls.begin(), calls.end(), call); };
-    EXPECT_EQ(count("Output OnInitialize 10000 8"), 1);
-    EXPECT_EQ(count("Filter OnInitialize 20000 8"), 1);
-    EXPECT_EQ(count("Filter OnInitialize 80000 24"), 1);
-    EXPECT_EQ(count("High OnInitialize 80000 24"), 1);
-    EXPECT_EQ(count(" OnInitialize 10000 8"), 1) << "the top keeps what it was given";
-}
-
-TEST(ModuleContainerTest, LinkedParametersFollowWithTheNormalizedValue) {
-    Calls calls;
-    Tree tree(&calls);
-    tree.linkedIds = {{1, 8, 13}}; // two leaves and, in a chain, the other parameter, which has no list
-    tree.SetParameterNormalized(12, 0.4F);
-    for (const u32 id : {1U, 8U, 13U, 12U}) {
-        EXPECT_EQ(tree.GetParameterNormalized(id), 0.4F) << treeNames[id];
-    }
-    EXPECT_TRUE(tree.Child<0>().Changed(1));
-    EXPECT_FALSE(tree.Child<0>().Changed(0));
-    tree.SetParameterValue(12, 15.0F);
-    EXPECT_EQ(tree.Child<0>().Value(1), 7.5F);
-    tree.SetParameterNormalized(1, 0.1F);
-    EXPECT_EQ(tree.GetParameterNormalized(12), 0.75F) << "the link has one direction";
-}
-
-TEST(ModuleContainerTest, IdsInNoRangeAreIgnoredAndTheirNameIsEmpty) {
-    Calls calls;
-    Tree tree(&calls);
-    for (const u32 id : {14U, 15U, 1000U, 0xFFFFFFFFU}) {
-        EXPECT_FALSE(tree.SetParameterNormalized(id, 0.5F)) << id;
-        EXPECT_FALSE(tree.SetParameterValue(id, 0.5F)) << id;
+    for (const u32 id : {10U, 11U, 0xFFFFFFFFU}) {
+        EXPECT_FALSE(tree.SetParameterNormalized(id, 0.5F) || tree.SetParameterValue(id, 0.5F)) << id;
         EXPECT_EQ(tree.GetParameterNormalized(id), 0.0F) << id;
         EXPECT_EQ(tree.FindParameter(id), nullptr) << id;
         EXPECT_EQ(NameOf(tree, id), "") << id;
     }
-    for (u32 id = 0; id < Tree::parameterCount; ++id) {
-        EXPECT_EQ(tree.GetParameterNormalized(id), 0.0F) << treeNames[id];
-    }
 }
 
-TEST(ModuleContainerTest, ParameterTrafficDoesNotAllocate) {
-    Calls calls;
-    Tree tree(&calls);
-    tree.linkedIds = {{1, 8, 13}, {2}};
-    char text[256];
-    const orphia_reference::AllocationCounter counter;
-    for (u32 id = 0; id < Tree::parameterCount; ++id) {
-        tree.SetParameterNormalized(id, 0.5F);
-        tree.SetParameterValue(id, 0.7F);
-        tree.GetParameterNormalized(id);
-        ParameterNameWriter writer(text, sizeof text);
-        tree.GetParameterName(id, writer);
+TEST_F(ModuleContainerTest, SetUpResetAndEndRunThroughTheTreeChildrenFirst) {
+    const auto expectCalls = [this](const std::string& call, const std::string& below) {
+        EXPECT_EQ(calls, (Calls{"Input" + call, "Filter" + below, "Meter" + below, below, "Band" + below,
+                                "Output" + call, call}));
+        calls.clear();
+    };
+    for (Module* module : {static_cast<Module*>(&tree), static_cast<Module*>(&tree.Child<1>())}) {
+        module->Initialize(24000.0F, 4);
     }
-    EXPECT_EQ(counter.Count(), 0U);
+    EXPECT_EQ(calls.at(1), "Input OnReset hard");
+    std::erase_if(calls, [](const std::string& call) { return call.ends_with("hard"); });
+    calls.resize(7);
+    expectCalls(" OnInitialize 24000 4", " OnInitialize 48000 12");
+    EXPECT_TRUE(tree.AdditionalChanged(0) && tree.Child<0>().Changed(2));
+    tree.ClearParameterChanges(false);
+    for (const bool hard : {false, true}) {
+        tree.Child<1>().needsUpdate = tree.needsUpdate = false;
+        tree.Reset(hard);
+        expectCalls(hard ? " OnReset hard" : " OnReset soft", hard ? " OnReset hard" : " OnReset soft");
+        EXPECT_TRUE(tree.needsUpdate && tree.Child<1>().needsUpdate);
+        EXPECT_EQ(tree.AdditionalChanged(1), hard);
+    }
+    tree.Terminate();
+    expectCalls(" Terminate", " Terminate");
+}
+
+struct Listener : IModuleObserver {
+    Listener(int listenerNumber, std::vector<float>& sharedStory)
+        : number(listenerNumber), story(sharedStory) {}
+    void OnParameterChanged(u32 id, float normalizedValue) override {
+        const Velmora::MayBlock exception;
+        story.push_back(static_cast<float>(100 * number + static_cast<int>(id)) + normalizedValue);
+        if (isPassing) {
+            delete this;
+        }
+    }
+    int number;
+    std::vector<float>& story;
+    bool isPassing = false;
+};
+
+TEST_F(ModuleContainerTest, ObserversHearOfEveryAcceptedWriteTheLatestFirstAndMayEndInAnyOrderAndOutliveIt) {
+    using Story = std::vector<float>;
+    for (std::size_t gone = 0; gone < 3; ++gone) {
+        Story story;
+        std::vector<std::unique_ptr<Listener>> listeners;
+        {
+            Observable<Tree> subject(&calls);
+            for (int number : {0, 1, 2, 3}) {
+                listeners.push_back(std::make_unique<Listener>(number, story));
+                subject.Attach(*listeners.back());
+                subject.Attach(*listeners.front()); // a second time changes nothing
+            }
+            listeners[gone].release()->isPassing = true; // ends while it is told
+            subject.SetParameterNormalized(7, 0.5F);
+            EXPECT_EQ(story, (Story{307.5F, 207.5F, 107.5F, 7.5F}));
+            story.clear();
+            listeners.pop_back();
+            listeners.erase(listeners.begin() + static_cast<std::ptrdiff_t>(gone));
+            Story expected = {207.25F, 107.25F, 7.25F};
+            expected.erase(expected.end() - 1 - static_cast<std::ptrdiff_t>(gone));
+            for (int time = 0; time < 2; ++time) { // also when the value does not change
+                subject.SetParameterValue(7, 2.5F);
+                EXPECT_EQ(std::exchange(story, {}), expected) << "without " << gone;
+            }
+            subject.SetParameterNormalized(10, 0.5F);
+            EXPECT_TRUE(story.empty()) << "a refused write is not told";
+        }
+        tree.Attach(*listeners[0]);
+        tree.SetParameterNormalized(0, 0.75F);
+        EXPECT_EQ(story.size(), 1U);
+    }
 }
 
 } // namespace

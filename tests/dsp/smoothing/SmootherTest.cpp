@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "dsp/smoothing/BlockRamp.h"
+#include "dsp/smoothing/ControlGroups.h"
+#include "dsp/smoothing/SmootherAR.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/smoothing/SmootherSRL.h"
 
@@ -14,31 +17,20 @@ namespace Velmora::dsp {
 namespace {
 
 struct Move {
-    float from;
-    float to;
-    float seconds;
-    float rate;
+    float from, to, seconds, rate;
     u32 decimation;
 
     /// Ticks that fit in `seconds`.
-    double Ticks() const {
-        return static_cast<double>(seconds) * static_cast<double>(rate) / static_cast<double>(decimation);
-    }
-    double Distance() const { return static_cast<double>(to) - static_cast<double>(from); }
-    std::string Describe() const {
-        return std::to_string(from) + " to " + std::to_string(to) + " in " + std::to_string(seconds) +
-               " s at " + std::to_string(rate) + " Hz by " + std::to_string(decimation);
+    double Ticks() const { return static_cast<double>(seconds) * static_cast<double>(rate) / decimation; }
+    /// The place after a part of the way.
+    double At(double part) const {
+        return std::lerp(static_cast<double>(from), static_cast<double>(to), part);
     }
 };
-
-const std::vector<Move>& Moves() {
-    static const std::vector<Move> moves = {
-        {0.0F, 1.0F, 0.01F, 44100.0F, 1},      {1.0F, 0.0F, 0.01F, 48000.0F, 1},
-        {-3.0F, 5.0F, 0.002F, 192000.0F, 1},   {20.0F, -20000.0F, 0.5F, 48000.0F, 44},
-        {0.5F, 0.25F, 0.1F, 22050.0F, 16},     {1e-6F, 3e-6F, 0.05F, 96000.0F, 64},
-        {1000.0F, 1001.0F, 0.02F, 48000.0F, 4}};
-    return moves;
-}
+constexpr Move moves[] = {{0.0F, 1.0F, 0.01F, 44100.0F, 1},    {1.0F, 0.0F, 0.01F, 48000.0F, 1},
+                          {-3.0F, 5.0F, 0.002F, 192000.0F, 1}, {20.0F, -20000.0F, 0.5F, 48000.0F, 44},
+                          {1e-6F, 3e-6F, 0.05F, 96000.0F, 64}, {1000.0F, 1001.0F, 0.02F, 48000.0F, 4},
+                          {0.5F, -1e-6F, 0.1F, 22050.0F, 16}};
 
 SmootherSRL Ramp(const Move& move) {
     SmootherSRL smoother;
@@ -51,59 +43,53 @@ SmootherSRL Ramp(const Move& move) {
 }
 
 template <class S>
-S Approach(const Move& move) {
+S Approach(const Move& move, u32 rampTicks = 0) {
     S smoother;
     smoother.time = static_cast<double>(move.seconds);
     smoother.Prepare(move.rate, move.decimation);
+    if constexpr (requires { smoother.interpSteps; }) {
+        smoother.SetInterpSteps(rampTicks);
+    }
     smoother.Set(move.from);
     smoother.SetTarget(move.to);
     return smoother;
 }
 
-/// Renders `count` ticks in blocks of irregular length, all of them multiples of `unit`.
-template <class S>
-std::vector<float> InBlocks(S& smoother, u32 count, u32 unit) {
-    static constexpr std::array<u32, 6> lengths = {1, 11, 0, 3, 64, 2};
-    std::vector<float> out(count);
-    u32 done = 0;
-    for (u32 block = 0; done < count; ++block) {
-        const u32 length = std::min(lengths[block % lengths.size()] * unit, count - done);
-        smoother.RenderBlock(out.data() + done, length);
+/// Both forms of a smoother follow expected(tick, from 1) within a part of the way, and then stand at the
+/// target.
+template <class S, class Expected>
+void ExpectFollows(S ticking, u32 count, u32 unit, const Move& move, double tolerance, Expected expected) {
+    SCOPED_TRACE(std::to_string(move.from) + " to " + std::to_string(move.to));
+    S blocks = ticking;
+    std::vector<float> rendered(count);
+    constexpr u32 lengths[] = {1, 11, 0, 3, 64, 2};
+    for (u32 done = 0, block = 0; done < count; ++block) {
+        const u32 length = std::min(lengths[block % 6] * unit, count - done);
+        blocks.RenderBlock(rendered.data() + done, length);
         done += length;
     }
-    return out;
-}
-
-TEST(SmootherSRLTest, BothFormsRampStraightInTheirTimeAndDoNotOvershoot) {
-    for (const Move& move : Moves()) {
-        SmootherSRL ticking = Ramp(move);
-        SmootherSRL blocks = Ramp(move);
-        const double ticks = move.Ticks();
-        const auto last = static_cast<u32>(std::ceil(ticks)) + 1;
-        const auto rendered = InBlocks(blocks, last + 8, 1);
-        const auto [low, high] = std::minmax(move.from, move.to);
-        // Every tick rounds once, by half a unit in the last place of the largest number passed.
-        const double tolerance =
-            6e-8 * (ticks + 2) * static_cast<double>(std::max(std::abs(low), std::abs(high)));
-        float previous = move.from;
-        for (u32 n = 1; n <= rendered.size(); ++n) {
-            const double expected =
-                static_cast<double>(move.from) + move.Distance() * std::min(1.0, n / ticks);
-            const float value = ticking.Next();
-            ASSERT_TRUE((value - previous) * (move.to - move.from) >= 0.0F)
-                << move.Describe() << ", tick " << n;
-            ASSERT_EQ(value, n >= last ? move.to : value) << move.Describe() << ", tick " << n;
-            previous = value;
-            for (const float form : {value, rendered[n - 1]}) {
-                ASSERT_NEAR(form, expected, tolerance) << move.Describe() << ", tick " << n;
-                ASSERT_TRUE(form >= low && form <= high) << move.Describe() << ", tick " << n;
-            }
+    const auto [low, high] = std::minmax(move.from, move.to);
+    for (u32 n = 1; n <= count; ++n) {
+        for (const float value : {ticking.Next(), rendered[n - 1]}) {
+            ASSERT_NEAR(value, expected(n),
+                        tolerance * std::max(std::abs(move.At(0.0)), std::abs(move.At(1.0))))
+                << n;
+            ASSERT_TRUE(value >= low && value <= high) << n;
         }
-        EXPECT_EQ(rendered.back(), move.to) << move.Describe();
+    }
+    for (const S& smoother : {ticking, blocks}) {
+        EXPECT_EQ(static_cast<float>(smoother.current), move.to) << "reached exactly";
+        EXPECT_TRUE(smoother.IsAtTarget());
     }
 }
 
-TEST(SmootherSRLTest, ARetargetedRampTakesItsFullTimeFromWhereItIs) {
+TEST(SmootherTest, ARampIsStraightAndTakesItsTimeFromWhereItIs) {
+    for (const Move& move : moves) {
+        const double ticks = move.Ticks();
+        const auto expected = [&](u32 n) { return move.At(std::min(1.0, n / ticks)); };
+        // Every tick rounds once.
+        ExpectFollows(Ramp(move), static_cast<u32>(ticks) + 3, 1, move, 6e-8 * (ticks + 2), expected);
+    }
     SmootherSRL smoother = Ramp({0.0F, 8.0F, 1.0F, 64.0F, 4}); // 16 ticks of 0.5
     for (int n = 0; n < 4; ++n) {
         smoother.Next();
@@ -112,98 +98,105 @@ TEST(SmootherSRLTest, ARetargetedRampTakesItsFullTimeFromWhereItIs) {
     for (int n = 1; n <= 16; ++n) {
         EXPECT_EQ(smoother.Next(), 2.0F - static_cast<float>(n) / 16.0F);
     }
-    EXPECT_TRUE(smoother.IsAtTarget());
     smoother.Retarget(1.0F);
     EXPECT_EQ(smoother.Next(), 1.0F) << "no way to go, no step";
 }
 
-TEST(SmootherLPFTest, BothFormsFollowTheExponentialAndReachTheTargetExactly) {
-    for (Move move : Moves()) {
-        for (const float to : {move.to, 0.0F, -1e-6F, 1e6F}) {
-            move.to = to;
-            auto ticking = Approach<SmootherLPF>(move);
-            auto blocks = Approach<SmootherLPF>(move);
-            // A target of 0 has an absolute threshold; 12 times `time` is 60 time constants.
-            const auto rendered = InBlocks(blocks, static_cast<u32>(12.0 * move.Ticks()) / 4 * 4 + 4, 4);
-            for (std::size_t n = 0; n < rendered.size(); ++n) {
-                const double rest =
-                    move.Distance() * std::exp(-5.0 * static_cast<double>(n + 1) / move.Ticks());
-                const double expected = static_cast<double>(to) - rest;
-                const double tolerance = 1e-6 * std::max(std::abs(expected), std::abs(move.Distance()));
-                ASSERT_NEAR(ticking.Next(), expected, tolerance) << move.Describe() << ", tick " << n;
-                ASSERT_NEAR(rendered[n], expected, tolerance) << move.Describe() << ", in blocks, tick " << n;
-            }
-            EXPECT_EQ(ticking.current, static_cast<double>(to)) << move.Describe();
-            EXPECT_EQ(blocks.current, static_cast<double>(to)) << move.Describe() << " in blocks";
-            EXPECT_EQ(rendered.back(), to);
-        }
+TEST(SmootherTest, AnApproachIsExponentialWithFiveTimeConstantsInItsTime) {
+    for (const Move& move : moves) {
+        // 60 time constants reach any target but 0, which has an absolute threshold.
+        const u32 count = static_cast<u32>(12.0 * move.Ticks()) / 4 * 4 + 4;
+        ExpectFollows(Approach<SmootherLPF>(move), count, 4, move, 1e-6,
+                      [&](u32 n) { return move.At(-std::expm1(-5.0 * n / move.Ticks())); });
+        ExpectFollows(Approach<SmootherInterpLPF>(move, 1), count, 1, move, 1e-6,
+                      [&](u32 n) { return move.At(-std::expm1(-5.0 * n / move.Ticks())); });
     }
 }
 
-/// A linear ramp of 20 ticks, then the exponential; ten ticks of it make one time constant.
-SmootherInterpLPF InterpApproach(float from, float to) {
-    SmootherInterpLPF smoother;
-    smoother.time = 0.05;
-    smoother.Prepare(1000.0F, 1);
-    smoother.SetInterpSteps(20);
-    smoother.Set(from);
-    smoother.SetTarget(to);
-    return smoother;
-}
-
-TEST(SmootherInterpLPFTest, BothFormsFollowTheResponseOfAnExponentialToARamp) {
-    for (const auto& [from, to] : {std::pair(0.0F, 1.0F), std::pair(5.0F, -3.0F)}) {
-        SmootherInterpLPF smoother = InterpApproach(from, to);
-        SmootherInterpLPF blocks = smoother;
-        const auto rendered = InBlocks(blocks, 500, 1);
-        const double start = from;
-        const double slope = (static_cast<double>(to) - start) / 20.0;
-        const double d = std::exp(-0.1);
-        const auto onRamp = [&](int n) { return start + slope * (n - d / (1 - d) * (1 - std::pow(d, n))); };
-        for (int n = 1; n <= 500; ++n) {
-            const double expected =
-                n <= 20 ? onRamp(n) : static_cast<double>(to) + (onRamp(20) - to) * std::pow(d, n - 20);
-            const float value = smoother.Next();
-            ASSERT_NEAR(value, expected, 1e-6 * std::abs(20.0 * slope)) << "tick " << n;
-            ASSERT_EQ(rendered[static_cast<std::size_t>(n) - 1], value) << "tick " << n;
-        }
-        EXPECT_EQ(smoother.current, static_cast<double>(to)) << "reached exactly";
-    }
-}
-
-TEST(SmootherInterpLPFTest, ARetargetedRampStartsWhereTheRampIsAndAResetLeavesNonePending) {
-    SmootherInterpLPF smoother = InterpApproach(0.0F, 1.0F);
+TEST(SmootherTest, AnApproachToARampBeginsAnewFromWhereTheRampIs) {
+    constexpr u32 ramp = 20;
+    const double d = std::exp(-0.1); // ten ticks of this are one time constant
+    const auto part = [&](u32 n) { return (n - d / (1 - d) * (1 - std::pow(d, n))) / ramp; };
+    const Move move{5.0F, -3.0F, 0.05F, 1000.0F, 1};
+    const auto expected = [&](u32 n) {
+        return move.At(n <= ramp ? part(n) : 1.0 - (1.0 - part(ramp)) * std::pow(d, n - ramp));
+    };
+    ExpectFollows(Approach<SmootherInterpLPF>(move, ramp), 500, 1, move, 1e-6, expected);
+    auto smoother = Approach<SmootherInterpLPF>(move, ramp);
     for (int n = 0; n < 8; ++n) {
         smoother.Next();
     }
-    smoother.SetTarget(-1.0F);
+    smoother.SetTarget(2.2F); // from 1.8
     for (int n = 1; n <= 20; ++n) {
         smoother.Next();
-        EXPECT_NEAR(smoother.interpValue, 0.4 - 1.4 * n / 20, 1e-12) << "tick " << n;
+        EXPECT_NEAR(smoother.interpValue, 1.8 + 0.4 * n / 20, 1e-6) << n;
     }
     smoother.SetTarget(9.0F);
     smoother.Set(7.0F);
-    EXPECT_EQ(InBlocks(smoother, 30, 1), std::vector<float>(30, 7.0F));
+    EXPECT_EQ(smoother.Next() + smoother.Next(), 14.0F) << "none pending";
     smoother.SetTarget(9.0F);
-    smoother.Next();
     smoother.Reset(2.0F, 2.0F);
-    EXPECT_EQ(InBlocks(smoother, 30, 1), std::vector<float>(30, 2.0F));
-    smoother.Reset(0.0F, 4.0F);
-    SmootherInterpLPF fresh = InterpApproach(0.0F, 4.0F);
-    EXPECT_EQ(InBlocks(smoother, 300, 1), InBlocks(fresh, 300, 1));
+    EXPECT_EQ(smoother.Next() + smoother.Next(), 4.0F) << "none pending";
+    smoother.Reset(5.0F, -3.0F);
+    ExpectFollows(smoother, 500, 1, move, 1e-6, expected);
 }
 
-TEST(SmootherInterpLPFTest, WithoutARampItIsThePlainExponential) {
-    for (const u32 steps : {0U, 1U}) {
-        SmootherInterpLPF smoother = InterpApproach(0.0F, 0.0F);
-        smoother.SetInterpSteps(steps);
-        smoother.Set(1.0F);
-        smoother.SetTarget(-2.0F);
-        for (int n = 1; n <= 500; ++n) {
-            ASSERT_NEAR(smoother.Next(), 3.0 * std::exp(-0.1 * n) - 2.0, 1e-6)
-                << steps << " steps, tick " << n;
+TEST(SmootherTest, ABlockRampEndsAtItsValueAndAttackAndReleaseHaveTheirTimeConstants) {
+    BlockRamp ramp;
+    ramp.Set(1.0F);
+    std::vector<float> out(5);
+    ramp.Render(2.0F, out.data(), 4);
+    ramp.Render(2.0F, out.data() + 4, 1);
+    EXPECT_EQ(out, (std::vector<float>{1.25F, 1.5F, 1.75F, 2.0F, 2.0F}));
+    for (const auto& [attack, release] :
+         {std::pair(2.0F, 50.0F), std::pair(30.0F, 5.0F), std::pair(0.0F, 1.0F)}) {
+        DynamicsTools::SmootherAR smoother;
+        smoother.SetAttack(attack, 48000.0F);
+        smoother.SetRelease(release, 48000.0F);
+        double state = 0.0;
+        std::vector<float> values(9600, 1.0F);
+        smoother.Follow(values.data(), 9600, state);
+        for (const u32 n : {1U, 100U, 1000U}) {
+            EXPECT_NEAR(values[n - 1],
+                        attack > 0.0F ? -std::expm1(-1.0 * n / (48.0 * static_cast<double>(attack))) : 1.0,
+                        1e-6);
         }
+        std::fill(values.begin(), values.end(), 0.0F);
+        const double top = state;
+        smoother.Follow(values.data(), 480, state);
+        EXPECT_NEAR(values[479], top * std::exp(-10.0 / static_cast<double>(release)), 1e-6);
+        state = std::nan("");
+        smoother.Follow(values.data(), 4, state);
+        EXPECT_EQ(state, 0.0) << "healed";
     }
+}
+
+TEST(SmootherTest, LanesGlideByQuadsInTheTimeOfTheirGroupAndArriveExactly) {
+    ControlGroups<2, 1> groups;
+    groups.Prepare(48000.0F, 0.01, 0.1);
+    const simd::Float4 target{1.0F, -2.0F, 0.0F, 1000.0F};
+    groups[0].Aim(target);
+    groups[1].Aim(target);
+    for (int quad = 1; quad <= 120; ++quad) {
+        groups.Step();
+        for (u32 group = 0; group < 2; ++group) {
+            const double arrived = -std::expm1(-4.0 * quad / (group == 0 ? 480.0 : 4800.0));
+            EXPECT_NEAR(groups[group].value[1], -2.0 * arrived, 1e-5);
+            const double before = -std::expm1(-4.0 * (quad - 1) / (group == 0 ? 480.0 : 4800.0));
+            EXPECT_NEAR(groups[group].Over<true>(1).get(1), -before - arrived, 1e-5) << "half of the quad";
+            EXPECT_EQ(groups[group].Over<true>(3).get(3), groups[group].value[3]);
+        }
+        EXPECT_TRUE(groups.IsMoving());
+    }
+    for (int quad = 0; quad < 30000; ++quad) {
+        groups.Step();
+    }
+    EXPECT_FALSE(groups.IsMoving());
+    EXPECT_TRUE(xsimd::all(groups[1].Value() == target));
+    groups[0].Aim(simd::Float4(5.0F));
+    groups.Jump();
+    EXPECT_FALSE(groups.IsMoving());
+    EXPECT_EQ(groups[0].Over<false>(2).get(0), 5.0F);
 }
 
 } // namespace

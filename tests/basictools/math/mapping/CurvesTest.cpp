@@ -1,0 +1,246 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "basictools/math/mapping/PotardMappingUtils.h"
+#include "support/CException.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace Velmora::MappingTools {
+namespace {
+
+constexpr float infinity = std::numeric_limits<float>::infinity();
+constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
+
+/// A power or another way of a curve from the middle to both ends.
+template <class Half>
+double Bipolar(double x, Half half) {
+    return 0.5 + std::copysign(half(std::abs(2.0 * x - 1.0)), x - 0.5) / 2.0;
+}
+double Exp(double x, double a) { return std::expm1(a * x) / std::expm1(a); }
+
+/// A curve, the constants that it is tried with, and its form in double precision by another road than the
+/// code's; none for a table.
+struct Family {
+    Curve curve;
+    std::vector<std::array<float, 2>> constants;
+    double (*form)(double x, double a, double b);
+};
+using enum Curve;
+const std::vector<Family> families = {
+    {Raw, {{5}}, [](double x, double, double) { return x; }},
+    {Linear, {{5}}, [](double x, double, double) { return x; }},
+    {Power, {{3}, {0.3F}}, [](double x, double a, double) { return std::pow(x, a); }},
+    {InversePower, {{2.5F}, {0.4F}}, [](double x, double a, double) { return 1 - std::pow(1 - x, a); }},
+    {Exponential, {{7}, {-3}}, [](double x, double a, double) { return Exp(x, a); }},
+    {BipolarExponential,
+     {{2}, {-4}},
+     [](double x, double a, double) { return Bipolar(x, [a](double t) { return Exp(t, a); }); }},
+    {BipolarPower,
+     {{2}, {3}, {1.5F}},
+     [](double x, double a, double) { return Bipolar(x, [a](double t) { return std::pow(t, a); }); }},
+    {PowerAroundCentre,
+     {{2, 0.5F}, {0.6F, 0.2F}},
+     [](double x, double a, double c) {
+         return x <= c ? c * std::pow(x / c, a) : 1 - (1 - c) * std::pow((1 - x) / (1 - c), a);
+     }},
+    {FixedExponential, {{99}}, [](double x, double, double) { return Exp(x, 4.4294891); }},
+    {EnvelopeTime, {{0}}, nullptr},
+    {MixerTime, {{0}}, nullptr},
+    {VuMeter, {{0}}, nullptr},
+    // A ratio and, to the other side, its reciprocal.
+    {Harmonic,
+     {{16}},
+     [](double x, double a, double) {
+         return std::pow(1 + (a - 1) * std::abs(2 * x - 1), x < 0.5 ? -1 : 1);
+     }},
+    {Reverse, {{0}}, [](double x, double, double) { return 1 - x; }},
+    // A knee at three quarters of the way.
+    {PiecewiseLinear,
+     {{0.1F}},
+     [](double x, double a, double) { return std::max(x / 0.75 * a, 1 - (1 - x) / 0.25 * (1 - a)); }},
+    // Straight in the reciprocal, from the maximum down.
+    {Reciprocal,
+     {{20, 500}, {-8, -0.5F}},
+     [](double x, double a, double b) { return (1 / ((1 - x) / b + x / a) - a) / (b - a); }},
+    {SemitonesToHz,
+     {{110, 49}},
+     [](double x, double a, double b) { return a * std::exp2(x * (b - 1) / 12); }},
+};
+
+/// Calls test(mapping, curve, form) for every curve; form(position, what the mapping says) is what it should
+/// say.
+template <class Test>
+void ForEachCurve(Test test) {
+    for (const Family& family : families) {
+        for (const auto& [a, b] : family.constants) {
+            SCOPED_TRACE("curve " + std::to_string(static_cast<int>(family.curve)) + " of " +
+                         std::to_string(a));
+            const MappingStorage storage = MakePotardMapping(family.curve, a, b);
+            test(*ActiveMapping(storage), family.curve, [&, a = a, b = b](float x, float mapped) {
+                return family.form != nullptr ? family.form(x, a, b) : static_cast<double>(mapped);
+            });
+        }
+    }
+}
+
+TEST(CurvesTest, MapBlockFormAndUnmapFollowTheReferenceAndEachOther) {
+    ForEachCurve([](const IPotardMapping& mapping, Curve curve, auto form) {
+        EXPECT_EQ(mapping.IsAbsolute(), curve == Harmonic || curve == SemitonesToHz);
+        std::vector<float> block(1001);
+        for (std::size_t i = 0; i < block.size(); ++i) {
+            block[i] = static_cast<float>(i) / 1000.0F;
+        }
+        const std::vector<float> positions = block;
+        mapping.MapBlock(block.data(), 1001);
+        float previous = mapping.Map(0.0F);
+        const bool rises = previous < mapping.Map(1.0F);
+        for (std::size_t i = 0; i < block.size(); ++i) {
+            const float x = positions[i];
+            const float mapped = mapping.Map(x);
+            const double expected = form(x, mapped);
+            const double tolerance = 1e-6 * std::max(1.0, std::abs(expected));
+            ASSERT_NEAR(mapped, expected, tolerance) << x;
+            ASSERT_NEAR(block[i], expected, tolerance) << "block form, " << x;
+            if (curve != VuMeter) { // one way only
+                ASSERT_TRUE(rises ? mapped >= previous : mapped <= previous) << "monotone, " << x;
+                ASSERT_TRUE(i % 20 != 0 || std::abs(mapping.Unmap(mapped) - x) < 2e-4F) << x;
+            }
+            previous = mapped;
+        }
+    });
+}
+
+TEST(CurvesTest, ABlockOfAnyLengthAndWildPositionsDoNoHarm) {
+    ForEachCurve([](const IPotardMapping& mapping, Curve /*curve*/, auto /*form*/) {
+        std::vector<float> whole(12);
+        for (std::size_t i = 0; i < 12; ++i) {
+            whole[i] = 0.09F * static_cast<float>(i);
+        }
+        const std::vector<float> positions = whole;
+        mapping.MapBlock(whole.data(), 12);
+        for (u32 count = 0; count < 12; ++count) {
+            std::vector<float> part = positions;
+            mapping.MapBlock(part.data(), count);
+            for (u32 i = 0; i < 12; ++i) {
+                EXPECT_EQ(part[i], i < count ? whole[i] : positions[i]) << count;
+            }
+        }
+        // What is not finite is only required to do no harm, which a sanitizer build checks.
+        for (const float wild :
+             {-1e30F, -2.0F, -1e-7F, 1.0000001F, 2.0F, 1e30F, -infinity, infinity, notANumber}) {
+            std::vector<float> block(5, wild);
+            mapping.MapBlock(block.data(), 5);
+            mapping.Unmap(wild);
+            if (std::isfinite(wild) && !std::isnan(mapping.Map(wild))) {
+                EXPECT_FALSE(std::isnan(block[0]) || std::isnan(block[4])) << wild;
+            }
+        }
+    });
+}
+
+/// What an operation refuses, or "none".
+template <class Failure, class Operation>
+std::string FailureOf(Operation operation) {
+    try {
+        operation();
+        return "none";
+    } catch (const Failure& failure) {
+        return failure.what();
+    }
+}
+
+TEST(CurvesTest, UnknownIdsRangesWithoutAReciprocalAndTablesThatDoNotRiseAreRefused) {
+    const auto make = [](i32 id, float a, float b) {
+        return FailureOf<CException>([=] { MakePotardMapping(id, a, b); });
+    };
+    for (const i32 id : {-1, 17, 18, std::numeric_limits<i32>::max()}) {
+        EXPECT_EQ(make(id, 1.0F, 0.5F), "Potard Mapping not found.(PotardMappingUtils:231)") << id;
+    }
+    for (const auto& [low, high] :
+         {std::pair(-1.0F, 1.0F), {0.0F, 1.0F}, {-1.0F, 0.0F}, {notANumber, 1.0F}}) {
+        EXPECT_EQ(make(15, low, high),
+                  "Inverse Mapping range should not cross 0 value(InversePotardMapping:28)");
+    }
+    EXPECT_EQ(make(15, 2.0F, 2.0F), "Max value must be bigger than min value(InversePotardMapping:31)");
+    EXPECT_EQ(make(15, -1.0F, -2.0F), "Max value must be bigger than min value(InversePotardMapping:31)");
+    const auto table = [](std::vector<float> values) {
+        return FailureOf<std::invalid_argument>([&] { TablePotardMapping mapping(std::move(values)); });
+    };
+    const std::string notRising = "TablePotardMapping: table is not striclty increasing.";
+    EXPECT_EQ(table({}), "TablePotardMapping: empty table.");
+    EXPECT_EQ(table({1.0F, 1.0F}), notRising);
+    EXPECT_EQ(table({1.0F, notANumber, 3.0F}), notRising);
+    EXPECT_EQ(table({1.0F, 1.5F}), "none");
+}
+
+TEST(CurvesTest, TablesHoldTheirPointsAndTheirOwnRulesOutside) {
+    // The sum at the middles of the segments, which no point can leave unnoticed.
+    const auto sumOfMiddles = [](const IPotardMapping& mapping, int segments) {
+        float sum = 0.0F;
+        for (int i = 0; i < segments; ++i) {
+            sum += mapping.Map((static_cast<float>(i) + 0.5F) / static_cast<float>(segments));
+        }
+        return sum;
+    };
+    const EnveloppeTimeMapping envelope;
+    const MixerTimeMapping mixer;
+    EXPECT_NEAR(sumOfMiddles(envelope, 20), 3.077934F, 2e-6F);
+    EXPECT_NEAR(sumOfMiddles(mixer, 9), 1.502097F, 2e-6F);
+    for (const float high : {1.0F, 1.5F, infinity}) {
+        EXPECT_EQ(envelope.Map(high), 1.0F);
+        EXPECT_EQ(envelope.Unmap(high), 1.0F);
+        EXPECT_EQ(mixer.Map(high), 1.0F);
+        EXPECT_EQ(mixer.Unmap(high), high);
+    }
+    for (const float low : {0.0F, -0.25F, -infinity}) {
+        EXPECT_EQ(envelope.Map(low), 0.0F);
+        EXPECT_EQ(envelope.Unmap(low), 0.0F);
+        EXPECT_EQ(mixer.Map(low), low);
+        EXPECT_EQ(mixer.Unmap(low), low);
+    }
+    const VuMeterMapping meter;
+    EXPECT_EQ(meter.Map(1.0F), 1.0F);
+    EXPECT_EQ(meter.Map(0.5F) + meter.Map(2.0F), 0.0F);
+    // Straight between these levels in dB below full scale, as deflections from the top.
+    const float marks[][2] = {{0, 0},       {20, 0.5F},  {30, 0.7F}, {40, 0.85F},
+                              {50, 0.925F}, {60, 0.95F}, {70, 1}};
+    for (int i = 0; i < 6; ++i) {
+        for (const float part : {0.01F, 0.5F, 0.99F}) {
+            EXPECT_NEAR(meter.Unmap(std::lerp(marks[i][0], marks[i + 1][0], part) / 60.0F),
+                        std::lerp(marks[i][1], marks[i + 1][1], part), 1e-5F);
+        }
+    }
+    EXPECT_EQ(meter.Unmap(1.2F), 1.0F);
+}
+
+TEST(CurvesTest, ATableOfOnesOwnIsInterpolatedAndNeverLeft) {
+    const TablePotardMapping mapping({-2.0F, 0.0F, 1.0F, 5.0F, 6.0F});
+    const TablePotardMapping single({3.0F});
+    EXPECT_EQ(mapping.GetMin(), -2.0F);
+    EXPECT_EQ(mapping.GetMax(), 6.0F);
+    EXPECT_EQ(mapping.Map(0.125F), -1.0F);
+    EXPECT_EQ(mapping.Map(0.625F), 3.0F);
+    for (int i = 0; i <= 64; ++i) {
+        const float x = static_cast<float>(i) / 64.0F;
+        EXPECT_NEAR(mapping.Unmap(mapping.Map(x)), x, 1e-6F);
+    }
+    for (const float high : {1.0F, 1.0000001F, 1e30F, infinity}) {
+        EXPECT_EQ(mapping.Map(high), 6.0F) << high;
+    }
+    EXPECT_EQ(mapping.Map(-0.25F), -4.0F);
+    EXPECT_EQ(single.Map(9.0F), 3.0F);
+    EXPECT_EQ(single.Unmap(3.0F), 0.0F);
+    EXPECT_EQ(mapping.Unmap(-7.0F), 0.0F);
+    EXPECT_EQ(mapping.Unmap(notANumber), 0.0F);
+}
+
+} // namespace
+} // namespace Velmora::MappingTools

@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "rigs/LogRecorder.h"
+#include "support/CSingleton.h"
+#include "support/Resources.h"
+#include "support/platform/DynamicLibrary.h"
+#include "support/platform/Platform.h"
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <latch>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace Velmora {
+namespace {
+
+std::string ConsoleOutput(CLog& log, LogLevel level) {
+    ::testing::internal::CaptureStdout();
+    log.Log("console", level, "text");
+    return ::testing::internal::GetCapturedStdout();
+}
+
+TEST(CLog, FormatsFiveColumnsAndPassesWhatReachesTheThresholdOfItsCategory) {
+    LogRecorder recorder;
+    std::this_thread::sleep_for(std::chrono::milliseconds(12));
+    recorder.log.Log("engine", LogLevel::Notice, "hidden");
+    recorder.log.Log("engine", LogLevel::Warning, "a | message");
+    recorder.log.SetThreshold("engine", LogLevel::Except);
+    recorder.log.Log("engine", LogLevel::Error, "hidden now");
+    recorder.log.Log("engine", LogLevel::Except, "second");
+    recorder.log.Log("audio_engine", LogLevel::Error, "grows");
+    EXPECT_EQ(recorder.Tails(),
+              (std::vector<std::string>{"     engine | warning | a | message",
+                                        "     engine |  except | second", "audio_engine |   error | grows"}));
+    const std::string& line = recorder.lines[0];
+    std::string thread = std::to_string(Platform::CurrentThreadId());
+    thread.insert(0, thread.size() < 5 ? 5 - thread.size() : 0, ' ');
+    EXPECT_EQ(line.substr(11), " | T" + thread + " |      engine | warning | a | message");
+    EXPECT_EQ(line.substr(0, 2), "| ");
+    EXPECT_NEAR(std::stod(line.substr(2, 9)), 512.0, 500.0) << "milliseconds since construction";
+}
+
+TEST(CLog, GoesToTheFileOrToThePaintedConsoleOrNowhere) {
+    const std::string path =
+        ::testing::TempDir() + "log_\xC3\xA9_" + std::to_string(Platform::CurrentThreadId());
+    LogRecorder recorder;
+    recorder.log.SetFile("");
+    EXPECT_EQ(ConsoleOutput(recorder.log, LogLevel::Assert), "");
+    EXPECT_TRUE(recorder.lines.empty()) << "the listener got a line that the filter holds back";
+    recorder.log.SetConsoleEnabled(true);
+    recorder.log.SetColorEnabled(true);
+    const std::string warning = ConsoleOutput(recorder.log, LogLevel::Warning);
+    const std::string error = ConsoleOutput(recorder.log, LogLevel::Error);
+    const std::string except = ConsoleOutput(recorder.log, LogLevel::Except);
+    ASSERT_EQ(recorder.lines.size(), 3U);
+    EXPECT_EQ(warning, "\x1b[1;33m" + recorder.lines[0] + "\x1b[0m\n");
+    EXPECT_EQ(error, "\x1b[1;31m" + recorder.lines[1] + "\x1b[0m\n");
+    EXPECT_EQ(except, recorder.lines[2] + "\n");
+    ASSERT_TRUE(recorder.log.SetFile(path));
+    EXPECT_EQ(ConsoleOutput(recorder.log, LogLevel::Warning), "");
+    std::ifstream file(path);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), recorder.lines.at(3) + "\n");
+    std::filesystem::remove(path);
+    EXPECT_FALSE(recorder.log.SetFile("/nowhere/at/all/log.txt"));
+    EXPECT_NE(ConsoleOutput(recorder.log, LogLevel::Except), "");
+}
+
+// Takes its time to be built, so that an instance handed out too early is seen with its first value.
+struct SlowService : CSingleton<SlowService> {
+    SlowService() {
+        if (++constructions == 1) {
+            throw std::runtime_error("not yet");
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        value = 42;
+    }
+    int value = 0;
+    static inline std::atomic<int> constructions{0};
+};
+
+TEST(CSingleton, AfterAConstructorThatThrewItIsBuiltOnceAndSeenWholeByAllThreadsAndTheLogByOneAtATime) {
+    EXPECT_THROW(SlowService::GetInstance(), std::runtime_error);
+    constexpr int threadCount = 8;
+    LogRecorder recorder;
+    std::latch start(threadCount);
+    std::vector<int> values(threadCount);
+    std::vector<std::thread> threads;
+    for (int& value : values) {
+        threads.emplace_back([&] {
+            start.arrive_and_wait();
+            value = SlowService::GetInstance().value;
+            for (int k = 0; k < 50; ++k) {
+                recorder.log.Log("category" + std::to_string(k % 7), LogLevel::Error, "");
+            }
+        });
+    }
+    for (auto& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(SlowService::constructions, 2);
+    EXPECT_EQ(values, std::vector<int>(threadCount, 42));
+    EXPECT_EQ(recorder.lines.size(), 50U * threadCount);
+}
+
+TEST(Resources, SearchesSixPlacesAndAnswersWithTheFolderOfTheFirstFileFound) {
+    LogRecorder recorder;
+    std::string path;
+    std::vector<std::string> files;
+    std::vector<std::string> asked;
+    const ResourceEnvironment machine{.machineDataFolder = [] { return "C:\\Data\\All Users"; },
+                                      .libraryPath = [&] { return path; },
+                                      .fileExists =
+                                          [&](const std::string& file) {
+                                              asked.push_back(file);
+                                              return std::find(files.begin(), files.end(), file) !=
+                                                     files.end();
+                                          },
+                                      .librarySuffix = ".dll"};
+    for (const auto& [library, product] : {std::pair("C:\\x\\Lumen Desk 3.vst3", "Lumen Desk 4"),
+                                           {"/opt/Lumen Desk 30.so", "Lumen Desk 30"},
+                                           {"/opt/x.y/two.dots.so", "two.dots"},
+                                           {"bare", "bare"}}) {
+        path = library;
+        EXPECT_EQ(Resources(machine, recorder.log).GetProductName(), product);
+    }
+    path = "c:\\Plugins/Voice.vst3/Contents/x64/Voice.dll";
+    Resources resources(machine, recorder.log);
+    EXPECT_EQ(resources.GetProgramDataPath(), "C:\\Data\\");
+    std::vector<std::string> places = {
+        "C:\\Data\\/Velmora/Shared/x64/s.dll",           "./s.dll",
+        "C:\\Plugins/Voice.vst3/data/Shared/x64/s.dll",  "C:\\Plugins/Voice.vst3/Shared/x64/s.dll",
+        "C:\\Plugins/Voice.vst3/../../Shared/x64/s.dll", "../../Shared/x64/s.dll"};
+    for (const bool hasFolder : {false, true}) {
+        if (hasFolder) {
+            resources.SetResourcesFolder("/res/");
+            places[2] = "/res/../Shared/x64/s.dll";
+            places[5] = "/res/../../Shared/x64/s.dll";
+        }
+        files.clear();
+        asked.clear();
+        EXPECT_THROW(resources.FindLibraryFolder("s"), std::runtime_error);
+        EXPECT_EQ(asked, places);
+        // From the last place to the first: each place that gets the file outranks the later ones.
+        for (std::size_t i = places.size(); i-- > 0;) {
+            files.push_back(places[i]);
+            EXPECT_EQ(resources.FindLibraryFolder("s") + "s.dll", places[i]);
+        }
+    }
+}
+
+TEST(Platform, NamesThreadsAndCutsLongNamesBetweenCharacters) {
+    // The fifteenth byte is the first half of a character in the second, the second half in the third.
+    for (const auto& [name, kept] : {std::pair("Resource worker 2", "Resource worker"),
+                                     {"abcdefghijklmn\xC3\xA9", "abcdefghijklmn"},
+                                     {"abcdefghijklm\xC3\xA9xyz", "abcdefghijklm\xC3\xA9"}}) {
+        char seen[64] = {};
+        // On a thread of its own, so that the test program keeps its name.
+        std::thread([&, name = name] {
+            Platform::SetThreadName(name);
+            pthread_getname_np(pthread_self(), seen, sizeof seen);
+        }).join();
+        EXPECT_STREQ(seen, kept);
+    }
+}
+
+TEST(Platform, FindsFoldersFilesAndLibraries) {
+    const char* variable = std::getenv("XDG_DATA_DIRS");
+    const std::string former = variable != nullptr ? variable : "/usr/share";
+    const std::string existing = std::filesystem::path(::testing::TempDir()).parent_path();
+    setenv("XDG_DATA_DIRS", ("relative:/no/such/folder:" + existing + ":/usr").c_str(), 1);
+    EXPECT_EQ(Platform::MachineDataFolder(), existing + "/");
+    setenv("XDG_DATA_DIRS", "/no/such/folder", 1);
+    EXPECT_EQ(Platform::MachineDataFolder(), "/usr/local/share/");
+    setenv("XDG_DATA_DIRS", former.c_str(), 1);
+    const std::string path = Platform::LibraryPath();
+    EXPECT_TRUE(std::filesystem::path(path).is_absolute() && Platform::FileExists(path)) << path;
+    EXPECT_FALSE(Platform::FileExists(path + ".absent"));
+    Platform::DynamicLibrary library("libm.so.6");
+    Platform::DynamicLibrary owner = std::move(library);
+    // NOLINTNEXTLINE(bugprone-use-after-move,clang-analyzer-cplusplus.Move): a moved-from library is closed
+    EXPECT_EQ(library.FindFunction<double(double)>("cbrt"), nullptr) << "found without a library";
+    ASSERT_TRUE(owner.IsOpen()) << owner.GetError();
+    EXPECT_DOUBLE_EQ(owner.FindFunction<double(double)>("cbrt")(27.0), 3.0);
+    EXPECT_EQ(owner.FindFunction<void()>("no_such_function"), nullptr);
+    const Platform::DynamicLibrary absent("/no/such/library.so");
+    EXPECT_FALSE(absent.IsOpen());
+    EXPECT_NE(absent.GetError().find("/no/such/library.so"), std::string::npos) << absent.GetError();
+}
+
+} // namespace
+} // namespace Velmora
