@@ -29,17 +29,17 @@ public:
         RunBlock();
     }
 
-    void SetOwn(VocoderModulator::Additional index, float value) {
+    void SetOwn(VocoderModulator::Parameter index, float value) {
         modulator->SetParameterValue(VocoderModulator::ParameterId(index), value);
     }
     /// Gives the sampler a sound, as the manager would once it is loaded, and plays it in a loop.
     void PlayLoop() {
-        using Sampler = Velmora::dsp::Simpler<12, 1>;
+        using Velmora::dsp::Sampler;
         auto left = std::vector<float>(voice.left.begin(), voice.left.end());
         auto right = std::vector<float>(voice.right.begin(), voice.right.end());
         sample = std::make_shared<const Velmora::dsp::SampleData>(
             std::move(left), std::move(right), sampleRate, Velmora::dsp::SampleData::Instrument{});
-        modulator->Section<VocoderModulator::Sampler>().SetSample(sample, 0);
+        modulator->Section<VocoderModulator::Player>().SetSample(sample, 0);
         modulator->SetParameterValue(Sampler::SlotId(Velmora::dsp::SlotParameter::Gain, 0), 0.0F);
         SetOwn(VocoderModulator::SampleLoopOn, 1.0F);
         RunBlock();

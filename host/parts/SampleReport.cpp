@@ -80,7 +80,7 @@ std::optional<double> PitchOf(const SampleData& sample) {
 } // namespace
 
 SampleReport InspectSample(const std::filesystem::path& path) {
-    using Manager = Velmora::engine::SampleManager<SampleData, 12, 0>;
+    using Manager = Velmora::engine::SampleManager;
     SampleReport report;
     if (path.string().size() > Manager::maximumPathLength) {
         report.reason = fmt::format("its path is longer than {} bytes", Manager::maximumPathLength);

@@ -18,9 +18,9 @@ namespace {
 using namespace orphia::test;
 using Velmora::u32;
 using Velmora::u8;
+using Velmora::dsp::Sampler;
 using Velmora::dsp::SlotParameter;
 using Velmora::Processor::VocoderModulator;
-using Sampler = Velmora::dsp::Simpler<12, 1>;
 
 // The exception: another window of the tracker.
 constexpr u32 windowSize = VocoderModulator::FirstParameter<VocoderModulator::Tracker>() +
@@ -131,7 +131,7 @@ TEST(ModulatorRealtime, NeitherDoesAStretchThatMovesOverAllFactors) {
             }
         })) << "block "
             << block;
-        blocksPlayed += modulator.Section<VocoderModulator::Sampler>().PlayPosition() > 0.0 ? 1 : 0;
+        blocksPlayed += modulator.Section<VocoderModulator::Player>().PlayPosition() > 0.0 ? 1 : 0;
     }
     EXPECT_GT(blocksPlayed, 2500U);
 }

@@ -25,7 +25,7 @@
 namespace orphia::test {
 
 using Velmora::u32;
-using SampleManagerBase = Velmora::engine::SampleManager<Velmora::dsp::SampleData, 12, 0>;
+using SampleManagerBase = Velmora::engine::SampleManager;
 
 /// Reads files by their whole path and decodes names without any: "bad" gives nothing, "once" nothing but
 /// once, "throw", "memory" and "odd" raise.

@@ -2,7 +2,6 @@
 #include "engine/samples/SampleManager.h"
 
 #include "dsp/resources/Resource.h"
-#include "dsp/sampler/files/SampleData.h"
 #include "dsp/sampler/files/SampleReader.h"
 
 #include <algorithm>
@@ -10,8 +9,7 @@
 
 namespace Velmora::engine {
 
-template <class Data, u32 slotCount, u32 durationLimit>
-SampleManager<Data, slotCount, durationLimit>::SampleManager() {
+SampleManager::SampleManager() {
     for (Slot& slot : slots) {
         for (std::string* path : {&slot.pathInUse, &slot.requestedPath, &slot.postedPath}) {
             path->reserve(maximumPathLength);
@@ -20,25 +18,19 @@ SampleManager<Data, slotCount, durationLimit>::SampleManager() {
     updated.reserve(slotCount);
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-SampleManager<Data, slotCount, durationLimit>::~SampleManager() {
-    StopWorker();
-}
+SampleManager::~SampleManager() { StopWorker(); }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-const std::shared_ptr<const Data>& SampleManager<Data, slotCount, durationLimit>::Sample(u32 slot) const {
+const std::shared_ptr<const SampleManager::Data>& SampleManager::Sample(u32 slot) const {
     return slot < slotCount ? slots[slot].sample : noSample;
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-bool SampleManager<Data, slotCount, durationLimit>::IsLoading() const {
+bool SampleManager::IsLoading() const {
     return pending.any() || std::any_of(slots.begin(), slots.end(), [](const Slot& slot) {
                return slot.loadState.load(std::memory_order_acquire) == Posted;
            });
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-bool SampleManager<Data, slotCount, durationLimit>::SetPath(u32 slot, std::string_view path) {
+bool SampleManager::SetPath(u32 slot, std::string_view path) {
     if (slot >= slotCount || path.size() > maximumPathLength || path.find('\0') != path.npos) {
         return false;
     }
@@ -62,8 +54,7 @@ bool SampleManager<Data, slotCount, durationLimit>::SetPath(u32 slot, std::strin
     return true;
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-auto SampleManager<Data, slotCount, durationLimit>::WaitersForRequest(u32 slot) const -> Slots {
+auto SampleManager::WaitersForRequest(u32 slot) const -> Slots {
     Slots waiters;
     for (u32 other = 0; other < slotCount; ++other) {
         waiters[other] = pending[slot] && slots[other].waitedFor == slot + 1 &&
@@ -73,8 +64,7 @@ auto SampleManager<Data, slotCount, durationLimit>::WaitersForRequest(u32 slot) 
 }
 
 // Where the requested file comes from: from another slot that has it or will have it, or from a load.
-template <class Data, u32 slotCount, u32 durationLimit>
-void SampleManager<Data, slotCount, durationLimit>::Place(u32 slot) {
+void SampleManager::Place(u32 slot) {
     const std::string& path = slots[slot].requestedPath;
     for (u32 other = 0; !path.empty() && other < slotCount; ++other) {
         if (other == slot) {
@@ -93,8 +83,7 @@ void SampleManager<Data, slotCount, durationLimit>::Place(u32 slot) {
     slots[slot].waitedFor = 0;
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-bool SampleManager<Data, slotCount, durationLimit>::JoinHolder(u32 slot, const Slot& other, u32 otherSlot) {
+bool SampleManager::JoinHolder(u32 slot, const Slot& other, u32 otherSlot) {
     const std::string& path = slots[slot].requestedPath;
     // A wait for this very slot is none that it could join.
     if (other.waitedFor > 0 && other.waitedFor != slot + 1 && other.requestedPath == path) {
@@ -110,30 +99,25 @@ bool SampleManager<Data, slotCount, durationLimit>::JoinHolder(u32 slot, const S
     return true;
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-void SampleManager<Data, slotCount, durationLimit>::EndRequest(u32 slot, u32 waitedFor) {
+void SampleManager::EndRequest(u32 slot, u32 waitedFor) {
     slots[slot].waitedFor = waitedFor;
     pending[slot] = false;
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-void SampleManager<Data, slotCount, durationLimit>::Take(u32 slot, const std::shared_ptr<const Data>& sample,
-                                                         const std::string& path) {
+void SampleManager::Take(u32 slot, const std::shared_ptr<const Data>& sample, const std::string& path) {
     slots[slot].sample = sample; // the old one is only dropped: the worker still shares in it
     slots[slot].pathInUse.assign(path);
     slots[slot].inFlight = false;
     MarkUpdated(slot);
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-void SampleManager<Data, slotCount, durationLimit>::MarkUpdated(u32 slot) {
+void SampleManager::MarkUpdated(u32 slot) {
     if (std::find(updated.begin(), updated.end(), slot) == updated.end()) {
         updated.push_back(slot);
     }
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-void SampleManager<Data, slotCount, durationLimit>::DispatchRequests() {
+void SampleManager::DispatchRequests() {
     if (!std::exchange(needsDispatch, false)) {
         return;
     }
@@ -145,8 +129,7 @@ void SampleManager<Data, slotCount, durationLimit>::DispatchRequests() {
     }
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-bool SampleManager<Data, slotCount, durationLimit>::Dispatch(u32 slot) {
+bool SampleManager::Dispatch(u32 slot) {
     // Acquire: the worker has read the posted path to its end.
     if (slots[slot].loadState.load(std::memory_order_acquire) == Posted) {
         needsDispatch = true;
@@ -159,14 +142,12 @@ bool SampleManager<Data, slotCount, durationLimit>::Dispatch(u32 slot) {
     return Post(slot);
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-void SampleManager<Data, slotCount, durationLimit>::Clear(u32 slot) {
+void SampleManager::Clear(u32 slot) {
     Take(slot, noSample, slots[slot].requestedPath);
     EndRequest(slot, 0);
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-bool SampleManager<Data, slotCount, durationLimit>::Post(u32 slot) {
+bool SampleManager::Post(u32 slot) {
     Slot& posted = slots[slot];
     posted.postedPath.assign(posted.requestedPath);
     // Before the command is out: the worker may be done with it, and back at Idle, at once.
@@ -182,14 +163,11 @@ bool SampleManager<Data, slotCount, durationLimit>::Post(u32 slot) {
     return true;
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-std::shared_ptr<const Data> SampleManager<Data, slotCount, durationLimit>::Load(u32 /*slot*/,
-                                                                                const std::string& path) {
+std::shared_ptr<const SampleManager::Data> SampleManager::Load(u32 /*slot*/, const std::string& path) {
     return dsp::SampleReader().Read(path).data;
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-void SampleManager<Data, slotCount, durationLimit>::RunLoad(u32 slot, const std::string& path) noexcept {
+void SampleManager::RunLoad(u32 slot, const std::string& path) noexcept {
     try {
         if (std::shared_ptr<const Data> sample = Load(slot, path)) {
             Keep(std::make_unique<dsp::Resource<Data>>(sample));
@@ -205,9 +183,7 @@ void SampleManager<Data, slotCount, durationLimit>::RunLoad(u32 slot, const std:
     slots[slot].loadState.store(Idle, std::memory_order_release);
 }
 
-template <class Data, u32 slotCount, u32 durationLimit>
-void SampleManager<Data, slotCount, durationLimit>::TakeResult(u32 slot,
-                                                               const std::shared_ptr<const Data>& sample) {
+void SampleManager::TakeResult(u32 slot, const std::shared_ptr<const Data>& sample) {
     const std::string& path = slots[slot].postedPath;
     // The slot may have got another file from its neighbours in the meantime.
     if (slots[slot].pathInUse == path) {
@@ -221,7 +197,5 @@ void SampleManager<Data, slotCount, durationLimit>::TakeResult(u32 slot,
         }
     }
 }
-
-template class SampleManager<dsp::SampleData, 12, 0>;
 
 } // namespace Velmora::engine

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/resources/ResourceManager.h"
+#include "dsp/sampler/files/SampleData.h"
 #include "support/platform/Types.h"
 
 #include <array>
@@ -22,12 +23,11 @@ namespace Velmora::engine {
 ///
 /// All public operations are for the audio thread (or, while no blocks run, for one other thread): none of
 /// them locks, allocates or frees. A block calls RunResults(), reads Updated() and calls DispatchRequests().
-/// Files are loaded whole. The implementation is in SampleManager.cpp, for <dsp::SampleData, 12, 0>.
-template <class Data, u32 slotCount, u32 durationLimit>
+/// Files are loaded whole.
 class SampleManager : public dsp::ResourceManager<64, 12> {
-    static_assert(durationLimit == 0, "0 milliseconds stand for no limit, and nothing needs one");
-
 public:
+    using Data = dsp::SampleData;
+    static constexpr u32 slotCount = 12;
     /// Longest path in bytes of UTF-8.
     static constexpr std::size_t maximumPathLength = 256;
 

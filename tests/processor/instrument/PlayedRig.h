@@ -64,7 +64,7 @@ struct PlayedRig {
     void Set(u32 index, float value) {
         played->SetParameterValue(VocoderProcessor::ParameterId(index), value);
     }
-    void SetModulator(Velmora::Processor::VocoderModulator::Additional index, float value) {
+    void SetModulator(Velmora::Processor::VocoderModulator::Parameter index, float value) {
         played->SetParameterValue(Velmora::Processor::VocoderModulator::ParameterId(index), value);
     }
     void SetCarrier(u32 index, float value) {

@@ -258,7 +258,7 @@ TEST(VocoderProcessor, KeysThatChooseASampleStartNoVoice) {
 
 TEST(VocoderProcessor, NoVoiceIsStuckWhenAHeldKeyComesToSelectSamples) {
     struct Change {
-        VocoderModulator::Additional parameter;
+        VocoderModulator::Parameter parameter;
         float before;
         float after;
         u8 key;

@@ -3,8 +3,10 @@
 
 #include "support/platform/Types.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <utility>
 #include <vector>
 
 namespace Velmora::dsp {
@@ -21,9 +23,19 @@ public:
     using Instrument = std::array<std::byte, 272>;
 
     /// Mono. The rate is in Hz. Reserve guardFrames more than the length, or the vector grows here.
-    SampleData(std::vector<float>&& left, float rate, const Instrument& record);
+    SampleData(std::vector<float>&& left, float rate, const Instrument& record)
+        : channelCount(1), sampleRate(rate),
+          frames(static_cast<u32>(left.size())), channels{std::move(left), {}}, instrument(record) {
+        AppendGuard();
+    }
     /// Stereo; both sides are of one length.
-    SampleData(std::vector<float>&& left, std::vector<float>&& right, float rate, const Instrument& record);
+    SampleData(std::vector<float>&& left, std::vector<float>&& right, float rate, const Instrument& record)
+        : channelCount(2), sampleRate(rate),
+          frames(static_cast<u32>(std::min(left.size(), right.size()))), channels{std::move(left),
+                                                                                  std::move(right)},
+          instrument(record) {
+        AppendGuard();
+    }
 
     /// 1 or 2.
     i32 ChannelCount() const { return channelCount; }
@@ -38,7 +50,13 @@ public:
     const Instrument& InstrumentRecord() const { return instrument; }
 
 private:
-    void AppendGuard();
+    void AppendGuard() {
+        for (u32 channel = 0; channel < static_cast<u32>(channelCount); ++channel) {
+            std::vector<float>& samples = channels[channel];
+            samples.resize(frames);
+            samples.resize(frames + guardFrames, frames > 0 ? samples.back() : 0.0F);
+        }
+    }
 
     i32 channelCount;
     float sampleRate;

@@ -5,9 +5,11 @@
 #include "support/CLog.h"
 
 #include <algorithm>
+#include <cmath>
 #include <functional>
 #include <mutex>
 #include <string_view>
+#include <utility>
 
 namespace Velmora::dsp {
 
@@ -15,9 +17,35 @@ namespace {
 
 constexpr std::string_view logCategory = "audio_engine";
 
+constexpr std::size_t chunkFrames = std::size_t{64} << 10U; // stays in the cache between zeroing and reading
+constexpr std::size_t blockFrames = 512;                    // of stereo, side by side: 4096 bytes
+/// More than any codec packs into a byte of real sound.
+constexpr std::uintmax_t plausibleFramesPerByte = 16;
+
+float FiniteOrZero(float sample) { return std::isfinite(sample) ? sample : 0.0F; }
+
 static_assert(sizeof(SF_INSTRUMENT) == sizeof(SampleData::Instrument));
 
 } // namespace
+
+/// Reads everything, once.
+class SampleFile::Decoder {
+public:
+    Decoder(const SampleFile& fileToRead, std::size_t limit, std::uintmax_t bytes);
+    Channels Run();
+
+private:
+    void Reserve(std::size_t frames);
+    void Grow(std::size_t frames);
+    std::size_t ReadMono(std::size_t frames);
+    std::size_t ReadStereo(std::size_t frames);
+
+    const SampleFile& file;
+    std::size_t channelCount;
+    std::size_t wanted;
+    std::size_t done = 0;
+    Channels channels;
+};
 
 SampleFile::SampleFile(const SndFileLibrary& libraryToUse, CLog& logToUse)
     : library(libraryToUse), log(logToUse) {}
@@ -64,11 +92,82 @@ std::size_t SampleFile::Read(float* samples, std::size_t frames) const {
     return static_cast<std::size_t>(std::clamp<sf_count_t>(came, 0, asked));
 }
 
+SampleFile::Channels SampleFile::ReadAll(std::size_t limit, std::uintmax_t bytes) const {
+    return Decoder(*this, limit, bytes).Run();
+}
+
 SampleData::Instrument SampleFile::ReadInstrument() const {
     alignas(SF_INSTRUMENT) SampleData::Instrument record{};
     const int size = static_cast<int>(record.size());
     const bool isThere = library.sfCommand(handle, SFC_GET_INSTRUMENT, record.data(), size) != 0;
     return isThere ? record : SampleData::Instrument{};
+}
+
+SampleFile::Decoder::Decoder(const SampleFile& fileToRead, std::size_t limit, std::uintmax_t bytes)
+    : file(fileToRead), channelCount(static_cast<std::size_t>(file.Info().channels)),
+      wanted(static_cast<std::size_t>(std::min(file.Info().frames, static_cast<sf_count_t>(limit) + 1))) {
+    if (file.IsLengthKnown()) {
+        const std::uintmax_t believed = std::min<std::uintmax_t>(bytes, wanted) * plausibleFramesPerByte;
+        Reserve(static_cast<std::size_t>(std::min<std::uintmax_t>(believed, wanted)));
+    }
+}
+
+SampleFile::Channels SampleFile::Decoder::Run() {
+    while (done < wanted) {
+        const std::size_t frames = std::min(chunkFrames, wanted - done);
+        Grow(done + frames);
+        const std::size_t came = channelCount == 1 ? ReadMono(frames) : ReadStereo(frames);
+        done += came;
+        if (came < frames) {
+            break;
+        }
+    }
+    for (std::size_t channel = 0; channel < channelCount; ++channel) {
+        channels[channel].resize(done);
+    }
+    return std::move(channels);
+}
+
+void SampleFile::Decoder::Reserve(std::size_t frames) {
+    for (std::size_t channel = 0; channel < channelCount; ++channel) {
+        channels[channel].reserve(frames + SampleData::guardFrames);
+    }
+}
+
+void SampleFile::Decoder::Grow(std::size_t frames) {
+    const std::size_t capacity = channels[0].capacity();
+    if (frames + SampleData::guardFrames > capacity) {
+        Reserve(std::max(frames, std::min(wanted, 2 * capacity)));
+    }
+    for (std::size_t channel = 0; channel < channelCount; ++channel) {
+        channels[channel].resize(frames);
+    }
+}
+
+std::size_t SampleFile::Decoder::ReadMono(std::size_t frames) {
+    float* samples = channels[0].data() + done;
+    const std::size_t came = file.Read(samples, frames);
+    std::transform(samples, samples + came, samples, FiniteOrZero);
+    return came;
+}
+
+std::size_t SampleFile::Decoder::ReadStereo(std::size_t frames) {
+    std::array<float, 2 * blockFrames> block;
+    std::size_t sum = 0;
+    bool atEnd = false;
+    while (sum < frames && !atEnd) {
+        const std::size_t asked = std::min(blockFrames, frames - sum);
+        const std::size_t came = file.Read(block.data(), asked);
+        float* left = channels[0].data() + done + sum;
+        float* right = channels[1].data() + done + sum;
+        for (std::size_t frame = 0; frame < came; ++frame) {
+            left[frame] = FiniteOrZero(block[2 * frame]);
+            right[frame] = FiniteOrZero(block[2 * frame + 1]);
+        }
+        sum += came;
+        atEnd = came < asked;
+    }
+    return sum;
 }
 
 } // namespace Velmora::dsp

@@ -5,8 +5,11 @@
 
 #include <sndfile.h>
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 namespace Velmora {
 class CLog;
@@ -38,14 +41,26 @@ public:
     /// Whether a sound file has all the frames that its header tells.
     bool IsLengthPromised() const;
 
-    /// Reads the next `frames`, with the channels of a frame side by side. Returns how many came; fewer than
-    /// asked for only at the end.
-    std::size_t Read(float* samples, std::size_t frames) const;
+    /// The samples of each channel, of one length, with room for the guard of a SampleData behind them; the
+    /// second is empty for mono.
+    using Channels = std::array<std::vector<float>, 2>;
+
+    /// Reads a mono or stereo file to its end, piece by piece: memory follows what comes, whatever the header
+    /// says. Samples that are no finite numbers are 0. `limit` is the most frames that make sense; to tell
+    /// that there are more, one more is read. `bytes` is the size of the file, a hint on how far to believe
+    /// its header. Once; raises std::bad_alloc.
+    Channels ReadAll(std::size_t limit, std::uintmax_t bytes) const;
     /// Zero when the file has none.
     SampleData::Instrument ReadInstrument() const;
 
 private:
+    class Decoder;
+
     SampleFile(const SndFileLibrary& library, CLog& log);
+
+    /// Reads the next `frames`, with the channels of a frame side by side. Returns how many came; fewer than
+    /// asked for only at the end.
+    std::size_t Read(float* samples, std::size_t frames) const;
 
     const SndFileLibrary& library;
     CLog& log;

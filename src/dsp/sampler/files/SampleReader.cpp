@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/sampler/files/SampleReader.h"
 
-#include "dsp/sampler/files/SampleDecoder.h"
 #include "dsp/sampler/files/SampleFile.h"
 #include "dsp/sampler/files/SndFileLibrary.h"
 #include "support/CLog.h"
@@ -64,7 +63,7 @@ SampleRefusal CheckAudio(const SampleFile& file, std::size_t frames, std::size_t
     return tooShort ? SampleRefusal::TooShort : SampleRefusal::None;
 }
 
-std::shared_ptr<const SampleData> MakeSample(const SampleFile& file, SampleDecoder::Channels&& channels) {
+std::shared_ptr<const SampleData> MakeSample(const SampleFile& file, SampleFile::Channels&& channels) {
     const auto rate = static_cast<float>(file.Info().samplerate);
     const SampleData::Instrument record = file.ReadInstrument();
     if (file.Info().channels == 1) {
@@ -81,11 +80,10 @@ void Decode(const SampleFile& file, std::uintmax_t fileBytes, std::size_t limit,
     if (result.refusal != SampleRefusal::None) {
         return;
     }
-    SampleDecoder decoder(file, frameLimit, fileBytes);
-    decoder.Run();
-    result.refusal = CheckAudio(file, decoder.Frames(), frameLimit);
+    SampleFile::Channels channels = file.ReadAll(frameLimit, fileBytes);
+    result.refusal = CheckAudio(file, channels[0].size(), frameLimit);
     if (result.refusal == SampleRefusal::None) {
-        result.data = MakeSample(file, decoder.TakeChannels());
+        result.data = MakeSample(file, std::move(channels));
     }
 }
 

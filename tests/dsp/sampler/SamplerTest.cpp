@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/sampler/Simpler.h"
+#include "dsp/sampler/Sampler.h"
 
 #include "rigs/StageRig.h"
 
@@ -11,7 +11,6 @@ using namespace orphia::test;
 using Velmora::Test::AnalogueFrequency;
 using Velmora::Test::HighPass2;
 using Velmora::Test::LowPass2;
-using Sampler = Simpler<12, 1>;
 using Key = SlotParameter;
 using SamplePointer = std::shared_ptr<const SampleData>;
 
@@ -73,7 +72,7 @@ double Cents(double hz, double reference) { return 1200.0 * std::log2(hz / refer
 
 } // namespace
 
-TEST(SimplerTest, NamesAndIdsAgree) {
+TEST(SamplerTest, NamesAndIdsAgree) {
     Sampler sampler;
     EXPECT_EQ(NameOf(sampler, 0), "Sampler_Start");
     EXPECT_EQ(NameOf(sampler, Sampler::SlotId(Key::LoopOn, 11)), "Sampler_Slot12_LoopOn");
@@ -81,7 +80,7 @@ TEST(SimplerTest, NamesAndIdsAgree) {
     EXPECT_EQ(NameOf(sampler, Sampler::parameterCount - 1), "Sampler_Filter");
 }
 
-TEST(SimplerTest, PitchFollowsTransposesNoteRootAndRates) {
+TEST(SamplerTest, PitchFollowsTransposesNoteRootAndRates) {
     struct Case {
         const char* what;
         Values values;
@@ -92,15 +91,15 @@ TEST(SimplerTest, PitchFollowsTransposesNoteRootAndRates) {
         for (const Case& c :
              {Case{"as recorded", {}, 0.0},
               Case{"all transposes",
-                   {{Sampler::coarse, 7.0F},
-                    {Sampler::fine, -0.5F},
+                   {{Sampler::Coarse, 7.0F},
+                    {Sampler::Fine, -0.5F},
                     {First(Key::Transpose), -12.0F},
                     {First(Key::Fine), 0.25F}},
                    -5.25},
-              Case{"no key tracking", {{Sampler::freq, 440.0F}}, 0.0},
+              Case{"no key tracking", {{Sampler::Freq, 440.0F}}, 0.0},
               Case{"root", {{First(Key::RootNote), 440.0F}}, -12.0 * std::log2(440.0 / middleC)},
               Case{"key and root",
-                   {{Sampler::freq, 300.0F}, {Sampler::keyTrack, 1.0F}, {First(Key::RootNote), 200.0F}},
+                   {{Sampler::Freq, 300.0F}, {Sampler::KeyTrack, 1.0F}, {First(Key::RootNote), 200.0F}},
                    12.0 * std::log2(1.5)}}) {
             auto sampler = Make(sample, c.values, hostRate);
             const Signal out = Listen(*sampler, 48000)[1];
@@ -110,7 +109,7 @@ TEST(SimplerTest, PitchFollowsTransposesNoteRootAndRates) {
     }
 }
 
-TEST(SimplerTest, InputsReplaceTheirParameters) {
+TEST(SamplerTest, InputsReplaceTheirParameters) {
     const SamplePointer sample = Mono(Sine(440.0, 200000));
     const Signal up(48000, 0.5F);
     const Signal still(48000, 0.0F);
@@ -124,28 +123,28 @@ TEST(SimplerTest, InputsReplaceTheirParameters) {
     EXPECT_NEAR(sampler->PlayPosition(), 100000.0, 70.0) << "Start at the reset";
 }
 
-TEST(SimplerTest, GainPanVolumeAndTheStereoSwitch) {
+TEST(SamplerTest, GainPanVolumeAndTheStereoSwitch) {
     const SamplePointer stereo = Stereo(Sine(441.0, 100000), Sine(882.0, 100000));
     auto sampler =
-        Make(stereo, {{First(Key::Gain), 6.0F}, {First(Key::Pan), 0.2F}, {Sampler::mainVolume, -3.0F}});
+        Make(stereo, {{First(Key::Gain), 6.0F}, {First(Key::Pan), 0.2F}, {Sampler::MainVolume, -3.0F}});
     const auto levels = [&] {
         sampler->Reset(false);
         const std::vector<Signal> out = Listen(*sampler, 24000);
         return std::pair{Rms(out[0], 12000), Rms(out[1], 12000)};
     };
-    const auto isStereo = [&] { return sampler->GetParameterNormalized(Sampler::isStereo) == 1.0F; };
+    const auto isStereo = [&] { return sampler->GetParameterNormalized(Sampler::IsStereo) == 1.0F; };
     const double level = 0.5 / std::sqrt(2.0) * std::pow(10.0, 3.0 / 20.0);
     const auto [left, right] = levels();
     EXPECT_NEAR(left, level * 1.6, 0.01);
     EXPECT_NEAR(right, level * 0.4, 0.005);
     EXPECT_TRUE(isStereo());
 
-    sampler->SetParameterValue(Sampler::stereo, 0.0F);
+    sampler->SetParameterValue(Sampler::Stereo, 0.0F);
     const auto [sum, untouched] = levels();
     EXPECT_NEAR(sum, level / std::sqrt(2.0), 0.01);
     EXPECT_EQ(untouched, 12345.0) << "the second output is left alone";
     EXPECT_FALSE(isStereo());
-    sampler->SetParameterValue(Sampler::mainVolume, -12.0F);
+    sampler->SetParameterValue(Sampler::MainVolume, -12.0F);
     EXPECT_EQ(levels().first, 0.0) << "the lowest volume is silence";
 
     sampler = Make(Mono(Sine(441.0, 100000)));
@@ -161,9 +160,9 @@ TEST(SimplerTest, GainPanVolumeAndTheStereoSwitch) {
     EXPECT_LT(Peak(Listen(*sampler, 800)[1], 640), 0.01F);
 }
 
-TEST(SimplerTest, FilterHasTheResponseOfAButterworthPair) {
+TEST(SamplerTest, FilterHasTheResponseOfAButterworthPair) {
     for (const float control : {-1.0F, -0.6F, -0.2F, 0.0F, 0.3F, 0.7F, 1.0F}) {
-        auto sampler = Make(Mono(Impulse(48000)), {{Sampler::filter, control}});
+        auto sampler = Make(Mono(Impulse(48000)), {{Sampler::Filter, control}});
         const Signal out = Listen(*sampler, 40000)[0];
         const double lowpass = std::min(20000.0, 20000.0 * std::exp2(10.0 * static_cast<double>(control)));
         const double highpass = std::max(20.0, 20.0 * std::exp2(10.0 * static_cast<double>(control)));
@@ -177,7 +176,7 @@ TEST(SimplerTest, FilterHasTheResponseOfAButterworthPair) {
     }
 }
 
-TEST(SimplerTest, StretchesInTimeAndKeepsThePitch) {
+TEST(SamplerTest, StretchesInTimeAndKeepsThePitch) {
     for (const float factor : {0.25F, 0.8F, 1.0F, 3.0F}) {
         // Two swellings, 3 s apart before the stretch.
         const double seconds = 4.0;
@@ -211,7 +210,7 @@ TEST(SimplerTest, StretchesInTimeAndKeepsThePitch) {
     }
 }
 
-TEST(SimplerTest, SyncedStretchFillsTheBars) {
+TEST(SamplerTest, SyncedStretchFillsTheBars) {
     // Two seconds between the trims; a bar at 120 beats per minute lasts as long.
     auto sampler = Make(Mono(Signal(200000, 0.1F)), {{First(Key::TrimStart), 0.1F},
                                                      {First(Key::TrimStop), 0.58F},
@@ -241,8 +240,8 @@ TEST(SimplerTest, SyncedStretchFillsTheBars) {
     EXPECT_NEAR(speed(60.0F), 1.0, 1e-5);
 }
 
-TEST(SimplerTest, RandomStartsReachAllOfTheSample) {
-    auto sampler = Make(Mono(Signal(100000, 0.1F)), {{Sampler::phaseRetrigMode, 1.0F}});
+TEST(SamplerTest, RandomStartsReachAllOfTheSample) {
+    auto sampler = Make(Mono(Signal(100000, 0.1F)), {{Sampler::PhaseRetrigMode, 1.0F}});
     std::vector<double> starts;
     for (int n = 0; n < 200; ++n) {
         sampler->Reset(false);
@@ -255,7 +254,7 @@ TEST(SimplerTest, RandomStartsReachAllOfTheSample) {
     EXPECT_EQ(std::adjacent_find(starts.begin(), starts.end()), starts.end());
 }
 
-TEST(SimplerTest, BlockLengthDoesNotMatter) {
+TEST(SamplerTest, BlockLengthDoesNotMatter) {
     // Gain and pan, whose ramps go by the longest block, are at rest.
     const SamplePointer sample = Stereo(Noise(30000, 0.5F, 1), Noise(30000, 0.5F, 2));
     for (const float stretch : {0.0F, 1.0F}) {
@@ -266,10 +265,10 @@ TEST(SimplerTest, BlockLengthDoesNotMatter) {
                                          {First(Key::CrossFade), 0.3F},
                                          {First(Key::TimeStretchOn), stretch},
                                          {First(Key::TimeStretchFactor), 1.7F},
-                                         {Sampler::coarse, 5.0F}});
+                                         {Sampler::Coarse, 5.0F}});
             Listen(*sampler, 512);
-            sampler->SetParameterValue(Sampler::filter, 0.4F);
-            sampler->SetParameterValue(Sampler::mainVolume, -6.0F);
+            sampler->SetParameterValue(Sampler::Filter, 0.4F);
+            sampler->SetParameterValue(Sampler::MainVolume, -6.0F);
             return Listen(*sampler, 60000, split)[0];
         };
         const Signal expected = render(BlockSplit::Of(longestBlock));
@@ -280,7 +279,7 @@ TEST(SimplerTest, BlockLengthDoesNotMatter) {
     }
 }
 
-TEST(SimplerTest, ResetsAndSamplesDecideWhatPlays) {
+TEST(SamplerTest, ResetsAndSamplesDecideWhatPlays) {
     auto sampler = Make(Mono(Sine(441.0, 4800)));
     EXPECT_EQ(sampler->CurrentSample(), -1) << "before the first block";
     const std::vector<Signal> first = Listen(*sampler, 4864);
@@ -294,14 +293,14 @@ TEST(SimplerTest, ResetsAndSamplesDecideWhatPlays) {
     }
     const SamplePointer second = Stereo(Sine(200.0, 999), Sine(200.0, 999));
     sampler->SetSample(second, 3);
-    sampler->SetParameterValue(Sampler::selectedSlot, 3.0F);
+    sampler->SetParameterValue(Sampler::SelectedSlot, 3.0F);
     Listen(*sampler, 64);
     EXPECT_EQ(sampler->CurrentSample(), 0) << "a selection waits for the reset";
     sampler->Reset(false);
     Listen(*sampler, 64);
     EXPECT_EQ(sampler->CurrentFrames(), 999U);
 
-    sampler->SetParameterValue(Sampler::resetOnReplace, 1.0F);
+    sampler->SetParameterValue(Sampler::ResetOnReplace, 1.0F);
     sampler->SetSample(Mono(Sine(441.0, 4800)), 3);
     EXPECT_EQ(Listen(*sampler, 4864), first) << "the replacement starts anew";
     sampler->SetSample(nullptr, 3);
@@ -310,7 +309,7 @@ TEST(SimplerTest, ResetsAndSamplesDecideWhatPlays) {
     EXPECT_EQ(Listen(*sampler, 64)[0][0], 12345.0F) << "without a sample the outputs are left alone";
 }
 
-TEST(SimplerTest, SurvivesImpossibleSettingsAndSamples) {
+TEST(SamplerTest, SurvivesImpossibleSettingsAndSamples) {
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();
     constexpr float infinity = std::numeric_limits<float>::infinity();
     const float odd[] = {0.0F, 1.0F, -1.0F, 0.5F, 1e-30F, 1e30F, -1e30F, infinity, nan};
@@ -330,7 +329,7 @@ TEST(SimplerTest, SurvivesImpossibleSettingsAndSamples) {
                 sampler->SetParameterValue(id, odd[random() % 9]);
             }
         }
-        sampler->SetParameterValue(Sampler::selectedSlot, 0.0F);
+        sampler->SetParameterValue(Sampler::SelectedSlot, 0.0F);
         sampler->SetSample(samples[random() % 4], 0);
         if (random() % 2 == 0) {
             sampler->Reset(false);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/sampler/SimplerMixer.h"
+#include "dsp/sampler/GainAndPan.h"
 
 #include "dsp/vectors/Simd.h"
 
@@ -9,7 +9,7 @@ namespace Velmora::dsp {
 
 using simd::Float4;
 
-void SimplerMixer::Initialize(float sampleRate, u32 maxBlockSize, float lowest) {
+void GainAndPan::Initialize(float sampleRate, u32 maxBlockSize, float lowest) {
     blockSize = RoundUpToFour(maxBlockSize);
     lowestVolume = static_cast<double>(lowest);
     ramps.Allocate(RampCount, blockSize);
@@ -18,13 +18,13 @@ void SimplerMixer::Initialize(float sampleRate, u32 maxBlockSize, float lowest) 
     }
 }
 
-void SimplerMixer::Set(float gainFactor, float panPosition, float volumeFactor) {
+void GainAndPan::Set(float gainFactor, float panPosition, float volumeFactor) {
     gain.Set(gainFactor);
     pan.Set(panPosition);
     volume.Set(volumeFactor);
 }
 
-void SimplerMixer::RenderRamps(float volumeFactor, u32 frames) {
+void GainAndPan::RenderRamps(float volumeFactor, u32 frames) {
     // Gain and pan move by the longest block in each block, however short it is. Of a value at rest no more
     // is needed than what is read.
     gain.RenderBlock(ramps[GainRamp], gain.IsAtTarget() ? frames : blockSize);
@@ -37,7 +37,7 @@ void SimplerMixer::RenderRamps(float volumeFactor, u32 frames) {
     }
 }
 
-void SimplerMixer::MixMono(const float* left, const float* right, float* out, u32 frames) {
+void GainAndPan::MixMono(const float* left, const float* right, float* out, u32 frames) {
     for (u32 n = 0; n < frames; n += Float4::size) {
         const Float4 sum = Float4::load_aligned(left + n) + Float4::load_aligned(right + n);
         const Float4 factor =
@@ -46,7 +46,7 @@ void SimplerMixer::MixMono(const float* left, const float* right, float* out, u3
     }
 }
 
-void SimplerMixer::MixSide(const float* in, u32 side, float* out, u32 frames) {
+void GainAndPan::MixSide(const float* in, u32 side, float* out, u32 frames) {
     for (u32 n = 0; n < frames; n += Float4::size) {
         const Float4 position = Float4::load_aligned(ramps[PanRamp] + n);
         const Float4 share = 2.0F * (side == 0 ? 1.0F - position : position);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/sampler/SimplerReader.h"
+#include "dsp/sampler/ChannelReader.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,7 +18,7 @@ std::int64_t ToFixed(double frames) { return static_cast<std::int64_t>(frames * 
 } // namespace
 
 /// Equidistant positions in 32.32 fixed point, which hold those of a playhead exactly.
-class SimplerReader::Line {
+class ChannelReader::Line {
 public:
     Line(const float* channelData, double start, double step)
         : data(channelData), at(ToFixed(start)), stride(ToFixed(step)) {}
@@ -36,12 +36,12 @@ private:
     std::int64_t stride;
 };
 
-SimplerReader::Line SimplerReader::LineFrom(double position, bool rises) const {
+ChannelReader::Line ChannelReader::LineFrom(double position, bool rises) const {
     return {data, position, rises ? stride : -stride};
 }
 
 /// The smallest number of steps that cover a distance, at most limit.
-u32 SimplerReader::FramesToPass(double distance, u32 limit) const {
+u32 ChannelReader::FramesToPass(double distance, u32 limit) const {
     if (distance <= 0.0) {
         return 0;
     }
@@ -58,7 +58,7 @@ u32 SimplerReader::FramesToPass(double distance, u32 limit) const {
     return std::min(count, limit);
 }
 
-void SimplerReader::ReadOnce(SimplerPlayhead& head, bool repeatsOnce, float* out, u32 frames) const {
+void ChannelReader::ReadOnce(Playhead& head, bool repeatsOnce, float* out, u32 frames) const {
     if (data == nullptr) {
         std::fill_n(out, frames, 0.0F);
         return;
@@ -86,7 +86,7 @@ void SimplerReader::ReadOnce(SimplerPlayhead& head, bool repeatsOnce, float* out
     std::fill_n(out, frames, 0.0F);
 }
 
-void SimplerReader::ReadLoop(SimplerPlayhead& head, float* out, u32 frames) const {
+void ChannelReader::ReadLoop(Playhead& head, float* out, u32 frames) const {
     if (data == nullptr) {
         std::fill_n(out, frames, 0.0F);
         return;
@@ -115,7 +115,7 @@ void SimplerReader::ReadLoop(SimplerPlayhead& head, float* out, u32 frames) cons
 
 /// Where the crossfade fades in: what leads to the point that the head jumps to, or comes back from where it
 /// turns round.
-double SimplerReader::SecondPosition(const SimplerPlayhead& head, double distance) const {
+double ChannelReader::SecondPosition(const Playhead& head, double distance) const {
     if (!range.turnsRound) {
         return head.IsReversed() ? range.loopStop + distance : range.loopStart - distance;
     }
@@ -125,20 +125,20 @@ double SimplerReader::SecondPosition(const SimplerPlayhead& head, double distanc
     return range.loopStop + distance + (head.IsReversed() ? 1.0 : 0.0);
 }
 
-void SimplerReader::ReadPlain(Line line, float* out, u32 frames) const {
+void ChannelReader::ReadPlain(Line line, float* out, u32 frames) const {
     for (u32 n = 0; n < frames; ++n) {
         out[n] = line.Next();
     }
 }
 
-void SimplerReader::ReadFade(Line line, double distance, float* out, u32 frames) const {
+void ChannelReader::ReadFade(Line line, double distance, float* out, u32 frames) const {
     const float perFrame = 1.0F / range.endFadeLength;
     for (u32 n = 0; n < frames; ++n) {
         out[n] = static_cast<float>(distance - stride * n) * perFrame * line.Next();
     }
 }
 
-void SimplerReader::ReadCrossFade(Line first, Line second, double distance, float* out, u32 frames) const {
+void ChannelReader::ReadCrossFade(Line first, Line second, double distance, float* out, u32 frames) const {
     const float length = range.crossFadeLength;
     const float perFrame = quarterTurn / length;
     for (u32 n = 0; n < frames; ++n) {

@@ -9,7 +9,7 @@ namespace Velmora::dsp {
 /// The tone control of a sampler: a lowpass and behind it a highpass of second order, for two channels, both
 /// at the edges of the audible band until the control moves one of them in. Trapezoidal state-variable
 /// sections, stable for every corner below the Nyquist frequency.
-class SimplerFilter {
+class ToneControl {
 public:
     /// In Hz.
     void SetSampleRate(float rate) { sampleRate = rate; }

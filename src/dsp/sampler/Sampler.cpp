@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/sampler/Simpler.h"
+#include "dsp/sampler/Sampler.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/Decibels.h"
 #include "dsp/math/Within.h"
 #include "dsp/math/Xorshift.h"
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <utility>
+#include <vector>
 
 namespace Velmora::dsp {
 
@@ -24,36 +26,70 @@ constexpr std::array bars = {0.03125F, 0.0625F, 0.125F, 0.25F, 0.5F, 1.0F, 2.0F,
 /// The tone control moves once in so many frames.
 constexpr u32 toneTick = 4;
 
-} // namespace
-
-template <u32 slotCount, u32 voiceCount>
-Simpler<slotCount, voiceCount>::Simpler(std::string moduleName)
-    : UnitModule(std::move(moduleName), inputCount, 2, SimplerRecords(slotCount)),
-      randomState(Xorshift::ClockSeed()) {}
-
-template <u32 slotCount, u32 voiceCount>
-void Simpler<slotCount, voiceCount>::SeedRandomStart(u32 seed) {
-    randomState = Xorshift::UsableState(seed);
+/// What each slot has, in the order of SlotParameter.
+std::vector<ParameterDeclaration> SlotDeclarations() {
+    return {Declare::Linear("Transpose", -36.0F, 36.0F, 0.0F),
+            Declare::Linear("Fine", -1.0F, 1.0F, 0.0F),
+            Declare::Linear("RootNote", 0.01F, 20000.0F, middleC),
+            Declare::Raw("TrimStart"),
+            Declare::Raw("TrimStop", 1.0F),
+            Declare::Raw("LoopStart"),
+            Declare::Raw("LoopStop", 1.0F),
+            Declare::Raw("LoopOn"),
+            Declare::Switch("LoopType"),
+            Declare::Raw("Reverse"),
+            Declare::Switch("RepeatOnce"),
+            Declare::Linear("Gain", -20.0F, 20.0F, 0.0F),
+            Declare::Raw("Pan", 0.5F),
+            Declare::Raw("CrossFade"),
+            Declare::Switch("TimeStretchOn"),
+            Declare::Linear("TimeStretchFactor", 0.125F, 8.0F, 1.0F),
+            Declare::Choice("TimeStretchBars", bars.size(), 1.0F),
+            Declare::Switch("TimeStretchSync")};
 }
 
-template <u32 slotCount, u32 voiceCount>
-void Simpler<slotCount, voiceCount>::OnInitialize(float rateHz, u32 maxBlockSize) {
+std::vector<ModuleParam> Records() {
+    std::vector<ModuleParam> records = RecordsOf(
+        {Declare::Raw("Start"), Declare::Linear("Freq", 0.01F, 20000.0F, middleC),
+         Declare::Steps("Coarse", 25, -12.0F, 1.0F, 0.0F), Declare::Linear("Fine", -1.0F, 1.0F, 0.0F)});
+    for (const ParameterDeclaration& declaration : SlotDeclarations()) {
+        for (u32 slot = 1; slot <= Sampler::slotCount; ++slot) {
+            records.push_back(declaration.Record());
+            records.back().name = "Slot" + std::to_string(slot) + "_" + declaration.name;
+        }
+    }
+    // Whether to reset when the sample that plays is replaced is for the engine alone, hence without a name.
+    const std::vector<ModuleParam> last =
+        RecordsOf({Declare::Choice("SelectedSlot", Sampler::slotCount), Declare::Raw("Stereo", 1.0F),
+                   Declare::Raw("IsStereo"), Declare::Linear("MainVolume", -12.0F, 12.0F, 0.0F),
+                   Declare::Raw("KeyTrack"), Declare::Switch("PhaseRetrigMode"), Declare::Raw(""),
+                   Declare::Linear("Filter", -1.0F, 1.0F, 0.0F)});
+    records.insert(records.end(), last.begin(), last.end());
+    return records;
+}
+
+} // namespace
+
+Sampler::Sampler(std::string moduleName)
+    : UnitModule(std::move(moduleName), inputCount, 2, Records()), randomState(Xorshift::ClockSeed()) {}
+
+void Sampler::SeedRandomStart(u32 seed) { randomState = Xorshift::UsableState(seed); }
+
+void Sampler::OnInitialize(float rateHz, u32 maxBlockSize) {
     sampleRate = Within(rateHz, 1.0F, 1e7F);
     buffers.Allocate(BufferCount, maxBlockSize);
-    mixer.Initialize(sampleRate, maxBlockSize, BoundedDecibelsToGain(parameters[mainVolume].minValue));
+    levels.Initialize(sampleRate, maxBlockSize, BoundedDecibelsToGain(parameters[MainVolume].minValue));
     tone.Prepare(sampleRate, toneTick);
     toneControl.SetSampleRate(sampleRate);
     player.Initialize(sampleRate);
 }
 
-template <u32 slotCount, u32 voiceCount>
-void Simpler<slotCount, voiceCount>::OnReset(bool /*hard*/) {
+void Sampler::OnReset(bool /*hard*/) {
     player.Reset();
     toneControl.Clear();
 }
 
-template <u32 slotCount, u32 voiceCount>
-void Simpler<slotCount, voiceCount>::SetSample(std::shared_ptr<const SampleData> sample, u32 index) {
+void Sampler::SetSample(std::shared_ptr<const SampleData> sample, u32 index) {
     if (index >= slotCount) {
         return;
     }
@@ -67,19 +103,13 @@ void Simpler<slotCount, voiceCount>::SetSample(std::shared_ptr<const SampleData>
     if (static_cast<i32>(index) == current) {
         player.Replace(*samples[index]);
         UpdateStretch();
-        if (Value(resetOnReplace) > 0.5F) {
+        if (Value(ResetOnReplace) > 0.5F) {
             Reset(false);
         }
     }
 }
 
-template <u32 slotCount, u32 voiceCount>
-float Simpler<slotCount, voiceCount>::ReadSample(const float* channelData, double position) {
-    return channelData != nullptr ? SimplerReader::Interpolate(channelData, position) : 0.0F;
-}
-
-template <u32 slotCount, u32 voiceCount>
-bool Simpler<slotCount, voiceCount>::UpdateParameters(ProcessContext& context) {
+bool Sampler::UpdateParameters(ProcessContext& context) {
     const bool tempoMoves = std::isfinite(context.tempo) && context.tempo != tempo;
     if (!anyParameterChanged && !needsUpdate && !tempoMoves) {
         return true;
@@ -96,23 +126,21 @@ bool Simpler<slotCount, voiceCount>::UpdateParameters(ProcessContext& context) {
     return true;
 }
 
-template <u32 slotCount, u32 voiceCount>
-void Simpler<slotCount, voiceCount>::Prepare(const ProcessContext& context) {
-    current = static_cast<i32>(ToIndex(Value(selectedSlot), slotCount));
+void Sampler::Prepare(const ProcessContext& context) {
+    current = static_cast<i32>(ToIndex(Value(SelectedSlot), slotCount));
     if (!HasSample(CurrentIndex())) {
         current = -1;
         return;
     }
     player.Start(*samples[CurrentIndex()], ReadSettings(), StartControl(context));
-    mixer.Set(BoundedDecibelsToGain(SlotValue(SlotParameter::Gain)),
-              ClampToUnit(SlotValue(SlotParameter::Pan)), VolumeTarget(context));
+    levels.Set(BoundedDecibelsToGain(SlotValue(SlotParameter::Gain)),
+               ClampToUnit(SlotValue(SlotParameter::Pan)), VolumeTarget(context));
     tone.Set(ToneTarget(context));
     toneControl.SetControl(static_cast<float>(tone.current));
 }
 
-template <u32 slotCount, u32 voiceCount>
-SimplerPlayer::Settings Simpler<slotCount, voiceCount>::ReadSettings() {
-    SimplerPlayer::Settings settings;
+SamplePlayer::Settings Sampler::ReadSettings() {
+    SamplePlayer::Settings settings;
     settings.controls = {SlotValue(SlotParameter::TrimStart), SlotValue(SlotParameter::TrimStop),
                          SlotValue(SlotParameter::LoopStart), SlotValue(SlotParameter::LoopStop),
                          SlotValue(SlotParameter::CrossFade)};
@@ -123,32 +151,29 @@ SimplerPlayer::Settings Simpler<slotCount, voiceCount>::ReadSettings() {
     return settings;
 }
 
-template <u32 slotCount, u32 voiceCount>
-float Simpler<slotCount, voiceCount>::StartControl(const ProcessContext& context) {
-    float position = parameters[start].GetModulatedValue(context, 2);
-    if (Value(phaseRetrigMode) > 0.5F) {
+float Sampler::StartControl(const ProcessContext& context) {
+    float position = parameters[Start].GetModulatedValue(context, 2);
+    if (Value(PhaseRetrigMode) > 0.5F) {
         randomState = Xorshift::Next(randomState);
         position += static_cast<float>(randomState) * 0x1p-32F;
     }
     return position;
 }
 
-template <u32 slotCount, u32 voiceCount>
-void Simpler<slotCount, voiceCount>::FollowChanges() {
+void Sampler::FollowChanges() {
     player.SetSettings(ReadSettings());
     if (SlotChanged(SlotParameter::LoopOn)) {
         player.SwitchLoop(SlotSwitch(SlotParameter::LoopOn));
     }
     if (SlotChanged(SlotParameter::Gain)) {
-        mixer.SetGain(BoundedDecibelsToGain(SlotValue(SlotParameter::Gain)));
+        levels.SetGain(BoundedDecibelsToGain(SlotValue(SlotParameter::Gain)));
     }
     if (SlotChanged(SlotParameter::Pan)) {
-        mixer.SetPan(ClampToUnit(SlotValue(SlotParameter::Pan)));
+        levels.SetPan(ClampToUnit(SlotValue(SlotParameter::Pan)));
     }
 }
 
-template <u32 slotCount, u32 voiceCount>
-void Simpler<slotCount, voiceCount>::UpdateStretch() {
+void Sampler::UpdateStretch() {
     const bool isOn = SlotSwitch(SlotParameter::TimeStretchOn);
     double factor = 1.0;
     if (isOn) {
@@ -160,8 +185,7 @@ void Simpler<slotCount, voiceCount>::UpdateStretch() {
 }
 
 /// The factor at which the trimmed part lasts the bars asked for.
-template <u32 slotCount, u32 voiceCount>
-double Simpler<slotCount, voiceCount>::SyncedFactor() {
+double Sampler::SyncedFactor() {
     const SampleData& sample = *samples[CurrentIndex()];
     const double trimmed = static_cast<double>(ClampToUnit(SlotValue(SlotParameter::TrimStop))) -
                            static_cast<double>(ClampToUnit(SlotValue(SlotParameter::TrimStart)));
@@ -172,45 +196,40 @@ double Simpler<slotCount, voiceCount>::SyncedFactor() {
     return duration > 0.0 && target > 0.0 ? duration / target : smallestFactor;
 }
 
-template <u32 slotCount, u32 voiceCount>
-float Simpler<slotCount, voiceCount>::VolumeTarget(const ProcessContext& context) {
-    return BoundedDecibelsToGain(parameters[mainVolume].GetModulatedValue(context, 3));
+float Sampler::VolumeTarget(const ProcessContext& context) {
+    return BoundedDecibelsToGain(parameters[MainVolume].GetModulatedValue(context, 3));
 }
 
-template <u32 slotCount, u32 voiceCount>
-float Simpler<slotCount, voiceCount>::ToneTarget(const ProcessContext& context) {
-    return Within(parameters[filter].GetModulatedValue(context, 4), -1.0F, 1.0F);
+float Sampler::ToneTarget(const ProcessContext& context) {
+    return Within(parameters[Filter].GetModulatedValue(context, 4), -1.0F, 1.0F);
 }
 
 /// Frames of the sample per frame.
-template <u32 slotCount, u32 voiceCount>
-float Simpler<slotCount, voiceCount>::Increment(const ProcessContext& context) {
-    const float semitones = parameters[coarse].GetModulatedValue(context, 0) +
-                            parameters[fine].GetModulatedValue(context, 1) +
+float Sampler::Increment(const ProcessContext& context) {
+    const float semitones = parameters[Coarse].GetModulatedValue(context, 0) +
+                            parameters[Fine].GetModulatedValue(context, 1) +
                             SlotValue(SlotParameter::Transpose) + SlotValue(SlotParameter::Fine);
     const float ratio = std::exp2(semitones * octavesPerSemitone);
-    const float base = Value(keyTrack) > 0.5F ? Value(freq) : middleC;
+    const float base = Value(KeyTrack) > 0.5F ? Value(Freq) : middleC;
     const float rates = samples[CurrentIndex()]->SampleRate() / sampleRate;
     return Within(ratio * base / SlotValue(SlotParameter::RootNote) * rates, slowest, fastest);
 }
 
-template <u32 slotCount, u32 voiceCount>
-bool Simpler<slotCount, voiceCount>::Process(ProcessContext& context) {
+bool Sampler::Process(ProcessContext& context) {
     if (current < 0) {
         return true;
     }
-    mixer.RenderRamps(VolumeTarget(context), context.numFrames);
+    levels.RenderRamps(VolumeTarget(context), context.numFrames);
     player.Render(Increment(context), buffers[LeftBuffer], buffers[RightBuffer], context.numFrames);
     RunToneControl(context);
-    const bool isStereoOn = Value(stereo) > 0.5F;
+    const bool isStereoOn = Value(Stereo) > 0.5F;
     WriteOutputs(context, isStereoOn);
     const bool differs = player.ChannelCount() > 1 || SlotValue(SlotParameter::Pan) != 0.5F;
-    SetParameterNormalized(isStereo, isStereoOn && differs ? 1.0F : 0.0F);
+    SetParameterNormalized(IsStereo, isStereoOn && differs ? 1.0F : 0.0F);
     return true;
 }
 
-template <u32 slotCount, u32 voiceCount>
-void Simpler<slotCount, voiceCount>::RunToneControl(const ProcessContext& context) {
+void Sampler::RunToneControl(const ProcessContext& context) {
     float* left = buffers[LeftBuffer];
     float* right = buffers[RightBuffer];
     tone.SetTarget(ToneTarget(context));
@@ -227,8 +246,7 @@ void Simpler<slotCount, voiceCount>::RunToneControl(const ProcessContext& contex
     }
 }
 
-template <u32 slotCount, u32 voiceCount>
-void Simpler<slotCount, voiceCount>::WriteOutputs(const ProcessContext& context, bool asStereo) {
+void Sampler::WriteOutputs(const ProcessContext& context, bool asStereo) {
     const u32 outputCount = std::min(context.numOutputs, asStereo ? 2U : 1U);
     for (u32 side = 0; side < outputCount; ++side) {
         float* out = context.outputs[side];
@@ -236,13 +254,11 @@ void Simpler<slotCount, voiceCount>::WriteOutputs(const ProcessContext& context,
             continue;
         }
         if (asStereo) {
-            mixer.MixSide(buffers[side == 0 ? LeftBuffer : RightBuffer], side, out, context.numFrames);
+            levels.MixSide(buffers[side == 0 ? LeftBuffer : RightBuffer], side, out, context.numFrames);
         } else {
-            mixer.MixMono(buffers[LeftBuffer], buffers[RightBuffer], out, context.numFrames);
+            levels.MixMono(buffers[LeftBuffer], buffers[RightBuffer], out, context.numFrames);
         }
     }
 }
-
-template class Simpler<12, 1>;
 
 } // namespace Velmora::dsp

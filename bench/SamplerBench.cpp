@@ -3,7 +3,7 @@
 #include "bench/BenchSignals.h"
 #include "dsp/framework/RunChild.h"
 #include "dsp/math/DenormalGuard.h"
-#include "dsp/sampler/Simpler.h"
+#include "dsp/sampler/Sampler.h"
 
 #include <benchmark/benchmark.h>
 
@@ -15,8 +15,8 @@
 namespace {
 
 using namespace orphia::bench;
-using Sampler = Velmora::dsp::Simpler<12, 1>;
 using Velmora::dsp::SampleData;
+using Velmora::dsp::Sampler;
 using Velmora::dsp::SlotParameter;
 
 struct Setting {
@@ -37,7 +37,7 @@ void Run(benchmark::State& state, std::initializer_list<Setting> settings, bool 
     Sampler sampler;
     sampler.Initialize(sampleRate, blockSize);
     sampler.SetSample(sample, 0);
-    sampler.SetParameterValue(Sampler::coarse, 7.0F);
+    sampler.SetParameterValue(Sampler::Coarse, 7.0F);
     for (const Setting& setting : settings) {
         sampler.SetParameterValue(Sampler::SlotId(setting.key, 0), setting.value);
     }
@@ -55,7 +55,7 @@ void Run(benchmark::State& state, std::initializer_list<Setting> settings, bool 
         }
         if (tonesMove) {
             tone = -tone;
-            sampler.SetParameterValue(Sampler::filter, tone);
+            sampler.SetParameterValue(Sampler::Filter, tone);
         }
         Velmora::dsp::RunChild(sampler, context);
         benchmark::ClobberMemory();

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/sampler/SimplerFilter.h"
+#include "dsp/sampler/ToneControl.h"
 
 #include "dsp/math/CornerLimit.h"
 #include "dsp/math/IntactState.h"
@@ -36,13 +36,13 @@ Float4 Halves(Float4 lower, Float4 upper) { return LowerHalves(lower, UpperHalve
 
 } // namespace
 
-struct SimplerFilter::Section {
+struct ToneControl::Section {
     float keep;
     float couple;
     float follow;
 };
 
-void SimplerFilter::SetControl(float control) {
+void ToneControl::SetControl(float control) {
     const float factor = std::exp2(octaves * control);
     const Section low = ForCorner(std::min(highestCorner * factor, highestCorner));
     const Section high = ForCorner(std::max(lowestCorner * factor, lowestCorner));
@@ -51,7 +51,7 @@ void SimplerFilter::SetControl(float control) {
     follow = {low.follow, low.follow, high.follow, high.follow};
 }
 
-SimplerFilter::Section SimplerFilter::ForCorner(float hz) const {
+ToneControl::Section ToneControl::ForCorner(float hz) const {
     const auto corner = static_cast<float>(LimitCorner(hz, sampleRate));
     const float g = std::tan(pi * corner / sampleRate);
     const float a1 = 1.0F / (1.0F + g * (g + damping));
@@ -59,9 +59,9 @@ SimplerFilter::Section SimplerFilter::ForCorner(float hz) const {
     return {2.0F * a1 - 1.0F, 2.0F * a2, 2.0F * g * a2};
 }
 
-void SimplerFilter::Clear() { state = {}; }
+void ToneControl::Clear() { state = {}; }
 
-bool SimplerFilter::IsSound() const {
+bool ToneControl::IsSound() const {
     const Float4 largest = xsimd::abs(state.s1) + xsimd::abs(state.s2);
     return IsIntact(static_cast<double>(xsimd::hadd(largest)));
 }
@@ -69,7 +69,7 @@ bool SimplerFilter::IsSound() const {
 /// One group through both sections: the lowpass takes the signal, the highpass the lowpass of the group
 /// before, so that the two do not wait for each other. Then `lowpassed` is that of this group and the upper
 /// lanes of `signal` are the result for the one before.
-inline void SimplerFilter::Step(Group& lowpassed, Group& signal) {
+inline void ToneControl::Step(Group& lowpassed, Group& signal) {
     State s = state;
     for (u32 n = 0; n < groupSize; ++n) {
         const Float4 x = LowerHalves(signal.frame[n], lowpassed.frame[n]);
@@ -85,7 +85,7 @@ inline void SimplerFilter::Step(Group& lowpassed, Group& signal) {
     state = s;
 }
 
-void SimplerFilter::Run(float* left, float* right, u32 frames) {
+void ToneControl::Run(float* left, float* right, u32 frames) {
     if (frames == 0) {
         return;
     }

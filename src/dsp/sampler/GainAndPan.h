@@ -8,7 +8,7 @@
 namespace Velmora::dsp {
 
 /// Gain, pan and volume of a sampler, smoothed, and the way from its two channels to the outputs.
-class SimplerMixer {
+class GainAndPan {
 public:
     /// The rate in Hz. A volume that rests at the lowest one, a factor, is silence.
     void Initialize(float sampleRate, u32 maxBlockSize, float lowest);

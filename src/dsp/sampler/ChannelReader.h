@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/sampler/SimplerPlayhead.h"
-#include "dsp/sampler/SimplerRange.h"
+#include "dsp/sampler/PlayRange.h"
+#include "dsp/sampler/Playhead.h"
 #include "support/platform/Types.h"
 
 #include <cstdint>
@@ -11,23 +11,16 @@ namespace Velmora::dsp {
 
 /// Reads one channel of a sample along a playhead, in passes: from one end of the range to the next within
 /// the frames asked for. Within a pass all is linear, so that the loop over frames knows no conditions.
-class SimplerReader {
+class ChannelReader {
 public:
     /// channelData: null reads as silence. step: 1/256 to 256 frames of the sample per frame.
-    SimplerReader(const float* channelData, const SimplerRange& playedRange, float step)
+    ChannelReader(const float* channelData, const PlayRange& playedRange, float step)
         : data(channelData), range(playedRange), stride(step) {}
 
     /// Once to the end of the trimmed part, with a fade before it; silence behind.
-    void ReadOnce(SimplerPlayhead& head, bool repeatsOnce, float* out, u32 frames) const;
+    void ReadOnce(Playhead& head, bool repeatsOnce, float* out, u32 frames) const;
     /// Round the loop, with a crossfade before each end.
-    void ReadLoop(SimplerPlayhead& head, float* out, u32 frames) const;
-
-    /// The value between two frames, by a straight line. position is at least 0.
-    static float Interpolate(const float* channelData, double position) {
-        const auto index = static_cast<u32>(position);
-        const auto fraction = static_cast<float>(position - static_cast<double>(index));
-        return channelData[index] + fraction * (channelData[index + 1] - channelData[index]);
-    }
+    void ReadLoop(Playhead& head, float* out, u32 frames) const;
 
 private:
     class Line;
@@ -37,10 +30,10 @@ private:
     void ReadPlain(Line line, float* out, u32 frames) const;
     void ReadFade(Line line, double distance, float* out, u32 frames) const;
     void ReadCrossFade(Line first, Line second, double distance, float* out, u32 frames) const;
-    double SecondPosition(const SimplerPlayhead& head, double distance) const;
+    double SecondPosition(const Playhead& head, double distance) const;
 
     const float* data;
-    const SimplerRange& range;
+    const PlayRange& range;
     double stride;
 };
 

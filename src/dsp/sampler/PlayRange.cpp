@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/sampler/SimplerRange.h"
+#include "dsp/sampler/PlayRange.h"
 
 #include "dsp/math/Within.h"
 
@@ -38,7 +38,7 @@ float FloatNotAbove(u32 count) {
 
 } // namespace
 
-void SimplerRange::SetTrim(const SampleData& sample, const Controls& controls, float hostRate) {
+void PlayRange::SetTrim(const SampleData& sample, const Controls& controls, float hostRate) {
     frames = std::min(sample.Frames(), mostFrames);
     minimumLength = ToFrames(sample.SampleRate() * minimumSeconds, frames);
     const u32 whole = LessOrZero(frames, 2);
@@ -56,7 +56,7 @@ void SimplerRange::SetTrim(const SampleData& sample, const Controls& controls, f
     endFadeLength = fade > 0.0F ? std::min(fade, static_cast<float>(LessOrZero(frames, 1))) : 0.0F;
 }
 
-void SimplerRange::SetLoop(const Controls& controls, bool isReversed) {
+void PlayRange::SetLoop(const Controls& controls, bool isReversed) {
     const u32 whole = LessOrZero(frames, 1);
     loopStart = std::max(Share(controls.loopStart, whole), trimStart);
     loopStop = std::max(std::min(Share(controls.loopStop, whole), trimStop), minimumLength);
@@ -69,7 +69,7 @@ void SimplerRange::SetLoop(const Controls& controls, bool isReversed) {
 }
 
 /// The crossfade plays what lies before or behind the loop, which must still be within the trim.
-float SimplerRange::CrossFadeLimit(bool isReversed) const {
+float PlayRange::CrossFadeLimit(bool isReversed) const {
     const u32 before = LessOrZero(loopStart, trimStart);
     const u32 behind = LessOrZero(trimStop, loopStop);
     if (turnsRound) {
@@ -78,7 +78,7 @@ float SimplerRange::CrossFadeLimit(bool isReversed) const {
     return FloatNotAbove(isReversed ? behind : before);
 }
 
-double SimplerRange::StartPosition(float start, bool isReversed) const {
+double PlayRange::StartPosition(float start, bool isReversed) const {
     const double begin = isReversed ? trimStop : trimStart;
     const double end = isReversed ? trimStart : trimStop;
     return static_cast<double>(ClampToUnit(start)) * (end - begin) + begin;

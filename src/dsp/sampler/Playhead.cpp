@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/sampler/SimplerPlayhead.h"
+#include "dsp/sampler/Playhead.h"
 
 #include <algorithm>
 #include <cmath>
 
 namespace Velmora::dsp {
 
-void SimplerPlayhead::Reset() {
+void Playhead::Reset() {
     const double held = position;
     const bool heldDirection = isReversed;
     *this = {};
@@ -14,13 +14,13 @@ void SimplerPlayhead::Reset() {
     isReversed = heldDirection;
 }
 
-void SimplerPlayhead::Start(double startPosition, bool startsReversed) {
+void Playhead::Start(double startPosition, bool startsReversed) {
     constexpr int fractionBits = 32;
     position = std::ldexp(std::floor(std::ldexp(startPosition, fractionBits)), -fractionBits);
     isReversed = startsReversed;
 }
 
-void SimplerPlayhead::MoveOnce(double distance, const SimplerRange& range, bool repeatsOnce) {
+void Playhead::MoveOnce(double distance, const PlayRange& range, bool repeatsOnce) {
     if (!hasEnded) {
         position += isReversed ? -distance : distance;
         hasEnded = isReversed ? position <= range.trimStart : position >= range.trimStop;
@@ -33,12 +33,12 @@ void SimplerPlayhead::MoveOnce(double distance, const SimplerRange& range, bool 
     }
 }
 
-void SimplerPlayhead::EnterLoop(const SimplerRange& range) {
+void Playhead::EnterLoop(const PlayRange& range) {
     const bool leavesBehind = RisesInLoop() ? position > range.loopStop : position < range.loopStart;
     hasTurned = hasTurned && !leavesBehind;
 }
 
-void SimplerPlayhead::MoveInLoop(double distance, const SimplerRange& range) {
+void Playhead::MoveInLoop(double distance, const PlayRange& range) {
     const bool rises = RisesInLoop();
     position += rises ? distance : -distance;
     const double beyond = rises ? position - range.loopStop : range.loopStart - position;
@@ -47,7 +47,7 @@ void SimplerPlayhead::MoveInLoop(double distance, const SimplerRange& range) {
     }
 }
 
-void SimplerPlayhead::Wrap(double beyond, bool rises, const SimplerRange& range) {
+void Playhead::Wrap(double beyond, bool rises, const PlayRange& range) {
     const double length = range.loopStop - range.loopStart;
     const double period = range.turnsRound ? 2.0 * length : length;
     if (beyond >= period) {
@@ -67,6 +67,6 @@ void SimplerPlayhead::Wrap(double beyond, bool rises, const SimplerRange& range)
     hasWrapped = true;
 }
 
-void SimplerPlayhead::KeepWithin(double frames) { position = std::clamp(position, 0.0, frames); }
+void Playhead::KeepWithin(double frames) { position = std::clamp(position, 0.0, frames); }
 
 } // namespace Velmora::dsp

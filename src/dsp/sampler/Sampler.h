@@ -2,10 +2,9 @@
 #pragma once
 
 #include "dsp/framework/UnitModule.h"
-#include "dsp/sampler/SimplerFilter.h"
-#include "dsp/sampler/SimplerMixer.h"
-#include "dsp/sampler/SimplerParameters.h"
-#include "dsp/sampler/SimplerPlayer.h"
+#include "dsp/sampler/GainAndPan.h"
+#include "dsp/sampler/SamplePlayer.h"
+#include "dsp/sampler/ToneControl.h"
 #include "dsp/sampler/files/SampleData.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/vectors/AlignedBuffer.h"
@@ -17,6 +16,41 @@
 
 namespace Velmora::dsp {
 
+/// What each slot of a sampler has of its own, in the order of the parameter ids.
+enum class SlotParameter : u32 {
+    /// Semitones, -36 to 36.
+    Transpose,
+    /// Semitones, -1 to 1.
+    Fine,
+    /// Hz at which the sample was recorded, 0.01 to 20000.
+    RootNote,
+    /// Positions in the sample, 0 to 1.
+    TrimStart,
+    TrimStop,
+    LoopStart,
+    LoopStop,
+    /// Switches are on above 0.5.
+    LoopOn,
+    /// 0 forward, 1 back and forth.
+    LoopType,
+    Reverse,
+    RepeatOnce,
+    /// Decibels, -20 to 20.
+    Gain,
+    /// 0 left to 1 right.
+    Pan,
+    /// Share of the loop's length, 0 to 1.
+    CrossFade,
+    TimeStretchOn,
+    /// Speed, 0.125 to 8; 2 plays in half the time.
+    TimeStretchFactor,
+    /// Index of a length in bars: 0 is 1/32, each further one twice as long, 8 is 8 bars.
+    TimeStretchBars,
+    /// The length in bars at the host's tempo replaces the factor.
+    TimeStretchSync,
+    Count
+};
+
 /// A sampler: plays one of its loaded samples, trimmed, looped with crossfade, reversed, repeated or
 /// stretched in time, through a tone control, gain, pan and volume.
 ///
@@ -25,43 +59,45 @@ namespace Velmora::dsp {
 /// alone. Without a sample both are left alone.
 ///
 /// A reset starts the sample of "SelectedSlot" with the next block; a slot without sample plays nothing.
-template <u32 slotCount, u32 voiceCount>
-class Simpler final : public UnitModule {
-    static_assert(voiceCount == 1, "all channels of a sample share one playing voice");
-    static constexpr u32 firstSlotId = 4;
-    static constexpr u32 firstCommonId = firstSlotId + slotParameterCount * slotCount;
+class Sampler final : public UnitModule {
+    static constexpr u32 firstOfSlots = 4;
 
 public:
-    static constexpr u32 parameterCount = firstCommonId + 8;
+    static constexpr u32 slotCount = 12;
 
-    /// Start position in the trimmed part, 0 to 1.
-    static constexpr u32 start = 0;
-    /// Hz of the note, in force with "KeyTrack".
-    static constexpr u32 freq = 1;
-    /// Semitones, -12 to 12.
-    static constexpr u32 coarse = 2;
-    /// Semitones, -1 to 1.
-    static constexpr u32 fine = 3;
-    static constexpr u32 selectedSlot = firstCommonId;
-    static constexpr u32 stereo = firstCommonId + 1;
-    /// Written by the module: 1 when left and right may differ.
-    static constexpr u32 isStereo = firstCommonId + 2;
-    /// Decibels; the lower end of the range is silence.
-    static constexpr u32 mainVolume = firstCommonId + 3;
-    static constexpr u32 keyTrack = firstCommonId + 4;
-    /// 1 adds a random offset to the start position.
-    static constexpr u32 phaseRetrigMode = firstCommonId + 5;
-    /// 1 resets the module when the sample that plays is replaced.
-    static constexpr u32 resetOnReplace = firstCommonId + 6;
-    /// -1 to 1, see SimplerFilter.
-    static constexpr u32 filter = firstCommonId + 7;
+    enum Parameter : u32 {
+        /// Position in the trimmed part, 0 to 1.
+        Start,
+        /// Hz of the note, in force with "KeyTrack".
+        Freq,
+        /// Semitones, -12 to 12.
+        Coarse,
+        /// Semitones, -1 to 1.
+        Fine,
+        /// Behind each slot parameter for all slots.
+        SelectedSlot = firstOfSlots + static_cast<u32>(SlotParameter::Count) * slotCount,
+        Stereo,
+        /// Written by the module: 1 when left and right may differ.
+        IsStereo,
+        /// Decibels; the lower end of the range is silence.
+        MainVolume,
+        KeyTrack,
+        /// 1 adds a random offset to the start position.
+        PhaseRetrigMode,
+        /// 1 resets the module when the sample that plays is replaced.
+        ResetOnReplace,
+        /// -1 to 1, see ToneControl.
+        Filter,
+        ParameterCount
+    };
+    static constexpr u32 parameterCount = ParameterCount;
 
     /// The id of a slot's own parameter; slot counts from 0.
     static constexpr u32 SlotId(SlotParameter key, u32 slot) {
-        return firstSlotId + static_cast<u32>(key) * slotCount + slot;
+        return firstOfSlots + static_cast<u32>(key) * slotCount + slot;
     }
 
-    explicit Simpler(std::string moduleName = "Sampler");
+    explicit Sampler(std::string moduleName = "Sampler");
 
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     /// Hard or not: sound and flags are cleared, the samples stay.
@@ -71,9 +107,7 @@ public:
 
     /// Publishes a sample in a slot, on the thread that runs the blocks. Taking away the sample that plays by
     /// a null stops playback. The one that it replaces must be held elsewhere, or it is freed here.
-    virtual void SetSample(std::shared_ptr<const SampleData> sample, u32 index);
-    /// The value of one channel between two frames; 0 for a channel that the sample does not have.
-    virtual float ReadSample(const float* channelData, double position);
+    void SetSample(std::shared_ptr<const SampleData> sample, u32 index);
 
     bool HasSample(u32 index) const { return index < slotCount && samples[index] != nullptr; }
     /// The slot that plays, -1 for none.
@@ -97,7 +131,7 @@ private:
     bool SlotSwitch(SlotParameter key) { return SlotValue(key) > 0.5F; }
 
     void Prepare(const ProcessContext& context);
-    SimplerPlayer::Settings ReadSettings();
+    SamplePlayer::Settings ReadSettings();
     void FollowChanges();
     void UpdateStretch();
     double SyncedFactor();
@@ -114,10 +148,10 @@ private:
     u32 randomState;
     i32 current = -1;
     std::array<std::shared_ptr<const SampleData>, slotCount> samples;
-    SimplerPlayer player;
-    SimplerFilter toneControl;
+    SamplePlayer player;
+    ToneControl toneControl;
     SmootherLPF tone{0.004};
-    SimplerMixer mixer;
+    GainAndPan levels;
     BlockPool buffers;
 };
 

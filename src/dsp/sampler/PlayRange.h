@@ -8,7 +8,7 @@ namespace Velmora::dsp {
 
 /// The part of a sample that is played, in frames, derived from controls in 0..1. Whatever the controls,
 /// playing between its points reads frames 0 to Frames() + 2 at most, which the sample's guard covers.
-struct SimplerRange {
+struct PlayRange {
     struct Controls {
         float trimStart = 0.0F;
         float trimStop = 1.0F;

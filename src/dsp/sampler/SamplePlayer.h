@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/sampler/ChannelReader.h"
+#include "dsp/sampler/PlayRange.h"
+#include "dsp/sampler/Playhead.h"
 #include "dsp/sampler/SampleStretcher.h"
-#include "dsp/sampler/SimplerPlayhead.h"
-#include "dsp/sampler/SimplerRange.h"
-#include "dsp/sampler/SimplerReader.h"
 #include "dsp/sampler/files/SampleData.h"
 #include "support/platform/Types.h"
 
@@ -14,10 +14,10 @@ namespace Velmora::dsp {
 
 /// Plays one sample at a given speed, without filter and gains. Each channel has its own position, which runs
 /// ahead while it is stretched; the timeline tells what is heard.
-class SimplerPlayer {
+class SamplePlayer {
 public:
     struct Settings {
-        SimplerRange::Controls controls;
+        PlayRange::Controls controls;
         bool isReversed = false;
         bool isLooped = false;
         /// The loop runs back and forth.
@@ -63,10 +63,10 @@ private:
     const SampleData* sample = nullptr;
     u32 channelCount = 0;
     Settings settings;
-    SimplerRange range;
-    std::array<SimplerPlayhead, mostChannels> heads;
+    PlayRange range;
+    std::array<Playhead, mostChannels> heads;
     std::array<SampleStretcher, mostChannels> stretchers;
-    SimplerPlayhead timeline;
+    Playhead timeline;
     bool isLooping = false;
     bool isStopPending = false;
     bool isFinished = false;

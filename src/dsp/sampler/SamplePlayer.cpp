@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/sampler/SimplerPlayer.h"
+#include "dsp/sampler/SamplePlayer.h"
 
 #include <algorithm>
 
 namespace Velmora::dsp {
 
-void SimplerPlayer::Initialize(float rate) {
+void SamplePlayer::Initialize(float rate) {
     sampleRate = rate;
     for (SampleStretcher& stretcher : stretchers) {
         stretcher.Make(rate);
     }
 }
 
-void SimplerPlayer::Reset() {
-    for (SimplerPlayhead& head : heads) {
+void SamplePlayer::Reset() {
+    for (Playhead& head : heads) {
         head.Reset();
     }
     timeline.Reset();
@@ -24,40 +24,40 @@ void SimplerPlayer::Reset() {
     isFinished = false;
 }
 
-void SimplerPlayer::Start(const SampleData& newSample, const Settings& newSettings, float start) {
+void SamplePlayer::Start(const SampleData& newSample, const Settings& newSettings, float start) {
     settings = newSettings;
     range.turnsRound = settings.turnsRound;
-    for (SimplerPlayhead& head : heads) {
+    for (Playhead& head : heads) {
         head.Start(0.0, settings.isReversed);
     }
     SetRange(newSample);
     const double position = range.StartPosition(start, settings.isReversed);
-    for (SimplerPlayhead& head : heads) {
+    for (Playhead& head : heads) {
         head.Start(position, settings.isReversed);
     }
     timeline.Start(position, settings.isReversed);
     isLooping = settings.isLooped && IsBeforeLoopEnd(position);
 }
 
-void SimplerPlayer::Replace(const SampleData& newSample) {
+void SamplePlayer::Replace(const SampleData& newSample) {
     if (channelCount == 1) {
         heads[1] = heads[0];
     }
     SetRange(newSample);
 }
 
-void SimplerPlayer::SetRange(const SampleData& newSample) {
+void SamplePlayer::SetRange(const SampleData& newSample) {
     sample = &newSample;
     channelCount = static_cast<u32>(newSample.ChannelCount());
     range.SetTrim(newSample, settings.controls, sampleRate);
     range.SetLoop(settings.controls, heads[0].IsReversed());
 }
 
-bool SimplerPlayer::IsBeforeLoopEnd(double position) const {
+bool SamplePlayer::IsBeforeLoopEnd(double position) const {
     return heads[0].IsReversed() ? position >= range.loopStart : position <= range.loopStop;
 }
 
-void SimplerPlayer::SwitchLoop(bool on) {
+void SamplePlayer::SwitchLoop(bool on) {
     if (!isLooping) {
         isLooping = on && IsBeforeLoopEnd(heads[0].Position());
         if (isLooping) {
@@ -71,14 +71,14 @@ void SimplerPlayer::SwitchLoop(bool on) {
 }
 
 /// A loop that was left on its way back has kept its direction.
-void SimplerPlayer::EnterLoop() {
-    for (SimplerPlayhead& head : heads) {
+void SamplePlayer::EnterLoop() {
+    for (Playhead& head : heads) {
         head.EnterLoop(range);
     }
     timeline.EnterLoop(range);
 }
 
-void SimplerPlayer::SetStretch(bool on, double factor) {
+void SamplePlayer::SetStretch(bool on, double factor) {
     isStretched = on;
     stretchFactor = factor;
     for (SampleStretcher& stretcher : stretchers) {
@@ -86,7 +86,7 @@ void SimplerPlayer::SetStretch(bool on, double factor) {
     }
 }
 
-void SimplerPlayer::Render(float step, float* left, float* right, u32 frames) {
+void SamplePlayer::Render(float step, float* left, float* right, u32 frames) {
     const double perFrame = static_cast<double>(step) * stretchFactor;
     const double ahead = DistanceToEnd();
     MoveTimeline(perFrame * frames);
@@ -103,13 +103,13 @@ void SimplerPlayer::Render(float step, float* left, float* right, u32 frames) {
     }
 }
 
-double SimplerPlayer::DistanceToEnd() const {
+double SamplePlayer::DistanceToEnd() const {
     return timeline.IsReversed() ? timeline.Position() - range.trimStart
                                  : range.trimStop - timeline.Position();
 }
 
 /// The stretcher lags: the fade before the sample's end is still in it when playing ends.
-void SimplerPlayer::FadeEnd(double distance, double perFrame, float* left, float* right, u32 frames) const {
+void SamplePlayer::FadeEnd(double distance, double perFrame, float* left, float* right, u32 frames) const {
     const double length = static_cast<double>(range.endFadeLength);
     if (distance - perFrame * frames >= length) {
         return;
@@ -121,7 +121,7 @@ void SimplerPlayer::FadeEnd(double distance, double perFrame, float* left, float
     }
 }
 
-void SimplerPlayer::MoveTimeline(double distance) {
+void SamplePlayer::MoveTimeline(double distance) {
     if (isLooping) {
         timeline.MoveInLoop(distance, range);
         return;
@@ -130,9 +130,9 @@ void SimplerPlayer::MoveTimeline(double distance) {
     isFinished = isFinished || timeline.HasEnded();
 }
 
-void SimplerPlayer::RenderChannel(u32 channel, float step, float* out, u32 frames) {
-    const SimplerReader reader(sample->Channel(channel), range, step);
-    SimplerPlayhead& head = heads[channel];
+void SamplePlayer::RenderChannel(u32 channel, float step, float* out, u32 frames) {
+    const ChannelReader reader(sample->Channel(channel), range, step);
+    Playhead& head = heads[channel];
     const auto read = [&](float* to, u32 count) {
         if (isLooping) {
             reader.ReadLoop(head, to, count);
@@ -148,13 +148,13 @@ void SimplerPlayer::RenderChannel(u32 channel, float step, float* out, u32 frame
 }
 
 /// New loop points act once all channels have left the old ones behind.
-void SimplerPlayer::FollowWrap() {
+void SamplePlayer::FollowWrap() {
     const auto playing = heads.begin() + channelCount;
-    if (!std::all_of(heads.begin(), playing, [](const SimplerPlayhead& head) { return head.HasWrapped(); })) {
+    if (!std::all_of(heads.begin(), playing, [](const Playhead& head) { return head.HasWrapped(); })) {
         return;
     }
     range.SetLoop(settings.controls, heads[0].IsReversed());
-    std::for_each(heads.begin(), playing, [](SimplerPlayhead& head) { head.ClearWrapped(); });
+    std::for_each(heads.begin(), playing, [](Playhead& head) { head.ClearWrapped(); });
     if (range.turnsRound && isStopPending) {
         isLooping = false;
         isStopPending = false;

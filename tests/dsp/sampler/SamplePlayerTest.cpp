@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/sampler/SimplerPlayer.h"
+#include "dsp/sampler/SamplePlayer.h"
 
 #include "rigs/ModuleRig.h"
 
@@ -28,7 +28,7 @@ Signal Ramp(std::size_t frames) {
 /// One channel as it is meant to be played, frame by frame with all decisions in each.
 struct Model {
     const float* data;
-    const SimplerRange& range;
+    const PlayRange& range;
     double step;
     double position;
     bool reverse;
@@ -104,8 +104,8 @@ struct Play {
     float loopStop = 0.7F;
 };
 
-SimplerPlayer::Settings Looped(const Play& play) {
-    SimplerPlayer::Settings settings;
+SamplePlayer::Settings Looped(const Play& play) {
+    SamplePlayer::Settings settings;
     settings.controls = {0.1F, 0.95F, 0.35F, play.loopStop, play.crossFade};
     settings.isReversed = play.isReversed;
     settings.isLooped = true;
@@ -113,15 +113,15 @@ SimplerPlayer::Settings Looped(const Play& play) {
     return settings;
 }
 
-struct Started : SimplerPlayer {
+struct Started : SamplePlayer {
     Started(const SampleData& played, const Settings& use, float at = 0.0F) {
         Initialize(rate);
         Start(played, use, at);
     }
 };
 
-SimplerRange RangeOf(const SampleData& sample, const SimplerPlayer::Settings& settings) {
-    SimplerRange range;
+PlayRange RangeOf(const SampleData& sample, const SamplePlayer::Settings& settings) {
+    PlayRange range;
     range.turnsRound = settings.turnsRound;
     range.SetTrim(sample, settings.controls, rate);
     range.SetLoop(settings.controls, settings.isReversed);
@@ -146,7 +146,7 @@ std::string Text(const Play& play) {
 
 } // namespace
 
-TEST(SimplerPlayerTest, StaysInStepWithAModelForMinutes) {
+TEST(SamplePlayerTest, StaysInStepWithAModelForMinutes) {
     // Three minutes at 44100 Hz; noise shows the least difference in position.
     constexpr u32 blockSize = 44;
     const SampleData sample = Stereo(Noise(3001, 1.0F, 1), Noise(3001, 1.0F, 2));
@@ -157,7 +157,7 @@ TEST(SimplerPlayerTest, StaysInStepWithAModelForMinutes) {
     plays.insert(plays.end(), leaps.begin(), leaps.end());
     for (const Play& play : plays) {
         Started player(sample, Looped(play), 0.1F);
-        const SimplerRange range = RangeOf(sample, Looped(play));
+        const PlayRange range = RangeOf(sample, Looped(play));
         const double start = range.StartPosition(0.1F, play.isReversed);
         Model models[] = {{sample.Channel(0), range, play.step, start, play.isReversed},
                           {sample.Channel(1), range, play.step, start, play.isReversed}};
@@ -176,15 +176,15 @@ TEST(SimplerPlayerTest, StaysInStepWithAModelForMinutes) {
     }
 }
 
-TEST(SimplerPlayerTest, PlaysOnceOrTwiceAndFadesOut) {
+TEST(SamplePlayerTest, PlaysOnceOrTwiceAndFadesOut) {
     const SampleData sample = Stereo(Noise(900, 1.0F, 2), Noise(900, 1.0F, 3));
     for (const Play& play : AllWays({0.0F}, 0.73F)) {
         for (const bool repeats : {false, true}) {
-            SimplerPlayer::Settings settings = Looped(play);
+            SamplePlayer::Settings settings = Looped(play);
             settings.isLooped = false;
             settings.repeatsOnce = repeats;
             Started player(sample, settings);
-            const SimplerRange range = RangeOf(sample, settings);
+            const PlayRange range = RangeOf(sample, settings);
             Model model{sample.Channel(1),
                         range,
                         static_cast<double>(play.step),
@@ -207,7 +207,7 @@ TEST(SimplerPlayerTest, PlaysOnceOrTwiceAndFadesOut) {
     }
 }
 
-TEST(SimplerPlayerTest, LoopsWithoutAClick) {
+TEST(SamplePlayerTest, LoopsWithoutAClick) {
     constexpr double radians = 0.05;
     Signal sine(5000);
     for (std::size_t n = 0; n < sine.size(); ++n) {
@@ -215,7 +215,7 @@ TEST(SimplerPlayerTest, LoopsWithoutAClick) {
     }
     const SampleData sample = Stereo(sine, sine);
     for (const Play& play : AllWays({0.0F, 0.5F}, 1.1F)) {
-        SimplerPlayer player;
+        SamplePlayer player;
         player.Initialize(rate);
         player.Start(sample, Looped(play), 0.0F);
         Signal out(40000);
@@ -231,10 +231,10 @@ TEST(SimplerPlayerTest, LoopsWithoutAClick) {
     }
 }
 
-TEST(SimplerPlayerTest, NewLoopPointsActAtTheWrapAndTheLoopIsLeftInItsOwnWay) {
+TEST(SamplePlayerTest, NewLoopPointsActAtTheWrapAndTheLoopIsLeftInItsOwnWay) {
     const SampleData sample = Stereo(Ramp(1001), Ramp(1001));
     for (const bool turnsRound : {false, true}) {
-        SimplerPlayer::Settings settings = Looped({turnsRound, false, 0.0F, 1.0F});
+        SamplePlayer::Settings settings = Looped({turnsRound, false, 0.0F, 1.0F});
         Started player(sample, settings);
         const auto highestIn = [&player](u32 frames) {
             Signal out(frames);
@@ -259,7 +259,7 @@ TEST(SimplerPlayerTest, NewLoopPointsActAtTheWrapAndTheLoopIsLeftInItsOwnWay) {
     }
     // Left on its way back, moved ahead, and switched on again before the playhead is there.
     for (const bool isReversed : {false, true}) {
-        SimplerPlayer::Settings settings = Looped({true, isReversed, 0.0F, 1.0F});
+        SamplePlayer::Settings settings = Looped({true, isReversed, 0.0F, 1.0F});
         Started player(sample, settings);
         Signal out(760);
         Signal other(out.size());
@@ -280,10 +280,10 @@ TEST(SimplerPlayerTest, NewLoopPointsActAtTheWrapAndTheLoopIsLeftInItsOwnWay) {
     EXPECT_TRUE(player.IsFinished()) << "a start behind the loop plays once";
 }
 
-TEST(SimplerPlayerTest, PointsKeepTheirOrderAndDistance) {
+TEST(SamplePlayerTest, PointsKeepTheirOrderAndDistance) {
     const SampleData sample = Stereo(Signal(10002), Signal(10002), 44100.0F);
     struct Case {
-        SimplerRange::Controls controls;
+        PlayRange::Controls controls;
         bool turnsRound, isReversed;
         u32 trimStart, trimStop, loopStart, loopStop;
         float crossFade;
@@ -295,9 +295,9 @@ TEST(SimplerPlayerTest, PointsKeepTheirOrderAndDistance) {
                           Case{{0.1F, 0.9F, 0.2F, 0.7F, 0.5F}, true, true, 1000, 9000, 2000, 7000, 1000.0F},
                           Case{{0.5F, 0.4F, 0.6F, 0.3F, 1.0F}, false, false, 5000, 5044, 2956, 3000, 0.0F},
                           Case{{1.0F, 0.0F, 0.0F, 0.0F, 0.0F}, false, false, 9958, 10002, 0, 44, 0.0F}}) {
-        SimplerPlayer::Settings settings = Looped({c.turnsRound, c.isReversed, 0.0F, 1.0F});
+        SamplePlayer::Settings settings = Looped({c.turnsRound, c.isReversed, 0.0F, 1.0F});
         settings.controls = c.controls;
-        const SimplerRange range = RangeOf(sample, settings);
+        const PlayRange range = RangeOf(sample, settings);
         EXPECT_NEAR(range.trimStart, c.trimStart, 1);
         EXPECT_NEAR(range.trimStop, c.trimStop, 1);
         EXPECT_NEAR(range.loopStart, c.loopStart, 1);
@@ -306,7 +306,7 @@ TEST(SimplerPlayerTest, PointsKeepTheirOrderAndDistance) {
     }
 }
 
-TEST(SimplerPlayerTest, NeverLeavesTheSampleWhateverTheControls) {
+TEST(SamplePlayerTest, NeverLeavesTheSampleWhateverTheControls) {
     std::mt19937 random(4);
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();
     const float odd[] = {0.0F, 1.0F, 0.5F, 1e-7F, 0.9999F, -3.0F, 1e30F, nan};
@@ -316,7 +316,7 @@ TEST(SimplerPlayerTest, NeverLeavesTheSampleWhateverTheControls) {
     const auto toss = [&] { return random() % 2 == 0; };
     Signal left(512);
     Signal right(512);
-    SimplerPlayer player;
+    SamplePlayer player;
     player.Initialize(44100.0F);
     for (int round = 0; round < 3000; ++round) {
         // Memory checkers see a step beside the data; the ones tell the rest.
@@ -326,7 +326,7 @@ TEST(SimplerPlayerTest, NeverLeavesTheSampleWhateverTheControls) {
         const SampleData other = Stereo(Signal(1 + frames / 3, 1.0F), Signal(1 + frames / 3, 1.0F));
         player.Reset();
         const auto settings = [&] {
-            return SimplerPlayer::Settings{
+            return SamplePlayer::Settings{
                 {any(), any(), any(), any(), any()}, toss(), toss(), toss(), toss()};
         };
         player.Start(sample, settings(), any());
