@@ -1,167 +1,305 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Samples and keys, then the external input and the tone stages.
-#include "vocoder/modulator/ModulatorRig.h"
+#include "vocoder/modulator/VocoderModulator.h"
 
-#include <algorithm>
-#include <cmath>
-#include <numbers>
+#include "rigs/StageRig.h"
+#include "rigs/TestFiles.h"
+
+#include <bitset>
+#include <chrono>
+#include <limits>
+#include <map>
+#include <thread>
 
 namespace {
 
 using namespace orphia::test;
+using Velmora::u8;
+namespace dsp = Velmora::dsp;
+namespace Test = Velmora::Test;
+using Velmora::Processor::VocoderModulator;
 
+constexpr float rate = 44100.0F;
+constexpr u32 blockSize = 44;
 constexpr u32 octave = 36;
-constexpr u32 keyOutside = 72;
+constexpr double slopeAtFullLevel = 2.0 * std::numbers::pi / blockSize;
 
-TEST(VocoderModulator, KeysOfTheOctaveSelectTheirSlotAndOthersRepeatIt) {
-    ModulatorRig rig;
-    rig.LoadLevels({2, 7});
-    EXPECT_EQ(rig.PlayAndHear(keyOutside), 2) << "the first valid slot";
-    rig.Release(keyOutside);
-    EXPECT_EQ(rig.PlayAndHear(octave + 7), 7);
-    EXPECT_EQ(rig.Get("CurrentSlot"), 7.0F);
-    rig.Release(octave + 7);
-    rig.Run(40);
-    EXPECT_EQ(rig.SoundingSlot(), -1) << "released";
-    EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F);
-    EXPECT_EQ(rig.PlayAndHear(keyOutside), 7);
-    rig.Release(keyOutside);
-    rig.Run(40);
-    EXPECT_EQ(rig.PlayAndHear(octave + 3), -1) << "an empty slot";
-    rig.Release(octave + 3);
-    rig.Set("KeyboardSampleOctave", 5.0F);
-    EXPECT_EQ(rig.PlayAndHear(60 + 2), 2);
+/// A modulator whose slot n plays sample n at unity gain, with a voice manager's table of held notes.
+struct Rig {
+    TemporaryFolder folder;
+    std::array<u8, 128> held{};
+    std::unique_ptr<VocoderModulator> modulator = std::make_unique<VocoderModulator>();
+    std::vector<Signal> out;
+
+    Rig() {
+        for (u32 n = 1; n <= 12; ++n) {
+            Set("Sampler_Sample" + std::to_string(n) + "_Gain", 0.0F);
+            Set("Sampler_Sample" + std::to_string(n) + "_TimeStretchFactor", 1.0F);
+            Set("Slot" + std::to_string(n) + "_Sample", static_cast<float>(n - 1));
+        }
+        Set("ADSR_Release", 0.01F);
+        modulator->SetHeldNotes(held);
+        modulator->SeedRandom(3);
+        modulator->Initialize(rate, blockSize);
+        Run(1);
+    }
+    u32 Id(const std::string& name) {
+        static const auto ids = [this] {
+            std::map<std::string, u32> all;
+            for (u32 id = 0; id < VocoderModulator::parameterCount; ++id) {
+                all[NameOf(*modulator, id)] = id;
+            }
+            return all;
+        }();
+        return ids.at("Modulator_" + name);
+    }
+    void Set(const std::string& name, float value) { modulator->SetParameterValue(Id(name), value); }
+    float Get(const std::string& name) { return modulator->FindParameter(Id(name))->GetValue(); }
+    bool IsPlaying() { return Get("IsPlayingSample") == 1.0F; }
+
+    /// Runs blocks without input and returns the left channel.
+    Signal Run(u32 blocks) {
+        const Signal clock(static_cast<std::size_t>(blocks) * blockSize);
+        out = Render(*modulator, {}, 3, BlockSplit::Of(blockSize), {&clock});
+        return out[0];
+    }
+    Signal Hear(const std::vector<const Signal*>& inputs,
+                const BlockSplit& split = BlockSplit::Of(blockSize)) {
+        out = Render(*modulator, inputs, 3, split);
+        return out[0];
+    }
+    void Wait() {
+        for (int patience = 0; patience < 2000 && modulator->IsLoading(); ++patience) {
+            Run(1);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        Run(1); // the block that takes the last result
+    }
+    /// Fills the slots given with sines of one block's period and level 0.01 * (slot + 1).
+    void Load(std::initializer_list<u32> slots, double seconds = 1.0) {
+        for (const u32 slot : slots) {
+            const auto path = folder / std::to_string(slot);
+            WriteSound(path, Sine(rate / blockSize, seconds, 44100, 1, 0.01 * (slot + 1)));
+            ASSERT_TRUE(modulator->SetPath(slot, path.string()));
+        }
+        Wait();
+    }
+    /// The slot whose sample sounds in the last block, -1 for silence.
+    int SoundingSlot() const {
+        return static_cast<int>(std::lround(Peak(out[0], out[0].size() - blockSize) * 100.0F)) - 1;
+    }
+    void Press(u32 note) {
+        held[note] = 1;
+        modulator->NoteOn(note);
+    }
+    void Release(u32 note) {
+        held[note] = 0;
+        modulator->NoteOff(note);
+    }
+    /// Long enough for a fade and the attack that follows.
+    int PlayAndHear(u32 note) {
+        Press(note);
+        Run(20);
+        return SoundingSlot();
+    }
+};
+
+/// Which slot a note plays, as the modes are meant.
+struct Policy {
+    std::array<u32, 12> samples{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+    std::bitset<12> loaded;
+    std::bitset<128> held;
+    u32 firstKey = octave;
+    bool cycles = false, legato = false, movesDown = false;
+    u32 direction = 0, locked = 12, current = 0, next = 0, framesSince = 0, heldOutside = 0;
+    int sounding = -1;
+    bool isRandom = false; // the next slot is any valid one
+
+    bool Valid(u32 slot) const { return slot < 12 && loaded[samples[slot]]; }
+    /// The first valid slot on the way from one to the one before another.
+    u32 Search(int from, int to, int way) const {
+        while (from != to && !Valid(static_cast<u32>(from))) {
+            from += way;
+        }
+        return from != to ? static_cast<u32>(from) : 12;
+    }
+    void Choose(bool restart) {
+        const int at = static_cast<int>(next);
+        u32 found = 12;
+        if (direction == 0) {
+            const int start = restart || at == 11 ? 0 : at + 1;
+            found = std::min(Search(start, 12, 1), Search(0, 12, 1) + (Search(start, 12, 1) < 12 ? 12 : 0));
+        } else if (direction == 1) {
+            found = Search(restart || at == 0 ? 11 : at - 1, -1, -1);
+            found = found < 12 ? found : Search(11, -1, -1);
+        } else if (direction == 2) {
+            found = movesDown ? Search(at - 1, -1, -1) : Search(restart ? 0 : at + 1, 12, 1);
+            if (found == 12) {
+                const u32 turned =
+                    movesDown ? Search(at < 11 ? at + 1 : 0, 12, 1) : Search(std::max(at, 1) - 1, -1, -1);
+                movesDown = !movesDown && turned < 12;
+                found = turned < 12 ? turned : next;
+            }
+        } else {
+            isRandom = true;
+            return;
+        }
+        next = found;
+    }
+    void Trigger() { sounding = Valid(current) ? static_cast<int>(samples[current]) : sounding; }
+    void On(u32 note) {
+        held.set(note);
+        const bool selects = note >= firstKey && note < firstKey + 12;
+        heldOutside += selects ? 0 : 1;
+        const bool isChord = framesSince < 1323; // 30 ms
+        framesSince = 0;
+        const bool isTied = legato && held.count() != 1;
+        if (cycles && !isTied && !(isChord && held.count() > 1)) {
+            const auto place = std::find(samples.begin(), samples.end(), locked);
+            current = locked == 12             ? next
+                      : place != samples.end() ? static_cast<u32>(place - samples.begin())
+                                               : current;
+            if (locked == 12) {
+                Choose(false);
+            }
+            Trigger();
+        } else if (!cycles && selects) {
+            current = Valid(note - firstKey) ? note - firstKey : current;
+            sounding = Valid(note - firstKey) ? static_cast<int>(samples[current]) : sounding;
+        } else if (!cycles && !isTied && !(isChord && heldOutside > 1)) {
+            current = Valid(current) ? current : Search(0, 12, 1);
+            Trigger();
+        }
+    }
+    void Off(u32 note) {
+        held.reset(note);
+        heldOutside -= heldOutside > 0 && (note < firstKey || note >= firstKey + 12) ? 1 : 0;
+        if (held.none()) {
+            heldOutside = 0;
+            sounding = -1;
+        }
+    }
+};
+
+TEST(VocoderModulator, ARandomPlayerHearsTheSlotsThatThePolicyOfModesAndKeysTells) {
+    Rig rig;
+    Policy policy;
+    std::mt19937 random(9);
+    const auto below = [&random](u32 count) { return static_cast<u32>(random() % count); };
+    rig.Load({1, 4, 6, 10});
+    policy.loaded = 0b0100'0101'0010;
+    for (u32 n = 1; n <= 12; ++n) {
+        rig.Set("Sample" + std::to_string(n) + "_LoopOn", 1.0F);
+    }
+    const u32 loaded[] = {1, 4, 6, 10, 12, 12, 12};
+    for (u32 step = 0; step < 6000; ++step) {
+        const u32 note = 30 + below(8) + 3 * below(6);
+        const u32 act = below(40);
+        if (act < 30) {
+            if (policy.held[note] || policy.held.count() > 3) {
+                for (u32 key = 0; key < 128; ++key) {
+                    if (policy.held[key] && (key == note || below(2) == 0)) {
+                        policy.Off(key);
+                        rig.Release(key);
+                    }
+                }
+            } else {
+                policy.On(note);
+                rig.Press(note);
+            }
+        } else if (act == 30) {
+            policy.legato = below(2) == 0;
+            rig.Set("Legato", policy.legato ? 1.0F : 0.0F);
+        } else if (act == 31) {
+            const u32 before = std::exchange(policy.direction, below(4));
+            policy.movesDown = policy.movesDown && policy.direction == before;
+            rig.Set("CycleDirection", static_cast<float>(policy.direction));
+            rig.Set("CycleReset", rig.Get("CycleReset") == 0.0F ? 1.0F : 0.0F);
+            policy.Choose(true);
+        } else if (act == 32) {
+            policy.locked = loaded[below(7)];
+            rig.Set("CycleLockedSample", static_cast<float>(policy.locked));
+        } else if (act == 33 && policy.held.none()) {
+            policy.cycles = !policy.cycles;
+            rig.Set("SamplerPlayMode", policy.cycles ? 1.0F : 0.0F);
+            policy.Choose(true);
+            policy.movesDown = false;
+        } else if (act == 34 && policy.held.none()) {
+            const u32 slot = below(12);
+            policy.samples[slot] = below(2) == 0 ? loaded[below(4)] : below(12);
+            rig.Set("Slot" + std::to_string(slot + 1) + "_Sample", static_cast<float>(policy.samples[slot]));
+        } else if (act == 35 && policy.held.none()) {
+            const u32 place = below(3);
+            policy.firstKey = 24 + 12 * place;
+            rig.Set("KeyboardSampleOctave", 2.0F + static_cast<float>(place));
+        }
+        const u32 blocks = below(4) == 0 ? 40 : below(3) + (act < 30 ? 0 : 1);
+        rig.Run(blocks);
+        policy.framesSince += blocks * blockSize;
+        if (std::exchange(policy.isRandom, false)) {
+            policy.next = static_cast<u32>(rig.Get("CycleNextPlayingSlot"));
+            ASSERT_TRUE(policy.Valid(policy.next)) << step;
+        }
+        ASSERT_EQ(rig.Get("CycleNextPlayingSlot"), policy.next) << step << ", direction " << policy.direction;
+        ASSERT_EQ(rig.Get("CurrentSlot"), policy.current) << step << ", " << policy.cycles;
+        ASSERT_EQ(rig.modulator->HeldKeyCount(), policy.heldOutside) << step;
+        if (blocks == 40) {
+            ASSERT_EQ(rig.SoundingSlot(), policy.sounding) << step << ", " << policy.cycles;
+        }
+    }
 }
 
-TEST(VocoderModulator, EachKeyMovesTheCycleOnAndAChordOrAHeldKeyWithLegatoDoesNot) {
-    ModulatorRig rig;
-    rig.LoadLevels({1, 4, 6});
-    rig.Set("SamplerPlayMode", 1.0F);
-    rig.Run(1);
-    const auto tap = [&rig](u32 note) {
-        const int heard = rig.PlayAndHear(note);
-        rig.Release(note);
-        rig.Run(40);
-        return heard;
-    };
-    EXPECT_EQ(tap(60), 1);
-    EXPECT_EQ(tap(octave), 4) << "in this mode the octave is as any other";
-    rig.Press(60);
-    rig.Press(64); // within 30 ms: the same chord
-    rig.Run(20);
-    EXPECT_EQ(rig.SoundingSlot(), 6);
-    rig.Run(40);
-    rig.Press(67); // later: a note of its own
-    rig.Run(20);
-    EXPECT_EQ(rig.SoundingSlot(), 1);
-    rig.Set("Legato", 1.0F);
-    rig.Run(40);
-    rig.Press(69);
-    rig.Run(20);
-    EXPECT_EQ(rig.SoundingSlot(), 1) << "legato: other keys are held";
-    for (const u32 note : {60U, 64U, 67U, 69U}) {
-        rig.Release(note);
+float Steepest(const Signal& signal, std::size_t from = 1) {
+    float step = 0.0F;
+    for (std::size_t n = from; n < signal.size(); ++n) {
+        step = std::max(step, std::abs(signal[n] - signal[n - 1]));
     }
-    rig.Run(40);
-    EXPECT_EQ(tap(60), 4);
-    rig.Set("CycleLockedSample", 1.0F);
-    rig.Run(1);
-    EXPECT_EQ(tap(60), 1);
-    EXPECT_EQ(tap(60), 1);
-    rig.Set("CycleLockedSample", 12.0F);
-    rig.Run(1);
-    EXPECT_EQ(tap(60), 6) << "the lock has not moved the cycle";
-    rig.Set("CycleReset", 1.0F);
-    rig.Run(1);
-    EXPECT_EQ(tap(60), 1);
-    rig.Set("CycleNextSlotFromGUI", 6.0F);
-    rig.Set("SlotGUITrigger", 1.0F);
-    rig.Run(1);
-    EXPECT_EQ(rig.Get("SlotGUITrigger"), 0.0F);
-    EXPECT_EQ(tap(60), 6);
+    return step;
 }
 
 TEST(VocoderModulator, ANewKeyFadesTheOldSampleWithin6MsAndNeverClicks) {
-    ModulatorRig rig;
-    rig.LoadLevels({0, 11});
+    Rig rig;
+    rig.Load({0, 11}, 0.06);
     rig.PlayAndHear(octave);
     rig.Press(octave + 11);
-    const auto played = rig.Run(30);
-    EXPECT_NEAR(Peak({played.begin(), played.begin() + 44}), 0.01F, 1e-3F);
-    EXPECT_NEAR(Peak(played, played.size() - 44), 0.12F, 1e-3F);
+    const Signal played = rig.Run(30);
+    EXPECT_NEAR(Peak(played, played.size() - blockSize), 0.12F, 1e-3F);
     const auto silence = std::search_n(played.begin(), played.end(), 20, 1e-7F,
                                        [](float x, float limit) { return std::abs(x) < limit; });
-    EXPECT_NEAR(static_cast<double>(silence - played.begin()), 0.006 * ModulatorRig::rate, 3.0);
-    const double slope = 0.12 * 2.0 * std::numbers::pi / ModulatorRig::blockSize;
-    for (std::size_t n = 1; n < played.size(); ++n) {
-        // The attack of 2 ms adds its own.
-        ASSERT_LT(std::abs(played[n] - played[n - 1]), slope + 0.12 / 80.0) << n;
-    }
+    EXPECT_NEAR(static_cast<double>(silence - played.begin()), 0.006 * rate, 3.0);
+    EXPECT_LT(Steepest(played), 0.12 * slopeAtFullLevel + 0.12 / 80.0) << "the attack of 2 ms adds its own";
+    rig.Run(21); // 2 ms before its end
+    ASSERT_TRUE(rig.IsPlaying());
+    EXPECT_EQ(rig.PlayAndHear(octave), 0) << "also when the old sample ends during the fade";
 }
 
-TEST(VocoderModulator, ALoopRunsWhileAKeyIsHeldAndOutToItsEndAfterwards) {
-    ModulatorRig rig;
-    rig.LoadLevels({0}, 0.05);
-    rig.Set("Sample1_LoopOn", 1.0F);
-    rig.Set("ADSR_Release", 20.0F); // so that the sample ends before the envelope
-    rig.Run(1);
-    for (int round = 0; round < 2; ++round) {
-        rig.Press(octave);
-        rig.Run(1000);
-        EXPECT_EQ(rig.Get("IsPlayingSample"), 1.0F) << round;
-        EXPECT_EQ(rig.SoundingSlot(), 0) << round;
-        rig.Release(octave);
-        rig.Run(60);
-        EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F) << round;
-        EXPECT_EQ(rig.Get("Sampler_PlayheadPosition"), 0.0F) << round;
-    }
-}
-
-TEST(VocoderModulator, ATapShorterThanABlockOrAFadeIsHeardAndReleased) {
-    ModulatorRig rig;
-    rig.LoadLevels({0}, 0.04);
-    rig.Set("Sample1_LoopOn", 1.0F);
-    rig.Set("ADSR_Release", 20.0F); // the loop must end, not only the envelope
-    rig.Run(1);
-    for (const bool isRetrigger : {false, true}) {
-        SCOPED_TRACE(isRetrigger);
-        if (isRetrigger) {
-            rig.PlayAndHear(octave);
+TEST(VocoderModulator, ALoopRunsWhileAKeyIsHeldAndOutToItsEndAfterwardsThoughTheKeyWasShort) {
+    for (const u32 blocksHeld : {1000U, 1U, 0U}) {
+        for (const bool isRetrigger : {false, true}) {
+            SCOPED_TRACE(testing::Message() << blocksHeld << isRetrigger);
+            Rig rig;
+            rig.Load({0}, 0.05);
+            rig.Set("Sample1_LoopOn", 1.0F);
+            rig.Set("ADSR_Release", 20.0F); // so that the sample ends before the envelope
+            rig.Run(1);
+            if (isRetrigger) {
+                rig.PlayAndHear(octave);
+            }
+            rig.Press(octave);
+            rig.Run(blocksHeld);
+            EXPECT_EQ(rig.IsPlaying(), true);
+            rig.Release(octave);
+            const Signal heard = rig.Run(10);
+            EXPECT_GT(blocksHeld > 1 ? 1.0F : Peak(heard, 7 * blockSize), 0.002F) << "heard for a moment";
+            rig.Run(60);
+            EXPECT_FALSE(rig.IsPlaying());
+            EXPECT_EQ(rig.Get("Sampler_PlayheadPosition"), 0.0F);
         }
-        rig.Press(octave);
-        rig.Run(isRetrigger ? 2 : 0); // the fade takes six blocks
-        rig.Release(octave);
-        rig.Run(isRetrigger ? 7 : 1);
-        EXPECT_GT(Peak(rig.Run(1)), 0.001F);
-        rig.Run(60);
-        EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F);
     }
 }
 
-TEST(VocoderModulator, AStretchedSampleEndsWithoutAClickThoughTheStretcherLags) {
-    ModulatorRig rig;
-    rig.LoadLevels({9}, 0.4);
-    rig.Set("Sampler_Sample10_TimeStretchOn", 1.0F);
-    for (const float factor : {0.5F, 2.0F, 4.0F}) {
-        SCOPED_TRACE(factor);
-        rig.Set("Sampler_Sample10_TimeStretchFactor", factor);
-        rig.Press(octave + 9);
-        const auto played = rig.Run(900);
-        EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F);
-        EXPECT_NEAR(Peak(played), 0.1F, 0.02F); // the stretcher overshoots where it begins
-        float step = 0.0F;
-        for (std::size_t n = 1; n < played.size(); ++n) {
-            step = std::max(step, std::abs(played[n] - played[n - 1]));
-        }
-        EXPECT_LT(step, 1.2 * 0.1 * 2.0 * std::numbers::pi / ModulatorRig::blockSize);
-        rig.Release(octave + 9);
-        rig.Run(10);
-    }
-}
-
-TEST(VocoderModulator, TheInterfacePlaysTheCurrentSlotOnceAndTheStopSwitchStopsIt) {
-    ModulatorRig rig;
-    rig.LoadLevels({3}, 0.2);
+TEST(VocoderModulator, TheInterfacePlaysTheCurrentSlotOnceChoosesTheNextAndStops) {
+    Rig rig;
+    rig.Load({3}, 0.2);
     rig.Set("Sample4_LoopOn", 1.0F);
     rig.Set("CurrentSlot", 3.0F);
     rig.Set("SelectedSlot", 3.0F);
@@ -170,8 +308,9 @@ TEST(VocoderModulator, TheInterfacePlaysTheCurrentSlotOnceAndTheStopSwitchStopsI
         rig.Set("SlotGUITrigger", 1.0F);
         rig.Run(20);
         EXPECT_EQ(rig.Get("SelectedSlotIsCurrentSlot"), 1.0F);
+        EXPECT_EQ(rig.Get("SlotGUITrigger"), 0.0F);
         EXPECT_EQ(rig.SoundingSlot(), 3) << "a stopped sample can be started again";
-        EXPECT_NEAR(rig.Get("Sampler_PlayheadPosition"), 0.1F, 0.01F);
+        EXPECT_NEAR(rig.Get("Sampler_PlayheadPosition"), 0.1F, 0.002F);
         rig.Set("StopSampler", 1.0F);
         rig.Run(1);
         EXPECT_EQ(rig.SoundingSlot(), -1);
@@ -179,181 +318,190 @@ TEST(VocoderModulator, TheInterfacePlaysTheCurrentSlotOnceAndTheStopSwitchStopsI
     rig.Set("StopSampler", 0.0F);
     rig.Set("SlotGUITrigger", 1.0F);
     rig.Run(250);
-    EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F) << "no key holds it: one pass, looped or not";
-}
-
-TEST(VocoderModulator, AWaitingSlotStartsAlsoWhenTheOldSampleEndsDuringItsFade) {
-    ModulatorRig rig;
-    rig.LoadLevels({0}, 0.05);
-    rig.LoadLevels({5}, 1.0);
-    rig.Press(octave);
-    rig.Run(48); // 2 ms before its end
-    ASSERT_EQ(rig.Get("IsPlayingSample"), 1.0F);
-    rig.Press(octave + 5);
-    rig.Run(20);
-    EXPECT_EQ(rig.SoundingSlot(), 5);
+    EXPECT_FALSE(rig.IsPlaying()) << "no key holds it: one pass, looped or not";
+    rig.PlayAndHear(octave + 3);
+    rig.Set("SamplerPlayMode", 1.0F);
+    rig.Set("CycleNextPlayingSlot", 9.0F);
+    rig.Run(1);
+    EXPECT_EQ(rig.SoundingSlot(), -1) << "the change of the mode stops";
+    rig.Set("CycleNextSlotFromGUI", 3.0F);
+    rig.Set("SlotGUITrigger", 1.0F);
+    rig.Run(1);
+    EXPECT_EQ(rig.Get("CycleNextPlayingSlot"), 3.0F);
 }
 
 TEST(VocoderModulator, LoadedFlagsFollowTheFilesAndAReplacedSampleStops) {
-    ModulatorRig rig;
-    rig.LoadLevels({2, 7});
+    Rig rig;
+    rig.Load({2, 7});
+    const auto load = [&rig](u32 sample, const std::string& path) {
+        ASSERT_TRUE(rig.modulator->SetPath(sample, path));
+        rig.Wait();
+    };
     EXPECT_EQ(rig.Get("Sample3_Loaded"), 1.0F);
     EXPECT_EQ(rig.Get("Sample4_Loaded"), 0.0F);
     rig.PlayAndHear(octave + 2);
-    rig.Load(7, rig.WriteLevel("other.wav", 0.3F));
+    load(7, (rig.folder / "2").string());
     EXPECT_EQ(rig.SoundingSlot(), 2) << "another slot's file changes nothing";
-    rig.Load(2, (rig.folder / "missing.wav").string());
-    EXPECT_EQ(rig.Get("IsPlayingSample"), 1.0F) << "what cannot be loaded changes nothing";
+    load(2, (rig.folder / "missing.wav").string());
+    EXPECT_TRUE(rig.IsPlaying()) << "what cannot be loaded changes nothing";
     EXPECT_EQ(rig.Get("Sample3_Loaded"), 1.0F);
-    rig.Load(2, "");
+    load(2, "");
     EXPECT_EQ(rig.Get("Sample3_Loaded"), 0.0F);
-    EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F);
+    EXPECT_FALSE(rig.IsPlaying());
     rig.Run(1);
     EXPECT_EQ(rig.SoundingSlot(), -1);
-    rig.Release(octave + 2);
-    EXPECT_EQ(rig.PlayAndHear(octave + 2), -1);
-    rig.Release(octave + 2);
     rig.PlayAndHear(octave + 7);
     rig.Set("Slot8_Sample", 2.0F); // the slot that plays now names another sample
     rig.Run(1);
-    EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F);
-}
-
-TEST(VocoderModulator, AFileThatGoesAsAKeyComesNeitherTakesTheKeysSampleAlongNorLeavesPlaybackEmpty) {
-    ModulatorRig rig;
-    rig.LoadLevels({0, 1}, 0.05);
+    EXPECT_FALSE(rig.IsPlaying());
+    // A file that goes as a key comes neither takes the key's sample along nor leaves playback empty.
+    rig.Load({0, 1}, 0.05);
     rig.PlayAndHear(octave);
-    rig.Release(octave);
-    rig.Run(40);
+    rig.Run(60);
     rig.modulator->SetPath(0, "");
     rig.Run(1); // the next block takes it away
-    EXPECT_EQ(rig.PlayAndHear(octave + 1), 1) << "slot 0 had ended";
-    rig.Release(octave + 1);
+    EXPECT_EQ(rig.PlayAndHear(octave + 1), 1);
     rig.Run(40);
     rig.modulator->SetPath(1, "");
     rig.Run(1);
     rig.Set("SlotGUITrigger", 1.0F); // no key that would end it
     rig.Run(2);
-    EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F);
+    EXPECT_FALSE(rig.IsPlaying());
 }
 
-TEST(VocoderModulator, ChangingTheModeStopsAndRestartsTheCycle) {
-    ModulatorRig rig;
-    rig.LoadLevels({1, 4});
-    rig.PlayAndHear(octave + 1);
-    rig.Set("CycleNextPlayingSlot", 9.0F);
-    rig.Set("SamplerPlayMode", 1.0F);
-    rig.Run(1);
-    EXPECT_EQ(rig.Get("IsPlayingSample"), 0.0F);
-    EXPECT_EQ(rig.Get("CycleNextPlayingSlot"), 1.0F);
-    EXPECT_EQ(rig.SoundingSlot(), -1);
-}
-
-constexpr float rate = ModulatorRig::rate;
-
-/// A rig that hears a sine, other blocks of which are right on the second channel.
-struct InputRig : ModulatorRig {
-    double phase = 0.0;
-
-    explicit InputRig(u32 channels) {
-        inputs = channels;
+/// Hears the external input at unity gain.
+struct InputRig : Rig {
+    InputRig() {
         Set("ExternalInput", 1.0F);
         Set("ExternalInputGain", 0.0F);
         Set("VoiceInputGate_Threshold", -40.0F);
-        Set("ParamEq_Scale", 1.0F);
-        for (int band = 1; band <= 5; ++band) {
-            Set("ParamEq_Gain" + std::to_string(band), 0.0F);
-            Set("ParamEq_Q" + std::to_string(band), 0.7F);
-        }
+        Hear({nullptr, &silence});
+        modulator->Reset(true);
     }
-    /// The left output while a sine comes in, at `right` times its level on the other side.
-    std::vector<float> Hear(u32 blocks, double hertz, float level, float right = 1.0F) {
-        std::vector<float> left;
-        for (u32 block = 0; block < blocks; ++block) {
-            for (u32 n = 0; n < blockSize; ++n) {
-                in[0][n] = level * static_cast<float>(std::sin(phase));
-                in[1][n] = right * in[0][n];
-                phase += 2.0 * std::numbers::pi * hertz / rate;
-            }
-            const auto more = Run(1);
-            left.insert(left.end(), more.begin(), more.end());
-        }
-        return left;
-    }
+    const Signal silence = Signal(blockSize);
+    const Signal tone = Test::Tone(220500, 220.5, rate, 0.1);
+    const Signal half = Test::Tone(220500, 220.5, rate, 0.05);
 };
 
-TEST(VocoderModulatorInput, PassesTheInputThroughGainAndGateAndTracksThePitchBehindAClosedGate) {
-    InputRig rig(2);
-    rig.Hear(200, 220.5, 0.1F);
+TEST(VocoderModulatorInput, PassesGateGainAndPitchInTheirTimes) {
+    InputRig rig;
+    Signal late(blockSize);
+    late[5] = 1e-20F;
+    rig.Hear({&rig.silence, &late});
+    EXPECT_EQ(rig.Get("ExternalSignalHasBeenDetectedAtLeastOnce"), 0.0F) << "the first channel tells";
+    rig.Hear({&late});
+    rig.modulator->Reset(true);
+    rig.Hear({&rig.silence});
+    EXPECT_EQ(rig.Get("ExternalSignalHasBeenDetectedAtLeastOnce"), 1.0F) << "for good";
+    const Signal heard = rig.Hear({&rig.tone, &rig.half});
+    const auto opening = std::find_if(heard.begin(), heard.end(), [](float x) { return x != 0.0F; });
+    EXPECT_NEAR(static_cast<double>(opening - heard.begin()) / rate, 0.05, 0.0025)
+        << "above -40 dB for the hold";
+    EXPECT_TRUE(std::equal(opening, heard.end(), rig.tone.begin() + (opening - heard.begin())));
+    EXPECT_EQ(Peak(rig.out[1]), 0.05F) << "the right side is its own";
+    EXPECT_NEAR(rig.out[2].back(), 220.5F, 0.2F);
     rig.Set("ExternalInputGain", 6.0F);
-    const auto heard = rig.Hear(400, 220.5, 0.1F, 0.5F);
-    EXPECT_NEAR(Peak(heard, 8800), 0.19953F, 2e-4F);
-    EXPECT_NEAR(Peak(rig.out[1]), 0.5F * Peak(rig.out[0]), 1e-5F) << "the right side is its own";
-    EXPECT_NEAR(rig.out[2].back(), 220.5F, 0.2F);
+    const Signal louder = rig.Hear({&rig.tone});
+    EXPECT_EQ(rig.out[0], rig.out[1]) << "a mono input sounds on both sides";
+    for (const std::size_t n : {std::size_t{50}, std::size_t{850}, std::size_t{2250}, std::size_t{40050}}) {
+        const double part = 1.0 - std::exp(-5.0 * static_cast<double>(n + 1) / (0.1 * rate));
+        EXPECT_NEAR(louder[n] / rig.tone[n], 1.0 + part * (std::pow(10.0, 0.3) - 1.0), 2e-3) << n;
+    }
     rig.Set("VoiceInputGate_Threshold", 0.0F);
-    rig.Hear(200, 220.5, 0.1F);
-    EXPECT_EQ(Peak(rig.out[0]) + Peak(rig.out[1]), 0.0F) << "closed";
-    EXPECT_NEAR(rig.out[2].back(), 220.5F, 0.2F);
-    EXPECT_NEAR(rig.Get("PitchTracker_DetectedPitch"), 220.5F, 0.2F);
+    rig.Hear({&rig.tone});
+    EXPECT_EQ(Peak(rig.out[0], 8820) + Peak(rig.out[1], 8820), 0.0F) << "closed";
+    EXPECT_NEAR(rig.out[2].back(), 220.5F, 0.2F) << "but tracked";
+    rig.Load({4});
+    EXPECT_EQ(rig.PlayAndHear(octave + 4), 4) << "without an input the sampler plays";
+    EXPECT_EQ(rig.out[2].back(), 0.0F);
 }
 
-TEST(VocoderModulatorInput, AMonoInputSoundsOnBothSidesAndNoInputLeavesTheSampler) {
-    InputRig mono(1);
-    mono.Hear(200, 441.0, 0.3F);
-    EXPECT_NEAR(Peak(mono.out[1]), 0.3F, 1e-3F);
-    EXPECT_EQ(mono.out[0], mono.out[1]);
-    EXPECT_NEAR(mono.out[2].back(), 441.0F, 0.5F);
-    InputRig none(0);
-    none.LoadLevels({4});
-    EXPECT_EQ(none.PlayAndHear(36 + 4), 4);
-    EXPECT_EQ(none.out[2].back(), 0.0F) << "no pitch from the sampler";
-}
-
-TEST(VocoderModulatorInput, EqualiserAndCompressorFadeInAndOutWithin50MsAndWithoutAClick) {
-    for (const char* stage : {"ParamEQOn", "CompressorOn"}) {
-        SCOPED_TRACE(stage);
-        InputRig rig(2);
-        rig.Set("ParamEq_Gain3", 12.0F);
-        rig.Set("ParamEq_Cutoff3", 441.0F);
+TEST(VocoderModulatorInput, EqualiserAndCompressorFadeIn50MsOneAfterTheOther) {
+    for (const auto& [equalises, compresses] : {std::pair{true, false}, {false, true}, {true, true}}) {
+        SCOPED_TRACE(testing::Message() << equalises << compresses);
+        InputRig rig;
+        rig.Set("ParamEq_Scale", 1.0F);
+        rig.Set("ParamEq_Gain1", 9.0F);
+        rig.Set("CompressorAmount", 0.7F);
         rig.Set("Compressor_ConfStereo", 1.0F);
-        rig.Set("CompressorAmount", 1.0F);
-        rig.Hear(200, 441.0, 0.2F);
-        const auto before = rig.Hear(50, 441.0, 0.2F);
-        rig.Set(stage, 1.0F);
-        const auto fade = rig.Hear(50, 441.0, 0.2F);
-        const auto on = rig.Hear(250, 441.0, 0.2F);
-        rig.Set(stage, 0.0F);
-        const auto back = rig.Hear(51, 441.0, 0.2F);
-        const auto after = rig.Hear(50, 441.0, 0.2F);
-        EXPECT_NEAR(Peak(before), 0.2F, 1e-4F);
-        EXPECT_NEAR(Peak(after), Peak(before), 1e-5F) << "off, and settled";
-        const float loudest = std::max(Peak(on, 8800), 0.2F);
-        EXPECT_GT(std::abs(20.0F * std::log10(Peak(on, 8800) / 0.2F)), 1.0F) << "it does something";
-        const float slope = 2.0F * std::numbers::pi_v<float> * 441.0F / rate * loudest;
-        for (const auto* part : {&fade, &back}) {
-            for (std::size_t n = 1; n < part->size(); ++n) {
-                ASSERT_LT(std::abs((*part)[n] - (*part)[n - 1]), 1.1F * slope + 0.002F) << n;
+        rig.Hear({&rig.tone, &rig.half});
+        // The same stages on their own, started with the switches.
+        dsp::ParamEq<5> equaliser;
+        dsp::Compressor compressor;
+        const auto copy = [&rig](auto& stage, auto& from) {
+            for (u32 id = 0; id < stage.parameterCount; ++id) {
+                *stage.FindParameter(id) = *from.FindParameter(id);
+            }
+            stage.Initialize(rate, blockSize);
+        };
+        copy(equaliser, rig.modulator->Section<VocoderModulator::Equaliser>());
+        copy(compressor, rig.modulator->Section<VocoderModulator::Dynamics>());
+        std::vector<Signal> dry = {rig.tone, rig.half};
+        for (const bool on : {true, false}) {
+            rig.Set("ParamEQOn", on && equalises ? 1.0F : 0.0F);
+            rig.Set("CompressorOn", on && compresses ? 1.0F : 0.0F);
+            std::vector<Signal> before = dry;
+            std::vector<Signal> after = dry;
+            if (equalises) {
+                after = Render(equaliser, {&dry[0], &dry[1]}, 2, BlockSplit::Of(blockSize));
+            }
+            if (compresses) {
+                before = after;
+                after = Render(compressor, {&before[0], &before[1]}, 2, BlockSplit::Of(blockSize));
+            }
+            rig.Hear({&dry[0], &dry[1]});
+            for (std::size_t n = 0; n < dry[0].size(); ++n) {
+                const float faded = std::min(1.0F, static_cast<float>(n + 1) / (0.05F * rate));
+                const float share = on ? faded : 1.0F - faded;
+                const bool isOff = !on && n / blockSize > 50; // nothing runs any more
+                const float expected =
+                    isOff ? dry[1][n] : share * after[1][n] + (1.0F - share) * before[1][n];
+                ASSERT_NEAR(rig.out[1][n], expected, 2e-5F) << on << n;
             }
         }
     }
 }
 
 TEST(VocoderModulatorInput, OneKnobTurnsTheWholeCompressor) {
-    InputRig rig(2);
-    const auto set = [&rig](float amount) {
-        rig.modulator->SetParameterNormalized(rig.Id("CompressorAmount"), amount);
-        rig.Run(1);
-        return rig.Get("Compressor_OutputGain");
-    };
-    // Turned up, it reduces more: the threshold falls though its knob rises.
+    InputRig rig;
     rig.Set("CompressorOn", 1.0F);
-    rig.Set("Compressor_Makeup", 0.0F);
-    float before = 2.0F;
-    for (const float amount : {0.0F, 0.3F, 0.6F, 0.9F}) {
-        const float outputGain = std::pow(10.0F, set(amount) * 0.05F);
-        const float level = Peak(rig.Hear(1500, 441.0, 0.5F), 1000 * 44) / outputGain;
-        EXPECT_LT(level, before * 0.9F) << amount;
-        before = level;
+    float before = 1.0F;
+    for (const auto& [amount, decibels] :
+         {std::pair{0.0F, 0.0F}, {0.25F, -3.0F}, {0.5F, -6.0F}, {0.75F, -2.5F}, {1.0F, 1.0F}}) {
+        rig.modulator->SetParameterNormalized(rig.Id("CompressorAmount"), amount);
+        rig.Set("Compressor_Makeup", 0.0F);
+        const float level = Peak(rig.Hear({&rig.tone}), 150000);
+        EXPECT_NEAR(rig.Get("Compressor_OutputGain"), decibels, 1e-4F) << amount;
+        for (const char* follower : {"Threshold", "Ratio", "Attack", "Release"}) {
+            const u32 id = rig.Id(std::string("Compressor_") + follower);
+            EXPECT_EQ(rig.modulator->GetParameterNormalized(id), amount) << follower;
+        }
+        const float reduced = level / std::pow(10.0F, decibels * 0.05F);
+        EXPECT_LT(reduced, before * 0.99F) << "turned up, it reduces more: " << amount;
+        before = reduced;
+    }
+}
+
+TEST(VocoderModulatorInput, BlockLengthDoesNotMatterAResetIsTotalAndFaultsPass) {
+    InputRig rig;
+    rig.Set("ParamEQOn", 1.0F);
+    rig.Set("CompressorOn", 1.0F);
+    const auto hear = [&rig](const BlockSplit& split) {
+        rig.modulator->Reset(true);
+        return rig.Hear({&rig.tone, &rig.half}, split);
+    };
+    const Signal expected = hear(BlockSplit::Of(blockSize));
+    EXPECT_GT(Peak(expected), 0.001F);
+    Signal poison = rig.tone;
+    poison[30000] = std::numeric_limits<float>::quiet_NaN();
+    poison[60000] = std::numeric_limits<float>::infinity();
+    rig.Hear({&poison});
+    EXPECT_TRUE(AllFinite({rig.out[0].begin() + 60100, rig.out[0].end()}));
+    EXPECT_EQ(hear(BlockSplit::Of(blockSize)), expected);
+    // The gate opens with a block.
+    const Signal split = hear(BlockSplit::Of(4));
+    for (std::size_t n = 100000; n < expected.size(); ++n) {
+        ASSERT_NEAR(split[n], expected[n], 1e-6F) << n;
     }
 }
 
