@@ -24,11 +24,9 @@ TEST(StackFunction, HoldsSixtyFourBytesOfCaptureInPlaceAndNeverAllocates) {
             }
         };
     static_assert(sizeof(capture) == 64);
-    // The counter must be seen to count, or the zero below would mean nothing.
     const orphia_reference::AllocationCounter control;
-    const std::unique_ptr<int> volatile* const seen = new std::unique_ptr<int> volatile;
-    EXPECT_EQ(control.Count(), 1U);
-    delete seen;
+    const auto allocated = std::make_shared<int>(1);
+    EXPECT_EQ(control.Count(), 1U) << "or the zero below would mean nothing";
     const orphia_reference::AllocationCounter counter;
     Callback first = capture;
     Callback copy = first;

@@ -15,7 +15,7 @@
 
 #include <limits>
 #include <memory>
-#include <utility>
+#include <sstream>
 
 namespace {
 
@@ -35,35 +35,24 @@ std::unique_ptr<UnitModule> Make() {
 /// are audio. The others modulate.
 struct Subject {
     std::unique_ptr<UnitModule> (*make)();
-    std::vector<std::pair<std::string, float>> settings;
+    const char* settings;
     u32 audioInputs = 0;
     u32 outputs = 1;
     bool takesFaultsForSilence = false;
 };
 const Subject subjects[] = {
     {Make<Compressor>,
-     {{"Threshold", -30.0F},
-      {"Ratio", 8.0F},
-      {"ConfStereo", 1.0F},
-      {"LookaheadEnable", 1.0F},
-      {"LookaheadTimeMs", 3.0F},
-      {"LevelMeasureSmoothAR", 1.0F},
-      {"Makeup", 1.0F}},
-     2,
-     2,
-     true},
-    {Make<EnvFollower>, {{"RMSWindowDurationMs", 7.0F}, {"StereoInput", 1.0F}}, 2, 1, true},
-    {Make<PitchTracker>, {{"ConfidenceThreshold", 0.0F}}, 2, 1, true},
-    {Make<NoiseGenerator>, {{"NoiseType", NoiseGenerator::Morph}, {"NoiseColor", 0.2F}}},
-    {Make<LFO>,
-     {{"ControlRate", 0.0F}, {"Waveform", LFO::Sine}, {"RateUnSynced", 7.3F}, {"Stereo", 1.0F}},
-     0,
-     2},
-    {Make<LFOSimple>, {{"Rate", 5.0F}}, 0, 2},
-    {Make<ParamEq<5>>, {{"On1", 1.0F}, {"Mode1", 3.0F}, {"Gain1", 12.0F}, {"On5", 1.0F}, {"Q5", 5.0F}}, 2, 2},
-    {Make<PolyBlepPostFilter>, {}, 1, 1},
-    {Make<InputDetector>, {{"Threshold", -20.0F}, {"Hold", 0.01F}}, 2, 0},
-    {Make<VuMeter>, {{"Calibration", 1.0F}}, 1, 0}};
+     "Threshold -30 Ratio 8 ConfStereo 1 LookaheadEnable 1 LookaheadTimeMs 3 LevelMeasureSmoothAR 1 Makeup 1",
+     2, 2, true},
+    {Make<EnvFollower>, "RMSWindowDurationMs 7 StereoInput 1", 2, 1, true},
+    {Make<PitchTracker>, "ConfidenceThreshold 0", 2, 1, true},
+    {Make<NoiseGenerator>, "NoiseType 5 NoiseColor 0.2"},
+    {Make<LFO>, "ControlRate 0 Waveform 0 RateUnSynced 7.3 Stereo 1", 0, 2},
+    {Make<LFOSimple>, "Rate 5", 0, 2},
+    {Make<ParamEq<5>>, "On1 1 Mode1 3 Gain1 12 On5 1 Q5 5", 2, 2},
+    {Make<PolyBlepPostFilter>, "", 1, 1},
+    {Make<InputDetector>, "Threshold -20 Hold 0.01", 2, 0},
+    {Make<VuMeter>, "Calibration 1", 1, 0}};
 
 struct ModulePromises : testing::TestWithParam<Subject> {
     const Signal clean[2] = {Noise(frames, 0.7F, 1), Noise(frames, 0.4F, 2)};
@@ -76,7 +65,9 @@ struct ModulePromises : testing::TestWithParam<Subject> {
     }
     /// To the settings and the start of what is random.
     static void Return(UnitModule& module) {
-        for (const auto& [name, value] : GetParam().settings) {
+        std::istringstream settings(GetParam().settings);
+        std::string name;
+        for (float value; settings >> name >> value;) {
             u32 id = 0;
             while (module.FindParameter(id)->name != name) {
                 ++id;

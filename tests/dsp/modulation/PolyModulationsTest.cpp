@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <limits>
+#include <numeric>
 #include <random>
 #include <string>
 
@@ -178,42 +179,31 @@ TEST_F(ControlMatrix, AgreesWithANaiveMatrixOverRandomOperations) {
 }
 
 TEST(AudioMatrix, SumsItsSourcesInWholeGroupsOfFourOnAlignedChannels) {
-    for (const u32 blockSize : {1U, 4U, 44U, 45U, 256U}) {
+    for (const u32 blockSize : {1U, 44U, 47U}) {
         Audio matrix("Modulations", {.alwaysChanged = Audio::allSources});
-        matrix.SetVoiceActive(0, true);
         matrix.SetVoiceActive(1, true);
         matrix.Initialize(44100.0F, 4);
         matrix.Initialize(44100.0F, blockSize);
-        std::mt19937 random(7);
-        for (u32 v = 0; v < 2; ++v) {
-            for (u32 s = 0; s < 16; ++s) {
-                EXPECT_EQ(reinterpret_cast<std::uintptr_t>(matrix.VoiceSource(v, s).data()) % 16, 0U);
-                EXPECT_EQ(reinterpret_cast<std::uintptr_t>(matrix.VoiceDestination(v, s).data()) % 16, 0U);
-                ASSERT_EQ(matrix.VoiceSource(v, s).size(), blockSize);
-                for (float& sample : matrix.VoiceSource(v, s)) {
-                    sample = std::uniform_real_distribution<float>(-1.0F, 1.0F)(random);
-                }
-            }
+        for (u32 s = 0; s < 16; ++s) {
+            ASSERT_EQ(matrix.VoiceSource(1, s).size(), blockSize);
+            std::iota(matrix.VoiceSource(1, s).begin(), matrix.VoiceSource(1, s).end(),
+                      static_cast<float>(s));
         }
-        const float amounts[4][2] = {{0.5F, -0.25F}, {1.0F, 0.0F}, {-1.0F, 0.125F}, {}};
-        for (u32 d = 0; d < 4; ++d) {
-            matrix.SetParameterValue(Audio::Cell(d, 0), amounts[d][0]);
-            matrix.SetParameterValue(Audio::Cell(d, 15), amounts[d][1]);
-        }
+        matrix.SetParameterValue(Audio::Cell(0, 0), 0.5F);
+        matrix.SetParameterValue(Audio::Cell(0, 15), -0.25F);
+        matrix.SetParameterValue(Audio::Cell(2, 9), 1.0F);
         EXPECT_EQ(matrix.RoutedVoiceDestination(1, 0), nullptr);
         const orphia_reference::AllocationCounter allocations;
         RunBlock(matrix, blockSize / 4 * 4);
         EXPECT_EQ(allocations.Count(), 0U);
-        for (u32 v = 0; v < 2; ++v) {
-            for (u32 d = 0; d < 4; ++d) {
-                const auto channel = matrix.VoiceDestination(v, d);
-                EXPECT_EQ(matrix.RoutedVoiceDestination(v, d), d < 3 ? channel.data() : nullptr);
-                for (u32 n = 0; n < blockSize; ++n) {
-                    const float sum = amounts[d][0] * matrix.VoiceSource(v, 0)[n] +
-                                      amounts[d][1] * matrix.VoiceSource(v, 15)[n];
-                    ASSERT_NEAR(channel[n], n < blockSize / 4 * 4 ? sum : 0.0F, 1e-7F)
-                        << v << ", " << d << ", frame " << n;
-                }
+        for (u32 d = 0; d < 3; ++d) {
+            const auto channel = matrix.VoiceDestination(1, d);
+            EXPECT_EQ(reinterpret_cast<std::uintptr_t>(channel.data()) % 16, 0U);
+            EXPECT_EQ(matrix.RoutedVoiceDestination(1, d), d != 1 ? channel.data() : nullptr);
+            for (u32 n = 0; n < blockSize; ++n) {
+                const float in = static_cast<float>(n);
+                const float sums[] = {0.5F * in - 0.25F * (in + 15.0F), 0.0F, in + 9.0F};
+                ASSERT_EQ(channel[n], n < blockSize / 4 * 4 ? sums[d] : 0.0F) << d << ", frame " << n;
             }
         }
     }

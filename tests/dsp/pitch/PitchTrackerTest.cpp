@@ -141,8 +141,7 @@ TEST(PitchTrackerTest, TheWindowIsTheNearestPowerOfTwoAndThePitchConstantOverIt)
 TEST(PitchTrackerTest, HearsTheMeanOfItsInputsAndReportsThePitch) {
     const Signal saw = Partials(4400, 120.0, 100);
     const Signal none(saw.size(), 0.0F);
-    Signal opposite = saw;
-    std::transform(saw.begin(), saw.end(), opposite.begin(), [](float x) { return -x; });
+    const Signal opposite = Partials(4400, -120.0, 100);
     auto tracker = MakeTracker();
     const auto track = [&tracker](const Signal* first, const Signal* second) {
         tracker->Reset(false);
