@@ -146,36 +146,36 @@ struct Listener : IModuleObserver {
 };
 
 TEST_F(ModuleContainerTest, ObserversHearOfEveryAcceptedWriteTheLatestFirstAndMayEndInAnyOrderAndOutliveIt) {
-    using Story = std::vector<float>;
-    for (std::size_t gone = 0; gone < 3; ++gone) {
-        Story story;
-        std::vector<std::unique_ptr<Listener>> listeners;
-        {
-            Observable<Tree> subject(&calls);
-            for (int number : {0, 1, 2, 3}) {
-                listeners.push_back(std::make_unique<Listener>(number, story));
-                subject.Attach(*listeners.back());
-                subject.Attach(*listeners.front()); // a second time changes nothing
-            }
-            listeners[gone].release()->isPassing = true; // ends while it is told
-            subject.SetParameterNormalized(7, 0.5F);
-            EXPECT_EQ(story, (Story{307.5F, 207.5F, 107.5F, 7.5F}));
-            story.clear();
-            listeners.pop_back();
-            listeners.erase(listeners.begin() + static_cast<std::ptrdiff_t>(gone));
-            Story expected = {207.25F, 107.25F, 7.25F};
-            expected.erase(expected.end() - 1 - static_cast<std::ptrdiff_t>(gone));
-            for (int time = 0; time < 2; ++time) { // also when the value does not change
-                subject.SetParameterValue(7, 2.5F);
-                EXPECT_EQ(std::exchange(story, {}), expected) << "without " << gone;
-            }
-            subject.SetParameterNormalized(10, 0.5F);
-            EXPECT_TRUE(story.empty()) << "a refused write is not told";
+    std::vector<float> story;
+    const auto expectStory = [&](const std::vector<float>& expected) {
+        EXPECT_EQ(std::exchange(story, {}), expected);
+    };
+    Listener first(0, story);
+    auto subject = std::make_unique<Observable<Tree>>(&calls);
+    auto* passing = new Listener(3, story);
+    {
+        Listener second(1, story);
+        Listener third(2, story);
+        for (Listener* listener :
+             {&first, &second, passing, &third, &first}) { // a second time changes nothing
+            subject->Attach(*listener);
         }
-        tree.Attach(*listeners[0]);
-        tree.SetParameterNormalized(0, 0.75F);
-        EXPECT_EQ(story.size(), 1U);
+        passing->isPassing = true; // ends while it is told
+        subject->SetParameterNormalized(7, 0.5F);
+        expectStory({207.5F, 307.5F, 107.5F, 7.5F});
+        subject->SetParameterValue(7, 5.0F);
+        expectStory({207.5F, 107.5F, 7.5F}); // also when the value does not change
     }
+    EXPECT_FALSE(subject->SetParameterNormalized(10, 0.5F) || subject->SetParameterValue(10, 0.5F));
+    expectStory({}); // a refused write is not told
+    subject->SetParameterNormalized(0, 0.25F);
+    expectStory({0.25F});
+    tree.Attach(first); // one attached elsewhere moves
+    subject->SetParameterNormalized(0, 0.75F);
+    expectStory({});
+    subject.reset();
+    tree.SetParameterNormalized(0, 0.75F);
+    expectStory({0.75F});
 }
 
 } // namespace

