@@ -2,9 +2,9 @@
 #pragma once
 
 #include "dsp/framework/ModuleParam.h"
-#include "dsp/math/Within.h"
 
 #include <cmath>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <utility>
