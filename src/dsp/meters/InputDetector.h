@@ -23,9 +23,6 @@ public:
         ParameterCount
     };
     static constexpr u32 parameterCount = ParameterCount;
-    static constexpr u32 threshold = Threshold;
-    static constexpr u32 hold = Hold;
-    static constexpr u32 output = Output;
 
     explicit InputDetector(std::string moduleName = "InputDetector");
 

@@ -33,9 +33,6 @@ public:
         ParameterCount
     };
     static constexpr u32 parameterCount = ParameterCount;
-    static constexpr u32 analysisWindowSize = AnalysisWindowSize;
-    static constexpr u32 confidenceThreshold = ConfidenceThreshold;
-    static constexpr u32 detectedPitch = DetectedPitch;
 
     explicit PitchTracker(std::string moduleName = "PitchTracker");
 
