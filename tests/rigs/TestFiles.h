@@ -6,12 +6,14 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <exception>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <numbers>
 #include <random>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -68,6 +70,15 @@ struct Sound {
             }
         }
         return std::sqrt(sum / count);
+    }
+    /// The left side of stereo between two times, or to its end.
+    std::vector<float> Left(double from, double to) const {
+        std::vector<float> left;
+        for (auto n = static_cast<std::size_t>(from * sampleRate);
+             n < std::min(Frames(), static_cast<std::size_t>(to * sampleRate)); ++n) {
+            left.push_back(samples[2 * n]);
+        }
+        return left;
     }
 };
 
@@ -143,6 +154,22 @@ inline std::string ReadText(const std::filesystem::path& path) {
 
 inline void WriteText(const std::filesystem::path& path, const std::string& text) {
     std::ofstream(path, std::ios::binary) << text;
+}
+
+/// What is said when something is refused.
+template <class F>
+std::string Refusal(F&& act) {
+    try {
+        act();
+        return "taken";
+    } catch (const std::exception& error) {
+        return error.what();
+    }
+}
+
+/// For EXPECT_PRED2, which prints both.
+inline bool Has(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
 }
 
 } // namespace orphia::test

@@ -90,28 +90,17 @@ Bytes Registered(unsigned number, unsigned value, unsigned channel = 0) {
            At(0, Controller(6, value, channel));
 }
 
-void ExpectSilent(const Sound& sound, double from, const char* what) {
-    EXPECT_LT(sound.Rms(from), 1e-5) << what;
-}
-void ExpectHeard(const Sound& sound, double from, double to, const char* what) {
-    EXPECT_GT(sound.Rms(from, to), 1e-3) << what;
-}
-
-TEST(MidiPlayer, ANoteHasItsPitchAndItsTime) {
-    const Sound sound = Play(At(second / 2, On(69)) + At(second, Off(69)), 1.8);
+TEST(MidiPlayer, ANoteHasItsPitchAndItsTimeWhateverIsAskedForAtOnce) {
+    const Bytes track = At(second / 2, On(69)) + At(second, Off(69)) + At(40, On(60)) + At(101, Bend()) +
+                        At(57, Controller(7, 20)) + At(30, Off(60));
+    const Sound sound = Play(track, 2.2);
     EXPECT_NEAR(Pitch(sound, 0.6, 1.4), 440.0, 0.05);
     EXPECT_LT(sound.Rms(0.0, 0.498), 1e-6) << "before its time";
-    ExpectHeard(sound, 0.505, 0.52, "at its time");
-    ExpectHeard(sound, 1.48, 1.499, "up to its end");
-    ExpectSilent(sound, 1.53, "after its end");
-}
-
-TEST(MidiPlayer, TheResultDoesNotDependOnThePieces) {
-    const Bytes track = At(0, Controller(7, 20)) + At(3, On(60)) + At(101, On(64)) +
-                        At(57, Controller(7, 127)) + At(200, Bend()) + At(30, Off(60)) + At(100, Off(64));
-    const Sound whole = Play(track, 0.6);
+    EXPECT_GT(sound.Rms(0.505, 0.52), 1e-3) << "at its time";
+    EXPECT_GT(sound.Rms(1.48, 1.499), 1e-3) << "up to its end";
+    EXPECT_LT(sound.Rms(1.53, 1.54), 1e-5) << "after its end";
     for (const std::size_t blocks : {1U, 7U}) {
-        EXPECT_EQ(Play(track, 0.6, {}, blocks).samples, whole.samples) << blocks << " blocks";
+        EXPECT_EQ(Play(track, 2.2, {}, blocks).samples, sound.samples) << blocks << " blocks";
     }
 }
 
@@ -122,63 +111,81 @@ TEST(MidiPlayer, NoEventIsLostWhenABlockOverflows) {
     }
     const Sound sound = Play(crowd + At(0, On(69)) + At(second / 2, Off(69)), 0.7);
     EXPECT_NEAR(Pitch(sound, 0.2, 0.45), 440.0, 0.1) << "the last of 801 events";
-    ExpectSilent(sound, 0.55, "note 69 ended");
+    EXPECT_LT(sound.Rms(0.55), 1e-5) << "note 69 ended";
 }
 
-TEST(MidiPlayer, ThePedalKeepsItsPlaceAmongTheNotes) {
+TEST(MidiPlayer, ThePedalKeepsItsPlaceAmongTheNotesAndNothingHangs) {
+    const Bytes note = At(0, On(60));
     const Bytes down = Controller(64, 64);
     const Bytes up = Controller(64, 63);
-    ExpectSilent(Play(At(0, On(60)) + At(200, Off(60)) + At(0, down) + Wait(800), 0.6), 0.3,
-                 "off, then pedal");
-    const Bytes held = At(0, On(60)) + At(100, down) + At(100, Off(60));
-    const Sound sound = Play(held + At(400, up) + Wait(400), 1.0);
-    ExpectHeard(sound, 0.3, 0.6, "held by the pedal");
-    ExpectSilent(sound, 0.7, "released by the pedal");
-    ExpectSilent(Play(held + At(200, up) + At(0, down) + Wait(400), 0.8), 0.5, "up and down at one time");
-    ExpectHeard(Play(held + At(200, Controller(64, 0, 3)) + Wait(400), 0.6), 0.5, 0.6,
-                "another channel's pedal");
-}
-
-TEST(MidiPlayer, NothingHangs) {
-    const Bytes note = At(0, On(60));
-    const Bytes pedal = At(0, Controller(64, 127));
+    const Bytes pedal = At(0, down);
+    const Bytes held = note + At(100, down) + At(100, Off(60));
     const Bytes rest = Wait(960);
-    ExpectSilent(Play(note + note + At(0, On(64, 5)) + pedal, 0.5), 0.3, "the end of the song");
-    ExpectSilent(Play(note + At(200, Controller(123, 0)) + rest, 0.5), 0.3, "all notes off");
-    ExpectHeard(Play(note + At(200, Controller(123, 0, 1)) + rest, 0.5), 0.3, 0.5,
-                "all notes off on another channel");
-    ExpectSilent(Play(pedal + note + At(200, Controller(120, 0)) + rest, 0.5), 0.3,
-                 "all sound off, in spite of the pedal");
-    ExpectSilent(Play(pedal + note + At(50, Off(60)) + At(150, Controller(121, 0)) + rest, 0.5), 0.3,
-                 "reset of controllers lifts the pedal");
-    ExpectSilent(Play(note + At(50, Off(60)) + Wait(50), 0.5, {"VST3_CtrlSustainOnOff=on"}), 0.3,
-                 "a pedal in the settings ends with the song");
+    const struct {
+        const char* what;
+        Bytes track;
+        double from, to;
+        bool isHeard;
+        Settings settings = {};
+    } cases[] = {
+        {"off, then pedal", note + At(200, Off(60)) + pedal + rest, 0.3, 0.6, false},
+        {"held by the pedal", held + At(400, up) + rest, 0.3, 0.6, true},
+        {"released by the pedal", held + At(400, up) + rest, 0.7, 0.9, false},
+        {"up and down at one time", held + At(200, up) + pedal + rest, 0.5, 0.8, false},
+        {"another channel's pedal", held + At(200, Controller(64, 0, 3)) + rest, 0.5, 0.6, true},
+        {"the end of the song", note + note + At(0, On(64, 5)) + pedal, 0.3, 0.5, false},
+        {"all notes off", note + At(200, Controller(123, 0)) + rest, 0.3, 0.5, false},
+        {"all notes off on another channel", note + At(200, Controller(123, 0, 1)) + rest, 0.3, 0.5, true},
+        {"all sound off, in spite of the pedal", pedal + note + At(200, Controller(120, 0)) + rest, 0.3, 0.5,
+         false},
+        {"a number between these two", note + At(200, Controller(122, 0)) + rest, 0.3, 0.5, true},
+        {"a reset lifts the pedal", pedal + note + At(50, Off(60)) + At(150, Controller(121, 0)) + rest, 0.3,
+         0.5, false},
+        {"a pedal in the settings ends with the song",
+         note + At(50, Off(60)) + Wait(50),
+         0.3,
+         0.5,
+         false,
+         {"VST3_CtrlSustainOnOff=on"}},
+    };
+    for (const auto& each : cases) {
+        const double level = Play(each.track, each.to, each.settings).Rms(each.from, each.to);
+        EXPECT_TRUE(each.isHeard ? level > 1e-3 : level < 1e-5) << each.what << ": " << level;
+    }
 }
 
-/// The track is followed by a quarter of a second.
-void ExpectPitch(const Bytes& track, double key, const char* what, const Settings& settings = {}) {
-    const double hertz = 440.0 * std::exp2((key - 69.0) / 12.0);
-    EXPECT_NEAR(Pitch(Play(track + Wait(480), 0.5, settings), 0.3, 0.5), hertz, 0.2) << what;
-}
-
-TEST(MidiPlayer, TheBendHasTheRangeOfTheFile) {
-    const Bytes note = At(0, On(60)) + At(0, Bend());
-    ExpectPitch(note, 62, "plain");
-    ExpectPitch(note, 67, "set", {"PitchBendRange=7"});
-    ExpectPitch(Registered(0, 12) + note, 72, "registered");
-    ExpectPitch(At(0, Controller(101, 0)) + At(0, Controller(100, 0)) + At(0, Controller(99, 1)) +
-                    At(0, Controller(6, 12)) + note,
-                62, "the number was another one's");
-    ExpectPitch(note, 62, "channel 1 leads", {"MPE_Enabled=on"});
-}
-
-TEST(MidiPlayer, WithMpeAChannelBendsOnItsOwn) {
+TEST(MidiPlayer, TheBendHasTheRangeOfTheFileAndWithMpeOfItsChannel) {
+    const Bytes bent = At(0, On(60)) + At(0, Bend());
     const Bytes zone = Registered(6, 15);
-    const Bytes bent = At(0, Bend(2)) + At(0, On(60, 2));
-    ExpectPitch(zone + Registered(0, 12, 2) + bent, 72, "its own range");
-    ExpectPitch(zone + At(0, Bend(2)) + At(0, On(60, 1)), 60, "the bend of another channel");
-    ExpectPitch(zone + At(0, Bend(0)) + At(0, On(60, 1)), 62, "the bend of the zone");
-    ExpectPitch(zone + Registered(6, 0) + bent, 62, "no zone any more");
+    const Bytes member = At(0, Bend(2)) + At(0, On(60, 2));
+    const struct {
+        const char* what;
+        Bytes track;
+        double key;
+        Settings settings = {};
+    } cases[] = {
+        {"plain", bent, 62},
+        {"fully down", At(0, On(60)) + At(0, Message(0xE0, 0, 0, 0)), 58},
+        {"nearly in the middle", At(0, On(60)) + At(0, Message(0xE0, 0, 0, 96)), 61},
+        {"set", bent, 67, {"PitchBendRange=7"}},
+        {"registered", Registered(0, 12) + bent, 72},
+        {"at most two octaves", Registered(0, 30) + bent, 84},
+        {"the number was another one's",
+         At(0, Controller(101, 0)) + At(0, Controller(100, 0)) + At(0, Controller(99, 1)) +
+             At(0, Controller(6, 12)) + bent,
+         62},
+        {"taken back by a reset", bent + At(0, Controller(121, 0)), 60},
+        {"with MPE in the settings channel 1 leads", bent, 62, {"MPE_Enabled=on"}},
+        {"a range of the members", zone + Registered(0, 12, 2) + member, 72},
+        {"the bend of another channel", zone + At(0, Bend(2)) + At(0, On(60, 1)), 60},
+        {"the bend of the zone", zone + At(0, Bend(0)) + At(0, On(60, 1)), 62},
+        {"a zone of the last channel", Registered(6, 15, 15) + Registered(0, 12, 2) + member, 72},
+        {"no zone any more", zone + Registered(6, 0) + member, 62},
+    };
+    for (const auto& [what, track, key, settings] : cases) {
+        const double hertz = 440.0 * std::exp2((key - 69.0) / 12.0);
+        EXPECT_NEAR(Pitch(Play(track + Wait(480), 0.5, settings), 0.3, 0.5), hertz, 3e-4 * hertz) << what;
+    }
 }
 
 TEST(MidiPlayer, VolumeAndExpressionAreTheSquareOfTheirValues) {
@@ -189,7 +196,7 @@ TEST(MidiPlayer, VolumeAndExpressionAreTheSquareOfTheirValues) {
     EXPECT_NEAR(ratio(At(0, Controller(7, 64))), half, 1e-3);
     EXPECT_NEAR(ratio(At(0, Controller(7, 64)) + At(0, Controller(11, 64))), half * half, 1e-3);
     EXPECT_NEAR(ratio(At(0, Controller(7, 0, 9))), 1.0, 1e-3) << "of a channel without notes";
-    // A jump of the volume makes no jump in the sound.
+    // A jump of the volume makes no jump in the sound, and is over after 20 ms.
     const Sound sound = Play(At(0, On(60)) + At(241, Controller(7, 0)) + At(240, Off(60)), 0.4);
     const auto largestStep = [&sound](std::size_t from, std::size_t to) {
         float largest = 0.0F;
@@ -199,7 +206,8 @@ TEST(MidiPlayer, VolumeAndExpressionAreTheSquareOfTheirValues) {
         return largest;
     };
     EXPECT_LT(largestStep(8820, sound.Frames() - 1), 1.05F * largestStep(4410, 8820));
-    EXPECT_EQ(sound.Rms(0.3, 0.39), 0.0);
+    EXPECT_GT(sound.Rms(0.265, 0.2695), 0.0);
+    EXPECT_EQ(sound.Rms(0.2725, 0.39), 0.0);
 }
 
 TEST(MidiPlayer, WheelAndPressureReachTheModulations) {

@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "host/player/BlockAdapter.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <vector>
+
+namespace orphia::host {
+
+namespace {
+
+constexpr std::size_t block = 8;
+constexpr std::size_t frames = 40 * block;
+
+/// Adds to the voice what it was told so far; takes two messages a block.
+class AddingEngine final : public BlockEngine {
+public:
+    std::uint32_t FramesPerBlock() const override { return block; }
+    bool Send(const MidiMessage& message) override {
+        if (taken < 2) {
+            sum += static_cast<float>(message.data1);
+            return ++taken > 0;
+        }
+        return false;
+    }
+    void Set(const ParameterSetting& setting) override { sum += setting.number; }
+    void ProcessBlock(const float* const* voice, std::uint32_t channels, float* const* output) override {
+        for (std::size_t n = 0; n < 2 * block; ++n) {
+            output[n % 2][n / 2] = sum + (channels == 0 ? 0.25F : voice[n % 2][n / 2]);
+        }
+        taken = 0;
+    }
+
+private:
+    float sum = 0.0F;
+    int taken = 0;
+};
+
+/// Interleaved, with as many events as blocks take, but not evenly.
+struct Song {
+    std::vector<float> voice;
+    std::vector<TimedEvent> events;
+
+    explicit Song(std::mt19937& random) {
+        for (std::uint32_t frame = 0; frame < frames; ++frame) {
+            voice.insert(voice.end(), {static_cast<float>(random() % 64), static_cast<float>(random() % 64)});
+            if (random() % 5 == 0) {
+                events.push_back({frame, MidiMessage{0x90, static_cast<std::uint8_t>(random() % 128), 1}});
+            } else if (random() % 20 == 0) {
+                events.push_back({frame, ParameterSetting{1, ParameterSetting::Scale::Value, 1000.0F}});
+            }
+        }
+    }
+};
+
+std::vector<float> PlayDirectly(const Song& song) {
+    AddingEngine engine;
+    std::vector<float> sound = song.voice;
+    std::vector<MidiMessage> waiting;
+    for (std::size_t at = 0, next = 0; at < frames; at += block) {
+        for (; next < song.events.size() && song.events[next].frame < at + block; ++next) {
+            if (const auto* message = std::get_if<MidiMessage>(&song.events[next].what)) {
+                waiting.push_back(*message);
+            } else {
+                engine.Set(std::get<ParameterSetting>(song.events[next].what));
+            }
+        }
+        while (!waiting.empty() && engine.Send(waiting.front())) {
+            waiting.erase(waiting.begin());
+        }
+        float sides[2][block];
+        float* const output[] = {sides[0], sides[1]};
+        for (std::size_t n = 0; n < 2 * block; ++n) {
+            sides[n % 2][n / 2] = sound[2 * at + n];
+        }
+        engine.ProcessBlock(output, 2, output);
+        for (std::size_t n = 0; n < 2 * block; ++n) {
+            sound[2 * at + n] = sides[n % 2][n / 2];
+        }
+    }
+    return sound;
+}
+
+TEST(BlockAdapter, PiecesOfAnyLengthGiveWhatWholeBlocksGiveOneBlockLate) {
+    std::mt19937 random(1);
+    const Song song(random);
+    const std::vector<float> expected = PlayDirectly(song);
+    for (const std::size_t longest : {0U, 1U, 7U, 8U, 9U, 40U}) {
+        using Mode = BlockAdapter::Mode;
+        AddingEngine engine;
+        BlockAdapter adapter(engine, longest == 0 ? Mode::WholeBlocks : Mode::AnyLength);
+        ASSERT_EQ(adapter.Latency(), longest == 0 ? 0 : block);
+        std::vector<float> sound = song.voice;
+        for (std::size_t at = 0, count = 0; at < frames; at += count) {
+            count = std::min(longest == 0 ? block : 1 + random() % longest, frames - at);
+            std::vector<TimedEvent> events;
+            for (const TimedEvent& event : song.events) {
+                if (event.frame >= at && event.frame < at + count) {
+                    events.push_back({static_cast<std::uint32_t>(event.frame - at), event.what});
+                }
+            }
+            const std::span piece = std::span(sound).subspan(2 * at, 2 * count);
+            adapter.Process(piece, piece, events);
+        }
+        std::rotate(sound.begin(), sound.begin() + 2 * adapter.Latency(), sound.end());
+        const auto late = sound.end() - 2 * adapter.Latency();
+        EXPECT_TRUE(std::equal(sound.begin(), late, expected.begin())) << longest;
+        EXPECT_TRUE(std::all_of(late, sound.end(), [](float x) { return x == 0.0F; })) << longest;
+    }
+}
+
+TEST(BlockAdapter, AMonoVoiceIsOnBothSidesAndAResetForgetsWhatIsOnItsWay) {
+    AddingEngine engine;
+    BlockAdapter adapter(engine);
+    std::vector<float> left(2 * block, 3.0F);
+    std::vector<float> right(2 * block);
+    float* const output[] = {left.data(), right.data()};
+    adapter.Process(output, 1, output, 2 * block - 1);
+    EXPECT_EQ(right[block], 3.0F);
+    EXPECT_TRUE(std::equal(left.begin(), left.end() - 1, right.begin()));
+    adapter.Reset();
+    // Interleaved, with an event behind the end.
+    std::vector<float> sound(4 * block, 5.0F);
+    const TimedEvent late{1000, MidiMessage{0x90, 100, 1}};
+    adapter.Process(sound, sound, {&late, 1});
+    EXPECT_TRUE(std::all_of(sound.begin(), sound.begin() + 2 * block, [](float x) { return x == 0.0F; }));
+    EXPECT_EQ(sound.back(), 5.0F);
+    adapter.Process({}, sound);
+    EXPECT_EQ(sound.front(), 105.0F);
+    EXPECT_EQ(sound.back(), 100.25F);
+}
+
+} // namespace
+
+} // namespace orphia::host
