@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/common/Errors.h"
-#include "tools/lists/InfoCommand.h"
-#include "tools/lists/ParamsCommand.h"
-#include "tools/lists/PresetsCommand.h"
-#include "tools/run/Stopped.h"
+#include "tools/lists/ListCommands.h"
 #include "tools/sample/SampleCommand.h"
 #include "tools/songs/PlayCommand.h"
 #include "tools/songs/RenderCommand.h"

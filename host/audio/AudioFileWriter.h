@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "host/common/PendingFile.h"
+#include "host/common/Files.h"
 
 #include <cstdint>
 #include <filesystem>

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/NonBlocking.h"
 #include "host/midi/MidiMessage.h"
 #include "host/parameters/ParameterInfo.h"
-#include "support/NonBlocking.h"
 
 #include <cstdint>
 

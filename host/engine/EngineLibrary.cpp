@@ -3,6 +3,7 @@
 
 #include "host/common/Errors.h"
 #include "processor/boundary/IProcessorFactory.h"
+#include "support/platform/DynamicLibrary.h"
 #include "support/platform/Platform.h"
 
 #include <fmt/format.h>
@@ -104,11 +105,11 @@ EngineLibrary::EngineLibrary(std::filesystem::path file) {
         path = std::move(file);
         Refuse("there is no such file");
     }
-    library = Platform::DynamicLibrary(path.string());
-    if (!library.IsOpen()) {
-        Refuse(library.GetError());
+    library = std::make_unique<Platform::DynamicLibrary>(path.string());
+    if (!library->IsOpen()) {
+        Refuse(library->GetError());
     }
-    auto* const makeFactory = library.FindFunction<Velmora::Processor::IProcessorFactory*()>(exportName);
+    auto* const makeFactory = library->FindFunction<Velmora::Processor::IProcessorFactory*()>(exportName);
     if (makeFactory == nullptr) {
         Refuse(fmt::format("it does not export {}", exportName));
     }

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "support/platform/DynamicLibrary.h"
-
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -10,6 +8,10 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+namespace Velmora::Platform {
+class DynamicLibrary;
+}
 
 namespace Velmora::Processor {
 class IProcessorFactory;
@@ -59,7 +61,7 @@ private:
 
     std::filesystem::path path;
     // In front of the factory, whose code is in it.
-    Velmora::Platform::DynamicLibrary library;
+    std::unique_ptr<Velmora::Platform::DynamicLibrary> library;
     std::unique_ptr<Velmora::Processor::IProcessorFactory> factory;
     std::string version;
     std::string vendor;

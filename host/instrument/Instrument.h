@@ -4,7 +4,6 @@
 #include "host/engine/BlockEngine.h"
 #include "host/engine/EngineLibrary.h"
 #include "host/engine/MeterReading.h"
-#include "host/engine/Transport.h"
 #include "host/instrument/MidiControls.h"
 #include "host/parameters/ParameterCatalog.h"
 #include "host/presets/Preset.h"
@@ -20,6 +19,15 @@
 #include <vector>
 
 namespace orphia::host {
+
+/// Where a song is, for what follows its beat.
+struct Transport {
+    /// In beats per minute.
+    double tempo = 120.0;
+    /// In quarter notes.
+    double beat = 0.0;
+    bool isPlaying = true;
+};
 
 /// One vocoder instrument: notes, samples and a voice in, stereo sound out. It is played through the engine's
 /// library and nothing else.

@@ -2,17 +2,42 @@
 #pragma once
 
 #include "dsp/vectors/AlignedBuffer.h"
-#include "host/instrument/EngineMessages.h"
 #include "host/instrument/Instrument.h"
 #include "host/instrument/MidiControls.h"
 #include "host/midi/HeldNotes.h"
+#include "processor/boundary/ILogSink.h"
 #include "processor/boundary/IProcessor_V8.h"
 
 #include <array>
+#include <mutex>
 #include <optional>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace orphia::host {
+
+/// Collects what an engine says, on whatever thread; what is too much is left out.
+class EngineMessages final : public Velmora::Processor::ILogSink {
+public:
+    void Log(const char* text, Velmora::u32 /*level*/) override {
+        const std::scoped_lock lock(mutex);
+        if (text != nullptr && messages.size() < maxKept) {
+            messages.emplace_back(text);
+        }
+    }
+
+    std::vector<std::string> Take() {
+        const std::scoped_lock lock(mutex);
+        return std::exchange(messages, {});
+    }
+
+private:
+    static constexpr std::size_t maxKept = 1000;
+
+    std::mutex mutex;
+    std::vector<std::string> messages;
+};
 
 /// What stands behind an Instrument; for its own sources only.
 struct Instrument::Engine {

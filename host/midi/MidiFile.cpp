@@ -2,7 +2,7 @@
 #include "host/midi/MidiFile.h"
 
 #include "host/common/Errors.h"
-#include "host/common/WholeFile.h"
+#include "host/common/Files.h"
 #include "host/midi/MidiTracks.h"
 
 #include <fmt/format.h>

@@ -4,9 +4,14 @@
 #include "dsp/framework/RunChild.h"
 #include "dsp/math/DenormalGuard.h"
 #include "dsp/vectors/AlignedBuffer.h"
+#include "host/common/Errors.h"
+#include "processor/adapter/BlockSize.h"
 #include "vocoder/core/BodeVocoder.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <array>
 
 namespace orphia::host {
 
@@ -64,7 +69,13 @@ struct VocoderSession::Engine {
     }
 };
 
-VocoderSession::VocoderSession(std::uint32_t rate, std::uint32_t noiseSeed) : EngineSession(rate) {
+std::uint32_t VocoderSession::BlockSize(float rate) { return Velmora::Processor::BlockSizeAt(rate); }
+
+VocoderSession::VocoderSession(std::uint32_t rate, std::uint32_t noiseSeed) : sampleRate(rate) {
+    if (rate < minimumSampleRate || rate > maximumSampleRate) {
+        throw UsageError(fmt::format("sample rate {} Hz is outside {} Hz .. {} Hz", rate, minimumSampleRate,
+                                     maximumSampleRate));
+    }
     const auto hertz = static_cast<float>(rate);
     engine = std::make_unique<Engine>(BlockSize(hertz));
     engine->core.SeedNoise(noiseSeed);
@@ -73,12 +84,30 @@ VocoderSession::VocoderSession(std::uint32_t rate, std::uint32_t noiseSeed) : En
 
 VocoderSession::~VocoderSession() = default;
 
-bool VocoderSession::Write(const ParameterSetting& setting) {
+void VocoderSession::Set(const ParameterSetting& setting) {
     if (setting.id >= BodeVocoder::parameterCount) {
-        return false;
+        return;
     }
-    WriteTo(engine->core, setting);
-    return true;
+    if (setting.scale == ParameterSetting::Scale::Position) {
+        engine->core.SetParameterNormalized(setting.id, setting.number);
+    } else {
+        engine->core.SetParameterValue(setting.id, setting.number);
+    }
+    settings[setting.id] = setting;
+}
+
+void VocoderSession::Apply(const Preset& preset) {
+    for (const ParameterSetting& setting : preset.settings) {
+        Set(setting);
+    }
+}
+
+std::vector<ParameterSetting> VocoderSession::Settings() const {
+    std::vector<ParameterSetting> list;
+    for (const auto& [id, setting] : settings) {
+        list.push_back(setting);
+    }
+    return list;
 }
 
 float VocoderSession::Value(std::uint32_t id) const {

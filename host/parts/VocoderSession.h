@@ -2,25 +2,47 @@
 #pragma once
 
 #include "host/engine/MeterReading.h"
-#include "host/parts/EngineSession.h"
+#include "host/parameters/ParameterInfo.h"
+#include "host/presets/Preset.h"
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <span>
+#include <vector>
 
 namespace orphia::host {
 
-/// One vocoder with its settings: stereo modulator and carrier in, stereo mix out. The core adds no
-/// latency. A new session has the engine's own start values, with which nothing is heard: apply a preset.
+/// One vocoder core with its settings: stereo modulator and carrier in, stereo mix out. The core adds no
+/// latency. A new session has the engine's own start values, with which nothing is heard: apply a preset. For
+/// one thread at a time.
 ///
 /// Buffers are interleaved stereo, full scale 1.
-class VocoderSession final : public EngineSession {
+class VocoderSession {
 public:
+    static constexpr std::uint32_t minimumSampleRate = 8000;
+    static constexpr std::uint32_t maximumSampleRate = 384000;
+    static constexpr std::uint32_t defaultSeed = 1;
+
+    /// Frames that the engine computes at once: 44 at 44100 Hz, about a millisecond at every rate.
+    static std::uint32_t BlockSize(float sampleRate);
+
     /// Throws UsageError for a rate out of range. Equal seeds give equal noise.
     explicit VocoderSession(std::uint32_t sampleRate, std::uint32_t noiseSeed = defaultSeed);
-    ~VocoderSession() override;
+    ~VocoderSession();
+    VocoderSession(const VocoderSession&) = delete;
+    VocoderSession& operator=(const VocoderSession&) = delete;
 
-    float Value(std::uint32_t id) const override;
+    std::uint32_t SampleRate() const { return sampleRate; }
+
+    /// Before the first block a setting is there at once; later the engine moves to it in its own time. An
+    /// id beyond the last parameter is ignored.
+    void Set(const ParameterSetting& setting);
+    void Apply(const Preset& preset);
+    /// What was set, the last of each parameter, in order of id.
+    std::vector<ParameterSetting> Settings() const;
+    /// The present real value.
+    float Value(std::uint32_t id) const;
 
     /// Renders as many frames as `output` holds; the inputs must be as long. In pieces of whole engine
     /// blocks the result does not depend on the pieces. A last block that is not whole is filled up with
@@ -33,9 +55,10 @@ public:
 private:
     struct Engine;
 
-    bool Write(const ParameterSetting& setting) override;
     void CollectMeters();
 
+    std::uint32_t sampleRate;
+    std::map<std::uint32_t, ParameterSetting> settings;
     std::unique_ptr<Engine> engine;
     MeterReading meters;
     bool started = false;

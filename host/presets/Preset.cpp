@@ -2,8 +2,7 @@
 #include "host/presets/Preset.h"
 
 #include "host/common/Errors.h"
-#include "host/common/PendingFile.h"
-#include "host/common/WholeFile.h"
+#include "host/common/Files.h"
 #include "host/parameters/ParameterText.h"
 
 #include <fmt/format.h>

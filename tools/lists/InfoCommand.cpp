@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tools/lists/InfoCommand.h"
-
 #include "host/instrument/Instrument.h"
 #include "host/player/BlockAdapter.h"
+#include "tools/lists/ListCommands.h"
 #include "tools/options/InstrumentOptions.h"
 
 #include <CLI/CLI.hpp>

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tools/lists/ParamsCommand.h"
-
 #include "host/common/Errors.h"
 #include "host/parameters/ParameterCatalog.h"
 #include "host/parameters/ParameterText.h"
+#include "tools/lists/ListCommands.h"
 #include "tools/terminal/TextTable.h"
 
 #include <CLI/CLI.hpp>

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tools/lists/PresetsCommand.h"
-
 #include "host/parameters/ParameterText.h"
 #include "host/presets/PresetLibrary.h"
-#include "tools/options/PresetChoice.h"
+#include "tools/lists/ListCommands.h"
+#include "tools/options/RenderOptions.h"
 #include "tools/terminal/Terminal.h"
 #include "tools/terminal/TextTable.h"
 

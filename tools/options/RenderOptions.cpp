@@ -4,8 +4,8 @@
 #include "host/common/Errors.h"
 #include "host/instrument/Instrument.h"
 #include "host/parameters/ParameterText.h"
+#include "host/presets/PresetLibrary.h"
 #include "tools/options/ParameterList.h"
-#include "tools/options/PresetChoice.h"
 #include "tools/terminal/Terminal.h"
 
 #include <CLI/CLI.hpp>
@@ -28,6 +28,14 @@ bool SameFile(const std::filesystem::path& a, const std::filesystem::path& b) {
 }
 
 } // namespace
+
+host::Preset OpenPreset(const std::string& pathOrName, std::vector<std::string>& warnings) {
+    const host::ParameterCatalog& catalog = host::ParameterCatalog::OfInstrument();
+    if (pathOrName == defaultPresetName) {
+        return host::DefaultPreset(catalog);
+    }
+    return host::PresetLibrary().Open(pathOrName, catalog, warnings);
+}
 
 RenderOptions::RenderOptions(CLI::App& app, host::EngineTree engineTree, const std::string& rateDefault)
     : command(app), tree(engineTree) {

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "host/audio/AudioFileWriter.h"
-#include "host/common/PendingFile.h"
+#include "host/common/Files.h"
 #include "host/parameters/ParameterCatalog.h"
 #include "host/parameters/ParameterInfo.h"
 #include "host/presets/Preset.h"
@@ -13,6 +13,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace CLI {
@@ -20,6 +21,13 @@ class App;
 }
 
 namespace orphia::tools {
+
+/// The name of the preset that sounds when none is chosen.
+constexpr std::string_view defaultPresetName = "default";
+
+/// A preset of the instrument as users name it: a file, a preset of the library, or the default one. Throws
+/// FileError and UsageError.
+host::Preset OpenPreset(const std::string& pathOrName, std::vector<std::string>& warnings);
 
 /// Refuses a length of --tail that nobody means: throws UsageError.
 void CheckTail(double seconds);

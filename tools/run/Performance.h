@@ -4,6 +4,7 @@
 #include "host/engine/MeterReading.h"
 
 #include <cstddef>
+#include <optional>
 #include <span>
 
 namespace orphia::tools {
@@ -31,5 +32,13 @@ public:
 protected:
     Performance() = default;
 };
+
+class RenderOutput;
+class RunDisplay;
+
+/// Renders a performance into a file: its passage and a tail of so many seconds; without a number, until it
+/// is silent. Throws FileError, and Stopped when a signal came. Warns of a tail that does not end by itself.
+void RenderWhole(Performance& performance, RenderOutput& output, std::optional<double> tailSeconds,
+                 RunDisplay& display);
 
 } // namespace orphia::tools

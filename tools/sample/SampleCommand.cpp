@@ -4,10 +4,9 @@
 #include "host/common/Errors.h"
 #include "host/instrument/Instrument.h"
 #include "host/parts/SampleReport.h"
+#include "tools/run/Performance.h"
 #include "tools/run/RenderOutput.h"
-#include "tools/run/RenderRun.h"
 #include "tools/run/RunDisplay.h"
-#include "tools/run/Stopped.h"
 #include "tools/sample/KeyPerformance.h"
 #include "tools/terminal/Terminal.h"
 

@@ -2,10 +2,9 @@
 #include "tools/songs/Automation.h"
 
 #include "host/common/Errors.h"
-#include "host/common/WholeFile.h"
+#include "host/common/Files.h"
 #include "host/instrument/Instrument.h"
 #include "host/parameters/ParameterText.h"
-#include "tools/songs/CsvLine.h"
 
 #include <fmt/format.h>
 
@@ -26,6 +25,50 @@ constexpr double lastSecond = 24.0 * 3600.0;
 constexpr double lastBar = 100'000.0;
 constexpr std::array<std::string_view, 4> columnNames = {"time", "parameter", "value", "move"};
 constexpr std::size_t neededColumns = 3;
+
+std::string_view WithoutBlanks(std::string_view text) {
+    const auto first = text.find_first_not_of(" \t");
+    const auto last = text.find_last_not_of(" \t");
+    return first == std::string_view::npos ? std::string_view() : text.substr(first, last - first + 1);
+}
+
+/// Takes a field in quotes off the text's front.
+std::string TakeQuoted(std::string_view& text) {
+    std::string field;
+    for (std::size_t at = 1; at < text.size(); ++at) {
+        if (text[at] != '"') {
+            field += text[at];
+        } else if (at + 1 < text.size() && text[at + 1] == '"') {
+            field += text[at++];
+        } else {
+            text = WithoutBlanks(text.substr(at + 1));
+            return field;
+        }
+    }
+    throw FileError("a quote is not closed");
+}
+
+/// The fields of a line of comma-separated values, without blanks around them. A field in quotes may hold
+/// commas, and a quote as two of them. Throws FileError, with the reason only.
+std::vector<std::string> SplitCsvLine(std::string_view line) {
+    std::vector<std::string> fields;
+    for (std::string_view rest = WithoutBlanks(line);;) {
+        if (rest.starts_with('"')) {
+            fields.push_back(TakeQuoted(rest));
+            if (!rest.empty() && rest.front() != ',') {
+                throw FileError("behind a closing quote there must be a comma");
+            }
+        } else {
+            const auto comma = std::min(rest.find(','), rest.size());
+            fields.emplace_back(WithoutBlanks(rest.substr(0, comma)));
+            rest = rest.substr(comma);
+        }
+        if (rest.empty()) {
+            return fields;
+        }
+        rest = WithoutBlanks(rest.substr(1));
+    }
+}
 
 /// A number without a sign, or less than 0 when it is none.
 double PlainNumber(std::string_view text) {

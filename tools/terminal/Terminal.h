@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <exception>
 #include <string_view>
 
 namespace orphia::tools {
@@ -18,5 +19,11 @@ void WatchStopSignals();
 
 /// The number of the signal that was noted, or 0.
 int StopSignal();
+
+/// The user, or a reader that went away, ended the run; there is nothing to tell.
+class Stopped : public std::exception {
+public:
+    const char* what() const noexcept override { return "stopped"; }
+};
 
 } // namespace orphia::tools

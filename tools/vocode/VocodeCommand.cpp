@@ -4,10 +4,9 @@
 #include "host/common/Errors.h"
 #include "host/parts/VocoderSession.h"
 #include "tools/run/InputSound.h"
+#include "tools/run/Performance.h"
 #include "tools/run/RenderOutput.h"
-#include "tools/run/RenderRun.h"
 #include "tools/run/RunDisplay.h"
-#include "tools/vocode/VocodePerformance.h"
 
 #include <CLI/CLI.hpp>
 
@@ -25,6 +24,28 @@ using host::VocoderSession;
 
 /// Files of a lower rate are brought to this one, so that the treble path has its place.
 constexpr std::uint32_t lowestOwnRate = 44100;
+
+/// Two sounds of one rate that go through the vocoder core, as long as the modulator.
+class VocodePerformance final : public Performance {
+public:
+    VocodePerformance(InputSound& modulatorSound, InputSound& carrierSound, VocoderSession& vocoder)
+        : modulator(modulatorSound), carrier(carrierSound), session(vocoder) {}
+
+    std::size_t Render(std::span<float> output) override {
+        const std::size_t frames = modulator.Read(output.size() / 2);
+        carrier.Read(output.size() / 2);
+        session.Process(modulator.Samples(), carrier.Samples(), output);
+        return frames;
+    }
+    bool IsDone() const override { return modulator.HasEnded(); }
+    double ExpectedSeconds() const override { return modulator.ExpectedSeconds(); }
+    host::MeterReading TakeMeters() override { return session.TakeMeters(); }
+
+private:
+    InputSound& modulator;
+    InputSound& carrier;
+    VocoderSession& session;
+};
 
 } // namespace
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/presets/Preset.h"
 
-#include "host/common/PendingFile.h"
+#include "host/common/Files.h"
 #include "host/presets/PresetLibrary.h"
 #include "rigs/TestFiles.h"
 #include "support/platform/Platform.h"

@@ -1,10 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <string>
 #include <string_view>
 
 namespace orphia::host {
+
+/// All bytes of a file. Throws FileError, without the file's name, for what cannot be read, and for a file
+/// of more than maxSize bytes: it "is too large for" a `kind`, such as "a preset".
+std::string ReadWholeFile(const std::filesystem::path& path, std::uintmax_t maxSize, std::string_view kind);
 
 /// A file that appears whole or not at all: it is written under another name in the same folder, and takes
 /// its own name, and the place of a file that was there, with Commit. Without that it leaves nothing.

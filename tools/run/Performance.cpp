@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "tools/run/RenderRun.h"
-
 #include "tools/run/Performance.h"
+
 #include "tools/run/RenderOutput.h"
 #include "tools/run/RunDisplay.h"
-#include "tools/run/Stopped.h"
 #include "tools/terminal/Terminal.h"
 
 #include <fmt/format.h>

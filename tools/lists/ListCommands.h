@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "tools/terminal/Command.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+
+namespace CLI {
+class App;
+}
+
+/// The commands that only tell.
+namespace orphia::tools {
+
+/// orphia params: lists the parameters of the instrument.
+class ParamsCommand final : public Command {
+public:
+    explicit ParamsCommand(CLI::App& app);
+
+    bool IsChosen() const override;
+    void Run() override;
+
+private:
+    CLI::App* command;
+    std::string pattern;
+    bool writesMarkdown = false;
+};
+
+/// orphia presets: lists the presets of the instrument, or shows one.
+class PresetsCommand final : public Command {
+public:
+    explicit PresetsCommand(CLI::App& app);
+
+    bool IsChosen() const override;
+    void Run() override;
+
+private:
+    void List() const;
+    void Show() const;
+
+    CLI::App* command;
+    std::string name;
+};
+
+/// orphia info: tells what the engine is, and measures what an instance of it takes.
+class InfoCommand final : public Command {
+public:
+    explicit InfoCommand(CLI::App& app);
+
+    bool IsChosen() const override;
+    void Run() override;
+
+private:
+    CLI::App* command;
+    std::filesystem::path enginePath;
+    std::uint32_t sampleRate = 44100;
+};
+
+} // namespace orphia::tools
