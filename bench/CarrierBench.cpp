@@ -111,12 +111,12 @@ struct Rig {
     }
     void RunCarrier() {
         ProcessContext carrier = context.ForChild(inputs, 1, outputs, 2);
-        RunChild(played->Sound(), carrier);
+        RunChild(played->CarrierSynth(), carrier);
     }
 };
 
 void ExpectVoices(benchmark::State& state, Rig& rig, u32 count) {
-    if (rig.played->Sound().ActiveVoices().size() != count) {
+    if (rig.played->CarrierSynth().ActiveVoices().size() != count) {
         state.SkipWithError("another number of voices sounds");
     }
 }

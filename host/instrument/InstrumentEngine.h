@@ -5,7 +5,6 @@
 #include "host/instrument/Instrument.h"
 #include "host/instrument/MidiControls.h"
 #include "host/midi/HeldNotes.h"
-#include "processor/boundary/ILogSink.h"
 #include "processor/boundary/IProcessor_V8.h"
 
 #include <array>

@@ -1,7 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/parameters/ParameterTraits.h"
+#include "vocoder/wiring/Wiring.h"
+
+#include <fmt/format.h>
 
 #include <array>
+#include <cstdio>
+#include <string>
+#include <vector>
 
 namespace orphia::host {
 
@@ -72,7 +78,6 @@ constexpr std::array carrierRows = {
     Row{"LFO_RateSyncedType", {Circuit, None, "follows LFO_InternalRateSyncedType"}},
     Row{"LFO_CurrentPhaseFeedback", {Output, None, "phase of the LFO"}},
     Row{"LFO_CurrentValueLFeedback", {Output, None, "value of the LFO"}},
-    Row{"Modulations_Dst#_Src#_Amount", {Route, None, "how much a source moves a destination"}},
     Row{"Modulations_Dst#_Src#_Activated", {Circuit, None, "follows the switch of its source"}},
 
     Row{"_ChordOn", {Control, None, "each key plays the chord of the ChordKeys that are on"}},
@@ -106,8 +111,39 @@ constexpr std::array carrierRows = {
     Row{"Release", {Control, Second, "how fast it dies away"}},
 };
 
+using Velmora::Processor::sourceTexts;
+using Velmora::Processor::wiring;
+
+/// A text for each route of the matrix, destination by destination.
+std::vector<std::string> MakeRouteTexts() {
+    std::vector<std::string> texts;
+    for (const auto& wire : wiring) {
+        for (const std::string_view source : sourceTexts) {
+            texts.push_back(fmt::format("how much {} moves {}", source, wire.text));
+        }
+    }
+    return texts;
+}
+
+/// Of the amount of a route; empty for any other name.
+std::string_view RouteText(std::string_view name) {
+    static const std::vector<std::string> texts = MakeRouteTexts();
+    unsigned destination = 0;
+    unsigned source = 0;
+    int length = 0;
+    const std::string text(name);
+    if (std::sscanf(text.c_str(), "Modulations_Dst%u_Src%u_Amount%n", &destination, &source, &length) != 2 ||
+        length == 0) {
+        return {};
+    }
+    return texts[(destination - 1) * sourceTexts.size() + source - 1];
+}
+
 } // namespace
 
-ParameterTraits CarrierTraitsOf(std::string_view name) { return FindTraits(carrierRows, name); }
+ParameterTraits CarrierTraitsOf(std::string_view name) {
+    const std::string_view route = RouteText(name);
+    return route.empty() ? FindTraits(carrierRows, name) : ParameterTraits{Route, None, route};
+}
 
 } // namespace orphia::host

@@ -1,8 +1,33 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "processor/VocoderProcessorFactory.h"
+// The export of the library, and what it makes.
+#include "processor/adapter/DsplibProcessor-Impl.h"
+#include "processor/boundary/IProcessorFactory.h"
+#include "processor/instrument/VocoderProcessor.h"
 #include "support/platform/KeepLoaded.h"
 
 #include <fftw3.h>
+
+#include <new>
+
+namespace {
+
+using namespace Velmora::Processor;
+
+/// Makes the instrument.
+class VocoderProcessorFactory final : public IProcessorFactory {
+public:
+    VocoderProcessorFactory() : IProcessorFactory("1.6.2.5305", "Velmora", "Orphia VX") {}
+
+    /// New honours the alignment of the class, which vector code relies on; the virtual destructor's delete
+    /// matches it. Errors of the engine's construction are raised.
+    IProcessor* CreateProcessor() override {
+        return new (std::nothrow) DsplibProcessor<VocoderProcessor, 1>();
+    }
+};
+
+static_assert(sizeof(VocoderProcessorFactory) == sizeof(IProcessorFactory));
+
+} // namespace
 
 /// The one function of the library that hosts call. Each call makes a factory, which the caller deletes.
 extern "C" Velmora::Processor::IProcessorFactory* GetProcessorFactory() {
@@ -11,5 +36,5 @@ extern "C" Velmora::Processor::IProcessorFactory* GetProcessorFactory() {
     Velmora::Platform::KeepLoaded(&fftwf_cleanup);
     // Its planner calls the locks of the other one of its libraries.
     Velmora::Platform::KeepLoaded(&fftwf_make_planner_thread_safe);
-    return new Velmora::Processor::VocoderProcessorFactory();
+    return new VocoderProcessorFactory();
 }

@@ -3,14 +3,14 @@
 
 #include "dsp/framework/ParameterNameWriter.h"
 #include "processor/adapter/BlockSize.h"
-#include "processor/adapter/DsplibProcessor.h"
+#include "processor/adapter/DsplibProcessorBlock-Impl.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <utility>
 
-// All but the block.
+// The operations of the host interface; the block has a file of its own.
 namespace Velmora::Processor {
 
 namespace details {
@@ -225,5 +225,3 @@ bool DsplibProcessor<Engine, variant>::GetParameterDataChanges(const ParameterDa
 }
 
 } // namespace Velmora::Processor
-
-#include "processor/adapter/DsplibProcessorBlock-Impl.h"

@@ -21,6 +21,8 @@ namespace Velmora::Processor {
 ///
 /// The engine is a module with `parameterCount`, the data operations and the two change queues of
 /// VocoderProcessor. Nothing depends on `variant`: it tells adapters of one engine apart.
+///
+/// Who makes one includes DsplibProcessor-Impl.h.
 template <class Engine, u32 variant>
 class alignas(16) alignas(Engine) DsplibProcessor : public IProcessor_V8 {
 public:
@@ -85,5 +87,3 @@ private:
 };
 
 } // namespace Velmora::Processor
-
-#include "processor/adapter/DsplibProcessor-Impl.h"

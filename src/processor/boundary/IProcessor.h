@@ -2,11 +2,20 @@
 #pragma once
 
 #include "processor/boundary/HostRecords.h"
-#include "processor/boundary/ILogSink.h"
 #include "processor/boundary/Info.h"
 #include "support/NonBlocking.h"
 
 namespace Velmora::Processor {
+
+/// The host's logger. The host owns it; its table of virtual operations has this one entry.
+class ILogSink {
+public:
+    /// `text` is zero-terminated and valid during the call only.
+    virtual void Log(const char* text, u32 level) = 0;
+
+protected:
+    ~ILogSink() = default;
+};
 
 /// A processor as the host sees it, in levels: each level appends operations and data to the one before, and
 /// a host that was built for an older level uses only what it knows. Operations are numbered by slot; a slot

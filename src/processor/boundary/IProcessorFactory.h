@@ -3,6 +3,8 @@
 
 #include "processor/boundary/IProcessor_V8.h"
 
+#include <cstdio>
+
 namespace Velmora::Processor {
 
 /// Where a host gets processors from, and what it reads the product's identity from: the three texts lie
@@ -26,7 +28,12 @@ public:
 
 protected:
     /// Longer texts are cut to 255 characters.
-    IProcessorFactory(const char* productVersion, const char* productVendor, const char* productName);
+    IProcessorFactory(const char* productVersion, const char* productVendor, const char* productName)
+        : version{}, vendor{}, name{} {
+        std::snprintf(version, textCapacity, "%s", productVersion);
+        std::snprintf(vendor, textCapacity, "%s", productVendor);
+        std::snprintf(name, textCapacity, "%s", productName);
+    }
 };
 
 static_assert(sizeof(IProcessorFactory) == 8 + 3 * IProcessorFactory::textCapacity);

@@ -102,7 +102,7 @@ void FXContainer::RunSlot(u32 slot, const ProcessContext& context, const float* 
     for (u32 signal = 0; signal < FXVariant::signalCount; ++signal) {
         for (const u32 place : FXVariant::signalInputs[signal]) {
             if (place != 0) {
-                inputs[place] = context.InputOrNull(2 + signal * slotCount + slot);
+                inputs[place] = context.InputOrNull(Pins::Slot1First + signal * slotCount + slot);
             }
         }
     }

@@ -4,6 +4,7 @@
 #include "dsp/framework/ModuleContainer.h"
 #include "dsp/vectors/AlignedBuffer.h"
 #include "processor/effects/FXVariant.h"
+#include "vocoder/wiring/Wiring.h"
 
 #include <array>
 #include <string>
@@ -12,8 +13,8 @@ namespace Velmora::Processor {
 
 /// The end of the instrument: three effect slots, in series or in parallel.
 ///
-/// Inputs: 0 left, 1 right; 2, 3, 4 the first modulation signal of slots 1, 2, 3; 5, 6, 7 the second; any may
-/// be null or absent. Outputs: 0 left, 1 right, which may be the input buffers.
+/// Inputs: those of Pins::Effects; any may be null or absent. Outputs: 0 left, 1 right, which may be the
+/// input buffers.
 class FXContainer final : public dsp::ModuleContainer<FXVariant, FXVariant, FXVariant> {
 public:
     static constexpr u32 slotCount = childCount;
@@ -25,7 +26,7 @@ public:
         AdditionalCount
     };
     static constexpr u32 parameterCount = childParameterCount + AdditionalCount;
-    static constexpr u32 inputCount = 2 + 2 * slotCount;
+    static constexpr u32 inputCount = Pins::EffectsInputCount;
     static constexpr u32 outputCount = 2;
     static constexpr u32 ParameterId(Additional index) { return childParameterCount + index; }
     /// Of a parameter of a slot, which counts from 0.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/math/Within.h"
 #include "support/platform/Types.h"
 
 #include <array>
@@ -17,7 +18,19 @@ public:
 
     /// Takes the LFO's value, -1..1, of one block. With the last block of a message, the message; else null.
     /// It stays as it is for two more messages.
-    const Message* Add(float lfo);
+    const Message* Add(float lfo) {
+        if (block % blocksPerByte == blocksPerByte - 1) {
+            messages[current][block / blocksPerByte] =
+                static_cast<u8>(dsp::ToIndex((lfo + 1.0F) * 127.5F, 256));
+        }
+        if (++block < blocksPerMessage) {
+            return nullptr;
+        }
+        const Message* full = &messages[current];
+        block = 0;
+        current = (current + 1) % messageCount;
+        return full;
+    }
 
 private:
     static constexpr u32 blocksPerMessage = messageSize * blocksPerByte;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "processor/instrument/VocoderProcessor.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "processor/synth/SynthProcessor-Impl.h"
 #include "support/platform/Platform.h"
 
@@ -16,9 +17,6 @@ template class SynthProcessor<64, 10, 1, VocoderModulator, ModulationsManager,
 
 namespace {
 
-using dsp::ModuleParam;
-
-constexpr i32 exponentialId = 4;
 constexpr u32 continuousTuningOfGlider = VocoderProcessor::FirstParameter<3>() +
                                          Carrier::FirstParameter<2>() +
                                          Carrier::VoiceGlider::continuousTuning;
@@ -31,16 +29,12 @@ static_assert(VocoderProcessor::FirstParameter<1>() == 372 && VocoderProcessor::
 static_assert(VocoderProcessor::parameterCount == 2357 && firstPath == 303 &&
               continuousTuningOfGlider == 951);
 
-std::vector<ModuleParam> InstrumentParameters() {
-    std::vector<ModuleParam> records;
-    records.push_back(ModuleParam::Stepped("OutputSelection", 3, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Mapped("MasterVolume", exponentialId, -60.0F, 0.0F, -3.0F));
-    records.push_back(ModuleParam::Mapped("Attack", exponentialId, 0.002F, 20.0F, 5.0F));
-    records.push_back(ModuleParam::Mapped("Release", exponentialId, 0.002F, 20.0F, 4.0F));
-    records.push_back(ModuleParam::Stepped("PolyphonyMode", 13, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Stepped("PitchBendRange", 24, 1.0F, 1.0F));
-    records.emplace_back("LFO Feedback");
-    return records;
+std::vector<dsp::ModuleParam> InstrumentParameters() {
+    using namespace dsp::Declare;
+    return dsp::RecordsOf({Choice("OutputSelection", 3), Exponential("MasterVolume", -60.0F, 0.0F, -3.0F),
+                           Exponential("Attack", 0.002F, 20.0F, 5.0F),
+                           Exponential("Release", 0.002F, 20.0F, 4.0F), Choice("PolyphonyMode", 13),
+                           Steps("PitchBendRange", 24, 1.0F, 1.0F, 1.0F), Raw("LFO Feedback")});
 }
 
 } // namespace
@@ -71,10 +65,10 @@ VocoderProcessor::VocoderProcessor(const std::string* tuningLibrary)
 
 void VocoderProcessor::Connect() {
     Modulator().SetHeldNotes(PressTable());
-    Sound().Connect(Modulations(), *this, *this);
-    Chords().Attach(Sound());
+    CarrierSynth().Connect(Modulations(), *this, *this);
+    Chords().Attach(CarrierSynth());
     linkedIds[MtsRetuningMode].push_back(continuousTuningOfGlider);
-    Sound().SetTuningClient(mtsClient.get());
+    CarrierSynth().SetTuningClient(mtsClient.get());
 }
 
 void VocoderProcessor::OnSynthInitialize(float sampleRate, u32 maxBlockSize) {
@@ -121,7 +115,7 @@ ParameterData VocoderProcessor::GetParameterData(u32 id) {
 void VocoderProcessor::SeedNoise(u32 seed) {
     Modulator().SeedRandom(seed);
     Modulations().SeedRandom(seed);
-    Sound().SeedNoise(seed);
+    CarrierSynth().SeedNoise(seed);
     Vocoder().SeedNoise(seed);
 }
 

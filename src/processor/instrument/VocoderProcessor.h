@@ -32,7 +32,7 @@ using VocoderSynth =
 class VocoderProcessor final : public VocoderSynth {
 public:
     /// The instrument's own parameters, behind the reserved ones.
-    enum Additional : u32 {
+    enum Parameter : u32 {
         /// A Selection.
         OutputSelection = ReservedCount,
         /// dB.
@@ -46,10 +46,10 @@ public:
         PitchBendRange,
         /// Data for the interface: where the LFO is.
         LfoFeedbackData,
-        AdditionalCount
+        ParameterCount
     };
     enum Selection : i32 { CarrierMonitor, ModulatorMonitor, VocoderOutput };
-    static constexpr u32 parameterCount = childParameterCount + AdditionalCount;
+    static constexpr u32 parameterCount = childParameterCount + ParameterCount;
     static constexpr u32 ParameterId(u32 index) { return firstAdditional + index; }
     /// The longest path of a sample, in bytes.
     static constexpr u32 longestPath = 256;
@@ -78,7 +78,7 @@ public:
     VocoderModulator& Modulator() { return Child<0>(); }
     ModulationsManager& Modulations() { return Child<1>(); }
     dsp::Observable<engine::ChordGenerator>& Chords() { return Child<2>(); }
-    Carrier& Sound() { return Child<3>(); }
+    Carrier& CarrierSynth() { return Child<3>(); }
     BodeVocoder& Vocoder() { return Child<4>(); }
     FXContainer& Effects() { return Child<5>(); }
 
@@ -93,9 +93,9 @@ private:
     void NoteOn(const engine::NoteInfo& note) override;
     void NoteOff(const engine::NoteInfo& note) override;
     void StartVoice(u32 voice, const engine::NoteInfo& note, bool stealing) override;
-    bool CanKill(u32 voice) override { return Sound().CanKill(voice); }
+    bool CanKill(u32 voice) override { return CarrierSynth().CanKill(voice); }
     void ReleaseVoiceHook(u32 voice) override;
-    void OnVoiceKilled(u32 voice) override { Sound().KillVoice(voice); }
+    void OnVoiceKilled(u32 voice) override { CarrierSynth().KillVoice(voice); }
     void OnVoiceFinished(u32 voice) override { EndVoiceExpression(voice); }
     bool SelectsSlot(u32 note);
     u32 NotesForGlide();
@@ -128,7 +128,13 @@ private:
     void RunVocoder(const dsp::ProcessContext& context);
     void WriteOutput(const dsp::ProcessContext& context);
     void RunEffects(const dsp::ProcessContext& context);
-    void WriteMonitor(const dsp::ProcessContext& context, u32 firstBuffer, const std::array<float, 3>& gains);
+    void WriteMonitor(const dsp::ProcessContext& context, BodeVocoder::Output left,
+                      const std::array<float, 3>& gains);
+    /// The channel of a destination that all voices share.
+    auto DestinationChannels() {
+        return
+            [this](u32 destination) { return Modulations().Matrix().GlobalDestination(destination).data(); };
+    }
     const float* VolumeModulation();
     void ReportLfo(const dsp::ProcessContext& context);
 
@@ -139,11 +145,12 @@ private:
         ModulatorSide,
         CarrierLeft,
         CarrierRight,
-        /// The mix, the carrier's and the modulator's preamps.
+        /// The outputs of BodeVocoder.
         VocoderOut,
-        MonoCopy = VocoderOut + 6,
+        MonoCopy = VocoderOut + BodeVocoder::OutputCount,
         BufferCount
     };
+    float* VocoderBlock(BodeVocoder::Output output) { return buffers[u32{VocoderOut} + u32{output}]; }
     dsp::BlockPool buffers;
     dsp::EventQueue chordEvents;
     dsp::EventQueue noEvents;

@@ -12,8 +12,6 @@ namespace {
 using dsp::ProcessContext;
 
 constexpr u32 sideCount = 2;
-constexpr std::array<u32, 9> vocoderDestinations = {18, 19, 20, 21, 22, 23, 24, 25, 27};
-constexpr std::array<u32, 6> effectDestinations = {2, 3, 4, 5, 6, 7};
 // From the volts of the circuit's preamps back to full scale, step by step as the signal path takes it.
 constexpr std::array<float, 3> carrierMonitorGains = {0.1F, 0.35714F, 15.85F};
 constexpr std::array<float, 3> modulatorMonitorGains = {0.057048F, 0.35714F, 2.0F};
@@ -99,19 +97,18 @@ void VocoderProcessor::RunCarrier(const ProcessContext& context) {
     const float* inputs[] = {buffers[ModulatorSide]};
     float* outputs[] = {buffers[CarrierLeft], buffers[CarrierRight]};
     ProcessContext child = context.ForChild(inputs, 1, outputs, Carrier::outputCount);
-    dsp::RunChild(Sound(), child);
+    dsp::RunChild(CarrierSynth(), child);
 }
 
 void VocoderProcessor::RunVocoder(const ProcessContext& context) {
-    std::array<const float*, sideCount + vocoderDestinations.size()> inputs = {buffers[CarrierLeft],
-                                                                               buffers[CarrierRight]};
-    for (u32 i = 0; i < vocoderDestinations.size(); ++i) {
-        inputs[sideCount + i] = Modulations().Matrix().GlobalDestination(vocoderDestinations[i]).data();
-    }
+    std::array<const float*, BodeVocoder::InputCount> inputs{};
+    inputs[BodeVocoder::CarrierLeft] = buffers[CarrierLeft];
+    inputs[BodeVocoder::CarrierRight] = buffers[CarrierRight];
+    ConnectWires(WiredModule::Vocoder, inputs, DestinationChannels());
     const float* program[] = {buffers[ModulatorLeft], buffers[ModulatorRight]};
-    std::array<float*, MonoCopy - VocoderOut> outputs{};
+    std::array<float*, BodeVocoder::OutputCount> outputs{};
     for (u32 i = 0; i < outputs.size(); ++i) {
-        outputs[i] = buffers[VocoderOut + i];
+        outputs[i] = VocoderBlock(static_cast<BodeVocoder::Output>(i));
     }
     ProcessContext child = context.ForChild(inputs.data(), inputs.size(), outputs.data(), outputs.size());
     child.auxInputs = program;
@@ -119,9 +116,9 @@ void VocoderProcessor::RunVocoder(const ProcessContext& context) {
     dsp::RunChild(Vocoder(), child);
     const float external =
         Modulator().FindParameter(VocoderModulator::ParameterId(VocoderModulator::ExternalInput))->GetValue();
-    if (external <= 0.5F && Sound().ActiveVoices().empty()) {
-        std::fill_n(buffers[VocoderOut], context.numFrames, 0.0F);
-        std::fill_n(buffers[VocoderOut + 1], context.numFrames, 0.0F);
+    if (external <= 0.5F && CarrierSynth().ActiveVoices().empty()) {
+        std::fill_n(VocoderBlock(BodeVocoder::MixLeft), context.numFrames, 0.0F);
+        std::fill_n(VocoderBlock(BodeVocoder::MixRight), context.numFrames, 0.0F);
     }
 }
 
@@ -131,29 +128,28 @@ void VocoderProcessor::WriteOutput(const ProcessContext& context) {
         RunEffects(context);
         break;
     case CarrierMonitor:
-        WriteMonitor(context, VocoderOut + 2, carrierMonitorGains);
+        WriteMonitor(context, BodeVocoder::CarrierPreampLeft, carrierMonitorGains);
         break;
     default:
-        WriteMonitor(context, VocoderOut + 4, modulatorMonitorGains);
+        WriteMonitor(context, BodeVocoder::ProgramPreampLeft, modulatorMonitorGains);
         break;
     }
 }
 
 void VocoderProcessor::RunEffects(const ProcessContext& context) {
-    std::array<const float*, sideCount + effectDestinations.size()> inputs = {buffers[VocoderOut],
-                                                                              buffers[VocoderOut + 1]};
-    for (u32 i = 0; i < effectDestinations.size(); ++i) {
-        inputs[sideCount + i] = Modulations().Matrix().GlobalDestination(effectDestinations[i]).data();
-    }
+    std::array<const float*, FXContainer::inputCount> inputs{};
+    inputs[Pins::EffectsLeft] = VocoderBlock(BodeVocoder::MixLeft);
+    inputs[Pins::EffectsRight] = VocoderBlock(BodeVocoder::MixRight);
+    ConnectWires(WiredModule::Effects, inputs, DestinationChannels());
     ProcessContext child =
         context.ForChild(inputs.data(), inputs.size(), context.outputs, context.numOutputs);
     dsp::RunChild(Effects(), child);
 }
 
-void VocoderProcessor::WriteMonitor(const ProcessContext& context, u32 firstBuffer,
+void VocoderProcessor::WriteMonitor(const ProcessContext& context, BodeVocoder::Output left,
                                     const std::array<float, 3>& gains) {
     for (u32 channel = 0; channel < sideCount; ++channel) {
-        const float* from = buffers[firstBuffer + channel];
+        const float* from = VocoderBlock(static_cast<BodeVocoder::Output>(left + channel));
         std::transform(from, from + context.numFrames, context.outputs[channel],
                        [&gains](float x) { return x * gains[0] * gains[1] * gains[2]; });
     }

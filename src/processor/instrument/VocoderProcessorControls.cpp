@@ -39,7 +39,7 @@ bool VocoderProcessor::OnUpdateParameters(dsp::ProcessContext& /*context*/) {
 void VocoderProcessor::UpdatePitchBend() {
     if (AdditionalChanged(PitchBend) || AdditionalChanged(PitchBendRange)) {
         const float semitones = AdditionalValue(PitchBend) * AdditionalValue(PitchBendRange);
-        Sound().SetBend(semitones);
+        CarrierSynth().SetBend(semitones);
         SetGlobalBend(semitones);
     }
 }
@@ -47,7 +47,7 @@ void VocoderProcessor::UpdatePitchBend() {
 void VocoderProcessor::UpdateEnvelopes() {
     const auto forward = [this](u32 index, u32 envelopeId) {
         if (AdditionalChanged(index)) {
-            Sound().SetParameterValue(envelopeId, AdditionalValue(index));
+            CarrierSynth().SetParameterValue(envelopeId, AdditionalValue(index));
             Modulator().Section<VocoderModulator::Envelope>().SetParameterValue(envelopeId,
                                                                                 AdditionalValue(index));
         }

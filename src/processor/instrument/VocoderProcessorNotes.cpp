@@ -36,25 +36,25 @@ void VocoderProcessor::StartVoice(u32 voice, const engine::NoteInfo& note, bool 
     StartVoiceExpression(voice, note.channel);
     if (NotesForGlide() < 2) {
         // Only notes that are tied to a held one glide.
-        Sound().Glide().Reset(false);
+        CarrierSynth().Glide().Reset(false);
     }
-    Sound().Glide().StartNote(voice, note.note, mtsClient.get(), note.channel);
-    Sound().SetVoiceFrequency(voice, PitchOffset(voice));
+    CarrierSynth().Glide().StartNote(voice, note.note, mtsClient.get(), note.channel);
+    CarrierSynth().SetVoiceFrequency(voice, PitchOffset(voice));
     Modulations().WriteVoiceSource(voice, VelocitySource, static_cast<float>(note.velocity) * 0.007874016F);
     const float key = static_cast<float>(note.note) * 0.016666668F - 1.0F;
     Modulations().WriteVoiceSource(voice, KeySource, std::clamp(key, -1.0F, 1.0F));
     if (!stealing) {
-        Sound().Voice(voice).Reset(false);
-        Sound().Voice(voice).PulseGate();
-        Sound().Killer(voice).SetParameterValue(engine::VoiceKiller::state, 0.0F);
+        CarrierSynth().Voice(voice).Reset(false);
+        CarrierSynth().Voice(voice).PulseGate();
+        CarrierSynth().Killer(voice).SetParameterValue(engine::VoiceKiller::state, 0.0F);
         Modulations().VoiceOn(static_cast<i32>(voice));
     }
 }
 
 void VocoderProcessor::ReleaseVoiceHook(u32 voice) {
     ReleaseVoiceExpression(voice);
-    Sound().Glide().ReleaseVoice(voice, NewestHeldVoice(static_cast<i32>(voice)));
-    Sound().Voice(voice).SetGate(false);
+    CarrierSynth().Glide().ReleaseVoice(voice, NewestHeldVoice(static_cast<i32>(voice)));
+    CarrierSynth().Voice(voice).SetGate(false);
     if (HeldNoteCount() == 0) {
         Modulations().WriteGlobalSource(AftertouchSource, 0.0F);
     }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "processor/synth/ReservedParameters.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
+
 #include <iterator>
 #include <string>
 #include <utility>
@@ -9,48 +11,30 @@ namespace Velmora::Processor {
 
 namespace {
 
-using dsp::ModuleParam;
+using namespace dsp::Declare;
 
-constexpr i32 linearId = 1;
-constexpr i32 exponentialId = 4;
-
-ModuleParam Raw(std::string name) { return ModuleParam(std::move(name)); }
-ModuleParam Switch(std::string name) { return ModuleParam::Stepped(std::move(name), 2, 0.0F, 1.0F); }
-ModuleParam Bend(std::string name) {
-    return ModuleParam::Mapped(std::move(name), linearId, -1.0F, 1.0F, 1.0F);
-}
+dsp::ParameterDeclaration Bend(std::string name) { return Linear(std::move(name), -1.0F, 1.0F); }
+dsp::ParameterDeclaration Plain(std::string name) { return Raw(std::move(name)); }
 
 template <class Make>
-void AddChannels(std::vector<ModuleParam>& records, const std::string& name, Make make) {
+void AddChannels(std::vector<dsp::ModuleParam>& records, const std::string& name, Make make) {
     for (u32 channel = 0; channel < midiChannelCount; ++channel) {
-        records.push_back(make(name + std::to_string(channel)));
+        records.push_back(make(name + std::to_string(channel)).Record());
     }
 }
 
 } // namespace
 
-std::vector<ModuleParam> AfterReservedParameters(std::vector<ModuleParam>&& instrument) {
-    std::vector<ModuleParam> records;
-    records.reserve(ReservedCount + instrument.size());
-    records.push_back(Bend("VST3_PitchBend"));
-    records.push_back(Raw("VST3_CtrlModWheel"));
-    records.push_back(Raw("VST3_CtrlSustainOnOff"));
-    records.push_back(Raw("VST3_CtrlAllNotesOff"));
-    records.push_back(Raw("VST3_AfterTouch"));
-    records.push_back(Switch("Panic"));
-    records.push_back(Switch("PresetLoading"));
-    records.push_back(Raw("GUI Visible"));
-    records.push_back(ModuleParam::Mapped("Synth_Master_Volume", exponentialId, -60.0F, 0.0F, -3.0F));
-    records.push_back(Switch("MPE_Enabled"));
-    records.push_back(ModuleParam::Mapped("MPE_PitchRange", linearId, 2.0F, 96.0F, 1.0F));
-    records.push_back(ModuleParam::Stepped("MPE_SlideMode", 3, 0.0F, 1.0F));
-    records.push_back(Raw("MPE_GlobalBrightness"));
-    records.push_back(Switch("MTS_HasMaster"));
-    records.push_back(Switch("MTS_Retuning_Mode"));
+std::vector<dsp::ModuleParam> AfterReservedParameters(std::vector<dsp::ModuleParam>&& instrument) {
+    std::vector<dsp::ModuleParam> records = dsp::RecordsOf(
+        {Bend("VST3_PitchBend"), Raw("VST3_CtrlModWheel"), Raw("VST3_CtrlSustainOnOff"),
+         Raw("VST3_CtrlAllNotesOff"), Raw("VST3_AfterTouch"), Switch("Panic"), Switch("PresetLoading"),
+         Raw("GUI Visible"), Exponential("Synth_Master_Volume", -60.0F, 0.0F, -3.0F, 0.0F),
+         Switch("MPE_Enabled"), Linear("MPE_PitchRange", 2.0F, 96.0F), Choice("MPE_SlideMode", 3),
+         Raw("MPE_GlobalBrightness"), Switch("MTS_HasMaster"), Switch("MTS_Retuning_Mode")});
     AddChannels(records, "MPE_PitchBend_", Bend);
-    AddChannels(records, "MPE_Aftertouch_", Raw);
-    AddChannels(records, "MPE_Brightness_", Raw);
-    records[SynthMasterVolume].SetValue(0.0F);
+    AddChannels(records, "MPE_Aftertouch_", Plain);
+    AddChannels(records, "MPE_Brightness_", Plain);
     std::move(instrument.begin(), instrument.end(), std::back_inserter(records));
     return records;
 }

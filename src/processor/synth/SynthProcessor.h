@@ -1,18 +1,74 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/framework/ModuleContainer.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/vectors/AlignedBuffer.h"
 #include "engine/expression/IAftertouchAndMPEManager.h"
+#include "engine/tuning/MtsClient.h"
 #include "engine/voices/IVoiceManager.h"
 #include "engine/voices/NoteInfo.h"
 #include "engine/voices/VoiceInfoT.h"
 #include "processor/boundary/HostRecords.h"
-#include "processor/synth/ChangeQueue.h"
-#include "processor/synth/ConstructionHelper.h"
-#include "processor/synth/Empty.h"
+#include "processor/synth/ReservedParameters.h"
+
+#include <array>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace Velmora::Processor {
+
+/// Changes that the engine reports to the host, in order. It never grows: what does not fit is dropped, and
+/// stays dropped until the host has taken the queue.
+template <class Record, u32 queueCapacity>
+struct ChangeQueue {
+    static constexpr u32 capacity = queueCapacity;
+
+    u32 count = 0;
+    std::array<Record, capacity> records{};
+
+    /// False when the queue is full and the record is dropped.
+    bool Append(const Record& record) {
+        if (count >= capacity) {
+            return false;
+        }
+        records[count++] = record;
+        return true;
+    }
+};
+
+/// The place of a base that this instrument does without.
+struct Empty {};
+
+namespace details {
+
+/// What an instrument is built from: its sections, the reserved parameters followed by its own, and the
+/// tuning client. The root of the tree: no prefix, no inputs, stereo out.
+template <class... Children>
+class ConstructionHelper : public dsp::ModuleContainer<Children...> {
+public:
+    static constexpr u32 outputCount = 2;
+
+protected:
+    /// `tuningLibrary` is where the tuning library lies, null for its usual place; then one tuple of
+    /// constructor arguments per section.
+    template <class... Arguments>
+    ConstructionHelper(std::vector<dsp::ModuleParam>&& instrumentParameters, const std::string* tuningLibrary,
+                       Arguments&&... arguments)
+        : dsp::ModuleContainer<Children...>(std::string(), 0, outputCount,
+                                            AfterReservedParameters(std::move(instrumentParameters)),
+                                            std::forward<Arguments>(arguments)...),
+          mtsClient(tuningLibrary != nullptr ? std::make_unique<engine::MtsClient>(*tuningLibrary)
+                                             : std::make_unique<engine::MtsClient>()) {
+        this->linkedIds.resize(linkableCount);
+    }
+
+    std::unique_ptr<engine::MtsClient> mtsClient;
+};
+
+} // namespace details
 
 /// The frame of a polyphonic instrument: root of the module tree, owner of the reserved parameters, voice and
 /// expression manager, and the gain at the very end. What a block does between the sections is left to the

@@ -27,12 +27,6 @@ constexpr u32 ensembleDryWetId = 35;
 constexpr float fadingState = 1.0F;
 constexpr float mutedState = 2.0F;
 
-/// The matrix destinations behind the inputs of a voice, in their order.
-constexpr std::array<u32, Oscillators::InputCount> destinationOfInput = {
-    AttackDestination,    ReleaseDestination,    Osc1CoarseDestination, Osc2CoarseDestination,
-    Osc2FineDestination,  Osc1VolumeDestination, Osc2VolumeDestination, Osc1ShapeDestination,
-    Osc2ShapeDestination, FMAmountDestination};
-
 std::vector<ModuleParam> Declare() {
     std::vector<ModuleParam> records;
     records.push_back(ModuleParam::Stepped("PitchTrack", 2, 0.0F, 1.0F));
@@ -108,10 +102,10 @@ void Carrier::OnInitialize(float rate, u32 maxBlockSize) {
     sampleRate = rate;
     voiceBuffers.Allocate(voiceSlotCount * Oscillators::outputCount, maxBlockSize);
     for (u32 voice = 0; voice < voiceSlotCount; ++voice) {
-        for (u32 input = 0; input < Oscillators::InputCount; ++input) {
-            voiceInputs[voice * Oscillators::InputCount + input] =
-                modulations->Matrix().VoiceDestination(voice, destinationOfInput[input]).data();
-        }
+        const float** inputs = &voiceInputs[voice * Oscillators::InputCount];
+        ConnectWires(WiredModule::Voice, inputs, [&](u32 destination) {
+            return modulations->Matrix().VoiceDestination(voice, destination).data();
+        });
     }
     for (u32 channel = 0; channel < voiceOutputs.size(); ++channel) {
         voiceOutputs[channel] = voiceBuffers[channel];

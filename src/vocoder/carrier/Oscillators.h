@@ -7,6 +7,7 @@
 #include "dsp/modulation/ModulationWatch.h"
 #include "dsp/vectors/AlignedBuffer.h"
 #include "vocoder/carrier/VoiceOscillator.h"
+#include "vocoder/wiring/Wiring.h"
 
 #include <array>
 #include <span>
@@ -37,19 +38,9 @@ public:
         FMAmount,
         AdditionalCount
     };
-    enum Input : u32 {
-        AttackMod,
-        ReleaseMod,
-        Osc1CoarseMod,
-        Osc2CoarseMod,
-        Osc2FineMod,
-        Osc1VolumeMod,
-        Osc2VolumeMod,
-        Osc1ShapeMod,
-        Osc2ShapeMod,
-        FMAmountMod,
-        InputCount
-    };
+    using Input = Pins::Voice;
+    using enum Pins::Voice;
+    static constexpr u32 InputCount = VoiceInputCount;
     static constexpr u32 parameterCount = childParameterCount + AdditionalCount;
     static constexpr u32 outputCount = 2;
     static constexpr u32 ParameterId(Additional index) { return childParameterCount + index; }

@@ -6,6 +6,7 @@
 #include "dsp/vectors/AlignedBuffer.h"
 #include "engine/ModuleCloner.h"
 #include "vocoder/core/BodeVocoderMono.h"
+#include "vocoder/wiring/Wiring.h"
 
 namespace Velmora::Processor {
 
@@ -19,21 +20,9 @@ namespace Velmora::Processor {
 class BodeVocoder final : public dsp::ModuleContainer<engine::ModuleCloner<BodeVocoderMono, 2, 0, 0>> {
 public:
     static constexpr u32 channelCount = 2;
-    /// A modulation moves the parameter of its name by the first sample of each block.
-    enum Input : u32 {
-        CarrierLeft,
-        CarrierRight,
-        AttackModulation,
-        ReleaseModulation,
-        WetModulation,
-        BalanceModulation,
-        ShiftModulation,
-        WidthModulation,
-        CarrierLevelModulation,
-        ProgramLevelModulation,
-        SampleHoldModulation,
-        InputCount
-    };
+    using Input = Pins::Vocoder;
+    using enum Pins::Vocoder;
+    static constexpr u32 InputCount = VocoderInputCount;
     /// The program preamps are the modulator as the dry path carries it.
     enum Output : u32 {
         MixLeft,

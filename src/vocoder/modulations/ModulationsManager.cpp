@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/modulations/ModulationsManager.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/RunChild.h"
 #include "dsp/math/Decibels.h"
 #include "dsp/math/Within.h"
 
 #include <algorithm>
-#include <cmath>
+#include <array>
 #include <utility>
 
 namespace Velmora::Processor {
@@ -15,23 +16,23 @@ namespace {
 
 using dsp::EnvFollower;
 using dsp::LFO;
-using dsp::ModuleParam;
 
-constexpr u32 globalDestinations = 0x3FFC00FC;
-constexpr u32 globalSources = 0x61;
-constexpr u32 alwaysChanged = 0x3;
-constexpr i32 linearId = 1;
+constexpr u32 globalDestinations = [] {
+    u32 mask = 0;
+    for (const Wire& wire : wiring) {
+        mask |= wire.IsPerVoice() ? 0U : 1U << wire.destination;
+    }
+    return mask;
+}();
+constexpr u32 globalSources = 1U << FollowerSource | 1U << AftertouchSource | 1U << ModWheelSource;
+constexpr u32 alwaysChanged = 1U << FollowerSource | 1U << LfoSource;
 
-std::vector<ModuleParam> Declare() {
-    std::vector<ModuleParam> records;
-    records.emplace_back("EnvFollower_Enable");
-    records.emplace_back("LFO_Enable");
-    records.emplace_back("Controls_Enable");
-    records.push_back(ModuleParam::Mapped("EnvFollower_Input Gain", linearId, -60.0F, 30.0F, 1.0F));
-    records.push_back(ModuleParam::Stepped("LFO_InternalRateSyncedType", 4, 0.0F, 1.0F));
-    records.emplace_back("LFO_InternalCycleMode");
-    records.emplace_back("LFO_Retrig");
-    return records;
+std::vector<dsp::ModuleParam> Parameters() {
+    using namespace dsp::Declare;
+    return dsp::RecordsOf({Raw("EnvFollower_Enable"), Raw("LFO_Enable"), Raw("Controls_Enable"),
+                           Linear("EnvFollower_Input Gain", -60.0F, 30.0F),
+                           Choice("LFO_InternalRateSyncedType", 4), Raw("LFO_InternalCycleMode"),
+                           Raw("LFO_Retrig")});
 }
 
 /// Moves a voice to the end; no duplicates, so the reserved capacity is never exceeded.
@@ -43,7 +44,7 @@ void MoveToEnd(std::vector<u32>& list, u32 voice) {
 } // namespace
 
 ModulationsManager::ModulationsManager(std::string moduleName)
-    : ModuleContainer(std::move(moduleName), 2, 0, Declare(),
+    : ModuleContainer(std::move(moduleName), 2, 0, Parameters(),
                       std::make_tuple("Modulations",
                                       dsp::ModulationMasks{globalSources, globalDestinations, alwaysChanged}),
                       std::make_tuple(), std::make_tuple()) {
@@ -100,7 +101,7 @@ void ModulationsManager::WriteGlobalSource(u32 source, float value) {
     Matrix().MarkSourceChanged(source);
 }
 
-bool ModulationsManager::IsPositionOn(Additional index) {
+bool ModulationsManager::IsPositionOn(Parameter index) {
     return additional.parameters[index].GetNormalized() > 0.5F;
 }
 
@@ -251,9 +252,10 @@ void ModulationsManager::RunLfos(const dsp::ProcessContext& context) {
     // A whole block of room: at audio rate an LFO fills it, and its source is the first sample.
     float* outputs[] = {buffers[LfoOut], buffers[LfoOut]};
     for (const u32 voice : LfoVoices()) {
-        const float* inputs[] = {Matrix().VoiceDestination(voice, LfoRateDestination).data(),
-                                 Matrix().VoiceDestination(voice, LfoAmountDestination).data(), nullptr};
-        dsp::ProcessContext lfo = context.ForChild(inputs, 3, outputs, 2);
+        std::array<const float*, 3> inputs{};
+        ConnectWires(WiredModule::Lfo, inputs,
+                     [&](u32 destination) { return Matrix().VoiceDestination(voice, destination).data(); });
+        dsp::ProcessContext lfo = context.ForChild(inputs.data(), inputs.size(), outputs, 2);
         dsp::RunChild(Lfos().Clone(voice), lfo);
         Matrix().VoiceSource(voice, LfoSource)[0] = outputs[0][0];
     }

@@ -8,6 +8,7 @@
 #include "dsp/vectors/AlignedBuffer.h"
 #include "engine/ModuleCloner.h"
 #include "vocoder/modulations/VoiceSlots.h"
+#include "vocoder/wiring/Wiring.h"
 
 #include <span>
 #include <vector>
@@ -26,7 +27,7 @@ class ModulationsManager final
     : public dsp::ModuleContainer<ModulationMatrix, dsp::EnvFollower,
                                   engine::ModuleCloner<dsp::LFO, voiceSlotCount, 1, 0>> {
 public:
-    enum Additional : u32 {
+    enum Parameter : u32 {
         EnvFollowerEnable,
         LFOEnable,
         ControlsEnable,
@@ -34,10 +35,10 @@ public:
         LFOInternalRateSyncedType,
         LFOInternalCycleMode,
         LFORetrig,
-        AdditionalCount
+        ParameterCount
     };
-    static constexpr u32 parameterCount = childParameterCount + AdditionalCount;
-    static constexpr u32 ParameterId(Additional index) { return childParameterCount + index; }
+    static constexpr u32 parameterCount = childParameterCount + ParameterCount;
+    static constexpr u32 ParameterId(Parameter index) { return childParameterCount + index; }
 
     /// The matrix names itself in parameter names, so this module needs no prefix of its own.
     explicit ModulationsManager(std::string moduleName = {});
@@ -69,11 +70,9 @@ public:
     void SeedRandom(u32 seed);
 
 private:
-    using LfoCloner = engine::ModuleCloner<dsp::LFO, voiceSlotCount, 1, 0>;
-
     dsp::EnvFollower& Follower() { return Child<1>(); }
-    LfoCloner& Lfos() { return Child<2>(); }
-    bool IsPositionOn(Additional index);
+    auto& Lfos() { return Child<2>(); }
+    bool IsPositionOn(Parameter index);
 
     void NoteHostWrite(u32 id);
     void SwitchSource(u32 source, bool on);
