@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // A host of its own: of this project it has only the restated contract.
-#include "boundary/LoadedEngine.h"
+#include "boundary/HostContract.h"
 
 #include <algorithm>
 #include <cmath>
@@ -110,26 +110,24 @@ TEST_F(BoundaryClientTest, EachParameterHasAnIdAndANameOfItsOwn) {
         EXPECT_TRUE(processor->GetParameter(id, &value)) << index;
         EXPECT_TRUE(value >= 0.0F && value <= 1.0F) << index << ": " << value;
     }
-    const std::pair<uint32_t, const char*> landmarks[] = {
-        {0, "Modulator_Sampler_Start"},
-        {firstPath, "Modulator_Sample1_Path"},
-        {371, "Modulator_CompressorAmount"},
-        {372, "Modulations_Dst1_Src1_Amount"},
-        {975, "BodeVocoder_Preamp_ProgramLevel"},
-        {1588, "BodeVocoder_CVFB16"},
-        {1814, "FX1_ModuleType"},
-        {2286, "FX_Enable"},
-        {2287, "VST3_PitchBend"},
-        {2295, "Synth_Master_Volume"},
-        {2301, "MTS_Retuning_Mode"},
-        {2317, "MPE_PitchBend_15"},
-        {2318, "MPE_Aftertouch_0"},
-        {2349, "MPE_Brightness_15"},
-        {2350, "OutputSelection"},
-        {2356, "LFO Feedback"},
-        {tooltipUpdate, "ToolTipUpdate"},
-        {tooltipText, "ToolTipText"},
-    };
+    const std::pair<uint32_t, const char*> landmarks[] = {{0, "Modulator_Sampler_Start"},
+                                                          {firstPath, "Modulator_Sample1_Path"},
+                                                          {371, "Modulator_CompressorAmount"},
+                                                          {372, "Modulations_Dst1_Src1_Amount"},
+                                                          {1588, "BodeVocoder_CVFB16"},
+                                                          {975, "BodeVocoder_Preamp_ProgramLevel"},
+                                                          {1814, "FX1_ModuleType"},
+                                                          {2286, "FX_Enable"},
+                                                          {2287, "VST3_PitchBend"},
+                                                          {2295, "Synth_Master_Volume"},
+                                                          {2301, "MTS_Retuning_Mode"},
+                                                          {2317, "MPE_PitchBend_15"},
+                                                          {2318, "MPE_Aftertouch_0"},
+                                                          {2349, "MPE_Brightness_15"},
+                                                          {2350, "OutputSelection"},
+                                                          {2356, "LFO Feedback"},
+                                                          {tooltipUpdate, "ToolTipUpdate"},
+                                                          {tooltipText, "ToolTipText"}};
     for (const auto& [id, name] : landmarks) {
         EXPECT_EQ(NameOf(id), name) << id;
     }
@@ -142,26 +140,17 @@ TEST_F(BoundaryClientTest, EachParameterHasAnIdAndANameOfItsOwn) {
 }
 
 TEST_F(BoundaryClientTest, ReservedSlotsAnswerAsTheyAlwaysDid) {
-    EXPECT_FALSE(processor->Reserved1());
-    EXPECT_TRUE(processor->Reserved5());
-    EXPECT_TRUE(processor->Reserved6());
-    EXPECT_FALSE(processor->Reserved16());
-    EXPECT_TRUE(processor->Hook18());
-    EXPECT_TRUE(processor->Hook19());
-    EXPECT_FALSE(processor->Reserved20());
-    EXPECT_TRUE(processor->Reserved22());
     void* records = nullptr;
     uint32_t count = 0;
-    EXPECT_FALSE(processor->Reserved25(&records, &count));
-    EXPECT_FALSE(processor->Reserved27());
-    EXPECT_FALSE(processor->Reserved28());
-    EXPECT_FALSE(processor->Reserved31());
-    processor->Hook32();
-    processor->Hook33();
-    EXPECT_EQ(processor->GetLatency(), 44U);
-    EXPECT_EQ(processor->GetExtraLatency(), 0U);
-    EXPECT_FALSE(processor->IsLoading());
-    processor->Idle();
+    Processor& p = *processor;
+    EXPECT_TRUE(p.Reserved5() && p.Reserved6() && p.Hook18() && p.Hook19() && p.Reserved22());
+    EXPECT_FALSE(p.Reserved1() || p.Reserved16() || p.Reserved20() || p.Reserved25(&records, &count) ||
+                 p.Reserved27() || p.Reserved28() || p.Reserved31() || p.IsLoading());
+    p.Hook32();
+    p.Hook33();
+    p.Idle();
+    EXPECT_EQ(p.GetLatency(), 44U);
+    EXPECT_EQ(p.GetExtraLatency(), 0U);
 }
 
 TEST_F(BoundaryClientTest, BlocksLastAMillisecondAtAnyRateAHostMayName) {
@@ -181,18 +170,16 @@ TEST_F(BoundaryClientTest, BlocksLastAMillisecondAtAnyRateAHostMayName) {
 }
 
 TEST_F(BoundaryClientTest, MissingPlacesAreRefused) {
-    EXPECT_FALSE(processor->Initialize(nullptr));
-    EXPECT_TRUE(processor->PushEvent(nullptr));
-    EXPECT_FALSE(processor->GetParameter(0, nullptr));
-    EXPECT_FALSE(processor->GetParameterInfo(0, nullptr));
     InfoRecord record;
-    EXPECT_FALSE(processor->GetParameterInfoByIndex(0, nullptr, &record));
     uint32_t size = 1;
-    EXPECT_FALSE(processor->SetParameterData(firstPath, nullptr, &size));
-    EXPECT_FALSE(processor->SetParameterData(firstPath, "a", nullptr));
-    EXPECT_TRUE(processor->SetParameterData(firstPath, "a", &size));
-    EXPECT_FALSE(processor->GetParameterData(firstPath, nullptr, &size));
-    EXPECT_FALSE(processor->GetParameterData(firstPath, &record, nullptr));
+    Processor& p = *processor;
+    EXPECT_FALSE(p.Initialize(nullptr) || p.GetParameter(0, nullptr) || p.GetParameterInfo(0, nullptr) ||
+                 p.GetParameterInfoByIndex(0, nullptr, &record) ||
+                 p.SetParameterData(firstPath, nullptr, &size) ||
+                 p.SetParameterData(firstPath, "a", nullptr));
+    EXPECT_TRUE(p.PushEvent(nullptr) && p.SetParameterData(firstPath, "a", &size));
+    EXPECT_FALSE(p.GetParameterData(firstPath, nullptr, &size) ||
+                 p.GetParameterData(firstPath, &record, nullptr));
 }
 
 TEST_F(BoundaryClientTest, ParametersTakeAnyValue) {

@@ -1,9 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
+#include <string>
 
 /// The library's boundary as a host knows it that was written apart from this project: none of our headers.
 /// The classes are not in an anonymous namespace, since the compiler could tell then that nothing implements
@@ -81,5 +88,63 @@ T At(const void* object, std::size_t offset) {
     std::memcpy(&value, static_cast<const unsigned char*>(object) + offset, sizeof value);
     return value;
 }
+
+/// The engine's library as a host loads it; unloaded with this object.
+class Library {
+public:
+    explicit Library(const std::string& path = ORPHIA_ENGINE_LIBRARY)
+        : handle(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+        EXPECT_NE(handle, nullptr) << dlerror();
+    }
+    ~Library() {
+        if (handle != nullptr) {
+            dlclose(handle);
+        }
+    }
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+
+    void* Symbol(const char* name) const { return dlsym(handle, name); }
+    std::unique_ptr<Factory> MakeFactory() const {
+        return std::unique_ptr<Factory>(reinterpret_cast<Factory* (*)()>(Symbol("GetProcessorFactory"))());
+    }
+    std::unique_ptr<Processor> MakeProcessor() const {
+        return std::unique_ptr<Processor>(MakeFactory()->CreateProcessor());
+    }
+
+private:
+    void* handle;
+};
+
+inline bool Initialize(Processor& processor, float sampleRate) { return processor.Initialize(&sampleRate); }
+
+/// Stereo in by the auxiliary inputs, stereo out.
+struct StereoBlock {
+    static constexpr std::uint32_t room = 512;
+
+    alignas(16) std::array<std::array<float, room>, 4> sound{};
+    std::array<float*, 2> outputs{sound[0].data(), sound[1].data()};
+    std::array<float*, 2> auxInputs{sound[2].data(), sound[3].data()};
+    Block data;
+
+    explicit StereoBlock(std::uint32_t frames) {
+        sound[0].fill(9.0F);
+        sound[1].fill(9.0F);
+        data.Set(16, outputs.data());
+        data.Set(36, 2U);
+        data.Set(40, frames);
+        data.Set(168, 120.0F);
+        data.Set(184, auxInputs.data());
+        data.Set(192, 2U);
+    }
+    float Peak(std::uint32_t frames) const {
+        float peak = 0.0F;
+        for (std::uint32_t n = 0; n < 2 * frames; ++n) {
+            const float magnitude = std::abs(sound[n % 2][n / 2]);
+            peak = magnitude <= peak ? peak : magnitude; // what is not a number stays
+        }
+        return peak;
+    }
+};
 
 } // namespace orphia_contract

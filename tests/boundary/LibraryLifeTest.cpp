@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The life of the host library in a process: what it shows, loading, unloading, and being there twice.
-#include "boundary/LoadedEngine.h"
-#include "rigs/AllocationCounter.h"
+#include "boundary/HostContract.h"
 
 #include <malloc.h>
 #include <sys/resource.h>
@@ -20,7 +19,6 @@ namespace orphia_contract {
 namespace {
 
 namespace fs = std::filesystem;
-using orphia_reference::AllocationCounter;
 using std::uint32_t;
 
 constexpr uint32_t blockSize = 44;
@@ -111,32 +109,6 @@ TEST(LibraryLifeTest, TwoCopiesAndTwoHandlesDoNotMeet) {
     }
     EXPECT_FALSE(IsLoaded(copy.string()));
     fs::remove(copy);
-}
-
-TEST(LibraryLifeTest, BlocksAndMessagesAllocateNothing) {
-    const Library library;
-    const auto processor = library.MakeProcessor();
-    ASSERT_TRUE(Initialize(*processor, 44100.0F));
-    StereoBlock block(blockSize);
-    // By another alignment of the channels too.
-    for (const std::size_t offset : {0U, 1U}) {
-        block.outputs[0] += offset;
-        block.auxInputs[1] += offset;
-        const AllocationCounter counter;
-        for (uint32_t n = 0; n < 100; ++n) {
-            const unsigned char midi[] = {0x90, static_cast<unsigned char>(40 + n % 40), 100};
-            processor->PushEvent(midi);
-            processor->SetParameter(n * 23, 0.5F);
-            processor->SetParameter(2357, static_cast<float>(n));
-            processor->Process(block.data.bytes);
-            void* records = nullptr;
-            uint32_t count = 0;
-            processor->GetParameterDataChanges(&records, &count);
-            processor->GetParameterValueChanges(&records, &count);
-            processor->ClearEvents();
-        }
-        EXPECT_EQ(counter.Count(), 0U);
-    }
 }
 
 // In a process of its own, which then ends: it gives its address space away.

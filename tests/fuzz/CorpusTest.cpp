@@ -15,14 +15,14 @@ namespace {
 
 struct Target {
     const char* name;
-    void (*run)(const std::uint8_t* data, std::size_t size);
+    void (*run)(orphia::fuzz::Input input);
     int damagedCopies;
 };
 
 class Corpus : public testing::TestWithParam<Target> {};
 
 void RunOn(const Target& target, const std::string& bytes) {
-    target.run(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+    target.run({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
 }
 
 // A fault ends the program with its name.

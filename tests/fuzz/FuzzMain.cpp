@@ -3,6 +3,6 @@
 #include "fuzz/FuzzTargets.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    orphia::fuzz::ORPHIA_FUZZ_TARGET(data, size);
+    orphia::fuzz::ORPHIA_FUZZ_TARGET({data, size});
     return 0;
 }

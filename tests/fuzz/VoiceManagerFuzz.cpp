@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "fuzz/ByteDice.h"
 #include "fuzz/FuzzTargets.h"
-#include "fuzz/Require.h"
 #include "rigs/VoicePerformance.h"
 
 namespace {
@@ -19,8 +17,8 @@ void Perform(orphia::fuzz::ByteDice& dice) {
 
 } // namespace
 
-void orphia::fuzz::VoiceManager(const std::uint8_t* data, std::size_t size) {
-    ByteDice dice(data, size);
+void orphia::fuzz::VoiceManager(Input input) {
+    ByteDice dice(input);
     if (dice.Below(2) == 0) {
         Perform<Velmora::Test::Performance>(dice);
     } else {

@@ -1,74 +1,399 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Short scenes against what was measured of them when somebody last listened; see README.md.
-#include "golden/FeatureFile.h"
-#include "golden/Features.h"
-#include "golden/Scene.h"
-#include "golden/ScenePlayer.h"
+#include "host/presets/PresetLibrary.h"
+#include "rigs/InstrumentRig.h"
+#include "rigs/MeasurePitch.h"
+#include "watched/VoiceWatch.h"
 
+#include <fftw3.h>
+#include <fmt/format.h>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdlib>
-#include <filesystem>
-#include <set>
-#include <string>
-#include <vector>
+#include <functional>
+#include <iterator>
+#include <numbers>
 
 namespace orphia::test {
 
 namespace {
 
+using Json = nlohmann::ordered_json;
+
 const std::filesystem::path folder = ORPHIA_GOLDEN;
+const std::filesystem::path examples = ORPHIA_EXAMPLES;
 
-std::filesystem::path FileOf(const Scene& scene) { return folder / (std::string(scene.name) + ".txt"); }
+/// The centres of the octave bands, in Hz.
+constexpr double bandCentres[] = {63, 125, 250, 500, 1000, 2000, 4000, 8000, 16000};
+/// What is not above it counts as silence, in dBFS.
+constexpr double silenceLevel = -70.0;
 
-/// Scenes are only written, as scripts/accept-golden wants it.
-bool IsAccepting() { return std::getenv("ORPHIA_ACCEPT_GOLDEN") != nullptr; }
+struct Recording {
+    Sound sound;
+    /// Of the carrier's voices, followed from block to block.
+    std::size_t startedVoices = 0;
+    std::size_t endedVoices = 0;
+    std::size_t mostVoices = 0;
+};
 
-class GoldenRender : public testing::TestWithParam<Scene> {};
-
-TEST_P(GoldenRender, SoundsAsItDid) {
-    const Scene& scene = GetParam();
-    const std::vector<Feature> got = Measure(scene, Play(scene));
-    FeatureFile file = ParseFeatures(ReadText(FileOf(scene)));
-    if (IsAccepting()) {
-        file.features = got;
-        WriteText(FileOf(scene), FormatFeatures(scene, file));
-        GTEST_SKIP() << "written";
+std::unique_ptr<host::Instrument> Prepare(const Json& scene) {
+    auto instrument = Ready();
+    if (scene.contains("preset")) {
+        const host::PresetLibrary library{{}};
+        std::vector<std::string> warnings;
+        const auto problems = instrument->LoadPreset(host::PresetLibrary::Load(
+            library.Find(scene["preset"].get<std::string>()), instrument->Catalog(), warnings));
+        EXPECT_TRUE(warnings.empty() && problems.empty()) << scene["preset"];
     }
-    const std::vector<std::string> differences = Differences(file, got);
-    constexpr std::size_t mostShown = 12;
-    std::string told;
-    for (std::size_t i = 0; i < std::min(differences.size(), mostShown); ++i) {
-        told += "  " + std::string(scene.name) + ": " + differences[i] + "\n";
+    for (const std::string setting : scene.value("settings", Json::array())) {
+        Apply(*instrument, {setting.c_str()});
     }
-    EXPECT_TRUE(differences.empty()) << scene.what << "; " << differences.size() << " differences:\n"
-                                     << told << "If it is meant: scripts/accept-golden " << scene.name;
+    std::uint32_t place = 0;
+    for (const std::string sample : scene.value("samples", Json::array())) {
+        instrument->LoadSample(place++, examples / sample);
+    }
+    instrument->SetTransport({scene["tempo"], 0.0, true});
+    return instrument;
 }
 
-std::string CaseName(const testing::TestParamInfo<Scene>& info) {
-    std::string name = info.param.name;
-    std::replace(name.begin(), name.end(), '-', '_');
-    return name;
+/// What falls into the block that begins at `now`.
+void Act(const Json& scene, host::Instrument& instrument, double now, double length) {
+    const auto forDue = [&](const char* kind, std::size_t place, auto act) {
+        for (const Json& each : scene.value(kind, Json::array())) {
+            if (const double time = each[place]; time >= now && time < now + length) {
+                act(each);
+            }
+        }
+    };
+    forDue("turns", 0, [&](const Json& turn) { Apply(instrument, {turn[1].get<std::string>().c_str()}); });
+    forDue("messages", 0, [&](const Json& message) {
+        instrument.Send({message[1], message[2], message[3]});
+    });
+    forDue("keys", 1, [&](const Json& key) { instrument.NoteOff(key[2]); });
+    forDue("keys", 0, [&](const Json& key) { instrument.NoteOn(key[2], key[3]); });
 }
 
-INSTANTIATE_TEST_SUITE_P(All, GoldenRender, testing::ValuesIn(Scenes().begin(), Scenes().end()), CaseName);
+/// How many of `some` are not in `others`; both are in order.
+std::size_t CountNew(const std::vector<std::uint32_t>& some, const std::vector<std::uint32_t>& others) {
+    std::vector<std::uint32_t> left;
+    std::set_difference(some.begin(), some.end(), others.begin(), others.end(), std::back_inserter(left));
+    return left.size();
+}
 
-TEST(GoldenFiles, BelongToScenes) {
-    if (IsAccepting()) {
-        GTEST_SKIP() << "while they are written";
+/// By an instrument of its own, with fixed seeds.
+Recording Play(const Json& scene) {
+    static const VoiceWatch watch;
+    const auto instrument = Prepare(scene);
+    const std::vector<float> speech = ReadSound(examples / "voice.flac").samples;
+    const std::size_t frames = instrument->FramesPerBlock();
+    const double length = static_cast<double>(frames) / instrument->SampleRate();
+    std::vector<float> left(frames);
+    std::vector<float> right(frames);
+    std::vector<std::uint32_t> voicesBefore;
+    Recording recording;
+    for (std::size_t block = 0; static_cast<double>(block) * length < scene["seconds"]; ++block) {
+        Act(scene, *instrument, static_cast<double>(block) * length, length);
+        const float* voice[] = {speech.data() + block * frames};
+        float* output[] = {left.data(), right.data()};
+        instrument->ProcessBlock(voice, scene["speaks"] ? 1 : 0, output);
+        for (std::size_t n = 0; n < frames; ++n) {
+            recording.sound.samples.insert(recording.sound.samples.end(), {left[n], right[n]});
+        }
+        std::vector<std::uint32_t> voices = watch.Voices();
+        std::sort(voices.begin(), voices.end());
+        recording.startedVoices += CountNew(voices, voicesBefore);
+        recording.endedVoices += CountNew(voicesBefore, voices);
+        recording.mostVoices = std::max(recording.mostVoices, voices.size());
+        voicesBefore = std::move(voices);
     }
-    std::set<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-        if (entry.path().extension() == ".txt") {
-            files.insert(entry.path());
+    return recording;
+}
+
+constexpr std::size_t windowSize = 4096;
+constexpr std::size_t hop = 1024;
+constexpr double levelSeconds = 0.5;
+constexpr double pitchSeconds = 0.25;
+/// Of the frames in which a sound begins.
+constexpr double frameSeconds = 0.01;
+constexpr double onsetLevel = -50.0;
+constexpr double onsetRise = 9.0;
+constexpr std::size_t framesBefore = 5;
+constexpr std::size_t framesBetween = 8;
+
+using Bands = std::array<double, std::size(bandCentres)>;
+
+double Decibel(double power) { return 10.0 * std::log10(std::max(power, 1e-12)); }
+
+std::vector<float> Side(const Sound& sound, std::size_t side) {
+    std::vector<float> samples;
+    for (std::size_t n = side; n < sound.samples.size(); n += 2) {
+        samples.push_back(sound.samples[n]);
+    }
+    return samples;
+}
+
+/// Powers of short stretches, each for its frequencies.
+class Spectrum {
+public:
+    Spectrum() : plan(fftwf_plan_dft_r2c_1d(windowSize, in, out, FFTW_ESTIMATE)) {
+        for (std::size_t n = 0; n < windowSize; ++n) {
+            const double x =
+                std::sin(std::numbers::pi * (static_cast<double>(n) + 0.5) / static_cast<double>(windowSize));
+            window[n] = static_cast<float>(x * x);
+            sum += x * x * x * x;
         }
     }
-    for (const Scene& scene : Scenes()) {
-        EXPECT_EQ(files.erase(FileOf(scene)), 1U) << scene.name << " has no file";
+    ~Spectrum() { fftwf_destroy_plan(plan); }
+    Spectrum(const Spectrum&) = delete;
+    Spectrum& operator=(const Spectrum&) = delete;
+
+    /// Around `centre`, silent beyond the ends; all powers together are the mean square.
+    std::vector<double> Powers(const std::vector<float>& samples, std::size_t centre) {
+        for (std::size_t n = 0; n < windowSize; ++n) {
+            const std::size_t at = centre + n - windowSize / 2; // wraps before the start
+            in[n] = at < samples.size() ? samples[at] * window[n] : 0.0F;
+        }
+        fftwf_execute(plan);
+        std::vector<double> powers;
+        for (const auto& bin : out) {
+            const double square = static_cast<double>(bin[0]) * bin[0] + static_cast<double>(bin[1]) * bin[1];
+            powers.push_back(2.0 * square / (sum * windowSize));
+        }
+        return powers;
     }
-    EXPECT_TRUE(files.empty()) << *files.begin() << " is of no scene";
+
+private:
+    float in[windowSize]{};
+    float window[windowSize]{};
+    fftwf_complex out[windowSize / 2 + 1]{};
+    fftwf_plan plan;
+    double sum = 0.0;
+};
+
+Bands InBands(const std::vector<double>& powers, double rate) {
+    Bands bands{};
+    for (std::size_t bin = 1; bin < powers.size(); ++bin) {
+        const double hz = static_cast<double>(bin) * rate / windowSize;
+        for (std::size_t band = 0; band < bands.size(); ++band) {
+            if (hz >= bandCentres[band] * std::numbers::sqrt2 * 0.5 &&
+                hz < bandCentres[band] * std::numbers::sqrt2) {
+                bands[band] += powers[bin];
+            }
+        }
+    }
+    return bands;
 }
+
+void AddLevels(Json& features, const char* name, const std::vector<float>& samples, double rate) {
+    Spectrum spectrum;
+    const auto length = static_cast<std::size_t>(levelSeconds * rate);
+    for (std::size_t start = 0; start + length <= samples.size(); start += length) {
+        Bands sums{};
+        double count = 0.0;
+        for (std::size_t centre = start + hop / 2; centre < start + length; centre += hop) {
+            const Bands bands = InBands(spectrum.Powers(samples, centre), rate);
+            std::transform(sums.begin(), sums.end(), bands.begin(), sums.begin(), std::plus<>());
+            count += 1.0;
+        }
+        Json& feature = features[fmt::format("{} {:.2f}", name, static_cast<double>(start) / rate)];
+        for (const double sum : sums) {
+            feature.push_back(std::max(Decibel(sum / count), silenceLevel));
+        }
+    }
+}
+
+/// Of both sides together, in short frames.
+std::vector<double> FrameLevels(const std::vector<float>& left, const std::vector<float>& right,
+                                double rate) {
+    const auto length = static_cast<std::size_t>(frameSeconds * rate);
+    std::vector<double> levels;
+    for (std::size_t start = 0; start + length <= left.size(); start += length) {
+        double sum = 0.0;
+        for (std::size_t n = start; n < start + length; ++n) {
+            sum += static_cast<double>(left[n]) * left[n] + static_cast<double>(right[n]) * right[n];
+        }
+        levels.push_back(Decibel(0.5 * sum / static_cast<double>(length)));
+    }
+    return levels;
+}
+
+Json Onsets(const std::vector<double>& levels) {
+    Json onsets = Json::array();
+    std::size_t next = framesBefore;
+    for (std::size_t i = framesBefore; i < levels.size(); ++i) {
+        const double before =
+            *std::min_element(levels.begin() + static_cast<std::ptrdiff_t>(i - framesBefore),
+                              levels.begin() + static_cast<std::ptrdiff_t>(i));
+        if (i >= next && levels[i] > onsetLevel && levels[i] - before >= onsetRise) {
+            onsets.push_back(static_cast<double>(i) * frameSeconds);
+            next = i + framesBetween;
+        }
+    }
+    return onsets;
+}
+
+/// About where the strongest partial between the scene's limits is: the peak of the parabola through the
+/// levels of three bins, near enough for MeasurePitch. 0 in silence.
+double Strongest(const std::vector<double>& powers, const Json& scene, double rate) {
+    const auto first = static_cast<std::size_t>(scene["pitch"][0].get<double>() * windowSize / rate);
+    const auto last = static_cast<std::size_t>(scene["pitch"][1].get<double>() * windowSize / rate);
+    std::size_t best = first;
+    for (std::size_t bin = first; bin <= last; ++bin) {
+        best = powers[bin] > powers[best] ? bin : best;
+    }
+    const double level = Decibel(powers[best]);
+    if (level <= silenceLevel) {
+        return 0.0;
+    }
+    const double below = Decibel(powers[best - 1]) - level;
+    const double above = Decibel(powers[best + 1]) - level;
+    const double aside = below + above < 0.0 ? 0.5 * (below - above) / (below + above) : 0.0;
+    return (static_cast<double>(best) + std::clamp(aside, -0.5, 0.5)) * rate / windowSize;
+}
+
+void AddPitch(Json& features, const Json& scene, const std::vector<float>& samples, double rate) {
+    Spectrum spectrum;
+    const auto length = static_cast<std::size_t>(pitchSeconds * rate);
+    for (std::size_t start = 0; start + length <= samples.size(); start += length) {
+        const double near = Strongest(spectrum.Powers(samples, start + length / 2), scene, rate);
+        const auto begin = samples.begin() + static_cast<std::ptrdiff_t>(start);
+        const std::vector<float> part(begin, begin + static_cast<std::ptrdiff_t>(length));
+        features[fmt::format("pitch {:.2f}", static_cast<double>(start) / rate)] =
+            Json::array({near > 0.0 ? MeasurePitch(part, near, rate) : 0.0});
+    }
+}
+
+/// Voices, onsets, silence, the strongest partial where the scene has one, and the level of each band in each
+/// half second, per channel: 0 dBFS is a square at full scale.
+Json Measure(const Json& scene, const Recording& recording) {
+    const double rate = recording.sound.sampleRate;
+    const std::vector<float> left = Side(recording.sound, 0);
+    const std::vector<float> right = Side(recording.sound, 1);
+    const std::vector<double> levels = FrameLevels(left, right, rate);
+    const auto silent =
+        std::count_if(levels.begin(), levels.end(), [](double x) { return x <= silenceLevel; });
+    Json features = {{"voices started", Json::array({recording.startedVoices})},
+                     {"voices ended", Json::array({recording.endedVoices})},
+                     {"voices at once", Json::array({recording.mostVoices})},
+                     {"onsets", Onsets(levels)},
+                     {"silence", Json::array({static_cast<double>(silent) * frameSeconds})}};
+    if (scene.contains("pitch")) {
+        AddPitch(features, scene, left, rate);
+    }
+    AddLevels(features, "level left", left, rate);
+    AddLevels(features, "level right", right, rate);
+    return features;
+}
+
+double Tolerance(const Json& golden, const std::string& feature) {
+    const bool isTime = feature == "onsets" || feature == "silence";
+    return golden["tolerances"].value(isTime ? "time" : feature.substr(0, 5), 0.0);
+}
+
+double Distance(const std::string& feature, double expected, double got) {
+    if (feature.starts_with("level")) {
+        return std::max(got, silenceLevel) - std::max(expected, silenceLevel);
+    }
+    const bool isPitch = feature.starts_with("pitch");
+    if (isPitch && expected > 0.0 && got > 0.0) {
+        return Cents(got, expected);
+    }
+    return isPitch && got != expected ? HUGE_VAL : got - expected;
+}
+
+/// A line for each value that is too far off: feature, band, expected and got.
+std::vector<std::string> Differences(const Json& golden, const Json& got) {
+    std::vector<std::string> differences;
+    const auto add = [&](const std::string& name, const Json& expected, const Json& values) {
+        differences.push_back(fmt::format("{}: expected {}, got {}", name, expected.dump(), values.dump()));
+    };
+    for (const auto& [name, expected] : golden["features"].items()) {
+        const Json values = got.value(name, Json::array());
+        if (values.size() != expected.size()) {
+            add(name, expected, values);
+            continue;
+        }
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const double off = Distance(name, expected[i], values[i]);
+            if (!(std::abs(off) <= Tolerance(golden, name))) {
+                const bool isLevel = name.starts_with("level");
+                add(name + (isLevel ? fmt::format(" s, band at {} Hz", bandCentres[i]) : ""), expected[i],
+                    values[i]);
+                differences.back() += fmt::format(", off by {:+.3g} of {}", off, Tolerance(golden, name));
+            }
+        }
+    }
+    for (const auto& [name, values] : got.items()) {
+        if (!golden["features"].contains(name)) {
+            add(name, nullptr, values);
+        }
+    }
+    return differences;
+}
+
+/// A line for each entry of a section, with two decimals.
+std::string Format(const Json& golden) {
+    std::string text;
+    for (const auto& [title, section] : golden.items()) {
+        text += fmt::format("{}  \"{}\": {{\n", text.empty() ? "{\n" : ",\n", title);
+        std::string lines;
+        for (const auto& [name, entry] : section.items()) {
+            Json rounded = entry;
+            for (Json& value : rounded) {
+                if (title == "features" && value.is_number_float()) {
+                    value = std::round(value.get<double>() * 100.0) / 100.0;
+                }
+            }
+            lines +=
+                fmt::format("{}    {}: {}", lines.empty() ? "" : ",\n", Json(name).dump(), rounded.dump());
+        }
+        text += lines + "\n  }";
+    }
+    return text + "\n}\n";
+}
+
+std::vector<std::string> SceneNames() {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        if (entry.path().extension() == ".json") {
+            names.push_back(entry.path().stem());
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+class GoldenRender : public testing::TestWithParam<std::string> {};
+
+TEST_P(GoldenRender, SoundsAsItDid) {
+    const auto file = folder / (GetParam() + ".json");
+    Json golden = Json::parse(ReadText(file));
+    const Json got = Measure(golden["scene"], Play(golden["scene"]));
+    // Scenes are only written, as scripts/accept-golden wants it.
+    if (std::getenv("ORPHIA_ACCEPT_GOLDEN") != nullptr) {
+        golden["features"] = got;
+        WriteText(file, Format(golden));
+        GTEST_SKIP() << "written";
+    }
+    const std::vector<std::string> differences = Differences(golden, got);
+    std::string told;
+    for (std::size_t i = 0; i < std::min<std::size_t>(differences.size(), 12); ++i) {
+        told += "  " + GetParam() + ": " + differences[i] + "\n";
+    }
+    EXPECT_TRUE(differences.empty()) << golden["scene"]["what"] << "; " << differences.size()
+                                     << " differences:\n"
+                                     << told << "If it is meant: scripts/accept-golden " << GetParam();
+}
+
+INSTANTIATE_TEST_SUITE_P(All, GoldenRender, testing::ValuesIn(SceneNames()), [](const auto& each) {
+    std::string name = each.param;
+    std::replace(name.begin(), name.end(), '-', '_');
+    return name;
+});
 
 } // namespace
 

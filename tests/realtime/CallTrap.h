@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <utility>
 
 namespace orphia::test {
 
@@ -12,39 +13,60 @@ namespace orphia::test {
 /// library calls them. One at a time per thread.
 class CallTrap {
 public:
-    CallTrap();
-    ~CallTrap();
+    CallTrap() { state = {true, 0, ""}; }
+    ~CallTrap() { state.isArmed = false; }
     CallTrap(const CallTrap&) = delete;
     CallTrap& operator=(const CallTrap&) = delete;
 
-    std::size_t Count() const;
+    std::size_t Count() const { return state.calls; }
     /// The name of the function that was called first, empty for none.
-    std::string FirstCall() const;
+    std::string FirstCall() const {
+        const Pause pause;
+        return state.firstCall;
+    }
 
     /// What each of the program's own functions tells.
-    static void Note(const char* function);
+    static void Note(const char* function) {
+        if (state.isArmed && state.calls++ == 0) {
+            state.firstCall = function;
+        }
+    }
+
+    /// During its life no call counts.
+    struct Pause {
+        Pause() : wasArmed(std::exchange(state.isArmed, false)) {}
+        ~Pause() { state.isArmed = wasArmed; }
+        Pause(const Pause&) = delete;
+        Pause& operator=(const Pause&) = delete;
+        bool wasArmed;
+    };
 
 private:
-    friend class CallTrapPause;
-
     struct State {
-        bool isArmed = false;
-        std::size_t calls = 0;
-        const char* firstCall = "";
+        bool isArmed;
+        std::size_t calls;
+        const char* firstCall;
     };
-    static thread_local State state;
+    static inline constinit thread_local State state{false, 0, ""};
 };
 
-/// During its life no call counts.
-class CallTrapPause {
+/// Tells whether, during its life, the thread that made it entered the system at all, by whatever way: the
+/// kernel itself hands back the first such call, which is noted and then made. One at a time per thread, and
+/// around code that starts no thread.
+class SystemCallTrap {
 public:
-    CallTrapPause() : wasArmed(CallTrap::state.isArmed) { CallTrap::state.isArmed = false; }
-    ~CallTrapPause() { CallTrap::state.isArmed = wasArmed; }
-    CallTrapPause(const CallTrapPause&) = delete;
-    CallTrapPause& operator=(const CallTrapPause&) = delete;
+    SystemCallTrap();
+    ~SystemCallTrap();
+    SystemCallTrap(const SystemCallTrap&) = delete;
+    SystemCallTrap& operator=(const SystemCallTrap&) = delete;
 
-private:
-    bool wasArmed;
+    /// Readies the calling thread, once. False on a system whose kernel (before Linux 5.11) or processor this
+    /// is not for; then nothing is ever caught.
+    static bool Prepare();
+
+    static constexpr long none = -1;
+    /// The number of the first call, or `none`.
+    long FirstCall() const;
 };
 
 } // namespace orphia::test

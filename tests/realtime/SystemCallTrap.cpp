@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "realtime/SystemCallTrap.h"
+#include "realtime/CallTrap.h"
 
 #include <signal.h>
 #include <sys/prctl.h>

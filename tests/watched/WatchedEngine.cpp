@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The engine's library as hosts load it, of which a test can ask one thing more: which voices sound.
-#include "processor/adapter/DsplibProcessor.h"
+#include "processor/adapter/DsplibProcessor-Impl.h"
 #include "processor/boundary/IProcessorFactory.h"
 #include "processor/instrument/VocoderProcessor.h"
 
@@ -22,7 +22,7 @@ public:
     ~Watched() override { std::erase(living, this); }
 
     u32 ListVoices(u32* voices, u32 capacity) {
-        const auto active = engine.Sound().ActiveVoices();
+        const auto active = engine.CarrierSynth().ActiveVoices();
         const auto count = std::min(capacity, static_cast<u32>(active.size()));
         std::copy_n(active.begin(), count, voices);
         return count;

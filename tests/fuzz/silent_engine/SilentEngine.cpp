@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The engine's library, whose processors take everything and render silence at once.
-#include "processor/adapter/DsplibProcessor.h"
+#include "processor/adapter/DsplibProcessor-Impl.h"
 #include "processor/boundary/IProcessorFactory.h"
 #include "processor/instrument/VocoderProcessor.h"
 

@@ -1,25 +1,24 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "rigs/RandomHost.h"
+#include "rigs/ProcessorHost.h"
 
 #include <gtest/gtest.h>
 
 namespace orphia::test {
 namespace {
 
-using Velmora::u32;
-
 /// After whatever happened, a preset brings the sound back.
-void ExpectSoundAfterPreset(RandomHost& host) {
-    host.tempo = 120.0F;
-    host.songPosition = 0.0F;
+void ExpectSoundAfterPreset(ProcessorHost& host, RandomPlayer& player) {
+    host.SetTransport({});
     host.LoadPreset();
-    host.Block(); // what "Panic" did not let pass
+    host.Block(player); // what "Panic" did not let pass
+    host.EndBlock();
+    player.Speak();
     host.NoteOn(45);
     host.NoteOn(57);
     float loudest = 0.0F;
     for (int block = 0; block < 400; ++block) {
-        host.Block();
-        ASSERT_TRUE(std::isfinite(host.Peak())) << block;
+        host.Block(player);
+        host.EndBlock();
         loudest = std::max(loudest, host.Peak());
     }
     EXPECT_GT(loudest, 0.05F);
@@ -28,25 +27,25 @@ void ExpectSoundAfterPreset(RandomHost& host) {
 
 TEST(InstrumentBadInput, AnyCallsWithAnyValuesLeaveAnInstrumentThatPlays) {
     for (const u32 seed : {1U, 2U, 3U}) {
-        RandomHost host(seed);
+        RandomPlayer player(seed);
+        ProcessorHost host;
         for (int block = 0; block < 4000; ++block) {
-            for (u32 call = host.Below(40); call > 0; --call) {
-                host.SetAnything();
+            for (u32 call = player.Below(40); call > 0; --call) {
+                const auto [id, number] = host.AnySetting(player);
+                host.Set(id, number);
             }
-            for (u32 event = host.Below(4); event > 0; --event) {
-                host.PushAnything();
+            player.SendMessages(host, player.Below(2));
+            host.Send(player.AnyBytes());
+            if (player.OneIn(100)) {
+                host.Initialize();
+                player.ChangeVoice();
             }
-            if (host.Below(100) == 0) {
-                const Velmora::Processor::ProcessorSetup setUp{44100.0F};
-                host.processor->Initialize(&setUp);
-            }
-            host.tempo = host.AnyNumber();
-            host.songPosition = host.AnyNumber();
-            const float sample = host.AnyNumber();
-            host.Block(4 * host.Below(12), host.Below(3), host.Below(2) == 0 ? &sample : nullptr);
+            host.SetTransport({player.AnyNumber(), player.AnyNumber()});
+            host.Block(player, {4 * player.Below(12), player.Below(3)});
+            host.EndBlock();
             ASSERT_TRUE(std::isfinite(host.Peak())) << "seed " << seed << ", block " << block;
             if (block % 1000 == 999) {
-                ExpectSoundAfterPreset(host);
+                ExpectSoundAfterPreset(host, player);
             }
         }
     }

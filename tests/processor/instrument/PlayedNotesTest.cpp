@@ -2,24 +2,21 @@
 #include "engine/tuning_library/TestTuning.h"
 #include "processor/instrument/PlayedRig.h"
 #include "rigs/AllocationCounter.h"
+#include "rigs/RandomPlayer.h"
 #include "support/platform/DynamicLibrary.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <limits>
-#include <random>
 #include <string>
-#include <vector>
 
 namespace orphia::test {
 namespace {
 
-using namespace Velmora::Processor;
-
-float LargestStep(const std::vector<float>& signal, std::size_t from = 1) {
+float LargestStep(const std::vector<float>& signal) {
     float largest = 0.0F;
-    for (std::size_t n = std::max<std::size_t>(from, 1); n < signal.size(); ++n) {
+    for (std::size_t n = 1; n < signal.size(); ++n) {
         largest = std::max(largest, std::abs(signal[n] - signal[n - 1]));
     }
     return largest;
@@ -31,7 +28,7 @@ TEST(PlayedNotes, NotesHaveTheirPitchAtEveryRate) {
             PlayedRig rig(rate);
             rig.NoteOn(note);
             rig.Run(8);
-            rig.Forget();
+            rig.left.clear();
             rig.RunSeconds(2.0);
             const double hz = MeasurePitch(rig.left, NoteHz(note), rate);
             EXPECT_NEAR(Cents(hz, NoteHz(note)), 0.0, 0.05) << "note " << int{note} << " at " << rate;
@@ -47,8 +44,7 @@ TEST(PlayedNotes, LegatoGlidesStraightInSemitonesAndOnlyFromAHeldNote) {
     rig.Run(2);
     EXPECT_NEAR(Cents(rig.FrequencyOf(0), NoteHz(60)), 0.0, 0.01);
     rig.NoteOn(72);
-    const double blockSeconds = rig.blockSize / static_cast<double>(rig.rate);
-    const auto blocksOfHalf = static_cast<u32>(std::lround(0.2 / blockSeconds));
+    const auto blocksOfHalf = static_cast<u32>(std::lround(0.2 * rig.rate / rig.blockSize));
     rig.Run(blocksOfHalf);
     EXPECT_NEAR(Cents(rig.FrequencyOf(0), NoteHz(66)), 0.0, 10.0);
     rig.Run(blocksOfHalf + 2);
@@ -61,6 +57,19 @@ TEST(PlayedNotes, LegatoGlidesStraightInSemitonesAndOnlyFromAHeldNote) {
     EXPECT_NEAR(Cents(rig.FrequencyOf(0), NoteHz(48)), 0.0, 0.01);
 }
 
+TEST(PlayedNotes, NextGlideStartsFromTheNewestHeldNote) {
+    PlayedRig rig;
+    rig.SetCarrier(Carrier::GlideTime, 1.0F);
+    for (const u8 note : std::initializer_list<u8>{60, 62, 72}) {
+        rig.NoteOn(note);
+        rig.RunSeconds(2.0);
+    }
+    rig.NoteOff(72);
+    rig.NoteOn(65);
+    rig.Run();
+    EXPECT_NEAR(Cents(rig.FrequencyOf(3), NoteHz(62)), 0.0, 5.0);
+}
+
 TEST(PlayedNotes, StolenVoicesFadeWithoutAClick) {
     PlayedRig rig;
     rig.Set(VocoderProcessor::PolyphonyMode, 2.0F); // two voices
@@ -69,7 +78,7 @@ TEST(PlayedNotes, StolenVoicesFadeWithoutAClick) {
     rig.NoteOn(49);
     rig.RunSeconds(0.2);
     const float ofPlaying = LargestStep(rig.left);
-    rig.Forget();
+    rig.left.clear();
     for (u8 note = 50; note < 60; ++note) {
         rig.NoteOn(note);
         rig.RunSeconds(0.03);
@@ -80,50 +89,53 @@ TEST(PlayedNotes, StolenVoicesFadeWithoutAClick) {
 }
 
 TEST(PlayedNotes, RandomPlayingLeavesNothingBehind) {
-    std::mt19937 random(7);
-    const auto below = [&random](u32 n) { return static_cast<u32>(random() % n); };
+    RandomPlayer player(7);
     PlayedRig rig;
     const orphia_reference::AllocationCounter allocations;
+    const auto isSound = [](float x) { return std::isfinite(x) && std::abs(x) < 40.0F; };
     for (int round = 0; round < 200; ++round) {
         for (int step = 0; step < 60; ++step) {
-            for (u32 i = below(12); i > 0; --i) {
+            for (u32 i = player.Below(12); i > 0; --i) {
                 // Any three bytes may come, top bits included.
-                rig.events.AppendMidi(static_cast<u8>(0x80 + below(48)), static_cast<u8>(below(140)),
-                                      static_cast<u8>(below(256)));
+                rig.Send({static_cast<u8>(0x80 + player.Below(48)), player.Byte(140), player.Byte()});
             }
-            if (below(8) == 0) {
-                rig.Set(VocoderProcessor::PolyphonyMode, static_cast<float>(below(13)));
-            }
-            if (below(8) == 0) {
-                rig.Set(Sustain, static_cast<float>(below(2)));
-            }
-            if (below(4) == 0) {
-                rig.SetChord(below(27), below(2) == 1);
-            }
-            if (below(6) == 0) {
-                rig.SetVoice(Oscillators::Osc1Waveform, static_cast<float>(below(4)));
-                rig.SetVoice(Oscillators::Sync, static_cast<float>(below(2)));
-                rig.SetVoice(Oscillators::FMAmount, static_cast<float>(below(2)) * 0.3F);
-                rig.SetVoice(Oscillators::Osc2Volume, -static_cast<float>(below(70)));
+            const auto choice = static_cast<float>(player.Below(26));
+            switch (player.Below(8)) {
+            case 0:
+                rig.Set(VocoderProcessor::PolyphonyMode, std::fmod(choice, 13.0F));
+                break;
+            case 1:
+                rig.Set(Sustain, std::fmod(choice, 2.0F));
+                break;
+            case 2:
+            case 3:
+                rig.SetChord(player.Below(27), player.OneIn(2));
+                break;
+            case 4:
+                rig.SetVoice(Oscillators::Osc1Waveform, std::fmod(choice, 4.0F));
+                rig.SetVoice(Oscillators::Sync, std::fmod(choice, 2.0F));
+                rig.SetVoice(Oscillators::FMAmount, std::fmod(choice, 3.0F) * 0.15F);
+                rig.SetVoice(Oscillators::Osc2Volume, -2.5F * choice);
+                break;
+            default:
+                break;
             }
             rig.RunBlock();
-            ASSERT_TRUE(std::all_of(rig.block[0].begin(), rig.block[0].end(),
-                                    [](float x) { return std::isfinite(x) && std::abs(x) < 40.0F; }));
+            ASSERT_TRUE(std::all_of(rig.block.begin(), rig.block.end(), isSound));
         }
         rig.Set(Sustain, 0.0F);
         rig.SetChord(0, false);
         rig.SetChord(1, false);
         rig.RunBlock();
         for (u8 note = 0; note < 128; ++note) {
-            // Once, however often the key went down.
-            rig.NoteOff(note);
+            rig.NoteOff(note); // once, however often the key went down
         }
         for (int i = 0; i < 300; ++i) {
             rig.RunBlock();
         }
         ASSERT_EQ(rig.ActiveCount(), 0U) << "round " << round;
         ASSERT_TRUE(rig.played->Modulations().VoiceOrder().empty());
-        ASSERT_EQ(Peak(rig.block[0]), 0.0F);
+        ASSERT_EQ(Peak(rig.block), 0.0F);
     }
     EXPECT_EQ(allocations.Count(), 0U);
 }
@@ -144,22 +156,7 @@ TEST(PlayedNotes, VoicesStartAgainAfterAPresetWasLoaded) {
     rig.RunSeconds(0.2);
     EXPECT_EQ(rig.ActiveCount(), 1U); // the pitch is there; the key must be pressed anew
     EXPECT_NEAR(rig.FrequencyOf(32), cycle, 1.0F);
-    rig.Forget();
-    rig.RunSeconds(0.1);
-    EXPECT_GT(Peak(rig.left), 0.3F);
-}
-
-TEST(PlayedNotes, NextGlideStartsFromTheNewestHeldNote) {
-    PlayedRig rig;
-    rig.SetCarrier(Carrier::GlideTime, 1.0F);
-    for (const u8 note : std::initializer_list<u8>{60, 62, 72}) {
-        rig.NoteOn(note);
-        rig.RunSeconds(2.0);
-    }
-    rig.NoteOff(72);
-    rig.NoteOn(65);
-    rig.Run();
-    EXPECT_NEAR(Cents(rig.FrequencyOf(3), NoteHz(62)), 0.0, 5.0);
+    EXPECT_GT(Peak(rig.block), 0.3F);
 }
 
 TEST(PlayedNotes, AModulatedPitchIsExactAndNotRoundedToSemitones) {
@@ -167,7 +164,7 @@ TEST(PlayedNotes, AModulatedPitchIsExactAndNotRoundedToSemitones) {
     rig.Route(VelocitySource, Osc1CoarseDestination, 0.5F);
     rig.NoteOn(40, 32);
     rig.Run(4);
-    rig.Forget();
+    rig.left.clear();
     rig.RunSeconds(1.0);
     // Half of the range of 120 semitones per unit, not rounded to whole ones.
     const double shift = 60.0 * 32.0 / 127.0;
@@ -204,74 +201,62 @@ TEST(PlayedNotes, TuningReachesNotesAsTheyStartAndWhileTheySound) {
     EXPECT_EQ(rig.FrequencyOf(0), before);
 }
 
-TEST(PitchTracking, TrackedVoicesFollowThePitchWithinItsRange) {
+struct PitchTracking : testing::Test {
     PlayedRig rig;
-    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
+    PitchTracking() { rig.SetCarrier(Carrier::PitchTrack, 1.0F); }
+};
+
+TEST_F(PitchTracking, TrackedVoicesFollowThePitchWithinItsRange) {
     rig.SetCarrier(Carrier::PitchTrackHoldNoteDuration, 0.0F);
     for (const float lost : {19.99F, 20000.1F, 0.0F, std::numeric_limits<float>::quiet_NaN()}) {
-        rig.Track(lost);
-        rig.Run(3);
+        rig.Track(lost, 3);
         EXPECT_EQ(rig.ActiveCount(), 0U) << lost;
     }
     for (const float found : {20.0F, 20000.0F, 220.0F}) {
-        rig.Track(found);
-        rig.Run(3);
+        rig.Track(found, 3);
         ASSERT_EQ(rig.ActiveCount(), 1U) << found;
         EXPECT_FLOAT_EQ(rig.FrequencyOf(32), found);
     }
     rig.hasPitchInput = false; // tracking rests
     rig.Run(100);
     EXPECT_EQ(rig.ActiveCount(), 1U);
-    rig.Track(0.0F);
-    rig.Run(1);
+    rig.Track(0.0F, 1);
     EXPECT_EQ(rig.ActiveCount(), 1U); // in its release
     rig.Run(60);
     EXPECT_EQ(rig.ActiveCount(), 0U);
-    rig.Track(220.0F);
-    rig.Run(2);
+    rig.Track(220.0F, 2);
     rig.SetCarrier(Carrier::PitchTrack, 0.0F);
     rig.Run(1);
     EXPECT_EQ(rig.ActiveCount(), 0U);
     EXPECT_TRUE(rig.played->Modulations().VoiceOrder().empty());
 }
 
-TEST(PitchTracking, HoldTimeBridgesGaps) {
-    PlayedRig rig;
-    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
+TEST_F(PitchTracking, HoldTimeBridgesGaps) {
     rig.SetCarrier(Carrier::PitchTrackHoldNoteDuration, 0.2F);
-    rig.Track(110.0F);
-    rig.Run(10);
+    rig.Track(110.0F, 10);
     rig.Track(0.0F);
     rig.RunSeconds(0.15);
-    EXPECT_TRUE(rig.Sound().Voice(32).IsGateOpen());
-    rig.Track(110.0F);
-    rig.Run(10);
+    EXPECT_TRUE(rig.IsGateOpen(32));
+    rig.Track(110.0F, 10);
     // What earlier gaps used up shortens the later ones.
     rig.Track(0.0F);
     rig.RunSeconds(0.06);
-    EXPECT_FALSE(rig.Sound().Voice(32).IsGateOpen());
+    EXPECT_FALSE(rig.IsGateOpen(32));
 }
 
-TEST(PitchTracking, QuantisedTrackingSnapsTo440HzTuning) {
-    PlayedRig rig;
-    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
+TEST_F(PitchTracking, QuantisedTrackingSnapsTo440HzTuning) {
     rig.SetCarrier(Carrier::PitchTrackQuantize, 1.0F);
     rig.SetCarrier(Carrier::MasterTune, 450.0F);
-    rig.Track(430.0F); // 439.8 Hz as tuned
-    rig.Run(2);
+    rig.Track(430.0F, 2); // 439.8 Hz as tuned
     EXPECT_NEAR(rig.FrequencyOf(32), 440.0F, 1e-3F);
-    rig.Track(19000.0F); // above the last note
     rig.SetCarrier(Carrier::PitchTrackHoldNoteDuration, 0.0F);
-    rig.Run(2);
-    EXPECT_FALSE(rig.Sound().Voice(32).IsGateOpen());
+    rig.Track(19000.0F, 2); // above the last note
+    EXPECT_FALSE(rig.IsGateOpen(32));
 }
 
-TEST(PitchTracking, ChordIntervalsFollowTheTrackedPitch) {
-    PlayedRig rig;
-    rig.SetCarrier(Carrier::PitchTrack, 1.0F);
+TEST_F(PitchTracking, ChordIntervalsFollowTheTrackedPitch) {
     rig.SetChord(0, true);
-    rig.Track(200.0F);
-    rig.Run(5);
+    rig.Track(200.0F, 5);
     EXPECT_EQ(rig.ActiveCount(), 0U); // a chord of no intervals
     rig.SetChord(2 + 7, true);
     rig.SetChord(2 + 12, true);
@@ -288,8 +273,8 @@ TEST(PitchTracking, ChordIntervalsFollowTheTrackedPitch) {
     rig.Run(5);
     rig.SetChord(2 + 12, true);
     rig.Run(20);
-    EXPECT_TRUE(rig.Sound().Voice(44).IsGateOpen());
-    EXPECT_EQ(rig.Sound().Killer(44).FindParameter(0)->GetValue(), 0.0F);
+    EXPECT_TRUE(rig.IsGateOpen(44));
+    EXPECT_EQ(rig.played->CarrierSynth().Killer(44).FindParameter(0)->GetValue(), 0.0F);
 }
 
 } // namespace

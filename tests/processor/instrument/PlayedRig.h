@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/framework/EventQueue.h"
+#include "host/presets/NeutralStart.h"
 #include "processor/instrument/VocoderProcessor.h"
 #include "rigs/MeasurePitch.h"
 #include "rigs/ModuleRig.h"
@@ -10,62 +11,81 @@
 
 namespace orphia::test {
 
+using namespace Velmora::Processor;
 using Velmora::i32;
 using Velmora::u8;
-using Velmora::Processor::Carrier;
-using Velmora::Processor::ModulationsManager;
-using Velmora::Processor::Oscillators;
-using Velmora::Processor::VocoderProcessor;
-using Velmora::Processor::VoiceOscillator;
 
 /// An instrument of which the carrier is heard: one sine-like triangle oscillator, 32 voices, short times, no
-/// bend.
+/// bend. With Speak, all of it: a voice on the external input, and what comes out at the end.
 struct PlayedRig {
     float rate;
     u32 blockSize;
     std::unique_ptr<VocoderProcessor> played;
     Velmora::dsp::EventQueue events;
+    /// The carrier's left side of all blocks, and of the last one.
     std::vector<float> left;
-    std::vector<float> right;
-    std::vector<float> block[2];
+    std::vector<float> block;
+    std::vector<float> out[2];
     std::vector<float> pitch;
-    /// What the external input hears in each block.
+    /// What the external input hears in each block; with a level, of two tones.
     std::vector<float> external;
+    float voiceLevel = 0.0F;
+    u32 voiceChannels = 1;
+    u32 outputChannels = 2;
+    i32 isOffline = 0;
+    u32 frame = 0;
     bool pitchIsGiven = false;
     bool hasPitchInput = false;
-    float tempo = 120.0F;
-    float songPosition = 0.0F;
 
     explicit PlayedRig(float sampleRate = 44100.0F, const std::string& tuningLibrary = {})
         : rate(sampleRate), blockSize(static_cast<u32>(std::lround(sampleRate * 0.0002494331F)) * 4),
-          played(std::make_unique<VocoderProcessor>(tuningLibrary)), pitch(blockSize, 0.0F),
-          external(blockSize, 0.0F) {
-        for (auto& channel : block) {
-            channel.assign(blockSize, 0.0F);
-        }
+          played(std::make_unique<VocoderProcessor>(tuningLibrary)), block(blockSize), pitch(blockSize),
+          external(blockSize) {
+        out[0] = out[1] = block;
         SetVoice(Oscillators::Osc1Waveform, VoiceOscillator::Triangle);
         SetVoice(Oscillators::Osc1Volume, 0.0F);
         SetVoice(Oscillators::Osc1Coarse, 0.0F);
         SetVoice(Oscillators::Osc2Coarse, 0.0F);
         SetVoice(Oscillators::Osc2KeyTrack, 1.0F);
         // Without it some keys would choose samples.
-        SetModulator(Velmora::Processor::VocoderModulator::ExternalInput, 1.0F);
-        Set(Velmora::Processor::PitchBend, 0.0F);
-        for (u32 channel = 0; channel < Velmora::Processor::midiChannelCount; ++channel) {
-            Set(Velmora::Processor::MpePitchBend + channel, 0.0F);
+        SetModulator(VocoderModulator::ExternalInput, 1.0F);
+        Set(PitchBend, 0.0F);
+        for (u32 channel = 0; channel < midiChannelCount; ++channel) {
+            Set(MpePitchBend + channel, 0.0F);
         }
+        SetTimes();
+        played->SeedNoise(1);
+        played->Initialize(rate, blockSize);
+    }
+    void SetTimes() {
         Set(VocoderProcessor::Attack, 0.002F);
         Set(VocoderProcessor::Release, 0.01F);
         Set(VocoderProcessor::PolyphonyMode, 12.0F);
-        played->SeedNoise(1);
-        played->Initialize(rate, blockSize);
+    }
+    /// The sound of a new instrument, and a voice on both channels.
+    void Speak() {
+        const host::NeutralStart& neutral = host::NeutralStart::Get();
+        for (u32 id = 0; id < VocoderProcessor::parameterCount; ++id) {
+            if (neutral.IsPartOfPresets(id)) {
+                played->SetParameterNormalized(id, neutral.Position(id));
+            }
+        }
+        SetTimes();
+        Set(VocoderProcessor::Volume, 0.0F);
+        played->Reset(true); // everything is there at once
+        voiceLevel = 0.5F;
+        voiceChannels = 2;
     }
 
     void Set(u32 index, float value) {
         played->SetParameterValue(VocoderProcessor::ParameterId(index), value);
     }
-    void SetModulator(Velmora::Processor::VocoderModulator::Parameter index, float value) {
-        played->SetParameterValue(Velmora::Processor::VocoderModulator::ParameterId(index), value);
+    void SetPosition(u32 index, float position) {
+        played->SetParameterNormalized(VocoderProcessor::ParameterId(index), position);
+    }
+    template <class Index>
+    void SetModulator(Index index, float value) {
+        played->SetParameterValue(VocoderModulator::ParameterId(index), value);
     }
     void SetCarrier(u32 index, float value) {
         played->SetParameterValue(
@@ -75,85 +95,81 @@ struct PlayedRig {
         played->SetParameterValue(
             VocoderProcessor::FirstParameter<3>() + Oscillators::childParameterCount + index, value);
     }
-    void SetModulations(u32 index, float value) {
-        played->SetParameterValue(
-            VocoderProcessor::FirstParameter<1>() + ModulationsManager::childParameterCount + index, value);
-    }
     /// An amount of the matrix, with all sources on.
     void Route(u32 source, u32 destination, float amount) {
-        SetModulations(ModulationsManager::EnvFollowerEnable, 1.0F);
-        SetModulations(ModulationsManager::LFOEnable, 1.0F);
-        SetModulations(ModulationsManager::ControlsEnable, 1.0F);
-        Run();
-        played->SetParameterValue(VocoderProcessor::FirstParameter<1>() +
-                                      Velmora::Processor::ModulationMatrix::Cell(destination, source),
-                                  amount);
+        constexpr u32 first = VocoderProcessor::FirstParameter<1>();
+        for (const u32 on : {ModulationsManager::EnvFollowerEnable, ModulationsManager::LFOEnable,
+                             ModulationsManager::ControlsEnable}) {
+            played->SetParameterValue(first + ModulationsManager::childParameterCount + on, 1.0F);
+        }
+        RunBlock();
+        played->SetParameterValue(first + ModulationMatrix::Cell(destination, source), amount);
     }
     void SetChord(u32 id, bool on) {
         played->SetParameterNormalized(VocoderProcessor::FirstParameter<2>() + id, on ? 1.0F : 0.0F);
     }
 
-    void NoteOn(u8 note, u8 velocity = 100, u8 channel = 0) {
-        events.AppendMidi(static_cast<u8>(0x90 | channel), note, velocity);
-    }
-    void NoteOff(u8 note, u8 channel = 0) { events.AppendMidi(static_cast<u8>(0x80 | channel), note, 0); }
+    void Send(const std::array<u8, 3>& midi) { events.AppendMidi(midi[0], midi[1], midi[2]); }
+    void NoteOn(u8 note, u8 velocity = 100) { Send({0x90, note, velocity}); }
+    void NoteOff(u8 note) { Send({0x80, note, 0}); }
 
-    /// Runs blocks and keeps their sound.
-    void Run(u32 blocks = 1) {
+    /// Runs blocks and keeps their sound. The peak of the left output.
+    float Run(u32 blocks = 1) {
+        float loudest = 0.0F;
         for (u32 i = 0; i < blocks; ++i) {
             RunBlock();
-            left.insert(left.end(), block[0].begin(), block[0].end());
-            right.insert(right.end(), block[1].begin(), block[1].end());
+            left.insert(left.end(), block.begin(), block.end());
+            loudest = std::max(loudest, Peak(out[0]));
         }
+        return loudest;
     }
+    void RunSeconds(double seconds) { Run(static_cast<u32>(std::ceil(seconds * rate / blockSize))); }
     /// Runs one block, and keeps nothing.
-    void RunBlock() {
-        float* outputs[2] = {block[0].data(), block[1].data()};
+    bool RunBlock() {
+        for (u32 n = 0; n < blockSize && voiceLevel > 0.0F; ++n, ++frame) {
+            const float phase = 0.02F * static_cast<float>(frame);
+            external[n] = voiceLevel * (std::sin(phase) + 0.5F * std::sin(7.0F * phase));
+        }
+        float* outputs[2] = {out[0].data(), out[1].data()};
+        const float* voices[2] = {external.data(), external.data()};
         Velmora::dsp::ProcessContext context;
         context.outputs = outputs;
-        context.numOutputs = 2;
+        context.numOutputs = outputChannels;
         context.numFrames = blockSize;
         context.inputEvents = &events;
-        context.tempo = tempo;
-        context.songPosition = songPosition;
-        const float* voices[1] = {external.data()};
+        context.tempo = 120.0F;
         context.auxInputs = voices;
-        context.numAuxInputs = 1;
-        if (pitchIsGiven) {
-            RunTracked(context);
-        } else {
-            Velmora::dsp::RunChild(*played, context);
-            for (u32 side = 0; side < 2; ++side) {
-                block[side].assign(played->CarrierBlock(side), played->CarrierBlock(side) + blockSize);
-            }
-        }
+        context.numAuxInputs = voiceChannels;
+        context.isOffline = isOffline;
+        const bool result = pitchIsGiven ? RunTracked(context) : Velmora::dsp::RunChild(*played, context);
+        const float* const heard = pitchIsGiven ? out[0].data() : played->CarrierBlock(0);
+        block.assign(heard, heard + blockSize);
         events.Clear();
+        return result;
     }
     /// Modulations and carrier alone, with the pitch that the test gives instead of the modulator's.
-    void RunTracked(Velmora::dsp::ProcessContext& context) {
+    bool RunTracked(Velmora::dsp::ProcessContext& context) {
         const float* inputs[1] = {hasPitchInput ? pitch.data() : nullptr};
         played->UpdateParameters(context);
         Velmora::dsp::ProcessContext modulations = context.ForChild(nullptr, 0, nullptr, 0);
         Velmora::dsp::RunChild(played->Modulations(), modulations);
         Velmora::dsp::ProcessContext carrier = context.ForChild(inputs, 1, context.outputs, 2);
-        Velmora::dsp::RunChild(played->Sound(), carrier);
+        const bool result = Velmora::dsp::RunChild(played->CarrierSynth(), carrier);
         Velmora::dsp::FinishChild(*played);
+        return result;
     }
-    void RunSeconds(double seconds) { Run(static_cast<u32>(std::ceil(seconds * rate / blockSize))); }
-    void Forget() {
-        left.clear();
-        right.clear();
-    }
-    void Track(float hz) {
+    void Track(float hz, u32 blocks = 0) {
         pitchIsGiven = hasPitchInput = true;
         pitch.assign(blockSize, hz);
+        Run(blocks);
     }
 
-    Carrier& Sound() { return played->Sound(); }
     float FrequencyOf(u32 voice) {
-        return Sound().Voice(voice).FindParameter(Oscillators::frequency)->GetValue();
+        return played->CarrierSynth().Voice(voice).FindParameter(Oscillators::frequency)->GetValue();
     }
-    std::size_t ActiveCount() const { return played->Sound().ActiveVoices().size(); }
+    bool IsGateOpen(u32 voice) { return played->CarrierSynth().Voice(voice).IsGateOpen(); }
+    std::size_t ActiveCount() const { return played->CarrierSynth().ActiveVoices().size(); }
+    u32 HeldCount() const { return played->HeldNoteCount(); }
 };
 
 } // namespace orphia::test

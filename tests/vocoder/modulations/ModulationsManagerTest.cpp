@@ -20,6 +20,9 @@ using Velmora::dsp::LFO;
 
 struct ManagerRig {
     static constexpr u32 blockSize = 44;
+    static constexpr std::array<u32, 3> switches{ModulationsManager::EnvFollowerEnable,
+                                                 ModulationsManager::LFOEnable,
+                                                 ModulationsManager::ControlsEnable};
     std::unique_ptr<ModulationsManager> manager = std::make_unique<ModulationsManager>();
     float left = 0.0F;
     float right = 0.0F;
@@ -28,8 +31,7 @@ struct ManagerRig {
     ManagerRig() {
         manager->SeedRandom(1);
         manager->Initialize(44100.0F, blockSize);
-        for (const u32 index : {ModulationsManager::EnvFollowerEnable, ModulationsManager::LFOEnable,
-                                ModulationsManager::ControlsEnable}) {
+        for (const u32 index : switches) {
             SetOwn(index, 1.0F);
         }
         Run();
@@ -71,16 +73,32 @@ TEST(ModulationsManager, NewestRunningVoiceIsTheMainOne) {
     EXPECT_TRUE(rig.manager->VoiceOrder().empty());
 }
 
+TEST(ModulationsManager, VoicesShareTheirDestinationsOnlyWhereTheWiringSaysSo) {
+    ManagerRig rig;
+    rig.manager->VoiceOn(0);
+    rig.manager->VoiceOn(1);
+    for (const Wire& wire : wiring) {
+        rig.Route(VelocitySource, wire.destination, 1.0F);
+    }
+    rig.manager->WriteVoiceSource(0, VelocitySource, 0.25F);
+    rig.manager->WriteVoiceSource(1, VelocitySource, 0.5F);
+    rig.Run(2);
+    for (const Wire& wire : wiring) {
+        EXPECT_EQ(rig.Matrix().VoiceDestination(0, wire.destination)[0], wire.IsPerVoice() ? 0.25F : 0.0F)
+            << wire.text;
+        EXPECT_EQ(rig.Matrix().GlobalDestination(wire.destination)[0], wire.IsPerVoice() ? 0.0F : 0.5F)
+            << wire.text;
+    }
+}
+
 TEST(ModulationsManager, SwitchesActOnTheirSourcesOnly) {
     ManagerRig rig;
     for (const u32 source : {FollowerSource, LfoSource, EnvelopeSource, KeySource}) {
         rig.Route(source, Osc1ShapeDestination, 0.25F);
     }
-    EXPECT_NEAR(rig.Matrix().RowSum(Osc1ShapeDestination), 1.0F, 1e-6F);
-    const std::array<u32, 3> switches{ModulationsManager::EnvFollowerEnable, ModulationsManager::LFOEnable,
-                                      ModulationsManager::ControlsEnable};
     float expected = 1.0F;
-    for (const u32 index : switches) {
+    EXPECT_NEAR(rig.Matrix().RowSum(Osc1ShapeDestination), expected, 1e-6F);
+    for (const u32 index : ManagerRig::switches) {
         rig.SetOwn(index, 0.0F);
         rig.Run();
         expected -= 0.25F;
