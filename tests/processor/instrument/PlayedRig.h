@@ -83,8 +83,7 @@ struct PlayedRig {
     void SetPosition(u32 index, float position) {
         played->SetParameterNormalized(VocoderProcessor::ParameterId(index), position);
     }
-    template <class Index>
-    void SetModulator(Index index, float value) {
+    void SetModulator(VocoderModulator::Parameter index, float value) {
         played->SetParameterValue(VocoderModulator::ParameterId(index), value);
     }
     void SetCarrier(u32 index, float value) {

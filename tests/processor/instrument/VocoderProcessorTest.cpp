@@ -215,7 +215,7 @@ TEST(VocoderProcessor, KeysThatChooseASampleStartNoVoice) {
 }
 
 TEST(VocoderProcessor, NoVoiceIsStuckWhenAHeldKeyComesToSelectSamples) {
-    const auto check = [](auto parameter, float before, float after, int key) {
+    const auto check = [](VocoderModulator::Parameter parameter, float before, float after, int key) {
         SpeakingRig rig;
         rig.SetModulator(VocoderModulator::ExternalInput, 0.0F);
         rig.SetModulator(VocoderModulator::SamplerPlayMode, 0.0F);
