@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <memory>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -159,25 +158,6 @@ TEST_F(SampleManager, AFullResultQueueHoldsUpTheWorkerUntilTheEndOfTheManager) {
     EXPECT_FALSE(accepted);
     EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
     EXPECT_EQ(seen.back() + 1, static_cast<int>(seen.size())) << "results got lost";
-}
-
-TEST_F(SampleManager, ASampleLivesAsLongAsItIsHeldAndTheWorkerFreesIt) {
-    const auto& living = ScriptedSampleManager::livingSamples;
-    manager.Ask(0, "a");
-    manager.Settle();
-    std::shared_ptr<const Velmora::dsp::SampleData> played = manager.Sample(0);
-    manager.Ask(0, "b");
-    manager.Settle();
-    manager.Ask(1, "c"); // goes through the worker, hence after one of its sweeps
-    manager.Settle();
-    EXPECT_EQ(living, 3);
-    {
-        const AudioThread audio;
-        played = nullptr;
-    }
-    while (living != 2) {
-        std::this_thread::yield(); // for the worker's next sweep
-    }
 }
 
 TEST_F(SampleManager, RefusesSlotsAndPathsOutOfRange) {
