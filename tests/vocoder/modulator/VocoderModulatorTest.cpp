@@ -218,8 +218,9 @@ TEST(VocoderModulator, ARandomPlayerHearsTheSlotsThatThePolicyOfModesAndKeysTell
         } else if (act == 32) {
             policy.locked = loaded[below(7)];
             rig.Set("CycleLockedSample", static_cast<float>(policy.locked));
-        } else if (act == 33 && policy.held.none()) {
+        } else if (act == 33) {
             policy.cycles = !policy.cycles;
+            policy.sounding = -1;
             rig.Set("SamplerPlayMode", policy.cycles ? 1.0F : 0.0F);
             policy.Choose(true);
             policy.movesDown = false;
@@ -227,7 +228,7 @@ TEST(VocoderModulator, ARandomPlayerHearsTheSlotsThatThePolicyOfModesAndKeysTell
             const u32 slot = below(12);
             policy.samples[slot] = below(2) == 0 ? loaded[below(4)] : below(12);
             rig.Set("Slot" + std::to_string(slot + 1) + "_Sample", static_cast<float>(policy.samples[slot]));
-        } else if (act == 35 && policy.held.none()) {
+        } else if (act == 35) {
             const u32 place = below(3);
             policy.firstKey = 24 + 12 * place;
             rig.Set("KeyboardSampleOctave", 2.0F + static_cast<float>(place));
