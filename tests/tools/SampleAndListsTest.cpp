@@ -89,7 +89,9 @@ TEST_F(SampleCommandTest, EveryOptionSetsItsParameter) {
     }
 }
 
-TEST_F(CommandTest, ParametersArePrintedAsTheDocumentHasThemAndFoundByPartsOfTheirNames) {
+class ListCommandsTest : public CommandTest {};
+
+TEST_F(ListCommandsTest, ParametersArePrintedAsTheDocumentHasThemAndFoundByPartsOfTheirNames) {
     const std::string document = ReadText(std::filesystem::path(ORPHIA_EXAMPLES) / "../docs/parameters.md");
     // Not EXPECT_EQ, which would print both.
     EXPECT_TRUE(Tell("params --markdown") == document)
@@ -101,7 +103,7 @@ TEST_F(CommandTest, ParametersArePrintedAsTheDocumentHasThemAndFoundByPartsOfThe
     EXPECT_EQ(LineCount(cutoffs), 5 + 1) << cutoffs;
 }
 
-TEST_F(CommandTest, PresetsAreListedAndShown) {
+TEST_F(ListCommandsTest, PresetsAreListedAndShown) {
     EXPECT_TRUE(std::regex_search(Tell("presets"), std::regex("\ndefault +[A-Z]")));
     WriteText(folder / "mine.json", R"({"format": "orphia-preset", "version": 1, "name": "Mine",
         "description": "For a test.", "parameters": {"MasterVolume": "-3 dB"}, "samples": {"2": "a.wav"}})");
@@ -111,7 +113,7 @@ TEST_F(CommandTest, PresetsAreListedAndShown) {
     EXPECT_TRUE(std::regex_search(shown, std::regex("sample 2 .*/a\\.wav"))) << shown;
 }
 
-TEST_F(CommandTest, InfoMeasuresTheEngine) {
+TEST_F(ListCommandsTest, InfoMeasuresTheEngine) {
     const std::string told = Tell("info --rate 96000");
     for (const char* part : {"block       96 frames, 1.000 ms\nlatency     96 frames", "interface 8\n",
                              "parameters  2359\n", "creation    "}) {
