@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/delaylines/SplineDelayLine.h"
 
-#include <algorithm>
-#include <bit>
-
 namespace Velmora::dsp {
 
 namespace {
@@ -32,16 +29,13 @@ constexpr std::array<float, reach + 1> coefficientFilter = CoefficientFilter();
 } // namespace
 
 void SplineDelayLine::Allocate(u32 longestDelay) {
-    const u32 size = std::bit_ceil(longestDelay + historySize);
-    mask = size - 1;
-    line.assign(size + Float4::size, 0.0F);
-    Clear();
+    ring.Allocate(longestDelay + historySize);
+    history.fill(0.0F);
 }
 
 void SplineDelayLine::Clear() {
-    std::fill(line.begin(), line.end(), 0.0F);
+    ring.Clear();
     history.fill(0.0F);
-    writeIndex = 0;
 }
 
 void SplineDelayLine::Write(Float4 samples) {
@@ -56,11 +50,7 @@ void SplineDelayLine::Write(Float4 samples) {
     Float4::load_aligned(past + 4).store_aligned(past);
     Float4::load_aligned(past + 8).store_aligned(past + 4);
     samples.store_aligned(past + 8);
-    sum.store_aligned(line.data() + writeIndex);
-    if (writeIndex == 0) {
-        sum.store_aligned(line.data() + mask + 1);
-    }
-    writeIndex = (writeIndex + Float4::size) & mask;
+    ring.Write(sum);
 }
 
 } // namespace Velmora::dsp

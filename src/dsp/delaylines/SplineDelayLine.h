@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/vectors/AlignedBuffer.h"
-#include "dsp/vectors/LaneTranspose.h"
-#include "support/platform/Types.h"
+#include "dsp/delaylines/QuadRing.h"
 
 #include <array>
-#include <cstdint>
 
 namespace Velmora::dsp {
 
@@ -32,26 +29,7 @@ public:
     /// A tap in the four frames of the quad that is written next. The delays, in samples from shortestDelay
     /// to the longest, lie on a straight line.
     Float4 ReadTap(Float4 delays) const {
-        const Int4 whole = xsimd::to_int(delays);
-        const Float4 f = delays - xsimd::to_float(whole);
-        // First to fourth point of each of the frames, oldest first.
-        Float4 a;
-        Float4 b;
-        Float4 c;
-        Float4 d;
-        if (whole.get(0) == whole.get(3)) {
-            const u32 oldest = Oldest(0, whole.get(0));
-            a = Load(oldest);
-            b = Load(oldest + 1);
-            c = Load(oldest + 2);
-            d = Load(oldest + 3);
-        } else {
-            a = Load(Oldest(0, whole.get(0)));
-            b = Load(Oldest(1, whole.get(1)));
-            c = Load(Oldest(2, whole.get(2)));
-            d = Load(Oldest(3, whole.get(3)));
-            simd::Transpose(a, b, c, d);
-        }
+        const auto [a, b, c, d, f] = ring.TapAt(delays, pointsToHead);
         // The piece of the spline between c and b, as a polynomial of the way from c.
         const Float4 outer = d + b;
         const Float4 cubic = (a - d) * (1.0F / 3.0F) + (c - b);
@@ -63,22 +41,12 @@ public:
     void Write(Float4 samples);
 
 private:
-    using Int4 = xsimd::batch<std::int32_t, simd::BaselineArch>;
     /// From the first slot of the next quad of coefficients to the oldest point of a tap without delay.
     static constexpr u32 pointsToHead = reach + Float4::size - 2;
     static constexpr u32 historySize = 2 * reach + Float4::size;
 
-    /// Slot of the oldest of the four coefficients about the delay of a frame.
-    u32 Oldest(u32 frame, std::int32_t delay) const {
-        return writeIndex + pointsToHead + frame - static_cast<u32>(delay);
-    }
-    Float4 Load(u32 slot) const { return Float4::load_unaligned(line.data() + (slot & mask)); }
-
-    /// Sixths of the coefficients. A ring, a power of two long, followed by a copy of its first quad.
-    AlignedBuffer line;
-    u32 mask = 0;
-    /// Where the next quad of coefficients goes: those of the samples two quads back.
-    u32 writeIndex = 0;
+    /// Sixths of the coefficients, up to those of the samples two quads back.
+    QuadRing ring;
     /// The last samples.
     alignas(16) std::array<float, historySize> history{};
 };

@@ -36,7 +36,7 @@ public:
         return IsIntact(static_cast<double>(xsimd::hadd(sum)));
     }
 
-    void Aim(float setting) {
+    void Set(float setting) {
         gain = std::exp2(setting);
         for (u32 k = 0; k < sectionCount; ++k) {
             // The pairs of poles lie evenly on a half circle.

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/bitcrusher/BitCrusher.h"
 
-#include "dsp/effects/shared/ParameterRange.h"
 #include "dsp/effects/shared/StereoQuad.h"
 #include "dsp/vectors/StereoPair.h"
 
-#include <iterator>
 #include <utility>
 
 namespace Velmora::dsp {
@@ -14,28 +12,7 @@ namespace {
 
 using simd::Float4;
 using Controls = BitCrusherControls;
-using Range = ParameterRange;
-
-constexpr ParameterRange ranges[] = {
-    {"DryWet", Range::Linear, 0.0F, 1.0F, 1.0F, 1.0F},
-    {"Bits", Range::Linear, 1.0F, 16.0F, 1.0F, 8.0F},
-    {"SampleRate", Range::Exponential, 100.0F, BitCrusherSettings::highestRateHz, 6.0F, 12000.0F},
-    {"Jitter", Range::Linear, 0.0F, 1.0F, 1.0F, 0.0F},
-    {"Dither", Range::Linear, 0.0F, 1.0F, 1.0F, 0.0F},
-    {"Curve", Range::Exponential, 0.0F, 255.0F, 6.0F, 15.0F},
-    {"AntiAlias", Range::Switch, 0.0F, 1.0F, 1.0F, 0.0F},
-    {"Drive", Range::Linear, -24.0F, 36.0F, 1.0F, 0.0F},
-    {"Bias", Range::Linear, 0.0F, 0.5F, 1.0F, 0.0F},
-    {"BitErrors", Range::Exponential, 0.0F, 0.5F, 6.0F, 0.0F},
-    {"Slope", Range::Linear, 0.0F, 1.0F, 1.0F, 0.0F},
-    {"LowCut", Range::Exponential, 20.0F, 2000.0F, 4.0F, 20.0F},
-    {"HighCut", Range::Exponential, 500.0F, BitCrusherSettings::highestCutHz, 4.0F,
-     BitCrusherSettings::highestCutHz},
-    {"WetGain", Range::Linear, -24.0F, 12.0F, 1.0F, 0.0F},
-    {"Shaping", Range::Linear, 0.0F, 1.0F, 1.0F, 0.0F},
-    {"Split", Range::Exponential, 0.0F, 1200.0F, 5.0F, 0.0F},
-};
-static_assert(std::size(ranges) == BitCrusher::parameterCount);
+using Limits = BitCrusherSettings;
 
 float* OutputOrNull(const ProcessContext& context, u32 index) {
     return index < context.numOutputs ? context.outputs[index] : nullptr;
@@ -44,7 +21,17 @@ float* OutputOrNull(const ProcessContext& context, u32 index) {
 } // namespace
 
 BitCrusher::BitCrusher(std::string moduleName)
-    : UnitModule(std::move(moduleName), inputCount, 4, RecordsOf(ranges)) {}
+    : EffectUnit(std::move(moduleName), modulationInputs, 4,
+                 {Declare::Linear("DryWet", 0.0F, 1.0F, 1.0F), Declare::Linear("Bits", 1.0F, 16.0F, 8.0F),
+                  Declare::Exponential("SampleRate", 100.0F, Limits::highestRateHz, 6.0F, 12000.0F),
+                  Declare::Linear("Jitter", 0.0F, 1.0F), Declare::Linear("Dither", 0.0F, 1.0F),
+                  Declare::Exponential("Curve", 0.0F, 255.0F, 6.0F, 15.0F), Declare::Switch("AntiAlias"),
+                  Declare::Linear("Drive", -24.0F, 36.0F, 0.0F), Declare::Linear("Bias", 0.0F, 0.5F),
+                  Declare::Exponential("BitErrors", 0.0F, 0.5F, 6.0F), Declare::Linear("Slope", 0.0F, 1.0F),
+                  Declare::Exponential("LowCut", 20.0F, 2000.0F, 4.0F),
+                  Declare::Exponential("HighCut", 500.0F, Limits::highestCutHz, 4.0F, Limits::highestCutHz),
+                  Declare::Linear("WetGain", -24.0F, 12.0F, 0.0F), Declare::Linear("Shaping", 0.0F, 1.0F),
+                  Declare::Exponential("Split", 0.0F, 1200.0F, 5.0F)}) {}
 
 void BitCrusher::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) { controls.Prepare(sampleRate); }
 
@@ -60,56 +47,36 @@ void BitCrusher::OnReset(bool /*hard*/) {
     dryAt = 0;
 }
 
-float BitCrusher::Read(u32 id, const ProcessContext& context, u32 inputIndex) {
-    return ranges[id].Hold(parameters[id].GetModulatedValue(context, inputIndex));
+BitCrusherSettings BitCrusher::ReadSettings(const ProcessContext& context) {
+    BitCrusherSettings now;
+    now.bits = HeldValue(Bits, context);
+    now.rateHz = HeldValue(SampleRate, context);
+    now.mix = HeldValue(DryWet, context);
+    now.driveDb = HeldValue(Drive, context);
+    now.jitter = HeldValue(Jitter, context);
+    now.mu = HeldValue(Curve, context);
+    now.highCutHz = HeldValue(HighCut, context);
+    now.splitCents = HeldValue(Split, context);
+    now.dither = HeldValue(Dither, context);
+    now.antiAlias = IsOn(AntiAlias);
+    now.bias = HeldValue(Bias, context);
+    now.bitErrors = HeldValue(BitErrors, context);
+    now.slope = HeldValue(Slope, context);
+    now.lowCutHz = HeldValue(LowCut, context);
+    now.wetGainDb = HeldValue(WetGain, context);
+    now.shaping = HeldValue(Shaping, context);
+    return now;
 }
 
-bool BitCrusher::UpdateParameters(ProcessContext& context) {
-    const bool modulated = watch.Sees(context, 2, numInputs);
-    if (anyParameterChanged || needsUpdate || modulated) {
-        BitCrusherSettings now;
-        ReadSettings(now, context);
-        if (needsUpdate || now != settings) {
-            settings = now;
-            controls.Aim(settings);
-        }
-    }
-    if (needsUpdate) {
-        controls.Jump();
-        AimUnits();
-    }
-    return true;
-}
-
-void BitCrusher::ReadSettings(BitCrusherSettings& into, const ProcessContext& context) {
-    constexpr u32 none = 0xFFFFFFFFU;
-    into.bits = Read(Bits, context, 2);
-    into.rateHz = Read(SampleRate, context, 3);
-    into.mix = Read(DryWet, context, 4);
-    into.driveDb = Read(Drive, context, 5);
-    into.jitter = Read(Jitter, context, 6);
-    into.mu = Read(Curve, context, 7);
-    into.highCutHz = Read(HighCut, context, 8);
-    into.splitCents = Read(Split, context, 9);
-    into.dither = Read(Dither, context, none);
-    into.antiAlias = Read(AntiAlias, context, none) >= 0.5F;
-    into.bias = Read(Bias, context, none);
-    into.bitErrors = Read(BitErrors, context, none);
-    into.slope = Read(Slope, context, none);
-    into.lowCutHz = Read(LowCut, context, none);
-    into.wetGainDb = Read(WetGain, context, none);
-    into.shaping = Read(Shaping, context, none);
-}
-
-void BitCrusher::AimUnits() {
+void BitCrusher::SetUnits() {
     const auto& steps = controls[Controls::Steps].value;
     const auto& noise = controls[Controls::Noise].value;
     for (Quantiser& quantiser : quantisers) {
-        quantiser.Aim({steps[Controls::Bits], steps[Controls::Bias], noise[Controls::Dither],
+        quantiser.Set({steps[Controls::Bits], steps[Controls::Bias], noise[Controls::Dither],
                        steps[Controls::Mu], steps[Controls::Shaping], noise[Controls::BitErrors]});
     }
-    antiAlias.Aim(controls[Controls::Filters].value[Controls::AntiAliasSetting]);
-    highCut.Aim(controls[Controls::Filters].value[Controls::HighCutSetting]);
+    antiAlias.Set(controls[Controls::Filters].value[Controls::AntiAliasSetting]);
+    highCut.Set(controls[Controls::Filters].value[Controls::HighCutSetting]);
 }
 
 bool BitCrusher::Process(ProcessContext& context) {
@@ -136,7 +103,7 @@ void BitCrusher::RenderBlock(ProcessContext& context) {
     for (u32 n = 0; n < context.numFrames; n += Float4::size) {
         if constexpr (moving) {
             controls.Step();
-            AimUnits();
+            SetUnits();
         }
         const StereoQuad in = StereoQuad::Read(context, n);
         const Pair frames = {in.left, in.right};

@@ -4,9 +4,8 @@
 #include "dsp/effects/bitcrusher/BitCrusherControls.h"
 #include "dsp/effects/bitcrusher/Quantiser.h"
 #include "dsp/effects/bitcrusher/SampleHold.h"
+#include "dsp/effects/shared/EffectUnit.h"
 #include "dsp/filters/StereoLowPass.h"
-#include "dsp/framework/UnitModule.h"
-#include "dsp/modulation/ModulationWatch.h"
 
 #include <array>
 #include <string>
@@ -18,14 +17,13 @@ namespace Velmora::dsp {
 /// band-limited: its images are those of a real converter, at their places and levels, without the aliases of
 /// a step that waits for a frame.
 ///
-/// Inputs: 0 left, 1 right, 2 to 9 modulations of "Bits", "SampleRate", "DryWet", "Drive", "Jitter", "Curve",
-/// "HighCut", "Split"; any may be null or absent. Outputs: 0 left, 1 right, which may be the input buffers; 2
-/// and 3, null or absent when not wanted, what the converter of each channel adds to its samples, as plain
-/// steps, in the time of the other outputs. A sample that is not a number or absurdly loud counts as 0, a
-/// null input as silence. Both the dry and the wet sound are SampleHold::latency frames late.
-class BitCrusher final : public UnitModule {
+/// Inputs: 0 left, 1 right, then those of modulationInputs; any may be null or absent. Outputs: 0 left, 1
+/// right, which may be the input buffers; 2 and 3, null or absent when not wanted, what the converter of each
+/// channel adds to its samples, as plain steps, in the time of the other outputs. A sample that is not a
+/// number or absurdly loud counts as 0, a null input as silence. Both the dry and the wet sound are
+/// SampleHold::latency frames late.
+class BitCrusher final : public EffectUnit<BitCrusherSettings, BitCrusherControls> {
 public:
-    static constexpr u32 parameterCount = 16;
     enum Parameter : u32 {
         /// 0..1; the dry and the wet sound have much in common, so the fade is linear.
         DryWet,
@@ -57,10 +55,11 @@ public:
         /// 0..1: how much of a sample's error is taken off the next one, which moves the noise to the treble.
         Shaping,
         /// Cents between the clocks of left and right, 0..1200. A few let the images of both drift apart,
-        /// which
-        /// widens the sound and leaves its pitch alone.
-        Split
+        /// which widens the sound and leaves its pitch alone.
+        Split,
+        ParameterCount
     };
+    static constexpr u32 parameterCount = ParameterCount;
     static constexpr std::array<u32, 8> modulationInputs = {Bits,   SampleRate, DryWet,  Drive,
                                                             Jitter, Curve,      HighCut, Split};
     static constexpr u32 inputCount = 2 + modulationInputs.size();
@@ -70,7 +69,6 @@ public:
 
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
-    bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
 
 private:
@@ -81,9 +79,9 @@ private:
     /// Of left and right: sound and error.
     using Outputs = std::array<SampleHold::Output, 2>;
 
-    float Read(u32 id, const ProcessContext& context, u32 inputIndex);
-    void ReadSettings(BitCrusherSettings& into, const ProcessContext& context);
-    void AimUnits();
+    BitCrusherSettings ReadSettings(const ProcessContext& context) override;
+    void StartMotion() override { SetUnits(); }
+    void SetUnits();
     void ClearWhatIsBroken();
 
     template <bool moving>
@@ -95,9 +93,6 @@ private:
     void FilterWet(Outputs& wet);
     Pair DelayDry(const Pair& frames);
 
-    BitCrusherSettings settings;
-    BitCrusherControls controls;
-    ModulationWatch watch;
     std::array<SampleHold, 2> holds;
     std::array<Quantiser, 2> quantisers{Quantiser(0x9E3779B9U), Quantiser(0x7F4A7C15U)};
     StereoLowPass<3> antiAlias;

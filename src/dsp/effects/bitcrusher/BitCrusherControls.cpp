@@ -26,7 +26,7 @@ void BitCrusherControls::Prepare(float sampleRate) {
     groups.Prepare(sampleRate, glideSeconds, glideSeconds);
 }
 
-void BitCrusherControls::Aim(const BitCrusherSettings& settings) {
+void BitCrusherControls::SetTargets(const BitCrusherSettings& settings) {
     const float gain = DecibelsToGain(settings.wetGainDb);
     const float unheld = settings.rateHz >= unheldHz ? 1.0F : 0.0F;
     groups[Levels].Aim({1.0F - settings.mix, settings.mix * gain, DecibelsToGain(settings.driveDb), unheld});

@@ -24,7 +24,7 @@ void Quantiser::Reset() {
     random = firstRandom;
 }
 
-void Quantiser::Aim(const QuantiserShape& newShape) {
+void Quantiser::Set(const QuantiserShape& newShape) {
     shape = newShape;
     stepWidth = std::exp2(1.0F - shape.bits);
     stepsPerUnit = std::exp2(shape.bits - 1.0F);

@@ -27,7 +27,7 @@ public:
     explicit Quantiser(u32 seed);
 
     void Reset();
-    void Aim(const QuantiserShape& shape);
+    void Set(const QuantiserShape& shape);
     /// A finite sample as the converter gives it back.
     float Convert(float sample);
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/compressor/Compressor.h"
 
-#include "dsp/effects/compressor/CompressorRecords.h"
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/Decibels.h"
-#include "dsp/math/Within.h"
 #include "dsp/vectors/SilenceFaults.h"
 #include "dsp/vectors/Simd.h"
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace Velmora::dsp {
 
@@ -19,15 +19,37 @@ using simd::Float4;
 constexpr double smoothingSeconds = 0.02;
 /// A little above 10 ms, so that rounding does not cost the last sample of the longest lookahead.
 constexpr float longestLookaheadSeconds = 0.010000001F;
-/// Bounds for values from outside that still leave every product within the floats.
-constexpr float lowestThreshold = -140.0F;
-constexpr float highestThreshold = 60.0F;
-constexpr float largestRatio = 1e6F;
-constexpr float widestKnee = 200.0F;
 /// Deeper than any level above any threshold.
 constexpr float noReductionLimit = 1000.0F;
 constexpr float displayedReduction = 40.0F;
 constexpr u32 wetBuffer = 2;
+
+std::vector<ModuleParam> Records() {
+    using namespace Declare;
+    return RecordsOf({Raw("ConfOnlyComputeGain", 1.0F),
+                      Linear("Wet", 0.0F, 1.0F),
+                      Linear("InGainCompensated", -36.0F, 36.0F, 0.0F),
+                      Linear("InputGain", -18.0F, 18.0F, 0.0F),
+                      Linear("OutputGain", -36.0F, 36.0F),
+                      Exponential("Attack", 0.01F, 1000.0F, 10.0F),
+                      Exponential("Release", 1.0F, 2000.0F, 3.0F),
+                      Linear("Threshold", -80.0F, 0.0F),
+                      Exponential("Ratio", 1.0F, 100.0F, 9.0F),
+                      Switch("RatioInfinite"),
+                      Linear("KneeWidth", 0.0F, 20.0F),
+                      Switch("Makeup"),
+                      Switch("StereoMode"),
+                      Linear("OutGainReduction", 0.0F, 1.0F),
+                      Switch("LevelMeasureSmoothAR"),
+                      Linear("LevelMeasureAtMs", 0.01F, 1000.0F, 0.1F),
+                      Linear("LevelMeasureReMs", 0.01F, 1000.0F, 0.1F),
+                      Switch("LookaheadEnable"),
+                      Exponential("LookaheadTimeMs", 0.01F, 10.0F, 3.0F),
+                      Switch("ConfStereo"),
+                      Switch("SideChain"),
+                      Switch("GRLimitEnable"),
+                      Linear("GRLimit", -140.0F, 0.0F)});
+}
 
 /// The larger magnitude of each frame, times the gain.
 void Measure(const float* firstInput, const float* secondInput, float gain, float* out, u32 frames) {
@@ -50,15 +72,12 @@ void MixWet(float* gains, const float* wet, float factor, u32 frames) {
 } // namespace
 
 Compressor::Compressor(std::string moduleName)
-    : DynamicsModuleInterface(std::move(moduleName), inputCount, 2, CompressorRecords()) {
+    : DynamicsModuleInterface(std::move(moduleName), inputCount, 2, Records()) {
     for (SmootherLPF* smoother : {&inputGain, &outputGain, &ratio, &threshold}) {
         smoother->time = smoothingSeconds;
     }
-    parameters[ConfOnlyComputeGain].SetNormalized(1.0F);
     // Its only reading without a modulation input: it may run backwards all the same.
-    OnChange(Attack, [this] {
-        envelope.SetAttack(parameters[Attack].GetActingValue(ProcessContext{}, 0), sampleRate);
-    });
+    OnChange(Attack, [this] { envelope.SetAttack(Acting(Attack, ProcessContext{}, 0), sampleRate); });
     OnChange(LevelMeasureAtMs, [this] { levelEnvelope.SetAttack(Value(LevelMeasureAtMs), sampleRate); });
     OnChange(LevelMeasureReMs, [this] { levelEnvelope.SetRelease(Value(LevelMeasureReMs), sampleRate); });
 }
@@ -81,9 +100,9 @@ void Compressor::OnReset(bool /*hard*/) {
     const ProcessContext unmodulated;
     inputGain.Set(InputGainTarget());
     outputGain.Set(OutputGainTarget());
-    ratio.Set(RatioTarget(unmodulated));
-    threshold.Set(ThresholdTarget(unmodulated));
-    wet.Set(WetTarget(unmodulated));
+    ratio.Set(Acting(Ratio, unmodulated, RatioInput));
+    threshold.Set(Acting(Threshold, unmodulated, ThresholdInput));
+    wet.Set(Acting(Wet, unmodulated, WetInput));
     SetParameterNormalized(OutGainReduction, 0.0F);
     ClearChannels();
 }
@@ -123,9 +142,8 @@ void Compressor::UpdateFlags() {
     hasMakeup = IsOn(Makeup);
     smoothsLevel = IsOn(LevelMeasureSmoothAR);
     usesSideChain = IsOn(SideChain);
-    kneeWidth = Within(Value(KneeWidth), 0.0F, widestKnee);
-    deepestReduction =
-        IsOn(GRLimitEnable) ? Within(-Value(GRLimit), 0.0F, noReductionLimit) : noReductionLimit;
+    kneeWidth = HeldValue(KneeWidth);
+    deepestReduction = IsOn(GRLimitEnable) ? -HeldValue(GRLimit) : noReductionLimit;
 }
 
 /// The rings rest while there is no lookahead: what they held then must not sound later.
@@ -147,21 +165,13 @@ float Compressor::OutputGainTarget() {
     return BoundedDecibelsToGain(Value(OutputGain) - Value(InGainCompensated));
 }
 
-float Compressor::ThresholdTarget(const ProcessContext& context) {
-    return Within(parameters[Threshold].GetActingValue(context, 4), lowestThreshold, highestThreshold);
-}
-
-float Compressor::RatioTarget(const ProcessContext& context) {
-    return Within(parameters[Ratio].GetActingValue(context, 5), 1.0F, largestRatio);
-}
-
-float Compressor::WetTarget(const ProcessContext& context) {
-    return ClampToUnit(parameters[Wet].GetActingValue(context, 2));
+float Compressor::Acting(u32 id, const ProcessContext& context, u32 inputIndex) {
+    return parameters[id].Hold(parameters[id].GetActingValue(context, inputIndex));
 }
 
 void Compressor::ComputeGain(ProcessContext& context) {
-    const float* left = context.InputOrNull(0);
-    const float* right = context.InputOrNull(1);
+    const float* left = context.InputOrNull(Left);
+    const float* right = context.InputOrNull(Right);
     const u32 outputCount = std::min(context.numOutputs, 2U);
     if (left == nullptr) {
         ClearChannels();
@@ -197,8 +207,8 @@ void Compressor::RenderGains(const ProcessContext& context) {
     const GainComputer curve = SmoothCurve(context);
     const float in = Advance(inputGain, frames);
     const float total = in * Advance(outputGain, frames) * (hasMakeup ? curve.Makeup() : 1.0F);
-    envelope.SetRelease(parameters[Release].GetActingValue(context, 3), sampleRate);
-    wet.Render(WetTarget(context), buffers[wetBuffer], frames);
+    envelope.SetRelease(Acting(Release, context, ReleaseInput), sampleRate);
+    wet.Render(Acting(Wet, context, WetInput), buffers[wetBuffer], frames);
     for (u32 c = 0; c < computedChannels; ++c) {
         Channel& channel = channels[c];
         float* values = buffers[c];
@@ -218,8 +228,8 @@ void Compressor::RenderGains(const ProcessContext& context) {
 }
 
 GainComputer Compressor::SmoothCurve(const ProcessContext& context) {
-    threshold.SetTarget(ThresholdTarget(context));
-    ratio.SetTarget(RatioTarget(context));
+    threshold.SetTarget(Acting(Threshold, context, ThresholdInput));
+    ratio.SetTarget(Acting(Ratio, context, RatioInput));
     const float inverseRatio = 1.0F / Advance(ratio, context.numFrames);
     return {Advance(threshold, context.numFrames), ratioIsInfinite ? 0.0F : inverseRatio, kneeWidth};
 }
@@ -233,13 +243,13 @@ float Compressor::Advance(SmootherLPF& smoother, u32 frames) {
 }
 
 Compressor::Detector Compressor::DetectorOf(const ProcessContext& context, u32 channel) const {
-    const float* key = usesSideChain ? context.InputOrNull(6) : nullptr;
+    const float* key = usesSideChain ? context.InputOrNull(KeyLeft) : nullptr;
     if (key != nullptr) {
-        const float* right = takesStereo ? context.InputOrNull(7) : nullptr;
+        const float* right = takesStereo ? context.InputOrNull(KeyRight) : nullptr;
         return {key, right != nullptr ? right : key};
     }
     if (takesStereo && isLinked) {
-        return {context.inputs[0], context.inputs[1]};
+        return {context.inputs[Left], context.inputs[Right]};
     }
     return {context.inputs[channel], context.inputs[channel]};
 }
@@ -262,7 +272,7 @@ void Compressor::FinishBlock(ProcessContext& /*context*/) {
     const double deepest =
         computedChannels > 1 ? std::max(channels[0].reduction, channels[1].reduction) : channels[0].reduction;
     const float reduction = std::min(static_cast<float>(deepest), deepestReduction);
-    SetParameterNormalized(OutGainReduction, ClampToUnit(reduction / displayedReduction));
+    SetParameterNormalized(OutGainReduction, Within(reduction / displayedReduction, 0.0F, 1.0F));
 }
 
 } // namespace Velmora::dsp

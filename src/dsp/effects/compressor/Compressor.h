@@ -19,18 +19,18 @@ namespace Velmora::dsp {
 /// A feed-forward compressor: the level in decibels gives a reduction, which an attack and a release follow.
 /// With a lookahead the audio is delayed and a falling gain begins before the transient.
 ///
-/// Inputs: 0 left, 1 right; modulation of 2 "Wet", 3 "Release", 4 "Threshold", 5 "Ratio"; 6 and 7 the
-/// sidechain. Any may be null or absent: a null left input gives silence and ends what was before, and
-/// without input 6 "SideChain" listens to the audio. Outputs: 0 left, 1 right, which may be the input
+/// Inputs: 0 left, 1 right, those of modulationInputs, 6 and 7 the sidechain. Any may be null or absent: a
+/// null left input gives silence and ends what was before, and without input 6 "SideChain" listens to the
+/// audio. Outputs: 0 left, 1 right, which may be the input
 /// buffers. Without "ConfStereo" or a right input, the gain comes from the left alone; a second output then
 /// has the right input, or the left if there is none, at the same gain. A sample that is not a number or
 /// absurdly loud counts as 0.
 ///
-/// Ranges may be declared anew; "Threshold", "Attack", "Release", "Ratio" and "Wet" may run backwards. Input
-/// gain, output gain, threshold and ratio are smoothed and stay constant within a block.
+/// Values are held to the ranges declared, which may be declared anew; "Threshold", "Attack", "Release",
+/// "Ratio" and "Wet" may run backwards. Input gain, output gain, threshold and ratio are smoothed and stay
+/// constant within a block.
 class Compressor final : public DynamicsModuleInterface<UnitModule, DynamicsTools::SmootherAR> {
 public:
-    static constexpr u32 parameterCount = 23;
     enum Parameter : u32 {
         /// On: the outputs are finished audio. Off: they are multiplied by the inputs once more.
         ConfOnlyComputeGain,
@@ -67,8 +67,10 @@ public:
         SideChain,
         GRLimitEnable,
         /// The lowest gain in dB, 0 or below.
-        GRLimit
+        GRLimit,
+        ParameterCount
     };
+    static constexpr u32 parameterCount = ParameterCount;
     static constexpr std::array<u32, 4> modulationInputs = {Wet, Release, Threshold, Ratio};
     /// The last two are the sidechain.
     static constexpr u32 inputCount = 2 + modulationInputs.size() + 2;
@@ -95,6 +97,8 @@ private:
         const float* second;
     };
 
+    enum Input : u32 { Left, Right, WetInput, ReleaseInput, ThresholdInput, RatioInput, KeyLeft, KeyRight };
+
     void ComputeGain(ProcessContext& context) override;
     void FinishBlock(ProcessContext& context) override;
 
@@ -102,9 +106,8 @@ private:
     void UpdateFlags();
     float InputGainTarget();
     float OutputGainTarget();
-    float ThresholdTarget(const ProcessContext& context);
-    float RatioTarget(const ProcessContext& context);
-    float WetTarget(const ProcessContext& context);
+    /// Within its range, moved by a modulation input, and turned round where it runs backwards.
+    float Acting(u32 id, const ProcessContext& context, u32 inputIndex);
     bool IsOn(u32 id) { return Value(id) > 0.5F; }
 
     /// Decides how many gains this block computes; a channel that joins in takes over the gain that it had.

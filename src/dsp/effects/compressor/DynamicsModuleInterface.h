@@ -15,8 +15,8 @@ namespace Velmora::dsp {
 
 /// What processors of dynamics have in common: a stage that writes gains into the outputs, the
 /// multiplication of the inputs by these, a closing stage, and callbacks for parameters that change. Base is
-/// a UnitModule; Envelope moves the reduction up and down. Parameter 0 is "ConfOnlyComputeGain": above 0.5
-/// the outputs stay as the gain stage wrote them; else inputs and outputs must be separate buffers.
+/// a UnitModule; Envelope moves the reduction up and down. Parameter 0 must be "ConfOnlyComputeGain": above
+/// 0.5 the outputs stay as the gain stage wrote them; else inputs and outputs must be separate buffers.
 template <class Base, class Envelope>
 class DynamicsModuleInterface : public Base {
 public:
@@ -33,10 +33,9 @@ protected:
     static constexpr u32 onlyComputeGainId = 0;
     using ChangeCallback = stlutils::stack_function<void()>;
 
-    /// The records are those from id 1 on.
     DynamicsModuleInterface(std::string moduleName, u32 inputCount, u32 outputCount,
                             std::vector<ModuleParam>&& records)
-        : Base(std::move(moduleName), inputCount, outputCount, WithSwitch(std::move(records))) {
+        : Base(std::move(moduleName), inputCount, outputCount, std::move(records)) {
         OnChange(onlyComputeGainId,
                  [this] { onlyComputesGain = this->GetParameterNormalized(onlyComputeGainId) > 0.5F; });
     }
@@ -60,11 +59,6 @@ protected:
     Envelope envelope;
 
 private:
-    static std::vector<ModuleParam> WithSwitch(std::vector<ModuleParam>&& records) {
-        records.insert(records.begin(), ModuleParam("ConfOnlyComputeGain"));
-        return std::move(records);
-    }
-
     static void MultiplyByInputs(const ProcessContext& context) {
         for (u32 channel = 0; channel < context.numOutputs; ++channel) {
             const float* in = context.InputOrNull(channel);

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/effects/distortion/TubeScreamerCircuit.h"
+#include "dsp/effects/distortion/TubeScreamerControls.h"
+#include "dsp/effects/shared/EffectUnit.h"
 #include "dsp/filters/Oversampler.h"
-#include "dsp/framework/UnitModule.h"
-#include "dsp/modulation/ModulationWatch.h"
-#include "dsp/smoothing/ControlGroups.h"
 
 #include <array>
 #include <string>
@@ -19,16 +17,15 @@ namespace Velmora::dsp {
 /// At 44100 Hz the strongest alias of a sine of half full scale is 80 dB down up to 2.5 kHz and 57 dB at 5
 /// kHz, at the start values.
 ///
-/// Inputs: 0 left, 1 right, 2 modulation of "Drive", 3 of "Tone", 4 of "Level", 5 of "DryWet"; any may be
-/// null or absent. Outputs: 0 left, 1 right, which may be the input buffers. A sample that is not a number or
-/// absurdly loud counts as 0, a null input as silence.
+/// Inputs: 0 left, 1 right, then those of modulationInputs; any may be null or absent. Outputs: 0 left, 1
+/// right, which may be the input buffers. A sample that is not a number or absurdly loud counts as 0, a null
+/// input as silence.
 ///
 /// The filters of the oversampling are recursive and delay the bass by 4.3 frames (3.2 at twice the rate),
 /// the treble by a few more. The dry sound takes the same way, so that both stay together at every frequency
 /// and nothing has to be compensated.
-class TubeScreamer808 final : public UnitModule {
+class TubeScreamer808 final : public EffectUnit<TubeScreamerSettings, TubeScreamerControls> {
 public:
-    static constexpr u32 parameterCount = 7;
     enum Parameter : u32 {
         /// 0..1; the dry and the wet sound have much in common, so the fade is linear.
         DryWet,
@@ -43,8 +40,10 @@ public:
         /// Level of the wet sound in dB, -60..12. At -22 it is about as loud as the dry sound.
         Level,
         /// -1..1: moves the rest point of the diodes, which then clip one half of the wave earlier.
-        Bias
+        Bias,
+        ParameterCount
     };
+    static constexpr u32 parameterCount = ParameterCount;
     static constexpr std::array<u32, 4> modulationInputs = {Drive, Tone, Level, DryWet};
     static constexpr u32 inputCount = 2 + modulationInputs.size();
     static constexpr std::array<u32, 2> slotSignals = {Drive, Tone};
@@ -53,19 +52,16 @@ public:
 
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
-    bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
 
 private:
     using Float4 = simd::Float4;
 
-    enum Group : u32 { Levels, Knobs, GroupCount };
-    enum LevelLane : u32 { DryGain, WetGain, Volts };
-    enum KnobLane : u32 { Resistance, TonePosition, LowCutHz, BiasShare };
+    using Controls = TubeScreamerControls;
 
-    float Read(u32 id, const ProcessContext& context, u32 inputIndex);
-    void ReadControls(const ProcessContext& context);
-    void AimCircuit(TubeScreamerCircuit& into) const;
+    TubeScreamerSettings ReadSettings(const ProcessContext& context) override;
+    void StartMotion() override { SetCircuit(circuit); }
+    void SetCircuit(TubeScreamerCircuit& into) const;
     void ClearWhatIsBroken();
 
     template <u32 factor>
@@ -73,8 +69,6 @@ private:
     template <bool moving, u32 factor>
     void RenderBlock(Oversampler<factor>& oversampler, ProcessContext& context);
 
-    ControlGroups<GroupCount, Knobs> controls;
-    ModulationWatch watch;
     u32 factorInUse = 4;
 
     Oversampler<1> atRate;

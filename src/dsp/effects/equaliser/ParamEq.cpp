@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/equaliser/ParamEq.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/Within.h"
 
 #include <algorithm>
@@ -12,7 +13,6 @@ namespace Velmora::dsp {
 
 namespace {
 
-constexpr i32 linear = 1;
 /// Long enough for a knob's steps to merge, short enough to feel direct.
 constexpr double smoothingSeconds = 0.02;
 
@@ -25,31 +25,18 @@ constexpr float largestDecibels = 60.0F;
 
 template <u32 bandCount>
 std::vector<ModuleParam> Records() {
-    std::vector<ModuleParam> records;
-    const auto add = [&records](ModuleParam record, float start) {
-        records.push_back(std::move(record));
-        records.back().SetValue(start);
-    };
-    const auto addPerBand = [&records](const char* stem, auto make) {
+    using namespace Declare;
+    std::vector<ModuleParam> records =
+        RecordsOf({Switch("Stereo", true), Raw("Scale", 1.0F), Raw("SmoothOn")});
+    for (ParameterDeclaration declaration :
+         {Switch("On"), Choice("Mode", ParamEqShape::ModeCount), Linear("Gain", -20.0F, 20.0F),
+          Linear("Cutoff", 20.0F, 20000.0F), Linear("Q", 0.1F, 20.0F)}) {
+        const std::string stem = declaration.name;
         for (u32 band = 1; band <= bandCount; ++band) {
-            records.push_back(make(stem + std::to_string(band)));
+            declaration.name = stem + std::to_string(band);
+            records.push_back(declaration.Record());
         }
-    };
-    const auto linearOver = [](float low, float high) {
-        return [low, high](std::string name) {
-            return ModuleParam::Mapped(std::move(name), linear, low, high, 0.0F);
-        };
-    };
-    add(ModuleParam::Stepped("Stereo", 2, 0.0F, 1.0F), 1.0F);
-    add(ModuleParam("Scale"), 1.0F);
-    add(ModuleParam("SmoothOn"), 0.0F);
-    addPerBand("On", [](std::string name) { return ModuleParam::Stepped(std::move(name), 2, 0.0F, 1.0F); });
-    addPerBand("Mode", [](std::string name) {
-        return ModuleParam::Stepped(std::move(name), ParamEqShape::ModeCount, 0.0F, 1.0F);
-    });
-    addPerBand("Gain", linearOver(-20.0F, 20.0F));
-    addPerBand("Cutoff", linearOver(20.0F, 20000.0F));
-    addPerBand("Q", linearOver(0.1F, 20.0F));
+    }
     return records;
 }
 
@@ -57,8 +44,7 @@ i32 ModeOf(float value) { return static_cast<i32>(ToIndex(value, ParamEqShape::M
 
 /// Shelves and bells apply the gain twice.
 float GainOf(float decibels, i32 mode) {
-    const float bounded =
-        std::isnan(decibels) ? 0.0F : std::clamp(decibels, -largestDecibels, largestDecibels);
+    const float bounded = Within(decibels, -largestDecibels, largestDecibels);
     return std::pow(10.0F, bounded * (mode >= ParamEqShape::LowShelf ? 0.025F : 0.05F));
 }
 

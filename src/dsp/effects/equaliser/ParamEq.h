@@ -15,10 +15,10 @@ namespace Velmora::dsp {
 /// straight lines through the block, so that no setting clicks; a change of a band's mode or switch clears
 /// that band and takes effect at once.
 ///
-/// Inputs: 0 left, 1 right, 2 modulation of "Scale", from 3 on modulation of each band's cutoff; any may be
-/// null or absent, which counts as silence or no modulation. Outputs: 0 left, 1 right, in place or not.
-/// Without "Stereo" only channel 0 is read and written. A band that receives what is not a number starts
-/// again from silence with the next block. Instantiated for 5 bands.
+/// Inputs: 0 left, 1 right, then those of modulationInputs; any may be null or absent, which counts as
+/// silence or no modulation. Outputs: 0 left, 1 right, in place or not. Without "Stereo" only channel 0 is
+/// read and written. A band that receives what is not a number starts again from silence with the next block.
+/// Instantiated for 5 bands.
 template <u32 bandCount>
 class ParamEq final : public UnitModule {
 public:

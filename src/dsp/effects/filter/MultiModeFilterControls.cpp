@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/filter/MultiModeFilterControls.h"
 
-#include "dsp/effects/shared/SoftDrive.h"
 #include "dsp/math/Decibels.h"
 #include "dsp/math/Within.h"
 
@@ -26,24 +25,23 @@ constexpr float limitPerEnergy = 4.0F * excitation;
 constexpr float leastBandDamping = 0.02F;
 
 /// 1 at a mode, 0 from its neighbours on.
-float Near(float mode, float centre) { return ClampToUnit(1.0F - std::abs(mode - centre)); }
+float Near(float mode, float centre) { return Within(1.0F - std::abs(mode - centre), 0.0F, 1.0F); }
 
 } // namespace
 
-void MultiModeFilterControls::Prepare(float rate) { groups.Prepare(rate, levelSeconds, cutoffSeconds); }
+void MultiModeFilterControls::Prepare(float rate) {
+    SweptControls::Prepare(rate, levelSeconds, cutoffSeconds);
+}
 
-void MultiModeFilterControls::Aim(const MultiModeFilterSettings& settings) {
+void MultiModeFilterControls::SetTargets(const MultiModeFilterSettings& settings) {
+    SetSweptTargets(settings, Drive, Corners);
     const float wet = settings.mix * DecibelsToGain(settings.wetGainDb);
     groups[Mix].Aim({1.0F - settings.mix, wet, settings.isSteep ? 1.0F : 0.0F, 0.0F});
-    groups[Drive].Aim(SoftDriveAmount::Of(settings.driveDb).Lanes());
-    const float centre = std::log2(settings.hz);
-    groups[Cutoffs].Aim({centre - 0.5F * settings.stereoOffset, centre + 0.5F * settings.stereoOffset,
-                         settings.lfoAmount, settings.envelopeAmount});
-    AimFilter(settings);
+    SetFilter(settings);
 }
 
 /// The band output is weighted such that noise keeps its power however narrow the band.
-void MultiModeFilterControls::AimFilter(const MultiModeFilterSettings& settings) {
+void MultiModeFilterControls::SetFilter(const MultiModeFilterSettings& settings) {
     const float r = settings.resonance;
     const float widest = settings.isSteep ? steepDamping : gentleDamping;
     const float rSquare = r * r;

@@ -1,42 +1,32 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/filter/MultiModeFilterPresetChromataFX.h"
 
-#include "dsp/effects/shared/StartingParam.h"
-#include "dsp/effects/shared/StereoQuad.h"
 #include "dsp/math/CornerAngle.h"
-#include "dsp/math/SyncRates.h"
 
-#include <cmath>
 #include <utility>
-#include <vector>
 
 namespace Velmora::dsp {
 
 namespace {
 
 using simd::Float4;
+using Filter = MultiModeFilterPresetChromataFX;
 using Limits = MultiModeFilterSettings;
 using Sweep = SweepLfoSettings;
 
-std::vector<ModuleParam> Records() {
-    using namespace StartingParam;
-    return {Linear("DryWet", 0.0F, 1.0F, 1.0F),
-            Logarithmic("Cutoff", Limits::lowestHz, Limits::highestHz, 1500.0F),
-            Linear("Resonance", 0.0F, 1.0F, 0.3F),
-            Linear("Mode", 0.0F, Limits::topMode, 0.0F),
-            Stepped("Slope", 2, 0.0F, 1.0F, 0.0F),
-            Linear("Drive", 0.0F, 36.0F, 0.0F),
-            Linear("StereoOffset", -4.0F, 4.0F, 0.0F),
-            Linear("EnvAmount", -6.0F, 6.0F, 1.5F),
-            Logarithmic("EnvAttack", 1.0F, 500.0F, 10.0F),
-            Logarithmic("EnvRelease", 5.0F, 2000.0F, 150.0F),
-            Linear("LFOAmount", 0.0F, 4.0F, 0.0F),
-            Logarithmic("LFOFreq", 0.02F, Sweep::fastestHz, 0.5F),
-            Stepped("LFOShape", Sweep::Pattern, 0.0F, 1.0F, 0.0F),
-            Stepped("TempoSync", 2, 0.0F, 1.0F, 0.0F),
-            Stepped("SyncRate", SyncRates::count, 0.0F, 1.0F, 5.0F),
-            Linear("WetGain", -24.0F, 12.0F, 0.0F)};
-}
+constexpr SweptParameters swept = {.mix = Filter::DryWet,
+                                   .hz = Filter::Cutoff,
+                                   .stereoOffset = Filter::StereoOffset,
+                                   .swing = Filter::LFOAmount,
+                                   .envelopeSwing = Filter::EnvAmount,
+                                   .drive = Filter::Drive,
+                                   .wetGain = Filter::WetGain,
+                                   .rate = Filter::LFOFreq,
+                                   .shape = Filter::LFOShape,
+                                   .tempoSync = Filter::TempoSync,
+                                   .syncRate = Filter::SyncRate,
+                                   .attack = Filter::EnvAttack,
+                                   .release = Filter::EnvRelease};
 
 /// Of a lane over the frames of a quad.
 struct Line {
@@ -49,100 +39,58 @@ struct Line {
 } // namespace
 
 MultiModeFilterPresetChromataFX::MultiModeFilterPresetChromataFX(std::string moduleName)
-    : UnitModule(std::move(moduleName), inputCount, 2, Records()) {}
+    : SweptEffect(std::move(moduleName), modulationInputs, 2,
+                  {Declare::Linear("DryWet", 0.0F, 1.0F, 1.0F),
+                   Declare::Logarithmic("Cutoff", Limits::lowestHz, Limits::highestHz, 1500.0F),
+                   Declare::Linear("Resonance", 0.0F, 1.0F, 0.3F),
+                   Declare::Linear("Mode", 0.0F, Limits::topMode), Declare::Switch("Slope"),
+                   Declare::Linear("Drive", 0.0F, 36.0F), Declare::Linear("StereoOffset", -4.0F, 4.0F, 0.0F),
+                   Declare::Linear("EnvAmount", -6.0F, 6.0F, 1.5F),
+                   Declare::Logarithmic("EnvAttack", 1.0F, 500.0F, 10.0F),
+                   Declare::Logarithmic("EnvRelease", 5.0F, 2000.0F, 150.0F),
+                   Declare::Linear("LFOAmount", 0.0F, 4.0F),
+                   Declare::Logarithmic("LFOFreq", 0.02F, Sweep::fastestHz, 0.5F),
+                   Declare::Choice("LFOShape", Sweep::Pattern), Declare::Switch("TempoSync"),
+                   Declare::Choice("SyncRate", SyncRates::count, 5.0F),
+                   Declare::Linear("WetGain", -24.0F, 12.0F, 0.0F)}) {}
 
-void MultiModeFilterPresetChromataFX::OnInitialize(float rate, u32 /*maxBlockSize*/) {
-    sampleRate = rate;
-    controls.Prepare(rate);
-    sweep.Prepare(rate);
-}
-
-void MultiModeFilterPresetChromataFX::OnReset(bool /*hard*/) {
+void MultiModeFilterPresetChromataFX::ClearStages() {
     first.Clear();
     second.Clear();
-    drive.Reset();
-    sweep.Reset();
 }
 
-float MultiModeFilterPresetChromataFX::Held(u32 id, float low, float high) {
-    return Within(Value(id), low, high);
-}
-
-u32 MultiModeFilterPresetChromataFX::Step(u32 id, u32 last) {
-    return static_cast<u32>(std::lround(Held(id, 0.0F, static_cast<float>(last))));
-}
-
-bool MultiModeFilterPresetChromataFX::UpdateParameters(ProcessContext& context) {
-    if (anyParameterChanged || needsUpdate) {
-        ReadFixed();
-    }
-    ReadModulated(context);
-    sweep.Apply();
-    if (needsUpdate || settings != applied) {
-        applied = settings;
-        controls.Aim(settings);
-    }
-    if (needsUpdate) {
-        controls.Jump();
-        jumps = true;
-    }
-    return true;
-}
-
-void MultiModeFilterPresetChromataFX::ReadFixed() {
-    settings.mix = Held(DryWet, 0.0F, 1.0F);
-    settings.isSteep = Step(Slope, 1) != 0;
-    settings.driveDb = Held(Drive, 0.0F, Limits::mostDriveDb);
-    settings.stereoOffset = Held(StereoOffset, -Limits::widest, Limits::widest);
-    settings.envelopeAmount = Held(EnvAmount, -Limits::widest, Limits::widest);
-    settings.lfoAmount = Held(LFOAmount, -Limits::widest, Limits::widest);
-    settings.wetGainDb = Held(WetGain, -60.0F, 24.0F);
-    sweep.SetEnvelopeTimes(Value(EnvAttack), Value(EnvRelease));
-    sweep.Oscillator().shape = Step(LFOShape, Sweep::Pattern - 1);
-}
-
-void MultiModeFilterPresetChromataFX::ReadModulated(const ProcessContext& context) {
-    const auto modulated = [this, &context](u32 id, u32 input, float low, float high) {
-        return Within(parameters[id].GetModulatedValue(context, input), low, high);
-    };
-    settings.hz = modulated(Cutoff, 2, Limits::lowestHz, Limits::highestHz);
-    settings.resonance = modulated(Resonance, 3, 0.0F, 1.0F);
-    settings.mode = modulated(Mode, 4, 0.0F, Limits::topMode);
-    sweep.SetRate(context, Value(LFOFreq), Step(TempoSync, 1) != 0, Step(SyncRate, SyncRates::count - 1));
+MultiModeFilterSettings MultiModeFilterPresetChromataFX::ReadSettings(const ProcessContext& context) {
+    MultiModeFilterSettings now;
+    ReadSwept(now, swept, context);
+    now.resonance = HeldValue(Resonance, context);
+    now.mode = HeldValue(Mode, context);
+    now.isSteep = IsOn(Slope);
+    return now;
 }
 
 bool MultiModeFilterPresetChromataFX::Process(ProcessContext& context) {
-    const bool isMoving = controls.IsMoving();
-    for (u32 n = 0; n < context.numFrames; n += Float4::size) {
-        const StereoQuad dry = StereoQuad::Read(context, n);
-        sweep.Advance(dry.left, dry.right);
-        if (isMoving) {
-            controls.Step();
-        }
-        AimCutoff();
-        FrameQuad<Double2> wet = dry.Frames();
-        drive.Run(wet, controls[Controls::Drive]);
-        FilterQuad(wet);
-        dry.MixedWith(StereoQuad::Of(wet), controls[Controls::Mix]).Write(context, n);
-    }
+    RenderQuads(context, [this](FrameQuad<Double2>& quad) {
+        MoveCutoff();
+        FilterQuad(quad);
+    });
     first.Heal();
     second.Heal();
     return true;
 }
 
-/// At the end of the quad.
-void MultiModeFilterPresetChromataFX::AimCutoff() {
-    const Float4 octaves = sweep.Octaves(controls[Controls::Cutoffs]);
+/// To where it is at the end of the quad.
+void MultiModeFilterPresetChromataFX::MoveCutoff() {
+    const Float4 octaves = controls.sweep.Octaves(controls[Controls::Corners]);
+    const bool atOnce = TakesJump();
     startGain = endGain;
-    if (jumps || octaves.get(0) != lastOctaves[0] || octaves.get(1) != lastOctaves[1]) {
+    if (atOnce || octaves.get(0) != lastOctaves[0] || octaves.get(1) != lastOctaves[1]) {
         lastOctaves = {octaves.get(0), octaves.get(1)};
         const CornerAngle angle = CornerAngle::Of(octaves, sampleRate);
         const Float4 tangent = angle.sine / angle.cosine;
         endGain = Lanes(static_cast<double>(tangent.get(0)), static_cast<double>(tangent.get(1)));
     }
-    if (jumps) {
+    if (atOnce) {
         startGain = endGain;
-        jumps = false;
     }
 }
 

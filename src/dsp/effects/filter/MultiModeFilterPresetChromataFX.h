@@ -2,10 +2,8 @@
 #pragma once
 
 #include "dsp/effects/filter/MultiModeFilterControls.h"
-#include "dsp/effects/shared/CornerSweep.h"
-#include "dsp/effects/shared/SoftDrive.h"
+#include "dsp/effects/shared/SweptEffect.h"
 #include "dsp/filters/StateVariablePair.h"
-#include "dsp/framework/UnitModule.h"
 
 #include <array>
 #include <string>
@@ -17,16 +15,15 @@ namespace Velmora::dsp {
 /// the top of the resonance it oscillates by itself, exactly at the cutoff; it then sounds on when the input
 /// has ended.
 ///
-/// Inputs: 0 left, 1 right, 2 modulation of "Cutoff", 3 of "Resonance", 4 of "Mode"; any may be null or
-/// absent. Outputs: 0 left, 1 right, which may be the input buffers. A sample that is not a number or
-/// absurdly loud counts as 0, a null input as silence.
+/// Inputs: 0 left, 1 right, then those of modulationInputs; any may be null or absent. Outputs: 0 left, 1
+/// right, which may be the input buffers. A sample that is not a number or absurdly loud counts as 0, a null
+/// input as silence.
 ///
-/// Ranges may be declared anew; MultiModeFilterSettings tells the bounds of what is used in the end, and a
-/// cutoff ends at 0.49 of the sample rate. Every control is smoothed. At a "DryWet" of 0 the output is the
+/// A cutoff ends at 0.49 of the sample rate. Every control is smoothed. At a "DryWet" of 0 the output is the
 /// input to the bit.
-class MultiModeFilterPresetChromataFX final : public UnitModule {
+class MultiModeFilterPresetChromataFX final
+    : public SweptEffect<MultiModeFilterSettings, MultiModeFilterControls> {
 public:
-    static constexpr u32 parameterCount = 16;
     enum Parameter : u32 {
         /// 0..1, by amplitude.
         DryWet,
@@ -58,45 +55,32 @@ public:
         /// Length of a cycle: 32, 16, 12, 8, 6, 4, 3, 2, 3/2, 1, 2/3, 1/2 beats.
         SyncRate,
         /// Level of the wet sound in dB, -24..12.
-        WetGain
+        WetGain,
+        ParameterCount
     };
+    static constexpr u32 parameterCount = ParameterCount;
     static constexpr std::array<u32, 3> modulationInputs = {Cutoff, Resonance, Mode};
     static constexpr u32 inputCount = 2 + modulationInputs.size();
     static constexpr std::array<u32, 2> slotSignals = {Cutoff, Resonance};
 
     explicit MultiModeFilterPresetChromataFX(std::string moduleName = "MultiModeFilter");
 
-    void OnInitialize(float rate, u32 maxBlockSize) override;
-    /// Silences the filter; the cycle starts anew.
-    void OnReset(bool hard) override;
-    bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
 
 private:
-    using Float4 = simd::Float4;
     using Controls = MultiModeFilterControls;
 
-    float Held(u32 id, float low, float high);
-    u32 Step(u32 id, u32 last);
-    void ReadFixed();
-    void ReadModulated(const ProcessContext& context);
+    MultiModeFilterSettings ReadSettings(const ProcessContext& context) override;
+    void ClearStages() override;
 
-    void AimCutoff();
+    void MoveCutoff();
     void FilterQuad(FrameQuad<Double2>& quad);
 
-    float sampleRate = 44100.0F;
-    /// As read, and as they were when they last acted.
-    MultiModeFilterSettings settings;
-    MultiModeFilterSettings applied;
-    Controls controls;
-    SoftDrive drive;
-    CornerSweep sweep;
     /// Of the integrators, at the end of the quad before and of this one.
     Double2 startGain = Double2(0.0);
     Double2 endGain = Double2(0.0);
     /// What endGain belongs to.
     std::array<float, 2> lastOctaves{};
-    bool jumps = true;
     StateVariablePair first;
     StateVariablePair second;
 };

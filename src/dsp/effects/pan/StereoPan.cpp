@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/pan/StereoPan.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/RunChild.h"
 #include "dsp/math/QuarterTurnSine.h"
-#include "dsp/math/Within.h"
 #include "dsp/vectors/LaneTranspose.h"
 #include "dsp/vectors/SilenceFaults.h"
 
@@ -27,43 +27,23 @@ using Settings = StereoPanSettings;
 constexpr float haasFadeSeconds = 0.03F;
 
 std::vector<ModuleParam> Records() {
-    constexpr i32 linear = 1;
-    constexpr i32 exponential = 4;
-    std::vector<ModuleParam> records;
-    const auto mapped = [&records](std::string name, i32 kind, float low, float high, float shape,
-                                   float start) {
-        records.push_back(ModuleParam::Mapped(std::move(name), kind, low, high, shape));
-        records.back().SetValue(start);
-    };
-    const auto choice = [&records](const char* name, u32 count) {
-        records.push_back(ModuleParam::Stepped(name, count, 0.0F, 1.0F));
-    };
-    mapped("Pan", linear, -1.0F, 1.0F, 0.0F, 0.0F);
-    mapped("PanDepth", linear, 0.0F, 1.0F, 0.0F, 0.7F);
-    choice("PanLaw", Settings::LawCount);
-    mapped("Width", linear, 0.0F, Settings::widestWidth, 0.0F, 1.0F);
-    mapped("MidSide", linear, -1.0F, 1.0F, 0.0F, 0.0F);
-    mapped("BassMono", exponential, Settings::lowestBassHz, Settings::highestBassHz, 3.2188759F,
-           Settings::lowestBassHz);
-    mapped("HaasDelay", linear, -Settings::longestHaasMs, Settings::longestHaasMs, 0.0F, 0.0F);
-    mapped("LevelDepth", linear, 0.0F, 1.0F, 0.0F, 0.0F);
-    mapped("StereoPhase", linear, 0.0F, 180.0F, 0.0F, 0.0F);
-    choice("Source", Settings::SourceCount);
-    choice("Polarity", Settings::PolarityCount);
-    mapped("Smoothing", exponential, Settings::shortestSmoothingMs, Settings::longestSmoothingMs, 5.2983174F,
-           5.0F);
+    using namespace Declare;
+    std::vector<ModuleParam> records = RecordsOf(
+        {Linear("Pan", -1.0F, 1.0F, 0.0F), Linear("PanDepth", 0.0F, 1.0F, 0.7F),
+         Choice("PanLaw", Settings::LawCount), Linear("Width", 0.0F, Settings::widestWidth, 1.0F),
+         Linear("MidSide", -1.0F, 1.0F, 0.0F),
+         Logarithmic("BassMono", Settings::lowestBassHz, Settings::highestBassHz, Settings::lowestBassHz),
+         Linear("HaasDelay", -Settings::longestHaasMs, Settings::longestHaasMs, 0.0F),
+         Linear("LevelDepth", 0.0F, 1.0F), Linear("StereoPhase", 0.0F, 180.0F),
+         Choice("Source", Settings::SourceCount), Choice("Polarity", Settings::PolarityCount),
+         Logarithmic("Smoothing", 1.0F, 200.0F, 5.0F)});
     // Further and further out, from side to side.
     constexpr float pattern[] = {-0.25F, 0.25F, -0.5F, 0.5F, -0.75F, 0.75F, -1.0F, 1.0F};
     for (u32 step = 0; step < LFOSimple::stepCount; ++step) {
-        mapped(std::string("Step").append(std::to_string(step + 1)), linear, -1.0F, 1.0F, 0.0F,
-               pattern[step % std::size(pattern)]);
+        const std::string stepName = std::string("Step").append(std::to_string(step + 1));
+        records.push_back(Linear(stepName, -1.0F, 1.0F, pattern[step % std::size(pattern)]).Record());
     }
     return records;
-}
-
-/// What is not a number becomes 0, or what lies next to it.
-float Hold(float value, float low, float high) {
-    return std::clamp(std::isnan(value) ? 0.0F : value, low, high);
 }
 
 Float4 Admit(const float* input, u32 n) { return input != nullptr ? SilenceFaults(input + n) : Float4(0.0F); }
@@ -131,7 +111,12 @@ void StereoPan::OnReset(bool /*hard*/) {
     bandState = lowState = Float4(0.0F);
 }
 
-float StereoPan::Held(u32 index, float low, float high) { return Hold(AdditionalValue(index), low, high); }
+float StereoPan::Held(u32 index) { return additional.parameters[index].Hold(AdditionalValue(index)); }
+
+float StereoPan::Held(u32 index, const ProcessContext& context, u32 inputIndex) {
+    ModuleParam& record = additional.parameters[index];
+    return record.Hold(record.GetModulatedValue(context, inputIndex));
+}
 
 bool StereoPan::UpdateParameters(ProcessContext& context) {
     Settings now = settings;
@@ -144,7 +129,7 @@ bool StereoPan::UpdateParameters(ProcessContext& context) {
         Follow(now);
     }
     if (needsUpdate) {
-        controls.Jump();
+        controls.JumpToTargets();
         for (SteadyDelay& delay : delays) {
             delay.Clear();
         }
@@ -154,25 +139,24 @@ bool StereoPan::UpdateParameters(ProcessContext& context) {
 
 void StereoPan::ReadFixed(Settings& into) {
     into.law = ToIndex(AdditionalValue(PanLaw), Settings::LawCount);
-    into.midSide = Held(MidSide, -1.0F, 1.0F);
-    into.bassHz = Held(BassMono, Settings::lowestBassHz, Settings::highestBassHz);
-    into.haasMs = Held(HaasDelay, -Settings::longestHaasMs, Settings::longestHaasMs);
-    into.levelDepth = Held(LevelDepth, 0.0F, 1.0F);
+    into.midSide = Held(MidSide);
+    into.bassHz = Held(BassMono);
+    into.haasMs = Held(HaasDelay);
+    into.levelDepth = Held(LevelDepth);
     into.source = ToIndex(AdditionalValue(Source), Settings::SourceCount);
     into.polarity = ToIndex(AdditionalValue(Polarity), Settings::PolarityCount);
-    into.smoothingMs = Held(Smoothing, Settings::shortestSmoothingMs, Settings::longestSmoothingMs);
+    into.smoothingMs = Held(Smoothing);
 }
 
 void StereoPan::ReadModulated(Settings& into, const ProcessContext& context) {
-    auto& records = additional.parameters;
-    into.panDepth = Hold(records[PanDepth].GetModulatedValue(context, 2), 0.0F, 1.0F);
-    into.pan = Hold(records[Pan].GetModulatedValue(context, 3), -1.0F, 1.0F);
-    into.width = Hold(records[Width].GetModulatedValue(context, 4), 0.0F, Settings::widestWidth);
+    into.panDepth = Held(PanDepth, context, 2);
+    into.pan = Held(Pan, context, 3);
+    into.width = Held(Width, context, 4);
 }
 
 void StereoPan::Follow(const Settings& now) {
     settings = now;
-    controls.Aim(settings);
+    controls.SetTargets(settings);
     swingDecay = controls.DecayOver(settings.smoothingMs);
     const auto samples = static_cast<u32>(std::lround(std::abs(settings.haasMs) * 0.001F * sampleRate));
     delays[0].SetDelay(settings.haasMs < 0.0F ? samples : 0);
@@ -182,11 +166,11 @@ void StereoPan::Follow(const Settings& now) {
 void StereoPan::UpdateSteps() {
     LFOSimple::StepValues values;
     for (u32 step = 0; step < LFOSimple::stepCount; ++step) {
-        values[step] = Held(FirstStep + step, -1.0F, 1.0F);
+        values[step] = Held(FirstStep + step);
     }
     Child<PanLFO>().SetSteps(values);
     Child<LevelLFO>().SetSteps(values);
-    Child<LevelLFO>().SetShift(Held(StereoPhase, 0.0F, 180.0F) / 360.0F);
+    Child<LevelLFO>().SetShift(Held(StereoPhase) / 360.0F);
 }
 
 bool StereoPan::Process(ProcessContext& context) {

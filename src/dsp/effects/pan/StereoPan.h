@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/delaylines/SteadyDelay.h"
+#include "dsp/delaylines/DelayRing.h"
 #include "dsp/effects/pan/StereoPanControls.h"
 #include "dsp/framework/ModuleContainer.h"
 #include "dsp/lfo/LFOSimple.h"
@@ -16,9 +16,9 @@ namespace Velmora::dsp {
 /// another, and sets its width. In order: sides from channels, bass apart, mid and side, delay of one side,
 /// position and level; then the bass joins in, in the middle.
 ///
-/// Inputs: 0 left, 1 right; modulation of 2 "PanDepth", 3 "Pan", 4 "Width"; any may be null or absent.
-/// Outputs: 0 left, 1 right, which may be the input buffers. A sample that is not a number or absurdly loud
-/// counts as 0, a null input as silence. All controls glide.
+/// Inputs: 0 left, 1 right, then those of modulationInputs; any may be null or absent. Outputs: 0 left, 1
+/// right, which may be the input buffers. A sample that is not a number or absurdly loud counts as 0, a null
+/// input as silence. All controls glide.
 ///
 /// Parameters 0 to 3 are those of LFOSimple for the position, 4 to 7 those for the level.
 class StereoPan final : public ModuleContainer<LFOSimple, LFOSimple> {
@@ -82,7 +82,9 @@ private:
         Float4 bass;
     };
 
-    float Held(u32 index, float low, float high);
+    /// Of an additional parameter, within its range; moved by a modulation input.
+    float Held(u32 index);
+    float Held(u32 index, const ProcessContext& context, u32 inputIndex);
     void ReadFixed(StereoPanSettings& into);
     void ReadModulated(StereoPanSettings& into, const ProcessContext& context);
     void Follow(const StereoPanSettings& now);

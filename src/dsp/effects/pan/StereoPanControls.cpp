@@ -12,7 +12,7 @@ namespace {
 using simd::Float4;
 using Settings = StereoPanSettings;
 
-constexpr float glideMs = 10.0F;
+constexpr double glideSeconds = 0.01;
 /// Just above the bottom: a control position need not hit it exactly.
 constexpr float bassOffHz = 1.0005F * Settings::lowestBassHz;
 
@@ -20,23 +20,23 @@ constexpr float bassOffHz = 1.0005F * Settings::lowestBassHz;
 
 void StereoPanControls::Prepare(float rate) {
     sampleRate = rate;
-    decay = DecayOver(glideMs);
+    groups.Prepare(rate, glideSeconds, glideSeconds);
 }
 
 float StereoPanControls::DecayOver(float milliseconds) const {
     return std::exp(-4000.0F / (milliseconds * sampleRate));
 }
 
-void StereoPanControls::Aim(const StereoPanSettings& settings) {
-    AimSource(settings);
-    AimField(settings);
+void StereoPanControls::SetTargets(const StereoPanSettings& settings) {
+    SetSource(settings);
+    SetField(settings);
     groups[Motion].Aim({settings.pan, settings.panDepth, settings.levelDepth, 0.0F});
     const Float4 laws{0.0F, 1.0F, 2.0F, 3.0F};
     groups[Laws].Aim(
         xsimd::select(laws == Float4(static_cast<float>(settings.law)), Float4(1.0F), Float4(0.0F)));
 }
 
-void StereoPanControls::AimSource(const StereoPanSettings& settings) {
+void StereoPanControls::SetSource(const StereoPanSettings& settings) {
     const Float4 matrices[Settings::SourceCount] = {{1.0F, 0.0F, 0.0F, 1.0F},
                                                     {0.0F, 1.0F, 1.0F, 0.0F},
                                                     {1.0F, 0.0F, 1.0F, 0.0F},
@@ -48,30 +48,13 @@ void StereoPanControls::AimSource(const StereoPanSettings& settings) {
     groups[SourceMatrix].Aim(matrices[settings.source] * Float4{left, left, right, right});
 }
 
-void StereoPanControls::AimField(const StereoPanSettings& settings) {
+void StereoPanControls::SetField(const StereoPanSettings& settings) {
     const float mid = std::min(1.0F, 1.0F - settings.midSide);
     const float side = std::min(1.0F, 1.0F + settings.midSide) * settings.width;
     const float share = settings.bassHz > bassOffHz ? 1.0F : 0.0F;
     const float turn = std::min(settings.bassHz / sampleRate, 0.45F);
     groups[Field].Aim(
         {0.5F * (mid + side), 0.5F * (mid - side), share, std::tan(std::numbers::pi_v<float> * turn)});
-}
-
-void StereoPanControls::Jump() {
-    for (SmoothedLanes& group : groups) {
-        group.Jump();
-    }
-}
-
-void StereoPanControls::Step() {
-    for (SmoothedLanes& group : groups) {
-        group.Step(decay);
-    }
-}
-
-bool StereoPanControls::IsMoving() const {
-    return std::any_of(groups.begin(), groups.end(),
-                       [](const SmoothedLanes& group) { return group.IsMoving(); });
 }
 
 } // namespace Velmora::dsp

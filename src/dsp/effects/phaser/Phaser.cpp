@@ -1,15 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/phaser/Phaser.h"
 
-#include "dsp/effects/shared/StartingParam.h"
-#include "dsp/effects/shared/StereoQuad.h"
 #include "dsp/math/CornerAngle.h"
-#include "dsp/math/SyncRates.h"
 
-#include <cmath>
-#include <string>
 #include <utility>
-#include <vector>
 
 namespace Velmora::dsp {
 
@@ -20,161 +14,100 @@ using Controls = PhaserControls;
 using Limits = PhaserSettings;
 using Sweep = SweepLfoSettings;
 
-std::vector<ModuleParam> Records() {
-    using namespace StartingParam;
-    std::vector<ModuleParam> records = {
-        Linear("DryWet", 0.0F, 1.0F, 0.5F),
-        Logarithmic("Freq", 40.0F, 12000.0F, 700.0F),
-        Linear("Feedback", -Limits::mostFeedback, Limits::mostFeedback, 0.35F),
-        Stepped("Stages", Limits::mostPairs, 2.0F, 2.0F, 6.0F),
-        Linear("Spread", 0.0F, 6.0F, 1.5F),
-        Linear("Depth", 0.0F, 4.0F, 1.5F),
-        Logarithmic("LFOFreq", 0.02F, Sweep::fastestHz, 0.3F),
-        Stepped("LFOShape", Sweep::shapeCount, 0.0F, 1.0F, 0.0F),
-        Stepped("TempoSync", 2, 0.0F, 1.0F, 0.0F),
-        Stepped("SyncRate", SyncRates::count, 0.0F, 1.0F, 5.0F),
-        Linear("LFOPhase", 0.0F, 330.0F, 0.0F),
-        Linear("StereoPhase", 0.0F, 180.0F, 60.0F),
-        Linear("StereoOffset", -2.0F, 2.0F, 0.0F),
-        FromZero("LFOGlide", Sweep::longestGlideMs, 0.0F),
-        Linear("EnvAmount", -4.0F, 4.0F, 0.0F),
-        Logarithmic("EnvAttack", 1.0F, 500.0F, 10.0F),
-        Logarithmic("EnvRelease", 5.0F, 2000.0F, 150.0F),
-        Linear("Drive", 0.0F, 24.0F, 0.0F),
-        Logarithmic("LowCut", Limits::lowestCutHz, 2000.0F, Limits::lowestCutHz),
-        Logarithmic("HighCut", 500.0F, Limits::highestCutHz, Limits::highestCutHz),
-        Linear("CrossFeedback", 0.0F, 1.0F, 0.0F),
-        Stepped("Invert", 2, 0.0F, 1.0F, 0.0F),
-        Linear("WetGain", -24.0F, 12.0F, 0.0F),
-        Stepped("PatternLength", Sweep::mostSteps, 1.0F, 1.0F, 8.0F)};
-    constexpr float heights[Sweep::mostSteps] = {-1.0F, 0.25F, -0.5F, 0.75F, -0.75F, 0.5F, -0.25F, 1.0F};
-    for (u32 step = 0; step < Sweep::mostSteps; ++step) {
-        records.push_back(Linear(("Step" + std::to_string(step + 1)).c_str(), -1.0F, 1.0F, heights[step]));
-    }
-    return records;
-}
+constexpr SweptParameters swept = {.mix = Phaser::DryWet,
+                                   .hz = Phaser::Freq,
+                                   .stereoOffset = Phaser::StereoOffset,
+                                   .swing = Phaser::Depth,
+                                   .envelopeSwing = Phaser::EnvAmount,
+                                   .drive = Phaser::Drive,
+                                   .wetGain = Phaser::WetGain,
+                                   .rate = Phaser::LFOFreq,
+                                   .shape = Phaser::LFOShape,
+                                   .tempoSync = Phaser::TempoSync,
+                                   .syncRate = Phaser::SyncRate,
+                                   .attack = Phaser::EnvAttack,
+                                   .release = Phaser::EnvRelease};
 
 } // namespace
 
-Phaser::Phaser(std::string moduleName) : UnitModule(std::move(moduleName), inputCount, 2, Records()) {}
+Phaser::Phaser(std::string moduleName)
+    : SweptEffect(std::move(moduleName), modulationInputs, 2,
+                  {Declare::Linear("DryWet", 0.0F, 1.0F, 0.5F),
+                   Declare::Logarithmic("Freq", 40.0F, 12000.0F, 700.0F),
+                   Declare::Linear("Feedback", -Limits::mostFeedback, Limits::mostFeedback, 0.35F),
+                   Declare::Steps("Stages", Limits::mostPairs, 2.0F, 2.0F, 6.0F),
+                   Declare::Linear("Spread", 0.0F, 6.0F, 1.5F),
+                   Declare::Linear("Depth", 0.0F, 4.0F, 1.5F),
+                   Declare::Logarithmic("LFOFreq", 0.02F, Sweep::fastestHz, 0.3F),
+                   Declare::Choice("LFOShape", Sweep::shapeCount),
+                   Declare::Switch("TempoSync"),
+                   Declare::Choice("SyncRate", SyncRates::count, 5.0F),
+                   Declare::Linear("LFOPhase", 0.0F, 330.0F),
+                   Declare::Linear("StereoPhase", 0.0F, 180.0F, 60.0F),
+                   Declare::Linear("StereoOffset", -2.0F, 2.0F, 0.0F),
+                   Declare::Exponential("LFOGlide", 0.0F, Sweep::longestGlideMs, 3.0F),
+                   Declare::Linear("EnvAmount", -4.0F, 4.0F, 0.0F),
+                   Declare::Logarithmic("EnvAttack", 1.0F, 500.0F, 10.0F),
+                   Declare::Logarithmic("EnvRelease", 5.0F, 2000.0F, 150.0F),
+                   Declare::Linear("Drive", 0.0F, 24.0F),
+                   Declare::Logarithmic("LowCut", Limits::lowestCutHz, 2000.0F, Limits::lowestCutHz),
+                   Declare::Logarithmic("HighCut", 500.0F, Limits::highestCutHz, Limits::highestCutHz),
+                   Declare::Linear("CrossFeedback", 0.0F, 1.0F),
+                   Declare::Switch("Invert"),
+                   Declare::Linear("WetGain", -24.0F, 12.0F, 0.0F),
+                   Declare::Steps("PatternLength", Sweep::mostSteps, 1.0F, 1.0F, 8.0F),
+                   Declare::Linear("Step1", -1.0F, 1.0F, -1.0F),
+                   Declare::Linear("Step2", -1.0F, 1.0F, 0.25F),
+                   Declare::Linear("Step3", -1.0F, 1.0F, -0.5F),
+                   Declare::Linear("Step4", -1.0F, 1.0F, 0.75F),
+                   Declare::Linear("Step5", -1.0F, 1.0F, -0.75F),
+                   Declare::Linear("Step6", -1.0F, 1.0F, 0.5F),
+                   Declare::Linear("Step7", -1.0F, 1.0F, -0.25F),
+                   Declare::Linear("Step8", -1.0F, 1.0F, 1.0F)}) {}
 
-void Phaser::OnInitialize(float rate, u32 /*maxBlockSize*/) {
-    sampleRate = rate;
-    controls.Prepare(rate);
-    sweep.Prepare(rate);
-}
-
-void Phaser::OnReset(bool /*hard*/) {
-    loop.Clear();
-    drive.Reset();
-    sweep.Reset();
-}
-
-float Phaser::Held(u32 id, float low, float high) { return Within(Value(id), low, high); }
-
-u32 Phaser::Step(u32 id, u32 first, u32 last) {
-    return static_cast<u32>(std::lround(Held(id, static_cast<float>(first), static_cast<float>(last))));
-}
-
-bool Phaser::UpdateParameters(ProcessContext& context) {
-    if (anyParameterChanged || needsUpdate) {
-        ReadFixed();
-        ReadSweep();
-    }
-    ReadModulated(context);
-    sweep.Apply();
-    if (needsUpdate || settings != applied) {
-        applied = settings;
-        controls.Aim(settings);
-    }
-    if (needsUpdate) {
-        controls.Jump();
-        jumps = true;
-    }
-    return true;
-}
-
-void Phaser::ReadFixed() {
-    settings.pairs = Step(Stages, 2, 2 * Limits::mostPairs) / 2;
-    settings.spread = Held(Spread, 0.0F, Limits::widest);
-    settings.depth = Held(Depth, -Limits::widest, Limits::widest);
-    settings.stereoOffset = Held(StereoOffset, -Limits::widest, Limits::widest);
-    settings.envelopeAmount = Held(EnvAmount, -Limits::widest, Limits::widest);
-    settings.driveDb = Held(Drive, 0.0F, Limits::mostDriveDb);
-    settings.lowCutHz = Held(LowCut, Limits::lowestCutHz, Limits::highestCutHz);
-    settings.highCutHz = Held(HighCut, Limits::lowestHz, Limits::highestCutHz);
-    settings.crossFeedback = Held(CrossFeedback, 0.0F, 1.0F);
-    settings.inverts = Step(Invert, 0, 1) != 0;
-    settings.wetGainDb = Held(WetGain, -60.0F, 24.0F);
-}
-
-void Phaser::ReadSweep() {
+PhaserSettings Phaser::ReadSettings(const ProcessContext& context) {
     constexpr float cyclesPerDegree = 1.0F / 360.0F;
-    sweep.SetEnvelopeTimes(Value(EnvAttack), Value(EnvRelease));
-    SweepLfoSettings& oscillator = sweep.Oscillator();
-    oscillator.shape = Step(LFOShape, 0, Sweep::shapeCount - 1);
-    oscillator.phase = Held(LFOPhase, 0.0F, 360.0F) * cyclesPerDegree;
-    oscillator.stereoPhase = Held(StereoPhase, -360.0F, 360.0F) * cyclesPerDegree;
-    oscillator.glideMs = Held(LFOGlide, 0.0F, Sweep::longestGlideMs);
-    oscillator.stepCount = Step(PatternLength, 1, Sweep::mostSteps);
+    PhaserSettings now;
+    ReadSwept(now, swept, context);
+    now.feedback = HeldValue(Feedback, context);
+    now.pairs = HeldStep(Stages) / 2;
+    now.spread = HeldValue(Spread, context);
+    now.lowCutHz = HeldValue(LowCut, context);
+    now.highCutHz = HeldValue(HighCut, context);
+    now.crossFeedback = HeldValue(CrossFeedback, context);
+    now.inverts = IsOn(Invert);
+    SweepLfoSettings& oscillator = now.sweep.oscillator;
+    oscillator.phase = HeldValue(LFOPhase, context) * cyclesPerDegree;
+    oscillator.stereoPhase = HeldValue(StereoPhase, context) * cyclesPerDegree;
+    oscillator.glideMs = HeldValue(LFOGlide, context);
+    oscillator.stepCount = HeldStep(PatternLength);
     for (u32 step = 0; step < Sweep::mostSteps; ++step) {
-        oscillator.steps[step] = Held(Step1 + step, -1.0F, 1.0F);
+        oscillator.steps[step] = HeldValue(Step1 + step, context);
     }
-}
-
-void Phaser::ReadModulated(const ProcessContext& context) {
-    const auto modulated = [this, &context](u32 id, u32 input, float low, float high) {
-        return Within(parameters[id].GetModulatedValue(context, input), low, high);
-    };
-    settings.hz = modulated(Freq, 2, Limits::lowestHz, Limits::highestHz);
-    settings.feedback = modulated(Feedback, 3, -Limits::mostFeedback, Limits::mostFeedback);
-    settings.mix = modulated(DryWet, 5, 0.0F, 1.0F);
-    sweep.SetRate(context, parameters[LFOFreq].GetModulatedValue(context, 4), Step(TempoSync, 0, 1) != 0,
-                  Step(SyncRate, 0, SyncRates::count - 1));
-}
-
-bool Phaser::IsSwept() const {
-    return jumps || controls.IsMoving() || CornerSweep::Moves(controls[Controls::Centres]);
+    return now;
 }
 
 bool Phaser::Process(ProcessContext& context) {
-    if (IsSwept()) {
-        RenderBlock<true>(context);
+    if (IsAboutToJump() || controls.IsMoving() || CornerSweep::Moves(controls[Controls::Corners])) {
+        RenderQuads(context, [this](FrameQuad<Double2>& quad) {
+            MoveStages();
+            loop.Run<true>(quad, LoopControls());
+        });
     } else {
-        RenderBlock<false>(context);
+        RenderQuads(context, [this](FrameQuad<Double2>& quad) { loop.Run<false>(quad, LoopControls()); });
     }
     loop.Heal();
     return true;
 }
 
-template <bool sweeps>
-void Phaser::RenderBlock(ProcessContext& context) {
-    const bool isMoving = controls.IsMoving();
-    for (u32 n = 0; n < context.numFrames; n += Float4::size) {
-        const StereoQuad dry = StereoQuad::Read(context, n);
-        sweep.Advance(dry.left, dry.right);
-        if (isMoving) {
-            controls.Step();
-        }
-        if constexpr (sweeps) {
-            AimStages();
-        }
-        FrameQuad<Double2> wet = dry.Frames();
-        drive.Run(wet, controls[Controls::Drive]);
-        loop.Run<sweeps>(wet, LoopControls());
-        dry.MixedWith(StereoQuad::Of(wet), controls[Controls::Mix]).Write(context, n);
-    }
-}
-
-/// Corners at the end of the quad.
-void Phaser::AimStages() {
+/// To where their corners are at the end of the quad.
+void Phaser::MoveStages() {
     SetStageCount();
-    const Float4 centres = sweep.Octaves(controls[Controls::Centres]);
-    AimGroup(0, Controls::LowOffsets, Controls::LowPresence, centres);
-    AimGroup(Float4::size, Controls::HighOffsets, Controls::HighPresence, centres);
-    if (jumps) {
-        loop.Jump();
-        jumps = false;
+    const Float4 centres = controls.sweep.Octaves(controls[Controls::Corners]);
+    MoveGroup(0, Controls::LowOffsets, Controls::LowPresence, centres);
+    MoveGroup(Float4::size, Controls::HighOffsets, Controls::HighPresence, centres);
+    if (TakesJump()) {
+        loop.JumpToTargets();
     }
 }
 
@@ -190,7 +123,7 @@ void Phaser::SetStageCount() {
 }
 
 /// With g the tangent of the angle, c is (g - 1) / (g + 1) and s is 2 sqrt(g) / (g + 1).
-void Phaser::AimGroup(u32 firstPair, Controls::Group offsets, Controls::Group presence, Float4 centres) {
+void Phaser::MoveGroup(u32 firstPair, Controls::Group offsets, Controls::Group presence, Float4 centres) {
     if (firstPair >= loop.Count()) {
         return;
     }
@@ -207,7 +140,7 @@ void Phaser::AimGroup(u32 firstPair, Controls::Group offsets, Controls::Group pr
         const double share = static_cast<double>(controls[presence].value[i]);
         const Double2 c = Lanes(static_cast<double>(rise[0][i]), static_cast<double>(rise[1][i])) - 1.0;
         const Double2 s = Lanes(static_cast<double>(turn[0][i]), static_cast<double>(turn[1][i]));
-        loop.AimPair(firstPair + i, 1.0 - share * (1.0 - c), share * s);
+        loop.SetTarget(firstPair + i, 1.0 - share * (1.0 - c), share * s);
     }
 }
 

@@ -3,9 +3,7 @@
 
 #include "dsp/effects/phaser/PhaserControls.h"
 #include "dsp/effects/phaser/PhaserLoop.h"
-#include "dsp/effects/shared/CornerSweep.h"
-#include "dsp/effects/shared/SoftDrive.h"
-#include "dsp/framework/UnitModule.h"
+#include "dsp/effects/shared/SweptEffect.h"
 
 #include <array>
 #include <string>
@@ -16,15 +14,13 @@ namespace Velmora::dsp {
 /// by the loudness of the sound. With dry and wet in equal parts each pair makes one notch, whatever the
 /// feedback; without spread the notches lie about "Freq" as their geometric centre.
 ///
-/// Inputs: 0 left, 1 right, 2 modulation of "Freq", 3 of "Feedback", 4 of "LFOFreq", 5 of "DryWet"; any may
-/// be null or absent. Outputs: 0 left, 1 right, which may be the input buffers. A sample that is not a number
-/// or absurdly loud counts as 0, a null input as silence.
+/// Inputs: 0 left, 1 right, then those of modulationInputs; any may be null or absent. Outputs: 0 left, 1
+/// right, which may be the input buffers. A sample that is not a number or absurdly loud counts as 0, a null
+/// input as silence.
 ///
-/// Ranges may be declared anew; PhaserSettings tells the bounds of what is used in the end. Every control
-/// is smoothed. At a "DryWet" of 0 the output is the input to the bit.
-class Phaser final : public UnitModule {
+/// Every control is smoothed. At a "DryWet" of 0 the output is the input to the bit.
+class Phaser final : public SweptEffect<PhaserSettings, PhaserControls> {
 public:
-    static constexpr u32 parameterCount = 32;
     enum Parameter : u32 {
         /// 0..1, of equal power; the notches are deepest in the middle.
         DryWet,
@@ -82,48 +78,31 @@ public:
         Step5,
         Step6,
         Step7,
-        Step8
+        Step8,
+        ParameterCount
     };
+    static constexpr u32 parameterCount = ParameterCount;
     static constexpr std::array<u32, 4> modulationInputs = {Freq, Feedback, LFOFreq, DryWet};
     static constexpr u32 inputCount = 2 + modulationInputs.size();
     static constexpr std::array<u32, 2> slotSignals = {Freq, Feedback};
 
     explicit Phaser(std::string moduleName = "Phaser");
 
-    void OnInitialize(float rate, u32 maxBlockSize) override;
-    /// Silences the stages; the cycle starts anew.
-    void OnReset(bool hard) override;
-    bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
 
 private:
     using Float4 = simd::Float4;
 
-    float Held(u32 id, float low, float high);
-    u32 Step(u32 id, u32 first, u32 last);
-    void ReadFixed();
-    void ReadSweep();
-    void ReadModulated(const ProcessContext& context);
+    PhaserSettings ReadSettings(const ProcessContext& context) override;
+    void ClearStages() override { loop.Clear(); }
 
-    bool IsSwept() const;
-    template <bool sweeps>
-    void RenderBlock(ProcessContext& context);
-    void AimStages();
+    void MoveStages();
     void SetStageCount();
-    void AimGroup(u32 firstPair, PhaserControls::Group offsets, PhaserControls::Group presence,
-                  Float4 centres);
+    void MoveGroup(u32 firstPair, PhaserControls::Group offsets, PhaserControls::Group presence,
+                   Float4 centres);
     PhaserLoop::Controls LoopControls() const;
 
-    float sampleRate = 44100.0F;
-    /// As read, and as they were when they last acted.
-    PhaserSettings settings;
-    PhaserSettings applied;
-    PhaserControls controls;
     PhaserLoop loop;
-    SoftDrive drive;
-    CornerSweep sweep;
-    /// The stages take their corners at once.
-    bool jumps = true;
 };
 
 } // namespace Velmora::dsp

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/phaser/PhaserControls.h"
 
-#include "dsp/effects/shared/SoftDrive.h"
 #include "dsp/math/Decibels.h"
 
 #include <algorithm>
@@ -25,20 +24,20 @@ constexpr float openCut = 0.49F;
 
 void PhaserControls::Prepare(float rate) {
     sampleRate = rate;
-    groups.Prepare(rate, levelSeconds, cornerSeconds);
+    SweptControls::Prepare(rate, levelSeconds, cornerSeconds);
 }
 
-void PhaserControls::Aim(const PhaserSettings& settings) {
-    AimMix(settings);
-    AimLoop(settings);
-    AimStages(settings);
-    groups[Drive].Aim(SoftDriveAmount::Of(settings.driveDb).Lanes());
+void PhaserControls::SetTargets(const PhaserSettings& settings) {
+    SetSweptTargets(settings, Drive, Corners);
+    SetMix(settings);
+    SetLoop(settings);
+    SetStages(settings);
 }
 
 /// With a chain A the loop gives A / (1 - f A). Taken 1 + f times it makes, with the dry sound,
 /// (1 + A) / (1 - f A): a notch wherever A is -1. Turned over, 1 - f does the same where A is 1. The norm
 /// keeps the power of noise, for which A is a random phase.
-void PhaserControls::AimMix(const PhaserSettings& settings) {
+void PhaserControls::SetMix(const PhaserSettings& settings) {
     const float f = settings.feedback;
     const float direct = f * (1.0F - settings.crossFeedback);
     const float angle = settings.mix * 0.5F * std::numbers::pi_v<float>;
@@ -50,7 +49,7 @@ void PhaserControls::AimMix(const PhaserSettings& settings) {
         {wet > 0.0F ? norm * dry : 1.0F, norm * gain * DecibelsToGain(settings.wetGainDb), 0.0F, 0.0F});
 }
 
-void PhaserControls::AimLoop(const PhaserSettings& settings) {
+void PhaserControls::SetLoop(const PhaserSettings& settings) {
     const float high = settings.highCutHz >= openCutHz ? openCut * sampleRate : settings.highCutHz;
     groups[Loop].Aim({settings.feedback * (1.0F - settings.crossFeedback),
                       settings.feedback * settings.crossFeedback, CutGain(settings.lowCutHz), CutGain(high)});
@@ -63,10 +62,7 @@ float PhaserControls::CutGain(float hz) const {
 }
 
 /// A pair that does not sound waits above the others.
-void PhaserControls::AimStages(const PhaserSettings& settings) {
-    const float centre = std::log2(settings.hz);
-    groups[Centres].Aim({centre - 0.5F * settings.stereoOffset, centre + 0.5F * settings.stereoOffset,
-                         settings.depth, settings.envelopeAmount});
+void PhaserControls::SetStages(const PhaserSettings& settings) {
     const auto pairs = static_cast<float>(settings.pairs);
     const Float4 low{0.0F, 1.0F, 2.0F, 3.0F};
     const Float4 high = low + 4.0F;

@@ -36,16 +36,12 @@ void PhaserLoop::SetCount(u32 count) {
     active = count;
 }
 
-void PhaserLoop::Jump() {
-    ArriveAtAims();
-    product = ProductOfStages();
-}
-
-void PhaserLoop::ArriveAtAims() {
+void PhaserLoop::JumpToTargets() {
     for (u32 i = 0; i < active; ++i) {
         pairs[i].c = pairs[i].endC;
         pairs[i].s = pairs[i].endS;
     }
+    product = ProductOfStages();
 }
 
 Double2 PhaserLoop::ProductOfStages() const {
@@ -70,7 +66,7 @@ void PhaserLoop::Run(FrameQuad<Double2>& quad, const Controls& controls) {
     quad.frame3 = Tick<sweeps>(quad.frame3, controls, 3);
     if constexpr (sweeps) {
         // Exactly, so that a sweep that has ended leaves no rounding of its way.
-        Jump();
+        JumpToTargets();
     }
 }
 

@@ -36,11 +36,14 @@ public:
     void SetCount(u32 count);
     u32 Count() const { return active; }
     /// Where the coefficients of a pair are to be at the end of the next quad that sweeps.
-    void AimPair(u32 pair, Double2 c, Double2 s) { pairs[pair].Aim(c, s); }
+    void SetTarget(u32 pair, Double2 c, Double2 s) {
+        pairs[pair].endC = c;
+        pairs[pair].endS = s;
+    }
     /// They are there.
-    void Jump();
+    void JumpToTargets();
 
-    /// Replaces the quad by the wet sound. sweeps: pairs have new aims.
+    /// Replaces the quad by the wet sound. sweeps: pairs have new targets.
     template <bool sweeps>
     void Run(FrameQuad<Double2>& quad, const Controls& controls);
 
@@ -54,16 +57,10 @@ private:
         Double2 stepS = Double2(0.0);
         Double2 first = Double2(0.0);
         Double2 second = Double2(0.0);
-
-        void Aim(Double2 newC, Double2 newS) {
-            endC = newC;
-            endS = newS;
-        }
     };
 
     template <bool sweeps>
     Double2 Tick(Double2 x, const Controls& controls, u32 frame);
-    void ArriveAtAims();
     Double2 ProductOfStages() const;
 
     std::array<Pair, mostPairs> pairs;

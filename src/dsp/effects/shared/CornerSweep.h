@@ -4,9 +4,23 @@
 #include "dsp/effects/shared/SweepEnvelope.h"
 #include "dsp/framework/ProcessContext.h"
 #include "dsp/lfo/SweepLfo.h"
+#include "dsp/math/SyncRates.h"
 #include "dsp/smoothing/SmoothedLanes.h"
 
 namespace Velmora::dsp {
+
+/// How the corners of an effect are swept.
+struct CornerSweepSettings {
+    SweepLfoSettings oscillator;
+    /// The oscillator keeps to a step of SyncRates and to the position of the song.
+    bool isInTime = false;
+    u32 syncStep = 0;
+    /// Time constants of the loudness in milliseconds.
+    float attackMs = 10.0F;
+    float releaseMs = 150.0F;
+
+    bool operator==(const CornerSweepSettings&) const = default;
+};
 
 /// What sweeps the corners of a stereo effect: an oscillator, in time with the song if asked, and the
 /// loudness of the sound.
@@ -18,19 +32,32 @@ public:
     /// and that full scale moves them.
     enum Lane : u32 { Left, Right, Swing, EnvelopeSwing };
 
-    void Prepare(float rate);
-    void Reset();
-
-    /// The rate is set by SetRate, and all acts with Apply.
-    SweepLfoSettings& Oscillator() { return settings; }
-    /// Milliseconds; any number.
-    void SetEnvelopeTimes(float attack, float release);
-    /// Hz and a step of SyncRates; any number. In time, the tempo and the position of the song replace hz.
-    void SetRate(const ProcessContext& context, float hz, bool isInTime, u32 syncStep);
-    void Apply();
+    void Prepare(float rate) {
+        sampleRate = rate;
+        lfo.Prepare(rate);
+    }
+    void Reset() {
+        lfo.Reset();
+        envelope.Reset();
+        loudness = 0.0F;
+    }
+    void Set(const CornerSweepSettings& newSettings) {
+        settings = newSettings;
+        lfo.Set(settings.oscillator);
+        envelope.SetTimes(settings.attackMs, settings.releaseMs, sampleRate);
+    }
+    /// Once a block.
+    void FollowSong(const ProcessContext& context) {
+        if (settings.isInTime) {
+            lfo.FollowSong(context, SyncRates::cycleBeats[settings.syncStep]);
+        }
+    }
 
     /// Moves on by a quad of frames, which sounds left and right.
-    void Advance(Float4 left, Float4 right);
+    void Advance(Float4 left, Float4 right) {
+        lfo.Advance();
+        loudness = envelope.Follow(left, right);
+    }
     /// The octaves of the corners at the end of the quad in lanes 0 and 1.
     Float4 Octaves(const SmoothedLanes& lanes) const {
         return lanes.Value() + lanes.value[Swing] * lfo.Value() + lanes.value[EnvelopeSwing] * loudness;
@@ -41,8 +68,7 @@ public:
 
 private:
     float sampleRate = 44100.0F;
-    SweepLfoSettings settings;
-    SweepLfoSettings applied;
+    CornerSweepSettings settings;
     SweepLfo lfo;
     SweepEnvelope envelope;
     float loudness = 0.0F;

@@ -8,8 +8,7 @@
 
 using namespace Velmora;
 using namespace Velmora::Test;
-using dsp::Compressor;
-using C = Compressor;
+using C = dsp::Compressor;
 using orphia::test::Peak;
 
 namespace {
@@ -19,8 +18,8 @@ const auto blocks = orphia::test::BlockSplit::Of(rigBlock);
 using Values = std::vector<std::pair<u32, float>>;
 
 /// Fully wet at unit output gain, at work, with the given values on top and nothing left to glide.
-std::unique_ptr<Compressor> MakeCompressor(const Values& values = {}) {
-    auto compressor = MakeStage<Compressor>(rate);
+std::unique_ptr<C> MakeCompressor(const Values& values = {}) {
+    auto compressor = MakeStage<C>(rate);
     const Values usual = {{C::Wet, 1.0F}, {C::OutputGain, 0.0F}, {C::Threshold, -30.0F}, {C::Ratio, 8.0F}};
     for (const Values* each : {&usual, &values}) {
         for (const auto& [id, value] : *each) {
@@ -31,11 +30,7 @@ std::unique_ptr<Compressor> MakeCompressor(const Values& values = {}) {
     return compressor;
 }
 
-Signal Constant(std::size_t length, double decibels) {
-    return Signal(length, static_cast<float>(std::pow(10.0, decibels / 20.0)));
-}
-
-double Decibels(double gain) { return 20.0 * std::log10(gain); }
+double Gain(double decibels) { return std::pow(10.0, decibels / 20.0); }
 
 /// The curve, from its definition.
 double Reduction(double level, double threshold, double inverseRatio, double knee) {
@@ -47,32 +42,13 @@ double Reduction(double level, double threshold, double inverseRatio, double kne
 }
 
 /// The whole processor over whole signals in double precision. Inputs: left, right, 4 unused, two keys.
-class Model {
-public:
-    explicit Model(Compressor& compressor) : source(compressor) {}
-
-    Signals Run(const Signals& in) {
-        const std::size_t length = in[0].size();
-        const bool stereo = On(C::ConfStereo);
-        const bool linked = On(C::StereoMode) || !stereo;
-        Signals out(2, Signal(length));
-        std::vector<double> gains;
-        for (std::size_t c = 0; c < 2; ++c) {
-            gains = c == 1 && linked ? gains : Gains(in, c, stereo, linked);
-            for (std::size_t t = Delay(); t < length; ++t) {
-                out[c][t] = static_cast<float>(static_cast<double>(in[c][t - Delay()]) * gains[t]);
-            }
-        }
-        return out;
-    }
-
+struct Model {
+    C& source;
     /// In dB, at the end and in either channel.
     double deepest = 0.0;
 
-private:
     double Get(u32 id) const { return source.FindParameter(id)->GetValue(); }
     bool On(u32 id) const { return Get(id) > 0.5; }
-    double Gain(double decibels) const { return std::pow(10.0, decibels / 20.0); }
     std::size_t Delay() const {
         return On(C::LookaheadEnable) ? static_cast<std::size_t>(Get(C::LookaheadTimeMs) * rate / 1000.0) : 0;
     }
@@ -80,52 +56,60 @@ private:
         state += (to - state) * (1.0 - std::exp(-1000.0 / ((to > state ? upMs : downMs) * rate)));
     }
 
-    double Level(const Signals& in, std::size_t c, std::size_t t, bool stereo, bool linked) const {
-        const bool keyed = On(C::SideChain);
-        const std::size_t first = keyed ? 6 : 0;
-        if (stereo && (keyed || linked)) {
-            return std::max(std::abs(in[first][t]), std::abs(in[first + 1][t]));
+    Signals Run(const Signals& in) {
+        const std::size_t n = Delay();
+        Signals out(2, Signal(in[0].size()));
+        std::vector<double> gains;
+        for (std::size_t c = 0; c < 2; ++c) {
+            const bool common = On(C::StereoMode) || !On(C::ConfStereo);
+            gains = c == 1 && common ? gains : Gains(in, c, common);
+            for (std::size_t t = n; t < in[0].size(); ++t) {
+                out[c][t] = static_cast<float>(static_cast<double>(in[c][t - n]) * gains[t]);
+            }
         }
-        return std::abs(in[keyed ? 6 : c][t]);
+        return out;
     }
 
-    std::vector<double> Gains(const Signals& in, std::size_t c, bool stereo, bool linked) {
+    double Level(const Signals& in, std::size_t c, std::size_t t, bool common) const {
+        const bool keyed = On(C::SideChain);
+        const std::size_t first = keyed ? 6 : 0;
+        return On(C::ConfStereo) && (keyed || common)
+                   ? std::max(std::abs(in[first][t]), std::abs(in[first + 1][t]))
+                   : std::abs(in[keyed ? 6 : c][t]);
+    }
+
+    std::vector<double> Gains(const Signals& in, std::size_t c, bool common) {
         const double inputGain = Gain(Get(C::InGainCompensated) + Get(C::InputGain));
-        const double outputGain = Gain(Get(C::OutputGain) - Get(C::InGainCompensated));
-        const double threshold = Get(C::Threshold);
         const double r = On(C::RatioInfinite) ? 0.0 : 1.0 / Get(C::Ratio);
-        const double knee = Get(C::KneeWidth);
-        const double given = Reduction(0.0, threshold, r, knee) / std::sqrt(2.0);
-        const double total = inputGain * outputGain * (On(C::Makeup) ? Gain(given) : 1.0);
+        const auto curve = [&](double level) {
+            return Reduction(level, Get(C::Threshold), r, Get(C::KneeWidth));
+        };
+        const double makeup = On(C::Makeup) ? Gain(curve(0.0) / std::sqrt(2.0)) : 1.0;
+        const double total = inputGain * Gain(Get(C::OutputGain) - Get(C::InGainCompensated)) * makeup;
         const double limit = On(C::GRLimitEnable) ? Get(C::GRLimit) : -1e9;
         double level = 0.0;
         double reduction = 0.0;
         std::vector<double> gains;
         for (std::size_t t = 0; t < in[0].size(); ++t) {
-            double d = inputGain * Level(in, c, t, stereo, linked);
+            double d = inputGain * Level(in, c, t, common);
             if (On(C::LevelMeasureSmoothAR)) {
                 Move(level, d, Get(C::LevelMeasureAtMs), Get(C::LevelMeasureReMs));
                 d = level;
             }
-            Move(reduction, Reduction(d < 1e-7 ? -140.0 : Decibels(d), threshold, r, knee), Get(C::Attack),
-                 Get(C::Release));
+            const double decibels = d < 1e-7 ? -140.0 : 20.0 * std::log10(d);
+            Move(reduction, curve(decibels), Get(C::Attack), Get(C::Release));
             gains.push_back(Gain(std::max(-reduction, limit)));
         }
         deepest = std::max(deepest, std::min(reduction, -limit));
-        DrawBack(gains);
-        const double w = Get(C::Wet);
+        DrawBack(gains, Delay());
         for (double& g : gains) {
-            g = w * g * total + 1.0 - w;
+            g = Get(C::Wet) * g * total + 1.0 - Get(C::Wet);
         }
         return gains;
     }
 
     /// On the time axis of the gains; before its begin they are 0.
-    void DrawBack(std::vector<double>& gains) const {
-        const std::size_t n = Delay();
-        if (n == 0) {
-            return;
-        }
+    static void DrawBack(std::vector<double>& gains, std::size_t n) {
         gains.insert(gains.begin(), n, 0.0);
         for (std::size_t t = n; t < gains.size(); ++t) {
             const double g0 = gains[t - n];
@@ -139,27 +123,9 @@ private:
             }
         }
     }
-
-    Compressor& source;
 };
 
 } // namespace
-
-TEST(CompressorTest, TheReductionFollowsTheClosedFormToItsEndAlsoInLongTimes) {
-    auto compressor = MakeCompressor(
-        {{C::Threshold, -60.0F}, {C::RatioInfinite, 1.0F}, {C::Attack, 1000.0F}, {C::Release, 2000.0F}});
-    double reached = 0.0;
-    for (const auto& [goal, samples] : {std::pair{50.0, rate}, {30.0, 2.0 * rate}}) {
-        const Signal in = Constant(static_cast<std::size_t>(6.0 * samples), goal - 60.0);
-        const Signal out = Render(*compressor, {in}, 1)[0];
-        double expected = 0.0;
-        for (std::size_t n = 11; n < out.size(); n += 12) {
-            expected = goal + (reached - goal) * std::exp(-static_cast<double>(n + 1) / samples);
-            ASSERT_NEAR(-Decibels(out[n] / in[n]), expected, 0.001) << "frame " << n << " to " << goal;
-        }
-        reached = expected;
-    }
-}
 
 TEST(CompressorTest, AgreesWithADirectModelInEveryMode) {
     constexpr float loudness[] = {1.0F, 0.03F, 0.0F};
@@ -191,43 +157,27 @@ TEST(CompressorTest, AgreesWithADirectModelInEveryMode) {
             compressor->SetParameterValue(switches[bit], (mode >> bit & 1U) != 0 ? 1.0F : 0.0F);
         }
         compressor->Reset(true);
-        Model model(*compressor);
+        Model model{*compressor};
         const Signals expected = model.Run(inputs);
         const Signals got = orphia::test::Render(*compressor, wiring, 2, blocks);
         EXPECT_NEAR(compressor->GetParameterNormalized(C::OutGainReduction),
                     std::min(model.deepest / 40.0, 1.0), 1e-4)
             << "mode " << mode;
         for (std::size_t c = 0; c < 2; ++c) {
-            const float peak = Peak(expected[c]);
             for (std::size_t n = 0; n < got[c].size(); ++n) {
-                ASSERT_NEAR(got[c][n], expected[c][n], 3e-5F * peak)
+                ASSERT_NEAR(got[c][n], expected[c][n], 3e-5F * Peak(expected[c]))
                     << "mode " << mode << ", channel " << c << ", frame " << n;
             }
         }
     }
 }
 
-TEST(CompressorTest, TheLookaheadHasTheGainDownWhenTheTransientLeaves) {
-    Signal burst = Constant(4400, -60.0);
-    std::fill(burst.begin() + 2000, burst.end(), 1.0F);
-    const Values values = {
-        {C::RatioInfinite, 1.0F}, {C::Attack, 0.1F}, {C::Release, 500.0F}, {C::LookaheadTimeMs, 5.0F}};
-    EXPECT_GT(Decibels(Peak(Render(*MakeCompressor(values), {burst}, 1)[0])), -6.0);
-    auto ahead = MakeCompressor(values);
-    ahead->SetParameterValue(C::LookaheadEnable, 1.0F);
-    const Signal out = Render(*ahead, {burst}, 1)[0];
-    EXPECT_LT(Decibels(Peak(out, 240)), -21.0);
-    EXPECT_GT(out[2240], 10.0F * out[2239]) << "the transient leaves in time";
-    EXPECT_NEAR(out[1999], burst[0], 1e-6F) << "nothing falls before the transient has come in";
-}
-
-TEST(CompressorTest, ALookaheadThatStartsIsEmpty) {
+TEST(CompressorTest, ALookaheadThatStartsIsEmptyAndAChannelThatJoinsInGoesOnFromTheCommonGain) {
     const Signal noise = Noise(2200, 1.0F, 3);
     auto compressor = MakeCompressor({{C::LookaheadTimeMs, 5.0F}});
-    using Change = std::tuple<u32, float, float>;
-    for (const auto& [id, before, after] :
-         {Change{C::LookaheadEnable, 0.0F, 1.0F}, Change{C::LookaheadEnable, 0.0F, 1.0F},
-          Change{C::LookaheadTimeMs, 0.01F, 5.0F}}) {
+    for (const auto& [id, before, after] : {std::tuple(C::LookaheadEnable, 0.0F, 1.0F),
+                                            {C::LookaheadEnable, 0.0F, 1.0F},
+                                            {C::LookaheadTimeMs, 0.01F, 5.0F}}) {
         compressor->SetParameterValue(id, before);
         Render(*compressor, {noise}, 1);
         compressor->SetParameterValue(id, after);
@@ -235,6 +185,20 @@ TEST(CompressorTest, ALookaheadThatStartsIsEmpty) {
         EXPECT_EQ(Peak(Signal(out.begin(), out.begin() + 240)), 0.0F) << id;
         EXPECT_GT(Peak(out), 0.0F) << id;
     }
+    auto linked = MakeCompressor({{C::Threshold, -20.0F},
+                                  {C::RatioInfinite, 1.0F},
+                                  {C::Release, 2000.0F},
+                                  {C::ConfStereo, 1.0F},
+                                  {C::StereoMode, 1.0F},
+                                  {C::LookaheadTimeMs, 5.0F},
+                                  {C::LookaheadEnable, 1.0F}});
+    const Signals in = {Signal(960, 1.0F), Signal(960, 0.01F)};
+    const float last = Render(*linked, in, 2)[1].back();
+    linked->SetParameterValue(C::StereoMode, 0.0F);
+    const Signal apart = Render(*linked, in, 2)[1];
+    EXPECT_NEAR(last / in[1][0], 0.1F, 1e-4F);
+    EXPECT_NEAR(apart[0], last, 1e-6F);
+    EXPECT_NEAR(apart[300], last, 0.1F * last);
 }
 
 TEST(CompressorTest, WetTakesOneBlockAndTheGainsTheirTimeWhateverTheBlock) {
@@ -260,26 +224,27 @@ TEST(CompressorTest, WetTakesOneBlockAndTheGainsTheirTimeWhateverTheBlock) {
 }
 
 TEST(CompressorTest, ConnectedInputsMoveTheirParametersAlsoBackwards) {
-    constexpr std::size_t length = 9600;
-    const Signal noise = Noise(length, 0.8F, 1);
-    const Signal offset(length, 0.2F);
+    const Signal noise = Noise(9600, 0.8F, 1);
+    const Signal offset(9600, 0.2F);
     for (const bool inverted : {false, true}) {
         for (const auto& [id, input] :
              {std::pair{C::Wet, 2U}, {C::Release, 3U}, {C::Threshold, 4U}, {C::Ratio, 5U}, {C::Attack, 6U}}) {
+            const auto play = [&, at = input](C& unit, const Signal* moved) {
+                std::vector<const Signal*> wiring(8, nullptr);
+                wiring[0] = &noise;
+                wiring[at] = moved;
+                return orphia::test::Render(unit, wiring, 1, blocks)[0];
+            };
             auto moved = MakeCompressor({{C::Attack, 3.0F}, {C::Release, 60.0F}});
             auto still = MakeCompressor({{C::Attack, 3.0F}, {C::Release, 60.0F}});
             moved->FindParameter(id)->inverted = inverted;
             moved->SetParameterNormalized(id, 0.3F);
             const float position = id == C::Attack ? 0.3F : 0.5F;
             still->SetParameterNormalized(id, inverted ? 1.0F - position : position);
-            std::vector<const Signal*> wiring(8, nullptr);
-            wiring[0] = &noise;
-            const Signal expected = orphia::test::Render(*still, wiring, 1, blocks)[0];
-            wiring[input] = &offset;
-            const Signal got = orphia::test::Render(*moved, wiring, 1, blocks)[0];
-            for (std::size_t n = length / 2; n < length; ++n) {
-                ASSERT_NEAR(got[n], expected[n], 2e-4F)
-                    << "id " << id << ", backwards " << inverted << ", frame " << n;
+            const Signal expected = play(*still, nullptr);
+            const Signal got = play(*moved, &offset);
+            for (std::size_t n = got.size() / 2; n < got.size(); ++n) {
+                ASSERT_NEAR(got[n], expected[n], 2e-4F) << "id " << id << ", backwards " << inverted;
             }
         }
     }
@@ -290,29 +255,11 @@ TEST(CompressorTest, MissingChannelsAndTheSwitchOfTheInterfaceHaveTheirWays) {
     const Signal left = Render(*MakeCompressor(), {noise[0]}, 1)[0];
     auto deaf = MakeCompressor({{C::SideChain, 1.0F}, {C::ConfStereo, 1.0F}});
     ExpectSame(Render(*deaf, {noise[0]}, 2), {left, left}, "no key, no right input");
-    auto square = MakeCompressor({{C::ConfOnlyComputeGain, 0.0F}});
     Signal product = left;
     std::transform(left.begin(), left.end(), noise[0].begin(), product.begin(), std::multiplies<>());
-    ExpectSame(Render(*square, {noise[0]}, 1), {product}, "multiplied");
-    const std::vector<const Signal*> wiring = {nullptr, &noise[1]};
-    const Signals silent = orphia::test::Render(*deaf, wiring, 2, blocks);
+    ExpectSame(Render(*MakeCompressor({{C::ConfOnlyComputeGain, 0.0F}}), {noise[0]}, 1), {product},
+               "multiplied");
+    const Signals silent = orphia::test::Render(*deaf, {nullptr, &noise[1]}, 2, blocks);
     EXPECT_EQ(Peak(silent[0]) + Peak(silent[1]), 0.0F);
     EXPECT_EQ(deaf->GetParameterNormalized(C::OutGainReduction), 0.0F) << "a reading of the past";
-}
-
-TEST(CompressorTest, AChannelThatIsUnlinkedGoesOnFromTheCommonGain) {
-    auto compressor = MakeCompressor({{C::Threshold, -20.0F},
-                                      {C::RatioInfinite, 1.0F},
-                                      {C::Release, 2000.0F},
-                                      {C::ConfStereo, 1.0F},
-                                      {C::StereoMode, 1.0F},
-                                      {C::LookaheadTimeMs, 5.0F},
-                                      {C::LookaheadEnable, 1.0F}});
-    const Signals in = {Constant(960, 0.0), Constant(960, -40.0)};
-    const float linked = Render(*compressor, in, 2)[1].back();
-    compressor->SetParameterValue(C::StereoMode, 0.0F);
-    const Signal unlinked = Render(*compressor, in, 2)[1];
-    EXPECT_NEAR(linked / in[1][0], 0.1F, 1e-4F);
-    EXPECT_NEAR(unlinked[0], linked, 1e-6F);
-    EXPECT_NEAR(unlinked[300], linked, 0.1F * linked);
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/filters/HalfBand.h"
+#include "dsp/filters/Oversampler.h"
 
 #include <cmath>
 #include <numbers>

@@ -1,0 +1,86 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/vectors/AlignedBuffer.h"
+#include "dsp/vectors/LaneTranspose.h"
+#include "support/platform/Types.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+
+namespace Velmora::dsp {
+
+/// A ring of samples that is written in quads and read anywhere: what the delay lines with taps between the
+/// samples have in common.
+class QuadRing {
+public:
+    using Float4 = simd::Float4;
+
+    /// A tap of four frames: the four points next to it, oldest first, and its distance from the third of
+    /// them towards the older ones, 0 to below 1.
+    struct Tap {
+        Float4 a;
+        Float4 b;
+        Float4 c;
+        Float4 d;
+        Float4 f;
+    };
+
+    /// Allocates so many samples at least, and clears.
+    void Allocate(u32 samples) {
+        const u32 size = std::bit_ceil(samples);
+        mask = size - 1;
+        ring.assign(size + Float4::size, 0.0F);
+        writeIndex = 0;
+    }
+
+    void Clear() { std::fill(ring.begin(), ring.end(), 0.0F); }
+
+    /// Four neighbours from a delay on, counted back from the quad that is written next.
+    Float4 Read(u32 delay) const { return Load(writeIndex - delay); }
+
+    /// The delays lie on a straight line, one a frame; the oldest point of the first frame at a delay of 0
+    /// would lie so far behind the quad that is written next.
+    Tap TapAt(Float4 delays, u32 oldestAhead) const {
+        const Int4 whole = xsimd::to_int(delays);
+        const auto oldest = [&](u32 frame) {
+            return writeIndex + oldestAhead + frame - static_cast<u32>(whole.get(frame));
+        };
+        Tap tap;
+        if (whole.get(0) == whole.get(3)) {
+            tap.a = Load(oldest(0));
+            tap.b = Load(oldest(0) + 1);
+            tap.c = Load(oldest(0) + 2);
+            tap.d = Load(oldest(0) + 3);
+        } else {
+            tap.a = Load(oldest(0));
+            tap.b = Load(oldest(1));
+            tap.c = Load(oldest(2));
+            tap.d = Load(oldest(3));
+            simd::Transpose(tap.a, tap.b, tap.c, tap.d);
+        }
+        tap.f = delays - xsimd::to_float(whole);
+        return tap;
+    }
+
+    void Write(Float4 samples) {
+        samples.store_aligned(ring.data() + writeIndex);
+        if (writeIndex == 0) {
+            samples.store_aligned(ring.data() + mask + 1);
+        }
+        writeIndex = (writeIndex + Float4::size) & mask;
+    }
+
+private:
+    using Int4 = xsimd::batch<std::int32_t, simd::BaselineArch>;
+
+    Float4 Load(u32 slot) const { return Float4::load_unaligned(ring.data() + (slot & mask)); }
+
+    /// A power of two long, followed by a copy of its first quad.
+    AlignedBuffer ring = AlignedBuffer(8, 0.0F);
+    u32 mask = 3;
+    u32 writeIndex = 0;
+};
+
+} // namespace Velmora::dsp
