@@ -4,6 +4,8 @@
 #include "rigs/EffectRig.h"
 #include "rigs/MeasurePitch.h"
 
+#include <tuple>
+
 namespace {
 
 using namespace orphia::test;
@@ -111,24 +113,12 @@ TEST(MultiModeFilterTest, DriveBendsByItsCurveAndFoldsLittleBack) {
     EXPECT_NEAR(level(out, 5000.0) / level(bare, 5000.0), 1.0, 0.05);
 }
 
-TEST(MultiModeFilterTest, LoudnessOscillatorStereoOffsetAndKnobsMoveTheCutoff) {
-    // The notch is silent for the tone that it is moved to.
-    const auto heard = [](const Settings& settings, double hz, u32 side) {
-        const Signal tone = Tone(44000, hz, 44100.0, 0.25);
-        const auto filter = Make<F>(plain, {{F::Mode, 3}, {F::EnvAttack, 1}, {F::EnvRelease, 2000}});
-        Set(*filter, settings);
-        return Rms(Play(*filter, tone, tone)[side], 40000) / Rms(tone, 40000);
-    };
-    EXPECT_LT(heard({{F::StereoOffset, 2}}, 500.0, 0), 0.01);
-    EXPECT_LT(heard({{F::StereoOffset, 2}}, 2000.0, 1), 0.01);
-    EXPECT_LT(heard({{F::EnvAmount, 2}}, 2000.0, 0), 0.05);
-    EXPECT_LT(heard({{F::LFOAmount, 1}, {F::LFOShape, 4}, {F::LFOFreq, 0.3}}, 2000.0, 0), 0.01);
-    // The wet level takes 10 ms, the saturation 6.
+TEST(MultiModeFilterTest, TheWetLevelTakesTenMillisecondsAndTheSaturationSix) {
     const Signal steady(4400, 0.2F);
-    for (const auto& [id, ms] : {std::pair(F::WetGain, 10.0F), {F::Drive, 6.0F}}) {
+    for (const auto& [id, to, ms] : {std::tuple(F::WetGain, -6.0, 10.0F), {F::Drive, 0.05, 6.0F}}) {
         const auto filter = Make<F>(plain);
         Play(*filter, steady, steady);
-        Set(*filter, {{id, id == F::Drive ? 0.05 : -6.0}});
+        Set(*filter, {{id, to}});
         const Signal out = Play(*filter, steady, steady)[0];
         EXPECT_NEAR((out[440] - out.back()) / (0.2F - out.back()), std::exp(-10.0F / ms), 0.012F) << id;
     }

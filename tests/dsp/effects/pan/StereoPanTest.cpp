@@ -76,20 +76,16 @@ TEST(StereoPanTest, OscillatorsSwingPositionAndLevelAtTheirRatesAndByThePattern)
         ASSERT_NEAR(together[0][n], 0.6 + 0.4 * std::sin(turn), 0.01) << n;
         ASSERT_NEAR(apart[0][n] + apart[1][n], 1.2F, 0.01F) << n;
     }
-    for (const auto lfo : {Pan::PanLFO, Pan::LevelLFO}) {
-        const bool pans = lfo == Pan::PanLFO;
-        const auto module = Arrived(still, {{Lfo(lfo, LFOSimple::Shape), LFOSimple::Steps},
-                                            {Lfo(lfo, LFOSimple::Rate), 1.0F},
-                                            {Id(Pan::PanLaw), Pans::Linear},
-                                            {Id(Pan::PanDepth), pans ? 1.0F : 0.0F},
-                                            {Id(Pan::LevelDepth), pans ? 0.0F : 1.0F}});
-        for (u32 step = 0; step < LFOSimple::stepCount; ++step) {
-            module->SetParameterValue(Id(Pan::FirstStep) + step, step == 5 ? 0.5F : -1.0F);
-        }
-        const Signal right = Play(*module, second, second)[1];
-        for (u32 step = 0; step < 15; ++step) {
-            EXPECT_NEAR(right[44100 * (step + 1) / 16 - 20], step != 5 ? 0.0F : pans ? 1.5F : 0.75F, 0.001F);
-        }
+    Settings steps = {{Lfo(Pan::PanLFO, LFOSimple::Shape), LFOSimple::Steps},
+                      {Lfo(Pan::PanLFO, LFOSimple::Rate), 1},
+                      {Id(Pan::PanLaw), Pans::Linear},
+                      {Id(Pan::PanDepth), 0.7}};
+    for (u32 step = 0; step < LFOSimple::stepCount; ++step) {
+        steps.emplace_back(Id(Pan::FirstStep) + step, step == 5 ? 0.5F : -1.0F);
+    }
+    const Signal right = Play(*Arrived(steps), second, second)[1];
+    for (u32 step = 0; step < 15; ++step) {
+        EXPECT_NEAR(right[44100 * (step + 1) / 16 - 20], step == 5 ? 1.35F : 0.3F, 0.001F) << step;
     }
 }
 
