@@ -171,7 +171,9 @@ TEST(BitCrusherTest, ClocksRunTogetherUnlessSplitAndKeepTheirMeanUnderJitter) {
         std::size_t longest = 0;
         for (std::size_t n = 1, last = 0; n < error.size(); ++n) {
             if (error[n] != error[n - 1]) {
-                longest = std::max(longest, n - std::exchange(last, n));
+                // The first is late.
+                longest = count > 0.0 ? std::max(longest, n - last) : 0;
+                last = n;
                 count += 1.0;
             }
         }
