@@ -45,7 +45,7 @@ void Voice(benchmark::State& state) {
     set(Oscillators::ParameterId(Oscillators::FMAmount), 0.02F * static_cast<float>(state.range(2)));
     set(Oscillators::frequency, 220.0F);
     voice->Initialize(sampleRate, blockSize);
-    voice->PulseGate();
+    voice->Envelope().Restart();
     alignas(64) std::array<std::array<float, blockSize>, 2> out{};
     float* outputs[] = {out[0].data(), out[1].data()};
     ProcessContext context;

@@ -4,11 +4,9 @@
 #include "bench/BenchSignals.h"
 #include "dsp/framework/RunChild.h"
 #include "dsp/math/DenormalGuard.h"
-#include "dsp/oscillators/PolyBlepPhaseGenBase.h"
+#include "dsp/oscillators/PolyBlepPhaseGen.h"
 #include "dsp/oscillators/PolyBlepPostFilter.h"
-#include "dsp/oscillators/PolyBlepSawBase.h"
-#include "dsp/oscillators/PolyBlepSquareBase.h"
-#include "dsp/oscillators/PolyBlepTriangleBase.h"
+#include "dsp/oscillators/PolyBlepShape.h"
 
 #include <benchmark/benchmark.h>
 
@@ -53,11 +51,11 @@ void RunBlock(M& module, const std::vector<const float*>& inputs, const std::vec
 
 void PrepareGenerator(PolyBlepPhaseGen& generator, float frequency, bool master, bool slave, bool fm) {
     generator.Initialize(sampleRate, blockSize);
-    generator.SetParameterValue(PolyBlepPhaseGen::on, 1.0F);
-    generator.SetParameterValue(PolyBlepPhaseGen::frequency, frequency);
-    generator.SetParameterValue(PolyBlepPhaseGen::hsMaster, master ? 1.0F : 0.0F);
-    generator.SetParameterValue(PolyBlepPhaseGen::hsSlave, slave ? 1.0F : 0.0F);
-    generator.SetParameterValue(PolyBlepPhaseGen::fmOn, fm ? 1.0F : 0.0F);
+    generator.SetParameterValue(PolyBlepPhaseGen::On, 1.0F);
+    generator.SetParameterValue(PolyBlepPhaseGen::Frequency, frequency);
+    generator.SetParameterValue(PolyBlepPhaseGen::HSMaster, master ? 1.0F : 0.0F);
+    generator.SetParameterValue(PolyBlepPhaseGen::HSSlave, slave ? 1.0F : 0.0F);
+    generator.SetParameterValue(PolyBlepPhaseGen::FMOn, fm ? 1.0F : 0.0F);
 }
 
 /// Arguments: master, slave, FM.
@@ -126,7 +124,7 @@ void Shape(benchmark::State& state) {
 void PostFilter(benchmark::State& state) {
     PolyBlepPostFilter filter;
     filter.Initialize(sampleRate, blockSize);
-    filter.SetParameterValue(PolyBlepPostFilter::on, 1.0F);
+    filter.SetParameterValue(PolyBlepPostFilter::On, 1.0F);
     Channels signal(1, 1);
     for (auto _ : state) {
         RunBlock(filter, {signal.At(0, 0)}, {signal.At(0, 0)});
@@ -143,9 +141,9 @@ void SawChain(benchmark::State& state) {
     PrepareGenerator(generator, static_cast<float>(state.range(0)), false, false, false);
     saw.Initialize(sampleRate, blockSize);
     filter.Initialize(sampleRate, blockSize);
-    saw.SetParameterValue(PolyBlepSaw::on, 1.0F);
-    saw.SetParameterValue(PolyBlepSaw::aaOn, 1.0F);
-    filter.SetParameterValue(PolyBlepPostFilter::on, 1.0F);
+    saw.SetParameterValue(PolyBlepSaw::On, 1.0F);
+    saw.SetParameterValue(PolyBlepSaw::AAOn, 1.0F);
+    filter.SetParameterValue(PolyBlepPostFilter::On, 1.0F);
     Channels work(7, 1);
     const std::vector<const float*> inputs{work.At(2, 0), work.At(3, 0), work.At(4, 0), work.At(5, 0)};
     const std::vector<float*> phases{work.At(0, 0), work.At(1, 0), work.At(2, 0), work.At(3, 0),

@@ -1,68 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// A voice under an open gate in double precision, but for its pitch: the ratio of an interval, the frequency
+// made of it and the width of a pulse are values in single precision, and a phase sums up their rounding.
 #pragma once
 
+#include "reference/MappingModel.h"
 #include "reference/SmootherModel.h"
 
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
+#include <numbers>
 #include <vector>
 
 namespace orphia_reference {
-
-struct EnvelopeParameters {
-    double attack = 0.002; ///< seconds, as are decay and release
-    double attackCurve = 0.0;
-    double decay = 0.0;
-    double decayCurve = 0.0;
-    double sustain = 1.0;
-    double release = 0.05;
-    double releaseCurve = -4.0;
-    bool releaseLink = false;
-    bool skipsSustain = false;
-    bool hardRetrig = true;
-    bool gate = false;
-};
-
-/// The envelope of a voice. The exponential of its curves is the approximation that defines them.
-struct EnvelopeModel {
-    EnvelopeModel(double sampleRate, std::size_t maxBlockSize);
-
-    /// Applies the gate and decides, for the whole block, whether its release is limited to 0..1.
-    void BeginBlock(const EnvelopeParameters& parameters, std::size_t frames);
-    double Step();
-
-    enum class Stage { Idle, Attack, Decay, Sustain, Release };
-    Stage stage = Stage::Idle;
-
-private:
-    struct Segment {
-        double increment = 1.0;
-        double curve = 0.0;
-        double norm = 0.0;
-
-        double At(double phase) const;
-    };
-    Segment MakeSegment(double seconds, double curve) const;
-    double RetriggerPhase() const;
-    double NextSustain();
-    double TimedStep(const Segment& segment, double sample, Stage next);
-
-    double rate;
-    Segment attack, decay, release;
-    double phase = 0.0;
-    double current = 0.0;
-    double lastOutput = 0.0;
-    bool wasOpen = false;
-    bool isCareful = false;
-    bool skipsSustain = false;
-    SmootherModel sustain;
-    std::size_t sustainSteps;
-    std::size_t sustainCounter = 0;
-    double sustainLine = 0.0;
-    double sustainIncrement = 0.0;
-    double sustainTarget = 0.0;
-    bool isFirstBlock = true;
-};
 
 enum class Waveform { Triangle, Saw, Square };
 
@@ -74,7 +25,6 @@ struct OscillatorParameters {
 };
 
 struct VoiceParameters {
-    EnvelopeParameters envelope;
     double frequency = 440.0;
     std::array<OscillatorParameters, 2> oscillators; ///< index 0 is oscillator 1
     double fine = 0.0;                               ///< of oscillator 2, semitones
@@ -94,48 +44,181 @@ struct PhaseFrame {
 
 /// One oscillator of a voice up to its level: waveform, flattening filter, low-pass and sine shaper.
 struct OscillatorModel {
-    explicit OscillatorModel(double sampleRate);
-
-    void BeginBlock(const OscillatorParameters& parameters, bool isFirstBlock);
+    explicit OscillatorModel(double sampleRate) : rate(sampleRate) {
+        level.Prepare(0.005, sampleRate);
+        drive.Prepare(0.005, sampleRate);
+    }
+    void BeginBlock(const OscillatorParameters& parameters, bool isFirstBlock) {
+        settings = parameters;
+        level.SetTarget(FromDb(settings.volumeDb));
+        drive.SetTarget(FromDb(KnobLaw{-12.0, 24.0, -6.0}.ToReal(settings.shape)));
+        if (isFirstBlock) {
+            level.Set(level.target);
+            drive.Set(drive.target);
+        }
+        g = std::tan(std::numbers::pi * (20000.0 - settings.shape * 19800.0) / rate);
+    }
     /// With a master the phase restarts at its wraps.
-    PhaseFrame Advance(double increment, const PhaseFrame* master);
-    double Shape(const PhaseFrame& at, bool synced);
+    PhaseFrame Advance(double increment, const PhaseFrame* master) {
+        const double before = phase;
+        if (master != nullptr && master->wrapped) {
+            phaseAtReset = Wrap(before + (1.0 - master->samplesSinceWrap) * increment);
+            phase = Wrap(increment * master->samplesSinceWrap);
+            return {phase, increment, true, master->samplesToWrap, master->samplesSinceWrap};
+        }
+        phase = Wrap(before + increment);
+        if (master != nullptr) {
+            return {phase, increment, false, master->samplesToWrap, master->samplesSinceWrap};
+        }
+        return {phase, increment, phase != before + increment, (1.0 - phase) / increment, phase / increment};
+    }
+    double Shape(const PhaseFrame& at, bool synced) {
+        const double inc = std::abs(at.increment);
+        switch (settings.waveform) {
+        case Waveform::Triangle:
+            return SineDrive(PostFilter(Triangle(at.phase, inc)));
+        case Waveform::Saw:
+            return SineDrive(LowPass(PostFilter(-(synced ? SyncedSaw(at) : Saw(at.phase, inc)))));
+        case Waveform::Square:
+            break;
+        }
+        return PostFilter(
+            Square(at.phase, inc, std::clamp(AsFloat(settings.shape * 0.47500002 + 0.5), 0.0, 1.0)));
+    }
+    static double AsFloat(double x) { return static_cast<double>(static_cast<float>(x)); }
+    static double FromDb(double db) { return std::pow(10.0, db * 0.05); }
 
     SmootherModel level;
 
 private:
-    double SyncedSaw(const PhaseFrame& at);
-    double PostFilter(double x);
-    double LowPass(double x);
-    double SineDrive(double x);
+    /// By rising power.
+    template <std::size_t N>
+    static double Polynomial(const std::array<double, N>& c, double x) {
+        double sum = 0.0;
+        for (std::size_t i = N; i-- > 0;) {
+            sum = sum * x + c[i];
+        }
+        return x < 2.0 ? sum : 0.0;
+    }
+    /// What a softened unit step lacks at x samples from its centre, and the same for a change of slope.
+    static double Step(double x) {
+        return Polynomial(
+            std::array{-1.0, 1.2420912, 0.082739435, -0.7522737, 0.37992996, -0.0577479, -0.00043589083}, x);
+    }
+    static double Bend(double x) {
+        return Polynomial(std::array{0.49667034, -1.0, 0.6210456, 0.02757981, -0.18806842, 0.07598599,
+                                     -0.00962465, -6.227012e-05},
+                          x);
+    }
+    static double Wrap(double x) { return x - std::floor(x); }
+    /// Of a fall by 2 where p wraps.
+    static double AtWrap(double p, double inc) { return Step((1.0 - p) / inc) - Step(p / inc); }
+    static double Saw(double p, double inc) { return 2.0 * p - 1.0 + AtWrap(p, inc); }
+    static double Square(double p, double inc, double w) {
+        return (p < w ? 1.0 : -1.0) - AtWrap(p, inc) + AtWrap(Wrap(p - w), inc);
+    }
+    /// Of equal slopes, which is the only triangle a voice makes.
+    static double Triangle(double p, double inc) {
+        const auto corner = [inc](double q) { return Bend(q / inc) + Bend((1.0 - q) / inc); };
+        return 1.0 - std::abs(4.0 * p - 2.0) + 4.0 * inc * (corner(p) - corner(Wrap(p - 0.5)));
+    }
+    /// Each jump within reach, of the reset or of the phase itself, is softened once; a wrap counts only on
+    /// its side of a reset. Nothing wraps within reach after the coming reset: a cycle is longer than two
+    /// frames.
+    double SyncedSaw(const PhaseFrame& at) const {
+        const double i = at.increment;
+        const double next = at.phase + at.samplesToWrap * i;
+        double y = 2.0 * at.phase - 1.0;
+        y += Step(at.samplesToWrap) * Wrap(next) - Step(at.samplesSinceWrap) * phaseAtReset;
+        y += next < 1.0 ? 0.0 : Step((1.0 - at.phase) / i);
+        y -= at.samplesSinceWrap * i - at.phase > 0.5 ? Step(at.phase / i) : 0.0;
+        y -= Step(at.samplesSinceWrap + phaseAtReset / i);
+        return std::clamp(y, -1.0, 1.0);
+    }
+    double PostFilter(double x) {
+        static constexpr std::array c{0.014249048, -0.05980679, 0.2597721, -0.8253973, 2.2223659};
+        std::shift_right(history.begin(), history.end(), 1);
+        history[0] = x;
+        double y = c[4] * history[4];
+        for (std::size_t k = 0; k < 4; ++k) {
+            y += c[k] * (history[k] + history[8 - k]);
+        }
+        return y;
+    }
+    /// Two integrators by the trapezoidal rule, of Butterworth damping.
+    double LowPass(double x) {
+        const double band = (s1 + g * (x - s2)) / ((g + 1.4142135) * g + 1.0);
+        const double low = s2 + g * band;
+        s1 = 2.0 * band - s1;
+        s2 = 2.0 * low - s2;
+        return low;
+    }
+    double SineDrive(double x) {
+        const double gain = drive.Next();
+        const double height = gain >= 1.0 ? 1.0 : std::sin(gain * std::numbers::pi / 2.0);
+        return std::sin(gain * x * std::numbers::pi / 2.0) / height;
+    }
 
     double rate;
     OscillatorParameters settings;
     double phase = 0.0;
     double phaseAtReset = 0.0;
     std::array<double, 9> history{};
-    double a1 = 0.0, a2 = 0.0, a3 = 0.0, s1 = 0.0, s2 = 0.0;
+    double g = 0.0, s1 = 0.0, s2 = 0.0;
     SmootherModel drive;
 };
 
-/// A whole voice in double precision, but for its pitch: the ratio of an interval, the frequency made of it
-/// and the width of a pulse are values in single precision, and a phase sums up their rounding.
 struct VoiceModel {
-    VoiceModel(double sampleRate, std::size_t maxBlockSize);
+    explicit VoiceModel(double sampleRate)
+        : rate(sampleRate), oscillators{OscillatorModel(sampleRate), OscillatorModel(sampleRate)} {}
 
     /// One channel of a block; both are equal.
-    std::vector<double> Process(const VoiceParameters& parameters, std::size_t frames);
-
-    static double Frequency(const VoiceParameters& parameters, std::size_t oscillator);
+    std::vector<double> Process(const VoiceParameters& p, std::size_t frames) {
+        fm.assign(frames, 0.0);
+        master.assign(frames, PhaseFrame{});
+        std::vector<double> out(frames, 0.0);
+        for (const std::size_t i : {1U, 0U}) {
+            oscillators[i].BeginBlock(p.oscillators[i], isFirstBlock);
+            AddOscillator(i, p, out);
+        }
+        isFirstBlock = false;
+        return out;
+    }
 
 private:
-    void AddOscillator(std::size_t index, const VoiceParameters& parameters, std::vector<double>& out);
+    static double Frequency(const VoiceParameters& p, std::size_t index) {
+        const double base = OscillatorModel::AsFloat(index == 0 || p.keyTrack ? p.frequency : 261.62558);
+        const double semitones = p.oscillators[index].coarse + (index == 0 ? 0.0 : p.fine);
+        const double ratio =
+            OscillatorModel::AsFloat(std::exp2(semitones * OscillatorModel::AsFloat(1.0 / 12.0)));
+        return OscillatorModel::AsFloat(std::clamp(base * ratio, 20.0, 20000.0));
+    }
+    void AddOscillator(std::size_t index, const VoiceParameters& p, std::vector<double>& out) {
+        OscillatorModel& oscillator = oscillators[index];
+        const bool isSlave = index == 0 && p.sync;
+        const double increment = Frequency(p, index) / rate;
+        std::vector<double> sound(out.size());
+        for (std::size_t n = 0; n < out.size(); ++n) {
+            const double i = increment + (index == 0 ? fm[n] / rate : 0.0);
+            const PhaseFrame at = oscillator.Advance(i, isSlave ? &master[n] : nullptr);
+            const double sample = oscillator.Shape(at, isSlave);
+            if (index == 1) {
+                master[n] = at;
+                fm[n] = sample * p.fmAmount * 20000.0;
+            }
+            sound[n] = sample * oscillator.level.Next();
+        }
+        // A level that has settled at the bottom of its range is silence for the whole block.
+        const double level = oscillator.level.current;
+        const bool isSilent = level == oscillator.level.target && level == OscillatorModel::FromDb(-70.0);
+        for (std::size_t n = 0; n < out.size() && !isSilent; ++n) {
+            out[n] += sound[n];
+        }
+    }
 
     double rate;
-    EnvelopeModel envelope;
     std::array<OscillatorModel, 2> oscillators;
-    std::vector<double> gains; ///< the envelope of the block
-    std::vector<double> fm;    ///< deviation in Hz
+    std::vector<double> fm; ///< deviation in Hz
     std::vector<PhaseFrame> master;
     bool isFirstBlock = true;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/oscillators/PolyBlepPhaseGenBase.h"
+#include "dsp/oscillators/PolyBlepPhaseGen.h"
 #include "rigs/ModuleRig.h"
 
 #include <algorithm>
@@ -20,7 +20,7 @@ using Settings = std::vector<std::pair<u32, float>>;
 template <class M>
 void Prepare(M& module, float rate, const Settings& settings) {
     module.Initialize(rate, 256);
-    module.SetParameterValue(M::on, 1.0F);
+    module.SetParameterValue(M::On, 1.0F);
     for (const auto& [id, value] : settings) {
         module.SetParameterValue(id, value);
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/envelopes/ADSR.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/Within.h"
 #include "dsp/vectors/Simd.h"
 
@@ -15,31 +16,18 @@ namespace {
 
 using simd::Float4;
 
-constexpr i32 linearMappingId = 1;
 constexpr float curveLimit = 20.0F;
 constexpr float infinity = std::numeric_limits<float>::infinity();
 
 std::vector<ModuleParam> Records() {
-    const auto curve = [](const char* curveName) {
-        return ModuleParam::Mapped(curveName, linearMappingId, -curveLimit, curveLimit, 0.0F);
+    const auto curve = [](const char* curveName, float start) {
+        return Declare::Linear(curveName, -curveLimit, curveLimit, start);
     };
-    std::vector<ModuleParam> records;
-    records.emplace_back("Attack");
-    records.push_back(curve("AttackCurve"));
-    records.emplace_back("Decay");
-    records.push_back(curve("DecayCurve"));
-    records.emplace_back("Sustain");
-    records.emplace_back("Release");
-    records.push_back(curve("ReleaseCurve"));
-    records.push_back(ModuleParam::Stepped("ReleaseLink", 2, 0.0F, 1.0F));
-    for (const char* rawName : {"ADRMode", "HardRetrig", "GateIn", "ControlRate"}) {
-        records.emplace_back(rawName);
-    }
-    records.push_back(ModuleParam::Stepped("OutState", 5, 0.0F, 1.0F));
-    records.emplace_back("OutStatePhase");
-    records[ADSR::releaseCurve].SetValue(-5.0F);
-    records[ADSR::hardRetrig].SetNormalized(1.0F);
-    return records;
+    return RecordsOf({Declare::Raw("Attack"), curve("AttackCurve", -curveLimit), Declare::Raw("Decay"),
+                      curve("DecayCurve", -curveLimit), Declare::Raw("Sustain"), Declare::Raw("Release"),
+                      curve("ReleaseCurve", -5.0F), Declare::Switch("ReleaseLink"), Declare::Raw("ADRMode"),
+                      Declare::Raw("HardRetrig", 1.0F), Declare::Raw("GateIn"), Declare::Raw("ControlRate"),
+                      Declare::Choice("OutState", 5), Declare::Raw("OutStatePhase")});
 }
 
 float FiniteOrZero(float x) { return std::isfinite(x) ? x : 0.0F; }
@@ -58,11 +46,11 @@ void ADSR::OnInitialize(float newSampleRate, u32 maxBlockSize) {
 }
 
 void ADSR::OnReset(bool /*hard*/) {
-    state = Idle;
+    stage = Stage::Idle;
     phase = 0.0F;
     lastOutput = 0.0F;
     WriteOutputParameters();
-    sustainSmoother.Set(FiniteOrZero(Value(sustain)));
+    sustainSmoother.Set(FiniteOrZero(Value(Sustain)));
 }
 
 bool ADSR::UpdateParameters(ProcessContext& context) {
@@ -86,51 +74,48 @@ bool ADSR::UpdateParameters(ProcessContext& context) {
 
 void ADSR::ReadStages(const ProcessContext& context) {
     const auto read = [&](u32 id) { return parameters[id].GetModulatedValue(context, id); };
-    attackStage.inc = AttackIncrement(read(attack));
-    attackStage.SetCurve(read(attackCurve));
-    decayStage.inc = DecayIncrement(read(decay));
-    decayStage.SetCurve(read(decayCurve));
-    if (Value(releaseLink) > 0.5F) {
+    const auto step = [&](u32 id, float atZero) {
+        return EnvelopeStage::PhaseStep(read(id) * sampleRate, atZero);
+    };
+    attackStage.inc = step(Attack, 1.0F);
+    attackStage.SetCurve(read(AttackCurve));
+    decayStage.inc = step(Decay, infinity);
+    decayStage.SetCurve(read(DecayCurve));
+    if (Value(ReleaseLink) > 0.5F) {
         releaseStage = decayStage;
     } else {
-        releaseStage.inc = ReleaseIncrement(read(release));
-        releaseStage.SetCurve(read(releaseCurve));
+        releaseStage.inc = step(Release, infinity);
+        releaseStage.SetCurve(read(ReleaseCurve));
     }
-}
-
-float ADSR::AttackIncrement(float time) const { return EnvelopeStage::PhaseStep(time * sampleRate, 1.0F); }
-float ADSR::DecayIncrement(float time) const { return EnvelopeStage::PhaseStep(time * sampleRate, infinity); }
-float ADSR::ReleaseIncrement(float time) const {
-    return EnvelopeStage::PhaseStep(time * sampleRate, infinity);
 }
 
 void ADSR::ReadSwitches() {
-    if (Changed(adrMode)) {
+    if (Changed(ADRMode)) {
         OnModeChanged();
     }
-    if (Changed(hardRetrig)) {
-        startsAtZero = Value(hardRetrig) > 0.5F;
+    if (Changed(HardRetrig)) {
+        startsAtZero = Value(HardRetrig) > 0.5F;
     }
-    if (Changed(gateIn)) {
+    if (Changed(GateIn)) {
         OnGateChanged();
     }
-    if (Changed(controlRate)) {
-        runsOncePerBlock = Value(controlRate) > 0.5F;
+    if (Changed(ControlRate)) {
+        runsOncePerBlock = Value(ControlRate) > 0.5F;
     }
 }
 
 void ADSR::OnModeChanged() {
-    skipsSustain = Value(adrMode) > 0.5F;
-    const bool nothingHolds = skipsSustain && state == Sustain;
-    const bool gateIsClosed = !(Value(gateIn) > 0.5F);
-    if ((nothingHolds || gateIsClosed) && state != Release) {
+    skipsSustain = Value(ADRMode) > 0.5F;
+    const bool nothingHolds = skipsSustain && stage == Stage::Sustain;
+    const bool gateIsClosed = !(Value(GateIn) > 0.5F);
+    if ((nothingHolds || gateIsClosed) && stage != Stage::Release) {
         EnterRelease();
     }
 }
 
 void ADSR::OnGateChanged() {
-    if (Value(gateIn) > 0.5F) {
-        state = Attack;
+    if (Value(GateIn) > 0.5F) {
+        stage = Stage::Attack;
         phase = startsAtZero ? 0.0F : ClampToUnit(RetriggerPhase());
         // In case the gate closes before a frame was rendered.
         current = lastOutput;
@@ -140,8 +125,8 @@ void ADSR::OnGateChanged() {
 }
 
 void ADSR::EnterRelease() {
-    if (state != Idle) {
-        state = Release;
+    if (stage != Stage::Idle) {
+        stage = Stage::Release;
     }
     phase = 0.0F;
 }
@@ -161,9 +146,14 @@ void ADSR::RenderSustain(float target, u32 frames) {
     }
 }
 
+void ADSR::Restart() {
+    SetGate(false);
+    SetGate(true);
+}
+
 bool ADSR::Process(ProcessContext& context) {
     if (context.numFrames > 0) {
-        RenderSustain(FiniteOrZero(parameters[sustain].GetModulatedValue(context, sustain)),
+        RenderSustain(FiniteOrZero(parameters[Sustain].GetModulatedValue(context, Sustain)),
                       context.numFrames);
         if (NeedsCare(context)) {
             RenderCarefully(context.outputs[0]);
@@ -177,28 +167,28 @@ bool ADSR::Process(ProcessContext& context) {
 
 /// Whether the block must be rendered frame by frame, because its stage may end or its time is moving.
 bool ADSR::NeedsCare(const ProcessContext& context) const {
-    const auto restless = [&](const EnvelopeStage& stage, u32 timeInput) {
-        return static_cast<float>(framesPerRun) * stage.inc + phase >= 1.0F ||
+    const auto restless = [&](const EnvelopeStage& timed, u32 timeInput) {
+        return static_cast<float>(framesPerRun) * timed.inc + phase >= 1.0F ||
                context.ActiveModulation(timeInput) != nullptr;
     };
-    return runsOncePerBlock || (state == Attack && restless(attackStage, attack)) ||
-           (state == Decay && restless(decayStage, decay)) ||
-           (state == Release && restless(releaseStage, release));
+    return runsOncePerBlock || (stage == Stage::Attack && restless(attackStage, Attack)) ||
+           (stage == Stage::Decay && restless(decayStage, Decay)) ||
+           (stage == Stage::Release && restless(releaseStage, Release));
 }
 
 /// Returns render(stage, level) for the timed stage that runs, 0 outside of one. level(progress, sustain)
 /// is the envelope; it takes single frames or four at once.
 template <class Render>
 u32 ADSR::WithRunningStage(Render render) {
-    switch (state) {
-    case Attack:
+    switch (stage) {
+    case Stage::Attack:
         return render(attackStage, [](auto bend, auto /*level*/) { return bend; });
-    case Decay:
+    case Stage::Decay:
         return render(decayStage, [](auto bend, auto level) {
             const decltype(bend) one(1.0F);
             return one - (one - level) * bend;
         });
-    case Release:
+    case Stage::Release:
         return render(releaseStage, [start = current](auto bend, auto /*level*/) {
             const decltype(bend) from(start);
             return from - from * bend;
@@ -212,21 +202,21 @@ void ADSR::RenderFast(float* out) {
     const u32 frames = framesPerRun;
     const float* levels = sustainBuffer.data();
     // The release is left as it comes.
-    const Float4 low(state == Release ? -infinity : 0.0F);
-    const Float4 high(state == Release ? infinity : 1.0F);
-    const u32 timed = WithRunningStage([&](const EnvelopeStage& stage, auto level) {
-        phase = stage.RenderFours(phase, out, frames, [=](u32 n, Float4 bend) {
+    const Float4 low(stage == Stage::Release ? -infinity : 0.0F);
+    const Float4 high(stage == Stage::Release ? infinity : 1.0F);
+    const u32 rendered = WithRunningStage([&](const EnvelopeStage& timed, auto level) {
+        phase = timed.RenderFours(phase, out, frames, [=](u32 n, Float4 bend) {
             return xsimd::min(xsimd::max(level(bend, Float4::load_aligned(levels + n)), low), high);
         });
         return frames;
     });
-    if (timed == 0 && state == Sustain) {
+    if (rendered == 0 && stage == Stage::Sustain) {
         std::copy_n(levels, frames, out);
-    } else if (timed == 0) {
+    } else if (rendered == 0) {
         std::fill_n(out, frames, 0.0F);
     }
     lastOutput = out[frames - 1];
-    if (state != Release && state != Idle) {
+    if (stage != Stage::Release && stage != Stage::Idle) {
         current = lastOutput;
     }
     phase = ClampToUnit(phase);
@@ -241,18 +231,18 @@ void ADSR::RenderCarefully(float* out) {
 
 /// Renders to the end of the stage or of the block, whichever comes first; returns the number of frames.
 u32 ADSR::RenderSegment(const float* levels, float* out, u32 frames) {
-    if (state == Attack && attackStage.inc >= 1.0F) {
+    if (stage == Stage::Attack && attackStage.inc >= 1.0F) {
         // An attack within one frame goes to the top at once.
         out[0] = current = 1.0F;
         FinishStage();
         return 1;
     }
-    const u32 timed = WithRunningStage(
-        [&](const EnvelopeStage& stage, auto level) { return RunToEnd(stage, level, levels, out, frames); });
-    if (timed > 0) {
-        return timed;
+    const u32 rendered = WithRunningStage(
+        [&](const EnvelopeStage& timed, auto level) { return RunToEnd(timed, level, levels, out, frames); });
+    if (rendered > 0) {
+        return rendered;
     }
-    if (state == Sustain) {
+    if (stage == Stage::Sustain) {
         std::transform(levels, levels + frames, out, ClampToUnit);
         current = levels[frames - 1];
     } else {
@@ -262,18 +252,18 @@ u32 ADSR::RenderSegment(const float* levels, float* out, u32 frames) {
 }
 
 template <class Level>
-u32 ADSR::RunToEnd(const EnvelopeStage& stage, Level level, const float* levels, float* out, u32 frames) {
-    const bool linear = stage.IsLinear();
+u32 ADSR::RunToEnd(const EnvelopeStage& timed, Level level, const float* levels, float* out, u32 frames) {
+    const bool linear = timed.IsLinear();
     float p = phase;
     float sample = 0.0F;
     u32 n = 0;
     do {
-        sample = level(linear ? p : stage.Bend(p), levels[n]);
+        sample = level(linear ? p : timed.Bend(p), levels[n]);
         out[n++] = ClampToUnit(sample);
-        p += stage.inc;
+        p += timed.inc;
     } while (n < frames && p < 1.0F);
     // A release stays anchored to the level at which it began.
-    if (state != Release) {
+    if (stage != Stage::Release) {
         current = sample;
     }
     phase = p;
@@ -285,18 +275,18 @@ u32 ADSR::RunToEnd(const EnvelopeStage& stage, Level level, const float* levels,
 
 void ADSR::FinishStage() {
     phase = 0.0F;
-    if (state == Attack) {
-        state = Decay;
-    } else if (state == Decay) {
-        state = skipsSustain ? Release : Sustain;
+    if (stage == Stage::Attack) {
+        stage = Stage::Decay;
+    } else if (stage == Stage::Decay) {
+        stage = skipsSustain ? Stage::Release : Stage::Sustain;
     } else {
-        state = Idle;
+        stage = Stage::Idle;
     }
 }
 
 void ADSR::WriteOutputParameters() {
-    parameters[outState].SetValue(static_cast<float>(state));
-    parameters[outStatePhase].SetValue(phase);
+    parameters[OutState].SetValue(static_cast<float>(stage));
+    parameters[OutStatePhase].SetValue(phase);
 }
 
 } // namespace Velmora::dsp

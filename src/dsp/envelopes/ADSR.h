@@ -22,29 +22,32 @@ namespace Velmora::dsp {
 /// No value can hold a stage for good: a time that is negative or not a number counts as 0.
 class ADSR final : public UnitModule {
 public:
-    static constexpr u32 attack = 0;
-    static constexpr u32 attackCurve = 1;
-    static constexpr u32 decay = 2;
-    static constexpr u32 decayCurve = 3;
-    static constexpr u32 sustain = 4;
-    static constexpr u32 release = 5;
-    static constexpr u32 releaseCurve = 6;
-    /// Above 0.5 the release takes time and curve of the decay.
-    static constexpr u32 releaseLink = 7;
-    /// Above 0.5 the decay passes straight into the release, whatever the gate does.
-    static constexpr u32 adrMode = 8;
-    /// Above 0.5 an opening gate starts at zero, otherwise at the present level.
-    static constexpr u32 hardRetrig = 9;
-    /// Open above 0.5.
-    static constexpr u32 gateIn = 10;
-    /// Above 0.5 a block yields one sample, at index 0.
-    static constexpr u32 controlRate = 11;
-    /// Written by the module after each block: the State, and the phase within it.
-    static constexpr u32 outState = 12;
-    static constexpr u32 outStatePhase = 13;
-    static constexpr u32 parameterCount = 14;
+    enum Parameter : u32 {
+        Attack,
+        AttackCurve,
+        Decay,
+        DecayCurve,
+        Sustain,
+        Release,
+        ReleaseCurve,
+        /// Above 0.5 the release takes time and curve of the decay.
+        ReleaseLink,
+        /// Above 0.5 the decay passes straight into the release, whatever the gate does.
+        ADRMode,
+        /// Above 0.5 an opening gate starts at zero, otherwise at the present level.
+        HardRetrig,
+        /// Open above 0.5.
+        GateIn,
+        /// Above 0.5 a block yields one sample, at index 0.
+        ControlRate,
+        /// Written by the module after each block: the Stage, and the phase within it.
+        OutState,
+        OutStatePhase,
+        ParameterCount
+    };
+    static constexpr u32 parameterCount = ParameterCount;
 
-    enum State : i32 { Idle = 0, Attack = 1, Decay = 2, Sustain = 3, Release = 4 };
+    enum class Stage : i32 { Idle, Attack, Decay, Sustain, Release };
 
     explicit ADSR(std::string moduleName = "ADSR");
 
@@ -54,6 +57,13 @@ public:
     bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
 
+    void SetGate(bool open) { SetParameterNormalized(GateIn, open ? 1.0F : 0.0F); }
+    bool IsGateOpen() { return GetParameterNormalized(GateIn) >= 0.5F; }
+    /// Opens the gate from the start, one that is open already too.
+    void Restart();
+    /// In one of its stages, as of the last block or reset.
+    bool IsRunning() const { return stage != Stage::Idle; }
+
 private:
     void ReadStages(const ProcessContext& context);
     void ReadSwitches();
@@ -61,9 +71,6 @@ private:
     void OnGateChanged();
     void EnterRelease();
 
-    float AttackIncrement(float time) const;
-    float DecayIncrement(float time) const;
-    float ReleaseIncrement(float time) const;
     void RenderSustain(float target, u32 frames);
 
     float RetriggerPhase() const;
@@ -75,7 +82,7 @@ private:
     void RenderCarefully(float* out);
     u32 RenderSegment(const float* levels, float* out, u32 frames);
     template <class Level>
-    u32 RunToEnd(const EnvelopeStage& stage, Level level, const float* levels, float* out, u32 frames);
+    u32 RunToEnd(const EnvelopeStage& timed, Level level, const float* levels, float* out, u32 frames);
     void FinishStage();
     void WriteOutputParameters();
 
@@ -83,7 +90,7 @@ private:
     bool runsOncePerBlock = false;
     bool skipsSustain = false;
     bool startsAtZero = true;
-    i32 state = Idle;
+    Stage stage = Stage::Idle;
     float phase = 0.0F;
     /// The last level before clamping; a release stays anchored to the one at which it began.
     float current = 0.0F;

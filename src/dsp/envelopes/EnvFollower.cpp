@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/envelopes/EnvFollower.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/Decibels.h"
 #include "dsp/vectors/SilenceFaults.h"
 
@@ -16,10 +17,7 @@ namespace {
 using simd::Double2;
 using simd::Float4;
 
-constexpr float shortestTime = 0.001F;
-constexpr float longestTime = 5.0F;
 constexpr float longestWindowMs = 100.0F;
-constexpr float largestGain = 100.0F;
 /// Below these, what is left is rounding.
 constexpr double sumFloor = 1e-10;
 constexpr float envelopeFloor = 1e-06F;
@@ -27,26 +25,13 @@ constexpr float envelopeFloor = 1e-06F;
 constexpr float noThreshold = -1.0F;
 constexpr u32 groupSize = 4;
 
-ModuleParam Linear(const char* parameterName, float minimum, float maximum, float start) {
-    ModuleParam param = ModuleParam::Mapped(parameterName, 1, minimum, maximum, 0.0F);
-    param.SetValue(start);
-    return param;
-}
-
 std::vector<ModuleParam> Records() {
-    std::vector<ModuleParam> records;
-    records.push_back(Linear("Attack", shortestTime, longestTime, 0.005F));
-    records.push_back(Linear("Release", shortestTime, longestTime, 0.01F));
-    records.push_back(Linear("RMSWindowDurationMs", 0.0F, longestWindowMs, 10.0F));
-    records.push_back(Linear("FixedLinearGain", 0.0F, largestGain, 1.4142135F));
-    records.emplace_back("StereoInput");
-    records.push_back(Linear("Threshold", -120.0F, 0.0F, -120.0F));
-    records.emplace_back("ThresholdActive");
-    return records;
+    return RecordsOf(
+        {Declare::Linear("Attack", 0.001F, 5.0F, 0.005F), Declare::Linear("Release", 0.001F, 5.0F, 0.01F),
+         Declare::Linear("RMSWindowDurationMs", 0.0F, longestWindowMs, 10.0F),
+         Declare::Linear("FixedLinearGain", 0.0F, 100.0F, 1.4142135F), Declare::Raw("StereoInput"),
+         Declare::Linear("Threshold", -120.0F, 0.0F, -120.0F), Declare::Raw("ThresholdActive")});
 }
-
-/// Setters take any number; what is not one becomes the low end.
-float Within(float value, float low, float high) { return value > low ? std::min(value, high) : low; }
 
 /// A duration in whole samples, at least 1.
 u32 WindowSamples(float milliseconds, float sampleRate) {
@@ -176,37 +161,36 @@ bool EnvFollower::UpdateParameters(ProcessContext& /*context*/) {
     if (!anyParameterChanged) {
         return true;
     }
-    if (Changed(attack)) {
-        attackCoefficient = StepCoefficient(Value(attack));
+    if (Changed(Attack)) {
+        attackCoefficient = StepCoefficient(HeldValue(Attack));
     }
-    if (Changed(release)) {
-        releaseCoefficient = StepCoefficient(Value(release));
+    if (Changed(Release)) {
+        releaseCoefficient = StepCoefficient(HeldValue(Release));
     }
-    if (Changed(stereoInput)) {
-        isStereo = GetParameterNormalized(stereoInput) > 0.5F;
+    if (Changed(StereoInput)) {
+        isStereo = GetParameterNormalized(StereoInput) > 0.5F;
     }
-    if (Changed(rmsWindowDurationMs)) {
+    if (Changed(RMSWindowDurationMs)) {
         UpdateWindow();
     }
-    if (Changed(fixedLinearGain)) {
-        gain = Within(Value(fixedLinearGain), 0.0F, largestGain);
+    if (Changed(FixedLinearGain)) {
+        gain = HeldValue(FixedLinearGain);
     }
-    if (Changed(threshold) || Changed(thresholdActive)) {
-        thresholdLevel = DecibelsToGain(Value(threshold));
-        isThresholdActive = GetParameterNormalized(thresholdActive) > 0.0F;
+    if (Changed(Threshold) || Changed(ThresholdActive)) {
+        thresholdLevel = DecibelsToGain(Value(Threshold));
+        isThresholdActive = GetParameterNormalized(ThresholdActive) > 0.0F;
     }
     return true;
 }
 
 /// Five time constants in the given time.
 float EnvFollower::StepCoefficient(float seconds) const {
-    const double samples = static_cast<double>(Within(seconds, shortestTime, longestTime)) * sampleRate;
+    const double samples = static_cast<double>(seconds) * sampleRate;
     return static_cast<float>(-std::expm1(-5.0 / samples));
 }
 
 void EnvFollower::UpdateWindow() {
-    const float milliseconds = Within(Value(rmsWindowDurationMs), 0.0F, longestWindowMs);
-    windowLength = std::min(WindowSamples(milliseconds, sampleRate), longestWindow);
+    windowLength = std::min(WindowSamples(HeldValue(RMSWindowDurationMs), sampleRate), longestWindow);
     usesRms = windowLength > 1;
     inverseWindowLength = 1.0 / windowLength;
     OnReset(false);

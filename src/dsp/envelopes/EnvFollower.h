@@ -19,20 +19,23 @@ namespace Velmora::dsp {
 /// A sample that is not a number, infinite or absurdly large counts as 0.
 class EnvFollower final : public UnitModule {
 public:
-    static constexpr u32 parameterCount = 7;
-
-    /// Seconds, 0.001 to 5.
-    static constexpr u32 attack = 0;
-    static constexpr u32 release = 1;
-    /// Milliseconds, 0 to 100; below two samples the peaks are taken. A change clears the envelope.
-    static constexpr u32 rmsWindowDurationMs = 2;
-    /// Factor, 0 to 100.
-    static constexpr u32 fixedLinearGain = 3;
-    /// Above 0.5 both inputs are averaged after rectification.
-    static constexpr u32 stereoInput = 4;
-    /// Decibels, -120 to 0. What does not exceed it counts as silence: the RMS before the gain, peaks after.
-    static constexpr u32 threshold = 5;
-    static constexpr u32 thresholdActive = 6;
+    enum Parameter : u32 {
+        /// Seconds, 0.001 to 5.
+        Attack,
+        Release,
+        /// Milliseconds, 0 to 100; below two samples the peaks are taken. A change clears the envelope.
+        RMSWindowDurationMs,
+        /// Factor, 0 to 100.
+        FixedLinearGain,
+        /// Above 0.5 both inputs are averaged after rectification.
+        StereoInput,
+        /// Decibels, -120 to 0. What does not exceed it counts as silence: the RMS before the gain, peaks
+        /// after.
+        Threshold,
+        ThresholdActive,
+        ParameterCount
+    };
+    static constexpr u32 parameterCount = ParameterCount;
 
     explicit EnvFollower(std::string moduleName = "EnvFollower");
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/lfo/LFO.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/FastExponential.h"
 #include "dsp/math/Xorshift.h"
 
@@ -14,26 +15,13 @@ namespace {
 
 constexpr float cyclesPerDegree = 0.0027777778F;
 
-ModuleParam Raw(const char* parameterName, float start) {
-    ModuleParam param(parameterName);
-    param.SetNormalized(start);
-    return param;
-}
-
 std::vector<ModuleParam> ShapeRecords() {
-    std::vector<ModuleParam> records;
-    records.push_back(ModuleParam::Stepped("Waveform", 6, 0.0F, 1.0F));
-    records.push_back(Raw("Amp", 1.0F));
-    records.push_back(Raw("Smooth", 0.0F));
-    records.push_back(ModuleParam::Stepped("SmoothRateLinked", 2, 0.0F, 1.0F));
-    records.push_back(Raw("Fade", 0.0F));
-    records.emplace_back("Stereo");
-    records.push_back(ModuleParam::Mapped("StereoSpread", 1, 0.0F, 360.0F, 0.0F));
-    records.push_back(ModuleParam::Stepped("SnHStereoMode", 2, 0.0F, 1.0F));
-    records.push_back(Raw("Unipolar", 0.0F));
-    records.emplace_back("CurrentPhaseFeedback");
-    records.push_back(ModuleParam::Mapped("CurrentValueLFeedback", 1, -1.0F, 1.0F, 0.0F));
-    return records;
+    return RecordsOf({Declare::Choice("Waveform", LFO::WaveformCount), Declare::Raw("Amp", 1.0F),
+                      Declare::Raw("Smooth"), Declare::Switch("SmoothRateLinked"), Declare::Raw("Fade"),
+                      Declare::Raw("Stereo"), Declare::Linear("StereoSpread", 0.0F, 360.0F),
+                      Declare::Choice("SnHStereoMode", 2), Declare::Raw("Unipolar"),
+                      Declare::Raw("CurrentPhaseFeedback"),
+                      Declare::Linear("CurrentValueLFeedback", -1.0F, 1.0F)});
 }
 
 float FiniteOrZero(float x) { return std::isfinite(x) ? x : 0.0F; }
@@ -49,7 +37,8 @@ void RenderShape(const float* phases, float* out, u32 frames, float offset, Shap
 } // namespace
 
 LFO::LFO(std::string moduleName)
-    : IGenerator(std::move(moduleName), 3, maxChannels, ShapeRecords()), rngState(Xorshift::ClockSeed()) {}
+    : CycleGenerator(std::move(moduleName), 3, maxChannels, ShapeRecords()), rngState(Xorshift::ClockSeed()) {
+}
 
 void LFO::Seed(u32 seed) {
     rngState = Xorshift::UsableState(seed);
@@ -57,14 +46,14 @@ void LFO::Seed(u32 seed) {
 }
 
 void LFO::OnInitialize(float rate, u32 maxBlockSize) {
-    IGenerator::OnInitialize(rate, maxBlockSize);
+    CycleGenerator::OnInitialize(rate, maxBlockSize);
     blockSize = maxBlockSize;
     PrepareRunLength();
 }
 
 /// Smoothers and fade count in steps.
 void LFO::PrepareRunLength() {
-    const u32 framesPerStep = Value(controlRate) >= 0.5F ? blockSize : 1;
+    const u32 framesPerStep = Value(ControlRate) >= 0.5F ? blockSize : 1;
     fadeRunLength = static_cast<float>(framesPerStep);
     for (SmootherLPF& smoother : smoothers) {
         smoother.Prepare(sampleRate, framesPerStep);
@@ -72,7 +61,7 @@ void LFO::PrepareRunLength() {
 }
 
 void LFO::OnReset(bool hard) {
-    IGenerator::OnReset(hard);
+    CycleGenerator::OnReset(hard);
     for (SmootherLPF& smoother : smoothers) {
         smoother.Reset(0.0F, 0.0F);
     }
@@ -81,9 +70,9 @@ void LFO::OnReset(bool hard) {
 }
 
 void LFO::Retrigger() {
-    IGenerator::Retrigger();
+    CycleGenerator::Retrigger();
     DrawHeldValues();
-    fadeValue = Value(fade) > 0.0F ? 0.0F : 1.0F;
+    fadeValue = Value(Fade) > 0.0F ? 0.0F : 1.0F;
 }
 
 void LFO::DrawHeldValues() { snh[0] = snh[1] = Draw(); }
@@ -95,38 +84,38 @@ float LFO::Draw() {
 }
 
 bool LFO::UpdateParameters(ProcessContext& context) {
-    IGenerator::UpdateParameters(context);
+    CycleGenerator::UpdateParameters(context);
     if (!anyParameterChanged) {
         return true;
     }
-    if (Changed(controlRate)) {
+    if (Changed(ControlRate)) {
         PrepareRunLength();
     }
-    if (Changed(stereo)) {
-        shape.channels = Value(stereo) > 0.5F ? 2 : 1;
+    if (Changed(Stereo)) {
+        shape.channels = Value(Stereo) > 0.5F ? 2 : 1;
     }
-    if (Changed(waveform)) {
-        shape.waveform = StepOf(Value(waveform), 6);
+    if (Changed(Waveform)) {
+        shape.waveform = ToIndex(Value(Waveform), WaveformCount);
     }
-    if (Changed(snhStereoMode)) {
-        shape.snhMode = StepOf(Value(snhStereoMode), 2);
+    if (Changed(SnHStereoMode)) {
+        shape.snhMode = ToIndex(Value(SnHStereoMode), 2);
     }
-    if (Changed(smooth) || Changed(smoothRateLinked)) {
-        shape.smoothLinked = Value(smoothRateLinked) > 0.5F;
+    if (Changed(Smooth) || Changed(SmoothRateLinked)) {
+        shape.smoothLinked = Value(SmoothRateLinked) > 0.5F;
         if (!shape.smoothLinked) {
-            SetSmoothTime(Value(smooth));
+            SetSmoothTime(Value(Smooth));
         }
     }
-    if (Changed(fade) || Changed(controlRate)) {
-        const float seconds = Value(fade);
+    if (Changed(Fade) || Changed(ControlRate)) {
+        const float seconds = Value(Fade);
         if (seconds > 0.0F) {
             fadeStep = fadeRunLength / (seconds * sampleRate);
         } else {
             fadeValue = 1.0F;
         }
     }
-    if (Changed(unipolar)) {
-        shape.unipolar = Value(unipolar) > 0.5F;
+    if (Changed(Unipolar)) {
+        shape.unipolar = Value(Unipolar) > 0.5F;
     }
     return true;
 }
@@ -146,7 +135,7 @@ void LFO::SetSmoothTime(float seconds) {
 /// Synced rates are bars of four beats.
 void LFO::LinkSmoothTime() {
     const float rate = rateBuffer[0];
-    SetSmoothTime(Value(smooth) / (cycle.synced ? 0.004166667F / rate * tempo : rate));
+    SetSmoothTime(Value(Smooth) / (cycle.synced ? 0.004166667F / rate * tempo : rate));
 }
 
 void LFO::Render(const ProcessContext& context) {
@@ -155,7 +144,7 @@ void LFO::Render(const ProcessContext& context) {
     if (channelCount == 0) {
         return;
     }
-    const float amplitude = FiniteOrZero(parameters[amp].GetModulatedValue(context, amplitudeInput));
+    const float amplitude = FiniteOrZero(parameters[Amp].GetModulatedValue(context, amplitudeInput));
     if (shape.smoothLinked) {
         LinkSmoothTime();
     }
@@ -174,8 +163,8 @@ void LFO::Render(const ProcessContext& context) {
         fadeValue += static_cast<float>(frames) * fadeStep;
     }
     // Straight into the records: what a block reports is no change of a parameter.
-    parameters[currentPhaseFeedback].SetValue(Fold(offset + phaseBuffer[0]));
-    parameters[currentValueLFeedback].SetValue(context.outputs[0][0]);
+    parameters[CurrentPhaseFeedback].SetValue(Fold(offset + phaseBuffer[0]));
+    parameters[CurrentValueLFeedback].SetValue(context.outputs[0][0]);
 }
 
 /// In cycles, not below 0.
@@ -183,12 +172,12 @@ float LFO::PhaseOffset(const ProcessContext& context) {
     if (context.ActiveModulation(phaseInput) == nullptr) {
         return 0.0F;
     }
-    const float moved = parameters[phaseInit].GetModulatedValue(context, phaseInput) - Value(phaseInit);
+    const float moved = parameters[PhaseInit].GetModulatedValue(context, phaseInput) - Value(PhaseInit);
     return FiniteOrZero(moved * cyclesPerDegree + 1.0F);
 }
 
 /// Of the second channel, in cycles.
-float LFO::Spread() { return FiniteOrZero(Value(stereoSpread) * cyclesPerDegree); }
+float LFO::Spread() { return FiniteOrZero(Value(StereoSpread) * cyclesPerDegree); }
 
 void LFO::RenderWave(float* out, u32 frames, float offset) const {
     const float* phases = phaseBuffer.data();

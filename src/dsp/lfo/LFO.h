@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/lfo/IGenerator.h"
+#include "dsp/lfo/CycleGenerator.h"
 #include "dsp/smoothing/SmootherLPF.h"
 
 #include <string>
@@ -14,34 +14,31 @@ namespace Velmora::dsp {
 /// Input 0 modulates the rate, 1 the amplitude, 2 shifts the phase; each counts by its first sample and
 /// only where it is marked as active. Outputs: one channel, or two with Stereo, -1 to 1 times the amplitude
 /// or 0 to 1 times it with Unipolar. With ControlRate only the first frame of an output is written.
-class LFO final : public IGenerator {
+class LFO final : public CycleGenerator {
 public:
-    enum Waveform : u32 {
-        Sine = 0,
-        Triangle = 1,
-        FallingSaw = 2,
-        RisingSaw = 3,
-        Square = 4,
-        SampleAndHold = 5
-    };
+    enum WaveformValue : u32 { Sine, Triangle, FallingSaw, RisingSaw, Square, SampleAndHold, WaveformCount };
 
-    static constexpr u32 waveform = 14;
-    static constexpr u32 amp = 15;
-    /// Seconds, or cycles with SmoothRateLinked.
-    static constexpr u32 smooth = 16;
-    static constexpr u32 smoothRateLinked = 17;
-    /// Seconds.
-    static constexpr u32 fade = 18;
-    static constexpr u32 stereo = 19;
-    /// Degrees.
-    static constexpr u32 stereoSpread = 20;
-    /// Sample and hold in the second channel: 0 delayed by the spread, 1 mirrored.
-    static constexpr u32 snhStereoMode = 21;
-    static constexpr u32 unipolar = 22;
-    /// Written by each block: the phase and the value of its first frame.
-    static constexpr u32 currentPhaseFeedback = 23;
-    static constexpr u32 currentValueLFeedback = 24;
-    static constexpr u32 parameterCount = 25;
+    enum Parameter : u32 {
+        /// A WaveformValue.
+        Waveform = GeneratorParameterCount,
+        Amp,
+        /// Seconds, or cycles with SmoothRateLinked.
+        Smooth,
+        SmoothRateLinked,
+        /// Seconds.
+        Fade,
+        Stereo,
+        /// Degrees.
+        StereoSpread,
+        /// Sample and hold in the second channel: 0 delayed by the spread, 1 mirrored.
+        SnHStereoMode,
+        Unipolar,
+        /// Written by each block: the phase and the value of its first frame.
+        CurrentPhaseFeedback,
+        CurrentValueLFeedback,
+        ParameterCount
+    };
+    static constexpr u32 parameterCount = ParameterCount;
 
     /// Starts at a point of the random sequence that the system clock chooses.
     explicit LFO(std::string moduleName = "LFO");

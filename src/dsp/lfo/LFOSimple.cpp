@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/lfo/LFOSimple.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/QuarterTurnSine.h"
 #include "dsp/math/SyncRates.h"
 #include "dsp/math/Within.h"
@@ -23,20 +24,6 @@ constexpr float fastestHz = 100.0F;
 constexpr double lockSeconds = 0.03;
 constexpr float longestBeats = 32.0F;
 
-std::vector<ModuleParam> Records() {
-    constexpr i32 linear = 1;
-    constexpr i32 exponential = 4;
-    // The natural logarithm of the range: the same way for each octave.
-    constexpr float rateShape = 6.9077554F;
-    std::vector<ModuleParam> records;
-    records.push_back(ModuleParam::Mapped("Rate", exponential, 0.02F, 20.0F, rateShape));
-    records.back().SetValue(0.7F);
-    records.push_back(ModuleParam::Stepped("RateType", LFOSimple::RateTypeCount, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Stepped("Shape", LFOSimple::ShapeCount, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Mapped("Phase", linear, 0.0F, 360.0F, 0.0F));
-    return records;
-}
-
 /// For arguments within one cycle of the first.
 Float4 Fraction(Float4 turns) {
     const Float4 positive = xsimd::select(turns < Float4(0.0F), turns + 1.0F, turns);
@@ -45,7 +32,11 @@ Float4 Fraction(Float4 turns) {
 
 } // namespace
 
-LFOSimple::LFOSimple(std::string moduleName) : UnitModule(std::move(moduleName), 0, 2, Records()) {}
+LFOSimple::LFOSimple(std::string moduleName)
+    : UnitModule(std::move(moduleName), 0, 2,
+                 RecordsOf({Declare::Logarithmic("Rate", 0.02F, 20.0F, 0.7F),
+                            Declare::Choice("RateType", RateTypeCount), Declare::Choice("Shape", ShapeCount),
+                            Declare::Linear("Phase", 0.0F, 360.0F)})) {}
 
 void LFOSimple::OnInitialize(float rateHz, u32 /*maxBlockSize*/) { sampleRate = static_cast<double>(rateHz); }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/oscillators/NoiseGenerator.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/Within.h"
 #include "dsp/math/Xorshift.h"
 
@@ -16,13 +17,6 @@ namespace {
 /// 1 / 44100: levels are told relative to that rate.
 constexpr float inverseReferenceRate = 2.2675737e-05F;
 
-std::vector<ModuleParam> Records() {
-    std::vector<ModuleParam> records;
-    records.push_back(ModuleParam::Stepped("NoiseType", 6, 0.0F, 1.0F));
-    records.emplace_back("NoiseColor");
-    return records;
-}
-
 void ClampBlock(float* buffer, u32 count) {
     for (u32 n = 0; n < count; ++n) {
         const float below = buffer[n] < 1.0F ? buffer[n] : 1.0F;
@@ -33,7 +27,9 @@ void ClampBlock(float* buffer, u32 count) {
 } // namespace
 
 NoiseGenerator::NoiseGenerator(std::string moduleName)
-    : UnitModule(std::move(moduleName), 1, 1, Records()), rngState(Xorshift::ClockSeed()) {}
+    : UnitModule(std::move(moduleName), 1, 1,
+                 RecordsOf({Declare::Choice("NoiseType", TypeCount), Declare::Raw("NoiseColor")})),
+      rngState(Xorshift::ClockSeed()) {}
 
 void NoiseGenerator::Seed(u32 seed) { rngState = Xorshift::UsableState(seed); }
 
@@ -116,16 +112,15 @@ bool NoiseGenerator::UpdateParameters(ProcessContext& /*context*/) {
     if (!anyParameterChanged) {
         return true;
     }
-    if (Changed(noiseType)) {
-        const float value = Value(noiseType);
-        const i32 newType = std::isnan(value) ? type : static_cast<i32>(std::clamp(value, 0.0F, 5.0F));
+    if (Changed(NoiseType)) {
+        const u32 newType = ToIndex(Value(NoiseType), TypeCount);
         if (newType != type) {
             type = newType;
             ClearStates();
         }
     }
-    if (Changed(noiseColor)) {
-        color = parameters[noiseColor].GetNormalized();
+    if (Changed(NoiseColor)) {
+        color = parameters[NoiseColor].GetNormalized();
     }
     return true;
 }
@@ -226,10 +221,8 @@ void NoiseGenerator::FilterBlue(float* buffer, u32 count) {
 }
 
 float NoiseGenerator::MorphPosition(const ProcessContext& context) const {
-    if (context.numInputs == 0 || context.inputs[0] == nullptr) {
-        return ClampToUnit(color);
-    }
-    return ClampToUnit(color + context.inputs[0][0]);
+    const float* offset = context.InputOrNull(0);
+    return ClampToUnit(offset != nullptr ? color + offset[0] : color);
 }
 
 void NoiseGenerator::RenderMorph(float position, float* out, u32 count) {

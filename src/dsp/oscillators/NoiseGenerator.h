@@ -16,11 +16,10 @@ namespace Velmora::dsp {
 /// sample; no other kind reads it.
 class NoiseGenerator final : public UnitModule {
 public:
-    enum Type : i32 { Blue = 0, White = 1, Pink = 2, Red = 3, DeepRed = 4, Morph = 5 };
+    enum Type : u32 { Blue, White, Pink, Red, DeepRed, Morph, TypeCount };
 
-    static constexpr u32 noiseType = 0;
-    static constexpr u32 noiseColor = 1;
-    static constexpr u32 parameterCount = 2;
+    enum Parameter : u32 { NoiseType, NoiseColor, ParameterCount };
+    static constexpr u32 parameterCount = ParameterCount;
 
     /// Starts at a point of the white sequence that the system clock chooses.
     explicit NoiseGenerator(std::string moduleName = "NoiseGenerator");
@@ -52,7 +51,7 @@ private:
     /// Not finite when any state is not.
     float SumOfStates() const;
 
-    i32 type = White;
+    u32 type = White;
     /// Position of the morph, 0 to 1.
     float color = 0.0F;
     u32 rngState;

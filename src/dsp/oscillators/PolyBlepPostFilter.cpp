@@ -42,9 +42,9 @@ void PolyBlepPostFilter::OnInitialize(float /*sampleRate*/, u32 /*maxBlockSize*/
 void PolyBlepPostFilter::OnReset(bool /*hard*/) { history.fill(0.0F); }
 
 bool PolyBlepPostFilter::UpdateParameters(ProcessContext& /*context*/) {
-    if (anyParameterChanged && Changed(on)) {
+    if (anyParameterChanged && Changed(On)) {
         const bool wasOn = isOn;
-        isOn = Value(on) >= 0.5F;
+        isOn = Value(On) >= 0.5F;
         if (isOn && !wasOn) {
             history.fill(0.0F);
         }

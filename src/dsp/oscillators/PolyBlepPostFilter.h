@@ -15,8 +15,8 @@ namespace Velmora::dsp {
 /// Input 0 and output 0 may be the same buffer.
 class PolyBlepPostFilter final : public UnitModule {
 public:
-    static constexpr u32 on = 0;
-    static constexpr u32 parameterCount = 1;
+    enum Parameter : u32 { On, ParameterCount };
+    static constexpr u32 parameterCount = ParameterCount;
 
     explicit PolyBlepPostFilter(std::string moduleName = "PolyBlepPostFilter");
 

@@ -2,50 +2,59 @@
 #pragma once
 
 #include "dsp/framework/UnitModule.h"
-#include "dsp/oscillators/PolyBlepReset.h"
+#include "dsp/vectors/Simd.h"
 #include "support/platform/Types.h"
 
-#include <algorithm>
 #include <string>
-#include <vector>
 
 namespace Velmora::dsp {
 
-/// What the band-limited shapes share: they read the outputs of a PolyBlepPhaseGen and give one waveform
-/// in -1..1.
+enum class BandLimitedWave : u32 { Saw, Square, Triangle };
+
+/// A waveform in -1..1 without audible aliasing, from the outputs of a PolyBlepPhaseGen.
+///
+/// Saw: rises, 2 p - 1, its jump smoothed by the step residual. Square: +1 while the phase is below the pulse
+/// width, else -1; the width is 0 to 1. Triangle: from -1 at phase 0 up to +1 at the width, and back to -1 at
+/// phase 1, its corners smoothed by the integrated residual; the width is 0.001 to 0.999.
 ///
 /// Inputs: 0 phase, 1 increment per sample, 2 reset flags, 3 samples to wrap, 4 samples since wrap, and for
-/// shapes with a width 5 pulse width. Inputs 2 to 4 are read only with "HSSlave" on, input 5 only with
-/// "PWMOn" on; they may be null or absent. Without "FMOn" the first increment holds for the whole block.
-/// Output 0 may be the buffer of an input. "Off" gives 0; with "AAOn" off the plain waveform comes out.
-class PolyBlepShape : public UnitModule {
+/// waves with a width 5 pulse width, of which the triangle takes the fraction. Inputs 2 to 4 are read only
+/// with "HSSlave" on, input 5 only with "PWMOn" on; they may be null or absent. Without "FMOn" the first
+/// increment holds for the whole block. Output 0 may be the buffer of an input. "Off" gives 0; with "AAOn"
+/// off the plain waveform comes out.
+template <BandLimitedWave Wave>
+class PolyBlepShape final : public UnitModule {
 public:
+    static constexpr bool hasWidth = Wave != BandLimitedWave::Saw;
+
+    /// A wave without a width has neither PulseWidth nor PWMOn.
+    enum Parameter : u32 {
+        On,
+        HSSlave,
+        HSPhase0,
+        AAOn,
+        PulseWidth,
+        PWMOn,
+        FMOn = hasWidth ? PWMOn + 1 : PulseWidth,
+        ParameterCount
+    };
+    static constexpr u32 parameterCount = ParameterCount;
+
+    explicit PolyBlepShape(std::string moduleName = "PolyBlepShape");
+
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
+    bool UpdateParameters(ProcessContext& context) override;
+    bool Process(ProcessContext& context) override;
 
-protected:
+private:
     using Float4 = simd::Float4;
 
-    /// The ids that all shapes have, each in its own order.
-    struct FlagIds {
-        u32 on;
-        u32 hsSlave;
-        u32 hsPhase0;
-        u32 aaOn;
-        u32 fmOn;
-    };
-
-    PolyBlepShape(std::string moduleName, u32 inputCount, const std::vector<std::string>& parameterNames);
-
     bool ReadFlag(u32 id) { return Value(id) >= 0.5F; }
-    void ReadFlags(const FlagIds& ids);
-
     /// Renders a block with the loop that the flags ask for. waveAt(n) gives the wave of the four frames from
     /// n on: its Value at phases, its Correction away from resets, and its CorrectionNearReset.
     template <class WaveAt>
     void Render(const ProcessContext& context, WaveAt waveAt);
-
-private:
     template <class WaveAt>
     static void RenderPlain(const ProcessContext& context, WaveAt waveAt);
     template <bool Sync, bool Fm, class WaveAt>
@@ -55,12 +64,13 @@ private:
     void ForgetReset();
     /// The phase just before the last reset as each of four frames sees it.
     Float4 FollowResets(const float* flags, const float* samplesSince, Float4 phases, Float4 increments);
-    static bool HasResetInputs(const ProcessContext& context);
 
     bool isOn = false;
     bool isSlave = false;
     bool isAntiAliased = false;
     bool isModulated = false;
+    bool isWidthModulated = false;
+    float width = 0.0F;
     float startPhase = 0.0F;
     /// Just before the last reset.
     float lastPhase = 0.0F;
@@ -68,57 +78,12 @@ private:
     float previousPhase = 0.0F;
 };
 
-template <class WaveAt>
-void PolyBlepShape::Render(const ProcessContext& context, WaveAt waveAt) {
-    if (!isOn || context.numFrames == 0) {
-        std::fill_n(context.outputs[0], context.numFrames, 0.0F);
-    } else if (!isAntiAliased) {
-        RenderPlain(context, waveAt);
-    } else if (isSlave && HasResetInputs(context)) {
-        isModulated ? RenderAntiAliased<true, true>(context, waveAt)
-                    : RenderAntiAliased<true, false>(context, waveAt);
-    } else {
-        isModulated ? RenderAntiAliased<false, true>(context, waveAt)
-                    : RenderAntiAliased<false, false>(context, waveAt);
-    }
-}
+extern template class PolyBlepShape<BandLimitedWave::Saw>;
+extern template class PolyBlepShape<BandLimitedWave::Square>;
+extern template class PolyBlepShape<BandLimitedWave::Triangle>;
 
-template <class WaveAt>
-void PolyBlepShape::RenderPlain(const ProcessContext& context, WaveAt waveAt) {
-    for (u32 n = 0; n < context.numFrames; n += 4) {
-        waveAt(n)
-            .Value(Float4::load_unaligned(context.inputs[0] + n))
-            .store_unaligned(context.outputs[0] + n);
-    }
-}
-
-template <bool Sync, bool Fm, class WaveAt>
-void PolyBlepShape::RenderAntiAliased(const ProcessContext& context, WaveAt waveAt) {
-    const float* phases = context.inputs[0];
-    const float* increments = context.inputs[1];
-    polyblep::Motion motion{Float4(increments[0])};
-    for (u32 n = 0; n < context.numFrames; n += 4) {
-        const Float4 phase = Float4::load_unaligned(phases + n);
-        if constexpr (Fm) {
-            motion = polyblep::Motion(Float4::load_unaligned(increments + n));
-        }
-        const auto& wave = waveAt(n);
-        Float4 y = wave.Value(phase);
-        if constexpr (Sync) {
-            const Float4 to = Float4::load_unaligned(context.inputs[3] + n);
-            const Float4 since = Float4::load_unaligned(context.inputs[4] + n);
-            const Float4 last =
-                FollowResets(context.inputs[2] + n, context.inputs[4] + n, phase, motion.increment);
-            const bool isNear = xsimd::any(xsimd::min(to, since) < Float4(polyblep::kernelReach));
-            y += isNear ? wave.CorrectionNearReset({phase, motion, to, since, last, Float4(startPhase)})
-                        : wave.Correction(phase, motion);
-            // Where FM bends the run, what was foreseen can miss a little.
-            y = xsimd::min(xsimd::max(y, Float4(-1.0F)), Float4(1.0F));
-        } else {
-            y += wave.Correction(phase, motion);
-        }
-        y.store_unaligned(context.outputs[0] + n);
-    }
-}
+using PolyBlepSaw = PolyBlepShape<BandLimitedWave::Saw>;
+using PolyBlepSquare = PolyBlepShape<BandLimitedWave::Square>;
+using PolyBlepTriangle = PolyBlepShape<BandLimitedWave::Triangle>;
 
 } // namespace Velmora::dsp

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/chords/ChordGenerator.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -12,16 +14,12 @@ using dsp::EventQueue;
 namespace {
 
 std::vector<dsp::ModuleParam> Records() {
-    std::vector<dsp::ModuleParam> records;
-    const auto add = [&](std::string parameterName) {
-        records.push_back(dsp::ModuleParam::Stepped(std::move(parameterName), 2, 0.0F, 1.0F));
-    };
-    add("ChordOn");
-    add("RecordMode");
+    std::vector<dsp::ParameterDeclaration> switches{dsp::Declare::Switch("ChordOn"),
+                                                    dsp::Declare::Switch("RecordMode")};
     for (u32 i = 1; i <= ChordGenerator::maxIntervals; ++i) {
-        add(std::string("ChordKey").append(std::to_string(i)));
+        switches.push_back(dsp::Declare::Switch(std::string("ChordKey").append(std::to_string(i))));
     }
-    return records;
+    return dsp::RecordsOf(switches);
 }
 
 } // namespace

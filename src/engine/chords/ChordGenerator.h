@@ -3,9 +3,7 @@
 
 #include "dsp/framework/EventQueue.h"
 #include "dsp/framework/UnitModule.h"
-#include "engine/chords/NoteEvent.h"
-#include "engine/chords/NoteSet.h"
-#include "engine/chords/SoundingNotes.h"
+#include "engine/chords/ChordNotes.h"
 
 #include <string>
 #include <vector>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/voices/Glider.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "engine/tuning/MtsClient.h"
 
 #include <algorithm>
@@ -20,14 +21,10 @@ constexpr float leastTime = 1e-12F;
 constexpr float octave = 12.0F;
 
 std::vector<dsp::ModuleParam> Records() {
-    std::vector<dsp::ModuleParam> records;
-    for (const char* rawName : {"On", "Time", "Speed", "Quantize"}) {
-        records.emplace_back(rawName);
-    }
-    records.push_back(dsp::ModuleParam::Stepped("Continuous_Tuning", 2, 0.0F, 1.0F));
-    records.back().SetNormalized(1.0F);
-    records.push_back(dsp::ModuleParam::Stepped("StartFromLastTarget", 2, 0.0F, 1.0F));
-    return records;
+    namespace Declare = dsp::Declare;
+    return dsp::RecordsOf({Declare::Raw("On"), Declare::Raw("Time"), Declare::Raw("Speed"),
+                           Declare::Raw("Quantize"), Declare::Switch("Continuous_Tuning", true),
+                           Declare::Switch("StartFromLastTarget")});
 }
 
 /// What is not a number takes no time.
@@ -35,12 +32,10 @@ float UsableTime(float seconds) { return seconds > leastTime ? seconds : leastTi
 
 } // namespace
 
-template <u32 N, class S>
-Glider<N, S>::Glider(std::string moduleName) : UnitModule(std::move(moduleName), 1, 0, Records()) {}
+Glider::Glider(std::string moduleName) : UnitModule(std::move(moduleName), 1, 0, Records()) {}
 
-template <u32 N, class S>
-void Glider<N, S>::OnInitialize(float sampleRate, u32 maxBlockSize) {
-    for (S& smoother : smoothers) {
+void Glider::OnInitialize(float sampleRate, u32 maxBlockSize) {
+    for (dsp::SmootherSRL& smoother : smoothers) {
         smoother.sampleRate = sampleRate;
         smoother.decimation = maxBlockSize;
         smoother.time = UsableTime(smoother.time);
@@ -48,43 +43,36 @@ void Glider<N, S>::OnInitialize(float sampleRate, u32 maxBlockSize) {
     }
 }
 
-template <u32 N, class S>
-void Glider<N, S>::OnReset(bool /*hard*/) {
-    ResetTargets();
-}
+void Glider::OnReset(bool /*hard*/) { ResetTargets(); }
 
-template <u32 N, class S>
-void Glider<N, S>::ResetTargets() {
+void Glider::ResetTargets() {
     glideStart = -1.0F;
     lastVoice = -1;
 }
 
-template <u32 N, class S>
-bool Glider<N, S>::UpdateParameters(dsp::ProcessContext& /*context*/) {
+bool Glider::UpdateParameters(dsp::ProcessContext& /*context*/) {
     if (!anyParameterChanged) {
         return true;
     }
-    if (Changed(speed) && !TakesConstantTime()) {
-        for (S& smoother : smoothers) {
+    if (Changed(Speed) && !TakesConstantTime()) {
+        for (dsp::SmootherSRL& smoother : smoothers) {
             smoother.span = octave;
             smoother.Prepare();
         }
     }
-    if (Changed(continuousTuning)) {
-        followsTuning = parameters[continuousTuning].GetNormalized() > 0.5F;
+    if (Changed(ContinuousTuning)) {
+        followsTuning = parameters[ContinuousTuning].GetNormalized() > 0.5F;
     }
     return true;
 }
 
-template <u32 N, class S>
-float Glider<N, S>::Tuned(PlayedNote played, const MtsClient* mts) {
+float Glider::Tuned(PlayedNote played, const MtsClient* mts) {
     const float retuning = mts != nullptr ? mts->RetuningInSemitones(played.note, played.channel) : 0.0F;
     return std::clamp(static_cast<float>(played.note) + retuning, 0.0F, highestNote);
 }
 
-template <u32 N, class S>
-void Glider<N, S>::StartNote(u32 voice, u8 note, const MtsClient* mts, u8 channel) {
-    if (voice >= N) {
+void Glider::StartNote(u32 voice, u8 note, const MtsClient* mts, u8 channel) {
+    if (voice >= voiceCount) {
         return;
     }
     notes[voice] = {note, channel};
@@ -93,9 +81,9 @@ void Glider<N, S>::StartNote(u32 voice, u8 note, const MtsClient* mts, u8 channe
         glideStart = target;
     }
     JumpToStart(voice);
-    S& smoother = smoothers[voice];
+    dsp::SmootherSRL& smoother = smoothers[voice];
     smoother.SetTarget(target);
-    smoother.time = UsableTime(Value(time));
+    smoother.time = UsableTime(Value(Time));
     if (TakesConstantTime()) {
         smoother.span = std::abs(target - smoother.current);
     }
@@ -103,28 +91,25 @@ void Glider<N, S>::StartNote(u32 voice, u8 note, const MtsClient* mts, u8 channe
     MarkIfMoving(voice);
 }
 
-template <u32 N, class S>
-void Glider<N, S>::JumpToStart(u32 voice) {
-    const bool fromTarget = lastVoice >= 0 && parameters[startFromLastTarget].GetNormalized() > 0.5F;
+void Glider::JumpToStart(u32 voice) {
+    const bool fromTarget = lastVoice >= 0 && parameters[StartFromLastTarget].GetNormalized() > 0.5F;
     smoothers[voice].Set(fromTarget ? smoothers[static_cast<u32>(lastVoice)].target : glideStart);
     lastVoice = static_cast<i32>(voice);
 }
 
-template <u32 N, class S>
-void Glider<N, S>::ReleaseVoice(u32 voice, i32 newestRemaining) {
+void Glider::ReleaseVoice(u32 voice, i32 newestRemaining) {
     const bool wasLast = lastVoice >= 0 && static_cast<u32>(lastVoice) == voice;
-    if (wasLast && static_cast<u32>(newestRemaining) < N) {
+    if (wasLast && static_cast<u32>(newestRemaining) < voiceCount) {
         lastVoice = newestRemaining;
         glideStart = CurrentNote(static_cast<u32>(lastVoice));
     }
 }
 
-template <u32 N, class S>
-void Glider<N, S>::RetuneVoice(u32 voice, const MtsClient& mts) {
-    if (voice >= N) {
+void Glider::RetuneVoice(u32 voice, const MtsClient& mts) {
+    if (voice >= voiceCount) {
         return;
     }
-    S& smoother = smoothers[voice];
+    dsp::SmootherSRL& smoother = smoothers[voice];
     const float target = Tuned(notes[voice], &mts);
     if (target == smoother.target) {
         return;
@@ -137,19 +122,17 @@ void Glider<N, S>::RetuneVoice(u32 voice, const MtsClient& mts) {
     MarkIfMoving(voice);
 }
 
-template <u32 N, class S>
-void Glider<N, S>::MarkIfMoving(u32 voice) {
+void Glider::MarkIfMoving(u32 voice) {
     const u32 bit = 1U << voice;
     movingVoices = smoothers[voice].IsAtTarget() ? movingVoices & ~bit : movingVoices | bit;
 }
 
-template <u32 N, class S>
-bool Glider<N, S>::Process(dsp::ProcessContext& context) {
-    if (!(parameters[on].GetNormalized() > 0.5F)) {
+bool Glider::Process(dsp::ProcessContext& context) {
+    if (!(parameters[On].GetNormalized() > 0.5F)) {
         return true;
     }
     if (movingVoices != 0) {
-        const float seconds = UsableTime(parameters[time].GetModulatedValue(context, 0));
+        const float seconds = UsableTime(parameters[Time].GetModulatedValue(context, 0));
         for (u32 rest = movingVoices; rest != 0; rest &= rest - 1) {
             const auto voice = static_cast<u32>(std::countr_zero(rest));
             smoothers[voice].time = seconds;
@@ -164,22 +147,19 @@ bool Glider<N, S>::Process(dsp::ProcessContext& context) {
     return true;
 }
 
-template <u32 N, class S>
-float Glider<N, S>::CurrentNote(u32 voice) const {
-    if (voice >= N) {
+float Glider::CurrentNote(u32 voice) const {
+    if (voice >= voiceCount) {
         return -1.0F;
     }
-    const S& smoother = smoothers[voice];
-    if (!(parameters[on].PeekNormalized() > 0.5F)) {
+    const dsp::SmootherSRL& smoother = smoothers[voice];
+    if (!(parameters[On].PeekNormalized() > 0.5F)) {
         return smoother.target;
     }
     // A note that has arrived keeps the fraction of its tuning.
-    if (smoother.IsAtTarget() || !(parameters[quantize].PeekNormalized() > 0.5F)) {
+    if (smoother.IsAtTarget() || !(parameters[Quantize].PeekNormalized() > 0.5F)) {
         return smoother.current;
     }
     return smoother.current < smoother.target ? std::floor(smoother.current) : std::ceil(smoother.current);
 }
-
-template class Glider<32, dsp::SmootherSRL>;
 
 } // namespace Velmora::engine

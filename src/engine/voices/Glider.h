@@ -3,6 +3,7 @@
 
 #include "dsp/framework/UnitModule.h"
 #include "dsp/smoothing/SmootherSRL.h"
+#include "engine/voices/VoiceInfo.h"
 
 #include <array>
 #include <string>
@@ -16,20 +17,22 @@ class MtsClient;
 /// a straight line in semitones, advanced once per block.
 ///
 /// No outputs; input 0, which may be absent or null, modulates "Time". Voices outside of the table are
-/// ignored. The implementation is in Glider.cpp, for 32 voices.
-template <u32 N, class S>
+/// ignored.
 class Glider final : public dsp::UnitModule {
-    static_assert(N <= 32, "the moving voices are bits of a u32");
+    static_assert(voiceCount <= 32, "the moving voices are bits of a u32");
 
 public:
-    static constexpr u32 on = 0;
-    /// Seconds; raw until the owner redeclares it.
-    static constexpr u32 time = 1;
-    static constexpr u32 speed = 2;
-    static constexpr u32 quantize = 3;
-    static constexpr u32 continuousTuning = 4;
-    static constexpr u32 startFromLastTarget = 5;
-    static constexpr u32 parameterCount = 6;
+    enum Parameter : u32 {
+        On,
+        /// Seconds; raw until the owner redeclares it.
+        Time,
+        Speed,
+        Quantize,
+        ContinuousTuning,
+        StartFromLastTarget,
+        ParameterCount
+    };
+    static constexpr u32 parameterCount = ParameterCount;
 
     explicit Glider(std::string moduleName = "Glider");
 
@@ -58,12 +61,12 @@ private:
     };
 
     static float Tuned(PlayedNote played, const MtsClient* mts);
-    bool TakesConstantTime() { return Value(speed) != 1.0F; }
+    bool TakesConstantTime() { return Value(Speed) != 1.0F; }
     void JumpToStart(u32 voice);
     void MarkIfMoving(u32 voice);
 
-    std::array<S, N> smoothers;
-    std::array<PlayedNote, N> notes{};
+    std::array<dsp::SmootherSRL, voiceCount> smoothers;
+    std::array<PlayedNote, voiceCount> notes{};
     /// Bit n is set while the note of voice n is on its way.
     u32 movingVoices = 0;
     /// Where the next glide starts, -1 when nothing was played. All voices share it: each change of it holds
@@ -73,7 +76,5 @@ private:
     i32 lastVoice = -1;
     bool followsTuning = true;
 };
-
-extern template class Glider<32, dsp::SmootherSRL>;
 
 } // namespace Velmora::engine

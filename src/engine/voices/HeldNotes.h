@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "engine/voices/NoteInfo.h"
+#include "engine/voices/VoiceInfo.h"
 
 #include <array>
 #include <span>

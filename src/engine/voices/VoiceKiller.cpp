@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "engine/voices/VoiceKiller.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
+
 #include <algorithm>
 #include <utility>
-#include <vector>
 
 namespace Velmora::engine {
 
@@ -11,17 +12,12 @@ namespace {
 
 constexpr float fadeSeconds = 0.006F;
 
-std::vector<dsp::ModuleParam> Records() {
-    std::vector<dsp::ModuleParam> records;
-    records.push_back(dsp::ModuleParam::Stepped("State", 3, 0.0F, 1.0F));
-    records.push_back(dsp::ModuleParam::Stepped("Stereo", 2, 0.0F, 1.0F));
-    records.back().SetValue(1.0F);
-    return records;
-}
-
 } // namespace
 
-VoiceKiller::VoiceKiller(std::string moduleName) : UnitModule(std::move(moduleName), 2, 2, Records()) {
+VoiceKiller::VoiceKiller(std::string moduleName)
+    : UnitModule(
+          std::move(moduleName), 2, 2,
+          dsp::RecordsOf({dsp::Declare::Choice("State", StateCount), dsp::Declare::Switch("Stereo", true)})) {
     gain.time = fadeSeconds;
 }
 
@@ -33,7 +29,7 @@ void VoiceKiller::OnInitialize(float sampleRate, u32 maxBlockSize) {
 
 void VoiceKiller::OnReset(bool /*hard*/) {
     RestartFade();
-    SetParameterValue(state, pass);
+    LetPass();
 }
 
 void VoiceKiller::RestartFade() {
@@ -45,24 +41,20 @@ bool VoiceKiller::UpdateParameters(dsp::ProcessContext& /*context*/) {
     if (!anyParameterChanged) {
         return true;
     }
-    if (Changed(state) && Value(state) == fade) {
+    if (Changed(State) && IsFading()) {
         RestartFade();
     }
-    if (Changed(stereo)) {
-        isStereo = Value(stereo) > 0.5F;
+    if (Changed(Stereo)) {
+        isStereo = Value(Stereo) > 0.5F;
     }
     return true;
 }
 
 bool VoiceKiller::Process(dsp::ProcessContext& context) {
-    const float present = Value(state);
-    if (present == pass) {
-        return true;
-    }
     const u32 channels = std::min(context.numOutputs, isStereo ? 2U : 1U);
-    if (present == fade) {
+    if (IsFading()) {
         RenderFade(context, std::min(channels, context.numInputs));
-    } else if (present == mute) {
+    } else if (IsMuted()) {
         for (u32 channel = 0; channel < channels; ++channel) {
             std::fill_n(context.outputs[channel], context.numFrames, 0.0F);
         }
@@ -78,7 +70,7 @@ void VoiceKiller::RenderFade(const dsp::ProcessContext& context, u32 channels) {
                        [](float x, float g) { return x * g; });
     }
     if (gain.IsAtTarget()) {
-        SetParameterValue(state, mute);
+        SetState(Mute);
     }
 }
 

@@ -16,14 +16,14 @@ namespace Velmora::engine {
 /// to Pass by the parent or a reset. Without "Stereo" only channel 0 is touched.
 class VoiceKiller final : public dsp::UnitModule {
 public:
-    static constexpr u32 state = 0;
-    static constexpr u32 stereo = 1;
-    static constexpr u32 parameterCount = 2;
-
-    /// Real values of "State".
-    static constexpr float pass = 0.0F;
-    static constexpr float fade = 1.0F;
-    static constexpr float mute = 2.0F;
+    enum Parameter : u32 {
+        /// A StateValue.
+        State,
+        Stereo,
+        ParameterCount
+    };
+    static constexpr u32 parameterCount = ParameterCount;
+    enum StateValue : u32 { Pass, Fade, Mute, StateCount };
 
     explicit VoiceKiller(std::string moduleName = "VoiceKiller");
 
@@ -32,7 +32,15 @@ public:
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
 
+    /// Lets the voice through, from the next block on.
+    void LetPass() { SetState(Pass); }
+    void StartFade() { SetState(Fade); }
+    bool IsFading() const { return IsIn(Fade); }
+    bool IsMuted() const { return IsIn(Mute); }
+
 private:
+    void SetState(StateValue state) { SetParameterValue(State, static_cast<float>(state)); }
+    bool IsIn(StateValue state) const { return parameters[State].PeekValue() == static_cast<float>(state); }
     void RestartFade();
     void RenderFade(const dsp::ProcessContext& context, u32 channels);
 

@@ -19,7 +19,7 @@ namespace {
 
 constexpr u32 continuousTuningOfGlider = VocoderProcessor::FirstParameter<3>() +
                                          Carrier::FirstParameter<2>() +
-                                         Carrier::VoiceGlider::continuousTuning;
+                                         engine::Glider::ContinuousTuning;
 constexpr u32 firstPath = VocoderModulator::ParameterId(VocoderModulator::SamplePath);
 
 // Hosts keep these numbers in their sessions.

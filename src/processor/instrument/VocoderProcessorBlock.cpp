@@ -27,7 +27,7 @@ bool VocoderProcessor::RenderBlock(ProcessContext& context) {
     if (!mpeIsOn) {
         RunKeyPressure(context.inputEvents);
     }
-    UpdateExpression(IVoiceManager::ActiveVoices());
+    UpdateExpression(VoiceManager::ActiveVoices());
     RunModulator(context);
     RunModulations(context);
     RunCarrier(context);

@@ -52,8 +52,8 @@ void VocoderProcessor::UpdateEnvelopes() {
                                                                                 AdditionalValue(index));
         }
     };
-    forward(Attack, dsp::ADSR::attack);
-    forward(Release, dsp::ADSR::release);
+    forward(Attack, dsp::ADSR::Attack);
+    forward(Release, dsp::ADSR::Release);
 }
 
 void VocoderProcessor::UpdateControllers() {

@@ -18,13 +18,13 @@ void VocoderProcessor::NoteOn(const engine::NoteInfo& note) {
         ForgetHeldNote(note);
         return;
     }
-    IVoiceManager::NoteOn(note);
+    VoiceManager::NoteOn(note);
 }
 
 void VocoderProcessor::NoteOff(const engine::NoteInfo& note) {
     Modulator().NoteOff(note.note);
     // Also for a key that selects: it may play a voice, if it went down before it came to select.
-    IVoiceManager::NoteOff(note);
+    VoiceManager::NoteOff(note);
 }
 
 /// Keys that select a slot are none that a glide could come from.
@@ -45,8 +45,8 @@ void VocoderProcessor::StartVoice(u32 voice, const engine::NoteInfo& note, bool 
     Modulations().WriteVoiceSource(voice, KeySource, std::clamp(key, -1.0F, 1.0F));
     if (!stealing) {
         CarrierSynth().Voice(voice).Reset(false);
-        CarrierSynth().Voice(voice).PulseGate();
-        CarrierSynth().Killer(voice).SetParameterValue(engine::VoiceKiller::state, 0.0F);
+        CarrierSynth().Voice(voice).Envelope().Restart();
+        CarrierSynth().Killer(voice).LetPass();
         Modulations().VoiceOn(static_cast<i32>(voice));
     }
 }
@@ -54,7 +54,7 @@ void VocoderProcessor::StartVoice(u32 voice, const engine::NoteInfo& note, bool 
 void VocoderProcessor::ReleaseVoiceHook(u32 voice) {
     ReleaseVoiceExpression(voice);
     CarrierSynth().Glide().ReleaseVoice(voice, NewestHeldVoice(static_cast<i32>(voice)));
-    CarrierSynth().Voice(voice).SetGate(false);
+    CarrierSynth().Voice(voice).Envelope().SetGate(false);
     if (HeldNoteCount() == 0) {
         Modulations().WriteGlobalSource(AftertouchSource, 0.0F);
     }
@@ -77,7 +77,7 @@ void VocoderProcessor::WriteVoiceBrightness(u32 voice, float value) {
 }
 
 i32 VocoderProcessor::FindExpressionVoice(u8 note, u8 channel, u32 from) const {
-    for (const u32 voice : IVoiceManager::ActiveVoices()) {
+    for (const u32 voice : VoiceManager::ActiveVoices()) {
         const auto& info = Voice(voice);
         if (voice >= from && info.note.note == note && info.note.channel == channel) {
             return static_cast<i32>(voice);

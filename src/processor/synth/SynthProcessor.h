@@ -4,11 +4,9 @@
 #include "dsp/framework/ModuleContainer.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/vectors/AlignedBuffer.h"
-#include "engine/expression/IAftertouchAndMPEManager.h"
+#include "engine/expression/ExpressionManager.h"
 #include "engine/tuning/MtsClient.h"
-#include "engine/voices/IVoiceManager.h"
-#include "engine/voices/NoteInfo.h"
-#include "engine/voices/VoiceInfoT.h"
+#include "engine/voices/VoiceManager.h"
 #include "processor/boundary/HostRecords.h"
 #include "processor/synth/ReservedParameters.h"
 
@@ -79,9 +77,9 @@ protected:
 /// replaced by silence and resets the instrument.
 template <u32 ValueCapacity, u32 DataCapacity, u32 Reserved, class... Children>
 class SynthProcessor : public details::ConstructionHelper<Children...>,
-                       public engine::IVoiceManager<32, engine::VoiceInfoT<engine::NoteInfo>, 0>,
+                       public engine::VoiceManager,
                        public Empty,
-                       public engine::IAftertouchAndMPEManager<32> {
+                       public engine::ExpressionManager {
     using Root = details::ConstructionHelper<Children...>;
 
 public:

@@ -5,13 +5,12 @@
 #include "dsp/framework/ModuleContainer.h"
 #include "dsp/framework/Observable.h"
 #include "dsp/smoothing/SmootherLPF.h"
-#include "dsp/smoothing/SmootherSRL.h"
 #include "dsp/vectors/AlignedBuffer.h"
 #include "engine/ModuleCloner.h"
-#include "engine/expression/IAftertouchAndMPEManager.h"
+#include "engine/expression/ExpressionManager.h"
 #include "engine/voices/Glider.h"
-#include "engine/voices/IVoiceManager.h"
 #include "engine/voices/VoiceKiller.h"
+#include "engine/voices/VoiceManager.h"
 #include "vocoder/carrier/Oscillators.h"
 #include "vocoder/modulations/ModulationsManager.h"
 #include "vocoder/modulations/VoiceSlots.h"
@@ -28,9 +27,6 @@ class MtsClient;
 
 namespace Velmora::Processor {
 
-using VoiceManager = engine::IVoiceManager<playedVoiceCount, engine::VoiceInfoT<engine::NoteInfo>, 0>;
-using ExpressionManager = engine::IAftertouchAndMPEManager<playedVoiceCount>;
-
 /// The synthesizer section: played notes, and the pitch found in the modulator, become one stereo signal.
 /// Played voices belong to the voice manager; the tracked ones to this class: they start with the pitch, are
 /// held over short gaps, and follow the chord. Only listed voices run; the others cost nothing.
@@ -40,11 +36,9 @@ using ExpressionManager = engine::IAftertouchAndMPEManager<playedVoiceCount>;
 class Carrier final
     : public dsp::ModuleContainer<engine::ModuleCloner<Oscillators, voiceSlotCount, 0, 0>,
                                   engine::ModuleCloner<engine::VoiceKiller, voiceSlotCount, 0, 0>,
-                                  engine::Glider<playedVoiceCount, dsp::SmootherSRL>, dsp::Chorus>,
+                                  engine::Glider, dsp::Chorus>,
       public dsp::IModuleObserver {
 public:
-    using VoiceGlider = engine::Glider<playedVoiceCount, dsp::SmootherSRL>;
-
     enum Additional : u32 {
         PitchTrack,
         PitchTrackHoldNoteDuration,
@@ -62,8 +56,8 @@ public:
 
     /// What it reads of the rest of the instrument. To be called before Initialize; the three must outlive
     /// the last block.
-    void Connect(ModulationsManager& modulationsManager, const VoiceManager& voiceManager,
-                 const ExpressionManager& expressionManager);
+    void Connect(ModulationsManager& modulationsManager, const engine::VoiceManager& voiceManager,
+                 const engine::ExpressionManager& expressionManager);
     /// Null for none.
     void SetTuningClient(const engine::MtsClient* client) { tuning = client; }
 
@@ -88,7 +82,7 @@ public:
 
     Oscillators& Voice(u32 voice) { return Child<0>().Clone(voice); }
     engine::VoiceKiller& Killer(u32 voice) { return Child<1>().Clone(voice); }
-    VoiceGlider& Glide() { return Child<2>(); }
+    engine::Glider& Glide() { return Child<2>(); }
 
     /// Of the last block: the played voices, then the tracked ones.
     std::span<const u32> ActiveVoices() const { return activeVoices; }
@@ -128,8 +122,8 @@ private:
     void ClearEnvelopeSource(u32 voice);
 
     ModulationsManager* modulations = nullptr;
-    const VoiceManager* voices = nullptr;
-    const ExpressionManager* expression = nullptr;
+    const engine::VoiceManager* voices = nullptr;
+    const engine::ExpressionManager* expression = nullptr;
     const engine::MtsClient* tuning = nullptr;
 
     /// "MasterTune" over 440 Hz. Unity until the host has set it, whose own start value is its minimum.

@@ -8,8 +8,6 @@
 
 namespace Velmora::Processor {
 
-using engine::VoiceKiller;
-
 void Carrier::TrackPitch(float pitch, u32 frames) {
     float rootFrequency = 0.0F;
     if (!FollowPitch(pitch, rootFrequency)) {
@@ -22,7 +20,7 @@ void Carrier::TrackPitch(float pitch, u32 frames) {
 
 bool Carrier::FollowPitch(float pitch, float& rootFrequency) {
     const bool isValid = pitch >= lowestVoiceFrequency && pitch <= highestVoiceFrequency;
-    if (isValid && Voice(firstTrackedVoice).IsGateOpen()) {
+    if (isValid && Voice(firstTrackedVoice).Envelope().IsGateOpen()) {
         pitchSmoother.SetTarget(pitch);
     } else if (isValid) {
         // A new phrase does not slide from the last one.
@@ -75,8 +73,8 @@ void Carrier::ListTrackedVoice(u32 voice, float hz) {
 void Carrier::StartTrackedVoice(u32 voice, float hz) {
     Voice(voice).SetParameterValue(Oscillators::frequency, hz);
     Voice(voice).Reset(false);
-    Voice(voice).PulseGate();
-    Killer(voice).SetParameterValue(VoiceKiller::state, 0.0F);
+    Voice(voice).Envelope().Restart();
+    Killer(voice).LetPass();
 }
 
 void Carrier::DriveTrackedVoices(float rootFrequency) {
@@ -88,20 +86,18 @@ void Carrier::DriveTrackedVoices(float rootFrequency) {
 
 /// False when the voice has ended.
 bool Carrier::DriveTrackedVoice(u32 voice, float hz) {
-    constexpr float fading = 1.0F;
-    constexpr float muted = 2.0F;
     if (IsWanted(voice)) {
-        if (Killer(voice).FindParameter(VoiceKiller::state)->GetValue() == muted) {
+        if (Killer(voice).IsMuted()) {
             StartTrackedVoice(voice, hz);
             return true;
         }
-        if (!Voice(voice).IsGateOpen()) {
+        if (!Voice(voice).Envelope().IsGateOpen()) {
             // Released, and wanted again: it fades, and starts anew once it is mute.
-            Killer(voice).SetParameterValue(VoiceKiller::state, fading);
+            Killer(voice).StartFade();
             return true;
         }
     }
-    if (Voice(voice).IsGateOpen() || Voice(voice).IsRunning()) {
+    if (Voice(voice).IsSounding()) {
         Voice(voice).SetParameterValue(Oscillators::frequency, hz);
         return true;
     }
@@ -117,11 +113,11 @@ void Carrier::LosePitch(u32 frames) {
         holdElapsed += static_cast<float>(frames) / sampleRate;
     } else {
         for (const u32 voice : trackedVoices) {
-            Voice(voice).SetGate(false);
+            Voice(voice).Envelope().SetGate(false);
         }
     }
     std::erase_if(trackedVoices, [this](u32 voice) {
-        const bool hasEnded = !Voice(voice).IsGateOpen() && !Voice(voice).IsRunning();
+        const bool hasEnded = !Voice(voice).IsSounding();
         if (hasEnded) {
             EndTrackedVoice(voice);
         }
@@ -143,8 +139,8 @@ bool Carrier::IsTracked(u32 voice) const {
 
 void Carrier::EndTrackedVoice(u32 voice) {
     modulations->VoiceOff(static_cast<i32>(voice));
-    Voice(voice).SetGate(false);
-    Killer(voice).SetParameterValue(VoiceKiller::state, 0.0F);
+    Voice(voice).Envelope().SetGate(false);
+    Killer(voice).LetPass();
     ClearEnvelopeSource(voice);
 }
 
@@ -157,7 +153,7 @@ void Carrier::OnParameterChanged(u32 id, float normalizedValue) {
         if (!chordOn) {
             for (const u32 voice : trackedVoices) {
                 if (voice != firstTrackedVoice) {
-                    Voice(voice).SetGate(false);
+                    Voice(voice).Envelope().SetGate(false);
                 }
             }
         }
@@ -169,7 +165,7 @@ void Carrier::OnParameterChanged(u32 id, float normalizedValue) {
     const u8 interval = static_cast<u8>(id - firstKeyId);
     if (!isOn) {
         std::erase(chordIntervals, interval);
-        Voice(firstTrackedVoice + interval).SetGate(false);
+        Voice(firstTrackedVoice + interval).Envelope().SetGate(false);
     } else if (!HasInterval(interval)) {
         chordIntervals.push_back(interval);
     }

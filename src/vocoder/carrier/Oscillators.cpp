@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/carrier/Oscillators.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/Decibels.h"
 #include "dsp/math/Within.h"
 #include "dsp/vectors/Simd.h"
@@ -19,50 +20,38 @@ using dsp::ADSR;
 using dsp::ModuleParam;
 using dsp::simd::Float4;
 
-constexpr i32 linearId = 1;
-constexpr i32 exponentialId = 4;
-constexpr float linear = 1.0F;
-constexpr float shape2 = 0.5F;
 /// Oscillator 2 without key tracking: middle C.
 constexpr float untrackedFrequency = 261.62558F;
 constexpr float deviationAtFullAmount = 20000.0F;
 
-std::vector<ModuleParam> Declare() {
-    const auto volume = [](const char* name) {
-        return ModuleParam::Mapped(name, exponentialId, -70.0F, 0.0F, -3.0F);
-    };
-    std::vector<ModuleParam> records;
-    records.push_back(
-        ModuleParam::Mapped("Frequency", linearId, lowestVoiceFrequency, highestVoiceFrequency, linear));
-    records.push_back(ModuleParam::Stepped("Osc1Waveform", 4, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Stepped("Osc2Waveform", 4, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Stepped("Osc1Coarse", 121, -60.0F, 1.0F));
-    records.push_back(ModuleParam::Stepped("Osc2Coarse", 121, -60.0F, 1.0F));
-    records.push_back(ModuleParam::Mapped("Osc2Fine", linearId, -1.0F, 1.0F, linear));
-    records.push_back(volume("Osc1Volume"));
-    records.push_back(volume("Osc2Volume"));
-    records.push_back(ModuleParam::Stepped("Osc2KeyTrack", 2, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Mapped("Osc1Shape", linearId, 0.0F, 0.6F, linear));
-    records.push_back(ModuleParam::Mapped("Osc2Shape", linearId, 0.0F, 0.6F, linear));
-    records.push_back(ModuleParam::Stepped("Sync", 2, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Mapped("FMAmount", exponentialId, 0.0F, 1.0F, 4.0F));
-    return records;
+std::vector<ModuleParam> OwnRecords() {
+    namespace Declare = dsp::Declare;
+    const auto coarse = [](const char* name) { return Declare::Steps(name, 121, -60.0F, 1.0F, -60.0F); };
+    const auto volume = [](const char* name) { return Declare::Exponential(name, -70.0F, 0.0F, -3.0F); };
+    const auto shape = [](const char* name) { return Declare::Linear(name, 0.0F, 0.6F); };
+    return dsp::RecordsOf(
+        {Declare::Linear("Frequency", lowestVoiceFrequency, highestVoiceFrequency),
+         Declare::Choice("Osc1Waveform", VoiceOscillator::WaveformCount),
+         Declare::Choice("Osc2Waveform", VoiceOscillator::WaveformCount), coarse("Osc1Coarse"),
+         coarse("Osc2Coarse"), Declare::Linear("Osc2Fine", -1.0F, 1.0F), volume("Osc1Volume"),
+         volume("Osc2Volume"), Declare::Switch("Osc2KeyTrack"), shape("Osc1Shape"), shape("Osc2Shape"),
+         Declare::Switch("Sync"), Declare::Exponential("FMAmount", 0.0F, 1.0F, 4.0F)});
 }
 
 } // namespace
 
 Oscillators::Oscillators(std::string moduleName)
-    : ModuleContainer(std::move(moduleName), InputCount, outputCount, Declare(), std::make_tuple()) {
+    : ModuleContainer(std::move(moduleName), InputCount, outputCount, OwnRecords(), std::make_tuple()) {
     constexpr float shortest = 0.002F;
     constexpr float longest = 20.0F;
     ADSR& adsr = Envelope();
-    adsr.FindParameter(ADSR::attack)->Redeclare(exponentialId, shortest, longest, 5.0F, shape2, false);
-    adsr.FindParameter(ADSR::release)->Redeclare(exponentialId, shortest, longest, 4.0F, shape2, false);
-    adsr.SetParameterNormalized(ADSR::decay, 0.0F);
-    adsr.SetParameterNormalized(ADSR::sustain, 1.0F);
-    adsr.SetParameterValue(ADSR::attackCurve, 0.0F);
-    adsr.SetParameterValue(ADSR::releaseCurve, -4.0F);
-    adsr.SetParameterNormalized(ADSR::controlRate, 0.0F);
+    adsr.FindParameter(ADSR::Attack)->Redeclare(dsp::Curve::Exponential, shortest, longest, 5.0F);
+    adsr.FindParameter(ADSR::Release)->Redeclare(dsp::Curve::Exponential, shortest, longest, 4.0F);
+    adsr.SetParameterNormalized(ADSR::Decay, 0.0F);
+    adsr.SetParameterNormalized(ADSR::Sustain, 1.0F);
+    adsr.SetParameterValue(ADSR::AttackCurve, 0.0F);
+    adsr.SetParameterValue(ADSR::ReleaseCurve, -4.0F);
+    adsr.SetParameterNormalized(ADSR::ControlRate, 0.0F);
 }
 
 void Oscillators::OnInitialize(float sampleRate, u32 maxBlockSize) {
@@ -91,14 +80,6 @@ void Oscillators::OnReset(bool hard) {
         oscillator.Reset(hard);
     }
 }
-
-void Oscillators::PulseGate() {
-    // A gate that is open already, in a voice that was taken over, must rise all the same.
-    SetGate(false);
-    SetGate(true);
-}
-
-void Oscillators::SetGate(bool open) { Envelope().SetParameterNormalized(ADSR::gateIn, open ? 1.0F : 0.0F); }
 
 void Oscillators::SeedNoise(u32 seed) {
     oscillators[0].SeedNoise(seed);
@@ -256,12 +237,10 @@ void Oscillators::RenderFM(u32 frames) {
 }
 
 void Oscillators::RunEnvelope(const dsp::ProcessContext& context) {
-    constexpr u32 attackInput = 0;
-    constexpr u32 releaseInput = 5;
     constexpr u32 envelopeInputCount = 7;
     const float* inputs[envelopeInputCount] = {};
-    inputs[attackInput] = context.InputOrNull(AttackMod);
-    inputs[releaseInput] = context.InputOrNull(ReleaseMod);
+    inputs[ADSR::Attack] = context.InputOrNull(AttackMod);
+    inputs[ADSR::Release] = context.InputOrNull(ReleaseMod);
     float* outputs[] = {envelope};
     dsp::ProcessContext child = context.ForChild(inputs, envelopeInputCount, outputs, 1);
     dsp::RunChild(Envelope(), child);

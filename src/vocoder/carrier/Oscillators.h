@@ -58,19 +58,15 @@ public:
     /// Process of several voices side by side, over the same number of frames.
     static void ProcessGroup(std::span<const dsp::ModuleRun<Oscillators>> runs);
 
-    /// Opens the envelope from the start, whatever its gate was.
-    void PulseGate();
-    void SetGate(bool open);
-    bool IsGateOpen() { return Envelope().GetParameterNormalized(dsp::ADSR::gateIn) >= 0.5F; }
-    /// The envelope is in one of its stages.
-    bool IsRunning() { return Envelope().FindParameter(dsp::ADSR::outState)->GetValue() != 0.0F; }
+    dsp::ADSR& Envelope() { return Child<0>(); }
+    /// Its gate is open, or it is in one of its stages.
+    bool IsSounding() { return Envelope().IsGateOpen() || Envelope().IsRunning(); }
     /// The envelope at the first sample of the last block.
     float FirstEnvelopeSample() const { return envelope[0]; }
     /// Makes the noise waveforms reproducible.
     void SeedNoise(u32 seed);
 
 private:
-    dsp::ADSR& Envelope() { return Child<0>(); }
     float ModulatedValue(const dsp::ProcessContext& context, Additional index, Input input);
     float UnroundedCoarse(const dsp::ProcessContext& context, Additional index, Input input);
     bool IsPositionOn(Additional index, float threshold);

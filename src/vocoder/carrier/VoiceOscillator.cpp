@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/carrier/VoiceOscillator.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/RunChild.h"
 #include "dsp/math/Decibels.h"
 #include "dsp/math/QuarterTurnSine.h"
@@ -19,35 +20,30 @@ namespace {
 using dsp::QuarterTurnSine;
 using dsp::simd::Float4;
 
-constexpr u32 onId = 0;
-constexpr i32 exponentialId = 4;
 constexpr float unknown = std::numeric_limits<float>::quiet_NaN();
 
 } // namespace
 
 VoiceOscillator::VoiceOscillator()
-    : driveCurve(dsp::ModuleParam::Mapped({}, exponentialId, -12.0F, 24.0F, -6.0F)), lastFrequency(unknown),
+    : driveCurve(dsp::Declare::Exponential({}, -12.0F, 24.0F, -6.0F).Record()), lastFrequency(unknown),
       lastLevel(unknown), lastShape(unknown) {
-    phaseGen.SetParameterNormalized(onId, 1.0F);
-    triangle.SetParameterNormalized(onId, 1.0F);
-    saw.SetParameterNormalized(onId, 1.0F);
-    square.SetParameterNormalized(onId, 1.0F);
-    postFilter.SetParameterNormalized(onId, 1.0F);
-    triangle.SetParameterNormalized(dsp::PolyBlepTriangleBase<1>::aaOn, 1.0F);
-    saw.SetParameterNormalized(dsp::PolyBlepSawBase<1>::aaOn, 1.0F);
-    square.SetParameterNormalized(dsp::PolyBlepSquareBase<1>::aaOn, 1.0F);
-    triangle.SetParameterNormalized(dsp::PolyBlepTriangleBase<1>::pulseWidth, 0.5F);
-    square.SetParameterNormalized(dsp::PolyBlepSquareBase<1>::pulseWidth, 0.5F);
-    phaseGen.FindParameter(PhaseGen::frequency)
-        ->Redeclare(1, lowestVoiceFrequency, highestVoiceFrequency, 1.0F, 0.5F, false);
-    noise.SetParameterValue(dsp::NoiseGenerator::noiseType, dsp::NoiseGenerator::Morph);
+    phaseGen.SetParameterNormalized(PhaseGen::On, 1.0F);
+    postFilter.SetParameterNormalized(dsp::PolyBlepPostFilter::On, 1.0F);
+    ForEachShape([]<class Shape>(Shape& shape) {
+        shape.SetParameterNormalized(Shape::On, 1.0F);
+        shape.SetParameterNormalized(Shape::AAOn, 1.0F);
+        if constexpr (Shape::hasWidth) {
+            shape.SetParameterNormalized(Shape::PulseWidth, 0.5F);
+        }
+    });
+    phaseGen.FindParameter(PhaseGen::Frequency)
+        ->Redeclare(dsp::Curve::Linear, lowestVoiceFrequency, highestVoiceFrequency, 0.0F);
+    noise.SetParameterValue(dsp::NoiseGenerator::NoiseType, dsp::NoiseGenerator::Morph);
 }
 
 void VoiceOscillator::Initialize(float rate, u32 maxBlockSize) {
     phaseGen.Initialize(rate, maxBlockSize);
-    triangle.Initialize(rate, maxBlockSize);
-    saw.Initialize(rate, maxBlockSize);
-    square.Initialize(rate, maxBlockSize);
+    ForEachShape([=](auto& shape) { shape.Initialize(rate, maxBlockSize); });
     postFilter.Initialize(rate, maxBlockSize);
     noise.Initialize(rate, maxBlockSize);
     level.Prepare(rate, 1);
@@ -58,9 +54,7 @@ void VoiceOscillator::Initialize(float rate, u32 maxBlockSize) {
 
 void VoiceOscillator::Reset(bool hard) {
     phaseGen.Reset(hard);
-    triangle.Reset(hard);
-    saw.Reset(hard);
-    square.Reset(hard);
+    ForEachShape([hard](auto& shape) { shape.Reset(hard); });
     postFilter.Reset(hard);
     noise.Reset(hard);
     lowPass.Reset();
@@ -72,9 +66,7 @@ void VoiceOscillator::SetWaveform(i32 number) {
     }
     waveform = number;
     // The shape that begins knows no reset of sync: the last one that it saw is long past.
-    triangle.OnReset(false);
-    saw.OnReset(false);
-    square.OnReset(false);
+    ForEachShape([](auto& shape) { shape.OnReset(false); });
 }
 
 void VoiceOscillator::SetLevel(float decibels) {
@@ -95,22 +87,21 @@ void VoiceOscillator::SetShape(float position) {
         return;
     }
     lastShape = shape;
-    square.SetParameterNormalized(dsp::PolyBlepSquareBase<1>::pulseWidth, shape * 0.47500002F + 0.5F);
-    noise.SetParameterNormalized(dsp::NoiseGenerator::noiseColor, shape);
+    square.SetParameterNormalized(dsp::PolyBlepSquare::PulseWidth, shape * 0.47500002F + 0.5F);
+    noise.SetParameterNormalized(dsp::NoiseGenerator::NoiseColor, shape);
     lowPass.SetCutoff(20000.0F - shape * 19800.0F);
     driveGain.SetTarget(dsp::DecibelsToGain(driveCurve.ToValue(shape)));
 }
 
 void VoiceOscillator::SetSyncMaster(bool on) {
-    phaseGen.SetParameterNormalized(PhaseGen::hsMaster, on ? 1.0F : 0.0F);
+    phaseGen.SetParameterNormalized(PhaseGen::HSMaster, on ? 1.0F : 0.0F);
 }
 
 void VoiceOscillator::SetSyncSlave(bool on) {
     const float position = on ? 1.0F : 0.0F;
-    phaseGen.SetParameterNormalized(PhaseGen::hsSlave, position);
-    square.SetParameterNormalized(dsp::PolyBlepSquareBase<1>::hsSlave, position);
-    saw.SetParameterNormalized(dsp::PolyBlepSawBase<1>::hsSlave, position);
-    triangle.SetParameterNormalized(dsp::PolyBlepTriangleBase<1>::hsSlave, position);
+    phaseGen.SetParameterNormalized(PhaseGen::HSSlave, position);
+    ForEachShape(
+        [position]<class Shape>(Shape& shape) { shape.SetParameterNormalized(Shape::HSSlave, position); });
 }
 
 void VoiceOscillator::SetFM(bool on) {
@@ -119,14 +110,13 @@ void VoiceOscillator::SetFM(bool on) {
     }
     isModulated = on;
     const float position = on ? 1.0F : 0.0F;
-    phaseGen.SetParameterNormalized(PhaseGen::fmOn, position);
-    square.SetParameterNormalized(dsp::PolyBlepSquareBase<1>::fmOn, position);
-    saw.SetParameterNormalized(dsp::PolyBlepSawBase<1>::fmOn, position);
-    triangle.SetParameterNormalized(dsp::PolyBlepTriangleBase<1>::fmOn, position);
+    phaseGen.SetParameterNormalized(PhaseGen::FMOn, position);
+    ForEachShape(
+        [position]<class Shape>(Shape& shape) { shape.SetParameterNormalized(Shape::FMOn, position); });
 }
 
 void VoiceOscillator::SetStartPhase(float normalized) {
-    phaseGen.SetParameterNormalized(PhaseGen::phase0, normalized);
+    phaseGen.SetParameterNormalized(PhaseGen::Phase0, normalized);
 }
 
 void VoiceOscillator::JumpToTargets() {
@@ -139,7 +129,7 @@ void VoiceOscillator::Render(const dsp::ProcessContext& context, float frequency
     const float limited = LimitVoiceFrequency(frequency);
     if (limited != lastFrequency) {
         lastFrequency = limited;
-        phaseGen.SetParameterValue(PhaseGen::frequency, limited);
+        phaseGen.SetParameterValue(PhaseGen::Frequency, limited);
     }
     RunPhase(context, buffers);
     RunWaveform(context, buffers);

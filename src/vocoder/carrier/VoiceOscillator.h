@@ -3,11 +3,9 @@
 
 #include "dsp/framework/ModuleParam.h"
 #include "dsp/oscillators/NoiseGenerator.h"
-#include "dsp/oscillators/PolyBlepPhaseGenBase.h"
+#include "dsp/oscillators/PolyBlepPhaseGen.h"
 #include "dsp/oscillators/PolyBlepPostFilter.h"
-#include "dsp/oscillators/PolyBlepSawBase.h"
-#include "dsp/oscillators/PolyBlepSquareBase.h"
-#include "dsp/oscillators/PolyBlepTriangleBase.h"
+#include "dsp/oscillators/PolyBlepShape.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "vocoder/carrier/SawLowPass.h"
 
@@ -33,7 +31,7 @@ struct VoiceBuffers {
 /// selected waveform runs.
 class VoiceOscillator {
 public:
-    enum Waveform : i32 { Triangle, Saw, Square, Noise };
+    enum Waveform : i32 { Triangle, Saw, Square, Noise, WaveformCount };
 
     VoiceOscillator();
 
@@ -49,7 +47,7 @@ public:
     void SetSyncSlave(bool on);
     void SetFM(bool on);
     void SetStartPhase(float normalized);
-    float StartPhase() { return phaseGen.GetParameterNormalized(PhaseGen::phase0); }
+    float StartPhase() { return phaseGen.GetParameterNormalized(PhaseGen::Phase0); }
     void SeedNoise(u32 seed) { noise.Seed(seed); }
 
     /// Levels and drive are at their targets at once, without a glide.
@@ -70,7 +68,14 @@ public:
     }
 
 private:
-    using PhaseGen = dsp::PolyBlepPhaseGenBase<1>;
+    using PhaseGen = dsp::PolyBlepPhaseGen;
+
+    template <class Operation>
+    void ForEachShape(Operation operation) {
+        operation(triangle);
+        operation(saw);
+        operation(square);
+    }
 
     void RunPhase(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
     void RunWaveform(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
@@ -78,9 +83,9 @@ private:
     void Drive(const VoiceBuffers& buffers, u32 frames);
 
     PhaseGen phaseGen;
-    dsp::PolyBlepTriangleBase<1> triangle;
-    dsp::PolyBlepSawBase<1> saw;
-    dsp::PolyBlepSquareBase<1> square;
+    dsp::PolyBlepTriangle triangle;
+    dsp::PolyBlepSaw saw;
+    dsp::PolyBlepSquare square;
     dsp::PolyBlepPostFilter postFilter;
     dsp::NoiseGenerator noise;
     dsp::SmootherLPF level{0.005};

@@ -51,10 +51,10 @@ ModulationsManager::ModulationsManager(std::string moduleName)
     voiceOrder.reserve(voiceSlotCount);
     startedVoices.reserve(voiceSlotCount);
     Lfos().runsAllClones = true;
-    Lfos().SetParameterNormalized(LFO::controlRate, 1.0F);
-    Lfos().SetParameterNormalized(LFO::stereo, 0.0F);
-    Lfos().Redeclare(LFO::rateUnSynced, dsp::Curve::Exponential, 0.001F, 200.0F, 6.5F);
-    Follower().SetParameterNormalized(EnvFollower::stereoInput, 1.0F);
+    Lfos().SetParameterNormalized(LFO::ControlRate, 1.0F);
+    Lfos().SetParameterNormalized(LFO::Stereo, 0.0F);
+    Lfos().Redeclare(LFO::RateUnSynced, dsp::Curve::Exponential, 0.001F, 200.0F, 6.5F);
+    Follower().SetParameterNormalized(EnvFollower::StereoInput, 1.0F);
     Matrix().SetMainVoice(static_cast<i32>(CurrentVoice()));
 }
 
@@ -120,8 +120,8 @@ void ModulationsManager::VoiceOn(i32 voice) {
     if (IsPositionOn(LFORetrig) || isOneShot) {
         LFO& lfo = Lfos().Clone(slot);
         // A gate that was left open must rise all the same.
-        lfo.SetParameterNormalized(LFO::gateIn, 0.0F);
-        lfo.SetParameterNormalized(LFO::gateIn, 1.0F);
+        lfo.SetParameterNormalized(LFO::GateIn, 0.0F);
+        lfo.SetParameterNormalized(LFO::GateIn, 1.0F);
         lfo.Retrigger();
     }
 }
@@ -135,7 +135,7 @@ void ModulationsManager::VoiceOff(i32 voice) {
         --runningCount;
     }
     if (additional.parameters[LFOInternalCycleMode].GetNormalized() < 0.5F) {
-        Lfos().Clone(slot).SetParameterNormalized(LFO::gateIn, 0.0F);
+        Lfos().Clone(slot).SetParameterNormalized(LFO::GateIn, 0.0F);
     }
     const i32 mainVoice = Matrix().MainVoice();
     std::erase(voiceOrder, slot);
@@ -194,21 +194,21 @@ void ModulationsManager::ApplyRateType(i32 type) {
     if (type < 0 || type > 3) {
         return;
     }
-    Lfos().SetParameterValue(LFO::midiSync, type == 0 ? 0.0F : 1.0F);
+    Lfos().SetParameterValue(LFO::MidiSync, type == 0 ? 0.0F : 1.0F);
     if (type != 0) {
-        Lfos().SetParameterValue(LFO::rateSyncedType, typeOfLfo[type]);
+        Lfos().SetParameterValue(LFO::RateSyncedType, typeOfLfo[type]);
     }
 }
 
 void ModulationsManager::ApplyCycleMode() {
     const float position = additional.parameters[LFOInternalCycleMode].GetNormalized();
-    Lfos().SetParameterNormalized(LFO::mode, position);
+    Lfos().SetParameterNormalized(LFO::Mode, position);
     for (u32 voice = 0; voice < voiceSlotCount; ++voice) {
         Lfos().Clone(voice).Retrigger();
     }
     if (position > 0.5F) {
         // Runs freely: no note has to open the gate.
-        Lfos().SetParameterNormalized(LFO::gateIn, 1.0F);
+        Lfos().SetParameterNormalized(LFO::GateIn, 1.0F);
     }
 }
 

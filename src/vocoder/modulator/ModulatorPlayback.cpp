@@ -17,18 +17,9 @@ using dsp::ADSR;
 using dsp::ProcessContext;
 using dsp::Sampler;
 using dsp::SlotParameter;
-using engine::VoiceKiller;
 using Own = ModulatorParameters;
 
 constexpr u32 noteCount = 128;
-
-bool IsRunning(ADSR& envelope) { return envelope.FindParameter(ADSR::outState)->GetValue() != 0.0F; }
-bool IsFading(VoiceKiller& killer) {
-    return killer.FindParameter(VoiceKiller::state)->GetValue() == VoiceKiller::fade;
-}
-bool IsMuted(VoiceKiller& killer) {
-    return killer.FindParameter(VoiceKiller::state)->GetValue() == VoiceKiller::mute;
-}
 
 void SetUp(Sampler& sampler) {
     struct Renamed {
@@ -60,19 +51,19 @@ void SetUp(Sampler& sampler) {
 }
 
 void SetUp(ADSR& envelope) {
-    Redeclare(envelope, ADSR::attack, Declare::Exponential({}, 0.002F, 20.0F, 5.0F));
-    Redeclare(envelope, ADSR::release, Declare::Exponential({}, 0.002F, 20.0F, 4.0F));
-    envelope.SetParameterValue(ADSR::attackCurve, 0.0F);
-    envelope.SetParameterNormalized(ADSR::decay, 0.0F);
-    envelope.SetParameterNormalized(ADSR::sustain, 1.0F);
-    envelope.SetParameterValue(ADSR::releaseCurve, -4.0F);
-    envelope.SetParameterNormalized(ADSR::controlRate, 0.0F);
+    Redeclare(envelope, ADSR::Attack, Declare::Exponential({}, 0.002F, 20.0F, 5.0F));
+    Redeclare(envelope, ADSR::Release, Declare::Exponential({}, 0.002F, 20.0F, 4.0F));
+    envelope.SetParameterValue(ADSR::AttackCurve, 0.0F);
+    envelope.SetParameterNormalized(ADSR::Decay, 0.0F);
+    envelope.SetParameterNormalized(ADSR::Sustain, 1.0F);
+    envelope.SetParameterValue(ADSR::ReleaseCurve, -4.0F);
+    envelope.SetParameterNormalized(ADSR::ControlRate, 0.0F);
 }
 
 } // namespace
 
-ModulatorPlayback::ModulatorPlayback(Sampler& samplePlayer, ADSR& gateEnvelope, VoiceKiller& voiceKiller,
-                                     ModulatorParameters& parameters)
+ModulatorPlayback::ModulatorPlayback(Sampler& samplePlayer, ADSR& gateEnvelope,
+                                     engine::VoiceKiller& voiceKiller, ModulatorParameters& parameters)
     : sampler(samplePlayer), envelope(gateEnvelope), killer(voiceKiller), own(parameters) {
     SetUp(sampler);
     SetUp(envelope);
@@ -136,7 +127,7 @@ void ModulatorPlayback::PlayCurrentSlot() {
     releaseWaits = false;
     if (IsSounding() && !sampler.IsFinished()) {
         // The slot starts when the fade is over.
-        killer.SetParameterValue(VoiceKiller::state, VoiceKiller::fade);
+        killer.StartFade();
         return;
     }
     // A fade that was stopped half way must not take the new sample with it.
@@ -146,11 +137,11 @@ void ModulatorPlayback::PlayCurrentSlot() {
 
 /// Only what plays can fade: playback that was stopped from outside leaves its envelope open.
 bool ModulatorPlayback::IsSounding() {
-    return IsPlaying() && (envelope.GetParameterNormalized(ADSR::gateIn) >= 0.5F || IsRunning(envelope));
+    return IsPlaying() && (envelope.IsGateOpen() || envelope.IsRunning());
 }
 
 /// A start waits for the end of a fade, or for the next block.
-bool ModulatorPlayback::IsStarting() { return IsPlaying() && (hasJustStarted || IsFading(killer)); }
+bool ModulatorPlayback::IsStarting() { return IsPlaying() && (hasJustStarted || killer.IsFading()); }
 
 void ModulatorPlayback::Start(u32 slot) {
     const i32 sample = SampleOfSlot(slot);
@@ -163,9 +154,7 @@ void ModulatorPlayback::Start(u32 slot) {
     own.Set(Own::IsPlayingSample, true);
     hasJustStarted = true;
     envelope.Reset(false);
-    // Down and up again, so that a gate that is open already opens anew.
-    OpenEnvelope(false);
-    OpenEnvelope(true);
+    envelope.Restart();
     // The last key may have gone during the fade, or there was none: nothing would ever end a loop.
     const bool mayLoop = heldNotes == nullptr || HeldNoteCount() > 0;
     const auto played = static_cast<u32>(sample);
@@ -176,7 +165,7 @@ void ModulatorPlayback::Release() {
     // A key that goes before its sample has begun is heard for a moment all the same.
     releaseWaits = IsStarting();
     if (!releaseWaits) {
-        OpenEnvelope(false);
+        envelope.SetGate(false);
     }
     const i32 playing = hasJustStarted ? SampleOfSlot(CurrentSlot()) : sampler.CurrentSample();
     if (playing >= 0) {
@@ -194,7 +183,7 @@ void ModulatorPlayback::End() {
 void ModulatorPlayback::Stop() {
     sampler.Reset(false);
     envelope.Reset(false);
-    OpenEnvelope(false);
+    envelope.SetGate(false);
     End();
 }
 
@@ -267,7 +256,7 @@ void ModulatorPlayback::PublishPlayhead() {
 }
 
 bool ModulatorPlayback::HasEnded() {
-    const bool isReleased = envelope.GetParameterNormalized(ADSR::gateIn) < 0.5F && !IsRunning(envelope);
+    const bool isReleased = !envelope.IsGateOpen() && !envelope.IsRunning();
     // The file may have been taken away between the key and its start, and then no key might end it.
     return isReleased || sampler.IsFinished() || sampler.CurrentSample() < 0;
 }
@@ -276,14 +265,14 @@ bool ModulatorPlayback::HasEnded() {
 void ModulatorPlayback::StartOrEnd() {
     const bool hasEnded = HasEnded();
     // The old sample may end while it fades: the one that waits for it is not lost.
-    if (IsMuted(killer) || (IsFading(killer) && hasEnded)) {
+    if (killer.IsMuted() || (killer.IsFading() && hasEnded)) {
         Start(CurrentSlot());
         killer.Reset(false);
     } else if (hasEnded) {
         End();
         envelope.Reset(false);
     } else if (releaseWaits && !IsStarting()) {
-        OpenEnvelope(false);
+        envelope.SetGate(false);
         releaseWaits = false;
     }
 }

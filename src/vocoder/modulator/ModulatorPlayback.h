@@ -62,7 +62,6 @@ private:
     void FollowSlotTable();
     void Start(u32 slot);
     void Stop();
-    void OpenEnvelope(bool open) { envelope.SetParameterNormalized(dsp::ADSR::gateIn, open ? 1.0F : 0.0F); }
     void LoopSample(u32 sample, float on);
     void Run(const dsp::ProcessContext& context);
     void PublishPlayhead();

@@ -3,6 +3,7 @@
 // their own.
 #include "dsp/effects/compressor/Compressor.h"
 #include "dsp/effects/equaliser/ParamEq.h"
+#include "dsp/envelopes/ADSR.h"
 #include "dsp/envelopes/EnvFollower.h"
 #include "dsp/lfo/LFO.h"
 #include "dsp/lfo/LFOSimple.h"

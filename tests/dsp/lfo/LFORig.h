@@ -27,7 +27,7 @@ inline constexpr float inf = std::numeric_limits<float>::infinity();
 inline double Fraction(double x) { return x - std::floor(x); }
 
 /// Two cycles a second at 120 beats per minute, free or locked.
-inline const Settings twoHertz = {{LFO::rateUnSynced, 2.0F}, {LFO::rateSynced, 5.0F}};
+inline const Settings twoHertz = {{LFO::RateUnSynced, 2.0F}, {LFO::RateSynced, 5.0F}};
 
 /// Distance on the circle of phases.
 inline double PhaseError(double a, double b) { return std::abs(std::remainder(a - b, 1.0)); }
@@ -35,7 +35,7 @@ inline double PhaseError(double a, double b) { return std::abs(std::remainder(a 
 /// A seeded source with its host. The phase shows as a rising saw unless a test says otherwise.
 struct LFORig {
     explicit LFORig(const Settings& settings, bool perBlock = true) {
-        Set({{LFO::controlRate, perBlock ? 1.0F : 0.0F}, {LFO::waveform, LFO::RisingSaw}});
+        Set({{LFO::ControlRate, perBlock ? 1.0F : 0.0F}, {LFO::Waveform, LFO::RisingSaw}});
         Set(settings);
         lfo.Initialize(rate, blockSize);
         lfo.Seed(1);
@@ -68,7 +68,7 @@ struct LFORig {
             beat += static_cast<double>(tempo) / 60.0 * frames / static_cast<double>(rate);
         }
     }
-    double Phase() { return static_cast<double>(lfo.FindParameter(LFO::currentPhaseFeedback)->GetValue()); }
+    double Phase() { return static_cast<double>(lfo.FindParameter(LFO::CurrentPhaseFeedback)->GetValue()); }
     double NextPhase() {
         Block();
         return Phase();

@@ -39,9 +39,9 @@ double Wave(u32 waveform, double x) {
 TEST(LFOTest, WaveformsFollowTheirFormulasUnderOffsetSpreadAmplitudeAndPolarity) {
     for (u32 waveform = LFO::Sine; waveform <= LFO::Square; ++waveform) {
         for (const float single : {0.0F, 1.0F}) {
-            LFORig source({{LFO::rateUnSynced, 7.3F}, {LFO::phaseInit, 45.0F}, {LFO::amp, 0.5F}}, false);
-            source.Set({{LFO::waveform, static_cast<float>(waveform)}, {LFO::unipolar, single}});
-            source.Set({{LFO::stereo, 1.0F}, {LFO::stereoSpread, 72.0F}});
+            LFORig source({{LFO::RateUnSynced, 7.3F}, {LFO::PhaseInit, 45.0F}, {LFO::Amp, 0.5F}}, false);
+            source.Set({{LFO::Waveform, static_cast<float>(waveform)}, {LFO::Unipolar, single}});
+            source.Set({{LFO::Stereo, 1.0F}, {LFO::StereoSpread, 72.0F}});
             source.Modulate(1, 0.25F);
             source.Modulate(2, 0.3F);
             for (u32 block = 0; block < 300; ++block) {
@@ -68,8 +68,8 @@ TEST(LFOTest, SampleAndHoldDrawsOncePerCycleAndTheSecondChannelFollowsByTwiceThe
     for (const auto& [degrees, frames, isMirror] :
          {std::tuple(0.0F, 0U, 0.0F), {45.0F, 25U, 0.0F}, {180.0F, 100U, 0.0F}, {45.0F, 0U, 1.0F}}) {
         // 100 frames a cycle.
-        LFORig source({{LFO::waveform, LFO::SampleAndHold}, {LFO::rateUnSynced, 441.0F}}, false);
-        source.Set({{LFO::stereo, 1.0F}, {LFO::stereoSpread, degrees}, {LFO::snhStereoMode, isMirror}});
+        LFORig source({{LFO::Waveform, LFO::SampleAndHold}, {LFO::RateUnSynced, 441.0F}}, false);
+        source.Set({{LFO::Stereo, 1.0F}, {LFO::StereoSpread, degrees}, {LFO::SnHStereoMode, isMirror}});
         std::vector<float> left;
         double different = 0.0;
         double sum = 0.0;
@@ -93,10 +93,10 @@ TEST(LFOTest, SampleAndHoldDrawsOncePerCycleAndTheSecondChannelFollowsByTwiceThe
 }
 
 TEST(LFOTest, TheFadeRisesExponentiallyAndNeverOvershoots) {
-    const Settings square = {{LFO::waveform, LFO::Square}, {LFO::rateUnSynced, 0.01F}};
+    const Settings square = {{LFO::Waveform, LFO::Square}, {LFO::RateUnSynced, 0.01F}};
     for (const bool perBlock : {true, false}) {
         LFORig source(square, perBlock);
-        source.Set({{LFO::fade, 0.5F}});
+        source.Set({{LFO::Fade, 0.5F}});
         source.lfo.Retrigger();
         for (u32 block = 0; block < 600; ++block) {
             source.Block();
@@ -105,7 +105,7 @@ TEST(LFOTest, TheFadeRisesExponentiallyAndNeverOvershoots) {
         }
     }
     LFORig brief(square, false);
-    brief.Set({{LFO::fade, 1e-4F}});
+    brief.Set({{LFO::Fade, 1e-4F}});
     brief.lfo.Retrigger();
     brief.Block();
     EXPECT_LT(brief.left[1], 0.5F);
@@ -113,12 +113,12 @@ TEST(LFOTest, TheFadeRisesExponentiallyAndNeverOvershoots) {
 }
 
 TEST(LFOTest, SmoothingReachesAStepInItsTimeInSecondsOrInCycles) {
-    const Settings slowSquare = {{LFO::waveform, LFO::Square}, {LFO::rateUnSynced, 0.5F}};
-    const Settings linked = {{LFO::smooth, 0.2F}, {LFO::smoothRateLinked, 1.0F}};
+    const Settings slowSquare = {{LFO::Waveform, LFO::Square}, {LFO::RateUnSynced, 0.5F}};
+    const Settings linked = {{LFO::Smooth, 0.2F}, {LFO::SmoothRateLinked, 1.0F}};
     LFORig seconds(slowSquare);
     LFORig cycles(slowSquare);
-    LFORig synced({{LFO::waveform, LFO::Square}, {LFO::midiSync, 1.0F}, {LFO::rateSynced, 3.0F}});
-    seconds.Set({{LFO::smooth, 0.4F}});
+    LFORig synced({{LFO::Waveform, LFO::Square}, {LFO::MidiSync, 1.0F}, {LFO::RateSynced, 3.0F}});
+    seconds.Set({{LFO::Smooth, 0.4F}});
     cycles.Set(linked);
     synced.Set(linked);
     // From 0 to 1 within the first half cycle, 1 s.
@@ -132,28 +132,6 @@ TEST(LFOTest, SmoothingReachesAStepInItsTimeInSecondsOrInCycles) {
     seconds.lfo.Reset(true);
     EXPECT_EQ(seconds.NextPhase(), 0.0) << "a reset brings back the start";
     EXPECT_LT(seconds.left[0], 0.02F);
-}
-
-TEST(LFOTest, GarbageNeverLeavesTheRange) {
-    constexpr std::array<float, 9> garbage = {nan, inf, -inf, 0.0F, -3.0F, 1e30F, -1e30F, 1e-38F, 0.4F};
-    std::mt19937 engine(5);
-    const auto random = [&engine](u32 count) { return static_cast<u32>(engine() % count); };
-    const auto any = [&] { return garbage[random(garbage.size())]; };
-    LFORig source({}, false);
-    for (u32 block = 0; block < 60000; ++block) {
-        if (block % 3 == 0) {
-            source.Set({{random(LFO::currentPhaseFeedback), any()}});
-        }
-        source.Modulate(random(3), any());
-        source.inputs[random(3)][-1] = 0.0F;
-        source.tempo = any();
-        source.beat = static_cast<double>(any());
-        source.playing = random(2) == 0;
-        source.Block(random(4) == 0 ? 0 : blockSize);
-        const double phase = source.Phase();
-        ASSERT_TRUE(phase >= 0.0 && phase < 1.0) << phase << " in block " << block;
-        ASSERT_TRUE(std::isfinite(source.left[0]) && std::isfinite(source.right[0])) << block;
-    }
 }
 
 } // namespace

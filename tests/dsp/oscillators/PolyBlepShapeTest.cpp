@@ -2,9 +2,6 @@
 // All three shapes: what they share, and each against its plain waveform.
 #include "dsp/oscillators/PolyBlepShape.h"
 
-#include "dsp/oscillators/PolyBlepSawBase.h"
-#include "dsp/oscillators/PolyBlepSquareBase.h"
-#include "dsp/oscillators/PolyBlepTriangleBase.h"
 #include "rigs/OscillatorRig.h"
 
 #include <gtest/gtest.h>
@@ -36,20 +33,16 @@ void ForEachShape(Check check) {
 struct Mode {
     bool antiAliased = true;
     bool sync = false;
-    bool fm = false;
-    bool widthModulation = false;
     float resetPhase = 0.0F;
 };
 
 template <class M>
 Settings Of(const Mode& mode, float width) {
-    Settings settings{{M::aaOn, mode.antiAliased ? 1.0F : 0.0F},
-                      {M::hsSlave, mode.sync ? 1.0F : 0.0F},
-                      {M::fmOn, mode.fm ? 1.0F : 0.0F},
-                      {M::hsPhase0, mode.resetPhase}};
-    if constexpr (M::parameterCount > 5) {
-        settings.emplace_back(M::pulseWidth, width);
-        settings.emplace_back(M::pwmOn, mode.widthModulation ? 1.0F : 0.0F);
+    Settings settings{{M::AAOn, mode.antiAliased ? 1.0F : 0.0F},
+                      {M::HSSlave, mode.sync ? 1.0F : 0.0F},
+                      {M::HSPhase0, mode.resetPhase}};
+    if constexpr (M::hasWidth) {
+        settings.emplace_back(M::PulseWidth, width);
     }
     return settings;
 }
@@ -57,11 +50,11 @@ Settings Of(const Mode& mode, float width) {
 std::vector<Signal> SyncedPhases(float masterHertz, float slaveHertz, float start, std::size_t frames,
                                  const Signal* fm = nullptr) {
     const auto master = Phases(
-        {{PolyBlepPhaseGen::frequency, masterHertz}, {PolyBlepPhaseGen::hsMaster, 1.0F}}, rate, frames);
-    return Phases({{PolyBlepPhaseGen::frequency, slaveHertz},
-                   {PolyBlepPhaseGen::hsSlave, 1.0F},
-                   {PolyBlepPhaseGen::hsPhase0, start},
-                   {PolyBlepPhaseGen::fmOn, fm != nullptr ? 1.0F : 0.0F}},
+        {{PolyBlepPhaseGen::Frequency, masterHertz}, {PolyBlepPhaseGen::HSMaster, 1.0F}}, rate, frames);
+    return Phases({{PolyBlepPhaseGen::Frequency, slaveHertz},
+                   {PolyBlepPhaseGen::HSSlave, 1.0F},
+                   {PolyBlepPhaseGen::HSPhase0, start},
+                   {PolyBlepPhaseGen::FMOn, fm != nullptr ? 1.0F : 0.0F}},
                   rate, frames, &master, fm);
 }
 
@@ -79,7 +72,7 @@ void ExpectFewerAliases(const Signal& plain, const Signal& smooth, double hertz,
 TEST(PolyBlepShape, AliasesLieFarBelowThoseOfThePlainWaveform) {
     for (const float sampleRate : {44100.0F, 96000.0F}) {
         for (const float hertz : {100.7F, 1003.7F, -2503.1F, 5003.9F}) {
-            const auto phases = Phases({{PolyBlepPhaseGen::frequency, hertz}}, sampleRate, tone);
+            const auto phases = Phases({{PolyBlepPhaseGen::Frequency, hertz}}, sampleRate, tone);
             ForEachShape([&]<class M>(const std::string& label, float width) {
                 ExpectFewerAliases(Shape<M>(Of<M>({.antiAliased = false}, width), sampleRate, phases),
                                    Shape<M>(Of<M>({}, width), sampleRate, phases), std::abs(hertz),
@@ -110,56 +103,6 @@ TEST(PolyBlepShape, AliasesOfSyncedTonesLieAsFarBelow) {
     }
 }
 
-TEST(PolyBlepShape, NeitherBlocksNorSharedBuffersNorTheFmLoopChangeASample) {
-    const Signal fm = Noise(3000, 20000.0F, 5);
-    const Signal widths = Noise(3000, 0.5F, 6);
-    const auto steady = SyncedPhases(700.0F, 1900.0F, 0.2F, 3000);
-    const auto modulated = SyncedPhases(700.0F, 1900.0F, 0.2F, 3000, &fm);
-    ForEachShape([&]<class M>(const std::string& label, float width) {
-        for (u32 flags = 0; flags < 16; ++flags) {
-            const Mode mode{(flags & 8U) != 0, (flags & 4U) != 0, (flags & 2U) != 0, (flags & 1U) != 0, 0.2F};
-            const Settings settings = Of<M>(mode, width);
-            const auto& phases = mode.fm ? modulated : steady;
-            const Signal* channel = M::parameterCount > 5 ? &widths : nullptr;
-            const Signal expected = Shape<M>(settings, rate, phases, channel);
-            EXPECT_EQ(Shape<M>(settings, rate, phases, channel, BlockSplit::Random(256, 60, 9)), expected)
-                << label;
-            EXPECT_LE(Peak(expected), mode.sync || !mode.antiAliased ? 1.0F : 1.001F) << label << flags;
-            if (!mode.fm) {
-                Settings inFmLoop = settings;
-                inFmLoop.emplace_back(M::fmOn, 1.0F);
-                EXPECT_EQ(Shape<M>(inFmLoop, rate, phases, channel), expected) << label;
-            }
-            auto shared = phases;
-            M shape;
-            Prepare(shape, rate, settings);
-            const auto channels = Pointers(shared);
-            std::vector<const float*> inputs(channels.begin(), channels.end());
-            if (channel != nullptr) {
-                inputs.push_back(channel->data());
-            }
-            RunInPlace(shape, inputs, {shared[0].data()}, shared[0].size());
-            EXPECT_EQ(shared[0], expected) << label << " in place";
-        }
-    });
-}
-
-TEST(PolyBlepShape, StandingStillGivesThePlainValueAndOffGivesZero) {
-    ForEachShape([&]<class M>(const std::string& label, float width) {
-        for (const float p : {0.0F, 0.3F, 0.9F}) {
-            const std::vector<Signal> still{Signal(8, p), Signal(8, 0.0F)};
-            const Signal plain = Shape<M>(Of<M>({.antiAliased = false}, width), rate, still);
-            EXPECT_LE(Peak(plain), 1.0F) << label;
-            for (const Mode& mode : {Mode{}, Mode{.sync = true}, Mode{.fm = true}}) {
-                EXPECT_EQ(Shape<M>(Of<M>(mode, width), rate, still), plain) << label;
-            }
-        }
-        Settings off = Of<M>({}, width);
-        off.emplace_back(M::on, 0.0F);
-        EXPECT_EQ(Shape<M>(off, rate, {Signal(8, 0.3F), Signal(8, 0.1F)}), Signal(8, 0.0F)) << label;
-    });
-}
-
 TEST(PolyBlepShape, NothingOfAnEarlierOrBrokenBlockStays) {
     const auto phases = SyncedPhases(700.0F, 1900.0F, 0.2F, 880);
     const Signal broken(44, std::numeric_limits<float>::quiet_NaN());
@@ -179,9 +122,9 @@ TEST(PolyBlepShape, NothingOfAnEarlierOrBrokenBlockStays) {
         const Signal healed = run(phases);
         // Two periods of the master later.
         EXPECT_TRUE(std::equal(healed.begin() + 128, healed.end(), expected.begin() + 128)) << label;
-        shape.SetParameterValue(M::hsSlave, 0.0F);
+        shape.SetParameterValue(M::HSSlave, 0.0F);
         run(phases);
-        shape.SetParameterValue(M::hsSlave, 1.0F);
+        shape.SetParameterValue(M::HSSlave, 1.0F);
         EXPECT_EQ(run(phases), expected) << label << " after sync was off";
     });
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "engine/expression/IAftertouchAndMPEManager.h"
+#include "engine/expression/ExpressionManager.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ namespace {
 constexpr u32 voiceCount = 32;
 
 /// Stands for the modulation sources behind the hooks.
-class Recorder : public Velmora::engine::IAftertouchAndMPEManager<voiceCount> {
+class Recorder : public Velmora::engine::ExpressionManager {
 public:
     Recorder() {
         std::iota(all.begin(), all.end(), 0U);

@@ -11,14 +11,14 @@
 namespace Velmora::engine {
 namespace {
 
-using NoteGlider = Glider<32, dsp::SmootherSRL>;
+using NoteGlider = Glider;
 
 /// A block takes a millisecond.
 struct Rig {
     explicit Rig(float seconds = 0.1F, float speed = 0.0F) {
-        Set(NoteGlider::on, 1.0F);
-        Set(NoteGlider::time, seconds);
-        Set(NoteGlider::speed, speed);
+        Set(NoteGlider::On, 1.0F);
+        Set(NoteGlider::Time, seconds);
+        Set(NoteGlider::Speed, speed);
         glider.Initialize(48000.0F, 48);
         glider.Reset(true);
     }
@@ -80,20 +80,20 @@ TEST(GliderTest, ATimeThatMovesChangesAGlideUnderWay) {
     rig.Start(0, 60);
     rig.Start(1, 72);
     EXPECT_NEAR(rig.Run(1, 50), 61.2F, 1e-3F);
-    rig.Set(NoteGlider::time, 0.1F);
+    rig.Set(NoteGlider::Time, 0.1F);
     EXPECT_NEAR(rig.Run(1, 50), 67.2F, 1e-3F);
     const float modulation[] = {1.0F, 0.3F}; // the mark, then the sample
     rig.input = modulation + 1;
     EXPECT_NEAR(rig.Run(1, 50), 68.7F, 1e-3F);
-    rig.Set(NoteGlider::on, 0.0F);
+    rig.Set(NoteGlider::On, 0.0F);
     EXPECT_EQ(rig.Run(1, 20), 72.0F) << "off, the note is its target";
-    rig.Set(NoteGlider::on, 1.0F);
+    rig.Set(NoteGlider::On, 1.0F);
     EXPECT_NEAR(rig.Run(1, 0), 68.7F, 1e-3F) << "and nothing moved";
 }
 
 TEST(GliderTest, AQuantizedGlideMovesInSemitonesTowardsItsNote) {
     Rig rig;
-    rig.Set(NoteGlider::quantize, 1.0F);
+    rig.Set(NoteGlider::Quantize, 1.0F);
     for (const u8 to : {u8{72}, u8{66}}) {
         rig.glider.ResetTargets();
         rig.Start(0, 69);
@@ -108,7 +108,7 @@ TEST(GliderTest, AQuantizedGlideMovesInSemitonesTowardsItsNote) {
 TEST(GliderTest, AGlideStartsFromThePresentNoteOrTheTargetOfTheLastVoice) {
     for (const float fromTarget : {0.0F, 1.0F}) {
         Rig rig;
-        rig.Set(NoteGlider::startFromLastTarget, fromTarget);
+        rig.Set(NoteGlider::StartFromLastTarget, fromTarget);
         rig.Start(0, 60);
         rig.Start(1, 72);
         rig.Run(1, 50);

@@ -166,7 +166,7 @@ struct PlayedRig {
     float FrequencyOf(u32 voice) {
         return played->CarrierSynth().Voice(voice).FindParameter(Oscillators::frequency)->GetValue();
     }
-    bool IsGateOpen(u32 voice) { return played->CarrierSynth().Voice(voice).IsGateOpen(); }
+    bool IsGateOpen(u32 voice) { return played->CarrierSynth().Voice(voice).Envelope().IsGateOpen(); }
     std::size_t ActiveCount() const { return played->CarrierSynth().ActiveVoices().size(); }
     u32 HeldCount() const { return played->HeldNoteCount(); }
 };

@@ -110,7 +110,7 @@ TEST(ModulationsManager, LfosOfVoicesRunByThemselves) {
     ManagerRig rig;
     rig.SetOwn(ModulationsManager::LFOInternalCycleMode, 1.0F); // free running
     rig.SetOwn(ModulationsManager::LFORetrig, 1.0F);
-    rig.SetLfo(LFO::rateUnSynced, 5.0F);
+    rig.SetLfo(LFO::RateUnSynced, 5.0F);
     rig.Run();
     rig.manager->VoiceOn(0);
     rig.Run(50);
@@ -126,8 +126,8 @@ TEST(ModulationsManager, LfoAmountTakesItsShareFromTheBase) {
     ManagerRig rig;
     rig.SetOwn(ModulationsManager::LFOInternalCycleMode, 1.0F);
     rig.SetOwn(ModulationsManager::LFORetrig, 0.0F);
-    rig.SetLfo(LFO::waveform, 4.0F); // square
-    rig.SetLfo(LFO::rateUnSynced, 0.01F);
+    rig.SetLfo(LFO::Waveform, 4.0F); // square
+    rig.SetLfo(LFO::RateUnSynced, 0.01F);
     rig.manager->VoiceOn(5);
     rig.manager->WriteVoiceSource(5, VelocitySource, 0.5F);
     rig.Run(2);
@@ -160,8 +160,8 @@ TEST(ModulationsManager, FollowerHearsBothSidesOrTheOnlyOne) {
 
 TEST(ModulationsManager, AudioRateLfosStayInTheirBuffers) {
     ManagerRig rig;
-    rig.SetLfo(LFO::controlRate, 0.0F);
-    rig.SetLfo(LFO::stereo, 1.0F);
+    rig.SetLfo(LFO::ControlRate, 0.0F);
+    rig.SetLfo(LFO::Stereo, 1.0F);
     for (i32 voice = 0; voice < 57; ++voice) {
         rig.manager->VoiceOn(voice);
         rig.manager->WriteVoiceSource(static_cast<u32>(voice), KeySource, 0.125F);

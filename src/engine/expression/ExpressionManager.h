@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/smoothing/SmootherSRL.h"
+#include "engine/voices/VoiceInfo.h"
 #include "support/platform/Types.h"
 
 #include <array>
@@ -17,17 +18,16 @@ namespace Velmora::engine {
 /// held voice shares the channel, the channel jumps to where it is heading.
 ///
 /// Setters may be called at any time, with MPE on or off; the channels' values act only while it is on.
-/// Values that are not finite count as 0. Channels are taken modulo 16, voices at or above VoiceCount are
+/// Values that are not finite count as 0. Channels are taken modulo 16, voices at or above voiceCount are
 /// ignored. Audio thread only, no operation allocates.
-template <u32 VoiceCount>
-class IAftertouchAndMPEManager {
+class ExpressionManager {
 public:
-    static_assert(VoiceCount <= 32, "the voices are one word");
+    static_assert(voiceCount <= 32, "the voices are one word");
 
     static constexpr u32 channelCount = 16;
     static constexpr i32 noVoice = -1;
 
-    virtual ~IAftertouchAndMPEManager() = default;
+    virtual ~ExpressionManager() = default;
 
     /// Rate in Hz; one UpdateExpression per `maxBlockSize` frames.
     void PrepareExpression(float sampleRate, u32 maxBlockSize);
@@ -72,7 +72,7 @@ public:
 
     /// Semitones: the global bend, and with MPE that of the voice. A voice out of range has the global one.
     float PitchOffset(u32 voice) const {
-        return isMpe && voice < VoiceCount ? bend.current + voices[voice].bend : bend.current;
+        return isMpe && voice < voiceCount ? bend.current + voices[voice].bend : bend.current;
     }
     /// 0 to 1, what source 5 of the voice gets while aftertouch is per voice.
     float VoiceAftertouch(u32 voice) const;
@@ -135,14 +135,14 @@ private:
     ChannelControl pressures;
     ChannelControl brightnesses;
 
-    std::array<VoiceState, VoiceCount> voices{};
+    std::array<VoiceState, voiceCount> voices{};
     /// Pressure of the voices' own keys.
-    std::array<dsp::SmootherSRL, VoiceCount> keys;
+    std::array<dsp::SmootherSRL, voiceCount> keys;
     u32 keysMoving = 0;
 
     /// Sets of voices, one bit each. Those that follow a channel, by channel:
     std::array<u32, channelCount> followers{};
-    std::array<u8, VoiceCount> channelOf{};
+    std::array<u8, voiceCount> channelOf{};
     u32 sounding = 0;
     u32 released = 0;
     u32 aftertouchToWrite = 0;
@@ -152,7 +152,5 @@ private:
     bool isMpe = false;
     bool isPerVoice = false;
 };
-
-extern template class IAftertouchAndMPEManager<32>;
 
 } // namespace Velmora::engine

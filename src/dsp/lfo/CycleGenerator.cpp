@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/lfo/IGenerator.h"
+#include "dsp/lfo/CycleGenerator.h"
+
+#include "dsp/framework/ParameterDeclaration.h"
 
 #include <algorithm>
 #include <cmath>
@@ -26,34 +28,25 @@ constexpr float highestCycleCount = 8388608.0F;
 const float largestBelowOne = std::nextafter(1.0F, 0.0F);
 
 std::vector<ModuleParam> Records(std::vector<ModuleParam>&& derived) {
-    std::vector<ModuleParam> records;
-    records.push_back(ModuleParam::Stepped("Mode", 3, 0.0F, 1.0F));
-    records.emplace_back("MidiSync");
-    records.emplace_back("RateUnSynced");
-    records.push_back(ModuleParam::Stepped("RateSynced", 9, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Stepped("AllRateSynced", 27, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Stepped("RateSyncedType", 3, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Mapped("PhaseInit", 1, 0.0F, 360.0F, 0.0F));
-    records.emplace_back("KbTracking");
-    records.emplace_back("KbTrackingAmount");
-    records.push_back(ModuleParam::Mapped("KbTrackingFreq", 1, 1.0F, 40000.0F, 0.0F));
-    records.emplace_back("GateIn");
-    records.emplace_back("ControlRate");
-    records.emplace_back("SppHardFollow");
-    records.push_back(ModuleParam::Mapped("Swing", 1, 50.0F, 75.0F, 0.0F));
+    std::vector<ModuleParam> records = RecordsOf(
+        {Declare::Choice("Mode", CycleGenerator::CycleModeCount, CycleGenerator::FreeRunning),
+         Declare::Raw("MidiSync"), Declare::Raw("RateUnSynced"),
+         Declare::Choice("RateSynced", std::size(syncedRates)), Declare::Choice("AllRateSynced", 27),
+         Declare::Choice("RateSyncedType", std::size(rateScales)), Declare::Linear("PhaseInit", 0.0F, 360.0F),
+         Declare::Raw("KbTracking"), Declare::Raw("KbTrackingAmount"),
+         Declare::Linear("KbTrackingFreq", 1.0F, 40000.0F), Declare::Raw("GateIn"),
+         Declare::Raw("ControlRate"), Declare::Raw("SppHardFollow"), Declare::Linear("Swing", 50.0F, 75.0F)});
     std::move(derived.begin(), derived.end(), std::back_inserter(records));
     return records;
 }
 
 } // namespace
 
-IGenerator::IGenerator(std::string moduleName, u32 inputCount, u32 outputCount,
-                       std::vector<ModuleParam>&& derivedRecords)
-    : UnitModule(std::move(moduleName), inputCount, outputCount, Records(std::move(derivedRecords))) {
-    parameters[mode].SetValue(FreeRunning);
-}
+CycleGenerator::CycleGenerator(std::string moduleName, u32 inputCount, u32 outputCount,
+                               std::vector<ModuleParam>&& derivedRecords)
+    : UnitModule(std::move(moduleName), inputCount, outputCount, Records(std::move(derivedRecords))) {}
 
-void IGenerator::OnInitialize(float rate, u32 maxBlockSize) {
+void CycleGenerator::OnInitialize(float rate, u32 maxBlockSize) {
     sampleRate = rate;
     beatsPerSampleAtOneBpm = 0.016666666666666666 / static_cast<double>(sampleRate);
     beatStep = static_cast<double>(tempo) * beatsPerSampleAtOneBpm;
@@ -62,12 +55,12 @@ void IGenerator::OnInitialize(float rate, u32 maxBlockSize) {
     }
 }
 
-void IGenerator::OnReset(bool /*hard*/) {
+void CycleGenerator::OnReset(bool /*hard*/) {
     wasPlaying = false;
     Retrigger();
 }
 
-void IGenerator::Retrigger() {
+void CycleGenerator::Retrigger() {
     std::fill(phaseBuffer.begin(), phaseBuffer.end(), 0.0F);
     std::fill(cycleBuffer.begin(), cycleBuffer.end(), 0.0F);
     cycleCount = -1.0F;
@@ -76,90 +69,93 @@ void IGenerator::Retrigger() {
     needsPhaseInit = true;
 }
 
-bool IGenerator::UpdateParameters(ProcessContext& context) {
+bool CycleGenerator::UpdateParameters(ProcessContext& context) {
     FollowTempo(context.tempo);
     if (!anyParameterChanged) {
         return true;
     }
-    if (Changed(mode)) {
-        cycle.mode = static_cast<i32>(StepOf(Value(mode), 3));
+    if (Changed(Mode)) {
+        cycle.mode = ToIndex(Value(Mode), CycleModeCount);
     }
     UpdateRateParameters();
-    if (Changed(phaseInit)) {
-        const float phase = parameters[phaseInit].GetNormalized();
+    if (Changed(PhaseInit)) {
+        const float phase = parameters[PhaseInit].GetNormalized();
         cycle.phaseInit = std::isfinite(phase) ? static_cast<double>(phase) : 0.0;
     }
-    if (Changed(gateIn) && Value(gateIn) > 0.5F && cycle.mode != FreeRunning) {
+    if (Changed(GateIn) && Value(GateIn) > 0.5F && cycle.mode != FreeRunning) {
         oneShotDone = false;
         Retrigger();
     }
-    if (Changed(controlRate)) {
-        cycle.controlRate = Value(controlRate) >= 0.5F;
+    if (Changed(ControlRate)) {
+        cycle.controlRate = Value(ControlRate) >= 0.5F;
     }
-    if (Changed(sppHardFollow)) {
-        cycle.sppHardFollow = Value(sppHardFollow) >= 0.5F;
+    if (Changed(SppHardFollow)) {
+        cycle.sppHardFollow = Value(SppHardFollow) >= 0.5F;
     }
-    if (Changed(swing)) {
-        cycle.swingOn = parameters[swing].GetNormalized() > 0.0F;
-        const float percent = Value(swing);
+    if (Changed(Swing)) {
+        cycle.swingOn = parameters[Swing].GetNormalized() > 0.0F;
+        const float percent = Value(Swing);
         cycle.swing = static_cast<double>(percent > 50.0F ? std::min(percent, 75.0F) : 50.0F) * 0.01;
     }
-    if (Changed(kbTracking) || Changed(kbTrackingAmount) || Changed(kbTrackingFreq) || Changed(midiSync)) {
+    if (Changed(KbTracking) || Changed(KbTrackingAmount) || Changed(KbTrackingFreq) || Changed(MidiSync)) {
         UpdateKeyFactor();
     }
     return true;
 }
 
 /// A tempo that cannot be is not followed.
-void IGenerator::FollowTempo(float hostTempo) {
+void CycleGenerator::FollowTempo(float hostTempo) {
     if (hostTempo != tempo && hostTempo >= 0.0F && hostTempo <= highestTempo) {
         tempo = hostTempo;
         beatStep = static_cast<double>(tempo) * beatsPerSampleAtOneBpm;
     }
 }
 
-void IGenerator::UpdateRateParameters() {
-    const auto first = parameterChanged.begin() + midiSync;
+void CycleGenerator::UpdateRateParameters() {
+    const auto first = parameterChanged.begin() + MidiSync;
     if (std::find_if(first, first + 5, [](u8 changed) { return changed != 0; }) == first + 5) {
         return;
     }
-    const float sync = parameters[midiSync].GetNormalized();
-    if (Changed(midiSync)) {
+    const float sync = parameters[MidiSync].GetNormalized();
+    if (Changed(MidiSync)) {
         cycle.synced = sync >= 0.5F;
         Retrigger();
     }
-    if (Changed(midiSync) || Changed(rateSyncedType)) {
-        cycle.rateScale = sync > 0.5F ? rateScales[StepOf(Value(rateSyncedType), 3)] : 1.0F;
+    if (Changed(MidiSync) || Changed(RateSyncedType)) {
+        cycle.rateScale =
+            sync > 0.5F ? rateScales[ToIndex(Value(RateSyncedType), std::size(rateScales))] : 1.0F;
     }
     UpdateRateValue();
 }
 
 /// Locked to the beat, keys move the rate by whole octaves only: all others would leave the beat.
-void IGenerator::UpdateKeyFactor() {
+void CycleGenerator::UpdateKeyFactor() {
     cycle.keyFactor = 1.0;
-    if (Value(kbTracking) > 0.5F) {
+    if (Value(KbTracking) > 0.5F) {
         const float octaves =
-            std::log2(Value(kbTrackingFreq) * 0.003822256F) * Value(kbTrackingAmount) * 0.01F;
+            std::log2(Value(KbTrackingFreq) * 0.003822256F) * Value(KbTrackingAmount) * 0.01F;
         cycle.keyFactor = std::exp2(static_cast<double>(cycle.synced ? std::round(octaves) : octaves));
     }
 }
 
-float IGenerator::RateAt(float value) const {
-    return cycle.synced ? syncedRates[StepOf(value, std::size(syncedRates))] * cycle.rateScale : value;
+float CycleGenerator::RateAt(float value) const {
+    return cycle.synced ? syncedRates[ToIndex(value, std::size(syncedRates))] * cycle.rateScale : value;
 }
 
-void IGenerator::UpdateRateValue() { rateValue = RateAt(Value(cycle.synced ? rateSynced : rateUnSynced)); }
+void CycleGenerator::UpdateRateValue() {
+    rateValue = RateAt(Value(cycle.synced ? RateSynced : RateUnSynced));
+}
 
-void IGenerator::RenderRate(const ProcessContext& context) {
+void CycleGenerator::RenderRate(const ProcessContext& context) {
     float rate = rateValue;
     if (context.ActiveModulation(rateInput) != nullptr) {
-        ModuleParam& parameter = parameters[cycle.synced ? rateSynced : rateUnSynced];
+        ModuleParam& parameter = parameters[cycle.synced ? RateSynced : RateUnSynced];
         rate = RateAt(parameter.GetModulatedValue(context, rateInput));
     }
     std::fill_n(rateBuffer.begin(), context.numFrames, rate);
 }
 
-bool IGenerator::Process(ProcessContext& context) {
+bool CycleGenerator::Process(ProcessContext& context) {
     if (context.numFrames == 0) {
         return true;
     }
@@ -193,7 +189,7 @@ bool IGenerator::Process(ProcessContext& context) {
 }
 
 /// A rate that is not finite must not leave its mark on the phase.
-void IGenerator::HealState() {
+void CycleGenerator::HealState() {
     if (!std::isfinite(freePhase + syncPhase + lastBeat + startBeat)) {
         freePhase = syncPhase = 0.0;
         rateAtFrame = 0.0F;
@@ -204,7 +200,7 @@ void IGenerator::HealState() {
 /// Keeps the beats that are stored in step with the host's position: a jump backwards moves them along, and
 /// where the host starts or stops, its own count and ours meet. Before the song's start the beat stands at
 /// 0; cycles that do not count from there run on as over a jump in each block.
-void IGenerator::FollowHost(float songPosition, const Run& run) {
+void CycleGenerator::FollowHost(float songPosition, const Run& run) {
     const bool free = cycle.mode == FreeRunning;
     const float position = std::abs(songPosition) <= highestBeat ? songPosition : lastHostBeat;
     const float hostBeat = std::max(position, 0.0F);
@@ -229,7 +225,7 @@ void IGenerator::FollowHost(float songPosition, const Run& run) {
 }
 
 /// Places the phase one step before the start, where the first step reaches it.
-void IGenerator::StartPhase(const Run& run, double beat) {
+void CycleGenerator::StartPhase(const Run& run, double beat) {
     needsPhaseInit = false;
     const double share = cycle.swingOn ? SwingLength(0.0) : 1.0;
     if (!cycle.synced) {
@@ -254,7 +250,7 @@ void IGenerator::StartPhase(const Run& run, double beat) {
     }
 }
 
-void IGenerator::RunFree(const Run& run) {
+void CycleGenerator::RunFree(const Run& run) {
     const double perHertz = run.framesPerStep * cycle.keyFactor / static_cast<double>(sampleRate);
     for (u32 i = 0; i < run.steps; ++i) {
         double increment = static_cast<double>(rateAtFrame) * perHertz;
@@ -267,7 +263,7 @@ void IGenerator::RunFree(const Run& run) {
     }
 }
 
-void IGenerator::RunOneShotSynced(const Run& run) {
+void CycleGenerator::RunOneShotSynced(const Run& run) {
     const double stepBeats = run.framesPerStep * beatStep;
     for (u32 i = 0; i < run.steps; ++i) {
         syncPhase = AdvanceCounted(i, syncPhase, CyclesPerBeat(rateBuffer[i]) * stepBeats);
@@ -275,7 +271,7 @@ void IGenerator::RunOneShotSynced(const Run& run) {
 }
 
 /// One step of a phase whose cycles are counted as they pass. Returns the new phase.
-double IGenerator::AdvanceCounted(u32 step, double phase, double increment) {
+double CycleGenerator::AdvanceCounted(u32 step, double phase, double increment) {
     if (IsHeld()) {
         StoreStep(step, phase, 0.0F);
         return phase;
@@ -302,7 +298,7 @@ double IGenerator::AdvanceCounted(u32 step, double phase, double increment) {
 
 /// The cycle's number and its beginnings come from the beat, the phase in between from the tempo, or with
 /// SppHardFollow in free-running mode from the beat alone.
-void IGenerator::RunLocked(const Run& run, double beat) {
+void CycleGenerator::RunLocked(const Run& run, double beat) {
     const bool hardFollow = cycle.sppHardFollow && cycle.mode == FreeRunning;
     double before = lastBeat;
     for (u32 i = 0; i < run.steps; ++i) {
@@ -333,20 +329,20 @@ void IGenerator::RunLocked(const Run& run, double beat) {
 }
 
 /// A phase that is not a number leaves as 0, and is healed with the next block.
-void IGenerator::StoreStep(u32 step, double phase, float cycleNumber) {
+void CycleGenerator::StoreStep(u32 step, double phase, float cycleNumber) {
     const auto shifted = static_cast<float>(Fold(phase + cycle.phaseInit));
     phaseBuffer[step] = shifted > 0.0F ? std::min(shifted, largestBelowOne) : 0.0F;
     cycleBuffer[step] = cycleNumber;
 }
 
 /// The length of a cycle in even cycles: even numbers are long, odd ones short.
-double IGenerator::SwingLength(double cycleNumber) const {
+double CycleGenerator::SwingLength(double cycleNumber) const {
     const double place = 2.0 * Fold(cycleNumber * 0.5);
     return 2.0 * (place >= 1.0 ? 1.0 - cycle.swing : cycle.swing);
 }
 
 /// A position in even cycles as one in swung cycles. Pairs of cycles begin where they began.
-double IGenerator::Swung(double position) const {
+double CycleGenerator::Swung(double position) const {
     const double place = 2.0 * Fold(position * 0.5);
     const double first = 2.0 * cycle.swing;
     return (position - place) + (place < first ? place / first : (place - first) / (2.0 - first) + 1.0);

@@ -1,19 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#pragma once
+// Events, settings, and the end of voices.
+#include "engine/voices/VoiceManager.h"
 
 #include "engine/tuning/MtsClient.h"
-#include "engine/voices/IVoiceManager.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <numeric>
 
 namespace Velmora::engine {
 
-template <u32 n, class V, i32 m>
-IVoiceManager<n, V, m>::IVoiceManager() : IVoiceManagerBase(n, m) {}
+VoiceManager::VoiceManager() {
+    active.reserve(voiceCount);
+    allowed.reserve(voiceCount);
+    releasedOrder.reserve(voiceCount);
+    SetPolyphony(voiceCount);
+}
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::HandleEvent(const dsp::Event& event) {
+VoiceManager::~VoiceManager() = default;
+
+void VoiceManager::HandleEvent(const dsp::Event& event) {
     const u32 status = event.midi[0] & 0xF0U;
     if ((status != 0x80U && status != 0x90U) || event.midi[1] > 127) {
         return;
@@ -27,8 +33,7 @@ void IVoiceManager<n, V, m>::HandleEvent(const dsp::Event& event) {
     }
 }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::HandleNoteOn(const NoteInfo& note) {
+void VoiceManager::HandleNoteOn(const NoteInfo& note) {
     const engine::MtsClient* tuning = MtsClient();
     if (tuning != nullptr && tuning->ShouldFilterNote(note.note, note.channel)) {
         return;
@@ -37,8 +42,7 @@ void IVoiceManager<n, V, m>::HandleNoteOn(const NoteInfo& note) {
     NoteOn(note);
 }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::HandleNoteOff(const NoteInfo& note) {
+void VoiceManager::HandleNoteOff(const NoteInfo& note) {
     held.Lift(note, ignoreChannel);
     // The pedal can only hold what is listed: any other note would never be let go.
     if (sustain && held.Contains(note, ignoreChannel)) {
@@ -56,8 +60,7 @@ void IVoiceManager<n, V, m>::HandleNoteOff(const NoteInfo& note) {
     }
 }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::SetSustain(bool down) {
+void VoiceManager::SetSustain(bool down) {
     const bool lifted = sustain && !down;
     sustain = down;
     if (lifted) {
@@ -66,8 +69,7 @@ void IVoiceManager<n, V, m>::SetSustain(bool down) {
 }
 
 /// All of them leave the list before the first is released: none may take the mono voice over.
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::ReleaseUnpressed(bool liftedOnly) {
+void VoiceManager::ReleaseUnpressed(bool liftedOnly) {
     std::array<NoteInfo, HeldNotes::capacity> taken;
     const u32 count = held.TakeUnpressed(taken, liftedOnly);
     for (u32 i = 0; i < count; ++i) {
@@ -75,49 +77,44 @@ void IVoiceManager<n, V, m>::ReleaseUnpressed(bool liftedOnly) {
     }
 }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::SetPolyphonyMode(i32 newMode, std::span<const u32> table) {
+void VoiceManager::SetPolyphonyMode(i32 newMode, std::span<const u32> table) {
     if (newMode == 0 || newMode == 1) {
         EnterMono();
         legato = newMode;
     } else if (newMode > 1 && static_cast<std::size_t>(newMode) < table.size()) {
-        EnterPoly(std::clamp(table[static_cast<std::size_t>(newMode)], 1U, n));
+        EnterPoly(std::clamp(table[static_cast<std::size_t>(newMode)], 1U, voiceCount));
     }
 }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::EnterMono() {
+void VoiceManager::EnterMono() {
     if (!IsMono()) {
-        StopSlots(0, n);
+        StopSlots(0, voiceCount);
     }
-    mode = monoMode;
+    isMono = true;
 }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::EnterPoly(u32 newPolyphony) {
+void VoiceManager::EnterPoly(u32 newPolyphony) {
     if (IsMono() && unison > 1) {
         StopSlots(0, unison);
     }
-    mode = polyMode;
+    isMono = false;
     if (newPolyphony < polyphony) {
-        StopSlots(newPolyphony, n);
+        StopSlots(newPolyphony, voiceCount);
         std::erase_if(releasedOrder, [newPolyphony](u32 v) { return v >= newPolyphony; });
     }
     SetPolyphony(newPolyphony);
 }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::SetUnison(u32 slots) {
-    const u32 newUnison = std::clamp(slots, 1U, n);
+void VoiceManager::SetUnison(u32 slots) {
+    const u32 newUnison = std::clamp(slots, 1U, voiceCount);
     if (newUnison != unison) {
-        StopSlots(0, n);
+        StopSlots(0, voiceCount);
         releasedOrder.clear();
     }
     unison = newUnison;
 }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::StopSlots(u32 first, u32 last) {
+void VoiceManager::StopSlots(u32 first, u32 last) {
     for (u32 v = first; v < last; ++v) {
         pending[v] = false;
         if (voices[v].active) {
@@ -126,13 +123,11 @@ void IVoiceManager<n, V, m>::StopSlots(u32 first, u32 last) {
     }
 }
 
-template <u32 n, class V, i32 m>
-bool IVoiceManager<n, V, m>::IsHeld(u32 v) const {
+bool VoiceManager::IsHeld(u32 v) const {
     return voices[v].active && !voices[v].released && !voices[v].killed;
 }
 
-template <u32 n, class V, i32 m>
-i32 IVoiceManager<n, V, m>::NewestHeldVoice(i32 except) const {
+i32 VoiceManager::NewestHeldVoice(i32 except) const {
     i32 newest = none;
     u64 newestAssignment = 0;
     // The ages rise with the assignments, so these alone give the order.
@@ -145,8 +140,7 @@ i32 IVoiceManager<n, V, m>::NewestHeldVoice(i32 except) const {
     return newest;
 }
 
-template <u32 n, class V, i32 m>
-i32 IVoiceManager<n, V, m>::FindVoice(u8 note, u8 channel) const {
+i32 VoiceManager::FindVoice(u8 note, u8 channel) const {
     const NoteInfo wanted{note, 0, channel};
     if (IsMono()) {
         return HasMonoNote() && voices[0].note.IsSameKey(wanted, false) ? 0 : none;
@@ -157,40 +151,29 @@ i32 IVoiceManager<n, V, m>::FindVoice(u8 note, u8 channel) const {
     return found == active.end() ? none : static_cast<i32>(*found);
 }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::KillVoice(u32 v) {
+void VoiceManager::KillVoice(u32 v) {
     OnVoiceKilled(v);
     voices[v].killed = true;
 }
 
-template <u32 n, class V, i32 m>
-u32 IVoiceManager<n, V, m>::PendingCount() const {
-    return static_cast<u32>(otherVoices.size()) +
-           static_cast<u32>(std::count(pending.begin(), pending.end(), true));
+u32 VoiceManager::PendingCount() const {
+    return static_cast<u32>(std::count(pending.begin(), pending.end(), true));
 }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::ResetAll() {
+void VoiceManager::ResetAll() {
     active.clear();
     releasedOrder.clear();
     roundRobin = 0;
-    voices.fill(V{});
+    voices.fill({});
     pending.fill(false);
     held.Clear();
 }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::NoteOn(const NoteInfo& note) {
-    IsMono() ? NoteOnMono(note) : NoteOnPoly(note);
-}
+void VoiceManager::NoteOn(const NoteInfo& note) { IsMono() ? NoteOnMono(note) : NoteOnPoly(note); }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::NoteOff(const NoteInfo& note) {
-    IsMono() ? NoteOffMono(note) : NoteOffPoly(note);
-}
+void VoiceManager::NoteOff(const NoteInfo& note) { IsMono() ? NoteOffMono(note) : NoteOffPoly(note); }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::ReapVoices() {
+void VoiceManager::ReapVoices() {
     std::size_t i = 0;
     while (i < active.size()) {
         const u32 v = active[i];
@@ -205,8 +188,7 @@ void IVoiceManager<n, V, m>::ReapVoices() {
     }
 }
 
-template <u32 n, class V, i32 m>
-void IVoiceManager<n, V, m>::Reap(u32 v) {
+void VoiceManager::Reap(u32 v) {
     voices[v].active = false;
     voices[v].killed = false;
     OnVoiceFinished(v);
@@ -216,6 +198,24 @@ void IVoiceManager<n, V, m>::Reap(u32 v) {
     } else {
         pending[v] = false;
     }
+}
+
+void VoiceManager::SetSameNoteLimit(bool enabled, u32 limit) {
+    sameNoteLimited = enabled;
+    sameNoteLimit = limit;
+}
+
+void VoiceManager::InsertActive(u32 v) {
+    const auto place = std::lower_bound(active.begin(), active.end(), v);
+    if (place == active.end() || *place != v) {
+        active.insert(place, v);
+    }
+}
+
+void VoiceManager::SetPolyphony(u32 newPolyphony) {
+    polyphony = newPolyphony;
+    allowed.resize(newPolyphony);
+    std::iota(allowed.begin(), allowed.end(), 0U);
 }
 
 } // namespace Velmora::engine

@@ -16,34 +16,37 @@ namespace Velmora::dsp {
 /// frame of buffers and outputs is written. Locked to the beat, the phase runs by the tempo within a cycle
 /// and is taken from the beat position wherever a cycle begins, so that no error outlives a cycle. Jumps of
 /// the host's position backwards, starts and stops leave a running cycle as it is.
-class IGenerator : public UnitModule {
+class CycleGenerator : public UnitModule {
 public:
     /// A one-shot cycle stops just before its start phase. FreeRunning knows no gate: its cycles count from
     /// beat 0.
-    enum Mode : i32 { OneShot = 0, RetriggeredCycle = 1, FreeRunning = 2 };
+    enum CycleMode : u32 { OneShot, RetriggeredCycle, FreeRunning, CycleModeCount };
 
-    static constexpr u32 mode = 0;
-    static constexpr u32 midiSync = 1;
-    /// Hz.
-    static constexpr u32 rateUnSynced = 2;
-    /// 0 to 8: 8 bars to 1/32 bar.
-    static constexpr u32 rateSynced = 3;
-    static constexpr u32 allRateSynced = 4;
-    /// 0 straight, 1 triplet, 2 dotted.
-    static constexpr u32 rateSyncedType = 5;
-    /// Degrees; the normalized value is the phase.
-    static constexpr u32 phaseInit = 6;
-    static constexpr u32 kbTracking = 7;
-    /// Percent: at 100 the rate doubles per octave.
-    static constexpr u32 kbTrackingAmount = 8;
-    /// Hz; middle C leaves the rate as it is.
-    static constexpr u32 kbTrackingFreq = 9;
-    static constexpr u32 gateIn = 10;
-    static constexpr u32 controlRate = 11;
-    static constexpr u32 sppHardFollow = 12;
-    /// Percent that the first of two cycles takes of both; 50 is even, and off.
-    static constexpr u32 swing = 13;
-    static constexpr u32 generatorParameterCount = 14;
+    enum Parameter : u32 {
+        /// A CycleMode.
+        Mode,
+        MidiSync,
+        /// Hz.
+        RateUnSynced,
+        /// 0 to 8: 8 bars to 1/32 bar.
+        RateSynced,
+        AllRateSynced,
+        /// 0 straight, 1 triplet, 2 dotted.
+        RateSyncedType,
+        /// Degrees; the normalized value is the phase.
+        PhaseInit,
+        KbTracking,
+        /// Percent: at 100 the rate doubles per octave.
+        KbTrackingAmount,
+        /// Hz; middle C leaves the rate as it is.
+        KbTrackingFreq,
+        GateIn,
+        ControlRate,
+        SppHardFollow,
+        /// Percent that the first of two cycles takes of both; 50 is even, and off.
+        Swing,
+        GeneratorParameterCount
+    };
 
     /// Starts the cycle anew with the next block. A one-shot cycle that is over begins again only when
     /// GateIn rises; until then it returns to its resting phase.
@@ -64,14 +67,8 @@ protected:
     static constexpr u32 rateInput = 0;
 
     /// The parameters of a derived class follow those of this one.
-    IGenerator(std::string moduleName, u32 inputCount, u32 outputCount,
-               std::vector<ModuleParam>&& derivedRecords);
-
-    /// The index of a step from a real value; what is not a number becomes 0.
-    static u32 StepOf(float value, u32 stepCount) {
-        const auto last = static_cast<float>(stepCount - 1);
-        return value > 0.0F ? static_cast<u32>(value < last ? value : last) : 0;
-    }
+    CycleGenerator(std::string moduleName, u32 inputCount, u32 outputCount,
+                   std::vector<ModuleParam>&& derivedRecords);
 
     /// The fractional part, of negative positions too: never below 0.
     template <class T>
@@ -81,7 +78,7 @@ protected:
 
     /// What the parameters say.
     struct CycleSettings {
-        i32 mode = FreeRunning;
+        u32 mode = FreeRunning;
         bool synced = false;
         bool swingOn = false;
         bool controlRate = false;

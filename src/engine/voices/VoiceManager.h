@@ -3,12 +3,11 @@
 
 #include "dsp/framework/EventQueue.h"
 #include "engine/voices/HeldNotes.h"
-#include "engine/voices/IVoiceManagerBase.h"
-#include "engine/voices/NoteInfo.h"
-#include "engine/voices/VoiceInfoT.h"
+#include "engine/voices/VoiceInfo.h"
 
 #include <array>
 #include <span>
+#include <vector>
 
 namespace Velmora::engine {
 
@@ -24,11 +23,20 @@ class MtsClient;
 /// record of slot 0 names the note that waits while the former one fades.
 ///
 /// Every slot number given must be below `voiceCount`, every note number below 128; what comes in through
-/// HandleEvent is checked there.
-template <u32 voiceCount, class VoiceInfoType, i32 initialMode>
-class IVoiceManager : public IVoiceManagerBase {
+/// HandleEvent is checked there. Everything runs on the audio thread, and all lists have
+/// their capacity from construction on.
+class VoiceManager {
 public:
-    using VoiceInfo = VoiceInfoType;
+    /// A slot, and how much its loss would be heard: a released voice costs less than any sounding one.
+    struct StealCandidate {
+        static constexpr u64 nothingFound = ~u64{0};
+        u32 slot = 0;
+        u64 cost = nothingFound;
+    };
+
+    VoiceManager(const VoiceManager&) = delete;
+    VoiceManager& operator=(const VoiceManager&) = delete;
+    virtual ~VoiceManager();
 
     /// Takes note-on and note-off of any channel; other events do nothing. A note number above 127 drops the
     /// event; of a velocity above 127 the top bit is ignored.
@@ -54,11 +62,49 @@ public:
     /// The voice whose held note this is, on exactly this channel; -1 for none.
     i32 FindVoice(u8 note, u8 channel) const;
 
-    void KillVoice(u32 v) override;
-    StealCandidate FindVoiceToSteal() override;
-    u32 PendingCount() const override;
+    /// Notes that wait for the end of a fade.
+    u32 PendingCount() const;
+    /// How often each note number is pressed at present; the keys kept from the voices count too.
+    std::span<const u8, 128> PressTable() const { return held.PressTable(); }
+
+    /// The active slots, ascending. Valid until the next call that changes the voices.
+    std::span<const u32> ActiveVoices() const { return active; }
+    /// To be called once per block: voices that start in one block share an age.
+    void AdvanceAge() { ++age; }
+
+    bool IsMono() const { return isMono; }
+    u32 Polyphony() const { return polyphony; }
+    u32 Unison() const { return unison; }
+
+    /// 1 slides a new note onto the running voice of the mono mode.
+    void SetLegato(i32 newLegato) { legato = newLegato; }
+    /// Of the mono mode: 0 lowest, 1 highest, any other value last.
+    void SetNotePriority(i32 priority) { notePriority = priority; }
+    /// 1 normal; 2 reuses the slot released last; any other value plays a repeated note on a slot of its own.
+    void SetAllocation(i32 newAllocation) { allocation = newAllocation; }
+    /// 0 fades the old voice and queues the note; any other value takes the slot at once.
+    void SetStealMode(i32 newMode) { stealMode = newMode; }
+    /// At most `limit` voices on one note number. A limit of 0 counts as off.
+    void SetSameNoteLimit(bool enabled, u32 limit);
+    /// Whether a note-off matches on the note number alone.
+    void SetIgnoreChannel(bool ignore) { ignoreChannel = ignore; }
+
+    /// Forgets all voices and notes at once, without any hook. Settings and pedal stay.
+    void ResetAll();
+    /// To be called once per block: frees the slots that have become silent and starts the notes that waited
+    /// for them, if their keys are still down.
+    void ReapVoices();
+    StealCandidate FindVoiceToSteal() const;
 
 protected:
+    VoiceManager();
+
+    virtual void NoteOn(const NoteInfo& note);
+    virtual void NoteOff(const NoteInfo& note);
+    /// For notes that the owner keeps from the voices: such a key neither counts as held nor takes the mono
+    /// voice over.
+    void ForgetHeldNote(const NoteInfo& note) { held.Remove(note, ignoreChannel); }
+
     /// Starts the sound of a slot. With `stealing` the slot goes on with another note: it is active, it is
     /// not killed, but it may have been released.
     virtual void StartVoice(u32 v, const NoteInfo& note, bool stealing) = 0;
@@ -71,35 +117,6 @@ protected:
     virtual void OnVoiceKilled(u32 v) = 0;
     virtual void OnVoiceFinished(u32 /*v*/) {}
 
-public:
-    /// Forgets all voices and notes at once, without any hook. Settings and pedal stay.
-    virtual void ResetAll();
-    virtual void NoteOn(const NoteInfo& note);
-    virtual void NoteOnPoly(const NoteInfo& note);
-    virtual void NoteOnMono(const NoteInfo& note);
-    virtual void NoteOnByStealing(const NoteInfo& note);
-    virtual void NoteOff(const NoteInfo& note);
-    virtual void NoteOffPoly(const NoteInfo& note);
-    virtual void NoteOffMono(const NoteInfo& note);
-    virtual void AssignVoice(u32 v, const NoteInfo& note, bool stealing);
-    virtual void AssignGroup(u32 v, const NoteInfo& note, bool stealing);
-    virtual void ReleaseVoice(u32 v);
-    /// To be called once per block: frees the slots that have become silent and starts the notes that waited
-    /// for them, if their keys are still down.
-    virtual void ReapVoices();
-    /// Fades up to n notes, the cheapest first.
-    virtual void KillOldest(u32 n);
-
-    /// How often each note number is pressed at present; the keys kept from the voices count too.
-    std::span<const u8, 128> PressTable() const { return held.PressTable(); }
-
-protected:
-    IVoiceManager();
-
-    /// For notes that the owner keeps from the voices: such a key neither counts as held nor takes the mono
-    /// voice over.
-    void ForgetHeldNote(const NoteInfo& note) { held.Remove(note, ignoreChannel); }
-
 private:
     static constexpr i32 none = -1;
 
@@ -108,6 +125,7 @@ private:
     void ReleaseUnpressed(bool liftedOnly);
 
     u32 GroupEnd(u32 v) const;
+    u32 GroupStart(u32 v) const { return v - v % unison; }
     bool FitsGroup(u32 v) const { return GroupStart(v) + unison <= voiceCount; }
     bool IsGroupFree(u32 v) const;
     bool IsHeld(u32 v) const;
@@ -129,11 +147,29 @@ private:
     void ClearPending(u32 first, u32 last, const NoteInfo& note);
     void Reap(u32 v);
 
+    void NoteOnPoly(const NoteInfo& note);
+    void NoteOnMono(const NoteInfo& note);
+    void NoteOnByStealing(const NoteInfo& note);
+    void NoteOffPoly(const NoteInfo& note);
+    void NoteOffMono(const NoteInfo& note);
+    void AssignVoice(u32 v, const NoteInfo& note, bool stealing);
+    void AssignGroup(u32 v, const NoteInfo& note, bool stealing);
+    void ReleaseVoice(u32 v);
+    void KillVoice(u32 v);
+
+    /// Keeps `active` ascending and free of duplicates.
+    void InsertActive(u32 v);
+    void SetPolyphony(u32 newPolyphony);
     void EnterMono();
     void EnterPoly(u32 newPolyphony);
     /// Fades the active slots from first to last - 1, and nothing starts there afterwards.
     void StopSlots(u32 first, u32 last);
 
+    std::vector<u32> active;
+    /// The slots in use, 0 to polyphony - 1.
+    std::vector<u32> allowed;
+    /// Released slots in order of release; only the allocation that reuses them fills it.
+    std::vector<u32> releasedOrder;
     std::array<VoiceInfo, voiceCount> voices{};
     std::array<NoteInfo, voiceCount> pendingNotes{};
     std::array<bool, voiceCount> pending{};
@@ -141,8 +177,22 @@ private:
     std::array<u64, voiceCount> assignments{};
     u64 assignmentCount = 0;
     HeldNotes held;
-};
 
-extern template class IVoiceManager<32, VoiceInfoT<NoteInfo>, 0>;
+    u32 polyphony = voiceCount;
+    /// Slots that one note takes, 1 to the number of slots.
+    u32 unison = 1;
+    u64 age = 1;
+    bool isMono = false;
+    i32 legato = 0;
+    i32 notePriority = 2;
+    i32 allocation = 1;
+    i32 stealMode = 0;
+    bool sustain = false;
+    bool sameNoteLimited = false;
+    u32 sameNoteLimit = 0;
+    bool ignoreChannel = true;
+    /// Where the search for a free slot starts.
+    u32 roundRobin = 0;
+};
 
 } // namespace Velmora::engine

@@ -19,22 +19,13 @@ namespace Velmora::dsp {
 /// The phase is a whole number of 2^-64 cycles: it wraps by itself, sums are exact, so that pitch does not
 /// drift and nothing depends on how frames are grouped, and no broken input can stay in it. A frequency or
 /// modulation that is not a number counts as 0.
-template <u32 Channels>
-class PolyBlepPhaseGenBase final : public UnitModule {
-    static_assert(Channels == 1, "one phase per generator");
-
+class PolyBlepPhaseGen final : public UnitModule {
 public:
     /// "frequency" is in Hz and may be negative; phases are 0 to 1; the rest are flags.
-    static constexpr u32 on = 0;
-    static constexpr u32 frequency = 1;
-    static constexpr u32 phase0 = 2;
-    static constexpr u32 hsMaster = 3;
-    static constexpr u32 hsSlave = 4;
-    static constexpr u32 hsPhase0 = 5;
-    static constexpr u32 fmOn = 6;
-    static constexpr u32 parameterCount = 7;
+    enum Parameter : u32 { On, Frequency, Phase0, HSMaster, HSSlave, HSPhase0, FMOn, ParameterCount };
+    static constexpr u32 parameterCount = ParameterCount;
 
-    explicit PolyBlepPhaseGenBase(std::string moduleName = "PolyBlepPhaseGen");
+    explicit PolyBlepPhaseGen(std::string moduleName = "PolyBlepPhaseGen");
 
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     /// Loads "Phase0".
@@ -62,8 +53,5 @@ private:
     /// In units of 2^-64 cycles.
     u64 phase = 0;
 };
-
-extern template class PolyBlepPhaseGenBase<1>;
-using PolyBlepPhaseGen = PolyBlepPhaseGenBase<1>;
 
 } // namespace Velmora::dsp

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/oscillators/PolyBlepPhaseGenBase.h"
+#include "dsp/oscillators/PolyBlepPhaseGen.h"
 
 #include <algorithm>
 #include <array>
@@ -69,77 +69,67 @@ WrapData FindWrap(u64 before, u64 now, float i, float samplesPerCycle) {
 
 } // namespace
 
-template <u32 Channels>
-PolyBlepPhaseGenBase<Channels>::PolyBlepPhaseGenBase(std::string moduleName)
+PolyBlepPhaseGen::PolyBlepPhaseGen(std::string moduleName)
     : UnitModule(std::move(moduleName), 4, 5,
                  {"On", "frequency", "Phase0", "HSMaster", "HSSlave", "HSPhase0", "FMOn"}) {}
 
-template <u32 Channels>
-void PolyBlepPhaseGenBase<Channels>::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) {
+void PolyBlepPhaseGen::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) {
     inverseRate = 1.0 / static_cast<double>(sampleRate);
     LoadStartPhase();
 }
 
-template <u32 Channels>
-void PolyBlepPhaseGenBase<Channels>::OnReset(bool /*hard*/) {
-    LoadStartPhase();
-}
+void PolyBlepPhaseGen::OnReset(bool /*hard*/) { LoadStartPhase(); }
 
-template <u32 Channels>
-void PolyBlepPhaseGenBase<Channels>::LoadStartPhase() {
-    startPhase = Value(phase0);
+void PolyBlepPhaseGen::LoadStartPhase() {
+    startPhase = Value(Phase0);
     phase = ToPhase(HoldCycles(static_cast<double>(startPhase)));
 }
 
-template <u32 Channels>
-bool PolyBlepPhaseGenBase<Channels>::UpdateParameters(ProcessContext& /*context*/) {
+bool PolyBlepPhaseGen::UpdateParameters(ProcessContext& /*context*/) {
     if (!anyParameterChanged) {
         return true;
     }
     // The frequency may be another in each block, the rest hardly ever.
-    if (Changed(frequency)) {
-        increment = HoldCycles(static_cast<double>(Value(frequency)) * inverseRate);
+    if (Changed(Frequency)) {
+        increment = HoldCycles(static_cast<double>(Value(Frequency)) * inverseRate);
     }
-    if (Changed(phase0) && Value(phase0) != startPhase) {
+    if (Changed(Phase0) && Value(Phase0) != startPhase) {
         LoadStartPhase();
     }
-    isOn = Value(on) >= 0.5F;
-    isMaster = Value(hsMaster) >= 0.5F;
-    isSlave = Value(hsSlave) >= 0.5F;
-    isModulated = Value(fmOn) >= 0.5F;
-    resetPhase = Value(hsPhase0);
+    isOn = Value(On) >= 0.5F;
+    isMaster = Value(HSMaster) >= 0.5F;
+    isSlave = Value(HSSlave) >= 0.5F;
+    isModulated = Value(FMOn) >= 0.5F;
+    resetPhase = Value(HSPhase0);
     return true;
 }
 
-template <u32 Channels>
-bool PolyBlepPhaseGenBase<Channels>::Process(ProcessContext& context) {
+bool PolyBlepPhaseGen::Process(ProcessContext& context) {
     if (!isOn) {
         RunOff(context);
         return true;
     }
     const bool modulates = isModulated && context.InputOrNull(3) != nullptr;
     const u32 flags = (isMaster ? 4U : 0U) + (isSlave ? 2U : 0U) + (modulates ? 1U : 0U);
-    using Runner = void (PolyBlepPhaseGenBase::*)(const ProcessContext&);
+    using Runner = void (PolyBlepPhaseGen::*)(const ProcessContext&);
     static constexpr std::array<Runner, 8> runners = {
-        &PolyBlepPhaseGenBase::Run<false, false, false>, &PolyBlepPhaseGenBase::Run<false, false, true>,
-        &PolyBlepPhaseGenBase::Run<false, true, false>,  &PolyBlepPhaseGenBase::Run<false, true, true>,
-        &PolyBlepPhaseGenBase::Run<true, false, false>,  &PolyBlepPhaseGenBase::Run<true, false, true>,
-        &PolyBlepPhaseGenBase::Run<true, true, false>,   &PolyBlepPhaseGenBase::Run<true, true, true>};
+        &PolyBlepPhaseGen::Run<false, false, false>, &PolyBlepPhaseGen::Run<false, false, true>,
+        &PolyBlepPhaseGen::Run<false, true, false>,  &PolyBlepPhaseGen::Run<false, true, true>,
+        &PolyBlepPhaseGen::Run<true, false, false>,  &PolyBlepPhaseGen::Run<true, false, true>,
+        &PolyBlepPhaseGen::Run<true, true, false>,   &PolyBlepPhaseGen::Run<true, true, true>};
     (this->*runners[flags])(context);
     return true;
 }
 
-template <u32 Channels>
-void PolyBlepPhaseGenBase<Channels>::RunOff(const ProcessContext& context) const {
+void PolyBlepPhaseGen::RunOff(const ProcessContext& context) const {
     constexpr std::array<float, 5> values = {0.0F, 0.0F, 0.0F, far, far};
     for (u32 output = 0; output < values.size(); ++output) {
         std::fill_n(context.outputs[output], context.numFrames, values[output]);
     }
 }
 
-template <u32 Channels>
 template <bool Master, bool Slave, bool Fm>
-void PolyBlepPhaseGenBase<Channels>::Run(const ProcessContext& context) {
+void PolyBlepPhaseGen::Run(const ProcessContext& context) {
     const bool obeys = Slave && context.InputOrNull(0) != nullptr && context.InputOrNull(1) != nullptr &&
                        context.InputOrNull(2) != nullptr;
     const u64 steadyStep = ToPhase(increment);
@@ -173,13 +163,10 @@ void PolyBlepPhaseGenBase<Channels>::Run(const ProcessContext& context) {
     phase = p;
 }
 
-template <u32 Channels>
-double PolyBlepPhaseGenBase<Channels>::Modulated(float hertz) const {
+double PolyBlepPhaseGen::Modulated(float hertz) const {
     // A broken sample of modulation leaves the note at its pitch.
     const double deviation = std::isnan(hertz) ? 0.0 : static_cast<double>(hertz);
     return HoldCycles(deviation * inverseRate + increment);
 }
-
-template class PolyBlepPhaseGenBase<1>;
 
 } // namespace Velmora::dsp

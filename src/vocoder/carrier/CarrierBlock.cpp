@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// One block of the carrier, in its order: pitches, tracked voices, voices, their sum, the ensemble.
+#include "dsp/framework/RunChild.h"
+#include "dsp/vectors/Simd.h"
+#include "engine/tuning/MtsClient.h"
+#include "vocoder/carrier/Carrier.h"
+#include "vocoder/carrier/VoiceFrequency.h"
+
+#include <algorithm>
+
+namespace Velmora::Processor {
+
+using dsp::simd::Float4;
+
+bool Carrier::Process(dsp::ProcessContext& context) {
+    if (context.numOutputs < outputCount) {
+        return false;
+    }
+    Retune();
+    RunGlider(context);
+    for (const u32 voice : voices->ActiveVoices()) {
+        SetVoiceFrequency(voice, expression->PitchOffset(voice));
+    }
+    const float* pitch = context.InputOrNull(0);
+    if (AdditionalValue(PitchTrack) > 0.5F && pitch != nullptr) {
+        TrackPitch(pitch[0], context.numFrames);
+    }
+    ListActiveVoices();
+    RunVoices(context);
+    MixVoices(context);
+    const bool isRouted = modulations->Matrix().IsDestinationRouted(EnsembleDestination);
+    if (isRouted || additional.parameters[EnsembleAmount].GetNormalized() != 0.0F) {
+        RunEnsemble(context);
+    }
+    return true;
+}
+
+void Carrier::Retune() {
+    if (tuning == nullptr || !Glide().IsContinuousTuning()) {
+        return;
+    }
+    const bool hasTuning = tuning->HasMaster();
+    // Once more when the source has gone: then notes go back to their plain pitch.
+    if (!hasTuning && !hadTuning) {
+        return;
+    }
+    hadTuning = hasTuning;
+    for (u32 voice = 0; voice < playedVoiceCount; ++voice) {
+        Glide().RetuneVoice(voice, *tuning);
+    }
+}
+
+void Carrier::RunGlider(const dsp::ProcessContext& context) {
+    dsp::ProcessContext child = context.ForChild(nullptr, 0, nullptr, 0);
+    dsp::RunChild(Glide(), child);
+}
+
+void Carrier::SetVoiceFrequency(u32 voice, float bendSemitones) {
+    const float note = Glide().CurrentNote(voice);
+    const i32 whole = std::clamp(static_cast<i32>(note), 0, static_cast<i32>(noteTable.size()) - 1);
+    const float hz = SemitonesToRatio(note - static_cast<float>(whole) + bendSemitones) *
+                     noteTable[static_cast<u32>(whole)] * tuneRatio;
+    Voice(voice).SetParameterValue(Oscillators::frequency, LimitVoiceFrequency(hz));
+}
+
+void Carrier::ListActiveVoices() {
+    const auto played = voices->ActiveVoices();
+    activeVoices.assign(played.begin(), played.end());
+    activeVoices.insert(activeVoices.end(), trackedVoices.begin(), trackedVoices.end());
+    hasActiveVoices = !activeVoices.empty();
+}
+
+void Carrier::RunVoices(const dsp::ProcessContext& context) {
+    if (!hasActiveVoices) {
+        return;
+    }
+    constexpr u32 inputCount = voiceSlotCount * Oscillators::InputCount;
+    constexpr u32 channelCount = voiceSlotCount * Oscillators::outputCount;
+    dsp::ProcessContext child =
+        context.ForChild(voiceInputs.data(), inputCount, voiceOutputs.data(), channelCount);
+    Child<0>().ProcessListed(child, activeVoices);
+    for (const u32 voice : activeVoices) {
+        modulations->WriteVoiceSource(voice, EnvelopeSource, Voice(voice).FirstEnvelopeSample());
+    }
+    // The fades work in place.
+    child.inputs = voiceOutputs.data();
+    child.numInputs = channelCount;
+    Child<1>().ProcessListed(child, activeVoices);
+}
+
+void Carrier::MixVoices(const dsp::ProcessContext& context) {
+    constexpr float voiceLevel = 0.5F;
+    const Float4 gain(voiceLevel);
+    const u32 groupedFrames = context.numFrames & ~3U;
+    for (u32 side = 0; side < outputCount; ++side) {
+        float* out = context.outputs[side];
+        std::fill_n(out, context.numFrames, 0.0F);
+        for (const u32 voice : activeVoices) {
+            const float* in = voiceOutputs[voice * Oscillators::outputCount + side];
+            for (u32 n = 0; n < groupedFrames; n += 4) {
+                (Float4::load_aligned(out + n) + gain * Float4::load_aligned(in + n)).store_aligned(out + n);
+            }
+        }
+    }
+}
+
+void Carrier::RunEnsemble(const dsp::ProcessContext& context) {
+    constexpr u32 ensembleInputCount = 5;
+    const float* inputs[ensembleInputCount] = {
+        context.outputs[0], context.outputs[1],
+        modulations->Matrix().GlobalDestination(EnsembleDestination).data(), nullptr, nullptr};
+    dsp::ProcessContext child = context.ForChild(inputs, ensembleInputCount, context.outputs, outputCount);
+    dsp::RunChild(Ensemble(), child);
+}
+
+} // namespace Velmora::Processor

@@ -1,0 +1,189 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "vocoder/carrier/Carrier.h"
+
+#include "rigs/MeasurePitch.h"
+#include "rigs/ModuleRig.h"
+#include "rigs/VoiceGame.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+using namespace orphia::test;
+using namespace Velmora;
+using Processor::Carrier;
+using Processor::Oscillators;
+
+constexpr double rate = 48000.0;
+constexpr u32 blockSize = 48; // a millisecond
+constexpr u32 firstTracked = Processor::firstTrackedVoice;
+
+struct NoExpression : engine::ExpressionManager {
+    void OnPerVoiceAftertouch(bool /*perVoice*/) override {}
+    void WriteVoiceAftertouch(u32 /*voice*/, float /*value*/) override {}
+    void WriteGlobalAftertouch(float /*value*/) override {}
+    void WriteVoiceBrightness(u32 /*voice*/, float /*value*/) override {}
+    i32 FindExpressionVoice(u8 /*note*/, u8 /*channel*/, u32 /*from*/) const override { return noVoice; }
+};
+
+/// The carrier with square waves at full level, and what it reads of the instrument.
+struct Rig {
+    std::unique_ptr<Carrier> carrier = std::make_unique<Carrier>();
+    std::unique_ptr<Processor::ModulationsManager> modulations =
+        std::make_unique<Processor::ModulationsManager>();
+    Test::FakeVoices voices;
+    NoExpression expression;
+    float pitch = 0.0F;
+
+    Rig() {
+        carrier->Connect(*modulations, voices, expression);
+        SetVoice(Oscillators::Osc1Waveform, 2.0F);
+        SetVoice(Oscillators::Osc1Coarse, 0.0F);
+        SetVoice(Oscillators::Osc1Volume, 0.0F);
+        modulations->Initialize(static_cast<float>(rate), blockSize);
+        carrier->Initialize(static_cast<float>(rate), blockSize);
+        carrier->Reset(true);
+    }
+    void SetVoice(Oscillators::Additional index, float value) {
+        carrier->SetParameterValue(Oscillators::ParameterId(index), value);
+    }
+    void Set(Carrier::Additional index, float value) {
+        carrier->SetParameterValue(Carrier::ParameterId(index), value);
+    }
+    /// As the instrument starts a note.
+    u32 Start(u8 note) {
+        voices.Send(0x90, note, 100);
+        const u32 voice = voices.orders.back().slot;
+        carrier->Glide().StartNote(voice, note, nullptr, 0);
+        carrier->Voice(voice).Envelope().SetParameterValue(dsp::ADSR::Attack, 0.0F);
+        carrier->Voice(voice).Envelope().Restart();
+        carrier->Killer(voice).LetPass();
+        return voice;
+    }
+    Signal Run(u32 blocks) {
+        Signal out;
+        alignas(16) std::array<float, blockSize> left;
+        alignas(16) std::array<float, blockSize> right;
+        for (u32 block = 0; block < blocks; ++block) {
+            const std::array<float, blockSize> pitches{pitch};
+            const float* inputs[] = {pitches.data()};
+            float* outputs[] = {left.data(), right.data()};
+            dsp::ProcessContext context;
+            context.inputs = inputs;
+            context.numInputs = 1;
+            context.outputs = outputs;
+            context.numOutputs = 2;
+            context.numFrames = blockSize;
+            EXPECT_TRUE(dsp::RunChild(*carrier, context));
+            EXPECT_TRUE(std::equal(left.begin(), left.end(), right.begin()));
+            out.insert(out.end(), left.begin(), left.end());
+        }
+        return out;
+    }
+    double Hz(u32 voice) {
+        return static_cast<double>(carrier->Voice(voice).FindParameter(Oscillators::frequency)->GetValue());
+    }
+};
+
+TEST(Carrier, PlayedNotesGlideStraightAndTrackedPitchesExponentiallyInTheSameTime) {
+    Rig rig;
+    rig.Set(Carrier::GlideTime, 0.4F);
+    rig.Set(Carrier::PitchTrack, 1.0F);
+    rig.pitch = 200.0F;
+    rig.Start(60);
+    rig.Run(10);
+    const u32 voice = rig.Start(72);
+    rig.pitch = 400.0F;
+    for (u32 block = 1; block < 400; ++block) {
+        rig.Run(1);
+        ASSERT_NEAR(Cents(rig.Hz(voice), NoteHz(60.0 + 12.0 * block / 400.0)), 0.0, 0.2) << block;
+        ASSERT_NEAR(rig.Hz(firstTracked), 400.0 - 200.0 * std::exp(-5.0 * block / 400.0), 0.02) << block;
+    }
+    rig.Run(2);
+    EXPECT_NEAR(Cents(rig.Hz(voice), NoteHz(72.0)), 0.0, 0.01);
+}
+
+TEST(Carrier, TuningIsOf440HertzUntilTheHostHasSetItAndBendsMoveTheTrackedPitch) {
+    Rig rig;
+    const u32 voice = rig.Start(69);
+    rig.Run(1);
+    EXPECT_NEAR(rig.Hz(voice), 440.0, 1e-3);
+    rig.Set(Carrier::MasterTune, 451.0F);
+    rig.Set(Carrier::PitchTrack, 1.0F);
+    rig.carrier->SetBend(-3.0F);
+    rig.pitch = 300.0F;
+    rig.Run(1);
+    EXPECT_NEAR(rig.Hz(voice), 451.0, 1e-3);
+    EXPECT_NEAR(Cents(rig.Hz(firstTracked), 300.0), -300.0, 0.01);
+}
+
+TEST(Carrier, ATrackedVoiceIsHeldForItsTimeAndFollowsTheChord) {
+    Rig rig;
+    rig.Set(Carrier::PitchTrack, 1.0F);
+    rig.Set(Carrier::PitchTrackHoldNoteDuration, 0.2F);
+    rig.carrier->OnParameterChanged(0, 1.0F);
+    for (const u32 interval : {0U, 7U}) {
+        rig.carrier->OnParameterChanged(2 + interval, 1.0F);
+    }
+    const auto isOpen = [&rig](u32 interval) {
+        return rig.carrier->Voice(firstTracked + interval).Envelope().IsGateOpen();
+    };
+    for (u32 phrase = 0; phrase < 2; ++phrase) {
+        rig.pitch = 250.0F;
+        rig.Run(5);
+        EXPECT_EQ(rig.carrier->TrackedVoices().size(), 2U);
+        EXPECT_NEAR(Cents(rig.Hz(firstTracked + 7), rig.Hz(firstTracked)), 700.0, 0.01);
+        for (const float outside : {19.9F, 20001.0F}) {
+            rig.pitch = outside;
+            rig.Run(99);
+            EXPECT_TRUE(isOpen(0) && isOpen(7));
+        }
+        rig.Run(4);
+        EXPECT_FALSE(isOpen(0) || isOpen(7));
+        rig.Run(30000);
+        EXPECT_TRUE(rig.carrier->TrackedVoices().empty());
+        EXPECT_FALSE(rig.carrier->HasActiveVoices());
+    }
+}
+
+TEST(Carrier, AVoiceIsHalfAsLoudAsItsOscillatorsAndFadesWhenItIsKilled) {
+    Rig rig;
+    Rig killed;
+    const u32 voice = rig.Start(57);
+    EXPECT_EQ(killed.Start(57), voice);
+    EXPECT_NEAR(Peak(rig.Run(20)), 0.5F, 0.15F);
+    killed.Run(20);
+    killed.carrier->KillVoice(voice);
+    EXPECT_FALSE(killed.carrier->CanKill(voice));
+    const Signal plain = rig.Run(8);
+    const Signal fading = killed.Run(8);
+    for (std::size_t n = 0; n < plain.size(); ++n) {
+        const double gain = std::max(1.0 - static_cast<double>(n + 1) / (0.006 * rate), 0.0);
+        ASSERT_NEAR(fading[n], static_cast<double>(plain[n]) * gain, 1e-4) << n;
+    }
+    killed.carrier->KillVoice(voice);
+    EXPECT_TRUE(killed.carrier->Killer(voice).IsMuted()) << "a second fade would be heard";
+    EXPECT_FALSE(killed.carrier->CanKill(voice)) << "muted, but the manager plays it";
+    EXPECT_FALSE(rig.carrier->CanKill(voice));
+    rig.carrier->Voice(voice).Envelope().SetGate(false);
+    rig.Run(30000);
+    EXPECT_TRUE(rig.carrier->CanKill(voice)) << "released, and the release is over";
+}
+
+TEST(Carrier, TheEnsembleIsACopyUntilItsAmountRises) {
+    Rig rig;
+    Rig wet;
+    rig.Start(57);
+    wet.Start(57);
+    wet.Set(Carrier::EnsembleAmount, 0.001F);
+    EXPECT_LT(Peak(rig.Run(50)), 0.65F);
+    const dsp::ModuleParam* delay =
+        wet.carrier->FindParameter(Carrier::FirstParameter<3>() + dsp::Chorus::Delay);
+    EXPECT_NEAR(delay->PeekValue(), 6.42F, 1e-5F);
+    EXPECT_EQ(wet.carrier->GetParameterNormalized(Carrier::FirstParameter<3>() + dsp::Chorus::DryWet),
+              0.001F);
+}
+
+} // namespace
