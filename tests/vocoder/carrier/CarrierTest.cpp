@@ -36,6 +36,7 @@ struct Rig {
     Test::FakeVoices voices;
     NoExpression expression;
     float pitch = 0.0F;
+    bool isWide = false;
 
     Rig() {
         carrier->Connect(*modulations, voices, expression);
@@ -77,7 +78,7 @@ struct Rig {
             context.numOutputs = 2;
             context.numFrames = blockSize;
             EXPECT_TRUE(dsp::RunChild(*carrier, context));
-            EXPECT_TRUE(std::equal(left.begin(), left.end(), right.begin()));
+            EXPECT_TRUE(isWide || std::equal(left.begin(), left.end(), right.begin()));
             out.insert(out.end(), left.begin(), left.end());
         }
         return out;
@@ -153,7 +154,7 @@ TEST(Carrier, AVoiceIsHalfAsLoudAsItsOscillatorsAndFadesWhenItIsKilled) {
     Rig killed;
     const u32 voice = rig.Start(57);
     EXPECT_EQ(killed.Start(57), voice);
-    EXPECT_NEAR(Peak(rig.Run(20)), 0.5F, 0.15F);
+    EXPECT_NEAR(Rms(rig.Run(20)), 0.5, 0.01);
     killed.Run(20);
     killed.carrier->KillVoice(voice);
     EXPECT_FALSE(killed.carrier->CanKill(voice));
@@ -178,7 +179,8 @@ TEST(Carrier, TheEnsembleIsACopyUntilItsAmountRises) {
     rig.Start(57);
     wet.Start(57);
     wet.Set(Carrier::EnsembleAmount, 0.001F);
-    EXPECT_LT(Peak(rig.Run(50)), 0.65F);
+    wet.isWide = true;
+    EXPECT_NE(wet.Run(50), rig.Run(50));
     const dsp::ModuleParam* delay =
         wet.carrier->FindParameter(Carrier::FirstParameter<3>() + dsp::Chorus::Delay);
     EXPECT_NEAR(delay->PeekValue(), 6.42F, 1e-5F);
