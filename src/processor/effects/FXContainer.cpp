@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "processor/effects/FXContainer.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/ProcessContext.h"
 #include "dsp/framework/RunChild.h"
 
@@ -18,10 +19,7 @@ using dsp::ProcessContext;
 static_assert(FXContainer::parameterCount == 698);
 
 std::vector<ModuleParam> Records() {
-    std::vector<ModuleParam> records;
-    records.push_back(ModuleParam::Stepped("FX_Routing", 2, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Stepped("FX_Enable", 2, 0.0F, 1.0F));
-    return records;
+    return dsp::RecordsOf({dsp::Declare::Switch("FX_Routing"), dsp::Declare::Switch("FX_Enable")});
 }
 
 /// In double precision, so that three times the same is that again to the bit.

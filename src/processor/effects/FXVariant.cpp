@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "processor/effects/FXVariant.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
+
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -35,20 +37,18 @@ static_assert(FXVariant::typeCount == 12 && FXVariant::inputCount == 60);
 static_assert(delayMode == 21 && flangerMode == 48 && panRateType == 189 && levelRateType == 193);
 
 std::vector<ModuleParam> FurtherRecords() {
-    std::vector<ModuleParam> records;
-    records.push_back(ModuleParam::Stepped("Dry_Wet", 2, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Stepped("StereoPan_LFOSimple_RateType", 4, 0.0F, 1.0F));
-    return records;
+    return dsp::RecordsOf(
+        {dsp::Declare::Switch("Dry_Wet"), dsp::Declare::Choice("StereoPan_LFOSimple_RateType", 4)});
 }
 
 } // namespace
 
 FXVariant::FXVariant(std::string moduleName)
-    : ModuleVariant(std::move(moduleName), FurtherRecords(), std::make_tuple(), std::make_tuple("Dattorro"),
-                    std::make_tuple("Delay"), std::make_tuple("Chorus"), std::make_tuple("Flanger"),
-                    std::make_tuple("Phaser"), std::make_tuple("TS808"), std::make_tuple("Compressor"),
-                    std::make_tuple("BitCrusher"), std::make_tuple("MultiModeFilter"),
-                    std::make_tuple("ParamEq"), std::make_tuple("StereoPan")) {
+    : FXVariant(std::move(moduleName), std::make_index_sequence<typeCount>()) {}
+
+template <std::size_t... types>
+FXVariant::FXVariant(std::string moduleName, std::index_sequence<types...> /*all*/)
+    : ModuleVariant(std::move(moduleName), FurtherRecords(), std::make_tuple(typeNames[types])...) {
     SetAdditionalValue(CopyOnBypass, 1.0F);
     LinkParameters();
     DeclareCompressor();

@@ -19,6 +19,7 @@
 
 #include <array>
 #include <string>
+#include <utility>
 
 namespace Velmora::Processor {
 
@@ -49,6 +50,10 @@ public:
         ParamEqType,
         StereoPanType
     };
+    /// What stands in front of the parameters of each type.
+    static constexpr std::array<const char*, typeCount> typeNames = {
+        "",      "Dattorro",   "Delay",      "Chorus",          "Flanger", "Phaser",
+        "TS808", "Compressor", "BitCrusher", "MultiModeFilter", "ParamEq", "StereoPan"};
     /// Behind those of ModuleVariant.
     enum Further : u32 {
         /// Also sets the "DryWetMode" of delay and flanger: on, the wet sound alone.
@@ -74,6 +79,9 @@ public:
     }
 
 private:
+    template <std::size_t... types>
+    FXVariant(std::string moduleName, std::index_sequence<types...> /*all*/);
+
     void LinkParameters();
     void DeclareCompressor();
     void DeclareChorus();

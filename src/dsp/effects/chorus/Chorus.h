@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/delaylines/SplineDelayLine.h"
 #include "dsp/effects/chorus/ChorusControls.h"
-#include "dsp/framework/UnitModule.h"
+#include "dsp/effects/shared/EffectUnit.h"
+#include "dsp/effects/shared/StereoQuad.h"
+#include "dsp/effects/shared/SweptDelays.h"
 #include "dsp/lfo/ChorusLfo.h"
 
 #include <array>
@@ -15,15 +16,14 @@ namespace Velmora::dsp {
 /// swing about a common centre, each at its own point of the cycle. Their mean feeds back; their sum keeps
 /// its level whatever the number of voices, as far as they are apart enough not to add up in phase.
 ///
-/// Inputs: 0 left, 1 right, 2 modulation of "DryWet", 3 of "Depth", 4 of "Freq"; any may be null or absent.
-/// Outputs: 0 left, 1 right, which may be the input buffers. A sample that is not a number or absurdly loud
-/// counts as 0, a null input as silence.
+/// Inputs: 0 left, 1 right, then those of modulationInputs; any may be null or absent. Outputs: 0 left, 1
+/// right, which may be the input buffers. A sample that is not a number or absurdly loud counts as 0, a null
+/// input as silence.
 ///
-/// Ranges may be declared anew. What is used in the end: a delay and its swing within 13 samples to 60 ms
-/// (the centre gives way to the swing), a depth up to 30 ms, a rate up to 20 Hz, a feedback within
-/// -0.95..0.95. Every control is smoothed; settings of steps glide, too. At a "DryWet" of 0 the output is
-/// the input to the bit.
-class Chorus final : public UnitModule {
+/// Ranges may be declared anew within the bounds of ChorusSettings. The delay and its swing stay within 13
+/// samples to 60 ms: the centre gives way to the swing. Every control is smoothed; settings of steps glide,
+/// too. At a "DryWet" of 0 the output is the input to the bit.
+class Chorus final : public EffectUnit<ChorusSettings, ChorusControls> {
 public:
     static constexpr u32 parameterCount = 16;
     enum Parameter : u32 {
@@ -68,7 +68,6 @@ public:
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     /// Clears lines and filters; the cycle starts anew.
     void OnReset(bool hard) override;
-    bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
 
 private:
@@ -76,27 +75,22 @@ private:
 
     struct Channel {
         SplineDelayLine line;
-        /// Of the voices, before and at the end of the coming quad: known a quad ahead, so that the
-        /// oscillator does not hold up the taps.
-        Float4 delays = Float4(SplineDelayLine::shortestDelay);
-        Float4 endDelays = Float4(SplineDelayLine::shortestDelay);
+        /// Of the voices.
+        SweptDelays delays;
     };
 
-    float Held(u32 id, float low, float high);
-    u32 Step(u32 id, u32 first, u32 last);
-    void ReadFixed(ChorusSettings& into);
-    void ReadModulated(ChorusSettings& into, const ProcessContext& context);
+    ChorusSettings ReadSettings(const ProcessContext& context) override;
+    void StartMotion() override;
+    float CycleHz(const ProcessContext& context);
 
     void StepDelays();
     Float4 TapDelays(ChorusControls::Group offsets, float randomShift) const;
     template <bool moving>
-    void RenderQuad(Float4& left, Float4& right);
+    void RenderQuad(StereoQuad& sound);
     template <bool moving>
     Float4 ReadVoices(const Channel& channel) const;
-    void FilterWet(Float4& left, Float4& right);
+    void FilterWet(StereoQuad& wet);
 
-    ChorusSettings settings;
-    ChorusControls controls;
     std::array<Channel, 2> channels;
     /// Lanes 0 and 1: left and right.
     Float4 highCutState = Float4(0.0F);

@@ -2,6 +2,7 @@
 #include "dsp/effects/chorus/ChorusControls.h"
 
 #include "dsp/delaylines/SplineDelayLine.h"
+#include "dsp/effects/shared/StereoQuad.h"
 #include "dsp/math/Decibels.h"
 
 #include <algorithm>
@@ -14,7 +15,6 @@ namespace {
 
 using simd::Float4;
 
-constexpr u32 firstSlowGroup = ChorusControls::Centres;
 constexpr double fastSeconds = 0.01;
 constexpr double slowSeconds = 0.05;
 constexpr float widestDriftMs = 1.5F;
@@ -34,27 +34,22 @@ float OnePoleCoefficient(float hz, float sampleRate) {
     return 1.0F - std::exp(-2.0F * std::numbers::pi_v<float> * hz / sampleRate);
 }
 
-float DecayPerQuad(double seconds, float sampleRate) {
-    return static_cast<float>(std::exp(-4.0 / (seconds * static_cast<double>(sampleRate))));
-}
-
 } // namespace
 
 void ChorusControls::Prepare(float rate) {
     sampleRate = rate;
     longestDelay =
         std::max(2.0F * SplineDelayLine::shortestDelay, ChorusSettings::longestDelayMs * 0.001F * rate);
-    fastDecay = DecayPerQuad(fastSeconds, rate);
-    slowDecay = DecayPerQuad(slowSeconds, rate);
+    groups.Prepare(rate, fastSeconds, slowSeconds);
 }
 
-void ChorusControls::Aim(const ChorusSettings& settings) {
-    AimVoices(settings);
-    AimLevels(settings);
-    AimMotion(settings);
+void ChorusControls::SetTargets(const ChorusSettings& settings) {
+    SetVoices(settings);
+    SetLevels(settings);
+    SetMotion(settings);
 }
 
-void ChorusControls::AimVoices(const ChorusSettings& settings) {
+void ChorusControls::SetVoices(const ChorusSettings& settings) {
     const Float4 numbers = VoiceNumbers();
     const auto count = static_cast<float>(settings.voices);
     const Float4 offsets = numbers / count;
@@ -66,16 +61,15 @@ void ChorusControls::AimVoices(const ChorusSettings& settings) {
     groups[Shapes].Aim(xsimd::select(numbers == shape, Float4(1.0F), Float4(0.0F)));
 }
 
-void ChorusControls::AimLevels(const ChorusSettings& settings) {
+void ChorusControls::SetLevels(const ChorusSettings& settings) {
     const bool crosses = settings.stereoMode == ChorusSettings::Cross;
     groups[Loop].Aim(
         {crosses ? 0.0F : settings.feedback, crosses ? settings.feedback : 0.0F,
          OnePoleCoefficient(settings.lowCutHz, sampleRate),
          settings.highCutHz >= openCutHz ? 1.0F : OnePoleCoefficient(settings.highCutHz, sampleRate)});
 
-    const float angle = settings.mix * 0.5F * std::numbers::pi_v<float>;
-    const float dry = settings.mix < 1.0F ? std::cos(angle) : 0.0F;
-    const float wet = settings.mix > 0.0F ? std::sin(angle) * WetLevel(settings) : 0.0F;
+    const auto [dry, level] = EqualPower(settings.mix);
+    const float wet = level * WetLevel(settings);
     groups[Mix].Aim({dry, wet * 0.5F * (1.0F + settings.width), wet * 0.5F * (1.0F - settings.width), 0.0F});
 }
 
@@ -91,7 +85,7 @@ float ChorusControls::WetLevel(const ChorusSettings& settings) {
     return gain * std::sqrt((1.0F - settings.feedback * settings.feedback * powerOfMean) / powerOfMean);
 }
 
-void ChorusControls::AimMotion(const ChorusSettings& settings) {
+void ChorusControls::SetMotion(const ChorusSettings& settings) {
     constexpr float shortest = SplineDelayLine::shortestDelay;
     const float samplesPerMs = sampleRate * 0.001F;
     float depth = settings.depthMs * samplesPerMs;
@@ -109,23 +103,6 @@ void ChorusControls::AimMotion(const ChorusSettings& settings) {
     // More than one cycle of a random walk apart, the channels have nothing in common.
     const float shift = settings.stereoMode != ChorusSettings::Mono ? 1.5F : 0.0F;
     groups[Motion].Aim({depth, drift, settings.rateHz, shift});
-}
-
-void ChorusControls::Jump() {
-    for (SmoothedLanes& group : groups) {
-        group.Jump();
-    }
-}
-
-void ChorusControls::Step() {
-    for (u32 group = 0; group < GroupCount; ++group) {
-        groups[group].Step(group < firstSlowGroup ? fastDecay : slowDecay);
-    }
-}
-
-bool ChorusControls::IsMoving() const {
-    return std::any_of(groups.begin(), groups.end(),
-                       [](const SmoothedLanes& group) { return group.IsMoving(); });
 }
 
 } // namespace Velmora::dsp

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/smoothing/SmoothedLanes.h"
-
-#include <array>
+#include "dsp/smoothing/ControlGroups.h"
 
 namespace Velmora::dsp {
 
@@ -65,12 +63,11 @@ public:
     enum MotionLane : u32 { DepthSamples, DriftSamples, RateHz, RandomShift };
 
     void Prepare(float rate);
-    void Aim(const ChorusSettings& settings);
-    /// Arrives at once.
-    void Jump();
+    void SetTargets(const ChorusSettings& settings);
+    void JumpToTargets() { groups.Jump(); }
     /// Advances by a quad of frames.
-    void Step();
-    bool IsMoving() const;
+    void Step() { groups.Step(); }
+    bool IsMoving() const { return groups.IsMoving(); }
 
     const SmoothedLanes& operator[](Group group) const { return groups[group]; }
     /// In samples.
@@ -78,16 +75,13 @@ public:
 
 private:
     static float WetLevel(const ChorusSettings& settings);
-    void AimVoices(const ChorusSettings& settings);
-    void AimLevels(const ChorusSettings& settings);
-    void AimMotion(const ChorusSettings& settings);
+    void SetVoices(const ChorusSettings& settings);
+    void SetLevels(const ChorusSettings& settings);
+    void SetMotion(const ChorusSettings& settings);
 
-    std::array<SmoothedLanes, GroupCount> groups;
+    ControlGroups<GroupCount, Centres> groups;
     float sampleRate = 44100.0F;
     float longestDelay = 0.0F;
-    /// What is left of a way after a quad.
-    float fastDecay = 0.0F;
-    float slowDecay = 0.0F;
 };
 
 } // namespace Velmora::dsp

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/delay/Delay.h"
 
-#include "dsp/effects/shared/RenderStereoQuads.h"
 #include "dsp/math/SyncRates.h"
 
 #include <algorithm>
@@ -93,64 +92,49 @@ void Delay::StartMotion() {
 
 void Delay::StepDelays() {
     constexpr std::array<float, ChorusLfo::shapeCount> fluttering = {0.0F, 0.0F, 1.0F, 0.0F};
-    delays = endDelays;
     controls.StepTimes();
-    endDelays = controls.Times();
+    Float4 next = controls.Times();
     const float depth = controls[Controls::Wow].value[Controls::WowSamples];
     if (depth != 0.0F) {
         const Float4 sides{0.0F, 0.25F, 0.0F, 0.0F};
         const Float4 cycle = wow.Value(fluttering, sides, 0.0F);
-        endDelays += depth * (cyclicShare * cycle + (1.0F - cyclicShare) * wow.Drift(0.0F));
+        next += depth * (cyclicShare * cycle + (1.0F - cyclicShare) * wow.Drift(0.0F));
     }
-    endDelays = xsimd::min(xsimd::max(endDelays, Float4(SplineDelayLine::shortestDelay)),
-                           Float4(controls.LongestDelay()));
+    delays.Advance(next, controls.LongestDelay());
     wow.Advance(wowHz);
 }
 
 bool Delay::Process(ProcessContext& context) {
     linesUsed = linesUsed || context.numFrames != 0;
-    RenderStereoQuads(context, controls, [this](auto moving, Float4& left, Float4& right) {
-        RenderQuad<moving.value>(left, right);
-    });
+    RenderStereoQuads(context, controls,
+                      [this](auto moving, StereoQuad& sound) { RenderQuad<moving.value>(sound); });
     return true;
 }
 
 template <bool moving>
-void Delay::RenderQuad(Float4& left, Float4& right) {
-    const Float4 quarters{0.25F, 0.5F, 0.75F, 1.0F};
-    const auto tap = [&](u32 side) {
-        const float from = delays.get(side);
-        return lines[side].ReadTap(from + (endDelays.get(side) - from) * quarters);
-    };
-    Float4 wetLeft = tap(0);
-    Float4 wetRight = tap(1);
+void Delay::RenderQuad(StereoQuad& sound) {
+    StereoQuad echoes{lines[0].ReadTap(delays.Over(0)), lines[1].ReadTap(delays.Over(1))};
     StepDelays();
-    Float4 loopLeft;
-    Float4 loopRight;
-    cuts.Run(controls[Controls::Cuts].Value(), wetLeft, wetRight, loopLeft, loopRight);
-    WriteLines<moving>(left, right, loopLeft, loopRight);
-
+    const StereoQuad repeats = cuts.Run(controls[Controls::Cuts].Value(), echoes);
+    WriteLines<moving>(sound, repeats);
     const SmoothedLanes& mix = controls[Controls::Mix];
-    const Float4 dry = mix.Over<moving>(Controls::Dry);
-    const Float4 wetDirect = mix.Over<moving>(Controls::WetDirect);
-    const Float4 wetOther = mix.Over<moving>(Controls::WetOther);
-    left = left * dry + (wetDirect * wetLeft + wetOther * wetRight);
-    right = right * dry + (wetDirect * wetRight + wetOther * wetLeft);
+    sound = sound * mix.Over<moving>(Controls::Dry) +
+            echoes.Crossed(mix.Over<moving>(Controls::WetDirect), mix.Over<moving>(Controls::WetOther));
 }
 
 template <bool moving>
-void Delay::WriteLines(Float4 left, Float4 right, Float4 loopLeft, Float4 loopRight) {
+void Delay::WriteLines(const StereoQuad& sound, const StereoQuad& repeats) {
     const SmoothedLanes& entry = controls[Controls::Entry];
     const SmoothedLanes& loop = controls[Controls::Loop];
-    const Float4 direct = loop.Over<moving>(Controls::FeedbackDirect);
-    const Float4 other = loop.Over<moving>(Controls::FeedbackOther);
+    const StereoQuad entering{sound.left * entry.Over<moving>(Controls::LeftToLeft) +
+                                  sound.right * entry.Over<moving>(Controls::RightToLeft),
+                              sound.right * entry.Over<moving>(Controls::RightToRight)};
+    const StereoQuad tape = entering + repeats.Crossed(loop.Over<moving>(Controls::FeedbackDirect),
+                                                       loop.Over<moving>(Controls::FeedbackOther));
     const Float4 bend = loop.Over<moving>(Controls::InverseCeiling);
     const auto record = [&](Float4 x) { return WithoutTail(SoftCeiling(Saturate(x, bend))); };
-    const Float4 enteringLeft =
-        left * entry.Over<moving>(Controls::LeftToLeft) + right * entry.Over<moving>(Controls::RightToLeft);
-    const Float4 enteringRight = right * entry.Over<moving>(Controls::RightToRight);
-    lines[0].Write(record(enteringLeft + (direct * loopLeft + other * loopRight)));
-    lines[1].Write(record(enteringRight + (direct * loopRight + other * loopLeft)));
+    lines[0].Write(record(tape.left));
+    lines[1].Write(record(tape.right));
 }
 
 } // namespace Velmora::dsp

@@ -4,6 +4,7 @@
 #include "dsp/delaylines/SplineDelayLine.h"
 #include "dsp/effects/delay/DelayControls.h"
 #include "dsp/effects/shared/EffectUnit.h"
+#include "dsp/effects/shared/SweptDelays.h"
 #include "dsp/lfo/ChorusLfo.h"
 
 #include <array>
@@ -72,18 +73,17 @@ private:
     float EchoSeconds(const ProcessContext& context);
     void StepDelays();
     template <bool moving>
-    void RenderQuad(Float4& left, Float4& right);
+    void RenderQuad(StereoQuad& sound);
     template <bool moving>
-    void WriteLines(Float4 left, Float4 right, Float4 loopLeft, Float4 loopRight);
+    void WriteLines(const StereoQuad& sound, const StereoQuad& repeats);
 
     std::array<SplineDelayLine, 2> lines;
     /// False while there is nothing to clear: the lines are long.
     bool linesUsed = false;
     LoopCuts cuts;
     ChorusLfo wow;
-    /// In samples, lane 0 left, 1 right; before and at the end of the coming quad.
-    Float4 delays = Float4(SplineDelayLine::shortestDelay);
-    Float4 endDelays = Float4(SplineDelayLine::shortestDelay);
+    /// Lane 0 left, 1 right.
+    SweptDelays delays;
 };
 
 } // namespace Velmora::dsp

@@ -4,7 +4,6 @@
 #include "dsp/delaylines/SplineDelayLine.h"
 
 #include <algorithm>
-#include <cmath>
 #include <numbers>
 
 namespace Velmora::dsp {
@@ -29,9 +28,7 @@ void DelayControls::Prepare(float rate) {
 }
 
 void DelayControls::SetTargets(const DelaySettings& settings) {
-    const float angle = settings.mix * 0.5F * std::numbers::pi_v<float>;
-    const float dry = settings.mix < 1.0F ? std::cos(angle) : 0.0F;
-    const float wet = settings.mix > 0.0F ? std::sin(angle) : 0.0F;
+    const auto [dry, wet] = EqualPower(settings.mix);
     groups[Mix].Aim({dry, wet * 0.5F * (1.0F + settings.width), wet * 0.5F * (1.0F - settings.width), 0.0F});
 
     const bool gathers = settings.mode == DelaySettings::PingPong;

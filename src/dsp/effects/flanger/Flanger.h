@@ -4,7 +4,9 @@
 #include "dsp/delaylines/SplineDelayLine.h"
 #include "dsp/effects/flanger/FlangerControls.h"
 #include "dsp/effects/flanger/FlangerLfo.h"
-#include "dsp/framework/UnitModule.h"
+#include "dsp/effects/shared/EffectUnit.h"
+#include "dsp/effects/shared/StereoQuad.h"
+#include "dsp/effects/shared/SweptDelays.h"
 
 #include <array>
 #include <string>
@@ -18,14 +20,13 @@ namespace Velmora::dsp {
 /// The dry path has no latency with "ThroughZero" off. With it on, its latency is "Delay", or, where that
 /// leaves the swing no room, "Depth" less "Manual" and 13 samples.
 ///
-/// Inputs: 0 left, 1 right, 2 modulation of "DryWet", 3 of "Manual", 4 of "Depth"; any may be null or absent.
-/// Outputs: 0 left, 1 right, which may be the input buffers. A sample that is not a number or absurdly loud
-/// counts as 0, a null input as silence.
+/// Inputs: 0 left, 1 right, then those of modulationInputs; any may be null or absent. Outputs: 0 left, 1
+/// right, which may be the input buffers. A sample that is not a number or absurdly loud counts as 0, a null
+/// input as silence.
 ///
-/// Ranges may be declared anew. What is used in the end: a delay from 13 samples to 20 ms, a depth up to
-/// 10 ms, a rate up to 10 Hz, a feedback within -0.97..0.97. At a "DryWet" of 0 and without "ThroughZero"
-/// the output is the input to the bit.
-class Flanger final : public UnitModule {
+/// No delay is shorter than 13 samples. At a "DryWet" of 0 and without "ThroughZero" the output is the input
+/// to the bit.
+class Flanger final : public EffectUnit<FlangerSettings, FlangerControls> {
 public:
     static constexpr u32 parameterCount = 18;
     enum Parameter : u32 {
@@ -76,7 +77,6 @@ public:
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     /// Clears lines and filters; the cycle starts anew.
     void OnReset(bool hard) override;
-    bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
 
 private:
@@ -88,27 +88,21 @@ private:
         SplineDelayLine dry;
     };
 
-    float Held(u32 id, float low, float high);
-    u32 Step(u32 id, u32 count);
-    void ReadFixed(FlangerSettings& into);
-    void ReadModulated(FlangerSettings& into, const ProcessContext& context);
-    float Rate(const ProcessContext& context);
-
-    void FollowSong(const ProcessContext& context);
+    FlangerSettings ReadSettings(const ProcessContext& context) override;
+    float CycleHz(const ProcessContext& context);
+    void FollowSong(const ProcessContext& context) override;
+    void StartMotion() override;
     void StepDelays();
     template <bool moving>
-    void RenderQuad(Float4& left, Float4& right);
+    void RenderQuad(StereoQuad& sound);
     template <bool moving>
     Float4 DrySound(u32 side, Float4 input) const;
 
-    FlangerSettings settings;
-    FlangerControls controls;
     std::array<Channel, 2> channels;
     LoopCuts cuts;
     FlangerLfo lfo;
-    /// In samples, lane 0 left, 1 right, 2 the dry sound; before and at the end of the coming quad.
-    Float4 delays = Float4(SplineDelayLine::shortestDelay);
-    Float4 endDelays = Float4(SplineDelayLine::shortestDelay);
+    /// Lane 0 left, 1 right, 2 the dry sound.
+    SweptDelays delays;
 };
 
 } // namespace Velmora::dsp

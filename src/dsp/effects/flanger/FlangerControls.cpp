@@ -2,12 +2,12 @@
 #include "dsp/effects/flanger/FlangerControls.h"
 
 #include "dsp/delaylines/SplineDelayLine.h"
+#include "dsp/effects/shared/StereoQuad.h"
 #include "dsp/lfo/ChorusLfo.h"
 #include "dsp/math/Decibels.h"
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace Velmora::dsp {
 
@@ -43,18 +43,17 @@ void FlangerControls::Prepare(float rate) {
     groups.Prepare(rate, fastSeconds, slowSeconds);
 }
 
-void FlangerControls::Aim(const FlangerSettings& settings) {
-    AimLevels(settings);
-    AimMotion(settings);
+void FlangerControls::SetTargets(const FlangerSettings& settings) {
+    SetLevels(settings);
+    SetMotion(settings);
 }
 
-void FlangerControls::AimLevels(const FlangerSettings& settings) {
-    const float angle = settings.mix * 0.5F * std::numbers::pi_v<float>;
-    const float dry = settings.mix < 1.0F ? std::cos(angle) : 0.0F;
+void FlangerControls::SetLevels(const FlangerSettings& settings) {
+    const auto [dry, share] = EqualPower(settings.mix);
     // The resonances of the loop raise the power by 1 / (1 - feedback^2).
     const float level = std::sqrt(1.0F - settings.feedback * settings.feedback);
     const float gain = DecibelsToGain(settings.wetGainDb) * (settings.inverted ? -level : level);
-    const float wet = settings.mix > 0.0F ? std::sin(angle) * gain : 0.0F;
+    const float wet = share * gain;
     groups[Mix].Aim({settings.throughZero ? 0.0F : dry, settings.throughZero ? dry : 0.0F,
                      wet * 0.5F * (1.0F + settings.width), wet * 0.5F * (1.0F - settings.width)});
     groups[Loop].Aim({settings.feedback, settings.drive * strongestBend, 0.0F, 0.0F});
@@ -62,7 +61,7 @@ void FlangerControls::AimLevels(const FlangerSettings& settings) {
     groups[Shapes].Aim(ShapeWeights(settings.shape));
 }
 
-void FlangerControls::AimMotion(const FlangerSettings& settings) {
+void FlangerControls::SetMotion(const FlangerSettings& settings) {
     constexpr float shortest = SplineDelayLine::shortestDelay;
     const float samplesPerMs = sampleRate * 0.001F;
     float manual = settings.manualMs * samplesPerMs;

@@ -55,8 +55,8 @@ public:
     enum MotionLane : u32 { BaseSamples, DepthSamples, RateHz, StereoPhase };
 
     void Prepare(float rate);
-    void Aim(const FlangerSettings& settings);
-    void Jump() { groups.Jump(); }
+    void SetTargets(const FlangerSettings& settings);
+    void JumpToTargets() { groups.Jump(); }
     /// Advances by a quad of frames.
     void Step() { groups.Step(); }
     bool IsMoving() const { return groups.IsMoving(); }
@@ -66,8 +66,8 @@ public:
     float LongestDelay() const { return longestDelay; }
 
 private:
-    void AimLevels(const FlangerSettings& settings);
-    void AimMotion(const FlangerSettings& settings);
+    void SetLevels(const FlangerSettings& settings);
+    void SetMotion(const FlangerSettings& settings);
 
     ControlGroups<GroupCount, Motion> groups;
     float sampleRate = 44100.0F;

@@ -3,7 +3,7 @@
 
 #include "dsp/effects/reverb/ReverbControls.h"
 #include "dsp/effects/reverb/ReverbTank.h"
-#include "dsp/framework/UnitModule.h"
+#include "dsp/effects/shared/EffectUnit.h"
 
 #include <array>
 #include <string>
@@ -15,14 +15,12 @@ namespace Velmora::dsp {
 /// different places. Its lines scale with the sample rate and with "Size". Where the paper has one factor of
 /// decay, here every line loses level by its own length, so that the decay takes the time that is set.
 ///
-/// Inputs: 0 left, 1 right, then modulations: 2 of "DryWet", 3 of "PreDelay", 4 of "Size", 5 of "Decay", 6 of
-/// "Damping", 7 of "HighCut", 8 of "ModDepth", 9 of "Width"; any may be null or absent. Outputs: 0 left, 1
+/// Inputs: 0 left, 1 right, then those of modulationInputs; any may be null or absent. Outputs: 0 left, 1
 /// right, which may be the input buffers. A sample that is not a number or absurdly loud counts as 0, a null
 /// input as silence.
 ///
-/// Ranges may be declared anew; ReverbSettings tells the bounds of what is used in the end. Every control is
-/// smoothed; delays glide. At a "DryWet" of 0 the output is the input to the bit.
-class Reverb final : public UnitModule {
+/// Every control is smoothed; delays glide. At a "DryWet" of 0 the output is the input to the bit.
+class Reverb final : public EffectUnit<ReverbSettings, ReverbControls> {
 public:
     static constexpr u32 parameterCount = 18;
     enum Parameter : u32 {
@@ -69,19 +67,15 @@ public:
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     /// Clears lines and filters; the swing starts anew.
     void OnReset(bool hard) override;
-    bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
 
 private:
-    float Held(u32 id, float low, float high);
-    void ReadFixed(ReverbSettings& into);
-    void ReadModulated(ReverbSettings& into, const ProcessContext& context);
+    ReverbSettings ReadSettings(const ProcessContext& context) override;
+    void StartMotion() override { tank.RestartSwing(controls); }
     float PreDelaySeconds(const ProcessContext& context);
     template <ReverbTank::Pace pace>
     void RenderBlock(ProcessContext& context);
 
-    ReverbSettings settings;
-    ReverbControls controls;
     ReverbTank tank;
 };
 

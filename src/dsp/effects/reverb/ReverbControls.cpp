@@ -2,11 +2,11 @@
 #include "dsp/effects/reverb/ReverbControls.h"
 
 #include "dsp/delaylines/QuadDelayLine.h"
+#include "dsp/effects/shared/StereoQuad.h"
 #include "dsp/math/Decibels.h"
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace Velmora::dsp {
 
@@ -60,7 +60,7 @@ u32 ReverbControls::LongestPreDelay(float rate) {
 
 void ReverbControls::Prepare(float rate) {
     sampleRate = rate;
-    decay = static_cast<float>(std::exp(-4.0 / (glideSeconds * static_cast<double>(rate))));
+    groups.Prepare(rate, glideSeconds, glideSeconds);
     delays.Prepare(rate);
     SetSpeeds();
 }
@@ -74,10 +74,10 @@ void ReverbControls::SetSpeeds() {
     delays.SetFastest(PreDelay, preDelaySpeed);
 }
 
-void ReverbControls::Aim(const ReverbSettings& settings) {
-    AimDelays(settings);
-    AimLevels(settings);
-    AimGains(settings);
+void ReverbControls::SetTargets(const ReverbSettings& settings) {
+    SetDelays(settings);
+    SetLevels(settings);
+    SetGains(settings);
     groups[Diffusion].Aim({settings.inputDiffusion1, settings.inputDiffusion2, settings.decayDiffusion1,
                            settings.decayDiffusion2});
     // What is frozen must lose nothing on its way: no filter, and no place between two samples.
@@ -92,7 +92,7 @@ float ReverbControls::CutCoefficient(float hz) const {
     return hz >= openCutHz ? 1.0F : QuadOnePole::CoefficientOf(hz, sampleRate);
 }
 
-void ReverbControls::AimDelays(const ReverbSettings& settings) {
+void ReverbControls::SetDelays(const ReverbSettings& settings) {
     for (u32 delay = 0; delay < PreDelay; ++delay) {
         delays.Aim(delay, Scaled(DimensionOf(delay), settings.size, sampleRate));
     }
@@ -100,18 +100,17 @@ void ReverbControls::AimDelays(const ReverbSettings& settings) {
     delays.Aim(PreDelay, preDelay + QuadDelayLine::shortestDelay);
 }
 
-void ReverbControls::AimLevels(const ReverbSettings& settings) {
-    const float angle = settings.mix * 0.5F * std::numbers::pi_v<float>;
-    const float dry = settings.mix < 1.0F ? std::cos(angle) : 0.0F;
+void ReverbControls::SetLevels(const ReverbSettings& settings) {
+    const auto [dry, share] = EqualPower(settings.mix);
     const float gain = LevelOf(settings.decaySeconds, settings.size) * DecibelsToGain(settings.wetGainDb);
-    const float wet = settings.mix > 0.0F ? std::sin(angle) * gain : 0.0F;
+    const float wet = share * gain;
     // The sides have little in common: the power stays.
     const float width = settings.width;
     const float side = wet * std::sqrt(0.5F / (1.0F + width * width));
     groups[Mix].Aim({dry, side * (1.0F + width), side * (1.0F - width), settings.frozen ? 0.0F : 1.0F});
 }
 
-void ReverbControls::AimGains(const ReverbSettings& settings) {
+void ReverbControls::SetGains(const ReverbSettings& settings) {
     for (u32 group = FirstGains; group < GroupCount; ++group) {
         const u32 delay = (group - FirstGains) * 4;
         groups[group].Aim({GainOf(delay, settings), GainOf(delay + 1, settings), GainOf(delay + 2, settings),
@@ -136,18 +135,14 @@ float ReverbControls::GainOf(u32 delay, const ReverbSettings& settings) const {
     return settings.frozen ? 1.0F : kept;
 }
 
-void ReverbControls::Jump() {
-    for (SmoothedLanes& group : groups) {
-        group.Jump();
-    }
+void ReverbControls::JumpToTargets() {
+    groups.Jump();
     delays.Jump();
     RenewFilters();
 }
 
 void ReverbControls::Step() {
-    for (SmoothedLanes& group : groups) {
-        group.Step(decay);
-    }
+    groups.Step();
     RenewFilters();
     if (delays.IsGliding()) {
         delays.Step();
@@ -158,11 +153,6 @@ void ReverbControls::RenewFilters() {
     for (u32 lane = 0; lane < filterCount; ++lane) {
         filters[lane] = QuadOnePole::Coefficients(groups[Filters].value[lane]);
     }
-}
-
-bool ReverbControls::IsMoving() const {
-    return delays.IsGliding() || std::any_of(groups.begin(), groups.end(),
-                                             [](const SmoothedLanes& group) { return group.IsMoving(); });
 }
 
 } // namespace Velmora::dsp

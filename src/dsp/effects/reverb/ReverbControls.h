@@ -4,7 +4,7 @@
 #include "dsp/delaylines/DelayGlide.h"
 #include "dsp/effects/reverb/ReverbPlate.h"
 #include "dsp/filters/QuadOnePole.h"
-#include "dsp/smoothing/SmoothedLanes.h"
+#include "dsp/smoothing/ControlGroups.h"
 
 #include <array>
 
@@ -63,18 +63,18 @@ public:
     };
 
     void Prepare(float rate);
-    void Aim(const ReverbSettings& settings);
-    /// Arrives at once.
-    void Jump();
+    void SetTargets(const ReverbSettings& settings);
+    void JumpToTargets();
     /// Advances by a quad of frames.
     void Step();
-    bool IsMoving() const;
+    bool IsMoving() const { return delays.IsGliding() || groups.IsMoving(); }
 
     const SmoothedLanes& operator[](Group group) const { return groups[group]; }
     /// What the wait in a line costs a sound, or that before a tap, with the sign of that.
     template <bool moving>
     Float4 Gain(u32 delay) const {
-        return groups[FirstGains + delay / Float4::size].Over<moving>(delay % Float4::size);
+        constexpr u32 lanes = Float4::size;
+        return groups[FirstGains + delay / lanes].Over<moving>(delay % lanes);
     }
     const DelayGlide& Delay() const { return delays; }
     const QuadOnePole::Coefficients& Filter(FilterLane lane) const { return filters[lane]; }
@@ -90,22 +90,20 @@ public:
 
 private:
     void SetSpeeds();
-    void AimDelays(const ReverbSettings& settings);
-    void AimLevels(const ReverbSettings& settings);
-    void AimGains(const ReverbSettings& settings);
+    void SetDelays(const ReverbSettings& settings);
+    void SetLevels(const ReverbSettings& settings);
+    void SetGains(const ReverbSettings& settings);
     float GainOf(u32 delay, const ReverbSettings& settings) const;
     float CutCoefficient(float hz) const;
     void RenewFilters();
 
     static_assert(DelayCount <= DelayGlide::count && GroupCount - FirstGains == DelayGlide::count / 4);
 
-    std::array<SmoothedLanes, GroupCount> groups;
+    ControlGroups<GroupCount, GroupCount> groups;
     std::array<QuadOnePole::Coefficients, filterCount> filters;
     DelayGlide delays;
     double swingPerQuad = 0.0;
     float sampleRate = 44100.0F;
-    /// What is left of a way after a quad.
-    float decay = 0.0F;
 };
 
 } // namespace Velmora::dsp

@@ -57,9 +57,9 @@ void ReverbTank::RestartSwing(const Controls& controls) {
 }
 
 template <ReverbTank::Pace pace>
-void ReverbTank::Render(Float4 input, const Controls& controls, Float4& left, Float4& right) {
-    left = SumTaps<pace>(Plate::leftTaps, Controls::LeftTaps, controls);
-    right = SumTaps<pace>(Plate::rightTaps, Controls::RightTaps, controls);
+StereoQuad ReverbTank::Render(Float4 input, const Controls& controls) {
+    const StereoQuad wet{SumTaps<pace>(Plate::leftTaps, Controls::LeftTaps, controls),
+                         SumTaps<pace>(Plate::rightTaps, Controls::RightTaps, controls)};
 
     const Float4 entry =
         Diffuse<pace>(input, controls) * controls[Controls::Mix].Over<pace != Settled>(Controls::Entry);
@@ -68,6 +68,7 @@ void ReverbTank::Render(Float4 input, const Controls& controls, Float4& left, Fl
     lines[Plate::LeftSecond].Write(RunHalf<pace>(0, entry + fromRight, controls));
     lines[Plate::RightSecond].Write(RunHalf<pace>(1, entry + fromLeft, controls));
     StepSwing(controls);
+    return wet;
 }
 
 /// The pre-delay is read behind the write, one sample late: at 0, the cubic needs the sample that comes next.
@@ -149,8 +150,8 @@ bool ReverbTank::IsBroken() const {
     });
 }
 
-template void ReverbTank::Render<ReverbTank::Settled>(Float4, const ReverbControls&, Float4&, Float4&);
-template void ReverbTank::Render<ReverbTank::Moving>(Float4, const ReverbControls&, Float4&, Float4&);
-template void ReverbTank::Render<ReverbTank::Gliding>(Float4, const ReverbControls&, Float4&, Float4&);
+template StereoQuad ReverbTank::Render<ReverbTank::Settled>(Float4, const ReverbControls&);
+template StereoQuad ReverbTank::Render<ReverbTank::Moving>(Float4, const ReverbControls&);
+template StereoQuad ReverbTank::Render<ReverbTank::Gliding>(Float4, const ReverbControls&);
 
 } // namespace Velmora::dsp

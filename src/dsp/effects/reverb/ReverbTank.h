@@ -3,6 +3,7 @@
 
 #include "dsp/delaylines/QuadDelayLine.h"
 #include "dsp/effects/reverb/ReverbControls.h"
+#include "dsp/effects/shared/StereoQuad.h"
 
 #include <array>
 
@@ -23,7 +24,7 @@ public:
     void RestartSwing(const ReverbControls& controls);
     /// Four frames of the input, which must be finite, become the wet sound of both sides.
     template <Pace pace>
-    void Render(Float4 input, const ReverbControls& controls, Float4& left, Float4& right);
+    StereoQuad Render(Float4 input, const ReverbControls& controls);
     /// True when something that is no sound runs round the loop.
     bool IsBroken() const;
 

@@ -1,8 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/effects/shared/LoopSamples.h"
+#include "dsp/effects/shared/FeedbackLimits.h"
+#include "dsp/effects/shared/StereoQuad.h"
 #include "dsp/vectors/LaneTranspose.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
 
 namespace Velmora::dsp {
 
@@ -19,12 +24,17 @@ public:
     enum Lane : u32 { LowStep, LowShare, HighStep, HighShare };
 
     /// The lanes for two corners. At lowestHz and at highestHz the filter is out.
-    static Float4 Coefficients(float lowHz, float highHz, float sampleRate);
+    static Float4 Coefficients(float lowHz, float highHz, float sampleRate) {
+        // A control position need not hit an end of its range exactly.
+        constexpr float nearly = 0.0005F;
+        return {StepOf(lowHz, sampleRate), lowHz > lowestHz * (1.0F + nearly) ? 1.0F : 0.0F,
+                StepOf(highHz, sampleRate), highHz < highestHz * (1.0F - nearly) ? 1.0F : 0.0F};
+    }
 
     void Clear() { lowState = highState = Float4(0.0F); }
 
-    /// Filters a quad of both channels with the same coefficients, and gives what goes into the loop.
-    void Run(const Float4& coefficients, Float4& left, Float4& right, Float4& loopLeft, Float4& loopRight) {
+    /// Filters both channels of a sound, and gives what goes into the loop.
+    StereoQuad Run(const Float4& coefficients, StereoQuad& sound) {
         const Float4 lowStep(coefficients.get(LowStep));
         const Float4 highStep(coefficients.get(HighStep));
         const Float4 highShare(coefficients.get(HighShare));
@@ -43,19 +53,25 @@ public:
             frame = cut - lowShare * deep;
         };
         // The four of a frame side by side.
-        loopLeft = left;
-        loopRight = right;
-        simd::Transpose(left, right, loopLeft, loopRight);
-        filter(left);
-        filter(right);
-        filter(loopLeft);
-        filter(loopRight);
-        simd::Transpose(left, right, loopLeft, loopRight);
+        StereoQuad loop = sound;
+        simd::Transpose(sound.left, sound.right, loop.left, loop.right);
+        filter(sound.left);
+        filter(sound.right);
+        filter(loop.left);
+        filter(loop.right);
+        simd::Transpose(sound.left, sound.right, loop.left, loop.right);
         highState = WithoutTail(high);
         lowState = WithoutTail(low);
+        return loop;
     }
 
 private:
+    /// Of a trapezoidal integrator in its loop; the tangent puts the corner where it belongs at any rate.
+    static float StepOf(float hz, float sampleRate) {
+        const float t = std::tan(std::numbers::pi_v<float> * std::min(hz / sampleRate, 0.49F));
+        return t / (1.0F + t);
+    }
+
     Float4 lowState = Float4(0.0F);
     Float4 highState = Float4(0.0F);
 };

@@ -6,6 +6,10 @@
 #include "dsp/vectors/FrameLanes.h"
 #include "dsp/vectors/SilenceFaults.h"
 
+#include <cmath>
+#include <numbers>
+#include <type_traits>
+
 namespace Velmora::dsp {
 
 /// Four frames of two channels on their way through an effect.
@@ -29,6 +33,13 @@ struct StereoQuad {
         right.store_unaligned(context.outputs[1] + n);
     }
 
+    /// Both sides with the same gains: of their own, and of the other side.
+    StereoQuad Crossed(Float4 direct, Float4 other) const {
+        return {direct * left + other * right, direct * right + other * left};
+    }
+    StereoQuad operator*(Float4 gain) const { return {left * gain, right * gain}; }
+    StereoQuad operator+(const StereoQuad& more) const { return {left + more.left, right + more.right}; }
+
     /// The same frames side by side in double precision, and back.
     FrameQuad<Double2> Frames() const {
         alignas(16) float samples[2][Float4::size];
@@ -49,5 +60,39 @@ struct StereoQuad {
         return {left * dryGain + wet.left * wetGain, right * dryGain + wet.right * wetGain};
     }
 };
+
+/// Gains of a dry and a wet sound at a mix of 0 to 1: equal power, exact at both ends.
+struct EqualPower {
+    float dry;
+    float wet;
+
+    explicit EqualPower(float mix) {
+        const float angle = mix * 0.5F * std::numbers::pi_v<float>;
+        dry = mix < 1.0F ? std::cos(angle) : 0.0F;
+        wet = mix > 0.0F ? std::sin(angle) : 0.0F;
+    }
+};
+
+/// One block of an effect from inputs 0 and 1 to outputs 0 and 1, four frames at a time.
+/// `render(moving, sound)` turns a quad in place; `moving`, a std::bool_constant, tells whether the controls,
+/// which step once per quad, are on their way in this block.
+template <class Controls, class Render>
+void RenderStereoQuads(const ProcessContext& context, Controls& controls, Render render) {
+    const auto run = [&](auto moving) {
+        for (u32 n = 0; n < context.numFrames; n += simd::Float4::size) {
+            StereoQuad sound = StereoQuad::Read(context, n);
+            if constexpr (moving.value) {
+                controls.Step();
+            }
+            render(moving, sound);
+            sound.Write(context, n);
+        }
+    };
+    if (controls.IsMoving()) {
+        run(std::true_type());
+    } else {
+        run(std::false_type());
+    }
+}
 
 } // namespace Velmora::dsp

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/framework/ModuleContainer.h"
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/ProcessContext.h"
 #include "dsp/framework/RunChild.h"
 #include "dsp/math/Within.h"
@@ -143,10 +144,9 @@ private:
     }
 
     static std::vector<ModuleParam> Records(std::vector<ModuleParam>&& furtherRecords) {
-        std::vector<ModuleParam> records{ModuleParam::Stepped("ModuleType", typeCount, 0.0F, 1.0F)};
-        for (const char* name : {"Bypass", "CopyOnBypass", "CrossfadeOnBypass", "FadeOnModuleChange"}) {
-            records.push_back(ModuleParam::Stepped(name, 2, 0.0F, 1.0F));
-        }
+        auto records = RecordsOf({Declare::Choice("ModuleType", typeCount), Declare::Switch("Bypass"),
+                                  Declare::Switch("CopyOnBypass"), Declare::Switch("CrossfadeOnBypass"),
+                                  Declare::Switch("FadeOnModuleChange")});
         std::move(furtherRecords.begin(), furtherRecords.end(), std::back_inserter(records));
         return records;
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/framework/ModuleContainer.h"
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/RunChild.h"
 #include "dsp/math/Within.h"
 #include "dsp/smoothing/SmootherLPF.h"
@@ -40,7 +41,9 @@ public:
 
     /// moduleName stands before the names of M's parameters too; M itself has no prefix.
     explicit WithDryWet(std::string moduleName)
-        : ModuleContainer<M>(std::move(moduleName), 0, 0, Records(), std::make_tuple(std::string())),
+        : ModuleContainer<M>(std::move(moduleName), 0, 0,
+                             RecordsOf({Declare::Linear("DryWet", 0.0F, 1.0F, 1.0F)}),
+                             std::make_tuple(std::string())),
           childInputs(Inner().numInputs) {
         this->numInputs = Inner().numInputs + 1;
         this->numOutputs = Inner().numOutputs;
@@ -55,7 +58,8 @@ public:
     /// The mix arrives at once with the next block, which knows its modulation.
     void OnReset(bool /*hard*/) override {}
     bool UpdateParameters(ProcessContext& context) override {
-        wet.SetTarget(ClampToUnit(this->additional.parameters[0].GetModulatedValue(context, dryWetInput)));
+        ModuleParam& dryWet = this->additional.parameters[0];
+        wet.SetTarget(dryWet.Hold(dryWet.GetModulatedValue(context, dryWetInput)));
         if (this->needsUpdate) {
             wet.Set(static_cast<float>(wet.target));
         }
@@ -80,12 +84,6 @@ public:
 private:
     static constexpr u32 channelCount = 2;
     static constexpr double smoothingSeconds = 0.01;
-
-    static std::vector<ModuleParam> Records() {
-        std::vector<ModuleParam> records(1, ModuleParam::Mapped("DryWet", 1, 0.0F, 1.0F, 0.0F));
-        records[0].SetValue(1.0F);
-        return records;
-    }
 
     bool RunInner(ProcessContext& context) {
         for (u32 i = 0; i < childInputs.size(); ++i) {

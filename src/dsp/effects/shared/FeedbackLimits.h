@@ -1,16 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/vectors/SilenceFaults.h"
-#include "support/platform/Types.h"
+#include "dsp/vectors/Simd.h"
 
-/// What a feedback loop does to four samples at a time so that it stays bounded and falls silent.
+/// What keeps a feedback loop bounded, and lets it fall silent: four samples at a time.
 namespace Velmora::dsp {
-
-/// From a block that may be absent, which is silence.
-inline simd::Float4 AdmitSound(const float* input, u32 n) {
-    return input != nullptr ? SilenceFaults(input + n) : simd::Float4(0.0F);
-}
 
 /// Ends a tail that nobody hears any more before it reaches the denormal numbers.
 inline simd::Float4 WithoutTail(simd::Float4 x) {

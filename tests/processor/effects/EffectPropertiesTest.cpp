@@ -1,0 +1,451 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What every effect of a slot keeps, whatever it does to the sound. A new one is a row of the table.
+#include "dsp/math/DenormalGuard.h"
+#include "processor/effects/FXVariant.h"
+#include "rigs/EffectRig.h"
+
+namespace {
+
+using namespace orphia::test;
+using namespace Velmora::dsp;
+using Velmora::Processor::FXVariant;
+
+enum Trait : u32 {
+    /// Faults in the sound are silence; else they are only forgotten.
+    HearsFaultsAsSilence = 1,
+    /// At a "DryWet" of 0 the sound passes to the bit.
+    PassesWhenDry = 2,
+    MayWorkInPlace = 4,
+    /// Its controls glide from frame to frame; else from block to block.
+    GlidesByFrames = 8,
+    Everything = 15
+};
+
+/// Ids are those of the effect's own.
+struct Effect {
+    FXVariant::Type type;
+    /// Of any settings at full scale.
+    float loudest;
+    /// How much rougher than its sound the jump of a control may be; see NoControlClicks.
+    float roughest;
+    /// The controls act under these settings, some only under further ones.
+    Settings sounding = {};
+    std::vector<std::pair<u32, Settings>> further = {};
+    /// In which a jump of a control is the roughest thing.
+    Settings calm = {};
+    /// Steps of these are steps of the sound.
+    std::set<u32> stepped = {};
+    std::set<u32> inaudible = {};
+    /// What is not to be moved: under other settings it keeps less.
+    Settings fixed = {};
+    /// Both sides are alike under these settings.
+    Settings alike = {};
+    /// "TempoSync", "SyncRate", and the rate that these replace.
+    std::vector<u32> cycle = {};
+    u32 traits = Everything;
+};
+
+void PrintTo(const Effect& effect, std::ostream* out) { *out << FXVariant::typeNames[effect.type]; }
+
+constexpr u32 Pan(u32 id) { return StereoPan::ParameterId(id); }
+constexpr u32 Lfo(StereoPan::ChildIndex lfo, LFOSimple::Parameter id) { return StereoPan::LFOId(lfo, id); }
+using Filter = MultiModeFilterPresetChromataFX;
+using Equaliser = ParamEq<5>;
+
+std::vector<std::pair<u32, Settings>> For(u32 first, u32 last, const Settings& settings) {
+    std::vector<std::pair<u32, Settings>> further;
+    for (u32 id = first; id <= last; ++id) {
+        further.emplace_back(id, settings);
+    }
+    return further;
+}
+
+std::vector<Effect> Effects() {
+    std::vector<Effect> effects;
+    effects.push_back({.type = FXVariant::ReverbType,
+                       .loudest = 200.0F,
+                       .roughest = 0.009F,
+                       .sounding = {{Reverb::DryWet, 0.8F}},
+                       .further = {{Reverb::SyncRate, {{Reverb::TempoSync, 1.0F}}}},
+                       .calm = {{Reverb::DryWet, 0.7F}}});
+    effects.push_back(
+        {.type = FXVariant::DelayType,
+         .loudest = 10.0F,
+         .roughest = 0.0085F,
+         .sounding = {{Delay::DryWet, 0.7F}, {Delay::Time, 100.0F}},
+         .further = {{Delay::SyncRate, {{Delay::TempoSync, 1.0F}}}},
+         .calm = {{Delay::DryWet, 0.5F}, {Delay::Time, 100.0F}, {Delay::Feedback, 0.0F}},
+         .alike = {{Delay::Mode, DelaySettings::Cross}, {Delay::Time, 20.0F}, {Delay::Wow, 0.0F}}});
+    effects.push_back({.type = FXVariant::ChorusType,
+                       .loudest = 30.0F,
+                       .roughest = 0.004F,
+                       .sounding = {{Chorus::DryWet, 0.9F}},
+                       .further = {{Chorus::SyncRate, {{Chorus::TempoSync, 1.0F}}},
+                                   {Chorus::TempoSync, {{Chorus::Freq, 4.0F}}}},
+                       .calm = {{Chorus::Feedback, 0.3F}, {Chorus::Spread, 0.5F}, {Chorus::Drift, 0.5F}},
+                       .alike = {{Chorus::StereoMode, ChorusSettings::Mono}},
+                       .cycle = {Chorus::TempoSync, Chorus::SyncRate, Chorus::Freq}});
+    effects.push_back({.type = FXVariant::FlangerType,
+                       .loudest = 20.0F,
+                       .roughest = 0.003F,
+                       .sounding = {{Flanger::Freq, 2.0F}},
+                       .further = {{Flanger::SyncRate, {{Flanger::TempoSync, 1.0F}}}},
+                       .alike = {{Flanger::StereoPhase, 0.0F}},
+                       .cycle = {Flanger::TempoSync, Flanger::SyncRate, Flanger::Freq}});
+    effects.push_back({.type = FXVariant::PhaserType,
+                       .loudest = 10.0F,
+                       .roughest = 0.025F,
+                       .sounding = {{Phaser::LFOFreq, 3.0F}, {Phaser::EnvAmount, 1.0F}},
+                       .further = For(Phaser::PatternLength, Phaser::Step8,
+                                      {{Phaser::LFOShape, 7.0F}, {Phaser::LFOFreq, 4.0F}}),
+                       .alike = {{Phaser::StereoPhase, 0.0F}, {Phaser::StereoOffset, 0.0F}},
+                       .cycle = {Phaser::TempoSync, Phaser::SyncRate, Phaser::LFOFreq}});
+    effects.back().further.push_back({Phaser::SyncRate, {{Phaser::TempoSync, 1.0F}}});
+    effects.push_back({.type = FXVariant::TubeScreamerType,
+                       .loudest = 250.0F,
+                       .roughest = 0.01F,
+                       .sounding = {{TubeScreamer808::Level, -10.0F}},
+                       .calm = {{TubeScreamer808::Drive, 22.0F}},
+                       .traits = Everything - PassesWhenDry});
+    // Its gains are those of a block.
+    effects.push_back({.type = FXVariant::CompressorType,
+                       .loudest = 1e6F,
+                       .roughest = 0.05F,
+                       .sounding = {{Compressor::Threshold, -30.0F}},
+                       .further = {{Compressor::KneeWidth, {{Compressor::Threshold, -10.0F}}},
+                                   {Compressor::LevelMeasureAtMs, {{Compressor::LevelMeasureSmoothAR, 1.0F}}},
+                                   {Compressor::LevelMeasureReMs, {{Compressor::LevelMeasureSmoothAR, 1.0F}}},
+                                   {Compressor::LookaheadTimeMs, {{Compressor::LookaheadEnable, 1.0F}}},
+                                   {Compressor::GRLimit, {{Compressor::GRLimitEnable, 1.0F}}},
+                                   {Compressor::GRLimitEnable, {{Compressor::GRLimit, -3.0F}}}},
+                       .stepped = {Compressor::InGainCompensated, Compressor::InputGain,
+                                   Compressor::OutputGain, Compressor::LookaheadEnable},
+                       .inaudible = {Compressor::OutGainReduction, Compressor::SideChain},
+                       .fixed = {{Compressor::ConfOnlyComputeGain, 1.0F}},
+                       .traits = HearsFaultsAsSilence | MayWorkInPlace});
+    effects.push_back(
+        {.type = FXVariant::BitCrusherType,
+         .loudest = 20.0F,
+         .roughest = 0.005F,
+         .sounding = {{BitCrusher::Bits, 3.0F}},
+         .further = {{BitCrusher::AntiAlias, {{BitCrusher::SampleRate, 6000.0F}}},
+                     {BitCrusher::Split, {{BitCrusher::SampleRate, 6000.0F}}}},
+         .calm = {{BitCrusher::Bits, 16.0F}, {BitCrusher::Curve, 0.0F}, {BitCrusher::SampleRate, 48000.0F}},
+         .stepped = {BitCrusher::Bits, BitCrusher::SampleRate, BitCrusher::BitErrors},
+         .traits = Everything - PassesWhenDry});
+    effects.push_back({.type = FXVariant::FilterType,
+                       .loudest = 20.0F,
+                       .roughest = 0.01F,
+                       .sounding = {{Filter::LFOAmount, 2.0F}, {Filter::LFOFreq, 3.0F}},
+                       .further = {{Filter::SyncRate, {{Filter::TempoSync, 1.0F}}},
+                                   {Filter::EnvAttack, {{Filter::EnvAmount, 3.0F}}},
+                                   {Filter::EnvRelease, {{Filter::EnvAmount, 3.0F}}}},
+                       .alike = {{Filter::StereoOffset, 0.0F}},
+                       .cycle = {Filter::TempoSync, Filter::SyncRate, Filter::LFOFreq}});
+    Effect equaliser = {.type = FXVariant::ParamEqType,
+                        .loudest = 1e4F,
+                        .roughest = 0.05F,
+                        .stepped = {Equaliser::Stereo},
+                        .inaudible = {Equaliser::SmoothOn},
+                        .fixed = {{Equaliser::Stereo, 1.0F}},
+                        .traits = MayWorkInPlace};
+    for (u32 band = 0; band < 5; ++band) {
+        equaliser.sounding.emplace_back(Equaliser::GainId(band), 12.0F);
+        equaliser.stepped.insert({Equaliser::OnId(band), Equaliser::ModeId(band)});
+    }
+    effects.push_back(equaliser);
+    effects.push_back({.type = FXVariant::StereoPanType,
+                       .loudest = 10.0F,
+                       .roughest = 0.005F,
+                       .sounding = {{Pan(StereoPan::LevelDepth), 0.5F},
+                                    {Lfo(StereoPan::PanLFO, LFOSimple::Rate), 5.0F},
+                                    {Pan(StereoPan::BassMono), 100.0F}},
+                       .further = For(Pan(StereoPan::FirstStep), StereoPan::parameterCount - 1,
+                                      {{Lfo(StereoPan::PanLFO, LFOSimple::Shape), LFOSimple::Steps}}),
+                       .calm = {{Pan(StereoPan::LevelDepth), 0.5F}},
+                       .alike = {{Pan(StereoPan::PanDepth), 0.0F}, {Pan(StereoPan::StereoPhase), 0.0F}},
+                       .traits = Everything - MayWorkInPlace});
+    return effects;
+}
+
+template <u32 in, u32 out, class... Modules>
+std::vector<std::vector<u32>> ModulationInputs(const ModuleVariant<in, out, Modules...>* /*slot*/) {
+    return {{Modules::modulationInputs.begin(), Modules::modulationInputs.end()}...};
+}
+
+/// The effect in a slot that holds nothing else to be heard.
+struct Unit {
+    FXVariant::Type type;
+    Settings fixed;
+    std::unique_ptr<FXVariant> slot = std::make_unique<FXVariant>("");
+
+    explicit Unit(const Effect& effect, const Settings& settings = {}, float rate = 44100.0F)
+        : type(effect.type), fixed(effect.fixed) {
+        slot->SetParameterValue(FXVariant::ParameterId(FXVariant::ModuleType), static_cast<float>(type));
+        slot->Initialize(rate, 64);
+        Set(settings);
+    }
+    void Set(const Settings& settings) {
+        for (const auto& [id, value] : settings) {
+            slot->SetParameterValue(FXVariant::IdOf(type, id), value);
+        }
+    }
+    void Move(u32 id, float position) { slot->SetParameterNormalized(FXVariant::IdOf(type, id), position); }
+    void MoveAll(const std::vector<float>& positions) {
+        for (u32 id = 0; id < Count(); ++id) {
+            Move(id, positions[id]);
+        }
+        Set(fixed);
+    }
+    float Value(u32 id) { return slot->FindParameter(FXVariant::IdOf(type, id))->GetValue(); }
+    u32 Count() const { return FXVariant::firstIds[type + 1] - FXVariant::firstIds[type]; }
+    std::string Name(u32 id) { return NameOf(*slot, FXVariant::IdOf(type, id)); }
+    std::vector<u32> Modulated() const { return ModulationInputs(slot.get())[type]; }
+
+    /// how.input counts as the effect's own, from 2 on.
+    std::vector<Signal> Play(const std::vector<Signal>& in, Playing how = {}) {
+        how.input = how.input > 1 ? FXVariant::firstInputs[type] + how.input - 2 : 0;
+        return orphia::test::Play(*slot, in[0], in[1], how);
+    }
+};
+
+class EffectTest : public testing::TestWithParam<Effect> {
+protected:
+    const Effect& effect = GetParam();
+    std::mt19937 random{GetParam().type};
+
+    bool Has(Trait trait) const { return (effect.traits & trait) != 0; }
+    Unit Make(const Settings& settings = {}, float rate = 44100.0F) const {
+        return Unit(effect, settings, rate);
+    }
+    /// Of all controls, within their way or beyond.
+    std::vector<float> Positions(float beyond = 0.0F) {
+        std::uniform_real_distribution<float> position(-beyond, 1.0F + beyond);
+        std::vector<float> positions(Make().Count());
+        std::generate(positions.begin(), positions.end(), [&] { return position(random); });
+        return positions;
+    }
+    static std::vector<Signal> Sound(std::size_t frames, float level = 0.5F) {
+        return {Noise(frames, level, 1), Noise(frames, level, 2)};
+    }
+};
+
+double Difference(const std::vector<Signal>& a, const std::vector<Signal>& b) {
+    Signal rest(a[0].size());
+    for (std::size_t n = 0; n < rest.size(); ++n) {
+        rest[n] = std::hypot(a[0][n] - b[0][n], a[1][n] - b[1][n]);
+    }
+    return Rms(rest);
+}
+
+} // namespace
+
+TEST_P(EffectTest, BlocksOfAnySizeAndSharedBuffersGiveTheSameBits) {
+    const auto sound = Sound(8000);
+    for (int round = 0; round < 4; ++round) {
+        Unit whole = Make();
+        Unit cut = Make();
+        Unit inPlace = Make();
+        // The second pass runs while everything glides.
+        for (int pass = 0; pass < (Has(GlidesByFrames) ? 2 : 1); ++pass) {
+            const auto positions = Positions();
+            for (Unit* unit : {&whole, &cut, &inPlace}) {
+                unit->MoveAll(positions);
+                if (pass == 0) {
+                    unit->slot->Reset(true);
+                }
+            }
+            const auto expected = whole.Play(sound);
+            std::vector<const Signal*> inputs(FXVariant::inputCount, nullptr);
+            inputs[0] = &sound[0];
+            inputs[1] = &sound[1];
+            EXPECT_EQ(Render(*cut.slot, inputs, 2, BlockSplit::Random(64, 300, 6)), expected) << round;
+            auto io = sound;
+            std::vector<const float*> pointers(FXVariant::inputCount, nullptr);
+            for (std::size_t n = 0; n < io[0].size(); n += 40) {
+                pointers[0] = &io[0][n];
+                pointers[1] = &io[1][n];
+                RunInPlace(*inPlace.slot, pointers, {&io[0][n], &io[1][n]}, 40);
+            }
+            EXPECT_TRUE(!Has(MayWorkInPlace) || io == expected) << round;
+        }
+    }
+}
+
+TEST_P(EffectTest, AResetLeavesNothing) {
+    const auto sound = Sound(8800);
+    for (const bool hard : {false, true}) {
+        const auto positions = Positions();
+        Unit fresh = Make();
+        fresh.MoveAll(positions);
+        fresh.slot->Reset(true);
+        Unit used = Make();
+        used.MoveAll(Positions());
+        used.Play(sound, {2, 0.3F, 90.0F, true, 7.0F});
+        used.MoveAll(positions);
+        used.slot->Reset(hard);
+        EXPECT_EQ(used.Play(sound), fresh.Play(sound)) << "hard: " << hard;
+    }
+}
+
+TEST_P(EffectTest, FaultsInSoundAndControlsDoNotStick) {
+    auto clean = Sound(4400);
+    auto faulty = clean;
+    for (std::size_t n = 5; n < 4400; n += 97) {
+        const float faults[] = {notANumber, infinity, -infinity, 3e38F};
+        faulty[0][n] = faulty[1][n] = faults[n % 4];
+        clean[0][n] = clean[1][n] = 0.0F;
+    }
+    const auto expected = Make().Play(clean);
+    Unit unit = Make();
+    const auto heard = unit.Play(faulty);
+    EXPECT_TRUE(!Has(HearsFaultsAsSilence) || heard == expected);
+    unit.slot->Reset(false);
+    EXPECT_EQ(unit.Play(clean), expected);
+    for (u32 id = 0; id < unit.Count(); ++id) {
+        const float good = unit.Value(id);
+        for (const float bad : {notANumber, infinity, -infinity, 1e30F}) {
+            unit.Set({{id, bad}});
+            const auto out = unit.Play(clean);
+            EXPECT_TRUE(AllFinite(out[0]) && AllFinite(out[1])) << unit.Name(id) << " = " << bad;
+        }
+        unit.Set({{id, good}});
+        unit.slot->Reset(true);
+        EXPECT_EQ(unit.Play(clean), expected) << unit.Name(id);
+        unit.slot->Reset(true);
+    }
+    for (const float bad : {notANumber, infinity, -infinity, 1e30F}) {
+        for (u32 input = 2; input < 2 + unit.Modulated().size(); ++input) {
+            EXPECT_TRUE(AllFinite(unit.Play(clean, {input, bad})[1])) << input << " = " << bad;
+        }
+        EXPECT_TRUE(AllFinite(unit.Play(clean, {0, 0.0F, bad, true, bad})[0])) << bad;
+    }
+}
+
+TEST_P(EffectTest, AnyMovesOfTheControlsAtAnyRateStayBounded) {
+    for (const float rate : {8000.0F, 44100.0F, 384000.0F}) {
+        const auto sound = Sound(4400, 1.0F);
+        Unit unit = Make({}, rate);
+        for (u32 round = 0; round < 30; ++round) {
+            const auto positions = Positions(0.2F);
+            for (u32 id = 0; id < unit.Count(); ++id) {
+                if (random() % 2 == 0) {
+                    // The ends are where the extremes are.
+                    unit.Move(id, random() % 3 == 0 ? std::round(positions[id]) : positions[id]);
+                }
+            }
+            const auto input = static_cast<u32>(random() % (2 + unit.Modulated().size()));
+            for (const Signal& out : unit.Play(sound, {input, positions[0]})) {
+                EXPECT_TRUE(AllFinite(out)) << "round " << round << " at " << rate;
+                EXPECT_LT(Peak(out), effect.loudest) << "round " << round << " at " << rate;
+            }
+        }
+    }
+}
+
+TEST_P(EffectTest, EveryControlIsHeardAndModulationIsTheSameAsAMove) {
+    const auto sound = Sound(17600);
+    for (u32 id = 0; id < Make().Count(); ++id) {
+        std::vector<Signal> ends[2];
+        for (const u32 end : {0U, 1U}) {
+            Unit unit = Make(effect.sounding);
+            for (const auto& [needy, settings] : effect.further) {
+                unit.Set(needy == id ? settings : Settings());
+            }
+            // Not the other end itself, which a phase has in common with this one.
+            unit.Move(id, 0.9F * static_cast<float>(end));
+            ends[end] = unit.Play(sound);
+        }
+        const double difference = Difference(ends[0], ends[1]);
+        EXPECT_TRUE(difference > 0.01 || effect.inaudible.count(id) != 0)
+            << Make().Name(id) << ": " << difference;
+    }
+    const auto modulated = Make().Modulated();
+    for (u32 i = 0; i < modulated.size(); ++i) {
+        Unit set = Make(effect.sounding);
+        Unit moved = Make(effect.sounding);
+        set.Move(modulated[i], 0.75F);
+        moved.Move(modulated[i], 0.25F);
+        EXPECT_EQ(moved.Play(sound, {2 + i, 0.5F}), set.Play(sound)) << "input " << 2 + i;
+        // Its end is the end of the modulation.
+        EXPECT_GT(Difference(moved.Play(sound), set.Play(sound)), 0.0) << "input " << 2 + i;
+    }
+}
+
+/// A jump is rougher than the sound a while before and after by no more than a share of the peak.
+TEST_P(EffectTest, NoControlClicks) {
+    const Signal sine = Tone(26400, 220.5, 44100.0, 0.4);
+    for (u32 at = 0; at < 2 * Make().Count(); ++at) {
+        const u32 id = at / 2;
+        const auto from = static_cast<float>(at % 2);
+        if (effect.stepped.count(id) == 0) {
+            Unit unit = Make(effect.calm);
+            unit.Move(id, from);
+            Signal heard = unit.Play({sine, sine})[0];
+            unit.Move(id, 1.0F - from);
+            const Signal after = unit.Play({sine, sine})[0];
+            heard.insert(heard.end(), after.begin(), after.end());
+            const float own = std::max(Roughness(heard, 13200, 26400), Roughness(heard, 39600, 52800));
+            const float jump = (Roughness(heard, 26300, 39600) - own) / Peak(heard);
+            EXPECT_LT(jump, effect.roughest) << unit.Name(id) << " from " << from << ", own " << own;
+        }
+    }
+}
+
+TEST_P(EffectTest, AfterTheSoundThereIsSilenceInTheEnd) {
+    const DenormalGuard guard;
+    Unit unit = Make();
+    if (effect.type == FXVariant::BitCrusherType) {
+        unit.Set({{BitCrusher::Dither, 0.0F}});
+    }
+    unit.Play(Sound(8800));
+    const std::vector<Signal> silence(2, Signal(44000, 0.0F));
+    float peak = 1.0F;
+    for (int second = 0; second < 40 && peak != 0.0F; ++second) {
+        const auto tail = unit.Play(silence);
+        peak = std::max(Peak(tail[0]), Peak(tail[1]));
+    }
+    EXPECT_EQ(peak, 0.0F);
+}
+
+TEST_P(EffectTest, SidesAreTreatedAlikeAndADrySoundIsNotTouched) {
+    const auto sound = Sound(17600);
+    if (effect.type != FXVariant::ReverbType) {
+        const auto ahead = Make(effect.alike).Play(sound);
+        const auto swapped = Make(effect.alike).Play({sound[1], sound[0]});
+        EXPECT_EQ(swapped[0], ahead[1]);
+        EXPECT_EQ(swapped[1], ahead[0]);
+    }
+    Unit unit = Make();
+    for (u32 id = 0; id < unit.Count(); ++id) {
+        const std::string name = unit.Name(id);
+        if (Has(PassesWhenDry) && name.ends_with("_DryWet")) {
+            unit.Set({{id, 0.0F}});
+            EXPECT_EQ(unit.Play(sound), sound);
+        }
+    }
+}
+
+TEST_P(EffectTest, InTimeWithTheSongACycleTakesItsBeats) {
+    const float beats[] = {32.0F, 16.0F, 12.0F, 8.0F, 6.0F, 4.0F, 3.0F, 2.0F, 1.5F, 1.0F, 2.0F / 3.0F, 0.5F};
+    const auto sound = Sound(8800);
+    for (u32 step = 0; !effect.cycle.empty() && step < std::size(beats); ++step) {
+        for (const float tempo : {137.0F, 90.5F + 12.0F}) {
+            Settings synced = effect.sounding;
+            synced.insert(synced.end(),
+                          {{effect.cycle[0], 1.0F}, {effect.cycle[1], static_cast<float>(step)}});
+            Settings free = effect.sounding;
+            free.emplace_back(effect.cycle[2], tempo / (60.0F * beats[step]));
+            const auto expected = Make(free).Play(sound);
+            EXPECT_EQ(Make(synced).Play(sound, {0, 0.0F, tempo}), expected) << step;
+            // Without a tempo the rate is free.
+            synced.push_back(free.back());
+            for (const float none : {0.0F, -1.0F, notANumber, infinity}) {
+                EXPECT_EQ(Make(synced).Play(sound, {0, 0.0F, none}), expected) << none;
+            }
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Every, EffectTest, testing::ValuesIn(Effects()),
+                         [](const auto& row) { return std::string(FXVariant::typeNames[row.param.type]); });
