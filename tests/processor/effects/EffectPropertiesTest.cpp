@@ -10,6 +10,8 @@ using namespace orphia::test;
 using namespace Velmora::dsp;
 using Velmora::Processor::FXVariant;
 
+constexpr u32 none = 1000;
+
 enum Trait : u32 {
     /// Faults in the sound are silence; else they are only forgotten.
     HearsFaultsAsSilence = 1,
@@ -28,6 +30,7 @@ struct Effect {
     float loudest;
     /// How much rougher than its sound the jump of a control may be; see NoControlClicks.
     float roughest;
+    u32 traits = Everything;
     /// The controls act under these settings, some only under further ones.
     Settings sounding = {};
     std::vector<std::pair<u32, Settings>> further = {};
@@ -40,17 +43,16 @@ struct Effect {
     Settings fixed = {};
     /// Both sides are alike under these settings.
     Settings alike = {};
-    /// "TempoSync", "SyncRate", and the rate that these replace.
-    std::vector<u32> cycle = {};
-    u32 traits = Everything;
+    /// What "TempoSync" and "SyncRate" replace, in Hz.
+    u32 rate = none;
 };
 
 void PrintTo(const Effect& effect, std::ostream* out) { *out << FXVariant::typeNames[effect.type]; }
 
 constexpr u32 Pan(u32 id) { return StereoPan::ParameterId(id); }
-constexpr u32 Lfo(StereoPan::ChildIndex lfo, LFOSimple::Parameter id) { return StereoPan::LFOId(lfo, id); }
 using Filter = MultiModeFilterPresetChromataFX;
-using Equaliser = ParamEq<5>;
+using Eq = ParamEq<5>;
+using T = FXVariant;
 
 std::vector<std::pair<u32, Settings>> For(u32 first, u32 last, const Settings& settings) {
     std::vector<std::pair<u32, Settings>> further;
@@ -61,111 +63,102 @@ std::vector<std::pair<u32, Settings>> For(u32 first, u32 last, const Settings& s
 }
 
 std::vector<Effect> Effects() {
-    std::vector<Effect> effects;
-    effects.push_back({.type = FXVariant::ReverbType,
-                       .loudest = 200.0F,
-                       .roughest = 0.009F,
-                       .sounding = {{Reverb::DryWet, 0.8F}},
-                       .further = {{Reverb::SyncRate, {{Reverb::TempoSync, 1.0F}}}},
-                       .calm = {{Reverb::DryWet, 0.7F}}});
-    effects.push_back(
-        {.type = FXVariant::DelayType,
+    using C = Compressor;
+    const u32 panShape = StereoPan::LFOId(StereoPan::PanLFO, LFOSimple::Shape);
+    const u32 panRate = StereoPan::LFOId(StereoPan::PanLFO, LFOSimple::Rate);
+    return {
+        {.type = T::ReverbType,
+         .loudest = 200.0F,
+         .roughest = 0.009F,
+         .sounding = {{Reverb::DryWet, 0.8F}},
+         .calm = {{Reverb::DryWet, 0.7F}}},
+        {.type = T::DelayType,
          .loudest = 10.0F,
          .roughest = 0.0085F,
          .sounding = {{Delay::DryWet, 0.7F}, {Delay::Time, 100.0F}},
-         .further = {{Delay::SyncRate, {{Delay::TempoSync, 1.0F}}}},
          .calm = {{Delay::DryWet, 0.5F}, {Delay::Time, 100.0F}, {Delay::Feedback, 0.0F}},
-         .alike = {{Delay::Mode, DelaySettings::Cross}, {Delay::Time, 20.0F}, {Delay::Wow, 0.0F}}});
-    effects.push_back({.type = FXVariant::ChorusType,
-                       .loudest = 30.0F,
-                       .roughest = 0.004F,
-                       .sounding = {{Chorus::DryWet, 0.9F}},
-                       .further = {{Chorus::SyncRate, {{Chorus::TempoSync, 1.0F}}},
-                                   {Chorus::TempoSync, {{Chorus::Freq, 4.0F}}}},
-                       .calm = {{Chorus::Feedback, 0.3F}, {Chorus::Spread, 0.5F}, {Chorus::Drift, 0.5F}},
-                       .alike = {{Chorus::StereoMode, ChorusSettings::Mono}},
-                       .cycle = {Chorus::TempoSync, Chorus::SyncRate, Chorus::Freq}});
-    effects.push_back({.type = FXVariant::FlangerType,
-                       .loudest = 20.0F,
-                       .roughest = 0.003F,
-                       .sounding = {{Flanger::Freq, 2.0F}},
-                       .further = {{Flanger::SyncRate, {{Flanger::TempoSync, 1.0F}}}},
-                       .alike = {{Flanger::StereoPhase, 0.0F}},
-                       .cycle = {Flanger::TempoSync, Flanger::SyncRate, Flanger::Freq}});
-    effects.push_back({.type = FXVariant::PhaserType,
-                       .loudest = 10.0F,
-                       .roughest = 0.025F,
-                       .sounding = {{Phaser::LFOFreq, 3.0F}, {Phaser::EnvAmount, 1.0F}},
-                       .further = For(Phaser::PatternLength, Phaser::Step8,
-                                      {{Phaser::LFOShape, 7.0F}, {Phaser::LFOFreq, 4.0F}}),
-                       .alike = {{Phaser::StereoPhase, 0.0F}, {Phaser::StereoOffset, 0.0F}},
-                       .cycle = {Phaser::TempoSync, Phaser::SyncRate, Phaser::LFOFreq}});
-    effects.back().further.push_back({Phaser::SyncRate, {{Phaser::TempoSync, 1.0F}}});
-    effects.push_back({.type = FXVariant::TubeScreamerType,
-                       .loudest = 250.0F,
-                       .roughest = 0.01F,
-                       .sounding = {{TubeScreamer808::Level, -10.0F}},
-                       .calm = {{TubeScreamer808::Drive, 22.0F}},
-                       .traits = Everything - PassesWhenDry});
-    // Its gains are those of a block.
-    effects.push_back({.type = FXVariant::CompressorType,
-                       .loudest = 1e6F,
-                       .roughest = 0.05F,
-                       .sounding = {{Compressor::Threshold, -30.0F}},
-                       .further = {{Compressor::KneeWidth, {{Compressor::Threshold, -10.0F}}},
-                                   {Compressor::LevelMeasureAtMs, {{Compressor::LevelMeasureSmoothAR, 1.0F}}},
-                                   {Compressor::LevelMeasureReMs, {{Compressor::LevelMeasureSmoothAR, 1.0F}}},
-                                   {Compressor::LookaheadTimeMs, {{Compressor::LookaheadEnable, 1.0F}}},
-                                   {Compressor::GRLimit, {{Compressor::GRLimitEnable, 1.0F}}},
-                                   {Compressor::GRLimitEnable, {{Compressor::GRLimit, -3.0F}}}},
-                       .stepped = {Compressor::InGainCompensated, Compressor::InputGain,
-                                   Compressor::OutputGain, Compressor::LookaheadEnable},
-                       .inaudible = {Compressor::OutGainReduction, Compressor::SideChain},
-                       .fixed = {{Compressor::ConfOnlyComputeGain, 1.0F}},
-                       .traits = HearsFaultsAsSilence | MayWorkInPlace});
-    effects.push_back(
-        {.type = FXVariant::BitCrusherType,
+         .alike = {{Delay::Mode, DelaySettings::Cross}, {Delay::Time, 20.0F}, {Delay::Wow, 0.0F}}},
+        {.type = T::ChorusType,
+         .loudest = 30.0F,
+         .roughest = 0.004F,
+         .sounding = {{Chorus::DryWet, 0.9F}},
+         .further = {{Chorus::TempoSync, {{Chorus::Freq, 4.0F}}}},
+         .calm = {{Chorus::Feedback, 0.3F}, {Chorus::Spread, 0.5F}, {Chorus::Drift, 0.5F}},
+         .alike = {{Chorus::StereoMode, ChorusSettings::Mono}},
+         .rate = Chorus::Freq},
+        {.type = T::FlangerType,
+         .loudest = 20.0F,
+         .roughest = 0.003F,
+         .sounding = {{Flanger::Freq, 2.0F}},
+         .alike = {{Flanger::StereoPhase, 0.0F}},
+         .rate = Flanger::Freq},
+        {.type = T::PhaserType,
+         .loudest = 10.0F,
+         .roughest = 0.025F,
+         .sounding = {{Phaser::LFOFreq, 3.0F}, {Phaser::EnvAmount, 1.0F}},
+         .further =
+             For(Phaser::PatternLength, Phaser::Step8, {{Phaser::LFOShape, 7.0F}, {Phaser::LFOFreq, 4.0F}}),
+         .alike = {{Phaser::StereoPhase, 0.0F}},
+         .rate = Phaser::LFOFreq},
+        {.type = T::TubeScreamerType,
+         .loudest = 250.0F,
+         .roughest = 0.01F,
+         .traits = Everything - PassesWhenDry,
+         .sounding = {{TubeScreamer808::Level, -10.0F}},
+         .calm = {{TubeScreamer808::Drive, 22.0F}}},
+        {.type = T::CompressorType,
+         .loudest = 1e6F,
+         .roughest = 0.05F,
+         .traits = HearsFaultsAsSilence | MayWorkInPlace,
+         .sounding = {{C::Threshold, -30.0F}},
+         .further = {{C::KneeWidth, {{C::Threshold, -10.0F}}},
+                     {C::LevelMeasureAtMs, {{C::LevelMeasureSmoothAR, 1.0F}}},
+                     {C::LevelMeasureReMs, {{C::LevelMeasureSmoothAR, 1.0F}}},
+                     {C::LookaheadTimeMs, {{C::LookaheadEnable, 1.0F}}},
+                     {C::GRLimit, {{C::GRLimitEnable, 1.0F}}},
+                     {C::GRLimitEnable, {{C::GRLimit, -3.0F}}}},
+         .stepped = {C::InGainCompensated, C::InputGain, C::OutputGain, C::LookaheadEnable},
+         .inaudible = {C::OutGainReduction, C::SideChain},
+         .fixed = {{C::ConfOnlyComputeGain, 1.0F}}},
+        {.type = T::BitCrusherType,
          .loudest = 20.0F,
          .roughest = 0.005F,
+         .traits = Everything - PassesWhenDry,
          .sounding = {{BitCrusher::Bits, 3.0F}},
-         .further = {{BitCrusher::AntiAlias, {{BitCrusher::SampleRate, 6000.0F}}},
-                     {BitCrusher::Split, {{BitCrusher::SampleRate, 6000.0F}}}},
+         .further = For(0, 15, {{BitCrusher::SampleRate, 6000.0F}}),
          .calm = {{BitCrusher::Bits, 16.0F}, {BitCrusher::Curve, 0.0F}, {BitCrusher::SampleRate, 48000.0F}},
-         .stepped = {BitCrusher::Bits, BitCrusher::SampleRate, BitCrusher::BitErrors},
-         .traits = Everything - PassesWhenDry});
-    effects.push_back({.type = FXVariant::FilterType,
-                       .loudest = 20.0F,
-                       .roughest = 0.01F,
-                       .sounding = {{Filter::LFOAmount, 2.0F}, {Filter::LFOFreq, 3.0F}},
-                       .further = {{Filter::SyncRate, {{Filter::TempoSync, 1.0F}}},
-                                   {Filter::EnvAttack, {{Filter::EnvAmount, 3.0F}}},
-                                   {Filter::EnvRelease, {{Filter::EnvAmount, 3.0F}}}},
-                       .alike = {{Filter::StereoOffset, 0.0F}},
-                       .cycle = {Filter::TempoSync, Filter::SyncRate, Filter::LFOFreq}});
-    Effect equaliser = {.type = FXVariant::ParamEqType,
-                        .loudest = 1e4F,
-                        .roughest = 0.05F,
-                        .stepped = {Equaliser::Stereo},
-                        .inaudible = {Equaliser::SmoothOn},
-                        .fixed = {{Equaliser::Stereo, 1.0F}},
-                        .traits = MayWorkInPlace};
-    for (u32 band = 0; band < 5; ++band) {
-        equaliser.sounding.emplace_back(Equaliser::GainId(band), 12.0F);
-        equaliser.stepped.insert({Equaliser::OnId(band), Equaliser::ModeId(band)});
-    }
-    effects.push_back(equaliser);
-    effects.push_back({.type = FXVariant::StereoPanType,
-                       .loudest = 10.0F,
-                       .roughest = 0.005F,
-                       .sounding = {{Pan(StereoPan::LevelDepth), 0.5F},
-                                    {Lfo(StereoPan::PanLFO, LFOSimple::Rate), 5.0F},
-                                    {Pan(StereoPan::BassMono), 100.0F}},
-                       .further = For(Pan(StereoPan::FirstStep), StereoPan::parameterCount - 1,
-                                      {{Lfo(StereoPan::PanLFO, LFOSimple::Shape), LFOSimple::Steps}}),
-                       .calm = {{Pan(StereoPan::LevelDepth), 0.5F}},
-                       .alike = {{Pan(StereoPan::PanDepth), 0.0F}, {Pan(StereoPan::StereoPhase), 0.0F}},
-                       .traits = Everything - MayWorkInPlace});
-    return effects;
+         .stepped = {BitCrusher::Bits, BitCrusher::SampleRate, BitCrusher::BitErrors}},
+        {.type = T::FilterType,
+         .loudest = 20.0F,
+         .roughest = 0.01F,
+         .sounding = {{Filter::LFOAmount, 2.0F}, {Filter::LFOFreq, 3.0F}},
+         .further = For(Filter::EnvAttack, Filter::EnvRelease, {{Filter::EnvAmount, 3.0F}}),
+         .rate = Filter::LFOFreq},
+        {.type = T::ParamEqType,
+         .loudest = 1e4F,
+         .roughest = 0.05F,
+         .traits = MayWorkInPlace,
+         .further = For(0, Eq::parameterCount,
+                        {{Eq::GainId(0), 12.0F},
+                         {Eq::GainId(1), 12.0F},
+                         {Eq::GainId(2), 12.0F},
+                         {Eq::GainId(3), 12.0F},
+                         {Eq::GainId(4), 12.0F}}),
+         .stepped = {Eq::Stereo, Eq::OnId(0), Eq::OnId(1), Eq::OnId(2), Eq::OnId(3), Eq::OnId(4),
+                     Eq::ModeId(0), Eq::ModeId(1), Eq::ModeId(2), Eq::ModeId(3), Eq::ModeId(4)},
+         .inaudible = {Eq::SmoothOn},
+         .fixed = {{Eq::Stereo, 1.0F}}},
+        {.type = T::StereoPanType,
+         .loudest = 10.0F,
+         .roughest = 0.005F,
+         .traits = Everything - MayWorkInPlace,
+         .sounding = {{Pan(StereoPan::LevelDepth), 0.5F},
+                      {panRate, 5.0F},
+                      {Pan(StereoPan::BassMono), 100.0F}},
+         .further =
+             For(Pan(StereoPan::FirstStep), StereoPan::parameterCount - 1, {{panShape, LFOSimple::Steps}}),
+         .calm = {{Pan(StereoPan::LevelDepth), 0.5F}},
+         .alike = {{Pan(StereoPan::PanDepth), 0.0F}, {Pan(StereoPan::StereoPhase), 0.0F}}}};
 }
 
 template <u32 in, u32 out, class... Modules>
@@ -200,6 +193,14 @@ struct Unit {
     float Value(u32 id) { return slot->FindParameter(FXVariant::IdOf(type, id))->GetValue(); }
     u32 Count() const { return FXVariant::firstIds[type + 1] - FXVariant::firstIds[type]; }
     std::string Name(u32 id) { return NameOf(*slot, FXVariant::IdOf(type, id)); }
+    /// The one of a name, or none.
+    u32 Find(const std::string& name) {
+        u32 id = 0;
+        while (id < Count() && !Name(id).ends_with("_" + name)) {
+            ++id;
+        }
+        return id < Count() ? id : none;
+    }
     std::vector<u32> Modulated() const { return ModulationInputs(slot.get())[type]; }
 
     /// how.input counts as the effect's own, from 2 on.
@@ -349,6 +350,9 @@ TEST_P(EffectTest, EveryControlIsHeardAndModulationIsTheSameAsAMove) {
         std::vector<Signal> ends[2];
         for (const u32 end : {0U, 1U}) {
             Unit unit = Make(effect.sounding);
+            if (id == unit.Find("SyncRate")) {
+                unit.Set({{unit.Find("TempoSync"), 1.0F}});
+            }
             for (const auto& [needy, settings] : effect.further) {
                 unit.Set(needy == id ? settings : Settings());
             }
@@ -417,31 +421,27 @@ TEST_P(EffectTest, SidesAreTreatedAlikeAndADrySoundIsNotTouched) {
         EXPECT_EQ(swapped[1], ahead[0]);
     }
     Unit unit = Make();
-    for (u32 id = 0; id < unit.Count(); ++id) {
-        const std::string name = unit.Name(id);
-        if (Has(PassesWhenDry) && name.ends_with("_DryWet")) {
-            unit.Set({{id, 0.0F}});
-            EXPECT_EQ(unit.Play(sound), sound);
-        }
+    if (Has(PassesWhenDry) && unit.Find("DryWet") != none) {
+        unit.Set({{unit.Find("DryWet"), 0.0F}});
+        EXPECT_EQ(unit.Play(sound), sound);
     }
 }
 
 TEST_P(EffectTest, InTimeWithTheSongACycleTakesItsBeats) {
     const float beats[] = {32.0F, 16.0F, 12.0F, 8.0F, 6.0F, 4.0F, 3.0F, 2.0F, 1.5F, 1.0F, 2.0F / 3.0F, 0.5F};
     const auto sound = Sound(8800);
-    for (u32 step = 0; !effect.cycle.empty() && step < std::size(beats); ++step) {
-        for (const float tempo : {137.0F, 90.5F + 12.0F}) {
-            Settings synced = effect.sounding;
-            synced.insert(synced.end(),
-                          {{effect.cycle[0], 1.0F}, {effect.cycle[1], static_cast<float>(step)}});
-            Settings free = effect.sounding;
-            free.emplace_back(effect.cycle[2], tempo / (60.0F * beats[step]));
-            const auto expected = Make(free).Play(sound);
-            EXPECT_EQ(Make(synced).Play(sound, {0, 0.0F, tempo}), expected) << step;
+    for (u32 step = 0; effect.rate != none && step < std::size(beats); ++step) {
+        for (const float tempo : {137.0F, 102.5F}) {
+            Unit free = Make(effect.sounding);
+            free.Set({{effect.rate, tempo / (60.0F * beats[step])}});
+            const auto expected = free.Play(sound);
             // Without a tempo the rate is free.
-            synced.push_back(free.back());
-            for (const float none : {0.0F, -1.0F, notANumber, infinity}) {
-                EXPECT_EQ(Make(synced).Play(sound, {0, 0.0F, none}), expected) << none;
+            for (const float told : {tempo, 0.0F, -1.0F, notANumber, infinity}) {
+                Unit synced = Make(effect.sounding);
+                synced.Set({{synced.Find("TempoSync"), 1.0F},
+                            {synced.Find("SyncRate"), static_cast<float>(step)},
+                            {effect.rate, told == tempo ? 1.0F : tempo / (60.0F * beats[step])}});
+                EXPECT_EQ(synced.Play(sound, {0, 0.0F, told}), expected) << step << " at " << told;
             }
         }
     }
