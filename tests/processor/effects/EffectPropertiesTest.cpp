@@ -4,6 +4,10 @@
 #include "processor/effects/FXVariant.h"
 #include "rigs/EffectRig.h"
 
+#include <random>
+#include <set>
+#include <string>
+
 namespace {
 
 using namespace orphia::test;
