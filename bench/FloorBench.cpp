@@ -3,9 +3,8 @@
 // and nothing else. No modules, no parameters, no buffers per band, no noise, no high-frequency path.
 #include "bench/BenchSignals.h"
 #include "dsp/math/DenormalGuard.h"
-#include "vocoder/core/banks/BandPlan.h"
-#include "vocoder/core/banks/RectifierFollower.h"
-#include "vocoder/core/kernels/LaneTile.h"
+#include "vocoder/core/banks/AnalyzerRectifiers.h"
+#include "vocoder/core/banks/FilterBanks.h"
 #include "vocoder/core/kernels/VocoderKernels.h"
 
 #include <benchmark/benchmark.h>
@@ -31,7 +30,7 @@ struct Channel {
                 SetBandPass(stage, band, band == 0 ? plan.lowPassHz : hz[band - 1],
                             band == 0 ? BandPlan::lowPassQ : plan.bandPassQ);
             }
-            SetRectifier(band);
+            RectifierCircuit(RectifierCircuit::OtherBand, sampleRate).WriteTo(rectifiers, band);
         }
         synthesis = analysis;
         rectifiers.attackCoefficient = 1.0 - std::exp(-1.0 / (0.005 * sampleRate));
@@ -46,18 +45,6 @@ struct Channel {
         analysis.b2[stage][band] = 1.7857F * alpha * n;
         analysis.pull[stage][band] = (2.0F - 2.0F * std::cos(w)) * n;
         analysis.carry[stage][band] = 2.0F * std::cos(w) * n - 1.0F;
-    }
-
-    void SetRectifier(unsigned band) {
-        const RectifierFollower::Circuit circuit(RectifierFollower::OtherBand, sampleRate);
-        const double factor = circuit.biquad.b0 * RectifierFollower::controlScale;
-        const double input = factor * circuit.poleB0 * circuit.currentToVoltage;
-        rectifiers.gainPositive[band] = static_cast<float>(circuit.rectGainPositive * input);
-        rectifiers.gainNegative[band] = static_cast<float>(circuit.rectGainNegative * input);
-        rectifiers.bias[band] = circuit.Bias() * factor;
-        rectifiers.poleA1[band] = circuit.poleA1;
-        rectifiers.a1[band] = circuit.biquad.a1;
-        rectifiers.a2[band] = circuit.biquad.a2;
     }
 };
 

@@ -71,7 +71,7 @@ void Shaper(benchmark::State& state) {
     StereoSignal noise = Fricatives();
     std::size_t block = 0;
     for (auto _ : state) {
-        shaper.Process(noise.left.data() + block * blockSize, blockSize);
+        NoiseShaper::Run(blockSize, {shaper, noise.left.data() + block * blockSize});
         benchmark::ClobberMemory();
         block = (block + 1) % blocksPerSignal;
     }

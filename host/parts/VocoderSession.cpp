@@ -139,7 +139,7 @@ void VocoderSession::Process(std::span<const float> modulator, std::span<const f
 
 void VocoderSession::CollectMeters() {
     const auto collect = [this](float& largest, std::uint32_t index) {
-        const auto id = BodeVocoder::ParameterId(static_cast<BodeVocoder::Additional>(index));
+        const auto id = BodeVocoder::ParameterId(static_cast<BodeVocoder::Parameter>(index));
         largest = std::max(largest, engine->core.GetParameterNormalized(id));
     };
     collect(meters.hiss, BodeVocoder::HissLED);

@@ -80,6 +80,8 @@ private:
 using BiquadSection = BasicBiquadSection<double>;
 using BiquadPair = BasicBiquadSection<Double2>;
 
+/// One channel alone, or two in lanes.
+inline BiquadSection Join(const BiquadSection& section) { return section; }
 inline BiquadPair Join(const BiquadSection& left, const BiquadSection& right) {
     return {Lanes(left.b0, right.b0), Lanes(left.b1, right.b1), Lanes(left.b2, right.b2),
             Lanes(left.a1, right.a1), Lanes(left.a2, right.a2), Lanes(left.x1, right.x1),
@@ -87,6 +89,7 @@ inline BiquadPair Join(const BiquadSection& left, const BiquadSection& right) {
 }
 
 /// Gives the states back.
+inline void SplitState(const BiquadSection& from, BiquadSection& section) { section = from; }
 inline void SplitState(const BiquadPair& pair, BiquadSection& left, BiquadSection& right) {
     SplitLanes(pair.x1, left.x1, right.x1);
     SplitLanes(pair.x2, left.x2, right.x2);

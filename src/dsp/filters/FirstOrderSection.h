@@ -59,12 +59,15 @@ private:
 using FirstOrderSection = BasicFirstOrderSection<double>;
 using FirstOrderPair = BasicFirstOrderSection<Double2>;
 
+/// One channel alone, or two in lanes.
+inline FirstOrderSection Join(const FirstOrderSection& section) { return section; }
 inline FirstOrderPair Join(const FirstOrderSection& left, const FirstOrderSection& right) {
     return {Lanes(left.b0, right.b0), Lanes(left.b1, right.b1), Lanes(left.a1, right.a1),
             Lanes(left.x1, right.x1), Lanes(left.y1, right.y1)};
 }
 
 /// Gives the states back.
+inline void SplitState(const FirstOrderSection& from, FirstOrderSection& section) { section = from; }
 inline void SplitState(const FirstOrderPair& pair, FirstOrderSection& left, FirstOrderSection& right) {
     SplitLanes(pair.x1, left.x1, right.x1);
     SplitLanes(pair.y1, left.y1, right.y1);

@@ -40,6 +40,20 @@ bool RunChild(M& child, ProcessContext& context) {
     return result;
 }
 
+/// A module with its block. A stage that is written over a pack of these runs one channel or two side by side
+/// by the same code.
+template <class M>
+struct ChannelBlock {
+    M& module;
+    const ProcessContext& context;
+};
+
+/// The length that the blocks have in common.
+template <class First, class... Rest>
+u32 FramesOf(const First& first, const Rest&... /*rest*/) {
+    return first.context.numFrames;
+}
+
 /// Runs the same child of two channels: what RunChild does for each, the left one first. The recursions of a
 /// scalar stage wait for themselves most of the time; a module with a ProcessPair runs both channels in the
 /// two lanes of one vector, to the same bits.

@@ -98,6 +98,12 @@ struct PairOutput {
     }
 };
 
+/// Blocks of one channel or of two.
+inline SoloInput ReadFrom(const float* samples) { return {samples}; }
+inline PairInput ReadFrom(const float* left, const float* right) { return {left, right}; }
+inline SoloOutput WriteTo(float* samples) { return {samples}; }
+inline PairOutput WriteTo(float* left, float* right) { return {left, right}; }
+
 /// Replaces each frame by step(frame), in order.
 template <class T, class Step>
 inline void StepFrames(FrameQuad<T>& quad, Step&& step) {

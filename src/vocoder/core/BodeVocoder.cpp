@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/core/BodeVocoder.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/RunChild.h"
 #include "dsp/math/Within.h"
 #include "dsp/vectors/Simd.h"
@@ -23,13 +24,12 @@ constexpr float outputScale = 0.3162F;
 constexpr float bandMeterScale = 753.57947F;
 constexpr float hissLightScale = 1561.6704F;
 
-std::vector<dsp::ModuleParam> Declare() {
-    std::vector<dsp::ModuleParam> records;
-    for (const char* name : {"Wet", "CarrierPreampOverloadLED", "PreampOverloadLED", "HissLED", "BuzzLED"}) {
-        records.emplace_back(name);
-    }
+std::vector<dsp::ModuleParam> DeclareAll() {
+    std::vector<dsp::ModuleParam> records = dsp::RecordsOf(
+        {dsp::Declare::Raw("Wet"), dsp::Declare::Raw("CarrierPreampOverloadLED"),
+         dsp::Declare::Raw("PreampOverloadLED"), dsp::Declare::Raw("HissLED"), dsp::Declare::Raw("BuzzLED")});
     for (u32 band = 1; band <= bandCount; ++band) {
-        records.emplace_back("CVFB" + std::to_string(band));
+        records.push_back(dsp::Declare::Raw("CVFB" + std::to_string(band)).Record());
     }
     return records;
 }
@@ -66,7 +66,7 @@ struct ChannelPins {
 } // namespace
 
 BodeVocoder::BodeVocoder(std::string moduleName)
-    : ModuleContainer(std::move(moduleName), InputCount, OutputCount, Declare(), std::make_tuple()) {}
+    : ModuleContainer(std::move(moduleName), InputCount, OutputCount, DeclareAll(), std::make_tuple()) {}
 
 void BodeVocoder::SeedNoise(u32 seed) {
     for (u32 channel = 0; channel < channelCount; ++channel) {
@@ -147,10 +147,11 @@ void BodeVocoder::PublishLights() {
     Publish(PreampOverloadLED, 0.5F * (left.ProgramOverload() + right.ProgramOverload()));
     for (u32 band = 0; band < bandCount; ++band) {
         Publish(CVFB1 + band,
-                dsp::ClampToUnit((left.BandMeter(band) + right.BandMeter(band)) * bandMeterScale));
+                dsp::Within((left.BandMeter(band) + right.BandMeter(band)) * bandMeterScale, 0.0F, 1.0F));
     }
-    Publish(HissLED, dsp::ClampToUnit((left.NoiseGateValue() + right.NoiseGateValue()) * hissLightScale));
-    Publish(BuzzLED, dsp::ClampToUnit(0.5F * (left.VoicedLevel() + right.VoicedLevel())));
+    Publish(HissLED,
+            dsp::Within((left.NoiseGateValue() + right.NoiseGateValue()) * hissLightScale, 0.0F, 1.0F));
+    Publish(BuzzLED, dsp::Within(0.5F * (left.VoicedLevel() + right.VoicedLevel()), 0.0F, 1.0F));
 }
 
 } // namespace Velmora::Processor

@@ -33,18 +33,18 @@ public:
         ProgramPreampRight,
         OutputCount
     };
-    enum Additional : u32 {
+    /// Behind those of the channels.
+    enum Parameter : u32 {
         Wet,
         CarrierPreampOverloadLED,
         PreampOverloadLED,
         HissLED,
         BuzzLED,
         CVFB1,
-        AdditionalCount = CVFB1 + bandCount
+        ParameterCount = CVFB1 + bandCount
     };
-    static constexpr u32 parameterCount = childParameterCount + AdditionalCount;
-    /// Id of one of the own parameters.
-    static constexpr u32 ParameterId(Additional index) { return childParameterCount + index; }
+    static constexpr u32 parameterCount = childParameterCount + ParameterCount;
+    static constexpr u32 ParameterId(Parameter parameter) { return childParameterCount + parameter; }
 
     explicit BodeVocoder(std::string moduleName = "BodeVocoder");
 

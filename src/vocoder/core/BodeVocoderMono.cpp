@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/core/BodeVocoderMono.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/RunChild.h"
-#include "vocoder/core/kernels/LaneTile.h"
 
 #include <algorithm>
 #include <cmath>
@@ -25,39 +25,74 @@ constexpr float openThreshold = -1.7626F;
 /// DC blocker: half the corner of 1.6 Hz in rad/s.
 constexpr double dcBlockerRate = 5.0265484;
 
-std::vector<dsp::ModuleParam> Declare() {
-    std::vector<dsp::ModuleParam> records = {
-        dsp::ModuleParam::Mapped("NoiseLevel", 4, -24.0F, 24.0F, -3.0F),
-        dsp::ModuleParam::Mapped("NoiseGateAttack", 1, 0.1F, 1600.0F, 1.0F),
-        dsp::ModuleParam::Mapped("NoiseGateRelease", 1, 0.1F, 50.0F, 1.0F),
-        dsp::ModuleParam::Mapped("HFAttack", 1, 0.1F, 1600.0F, 1.0F),
-        dsp::ModuleParam::Mapped("HFRelease", 1, 0.1F, 50.0F, 1.0F),
-        dsp::ModuleParam("BuzzSwitched"),
-        dsp::ModuleParam::Stepped("UnvoicedMode", 2, 0.0F, 1.0F)};
-    records[BodeVocoderMono::NoiseGateAttack].SetValue(40.5F);
-    records[BodeVocoderMono::NoiseGateRelease].SetValue(1.95F);
-    records[BodeVocoderMono::HFAttack].SetValue(37.7F);
-    records[BodeVocoderMono::HFRelease].SetValue(3.43F);
-    return records;
-}
-
 void SetUpGate(VCAGate& gate) {
     gate.SetParameterValue(VCAGate::Pot, gatePot);
     gate.preGain = gatePreGain;
     gate.postGain = gatePostGain;
 }
 
+/// A stage of one channel: a module with the buffers of its block.
+template <class M, std::size_t inputCount, std::size_t outputCount>
+struct Stage {
+    M& module;
+    const Context& parent;
+    const float* inputs[inputCount];
+    float* outputs[outputCount];
+
+    Context BlockContext() { return parent.ForChild(inputs, inputCount, outputs, outputCount); }
+};
+
+template <class M, std::size_t inputCount, std::size_t outputCount>
+Stage<M, inputCount, outputCount> MakeStage(M& module, const Context& parent,
+                                            const float* const (&inputs)[inputCount],
+                                            float* const (&outputs)[outputCount]) {
+    Stage<M, inputCount, outputCount> stage{module, parent, {}, {}};
+    std::copy_n(inputs, inputCount, stage.inputs);
+    std::copy_n(outputs, outputCount, stage.outputs);
+    return stage;
+}
+
+/// Runs a stage of one channel, or the same stage of two side by side.
+template <class S>
+void Run(S stage) {
+    Context context = stage.BlockContext();
+    dsp::RunChild(stage.module, context);
+}
+template <class S>
+void Run(S left, S right) {
+    Context leftContext = left.BlockContext();
+    Context rightContext = right.BlockContext();
+    dsp::RunPair(left.module, leftContext, right.module, rightContext);
+}
+
 } // namespace
 
+void BodeVocoderMono::Signals::TakeFrom(dsp::BlockPool& pool) {
+    u32 next = 0;
+    for (float** signal : {&analysedProgram, &hissControl, &buzzControl, &highFrequencies, &noise,
+                           &gatedNoise, &alwaysOpen, &gatedCarrier, &carrierBus, &noiseBus, &bandSum}) {
+        *signal = pool[next++];
+    }
+    for (float*& band : amplifiedBands) {
+        band = pool[next++];
+    }
+}
+
 BodeVocoderMono::BodeVocoderMono(std::string moduleName)
-    : ModuleContainer(std::move(moduleName), InputCount, OutputCount, Declare(), std::make_tuple("Preamp"),
-                      std::make_tuple("PreampAnalyzer"), std::make_tuple("AnalyzerFilterBank"),
-                      std::make_tuple("AnalyzerRectifiers"), std::make_tuple("SynthesizerVCABank"),
-                      std::make_tuple("SynthesizerFilterBank"), std::make_tuple("HissBuzzDiscriminator"),
-                      std::make_tuple("NoiseCarrierBalance"), std::make_tuple("NoiseGenerator"),
-                      std::make_tuple("CarrierPreamp"), std::make_tuple("HFChannel"), std::make_tuple()) {
-    constexpr float white = 1.0F;
-    Child<NoiseChild>().SetParameterValue(0, white);
+    : ModuleContainer(
+          std::move(moduleName), InputCount, OutputCount,
+          dsp::RecordsOf({dsp::Declare::Exponential("NoiseLevel", -24.0F, 24.0F, -3.0F),
+                          dsp::Declare::Linear("NoiseGateAttack", 0.1F, 1600.0F, 40.5F),
+                          dsp::Declare::Linear("NoiseGateRelease", 0.1F, 50.0F, 1.95F),
+                          dsp::Declare::Linear("HFAttack", 0.1F, 1600.0F, 37.7F),
+                          dsp::Declare::Linear("HFRelease", 0.1F, 50.0F, 3.43F),
+                          dsp::Declare::Raw("BuzzSwitched"), dsp::Declare::Choice("UnvoicedMode", 2)}),
+          std::make_tuple("Preamp"), std::make_tuple("PreampAnalyzer"), std::make_tuple("AnalyzerFilterBank"),
+          std::make_tuple("AnalyzerRectifiers"), std::make_tuple("SynthesizerVCABank"),
+          std::make_tuple("SynthesizerFilterBank"), std::make_tuple("HissBuzzDiscriminator"),
+          std::make_tuple("NoiseCarrierBalance"), std::make_tuple("NoiseGenerator"),
+          std::make_tuple("CarrierPreamp"), std::make_tuple("HFChannel"), std::make_tuple()) {
+    Child<NoiseChild>().SetParameterValue(0, static_cast<float>(dsp::NoiseGenerator::White));
     SetUpGate(carrierGate);
     SetUpGate(noiseGate);
     carrierGate.SetParameterValue(VCAGate::FcGateAttack, fastAttack);
@@ -74,16 +109,11 @@ void BodeVocoderMono::UseKernels(const VocoderKernels& set) {
 void BodeVocoderMono::OnInitialize(float sampleRate, u32 maxBlockSize) {
     carrierGate.Initialize(sampleRate, maxBlockSize);
     noiseGate.Initialize(sampleRate, maxBlockSize);
-    noiseLevelSmoother.Prepare(sampleRate, 1);
     voicedAttackSmoother.Prepare(sampleRate, maxBlockSize);
     voicedReleaseSmoother.Prepare(sampleRate, maxBlockSize);
-
-    buffers.Allocate(BufferCount, dsp::RoundUpToFour(maxBlockSize));
-    std::fill_n(buffers[AlwaysOpenControl], maxBlockSize, openVoltage);
-    for (u32 band = 0; band < bandCount; ++band) {
-        synthesisOutputs[band] = buffers[SynthesisBand + band];
-    }
-
+    buffers.Allocate(Signals::count, dsp::RoundUpToFour(maxBlockSize));
+    signals.TakeFrom(buffers);
+    std::fill_n(signals.alwaysOpen, maxBlockSize, openVoltage);
     noiseShaper.Prepare(sampleRate);
     dcBlocker.SetHighPass(std::tan(dcBlockerRate / sampleRate));
 }
@@ -91,7 +121,6 @@ void BodeVocoderMono::OnInitialize(float sampleRate, u32 maxBlockSize) {
 void BodeVocoderMono::OnReset(bool hard) {
     carrierGate.Reset(hard);
     noiseGate.Reset(hard);
-    noiseLevelSmoother.Set(NoiseLevelGain());
     voicedLevel = 1.0F;
     voicedAttackSmoother.Set(1.0F);
     voicedReleaseSmoother.Set(1.0F);
@@ -100,17 +129,9 @@ void BodeVocoderMono::OnReset(bool hard) {
 }
 
 bool BodeVocoderMono::UpdateParameters(dsp::ProcessContext& /*context*/) {
-    if (additional.anyParameterChanged) {
-        if (AdditionalChanged(UnvoicedMode)) {
-            // Cut to an integer; what is no number counts as 0.
-            unvoicedMode = std::abs(AdditionalValue(UnvoicedMode)) >= 1.0F ? 1 : 0;
-        }
-        if (AdditionalChanged(BuzzSwitched)) {
-            buzzSwitched = AdditionalValue(BuzzSwitched) > 0.5F;
-        }
-        if (AdditionalChanged(NoiseLevel)) {
-            noiseLevelSmoother.SetTarget(NoiseLevelGain());
-        }
+    if (AdditionalChanged(UnvoicedMode)) {
+        // What is below 1, or no number, counts as 0.
+        unvoicedTimesSet = std::abs(AdditionalValue(UnvoicedMode)) >= 1.0F;
     }
     SetUnvoicedTimes();
     SetVoicedTimes();
@@ -118,13 +139,14 @@ bool BodeVocoderMono::UpdateParameters(dsp::ProcessContext& /*context*/) {
 }
 
 void BodeVocoderMono::SetUnvoicedTimes() {
-    const bool fixed = unvoicedMode == 0;
+    const auto corner = [this](Parameter parameter, float fixed) {
+        return unvoicedTimesSet ? AdditionalValue(parameter) : fixed;
+    };
     HFChannel& hf = Child<HFChild>();
-    noiseGate.SetParameterValue(VCAGate::FcGateAttack, fixed ? fastAttack : AdditionalValue(NoiseGateAttack));
-    hf.SetParameterValue(HFChannel::AttackHF, fixed ? fastAttack : AdditionalValue(HFAttack));
-    noiseGate.SetParameterValue(VCAGate::FcGateRelease,
-                                fixed ? fastRelease : AdditionalValue(NoiseGateRelease));
-    hf.SetParameterValue(HFChannel::ReleaseHF, fixed ? fastRelease : AdditionalValue(HFRelease));
+    noiseGate.SetParameterValue(VCAGate::FcGateAttack, corner(NoiseGateAttack, fastAttack));
+    noiseGate.SetParameterValue(VCAGate::FcGateRelease, corner(NoiseGateRelease, fastRelease));
+    hf.SetParameterValue(HFChannel::AttackHF, corner(HFAttack, fastAttack));
+    hf.SetParameterValue(HFChannel::ReleaseHF, corner(HFRelease, fastRelease));
 }
 
 void BodeVocoderMono::SetVoicedTimes() {
@@ -140,93 +162,105 @@ void BodeVocoderMono::SetVoicedTimes() {
     follow(voicedReleaseSmoother, rectifiers.release);
 }
 
-template <u32 count>
-struct BodeVocoderMono::ChannelSet {
-    BodeVocoderMono* channels[count];
-    const dsp::ProcessContext* contexts[count];
+/// One channel and its block. The stages by name, in the order in which the signal passes them.
+struct BodeVocoderMono::ChannelBlock {
+    BodeVocoderMono& channel;
+    const Context& context;
+    const Signals& signals = channel.signals;
+    /// Of the program preamp, and of the carrier preamp.
+    float* program = context.outputs[ProgramPreampOut];
+    float* carrier = context.outputs[CarrierPreampOut];
 
-    template <class F>
-    void ForEach(F&& f) const {
-        for (u32 i = 0; i < count; ++i) {
-            f(*channels[i], *contexts[i]);
+    const float* Input(u32 pin) const { return context.inputs[pin]; }
+    template <std::size_t child>
+    auto& Module() const {
+        return channel.Child<child>();
+    }
+
+    auto AmplifyProgram() const {
+        return MakeStage(Module<PreampChild>(), context, {Input(Modulator), Input(ProgramLevelModulation)},
+                         {program});
+    }
+    auto HighPassProgram() const {
+        return MakeStage(Module<PreampAnalyzerChild>(), context, {program}, {signals.analysedProgram});
+    }
+    auto TellHissFromBuzz() const {
+        return MakeStage(Module<DiscriminatorChild>(), context, {signals.analysedProgram},
+                         {signals.hissControl, signals.buzzControl});
+    }
+    auto PassHighFrequencies() const {
+        return MakeStage(Module<HFChild>(), context, {signals.analysedProgram, signals.hissControl},
+                         {signals.highFrequencies});
+    }
+    auto MakeNoise() const { return MakeStage(Module<NoiseChild>(), context, {nullptr}, {signals.noise}); }
+    NoiseShaper::Channel NoiseToShape() const { return {channel.noiseShaper, signals.noise}; }
+    auto GateNoise() const {
+        return MakeStage(channel.noiseGate, context, {signals.noise, signals.hissControl},
+                         {signals.gatedNoise});
+    }
+    auto AmplifyCarrier() const {
+        return MakeStage(Module<CarrierPreampChild>(), context,
+                         {Input(Carrier), Input(CarrierLevelModulation)}, {carrier});
+    }
+    auto GateCarrier() const {
+        return MakeStage(channel.carrierGate, context, {carrier, signals.alwaysOpen}, {signals.gatedCarrier});
+    }
+    auto BalanceBuses() const {
+        return MakeStage(Module<BalanceChild>(), context,
+                         {signals.gatedCarrier, signals.gatedNoise, Input(BalanceModulation)},
+                         {signals.carrierBus, signals.noiseBus});
+    }
+    void StepVoicedLight() const {
+        if (context.numFrames > 0) {
+            channel.StepVoicedLight();
         }
     }
-
-    /// Runs a stage of each channel; stage(channel) finds it, pins(channel, context) its buffers.
-    template <class Stage, class PinsOf>
-    void Run(Stage&& stage, PinsOf&& pins) const {
-        auto first = pins(*channels[0], *contexts[0]);
-        dsp::ProcessContext firstContext = ContextOf(0, first);
-        if constexpr (count == 1) {
-            dsp::RunChild(stage(*channels[0]), firstContext);
-        } else {
-            auto second = pins(*channels[1], *contexts[1]);
-            dsp::ProcessContext secondContext = ContextOf(1, second);
-            dsp::RunPair(stage(*channels[0]), firstContext, stage(*channels[1]), secondContext);
-        }
-    }
-
-private:
-    template <u32 inputCount, u32 outputCount>
-    dsp::ProcessContext ContextOf(u32 index, Pins<inputCount, outputCount>& pins) const {
-        return contexts[index]->ForChild(pins.inputs, inputCount, pins.outputs, outputCount);
-    }
+    void FollowBands() const;
+    void PatchControls() const;
+    void AmplifyBands() const;
+    void FilterBands() const;
+    void SumOutput() const;
 };
 
+template <class... Channels>
+void BodeVocoderMono::RunChannels(const Channels&... channels) {
+    // The program.
+    Run(channels.AmplifyProgram()...);
+    Run(channels.HighPassProgram()...);
+    Run(channels.TellHissFromBuzz()...);
+    (channels.StepVoicedLight(), ...);
+    Run(channels.PassHighFrequencies()...);
+    // The noise.
+    Run(channels.MakeNoise()...);
+    NoiseShaper::Run(dsp::FramesOf(channels...), channels.NoiseToShape()...);
+    Run(channels.GateNoise()...);
+    // The carrier.
+    Run(channels.AmplifyCarrier()...);
+    Run(channels.GateCarrier()...);
+    Run(channels.BalanceBuses()...);
+    // The bands of one channel fill the vectors by themselves.
+    const auto runBands = [](const ChannelBlock& block) {
+        block.FollowBands();
+        block.PatchControls();
+        block.AmplifyBands();
+        block.FilterBands();
+        block.SumOutput();
+    };
+    (runBands(channels), ...);
+}
+
 bool BodeVocoderMono::Process(dsp::ProcessContext& context) {
-    RunChannels(ChannelSet<1>{{this}, {&context}});
+    RunChannels(ChannelBlock{*this, context});
     return true;
 }
 
 void BodeVocoderMono::ProcessPair(BodeVocoderMono& left, dsp::ProcessContext& leftContext,
                                   BodeVocoderMono& right, dsp::ProcessContext& rightContext) {
-    RunChannels(ChannelSet<2>{{&left, &right}, {&leftContext, &rightContext}});
+    RunChannels(ChannelBlock{left, leftContext}, ChannelBlock{right, rightContext});
 }
 
-template <u32 count>
-void BodeVocoderMono::RunChannels(const ChannelSet<count>& set) {
-    RunProgramSide(set);
-    RunNoise(set);
-    RunCarrierSide(set);
-    set.ForEach([](BodeVocoderMono& channel, const Context& context) {
-        channel.RunAnalysis(context);
-        channel.RunSynthesis(context);
-        channel.SumOutput(context.outputs[Vocoded], context.numFrames);
-    });
-}
-
-template <u32 count>
-void BodeVocoderMono::RunProgramSide(const ChannelSet<count>& set) {
-    set.Run(
-        [](BodeVocoderMono & c) -> auto& { return c.Child<PreampChild>(); },
-        [](BodeVocoderMono&, const Context& x) {
-            return Pins<2, 1>{{x.inputs[Modulator], x.inputs[ProgramLevelModulation]},
-                              {x.outputs[ProgramPreampOut]}};
-        });
-    set.Run(
-        [](BodeVocoderMono & c) -> auto& { return c.Child<PreampAnalyzerChild>(); },
-        [](BodeVocoderMono& c, const Context& x) {
-            return Pins<1, 1>{{x.outputs[ProgramPreampOut]}, {c.buffers[AnalyzedProgram]}};
-        });
-    set.Run(
-        [](BodeVocoderMono & c) -> auto& { return c.Child<DiscriminatorChild>(); },
-        [](BodeVocoderMono& c, const Context&) {
-            return Pins<1, 2>{{c.buffers[AnalyzedProgram]}, {c.buffers[HissControl], c.buffers[BuzzControl]}};
-        });
-    set.ForEach([](BodeVocoderMono& channel, const Context& context) {
-        if (context.numFrames > 0) {
-            channel.UpdateVoicedLight();
-        }
-    });
-    set.Run(
-        [](BodeVocoderMono & c) -> auto& { return c.Child<HFChild>(); },
-        [](BodeVocoderMono& c, const Context&) {
-            return Pins<2, 1>{{c.buffers[AnalyzedProgram], c.buffers[HissControl]}, {c.buffers[HFSignal]}};
-        });
-}
-
-void BodeVocoderMono::UpdateVoicedLight() {
-    const float target = buffers[BuzzControl][0] < openThreshold ? 1.0F : 0.0F;
+void BodeVocoderMono::StepVoicedLight() {
+    const float target = signals.buzzControl[0] < openThreshold ? 1.0F : 0.0F;
     const bool falls = target <= voicedLevel;
     dsp::SmootherLPF& running = falls ? voicedReleaseSmoother : voicedAttackSmoother;
     dsp::SmootherLPF& waiting = falls ? voicedAttackSmoother : voicedReleaseSmoother;
@@ -235,106 +269,63 @@ void BodeVocoderMono::UpdateVoicedLight() {
     waiting.Set(voicedLevel);
 }
 
-template <u32 count>
-void BodeVocoderMono::RunNoise(const ChannelSet<count>& set) {
-    set.Run(
-        [](BodeVocoderMono & c) -> auto& { return c.Child<NoiseChild>(); },
-        [](BodeVocoderMono& c, const Context&) {
-            return Pins<1, 1>{{nullptr}, {c.buffers[NoiseBuffer]}};
-        });
-    const u32 frames = set.contexts[0]->numFrames;
-    BodeVocoderMono& first = *set.channels[0];
-    if constexpr (count == 1) {
-        first.noiseShaper.Process(first.buffers[NoiseBuffer], frames);
-    } else {
-        BodeVocoderMono& second = *set.channels[1];
-        NoiseShaper::ProcessPair(first.noiseShaper, first.buffers[NoiseBuffer], second.noiseShaper,
-                                 second.buffers[NoiseBuffer], frames);
-    }
-    set.Run(
-        [](BodeVocoderMono & c) -> auto& { return c.noiseGate; },
-        [](BodeVocoderMono& c, const Context&) {
-            return Pins<2, 1>{{c.buffers[NoiseBuffer], c.buffers[HissControl]}, {c.buffers[GatedNoise]}};
-        });
-}
-
-template <u32 count>
-void BodeVocoderMono::RunCarrierSide(const ChannelSet<count>& set) {
-    set.Run(
-        [](BodeVocoderMono & c) -> auto& { return c.Child<CarrierPreampChild>(); },
-        [](BodeVocoderMono&, const Context& x) {
-            return Pins<2, 1>{{x.inputs[Carrier], x.inputs[CarrierLevelModulation]},
-                              {x.outputs[CarrierPreampOut]}};
-        });
-    set.Run(
-        [](BodeVocoderMono & c) -> auto& { return c.carrierGate; },
-        [](BodeVocoderMono& c, const Context& x) {
-            return Pins<2, 1>{{x.outputs[CarrierPreampOut], c.buffers[AlwaysOpenControl]},
-                              {c.buffers[GatedCarrier]}};
-        });
-    set.Run(
-        [](BodeVocoderMono & c) -> auto& { return c.Child<BalanceChild>(); },
-        [](BodeVocoderMono& c, const Context& x) {
-            return Pins<3, 2>{{c.buffers[GatedCarrier], c.buffers[GatedNoise], x.inputs[BalanceModulation]},
-                              {c.buffers[CarrierBus], c.buffers[NoiseBus]}};
-        });
-}
-
-void BodeVocoderMono::RunAnalysis(const dsp::ProcessContext& context) {
-    AnalyzerFilterBank& bank = Child<AnalyzerBankChild>();
-    AnalyzerRectifiers& rectifiers = Child<RectifiersChild>();
-    PatchBay& patchBay = Child<PatchBayChild>();
+void BodeVocoderMono::ChannelBlock::FollowBands() const {
+    auto& bank = Module<AnalyzerBankChild>();
+    auto& rectifiers = Module<RectifiersChild>();
     // The bands go from the bank to the rectifiers as tiles: nobody else wants them.
-    const float* modulations[bandCount + 2] = {};
-    modulations[AnalyzerRectifiers::attackInput] = context.inputs[AttackModulation];
-    modulations[AnalyzerRectifiers::releaseInput] = context.inputs[ReleaseModulation];
-    float* const* controls = patchBay.SourcePointers();
-    auto follow = context.ForChild(modulations, bandCount + 2, controls, 2 * bandCount);
-    bank.BeginBlock(follow);
+    const float* inputs[AnalyzerRectifiers::InputCount] = {};
+    inputs[AnalyzerRectifiers::AttackModulation] = Input(AttackModulation);
+    inputs[AnalyzerRectifiers::ReleaseModulation] = Input(ReleaseModulation);
+    float* const* controls = Module<PatchBayChild>().SourcePointers();
+    auto follow = context.ForChild(inputs, AnalyzerRectifiers::InputCount, controls, PatchBay::signalCount);
+    bank.UpdateParameters(follow);
     rectifiers.UpdateParameters(follow);
-    const float* program = buffers[AnalyzedProgram];
     LaneTile bands;
     for (u32 offset = 0; offset < context.numFrames; offset += LaneTile::maxFrames) {
         const u32 frames = std::min(LaneTile::maxFrames, context.numFrames - offset);
-        bank.FilterTile(program + offset, frames, bands);
+        bank.FilterTile(signals.analysedProgram + offset, frames, bands);
         rectifiers.FollowTile(bands, frames, controls, offset);
     }
     bank.FinishBlock();
     rectifiers.FinishBlock(controls, context.numFrames);
-
-    const float* hold = context.inputs[SampleHoldModulation];
-    auto route = context.ForChild(&hold, 1, nullptr, 0);
-    dsp::RunChild(patchBay, route);
 }
 
-void BodeVocoderMono::RunSynthesis(const dsp::ProcessContext& context) {
-    const float* controls[2 * bandCount + 2];
-    std::copy_n(Child<PatchBayChild>().OutputPointers(), 2 * bandCount, controls);
-    controls[SynthesizerVCABank::carrierInput] = buffers[CarrierBus];
-    controls[SynthesizerVCABank::noiseInput] = buffers[NoiseBus];
-    auto amplify = context.ForChild(controls, 2 * bandCount + 2, synthesisOutputs, bandCount);
-    dsp::RunChild(Child<VcaBankChild>(), amplify);
-
-    const float* bands[bandCount + 2];
-    std::copy_n(synthesisOutputs, bandCount, bands);
-    bands[SynthesizerFilterBank::shiftInput] = context.inputs[ShiftModulation];
-    bands[SynthesizerFilterBank::widthInput] = context.inputs[WidthModulation];
-    float* sum = buffers[FilterSum];
-    auto filter = context.ForChild(bands, bandCount + 2, &sum, 1);
-    dsp::RunChild(Child<SynthesizerBankChild>(), filter);
+void BodeVocoderMono::ChannelBlock::PatchControls() const {
+    const float* hold = Input(SampleHoldModulation);
+    auto patch = context.ForChild(&hold, 1, nullptr, 0);
+    dsp::RunChild(Module<PatchBayChild>(), patch);
 }
 
-void BodeVocoderMono::SumOutput(float* out, u32 numFrames) {
-    const float* hf = buffers[HFSignal];
-    const float* filtered = buffers[FilterSum];
-    dsp::FirstOrderSection blocker = dcBlocker;
-    for (u32 n = 0; n < numFrames; ++n) {
+void BodeVocoderMono::ChannelBlock::AmplifyBands() const {
+    const float* inputs[SynthesizerVCABank::InputCount];
+    std::copy_n(Module<PatchBayChild>().OutputPointers(), PatchBay::signalCount, inputs);
+    inputs[SynthesizerVCABank::CarrierBus] = signals.carrierBus;
+    inputs[SynthesizerVCABank::NoiseBus] = signals.noiseBus;
+    auto amplify =
+        context.ForChild(inputs, SynthesizerVCABank::InputCount, signals.amplifiedBands, bandCount);
+    dsp::RunChild(Module<VcaBankChild>(), amplify);
+}
+
+void BodeVocoderMono::ChannelBlock::FilterBands() const {
+    const float* inputs[SynthesizerFilterBank::InputCount];
+    std::copy_n(signals.amplifiedBands, bandCount, inputs);
+    inputs[SynthesizerFilterBank::ShiftModulation] = Input(ShiftModulation);
+    inputs[SynthesizerFilterBank::WidthModulation] = Input(WidthModulation);
+    auto filter = context.ForChild(inputs, SynthesizerFilterBank::InputCount, &signals.bandSum, 1);
+    dsp::RunChild(Module<SynthesizerBankChild>(), filter);
+}
+
+void BodeVocoderMono::ChannelBlock::SumOutput() const {
+    float* out = context.outputs[Vocoded];
+    dsp::FirstOrderSection blocker = channel.dcBlocker;
+    for (u32 n = 0; n < context.numFrames; ++n) {
         // The output amplifier inverts.
-        const double u = -(static_cast<double>(hf[n]) + static_cast<double>(filtered[n]));
+        const double u =
+            -(static_cast<double>(signals.highFrequencies[n]) + static_cast<double>(signals.bandSum[n]));
         out[n] = static_cast<float>(blocker.Tick(u));
     }
     blocker.Heal();
-    dcBlocker = blocker;
+    channel.dcBlocker = blocker;
 }
 
 } // namespace Velmora::Processor

@@ -3,19 +3,15 @@
 
 #include "dsp/filters/FirstOrderSection.h"
 #include "dsp/framework/ModuleContainer.h"
-#include "dsp/math/Decibels.h"
 #include "dsp/oscillators/NoiseGenerator.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/vectors/AlignedBuffer.h"
 #include "vocoder/core/PatchBay.h"
-#include "vocoder/core/banks/AnalyzerFilterBank.h"
 #include "vocoder/core/banks/AnalyzerRectifiers.h"
-#include "vocoder/core/banks/SynthesizerFilterBank.h"
+#include "vocoder/core/banks/FilterBanks.h"
 #include "vocoder/core/banks/SynthesizerVCABank.h"
 #include "vocoder/core/gain/VCAGate.h"
-#include "vocoder/core/preamps/CarrierPreamp.h"
-#include "vocoder/core/preamps/Preamp.h"
-#include "vocoder/core/preamps/PreampAnalyzer.h"
+#include "vocoder/core/preamps/Preamps.h"
 #include "vocoder/core/unvoiced/HFChannel.h"
 #include "vocoder/core/unvoiced/HissBuzzDiscriminator.h"
 #include "vocoder/core/unvoiced/NoiseCarrierBalance.h"
@@ -33,7 +29,9 @@ class BodeVocoderMono final
                                   NoiseCarrierBalance, dsp::NoiseGenerator, CarrierPreamp, HFChannel,
                                   PatchBay> {
 public:
-    enum Additional : u32 {
+    /// Behind those of the stages. "NoiseLevel" and "BuzzSwitched" are kept for hosts and presets: the
+    /// circuit settles the level of the noise by the constants of its shaping.
+    enum Parameter : u32 {
         NoiseLevel,
         NoiseGateAttack,
         NoiseGateRelease,
@@ -41,7 +39,7 @@ public:
         HFRelease,
         BuzzSwitched,
         UnvoicedMode,
-        AdditionalCount
+        ParameterCount
     };
     enum Input : u32 {
         Carrier,
@@ -59,7 +57,7 @@ public:
     /// The two preamps' outputs serve as buffers between stages as well.
     enum Output : u32 { Vocoded, CarrierPreampOut, ProgramPreampOut, OutputCount };
 
-    static constexpr u32 parameterCount = childParameterCount + AdditionalCount;
+    static constexpr u32 parameterCount = childParameterCount + ParameterCount;
 
     explicit BodeVocoderMono(std::string moduleName = {});
 
@@ -99,52 +97,37 @@ private:
         HFChild,
         PatchBayChild
     };
-    enum Buffer : u32 {
-        NoiseBuffer,
-        CarrierBus,
-        NoiseBus,
-        SynthesisBand,
-        FilterSum = SynthesisBand + bandCount,
-        HissControl,
-        BuzzControl,
-        AnalyzedProgram,
-        HFSignal,
-        GatedCarrier,
-        GatedNoise,
-        AlwaysOpenControl,
-        BufferCount
+    /// The signals between the stages, a block of each, in the order in which they arise.
+    struct Signals {
+        float* analysedProgram;
+        /// +15 V for voiced and -15 V for unvoiced; the buzz control is its negation.
+        float* hissControl;
+        float* buzzControl;
+        float* highFrequencies;
+        float* noise;
+        float* gatedNoise;
+        /// A control that holds a gate open.
+        float* alwaysOpen;
+        float* gatedCarrier;
+        float* carrierBus;
+        float* noiseBus;
+        float* bandSum;
+        float* amplifiedBands[bandCount];
+
+        static constexpr u32 count = 11 + bandCount;
+        void TakeFrom(dsp::BlockPool& pool);
     };
 
-    float NoiseLevelGain() { return dsp::DecibelsToGain(AdditionalValue(NoiseLevel)); }
+    struct ChannelBlock;
+
+    template <class... Channels>
+    static void RunChannels(const Channels&... channels);
     void SetUnvoicedTimes();
     void SetVoicedTimes();
-
-    /// One channel or two, each with its context.
-    template <u32 count>
-    struct ChannelSet;
-    /// The buffers of a stage.
-    template <u32 inputCount, u32 outputCount>
-    struct Pins {
-        const float* inputs[inputCount];
-        float* outputs[outputCount];
-    };
-
-    template <u32 count>
-    static void RunChannels(const ChannelSet<count>& set);
-    template <u32 count>
-    static void RunProgramSide(const ChannelSet<count>& set);
-    template <u32 count>
-    static void RunNoise(const ChannelSet<count>& set);
-    template <u32 count>
-    static void RunCarrierSide(const ChannelSet<count>& set);
-    void UpdateVoicedLight();
-    void RunAnalysis(const dsp::ProcessContext& context);
-    void RunSynthesis(const dsp::ProcessContext& context);
-    void SumOutput(float* out, u32 numFrames);
+    void StepVoicedLight();
 
     VCAGate carrierGate{"VCAGate"};
     VCAGate noiseGate{"VCAGate"};
-    dsp::SmootherLPF noiseLevelSmoother{0.1};
     dsp::SmootherLPF voicedAttackSmoother{0.005};
     dsp::SmootherLPF voicedReleaseSmoother{0.75};
     /// The value behind the "BuzzLED" light.
@@ -152,10 +135,9 @@ private:
     NoiseShaper noiseShaper;
     dsp::FirstOrderSection dcBlocker;
     dsp::BlockPool buffers;
-    float* synthesisOutputs[bandCount] = {};
-
-    i32 unvoicedMode = 0;
-    bool buzzSwitched = false;
+    Signals signals{};
+    /// The gates' corners are those of the parameters.
+    bool unvoicedTimesSet = false;
 };
 
 } // namespace Velmora::Processor

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/core/PatchBay.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/RunChild.h"
 
 #include <algorithm>
@@ -13,24 +14,24 @@ namespace Velmora::Processor {
 
 namespace {
 
-using dsp::ModuleParam;
-
-std::vector<ModuleParam> Records() {
-    std::vector<ModuleParam> records;
+std::vector<dsp::ModuleParam> DeclareAll() {
+    using namespace dsp::Declare;
+    std::vector<dsp::ModuleParam> records;
     records.reserve(PatchBay::parameterCount);
+    const auto declare = [&records](const dsp::ParameterDeclaration& declaration) {
+        records.push_back(declaration.Record());
+    };
     for (u32 synthesis = 1; synthesis <= PatchBay::bandCount; ++synthesis) {
         for (u32 analysis = 1; analysis <= PatchBay::bandCount; ++analysis) {
-            ModuleParam& route = records.emplace_back(ModuleParam::Mapped(
-                "Analysis" + std::to_string(analysis) + "_Synthesis" + std::to_string(synthesis), 1, -1.0F,
-                1.0F, 1.0F));
-            route.SetValue(0.0F);
+            declare(Linear("Analysis" + std::to_string(analysis) + "_Synthesis" + std::to_string(synthesis),
+                           -1.0F, 1.0F, 0.0F));
         }
     }
     for (u32 band = 1; band <= PatchBay::bandCount; ++band) {
-        records.push_back(ModuleParam::Mapped("GainBand" + std::to_string(band), 4, 0.0F, 1.0F, 3.0F));
+        declare(Exponential("GainBand" + std::to_string(band), 0.0F, 1.0F, 3.0F));
     }
-    records.push_back(ModuleParam::Stepped("SampleHold", 2, 0.0F, 1.0F));
-    records.push_back(ModuleParam::Stepped("Activated", 2, 0.0F, 1.0F));
+    declare(Switch("SampleHold"));
+    declare(Switch("Activated"));
     return records;
 }
 
@@ -38,7 +39,8 @@ std::vector<ModuleParam> Records() {
 
 // The rectifiers write every source in every block.
 PatchBay::PatchBay()
-    : UnitModule("PatchBay", 1, 0, Records()), matrix("Modulations", {.alwaysChanged = Matrix::allSources}) {
+    : UnitModule("PatchBay", InputCount, 0, DeclareAll()),
+      matrix("Modulations", {.alwaysChanged = Matrix::allSources}) {
     for (u32 lane = 0; lane < laneCount; ++lane) {
         matrix.SetVoiceActive(lane, true);
     }
@@ -62,7 +64,7 @@ bool PatchBay::Route(u32 id, float position) {
         matrix.SetParameterNormalized(Matrix::cellCount + id, position);
         return true;
     }
-    return id == sampleHold && position > 0.5F;
+    return id == SampleHold && position > 0.5F;
 }
 
 void PatchBay::OnInitialize(float sampleRate, u32 maxBlockFrames) {
@@ -86,7 +88,7 @@ void PatchBay::OnReset(bool hard) {
 
 bool PatchBay::Process(dsp::ProcessContext& context) {
     const bool wasHolding = holding;
-    holding = parameters[sampleHold].GetModulatedValue(context, 0) > 0.5F;
+    holding = parameters[SampleHold].GetModulatedValue(context, SampleHoldModulation) > 0.5F;
     if (holding) {
         if (!wasHolding) {
             Hold();
@@ -115,7 +117,7 @@ void PatchBay::Hold() {
 
 void PatchBay::ScaleSources(u32 numFrames) {
     for (u32 band = 0; band < bandCount; ++band) {
-        const float gain = Value(firstGainBand + band);
+        const float gain = Value(FirstGainBand + band);
         if (gain == 1.0F) {
             continue;
         }
@@ -129,7 +131,7 @@ void PatchBay::ScaleSources(u32 numFrames) {
 }
 
 void PatchBay::SelectOutputs() {
-    if (Value(activated) <= 0.5F || !AnyDestinationRouted()) {
+    if (Value(Activated) <= 0.5F || !AnyDestinationRouted()) {
         std::copy(sourcePointers.begin(), sourcePointers.end(), outputPointers.begin());
         return;
     }

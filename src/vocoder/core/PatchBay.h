@@ -13,7 +13,7 @@ namespace Velmora::Processor {
 /// routes any analysis band to any synthesis band. There are 32 signals: 16 bands of lane 0, the smoothed
 /// envelopes, then 16 bands of lane 1, the direct rectifier signals; both lanes take the same routes.
 ///
-/// Input 0 modulates "SampleHold"; there are no output channels. The rectifiers write into SourcePointers
+/// There are no output channels. The rectifiers write into SourcePointers
 /// before Process; OutputPointers is what the VCAs read after it. Routing swaps pointers: the bypass, band n
 /// to band n, copies nothing.
 class PatchBay final : public dsp::UnitModule {
@@ -22,13 +22,21 @@ public:
     static constexpr u32 laneCount = 2;
     static constexpr u32 signalCount = laneCount * bandCount;
 
-    /// Route ids: "Analysis" i "_Synthesis" j is bandCount * (j - 1) + (i - 1), i and j from 1.
     static constexpr u32 routeCount = bandCount * bandCount;
-    static constexpr u32 firstGainBand = routeCount;
-    static constexpr u32 sampleHold = firstGainBand + bandCount;
-    static constexpr u32 activated = sampleHold + 1;
-    static constexpr u32 parameterCount = activated + 1;
+    /// Behind the routes.
+    enum Parameter : u32 {
+        FirstGainBand = routeCount,
+        SampleHold = FirstGainBand + bandCount,
+        Activated,
+        ParameterCount
+    };
+    static constexpr u32 parameterCount = ParameterCount;
     static_assert(parameterCount == 274);
+    /// The route from an analysis band to a synthesis band, both counted from 1.
+    static constexpr u32 RouteId(u32 analysis, u32 synthesis) {
+        return bandCount * (synthesis - 1) + (analysis - 1);
+    }
+    enum Input : u32 { SampleHoldModulation, InputCount };
 
     PatchBay();
 

@@ -21,62 +21,76 @@ struct StereoPair {
     Signal right;
 };
 
-/// Levels at which the core neither clips nor hides in its noise.
-inline orphia_reference::VocoderParameters PlayingParameters() {
-    orphia_reference::VocoderParameters parameters;
-    parameters.programLevelDb = -10.0;
-    parameters.carrierLevelDb = -10.0;
-    parameters.hf.level = 0.5;
+using orphia_reference::VocoderParameters;
+
+/// Levels at which the core neither clips nor hides in its noise, and neutral settings.
+inline VocoderParameters PlayingParameters() {
+    VocoderParameters parameters;
+    parameters.programLevelDb = parameters.carrierLevelDb = -10.0;
+    parameters.attackSeconds = 0.005;
+    parameters.releaseSeconds = 0.05;
+    parameters.shift = parameters.width = 0.0;
+    parameters.balance = parameters.discriminatorTrimmer = parameters.hf.level = 0.5;
+    parameters.wet = 1.0;
+    parameters.patch.gainBand.fill(1.0);
     return parameters;
 }
 
-/// A stereo core that plays: raw start values would leave it silent. Parameters are named from the end of
-/// their path.
+/// What the core is set by, named from the end of its path.
+inline std::map<std::string, double> ValuesOf(const VocoderParameters& p) {
+    std::map<std::string, double> values = {{"Preamp_ProgramLevel", p.programLevelDb},
+                                            {"CarrierPreamp_CarrierLevel", p.carrierLevelDb},
+                                            {"AnalyzerRectifiers_Attack", p.attackSeconds},
+                                            {"AnalyzerRectifiers_Release", p.releaseSeconds},
+                                            {"SynthesizerFilterBank_Shift", p.shift},
+                                            {"SynthesizerFilterBank_Width", p.width},
+                                            {"HissBuzzDiscriminator_HissBuzzTrimmer", p.discriminatorTrimmer},
+                                            {"NoiseCarrierBalance_NoiseCarrierBalance", p.balance},
+                                            {"NoiseCarrierBalance_NoiseMix", p.noiseMix ? 1.0 : 0.0},
+                                            {"BodeVocoder_UnvoicedMode", p.unvoicedMode},
+                                            {"BodeVocoder_NoiseGateAttack", p.gates.noiseAttack},
+                                            {"BodeVocoder_NoiseGateRelease", p.gates.noiseRelease},
+                                            {"BodeVocoder_HFAttack", p.gates.hfAttack},
+                                            {"BodeVocoder_HFRelease", p.gates.hfRelease},
+                                            {"HFChannel_HFLevel", p.hf.level},
+                                            {"HFChannel_HFMode", p.hf.mode},
+                                            {"HFChannel_H0HP", p.hf.highPassGain},
+                                            {"PatchBay_Activated", p.patch.activated ? 1.0 : 0.0},
+                                            {"BodeVocoder_Wet", p.wet}};
+    for (std::size_t band = 0; band < 16; ++band) {
+        values["PatchBay_GainBand" + std::to_string(band + 1)] = p.patch.gainBand[band];
+        for (std::size_t source = 0; source < 16; ++source) {
+            values["PatchBay_Analysis" + std::to_string(source + 1) + "_Synthesis" +
+                   std::to_string(band + 1)] = p.patch.amount[band][source];
+        }
+    }
+    return values;
+}
+
+/// A stereo core that plays: its start values would leave it silent.
 class CoreRig {
 public:
     explicit CoreRig(float sampleRate = 44100.0F, u32 blockSize = 44,
-                     const orphia_reference::VocoderParameters& parameters = PlayingParameters())
+                     const VocoderParameters& parameters = PlayingParameters())
         : core(std::make_unique<BodeVocoder>()), rate(sampleRate), maxBlock(blockSize) {
-        core->SeedChannelNoise(0, 12345);
-        core->SeedChannelNoise(1, 54321);
+        SeedNoise();
         Apply(parameters);
         core->Initialize(rate, maxBlock);
     }
 
-    /// Sets the core as the model is set, but for the corners of filters, which both have from the start.
-    void Apply(const orphia_reference::VocoderParameters& p) {
-        const std::pair<const char*, double> values[] = {
-            {"Preamp_ProgramLevel", p.programLevelDb},
-            {"CarrierPreamp_CarrierLevel", p.carrierLevelDb},
-            {"AnalyzerRectifiers_Attack", p.attackSeconds},
-            {"AnalyzerRectifiers_Release", p.releaseSeconds},
-            {"SynthesizerFilterBank_Shift", p.shift},
-            {"SynthesizerFilterBank_Width", p.width},
-            {"HissBuzzDiscriminator_HissBuzzTrimmer", p.discriminatorTrimmer},
-            {"NoiseCarrierBalance_NoiseCarrierBalance", p.balance},
-            {"NoiseCarrierBalance_NoiseMix", p.noiseMix ? 1.0 : 0.0},
-            {"BodeVocoder_UnvoicedMode", p.unvoicedMode},
-            {"BodeVocoder_NoiseGateAttack", p.gates.noiseAttack},
-            {"BodeVocoder_NoiseGateRelease", p.gates.noiseRelease},
-            {"BodeVocoder_HFAttack", p.gates.hfAttack},
-            {"BodeVocoder_HFRelease", p.gates.hfRelease},
-            {"HFChannel_HFLevel", p.hf.level},
-            {"HFChannel_HFMode", p.hf.mode},
-            {"HFChannel_H0HP", p.hf.highPassGain},
-            {"PatchBay_Activated", p.patch.activated ? 1.0 : 0.0},
-            {"BodeVocoder_Wet", p.wet}};
-        for (const auto& [name, value] : values) {
-            Set(name, static_cast<float>(value));
-        }
-        const u32 routes = Find("PatchBay_Analysis1_Synthesis1");
-        const u32 gains = Find("PatchBay_GainBand1");
-        for (u32 band = 0; band < 16; ++band) {
-            core->SetParameterValue(gains + band, static_cast<float>(p.patch.gainBand[band]));
-            for (u32 source = 0; source < 16; ++source) {
-                core->SetParameterValue(routes + 16 * band + source,
-                                        static_cast<float>(p.patch.amount[band][source]));
+    void SeedNoise() {
+        core->SeedChannelNoise(0, 12345);
+        core->SeedChannelNoise(1, 54321);
+    }
+
+    /// Sets what is not yet as in the model, which starts as the core does.
+    void Apply(const VocoderParameters& p) {
+        for (const auto& [name, value] : ValuesOf(p)) {
+            if (value != applied[name]) {
+                Set(name, static_cast<float>(value));
             }
         }
+        applied = ValuesOf(p);
     }
 
     u32 Find(const std::string& ending) {
@@ -95,12 +109,12 @@ public:
     std::vector<Signal> Run(const StereoPair& carrier, const StereoPair& modulator, const BlockSplit& split) {
         const Velmora::dsp::DenormalGuard guard;
         std::vector<const Signal*> inputs = {&carrier.left, &carrier.right};
-        inputs.resize(11, nullptr);
+        inputs.resize(BodeVocoder::InputCount, nullptr);
         std::map<u32, Signal> modulations;
         for (const auto& [input, offset] : offsets) {
             inputs[input] = &(modulations[input] = Signal(carrier.left.size(), offset));
         }
-        return Render(*core, inputs, 6, split, {&modulator.left, &modulator.right});
+        return Render(*core, inputs, BodeVocoder::OutputCount, split, {&modulator.left, &modulator.right});
     }
     std::vector<Signal> Run(const StereoPair& carrier, const StereoPair& modulator) {
         return Run(carrier, modulator, BlockSplit::Of(maxBlock));
@@ -109,8 +123,11 @@ public:
     std::unique_ptr<BodeVocoder> core;
     float rate;
     u32 maxBlock;
-    /// Constant modulations, by their inputs from 2 on.
+    /// Constant modulations, by their inputs.
     std::map<u32, float> offsets;
+
+private:
+    std::map<std::string, double> applied = ValuesOf(VocoderParameters());
 };
 
 /// Something like speech: a buzz with a wandering spectrum, then hiss, then a pause, three times a second.
@@ -160,6 +177,17 @@ inline StereoPair SpeechPair(std::size_t frames, float rate) {
 
 inline StereoPair ChordPair(std::size_t frames, float rate) {
     return {SawChord(frames, rate, 1.0F), SawChord(frames, rate, 1.003F)};
+}
+
+/// RMS of the difference over RMS of the reference, in dB.
+inline double DifferenceDb(const Signal& got, const std::vector<double>& expected) {
+    double difference = 0.0;
+    double power = 0.0;
+    for (std::size_t n = 0; n < got.size(); ++n) {
+        difference += std::pow(got[n] - expected[n], 2.0);
+        power += expected[n] * expected[n];
+    }
+    return 10.0 * std::log10((difference + 1e-30) / (power + 1e-30));
 }
 
 } // namespace orphia::test

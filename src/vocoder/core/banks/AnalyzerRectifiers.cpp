@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/core/banks/AnalyzerRectifiers.h"
 
-#include "vocoder/core/kernels/LaneTile.h"
+#include "dsp/filters/BiquadSection.h"
+#include "dsp/framework/ParameterDeclaration.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,39 +11,92 @@ namespace Velmora::Processor {
 
 namespace {
 
-auto FollowerArguments(std::size_t index) {
-    return std::make_tuple("RectifierFollower" + std::to_string(index + 1),
-                           index == 0 ? RectifierFollower::LowestBand : RectifierFollower::OtherBand);
-}
+constexpr double supply = -15.0;
+/// Circuit scale: volts to the control range of the amplifiers.
+constexpr double controlScale = 0.0001327;
+
+struct Constants {
+    /// Conversion of the rectifier for inputs above 0, and at or below 0.
+    float rectGainPositive;
+    float rectGainNegative;
+    double biasScale;
+    double currentToVoltage;
+    /// Half the one-pole's corner in rad/s.
+    double poleRate;
+    /// The biquad's corner in rad/s, and half the reciprocal of its quality.
+    double biquadRate;
+    double biquadDamping;
+};
+
+// The two halves of the rectifier are not quite alike, as in the circuit.
+constexpr Constants lowestBand = {-2.501e-05F, 2.481e-05F, 0.000999001, 40200.0,
+                                  56.535503,   48.621662,  0.6855655};
+constexpr Constants otherBand = {-4.988e-05F, 4.994e-05F, 0.00049875112, 20000.0,
+                                 249.99998,   306.4545,   0.6741998};
 
 } // namespace
+
+RectifierCircuit::RectifierCircuit(Type type, double sampleRate) {
+    const Constants& c = type == LowestBand ? lowestBand : otherBand;
+    const double t = std::tan(c.poleRate / sampleRate);
+    const double w = c.biquadRate / sampleRate;
+    dsp::BiquadSection biquad;
+    biquad.SetLowPass(w, std::sin(w) * c.biquadDamping);
+    const double factor = biquad.b0 * controlScale;
+    const double input = factor * (t / (1.0 + t)) * c.currentToVoltage;
+    gainPositive = static_cast<float>(static_cast<double>(c.rectGainPositive) * input);
+    gainNegative = static_cast<float>(static_cast<double>(c.rectGainNegative) * input);
+    poleA1 = -(1.0 - t) / (1.0 + t);
+    bias = (poleA1 + 1.0) * c.biasScale * supply * factor;
+    biquadA1 = biquad.a1;
+    biquadA2 = biquad.a2;
+}
+
+void RectifierCircuit::WriteTo(RectifierLanes& lanes, u32 band) const {
+    lanes.gainPositive[band] = gainPositive;
+    lanes.gainNegative[band] = gainNegative;
+    lanes.bias[band] = bias;
+    lanes.poleA1[band] = poleA1;
+    lanes.a1[band] = biquadA1;
+    lanes.a2[band] = biquadA2;
+}
+
+RectifierFollower::RectifierFollower(std::string moduleName)
+    : UnitModule(std::move(moduleName), 1, 2, DeclareTimes()) {}
+
+std::vector<dsp::ModuleParam> RectifierFollower::DeclareTimes() {
+    return dsp::RecordsOf({dsp::Declare::Exponential("Attack", 0.001F, 1.0F, 7.0F),
+                           dsp::Declare::Exponential("Release", 0.01F, 30.0F, 7.0F)});
+}
+
+double RectifierFollower::SmootherTime(float seconds) {
+    const double time = 5.0 * static_cast<double>(seconds);
+    return time > 1e-12 ? time : 1e-12;
+}
+
+void RectifierFollower::SetTimes(float attackSeconds, float releaseSeconds) {
+    if (parameters[Attack].PeekValue() != attackSeconds) {
+        SetParameterValue(Attack, attackSeconds);
+    }
+    if (parameters[Release].PeekValue() != releaseSeconds) {
+        SetParameterValue(Release, releaseSeconds);
+    }
+}
 
 AnalyzerRectifiers::AnalyzerRectifiers(std::string moduleName)
     : AnalyzerRectifiers(std::move(moduleName), std::make_index_sequence<bandCount>()) {}
 
 template <std::size_t... Indices>
 AnalyzerRectifiers::AnalyzerRectifiers(std::string moduleName, std::index_sequence<Indices...> /*indices*/)
-    : ModuleContainer(std::move(moduleName), bandCount + 2, 2 * bandCount, RectifierFollower::DeclareTimes(),
-                      FollowerArguments(Indices)...) {}
+    : ModuleContainer(std::move(moduleName), InputCount, 2 * bandCount, RectifierFollower::DeclareTimes(),
+                      std::make_tuple("RectifierFollower" + std::to_string(Indices + 1))...) {}
 
 void AnalyzerRectifiers::OnInitialize(float newSampleRate, u32 /*maxBlockSize*/) {
     sampleRate = newSampleRate;
-    u32 band = 0;
-    ForEachChild([this, &band](RectifierFollower& follower) {
-        SetLane(band++, RectifierFollower::Circuit(follower.Type(), sampleRate));
-    });
-}
-
-void AnalyzerRectifiers::SetLane(u32 band, const RectifierFollower::Circuit& circuit) {
-    // The whole chain up to the clip is linear: one factor in front stands for all of them.
-    const double factor = circuit.biquad.b0 * RectifierFollower::controlScale;
-    const double input = factor * circuit.poleB0 * circuit.currentToVoltage;
-    lanes.gainPositive[band] = static_cast<float>(static_cast<double>(circuit.rectGainPositive) * input);
-    lanes.gainNegative[band] = static_cast<float>(static_cast<double>(circuit.rectGainNegative) * input);
-    lanes.bias[band] = circuit.Bias() * factor;
-    lanes.poleA1[band] = circuit.poleA1;
-    lanes.a1[band] = circuit.biquad.a1;
-    lanes.a2[band] = circuit.biquad.a2;
+    for (u32 band = 0; band < bandCount; ++band) {
+        const auto type = band == 0 ? RectifierCircuit::LowestBand : RectifierCircuit::OtherBand;
+        RectifierCircuit(type, sampleRate).WriteTo(lanes, band);
+    }
 }
 
 void AnalyzerRectifiers::OnReset(bool /*hard*/) {
@@ -56,8 +110,8 @@ void AnalyzerRectifiers::OnReset(bool /*hard*/) {
 }
 
 bool AnalyzerRectifiers::UpdateParameters(dsp::ProcessContext& context) {
-    attack = additional.parameters[Attack].GetModulatedValue(context, attackInput);
-    release = additional.parameters[Release].GetModulatedValue(context, releaseInput);
+    attack = additional.parameters[Attack].GetModulatedValue(context, AttackModulation);
+    release = additional.parameters[Release].GetModulatedValue(context, ReleaseModulation);
     ForEachChild([this](auto& follower) { follower.SetTimes(attack, release); });
     // The lanes share their coefficients, so these are computed once, and only on a change.
     if (needsUpdate || attack != preparedAttack) {
@@ -94,14 +148,12 @@ void AnalyzerRectifiers::FollowTile(LaneTile& bands, u32 frames, float* const* o
 }
 
 void AnalyzerRectifiers::FinishBlock(const float* const* outputs, u32 numFrames) {
-    u32 band = 0;
-    ForEachChild([&](RectifierFollower& follower) {
-        if (numFrames > 0) {
-            follower.meterValue = meterValues[band] = outputs[band][0];
-        }
+    for (u32 band = 0; band < bandCount && numFrames > 0; ++band) {
+        meterValues[band] = outputs[band][0];
+    }
+    ForEachChild([](RectifierFollower& follower) {
         follower.needsUpdate = false;
         follower.ClearParameterChanges(false);
-        ++band;
     });
     HealLanes();
     needsUpdate = false;

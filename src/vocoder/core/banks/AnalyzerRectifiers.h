@@ -2,46 +2,84 @@
 #pragma once
 
 #include "dsp/framework/ModuleContainer.h"
-#include "vocoder/core/banks/RectifierFollower.h"
-#include "vocoder/core/kernels/RectifierLanes.h"
+#include "dsp/framework/UnitModule.h"
 #include "vocoder/core/kernels/VocoderKernels.h"
 
 #include <array>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace Velmora::Processor {
 
-struct LaneTile;
+/// One band's way from sound to control signal at one rate: full-wave rectifier, one-pole and biquad
+/// low-pass, clip at 0. As everything before the clip is linear, one factor in front stands for all of them.
+struct RectifierCircuit {
+    enum Type { LowestBand, OtherBand };
+
+    RectifierCircuit(Type type, double sampleRate);
+    /// Puts the circuit into a lane.
+    void WriteTo(RectifierLanes& lanes, u32 band) const;
+
+private:
+    float gainPositive;
+    float gainNegative;
+    double bias;
+    double poleA1;
+    double biquadA1;
+    double biquadA2;
+};
+
+/// The times of one band's follower: the parameters that hosts see per band. They follow those of
+/// AnalyzerRectifiers, which runs the sixteen bands in lanes; this module has no block of its own.
+class RectifierFollower final : public dsp::UnitModule {
+public:
+    enum Parameter : u32 { Attack, Release, ParameterCount };
+    static constexpr u32 parameterCount = ParameterCount;
+
+    explicit RectifierFollower(std::string moduleName);
+
+    /// "Attack" and "Release", in seconds; the 1/e times of the envelope.
+    static std::vector<dsp::ModuleParam> DeclareTimes();
+    /// Time of a smoother for a parameter in seconds.
+    static double SmootherTime(float seconds);
+
+    /// SetParameterValue of both times; costs two comparisons while they are what they were.
+    void SetTimes(float attackSeconds, float releaseSeconds);
+
+    void OnInitialize(float /*sampleRate*/, u32 /*maxBlockSize*/) override {}
+    void OnReset(bool /*hard*/) override {}
+    bool UpdateParameters(dsp::ProcessContext& /*context*/) override { return true; }
+    bool Process(dsp::ProcessContext& /*context*/) override { return false; }
+};
 
 namespace details {
 
-template <class Module, class Indices>
-struct Sixteen;
+template <class Indices>
+struct SixteenFollowers;
 
-template <class Module, std::size_t... Indices>
-struct Sixteen<Module, std::index_sequence<Indices...>> {
+template <std::size_t... Indices>
+struct SixteenFollowers<std::index_sequence<Indices...>> {
     template <std::size_t>
-    using Repeat = Module;
-    using Container = dsp::ModuleContainer<Repeat<Indices>...>;
+    using Follower = RectifierFollower;
+    using Container = dsp::ModuleContainer<Follower<Indices>...>;
 };
 
 } // namespace details
 
-/// A container of one module per band.
-template <class Module>
-using BandContainer = typename details::Sixteen<Module, std::make_index_sequence<bandCount>>::Container;
-
 /// The sixteen rectifier followers of the analyser with one "Attack" and one "Release" in seconds for all.
-/// They run in lanes, several bands per vector operation; each child keeps its parameters and its meter.
+/// They run in lanes, several bands per vector operation.
 ///
-/// Inputs 0 to 15 the bands, 16 the modulation of "Attack", 17 that of "Release". Outputs 0 to 15 the
-/// smoothed envelopes, 16 to 31 the direct rectifier signals.
-class AnalyzerRectifiers final : public BandContainer<RectifierFollower> {
+/// Inputs 0 to 15 the bands, then the modulations. Outputs 0 to 15 the smoothed envelopes, 16 to 31 the
+/// direct rectifier signals, before attack and release.
+class AnalyzerRectifiers final
+    : public details::SixteenFollowers<std::make_index_sequence<bandCount>>::Container {
 public:
-    static constexpr u32 parameterCount = childParameterCount + 2;
-    static constexpr u32 attackId = childParameterCount;
-    static constexpr u32 releaseId = childParameterCount + 1;
-    static constexpr u32 attackInput = bandCount;
-    static constexpr u32 releaseInput = bandCount + 1;
+    /// Behind those of the followers.
+    enum Parameter : u32 { Attack, Release, ParameterCount };
+    static constexpr u32 parameterCount = childParameterCount + ParameterCount;
+    static constexpr u32 ParameterId(Parameter parameter) { return childParameterCount + parameter; }
+    enum Input : u32 { AttackModulation = bandCount, ReleaseModulation, InputCount };
 
     explicit AnalyzerRectifiers(std::string moduleName = "AnalyzerRectifiers");
 
@@ -67,12 +105,9 @@ private:
     template <std::size_t... Indices>
     explicit AnalyzerRectifiers(std::string moduleName, std::index_sequence<Indices...> indices);
 
-    void SetLane(u32 band, const RectifierFollower::Circuit& circuit);
     double SmootherCoefficient(float seconds) const;
     void HealLanes();
     void ClearLane(u32 band);
-
-    enum Additional : u32 { Attack = 0, Release = 1 };
 
     const VocoderKernels* kernels = &SelectVocoderKernels();
     double sampleRate = 44100.0;

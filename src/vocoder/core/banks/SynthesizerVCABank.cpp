@@ -1,44 +1,53 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/core/banks/SynthesizerVCABank.h"
 
+#include "dsp/vectors/Simd.h"
+
+#include <utility>
+#include <vector>
+
 namespace Velmora::Processor {
 
 namespace {
 
-// Odd-numbered amplifiers invert.
-auto VcaArguments(std::size_t index) {
-    return std::make_tuple(index % 2 == 0 ? -1.0F : 1.0F, "VCA" + std::to_string(index + 1));
+using dsp::simd::Float4;
+
+constexpr float drive = 12.5F;
+/// Times the polarity, in the circuit; the saturation is odd, so the polarity may stand behind it.
+constexpr float polarityDrive = 0.02296043F;
+constexpr float outputScale = 100000.0F;
+
+/// The rational approximation of the hyperbolic tangent.
+void Saturate(const float* bus, float* out, u32 numFrames) {
+    const Float4 scale(polarityDrive * drive);
+    for (u32 n = 0; n + 4 <= numFrames; n += 4) {
+        const Float4 v = Float4::load_unaligned(bus + n) * scale;
+        const Float4 square = v * v;
+        const Float4 f = (square + 27.0F) * v / (square * 9.0F + 27.0F);
+        xsimd::min(xsimd::max(f, Float4(-1.0F)), Float4(1.0F)).store_unaligned(out + n);
+    }
 }
 
 } // namespace
 
 SynthesizerVCABank::SynthesizerVCABank(std::string moduleName)
-    : SynthesizerVCABank(std::move(moduleName), std::make_index_sequence<bandCount>()) {}
-
-template <std::size_t... Indices>
-SynthesizerVCABank::SynthesizerVCABank(std::string moduleName, std::index_sequence<Indices...> /*indices*/)
-    : ModuleContainer(std::move(moduleName), 2 * bandCount + 2, bandCount, {}, VcaArguments(Indices)...) {}
+    : UnitModule(std::move(moduleName), InputCount, bandCount, std::vector<dsp::ModuleParam>()) {}
 
 void SynthesizerVCABank::OnInitialize(float /*sampleRate*/, u32 maxBlockSize) {
     buffers.Allocate(BufferCount, dsp::RoundUpToFour(maxBlockSize));
 }
 
-void SynthesizerVCABank::OnReset(bool /*hard*/) {}
-
-bool SynthesizerVCABank::UpdateParameters(dsp::ProcessContext& /*context*/) { return true; }
-
 bool SynthesizerVCABank::Process(dsp::ProcessContext& context) {
     const u32 frames = context.numFrames;
-    SynthesizerVCA::Saturate(context.inputs[carrierInput], buffers[Carrier], frames);
-    SynthesizerVCA::Saturate(context.inputs[noiseInput], buffers[Noise], frames);
-    u32 band = 0;
-    ForEachChild([&](SynthesizerVCA& vca) {
+    Saturate(context.inputs[CarrierBus], buffers[Carrier], frames);
+    Saturate(context.inputs[NoiseBus], buffers[Noise], frames);
+    for (u32 band = 0; band < bandCount; ++band) {
+        // Odd-numbered amplifiers, counted from 1, invert.
+        const float scale = band % 2 == 0 ? -outputScale : outputScale;
         const AmplifierPins pins = {buffers[Carrier], buffers[Noise], context.inputs[band],
                                     context.inputs[bandCount + band], context.outputs[band]};
-        kernels->amplify(pins, vca.Scale(), frames);
-        vca.needsUpdate = false;
-        ++band;
-    });
+        kernels->amplify(pins, scale, frames);
+    }
     return true;
 }
 

@@ -1,37 +1,35 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/framework/UnitModule.h"
 #include "dsp/vectors/AlignedBuffer.h"
-#include "vocoder/core/banks/AnalyzerRectifiers.h"
-#include "vocoder/core/banks/SynthesizerVCA.h"
 #include "vocoder/core/kernels/VocoderKernels.h"
+
+#include <string>
 
 namespace Velmora::Processor {
 
-/// The sixteen amplifiers, "VCA1" to "VCA16", of alternating polarity. The saturation is odd and depends on
-/// the bus alone, so the bank computes it once per bus instead of once per band.
+/// The sixteen voltage-controlled amplifiers, of alternating polarity: neighbouring bands reach the sum in
+/// opposite phase. An amplifier saturates the buses, then applies the controls of its band, so the distortion
+/// depends on the level of the bus alone, and the bank computes it once per bus instead of once per band.
 ///
-/// Inputs 0 to 15 the first controls of the bands, 16 to 31 the second, 32 the carrier bus, 33 the noise bus.
-/// 16 outputs.
-class SynthesizerVCABank final : public BandContainer<SynthesizerVCA> {
+/// Inputs 0 to 15 the first controls of the bands, for the carrier, 16 to 31 the second, for the noise, then
+/// the buses. 16 outputs.
+class SynthesizerVCABank final : public dsp::UnitModule {
 public:
     static constexpr u32 parameterCount = 0;
-    static constexpr u32 carrierInput = 2 * bandCount;
-    static constexpr u32 noiseInput = 2 * bandCount + 1;
+    enum Input : u32 { CarrierBus = 2 * bandCount, NoiseBus, InputCount };
 
     explicit SynthesizerVCABank(std::string moduleName = "SynthesizerVCABank");
 
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
-    void OnReset(bool hard) override;
-    bool UpdateParameters(dsp::ProcessContext& context) override;
+    void OnReset(bool /*hard*/) override {}
+    bool UpdateParameters(dsp::ProcessContext& /*context*/) override { return true; }
     bool Process(dsp::ProcessContext& context) override;
 
     void UseKernels(const VocoderKernels& set) { kernels = &set; }
 
 private:
-    template <std::size_t... Indices>
-    explicit SynthesizerVCABank(std::string moduleName, std::index_sequence<Indices...> indices);
-
     /// The saturated buses.
     enum Buffer : u32 { Carrier, Noise, BufferCount };
     dsp::BlockPool buffers;

@@ -25,35 +25,22 @@ private:
     float lastGain = 1.0F;
 };
 
-/// Gives a smoother its target for the coming block; one that has no past to come from jumps to it.
-inline void AimSmoother(dsp::SmootherLPF& smoother, float value, bool jump) {
-    if (jump) {
+/// Sends a smoother to a value over the coming samples; one that has no past to come from is there at once.
+inline void GlideTo(dsp::SmootherLPF& smoother, float value, bool atOnce) {
+    if (atOnce) {
         smoother.Set(value);
     }
     smoother.SetTarget(value);
 }
 
-/// Calls run(gain), where gain() steps the smoother and returns its value. A smoother that has arrived is
-/// not stepped at all: run then gets a constant, which gives the same samples for less. The value stays in
-/// double precision: behind a filter of a very low corner the steps of a float gain add up to a rumble.
-template <class Run>
-void WithSmoothedGain(dsp::SmootherLPF& smoother, Run&& run) {
-    if (smoother.IsAtTarget()) {
-        std::forward<Run>(run)([held = smoother.current] { return held; });
-    } else {
-        std::forward<Run>(run)([&smoother] {
-            smoother.SmootherLPF::Next();
-            return smoother.current;
-        });
-    }
-}
-
-/// The same for two channels: calls run(leftGain, rightGain). Where only one moves, the other is held.
-template <class Run>
-void WithSmoothedGains(dsp::SmootherLPF& left, dsp::SmootherLPF& right, Run&& run) {
-    if (left.IsAtTarget() && right.IsAtTarget()) {
-        std::forward<Run>(run)([held = left.current] { return held; },
-                               [held = right.current] { return held; });
+/// Calls run(gain...), one gain for each smoother, where gain() steps the smoother and returns its value.
+/// When all have arrived, none is stepped: run then gets constants, which gives the same samples for less.
+/// The value stays in double precision: behind a filter of a very low corner the steps of a float gain add up
+/// to a rumble.
+template <class Run, class... Smoothers>
+void WithSmoothedGains(Run&& run, Smoothers&... smoothers) {
+    if ((smoothers.IsAtTarget() && ...)) {
+        std::forward<Run>(run)([held = smoothers.current] { return held; }...);
         return;
     }
     const auto moving = [](dsp::SmootherLPF& smoother) {
@@ -64,7 +51,7 @@ void WithSmoothedGains(dsp::SmootherLPF& left, dsp::SmootherLPF& right, Run&& ru
             return smoother.current;
         };
     };
-    std::forward<Run>(run)(moving(left), moving(right));
+    std::forward<Run>(run)(moving(smoothers)...);
 }
 
 } // namespace Velmora::Processor

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/core/gain/VCAGate.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
+#include "dsp/framework/RunChild.h"
 #include "dsp/math/CornerLimit.h"
 #include "dsp/math/IntactState.h"
 #include "dsp/vectors/FrameLanes.h"
 #include "dsp/vectors/Simd.h"
-#include "vocoder/core/gain/VCAGateCurves.h"
 
 #include <algorithm>
 #include <cmath>
@@ -16,6 +17,30 @@ namespace Velmora::Processor {
 namespace {
 
 using dsp::simd::Float4;
+
+/// The current into the gate's capacitor at a control voltage: none, a bend, then a straight line.
+Float4 Current(Float4 c) {
+    const Float4 line = -2.22997e-05F - c * 2.28312e-05F;
+    const Float4 bend = ((c * 8.80099e-06F + 4.27897e-05F) * c + 4.59834e-05F) * c + 1.42501e-05F;
+    const Float4 belowZero = xsimd::select(c < -0.679963F, bend, Float4(0.0F));
+    return xsimd::select(c < -1.7626F, line, belowZero);
+}
+
+/// The amplifier's soft limiter: an odd curve close to the hyperbolic tangent, in three pieces.
+Float4 Shape(Float4 v) {
+    const Float4 m = xsimd::abs(v);
+    const Float4 low = m - (m * 0.10321397F + 0.13519187F) * m * m;
+    const Float4 middle = ((m * 0.08575832F - 0.5605742F) * m + 1.2838478F) * m - 0.04743774F;
+    const Float4 high = (m - 1.5091578F) / (m - 1.4908422F);
+    const Float4 upper = xsimd::select(m > 2.0F, high, middle);
+    return xsimd::copysign(xsimd::select(m > 1.0F, upper, low), v);
+}
+
+/// The limiter while no magnitude passes 1.
+Float4 ShapeQuiet(Float4 v) {
+    const Float4 m = xsimd::abs(v);
+    return xsimd::copysign(m - (m * 0.10321397F + 0.13519187F) * m * m, v);
+}
 
 /// Multiplies the gate's factors in gain by the shaped signal.
 template <class Curve>
@@ -48,21 +73,6 @@ bool HoldsLevel(const float* control, u32 numFrames) {
     return xsimd::all(held);
 }
 
-/// Runs the recursion of a held level; returns the last factor.
-template <class Output, class T>
-T RunHeld(Output gate, u32 numFrames, T firstFeed, T feed, T decay, T g) {
-    T next = firstFeed;
-    const auto step = [&] {
-        g = next - decay * g;
-        next = feed;
-        return g;
-    };
-    for (u32 n = 0; n < numFrames; n += 4) {
-        gate.Store(n, dsp::FrameQuad<T>{step(), step(), step(), step()});
-    }
-    return g;
-}
-
 /// The tangent behind the coefficients of a corner in Hz.
 double CornerTangent(float hz, float sampleRate) {
     const double rate = static_cast<double>(sampleRate);
@@ -72,9 +82,10 @@ double CornerTangent(float hz, float sampleRate) {
 } // namespace
 
 VCAGate::VCAGate(std::string moduleName)
-    : UnitModule(std::move(moduleName), 2, 1,
-                 {dsp::ModuleParam("Pot"), dsp::ModuleParam::Mapped("FcGateAttack", 1, 0.1F, 1600.0F, 1.0F),
-                  dsp::ModuleParam::Mapped("FcGateRelease", 1, 0.1F, 50.0F, 1.0F)}) {}
+    : UnitModule(
+          std::move(moduleName), InputCount, 1,
+          dsp::RecordsOf({dsp::Declare::Raw("Pot"), dsp::Declare::Linear("FcGateAttack", 0.1F, 1600.0F),
+                          dsp::Declare::Linear("FcGateRelease", 0.1F, 50.0F)})) {}
 
 void VCAGate::OnInitialize(float newSampleRate, u32 /*maxBlockSize*/) { sampleRate = newSampleRate; }
 
@@ -105,21 +116,10 @@ bool VCAGate::UpdateParameters(dsp::ProcessContext& /*context*/) {
 }
 
 bool VCAGate::Process(dsp::ProcessContext& context) {
-    const float* control = context.inputs[1];
-    float* output = context.outputs[0];
-    const u32 numFrames = context.numFrames;
-    // The output buffer carries the current, then the gate's factor, then the signal.
-    if (HoldsLevel(control, numFrames)) {
-        const float level = control[0];
-        const HeldLevel held = BeginHeld(level);
-        const double last =
-            RunHeld(dsp::SoloOutput{output}, numFrames, held.firstFeed, held.feed, held.decay, held.gate);
-        FinishHeld(level, held, last);
+    if (HoldsLevel(context.inputs[Control], context.numFrames)) {
+        RunHeld(dsp::ChannelBlock<VCAGate>{*this, context});
     } else {
-        for (u32 n = 0; n < numFrames; n += Float4::size) {
-            gateCurves::Current(Float4::load_unaligned(control + n)).store_unaligned(output + n);
-        }
-        FollowControl(control, output, numFrames);
+        FollowControl(context.inputs[Control], context.outputs[0], context.numFrames);
     }
     Amplify(context);
     return true;
@@ -128,27 +128,44 @@ bool VCAGate::Process(dsp::ProcessContext& context) {
 /// Lanes serve the usual block, in which the control of either channel holds its level.
 void VCAGate::ProcessPair(VCAGate& left, dsp::ProcessContext& leftContext, VCAGate& right,
                           dsp::ProcessContext& rightContext) {
-    const u32 numFrames = leftContext.numFrames;
-    if (!HoldsLevel(leftContext.inputs[1], numFrames) || !HoldsLevel(rightContext.inputs[1], numFrames)) {
+    if (!HoldsLevel(leftContext.inputs[Control], leftContext.numFrames) ||
+        !HoldsLevel(rightContext.inputs[Control], leftContext.numFrames)) {
         left.Process(leftContext);
         right.Process(rightContext);
         return;
     }
-    const float leftLevel = leftContext.inputs[1][0];
-    const float rightLevel = rightContext.inputs[1][0];
-    const HeldLevel l = left.BeginHeld(leftLevel);
-    const HeldLevel r = right.BeginHeld(rightLevel);
-    const dsp::Double2 last =
-        RunHeld(dsp::PairOutput{leftContext.outputs[0], rightContext.outputs[0]}, numFrames,
-                dsp::Lanes(l.firstFeed, r.firstFeed), dsp::Lanes(l.feed, r.feed),
-                dsp::Lanes(l.decay, r.decay), dsp::Lanes(l.gate, r.gate));
-    double leftGate = 0.0;
-    double rightGate = 0.0;
-    dsp::SplitLanes(last, leftGate, rightGate);
-    left.FinishHeld(leftLevel, l, leftGate);
-    right.FinishHeld(rightLevel, r, rightGate);
+    RunHeld(dsp::ChannelBlock<VCAGate>{left, leftContext}, dsp::ChannelBlock<VCAGate>{right, rightContext});
     left.Amplify(leftContext);
     right.Amplify(rightContext);
+}
+
+/// The recursion of a held level, whose factors go to the output buffer.
+template <class... Channels>
+void VCAGate::RunHeld(const Channels&... channels) {
+    const auto run = [&](const auto&... held) {
+        const auto output = dsp::WriteTo(channels.context.outputs[0]...);
+        const auto feed = dsp::Lanes(held.feed...);
+        const auto decay = dsp::Lanes(held.decay...);
+        auto next = dsp::Lanes(held.firstFeed...);
+        auto gate = dsp::Lanes(held.gate...);
+        const auto step = [&] {
+            gate = next - decay * gate;
+            next = feed;
+            return gate;
+        };
+        for (u32 n = 0; n < dsp::FramesOf(channels...); n += 4) {
+            output.Store(n, dsp::FrameQuad<decltype(gate)>{step(), step(), step(), step()});
+        }
+        return gate;
+    };
+    HeldLevel held[] = {channels.module.BeginHeld(channels.context.inputs[Control][0])...};
+    if constexpr (sizeof...(channels) == 1) {
+        held[0].gate = run(held[0]);
+    } else {
+        dsp::SplitLanes(run(held[0], held[1]), held[0].gate, held[1].gate);
+    }
+    const HeldLevel* finished = held;
+    (channels.module.FinishHeld(channels.context.inputs[Control][0], *finished++), ...);
 }
 
 /// The first frame still sees the input before it; from then on the feed is constant.
@@ -156,16 +173,16 @@ VCAGate::HeldLevel VCAGate::BeginHeld(float level) const {
     if (level > 0.0F) {
         return {0.0, releaseB1 * releaseX1, releaseB1 * 0.0, releaseA1, releaseY1};
     }
-    const double current = static_cast<double>(gateCurves::Current(Float4(level)).get(0));
+    const double current = static_cast<double>(Current(Float4(level)).get(0));
     return {current, attackB1 * attackX1 + attackB0 * current, attackB1 * current + attackB0 * current,
             attackA1, attackY1};
 }
 
-void VCAGate::FinishHeld(float level, const HeldLevel& held, double gate) {
+void VCAGate::FinishHeld(float level, const HeldLevel& held) {
     if (level > 0.0F) {
-        FinishRelease(gate);
+        FinishRelease(held.gate);
     } else {
-        FinishAttack(held.current, gate);
+        FinishAttack(held.current, held.gate);
     }
 }
 
@@ -178,16 +195,19 @@ void VCAGate::Amplify(const dsp::ProcessContext& context) {
     }
     lastGate = numFrames == 0 ? 0.0F : static_cast<float>(attackY1);
     const float drive = inputAttenuation * preGain;
-    const float* signal = context.inputs[0];
+    const float* signal = context.inputs[Signal];
     if (IsLoud(signal, drive, numFrames)) {
-        Multiply(signal, drive, output, postGain, numFrames, gateCurves::Shape);
+        Multiply(signal, drive, output, postGain, numFrames, Shape);
     } else {
-        Multiply(signal, drive, output, postGain, numFrames, gateCurves::ShapeQuiet);
+        Multiply(signal, drive, output, postGain, numFrames, ShapeQuiet);
     }
 }
 
-/// Replaces currents by factors, one stretch of equal control sign after the other.
+/// The buffer carries the currents, then the factors, one stretch of equal control sign after the other.
 void VCAGate::FollowControl(const float* control, float* gate, u32 numFrames) {
+    for (u32 n = 0; n < numFrames; n += Float4::size) {
+        Current(Float4::load_unaligned(control + n)).store_unaligned(gate + n);
+    }
     u32 n = 0;
     while (n < numFrames) {
         n = control[n] > 0.0F ? RunRelease(control, gate, n, numFrames)

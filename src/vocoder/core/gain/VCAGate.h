@@ -12,12 +12,13 @@ namespace Velmora::Processor {
 /// release corner while it is. The two first-order sections share their output, and the idle one's input is
 /// set such that a switch causes no step: one state with two time constants.
 ///
-/// Inputs: 0 signal, 1 control in volts (-15 opens, +15 closes). Output: 0 the gated signal; the buffer must
-/// be neither of the inputs.
+/// Output: 0 the gated signal; the buffer must be neither of the inputs.
 class VCAGate final : public dsp::UnitModule {
 public:
-    static constexpr u32 parameterCount = 3;
-    enum Parameter : u32 { Pot, FcGateAttack, FcGateRelease };
+    enum Parameter : u32 { Pot, FcGateAttack, FcGateRelease, ParameterCount };
+    static constexpr u32 parameterCount = ParameterCount;
+    /// The control is in volts: -15 opens, +15 closes.
+    enum Input : u32 { Signal, Control, InputCount };
 
     explicit VCAGate(std::string moduleName = "VCAGate");
 
@@ -35,6 +36,28 @@ public:
     /// The gate's factor at the end of the last block, 0 after an empty one.
     float lastGate = 0.0F;
 
+private:
+    /// What the gate's recursion comes to while the control holds its level: gate = feed - decay * gate.
+    struct HeldLevel {
+        double current;
+        double firstFeed;
+        double feed;
+        double decay;
+        double gate;
+    };
+
+    template <class... Channels>
+    static void RunHeld(const Channels&... channels);
+    HeldLevel BeginHeld(float level) const;
+    void FinishHeld(float level, const HeldLevel& held);
+    void Amplify(const dsp::ProcessContext& context);
+    void FollowControl(const float* control, float* gate, u32 numFrames);
+    u32 RunAttack(const float* control, float* gate, u32 n, u32 numFrames);
+    u32 RunRelease(const float* control, float* gate, u32 n, u32 numFrames);
+    void FinishAttack(double x1, double g);
+    void FinishRelease(double g);
+    bool Heal();
+
     double attackB0 = 0.0;
     double attackB1 = 0.0;
     double attackA1 = 0.0;
@@ -47,26 +70,6 @@ public:
     double releaseY1 = 0.0;
     float inputAttenuation = 1.0F;
     float sampleRate = 1.0F;
-
-private:
-    /// What the gate's recursion comes to while the control holds its level: gate = feed - decay * gate.
-    struct HeldLevel {
-        double current;
-        double firstFeed;
-        double feed;
-        double decay;
-        double gate;
-    };
-
-    HeldLevel BeginHeld(float level) const;
-    void FinishHeld(float level, const HeldLevel& held, double gate);
-    void Amplify(const dsp::ProcessContext& context);
-    void FollowControl(const float* control, float* gate, u32 numFrames);
-    u32 RunAttack(const float* control, float* gate, u32 n, u32 numFrames);
-    u32 RunRelease(const float* control, float* gate, u32 n, u32 numFrames);
-    void FinishAttack(double x1, double g);
-    void FinishRelease(double g);
-    bool Heal();
 };
 
 } // namespace Velmora::Processor

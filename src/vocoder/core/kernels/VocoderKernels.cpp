@@ -2,7 +2,7 @@
 #include "vocoder/core/kernels/VocoderKernels.h"
 
 #include "dsp/vectors/Simd.h"
-#include "vocoder/core/kernels/KernelSets.h"
+#include "vocoder/core/kernels/VocoderKernelsImpl.h"
 
 namespace Velmora::Processor {
 
@@ -13,10 +13,18 @@ struct Candidate {
     bool runs;
 };
 
-std::vector<const VocoderKernels*> FindSets() {
+const VocoderKernels& BaselineSet() {
+    static constexpr VocoderKernels set =
+        kernels::MakeKernels<dsp::simd::BaselineArch, dsp::simd::BaselineArch>("baseline, 4 lanes");
+    return set;
+}
+
+} // namespace
+
+std::vector<const VocoderKernels*> AvailableVocoderKernels() {
     const auto cpu = xsimd::available_architectures();
     const Candidate wide[] = {{kernels::Avx2Set(), cpu.avx2 != 0}, {kernels::Avx512Set(), cpu.avx512bw != 0}};
-    std::vector<const VocoderKernels*> sets = {&kernels::BaselineSet()};
+    std::vector<const VocoderKernels*> sets = {&BaselineSet()};
     for (const Candidate& candidate : wide) {
         if (candidate.set != nullptr && candidate.runs) {
             sets.push_back(candidate.set);
@@ -25,12 +33,8 @@ std::vector<const VocoderKernels*> FindSets() {
     return sets;
 }
 
-} // namespace
-
-std::vector<const VocoderKernels*> AvailableVocoderKernels() { return FindSets(); }
-
 const VocoderKernels& SelectVocoderKernels() {
-    static const VocoderKernels& widest = *FindSets().back();
+    static const VocoderKernels& widest = *AvailableVocoderKernels().back();
     return widest;
 }
 

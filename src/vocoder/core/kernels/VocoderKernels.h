@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "support/platform/Types.h"
-#include "vocoder/core/kernels/BiquadLanes.h"
-#include "vocoder/core/kernels/LaneTile.h"
-#include "vocoder/core/kernels/RectifierLanes.h"
+#include "vocoder/core/kernels/BandLanes.h"
 
 #include <vector>
 
@@ -45,5 +42,14 @@ const VocoderKernels& SelectVocoderKernels();
 
 /// Every set that this processor can run, the baseline first.
 std::vector<const VocoderKernels*> AvailableVocoderKernels();
+
+namespace kernels {
+
+// The wider sets, one per source; null where the compiler does not build for that instruction set. None of
+// these calls runs a wide instruction.
+const VocoderKernels* Avx2Set();
+const VocoderKernels* Avx512Set();
+
+} // namespace kernels
 
 } // namespace Velmora::Processor

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "vocoder/core/kernels/KernelSets.h"
+#include "vocoder/core/kernels/VocoderKernels.h"
 
 #ifdef __AVX512BW__
 #include "vocoder/core/kernels/VocoderKernelsImpl.h"

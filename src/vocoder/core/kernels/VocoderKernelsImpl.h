@@ -94,8 +94,7 @@ template <class Arch>
 struct Rectifiers {
     using D = xsimd::batch<double, Arch>;
     static constexpr unsigned width = D::size;
-    static constexpr unsigned maxFrames = 16;
-    static constexpr unsigned maxCells = maxFrames * bandCount;
+    static constexpr unsigned maxCells = LaneTile::maxFrames * bandCount;
     /// The chain from sample to sample is long, so several vectors run side by side.
     static constexpr unsigned chains = 2;
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/core/unvoiced/HFChannel.h"
 
-#include "dsp/framework/RunChild.h"
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/CornerLimit.h"
 #include "vocoder/core/gain/SmoothedGain.h"
 
@@ -16,48 +16,18 @@ namespace {
 constexpr double beforeGateGain = 0.8912;
 constexpr float openVolts = -15.0F;
 
-/// levels: one per channel.
-template <class Input, class Output, class T, class... Gain>
-void FilterBeforeGate(Input input, Output output, u32 numFrames, dsp::BasicBiquadSection<T>& hp1,
-                      dsp::BasicBiquadSection<T>& hp2, Gain... levels) {
-    dsp::BasicBiquadSection<T> first = hp1;
-    dsp::BasicBiquadSection<T> second = hp2;
-    const auto runFirst = [&](T x) { return first.Tick(x, dsp::Lanes(levels()...)); };
-    const auto runSecond = [&](T x) { return second.Tick(x) * beforeGateGain; };
-    dsp::ForEachFrame(input, output, numFrames, runFirst, runSecond);
-    hp1 = first;
-    hp2 = second;
-}
-
-template <class Input, class Output, class T>
-void FilterBehindGate(Input input, Output output, u32 numFrames, dsp::BasicBiquadSection<T>& hp3,
-                      dsp::BasicBiquadSection<T>& lowPass, T gain) {
-    dsp::BasicBiquadSection<T> third = hp3;
-    dsp::BasicBiquadSection<T> last = lowPass;
-    const auto runThird = [&](T x) { return third.Tick(x, gain); };
-    const auto runLast = [&](T x) { return last.Tick(x); };
-    dsp::ForEachFrame(input, output, numFrames, runThird, runLast);
-    hp3 = third;
-    lowPass = last;
-}
-
 } // namespace
 
 HFChannel::HFChannel(std::string moduleName)
-    : UnitModule(std::move(moduleName), 2, 1,
-                 {dsp::ModuleParam::Mapped("FcHP", 1, 1.0F, 24000.0F, 1.0F),
-                  dsp::ModuleParam::Mapped("QHP", 1, 0.0F, 2.0F, 1.0F),
-                  dsp::ModuleParam::Mapped("H0HP", 1, -10.0F, 10.0F, 1.0F),
-                  dsp::ModuleParam::Mapped("FcLP", 1, 1.0F, 24000.0F, 1.0F),
-                  dsp::ModuleParam::Mapped("QLP", 1, 0.0F, 2.0F, 1.0F),
-                  dsp::ModuleParam::Stepped("HFMode", 2, 0.0F, 1.0F), dsp::ModuleParam("HFLevel"),
-                  dsp::ModuleParam::Mapped("AttackHF", 1, 0.1F, 1600.0F, 1.0F),
-                  dsp::ModuleParam::Mapped("ReleaseHF", 1, 0.1F, 50.0F, 1.0F)}) {
-    SetValue(FcHP, 5028.5923F);
-    SetValue(QHP, 0.7102F);
-    SetValue(H0HP, 1.592F);
-    SetValue(FcLP, 15005.0F);
-    SetValue(QLP, 0.70711F);
+    : UnitModule(std::move(moduleName), InputCount, 1,
+                 dsp::RecordsOf({dsp::Declare::Linear("FcHP", 1.0F, 24000.0F, 5028.5923F),
+                                 dsp::Declare::Linear("QHP", 0.0F, 2.0F, 0.7102F),
+                                 dsp::Declare::Linear("H0HP", -10.0F, 10.0F, 1.592F),
+                                 dsp::Declare::Linear("FcLP", 1.0F, 24000.0F, 15005.0F),
+                                 dsp::Declare::Linear("QLP", 0.0F, 2.0F, 0.70711F),
+                                 dsp::Declare::Choice("HFMode", 2), dsp::Declare::Raw("HFLevel"),
+                                 dsp::Declare::Linear("AttackHF", 0.1F, 1600.0F),
+                                 dsp::Declare::Linear("ReleaseHF", 0.1F, 50.0F)})) {
     gate.SetParameterValue(VCAGate::Pot, 0.087402F);
     gate.preGain = 10.438414F;
     gate.postGain = 39000.0F;
@@ -114,7 +84,7 @@ void HFChannel::UpdateFilters() {
         }
     }
     if (Changed(H0HP)) {
-        outputGain = Value(H0HP);
+        outputGain = static_cast<double>(Value(H0HP));
     }
     if (Changed(FcLP) || Changed(QLP)) {
         const double w = dsp::LimitCorner(static_cast<double>(Value(FcLP)), rate) * 6.2831855 / rate;
@@ -122,55 +92,74 @@ void HFChannel::UpdateFilters() {
     }
 }
 
-const float* HFChannel::GateControl(const dsp::ProcessContext& context) const {
-    return mode == 1 ? openControl : context.inputs[1];
-}
-
 bool HFChannel::Process(dsp::ProcessContext& context) {
-    const u32 numFrames = context.numFrames;
-    WithSmoothedGain(levelSmoother, [&](auto level) {
-        FilterBeforeGate(dsp::SoloInput{context.inputs[0]}, dsp::SoloOutput{highPassed}, numFrames, hp1, hp2,
-                         level);
-    });
-
-    const float* gateInputs[2] = {highPassed, GateControl(context)};
-    dsp::ProcessContext gateContext = context.ForChild(gateInputs, 2, &gated, 1);
-    dsp::RunChild(gate, gateContext);
-
-    FilterBehindGate(dsp::SoloInput{gated}, dsp::SoloOutput{context.outputs[0]}, numFrames, hp3, lowPass,
-                     static_cast<double>(outputGain));
-    Heal(context);
+    Run(dsp::ChannelBlock<HFChannel>{*this, context});
     return true;
 }
 
 void HFChannel::ProcessPair(HFChannel& left, dsp::ProcessContext& leftContext, HFChannel& right,
                             dsp::ProcessContext& rightContext) {
-    const u32 numFrames = leftContext.numFrames;
-    dsp::BiquadPair first = Join(left.hp1, right.hp1);
-    dsp::BiquadPair second = Join(left.hp2, right.hp2);
-    WithSmoothedGains(left.levelSmoother, right.levelSmoother, [&](auto leftLevel, auto rightLevel) {
-        FilterBeforeGate(dsp::PairInput{leftContext.inputs[0], rightContext.inputs[0]},
-                         dsp::PairOutput{left.highPassed, right.highPassed}, numFrames, first, second,
-                         leftLevel, rightLevel);
-    });
-    SplitState(first, left.hp1, right.hp1);
-    SplitState(second, left.hp2, right.hp2);
+    Run(dsp::ChannelBlock<HFChannel>{left, leftContext}, dsp::ChannelBlock<HFChannel>{right, rightContext});
+}
 
-    const float* leftInputs[2] = {left.highPassed, left.GateControl(leftContext)};
-    const float* rightInputs[2] = {right.highPassed, right.GateControl(rightContext)};
-    dsp::ProcessContext leftGate = leftContext.ForChild(leftInputs, 2, &left.gated, 1);
-    dsp::ProcessContext rightGate = rightContext.ForChild(rightInputs, 2, &right.gated, 1);
-    dsp::RunPair(left.gate, leftGate, right.gate, rightGate);
+template <class... Channels>
+void HFChannel::Run(const Channels&... channels) {
+    FilterBeforeGate(channels...);
+    Gate(channels...);
+    FilterBehindGate(channels...);
+    (channels.module.Heal(channels.context), ...);
+}
 
-    dsp::BiquadPair third = Join(left.hp3, right.hp3);
-    dsp::BiquadPair last = Join(left.lowPass, right.lowPass);
-    FilterBehindGate(dsp::PairInput{left.gated, right.gated},
-                     dsp::PairOutput{leftContext.outputs[0], rightContext.outputs[0]}, numFrames, third, last,
-                     dsp::Lanes(static_cast<double>(left.outputGain), static_cast<double>(right.outputGain)));
-    SplitState(third, left.hp3, right.hp3);
-    SplitState(last, left.lowPass, right.lowPass);
-    left.Heal(leftContext);
-    right.Heal(rightContext);
+template <class... Channels>
+void HFChannel::FilterBeforeGate(const Channels&... channels) {
+    auto first = dsp::Join(channels.module.hp1...);
+    auto second = dsp::Join(channels.module.hp2...);
+    const auto filter = [&](auto... levels) {
+        auto firstFilter = first;
+        auto secondFilter = second;
+        dsp::ForEachFrame(
+            dsp::ReadFrom(channels.context.inputs[Program]...), dsp::WriteTo(channels.module.highPassed...),
+            dsp::FramesOf(channels...), [&](auto x) { return firstFilter.Tick(x, dsp::Lanes(levels()...)); },
+            [&](auto x) { return secondFilter.Tick(x) * beforeGateGain; });
+        first = firstFilter;
+        second = secondFilter;
+    };
+    WithSmoothedGains(filter, channels.module.levelSmoother...);
+    dsp::SplitState(first, channels.module.hp1...);
+    dsp::SplitState(second, channels.module.hp2...);
+}
+
+dsp::ProcessContext HFChannel::GateContext(const dsp::ProcessContext& context, const float* (&inputs)[2]) {
+    inputs[0] = highPassed;
+    inputs[1] = mode == 1 ? openControl : context.inputs[HissControl];
+    return context.ForChild(inputs, 2, &gated, 1);
+}
+
+void HFChannel::Gate(const dsp::ChannelBlock<HFChannel>& channel) {
+    const float* inputs[2];
+    auto context = channel.module.GateContext(channel.context, inputs);
+    dsp::RunChild(channel.module.gate, context);
+}
+
+void HFChannel::Gate(const dsp::ChannelBlock<HFChannel>& left, const dsp::ChannelBlock<HFChannel>& right) {
+    const float* leftInputs[2];
+    const float* rightInputs[2];
+    auto leftContext = left.module.GateContext(left.context, leftInputs);
+    auto rightContext = right.module.GateContext(right.context, rightInputs);
+    dsp::RunPair(left.module.gate, leftContext, right.module.gate, rightContext);
+}
+
+template <class... Channels>
+void HFChannel::FilterBehindGate(const Channels&... channels) {
+    auto third = dsp::Join(channels.module.hp3...);
+    auto last = dsp::Join(channels.module.lowPass...);
+    const auto gain = dsp::Lanes(channels.module.outputGain...);
+    dsp::ForEachFrame(
+        dsp::ReadFrom(static_cast<const float*>(channels.module.gated)...),
+        dsp::WriteTo(channels.context.outputs[0]...), dsp::FramesOf(channels...),
+        [&](auto x) { return third.Tick(x, gain); }, [&](auto x) { return last.Tick(x); });
+    dsp::SplitState(third, channels.module.hp3...);
+    dsp::SplitState(last, channels.module.lowPass...);
 }
 
 /// Silences a block in which any section had to be cleared.

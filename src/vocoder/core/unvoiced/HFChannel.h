@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/filters/BiquadSection.h"
+#include "dsp/framework/RunChild.h"
 #include "dsp/framework/UnitModule.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/vectors/AlignedBuffer.h"
@@ -15,11 +16,12 @@ namespace Velmora::Processor {
 /// a gate, and a second-order low-pass. "HFMode" 0 lets the hiss/buzz decision drive the gate, 1 holds it
 /// open. "HFLevel" is a plain factor.
 ///
-/// Inputs: 0 the analysed program, 1 hiss control in volts. Output: 0.
+/// Inputs: the analysed program, the hiss control in volts. 1 output.
 class HFChannel final : public dsp::UnitModule {
 public:
-    static constexpr u32 parameterCount = 9;
-    enum Parameter : u32 { FcHP, QHP, H0HP, FcLP, QLP, HFMode, HFLevel, AttackHF, ReleaseHF };
+    enum Parameter : u32 { FcHP, QHP, H0HP, FcLP, QLP, HFMode, HFLevel, AttackHF, ReleaseHF, ParameterCount };
+    static constexpr u32 parameterCount = ParameterCount;
+    enum Input : u32 { Program, HissControl, InputCount };
 
     explicit HFChannel(std::string moduleName = "HFChannel");
 
@@ -32,8 +34,16 @@ public:
                             dsp::ProcessContext& rightContext);
 
 private:
+    template <class... Channels>
+    static void Run(const Channels&... channels);
+    template <class... Channels>
+    static void FilterBeforeGate(const Channels&... channels);
+    template <class... Channels>
+    static void FilterBehindGate(const Channels&... channels);
+    static void Gate(const dsp::ChannelBlock<HFChannel>& channel);
+    static void Gate(const dsp::ChannelBlock<HFChannel>& left, const dsp::ChannelBlock<HFChannel>& right);
     void UpdateFilters();
-    const float* GateControl(const dsp::ProcessContext& context) const;
+    dsp::ProcessContext GateContext(const dsp::ProcessContext& context, const float* (&inputs)[2]);
     void Heal(const dsp::ProcessContext& context);
 
     dsp::BiquadSection hp1;
@@ -45,7 +55,7 @@ private:
     float sampleRate = 1.0F;
     /// 0: gated by the decision, 1: open.
     i32 mode = 0;
-    float outputGain = 0.0F;
+    double outputGain = 0.0;
 
     dsp::BlockPool buffers;
     float* highPassed = nullptr;

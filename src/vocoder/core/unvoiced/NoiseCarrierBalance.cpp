@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/core/unvoiced/NoiseCarrierBalance.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
+#include "dsp/framework/RunChild.h"
 #include "dsp/vectors/Simd.h"
 #include "vocoder/core/gain/SmoothedGain.h"
 
@@ -17,40 +19,11 @@ constexpr double halfCorner = 49.998447;
 
 using dsp::simd::Float4;
 
-/// One of the two signals on its way to its bus.
-template <class T, class Input, class Output>
-struct Path {
-    dsp::BasicFirstOrderSection<T> section;
-    Input input;
-    Output output;
-};
-
-/// balances: one per channel. Both paths go in one loop, as neither waits for the other.
-template <class T, class Input, class Output, class... Balance>
-void Filter(Path<T, Input, Output>& carrier, Path<T, Input, Output>& noise, u32 numFrames,
-            Balance... balances) {
-    auto carrierSection = carrier.section;
-    auto noiseSection = noise.section;
-    for (u32 n = 0; n < numFrames; n += 4) {
-        auto carrierQuad = carrier.input.Load(n);
-        auto noiseQuad = noise.input.Load(n);
-        dsp::StepFrames(carrierQuad, noiseQuad, [&](T& c, T& z) {
-            const T b = dsp::Lanes(balances()...);
-            c = carrierSection.Tick(dsp::ClipLanes(b * 2.0, 0.0, 1.0) * c);
-            z = noiseSection.Tick(dsp::ClipLanes((1.0 - b) + (1.0 - b), 0.0, 1.0) * z);
-        });
-        carrier.output.Store(n, carrierQuad);
-        noise.output.Store(n, noiseQuad);
-    }
-    carrier.section = carrierSection;
-    noise.section = noiseSection;
-}
-
 } // namespace
 
 NoiseCarrierBalance::NoiseCarrierBalance(std::string moduleName)
-    : UnitModule(std::move(moduleName), 3, 2,
-                 {dsp::ModuleParam("NoiseCarrierBalance"), dsp::ModuleParam("NoiseMix")}) {}
+    : UnitModule(std::move(moduleName), InputCount, OutputCount,
+                 dsp::RecordsOf({dsp::Declare::Raw("NoiseCarrierBalance"), dsp::Declare::Raw("NoiseMix")})) {}
 
 void NoiseCarrierBalance::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) {
     const double t = std::tan(halfCorner / static_cast<double>(sampleRate));
@@ -65,7 +38,7 @@ void NoiseCarrierBalance::OnReset(bool /*hard*/) {
 }
 
 bool NoiseCarrierBalance::UpdateParameters(dsp::ProcessContext& context) {
-    AimSmoother(balanceSmoother, parameters[Balance].GetModulatedValue(context, 2), needsUpdate);
+    GlideTo(balanceSmoother, parameters[Balance].GetModulatedValue(context, BalanceModulation), needsUpdate);
     if (Changed(NoiseMix)) {
         mixed = Value(NoiseMix) > 0.5F;
     }
@@ -73,38 +46,52 @@ bool NoiseCarrierBalance::UpdateParameters(dsp::ProcessContext& context) {
 }
 
 bool NoiseCarrierBalance::Process(dsp::ProcessContext& context) {
-    Path<double, dsp::SoloInput, dsp::SoloOutput> carrier{
-        carrierPath, {context.inputs[0]}, {context.outputs[0]}};
-    Path<double, dsp::SoloInput, dsp::SoloOutput> noise{noisePath, {context.inputs[1]}, {context.outputs[1]}};
-    WithSmoothedGain(balanceSmoother,
-                     [&](auto balance) { Filter(carrier, noise, context.numFrames, balance); });
-    carrierPath = carrier.section;
-    noisePath = noise.section;
-    Finish(context);
+    Run(dsp::ChannelBlock<NoiseCarrierBalance>{*this, context});
     return true;
 }
 
 void NoiseCarrierBalance::ProcessPair(NoiseCarrierBalance& left, dsp::ProcessContext& leftContext,
                                       NoiseCarrierBalance& right, dsp::ProcessContext& rightContext) {
-    using Pair = Path<dsp::Double2, dsp::PairInput, dsp::PairOutput>;
-    Pair carrier{Join(left.carrierPath, right.carrierPath),
-                 {leftContext.inputs[0], rightContext.inputs[0]},
-                 {leftContext.outputs[0], rightContext.outputs[0]}};
-    Pair noise{Join(left.noisePath, right.noisePath),
-               {leftContext.inputs[1], rightContext.inputs[1]},
-               {leftContext.outputs[1], rightContext.outputs[1]}};
-    WithSmoothedGains(left.balanceSmoother, right.balanceSmoother, [&](auto leftBalance, auto rightBalance) {
-        Filter(carrier, noise, leftContext.numFrames, leftBalance, rightBalance);
-    });
-    SplitState(carrier.section, left.carrierPath, right.carrierPath);
-    SplitState(noise.section, left.noisePath, right.noisePath);
-    left.Finish(leftContext);
-    right.Finish(rightContext);
+    Run(dsp::ChannelBlock<NoiseCarrierBalance>{left, leftContext},
+        dsp::ChannelBlock<NoiseCarrierBalance>{right, rightContext});
 }
 
-void NoiseCarrierBalance::Finish(dsp::ProcessContext& context) {
-    float* carrierBus = context.outputs[0];
-    float* noiseBus = context.outputs[1];
+/// Both paths go in one loop, as neither waits for the other.
+template <class... Channels>
+void NoiseCarrierBalance::Run(const Channels&... channels) {
+    auto carrierSection = dsp::Join(channels.module.carrierPath...);
+    auto noiseSection = dsp::Join(channels.module.noisePath...);
+    const auto carrier = dsp::ReadFrom(channels.context.inputs[Carrier]...);
+    const auto noise = dsp::ReadFrom(channels.context.inputs[Noise]...);
+    const auto carrierBus = dsp::WriteTo(channels.context.outputs[CarrierBus]...);
+    const auto noiseBus = dsp::WriteTo(channels.context.outputs[NoiseBus]...);
+    const auto filter = [&](auto... balances) {
+        auto carrierFilter = carrierSection;
+        auto noiseFilter = noiseSection;
+        const u32 frames = dsp::FramesOf(channels...);
+        for (u32 n = 0; n < frames; n += 4) {
+            auto carrierQuad = carrier.Load(n);
+            auto noiseQuad = noise.Load(n);
+            dsp::StepFrames(carrierQuad, noiseQuad, [&](auto& c, auto& z) {
+                const auto b = dsp::Lanes(balances()...);
+                c = carrierFilter.Tick(dsp::ClipLanes(b * 2.0, 0.0, 1.0) * c);
+                z = noiseFilter.Tick(dsp::ClipLanes((1.0 - b) + (1.0 - b), 0.0, 1.0) * z);
+            });
+            carrierBus.Store(n, carrierQuad);
+            noiseBus.Store(n, noiseQuad);
+        }
+        carrierSection = carrierFilter;
+        noiseSection = noiseFilter;
+    };
+    WithSmoothedGains(filter, channels.module.balanceSmoother...);
+    dsp::SplitState(carrierSection, channels.module.carrierPath...);
+    dsp::SplitState(noiseSection, channels.module.noisePath...);
+    (channels.module.Finish(channels.context), ...);
+}
+
+void NoiseCarrierBalance::Finish(const dsp::ProcessContext& context) {
+    float* carrierBus = context.outputs[CarrierBus];
+    float* noiseBus = context.outputs[NoiseBus];
     const u32 numFrames = context.numFrames;
     if (carrierPath.Heal()) {
         std::fill_n(carrierBus, numFrames, 0.0F);

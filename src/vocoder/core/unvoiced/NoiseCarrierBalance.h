@@ -12,12 +12,13 @@ namespace Velmora::Processor {
 /// Mixes the gated carrier and the gated noise onto the two buses of the synthesis amplifiers. Both are at
 /// full level at the centre of the balance; each falls on its own side only.
 ///
-/// Inputs: 0 carrier, 1 noise, 2 modulation of the balance. Outputs: 0 carrier bus, 1 noise bus. With
-/// "NoiseMix" the noise rides the carrier bus and the noise bus is silent.
+/// With "NoiseMix" the noise rides the carrier bus and the noise bus is silent.
 class NoiseCarrierBalance final : public dsp::UnitModule {
 public:
-    static constexpr u32 parameterCount = 2;
-    enum Parameter : u32 { Balance, NoiseMix };
+    enum Parameter : u32 { Balance, NoiseMix, ParameterCount };
+    static constexpr u32 parameterCount = ParameterCount;
+    enum Input : u32 { Carrier, Noise, BalanceModulation, InputCount };
+    enum Output : u32 { CarrierBus, NoiseBus, OutputCount };
 
     explicit NoiseCarrierBalance(std::string moduleName = "NoiseCarrierBalance");
 
@@ -30,7 +31,9 @@ public:
                             NoiseCarrierBalance& right, dsp::ProcessContext& rightContext);
 
 private:
-    void Finish(dsp::ProcessContext& context);
+    template <class... Channels>
+    static void Run(const Channels&... channels);
+    void Finish(const dsp::ProcessContext& context);
 
     dsp::FirstOrderSection carrierPath;
     dsp::FirstOrderSection noisePath;

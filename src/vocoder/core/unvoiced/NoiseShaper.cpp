@@ -84,40 +84,41 @@ inline T NoiseShaper::Section<T>::Tick(T x) {
     return y;
 }
 
-template <class T, class Input, class Output>
-void NoiseShaper::Run(Input input, Output output, u32 numFrames, Section<T>& response,
-                      dsp::BasicBiquadSection<T>& highPass) {
-    Section<T> shape = response;
-    dsp::BasicBiquadSection<T> section = highPass;
-    dsp::ForEachFrame(
-        input, output, numFrames, [&](T x) { return shape.Tick(x); }, [&](T x) { return section.Tick(x); });
-    response = shape;
-    highPass = section;
-}
-
-void NoiseShaper::Process(float* samples, u32 numFrames) {
-    Run(dsp::SoloInput{samples}, dsp::SoloOutput{samples}, numFrames, response, highPass);
-}
-
-void NoiseShaper::ProcessPair(NoiseShaper& left, float* leftSamples, NoiseShaper& right, float* rightSamples,
-                              u32 numFrames) {
+NoiseShaper::Section<dsp::Double2> NoiseShaper::JoinSections(const Section<double>& left,
+                                                             const Section<double>& right) {
     Section<dsp::Double2> both;
     for (u32 i = 0; i <= order; ++i) {
-        both.numerator[i] = dsp::Lanes(left.response.numerator[i], right.response.numerator[i]);
-        both.denominator[i] = dsp::Lanes(left.response.denominator[i], right.response.denominator[i]);
+        both.numerator[i] = dsp::Lanes(left.numerator[i], right.numerator[i]);
+        both.denominator[i] = dsp::Lanes(left.denominator[i], right.denominator[i]);
     }
     for (u32 i = 0; i < order; ++i) {
-        both.pastInputs[i] = dsp::Lanes(left.response.pastInputs[i], right.response.pastInputs[i]);
-        both.pastOutputs[i] = dsp::Lanes(left.response.pastOutputs[i], right.response.pastOutputs[i]);
+        both.pastInputs[i] = dsp::Lanes(left.pastInputs[i], right.pastInputs[i]);
+        both.pastOutputs[i] = dsp::Lanes(left.pastOutputs[i], right.pastOutputs[i]);
     }
-    dsp::BiquadPair section = Join(left.highPass, right.highPass);
-    Run(dsp::PairInput{leftSamples, rightSamples}, dsp::PairOutput{leftSamples, rightSamples}, numFrames,
-        both, section);
-    for (u32 i = 0; i < order; ++i) {
-        dsp::SplitLanes(both.pastInputs[i], left.response.pastInputs[i], right.response.pastInputs[i]);
-        dsp::SplitLanes(both.pastOutputs[i], left.response.pastOutputs[i], right.response.pastOutputs[i]);
-    }
-    SplitState(section, left.highPass, right.highPass);
+    return both;
 }
+
+void NoiseShaper::SplitSection(const Section<dsp::Double2>& pair, Section<double>& left,
+                               Section<double>& right) {
+    for (u32 i = 0; i < order; ++i) {
+        dsp::SplitLanes(pair.pastInputs[i], left.pastInputs[i], right.pastInputs[i]);
+        dsp::SplitLanes(pair.pastOutputs[i], left.pastOutputs[i], right.pastOutputs[i]);
+    }
+}
+
+template <class... Channels>
+void NoiseShaper::RunTogether(u32 numFrames, const Channels&... channels) {
+    auto shape = JoinSections(channels.shaper.response...);
+    auto section = dsp::Join(channels.shaper.highPass...);
+    dsp::ForEachFrame(
+        dsp::ReadFrom(static_cast<const float*>(channels.samples)...), dsp::WriteTo(channels.samples...),
+        numFrames, [&](auto x) { return shape.Tick(x); }, [&](auto x) { return section.Tick(x); });
+    SplitSection(shape, channels.shaper.response...);
+    dsp::SplitState(section, channels.shaper.highPass...);
+}
+
+void NoiseShaper::Run(u32 numFrames, Channel channel) { RunTogether(numFrames, channel); }
+
+void NoiseShaper::Run(u32 numFrames, Channel left, Channel right) { RunTogether(numFrames, left, right); }
 
 } // namespace Velmora::Processor

@@ -15,11 +15,14 @@ class NoiseShaper {
 public:
     void Prepare(double sampleRate);
     void Reset();
-    /// In place.
-    void Process(float* samples, u32 numFrames);
-    /// Both channels of a stereo core at once: the same samples as from two calls of Process.
-    static void ProcessPair(NoiseShaper& left, float* leftSamples, NoiseShaper& right, float* rightSamples,
-                            u32 numFrames);
+    /// A shaper with its block, which it changes in place.
+    struct Channel {
+        NoiseShaper& shaper;
+        float* samples;
+    };
+    static void Run(u32 numFrames, Channel channel);
+    /// Both channels of a stereo core at once: the same samples as one after the other.
+    static void Run(u32 numFrames, Channel left, Channel right);
 
 private:
     static constexpr u32 order = 5;
@@ -36,9 +39,14 @@ private:
         T Tick(T x);
     };
 
-    template <class T, class Input, class Output>
-    static void Run(Input input, Output output, u32 numFrames, Section<T>& response,
-                    dsp::BasicBiquadSection<T>& highPass);
+    static Section<double> JoinSections(const Section<double>& alone) { return alone; }
+    static Section<dsp::Double2> JoinSections(const Section<double>& left, const Section<double>& right);
+    static void SplitSection(const Section<double>& from, Section<double>& section) { section = from; }
+    static void SplitSection(const Section<dsp::Double2>& pair, Section<double>& left,
+                             Section<double>& right);
+
+    template <class... Channels>
+    static void RunTogether(u32 numFrames, const Channels&... channels);
 
     Section<double> response;
     dsp::BiquadSection highPass;

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "vocoder/core/banks/ParallelCascadedBiquadsSIMD.h"
+#include "vocoder/core/banks/ParallelCascadedBiquads.h"
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/CornerLimit.h"
 #include "dsp/math/IntactState.h"
-#include "vocoder/core/kernels/LaneTile.h"
 
 #include <algorithm>
 #include <cmath>
@@ -13,69 +13,46 @@ namespace Velmora::Processor {
 
 namespace {
 
-using Biquads = ParallelCascadedBiquadsSIMD<16, 2>;
+using Biquads = ParallelCascadedBiquads;
 
 constexpr float twoPi = 6.2831855F;
 
-dsp::ModuleParam Declare(u32 group, const std::string& prefix) {
-    switch (group) {
+dsp::ParameterDeclaration DeclareOne(u32 parameter, const std::string& prefix) {
+    switch (parameter) {
     case Biquads::Type:
-        return dsp::ModuleParam::Stepped(prefix + "_Type", 2, 0.0F, 1.0F);
+        return dsp::Declare::Choice(prefix + "_Type", 2);
     case Biquads::Frequency:
-        return dsp::ModuleParam::Mapped(prefix + "_Fc", 1, 1.0F, 24000.0F, 1.0F);
+        return dsp::Declare::Linear(prefix + "_Fc", 1.0F, 24000.0F);
     case Biquads::Quality:
-        return dsp::ModuleParam::Mapped(prefix + "_Q", 1, 0.0F, 50.0F, 1.0F);
+        return dsp::Declare::Linear(prefix + "_Q", 0.0F, 50.0F);
     default:
-        return dsp::ModuleParam::Mapped(prefix + "_H", 1, -10.0F, 10.0F, 1.0F);
+        return dsp::Declare::Linear(prefix + "_H", -10.0F, 10.0F);
     }
 }
 
 std::vector<dsp::ModuleParam> DeclareAll() {
     std::vector<dsp::ModuleParam> records;
     records.reserve(Biquads::parameterCount);
-    for (u32 group = 0; group < 4; ++group) {
+    for (u32 parameter = 0; parameter < Biquads::ParametersPerStage; ++parameter) {
         for (u32 channel = 1; channel <= bandCount; ++channel) {
             for (u32 stage = 1; stage <= stageCount; ++stage) {
-                records.push_back(Declare(group, "Biquad_Channel" + std::to_string(channel) + "_Stage" +
-                                                     std::to_string(stage)));
+                records.push_back(DeclareOne(parameter, "Biquad_Channel" + std::to_string(channel) +
+                                                            "_Stage" + std::to_string(stage))
+                                      .Record());
             }
         }
     }
     return records;
 }
 
-bool AllEqual(const float* const* inputs) {
-    return std::all_of(inputs, inputs + bandCount,
-                       [first = inputs[0]](const float* p) { return p == first; });
-}
-
 } // namespace
 
-Biquads::ParallelCascadedBiquadsSIMD(std::string moduleName)
+Biquads::ParallelCascadedBiquads(std::string moduleName)
     : UnitModule(std::move(moduleName), bandCount, bandCount, DeclareAll()) {}
 
-void Biquads::SetBothStages(Group group, u32 channel, float value) {
-    SetParameterValue(ParameterId(group, channel, 1), value);
-    SetParameterValue(ParameterId(group, channel, 2), value);
-}
-
-void Biquads::SetBandTypes() {
-    SetBothStages(Type, 1, LowPass);
-    SetBothStages(Quality, 1, BandPlan::lowPassQ);
-    SetBothStages(Gain, 1, BandPlan::lowPassGain);
-    for (u32 channel = 2; channel <= bandCount; ++channel) {
-        SetBothStages(Type, channel, BandPass);
-        SetBothStages(Gain, channel, BandPlan::bandPassGain);
-    }
-}
-
-void Biquads::SetFrequencies(const BandPlan& plan) {
-    SetBothStages(Frequency, 1, plan.lowPassHz);
-    for (u32 channel = 2; channel <= bandCount; ++channel) {
-        SetBothStages(Quality, channel, plan.bandPassQ);
-        SetParameterValue(ParameterId(Frequency, channel, 1), plan.stage1Hz[channel - 2]);
-        SetParameterValue(ParameterId(Frequency, channel, 2), plan.stage2Hz[channel - 2]);
-    }
+void Biquads::SetBothStages(Parameter parameter, u32 channel, float value) {
+    SetParameterValue(ParameterId(parameter, channel, 1), value);
+    SetParameterValue(ParameterId(parameter, channel, 2), value);
 }
 
 void Biquads::OnInitialize(float newSampleRate, u32 /*maxBlockSize*/) { sampleRate = newSampleRate; }
@@ -141,16 +118,10 @@ void Biquads::UpdateStage(u32 channel, u32 stage) {
 }
 
 bool Biquads::Process(dsp::ProcessContext& context) {
-    const bool oneInput = AllEqual(context.inputs);
     LaneTile tile;
     for (u32 offset = 0; offset < context.numFrames; offset += LaneTile::maxFrames) {
         const u32 frames = std::min(LaneTile::maxFrames, context.numFrames - offset);
-        if (oneInput) {
-            FilterTile(context.inputs[0] + offset, frames, tile);
-        } else {
-            kernels->gatherBands(context.inputs, offset, frames, tile);
-            kernels->runBank(lanes, tile.Data(), frames);
-        }
+        FilterTile(context.inputs[0] + offset, frames, tile);
         kernels->scatterBands(tile, frames, context.outputs, offset);
     }
     HealLanes();

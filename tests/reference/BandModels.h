@@ -1,0 +1,122 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "reference/Sections.h"
+#include "reference/SmootherModel.h"
+#include "reference/VocoderParameters.h"
+
+#include <array>
+
+/// What exists once for each of the sixteen bands.
+namespace orphia_reference {
+
+using BandValues = std::array<double, bandCount>;
+
+/// Sixteen independent pairs of biquads, each biquad with a plain gain.
+struct FilterBankModel {
+    std::array<std::array<Biquad, 2>, bandCount> sections;
+    BandValues stageGains{};
+
+    /// A low-pass and fifteen third-octave band-passes, the two stages of which are spread around the centre.
+    /// Replaces the coefficients and keeps the state. At 0 and 0 the plan of the analysis side.
+    void Design(double shift, double width, double sampleRate) {
+        constexpr double thirdOctave = 1.2599211;
+        double lower = shift * 69.0 + 159.0;
+        const double spread = std::pow(thirdOctave, 0.4) * (width * 0.07 + 1.0);
+        for (Biquad& section : sections[0]) {
+            section.Design(Shape::LowPass, twoPi * lower * std::sqrt(thirdOctave) * 1.0733894, 0.5 / 0.7416,
+                           sampleRate);
+        }
+        stageGains.fill(-1.7857);
+        stageGains[0] = 1.0;
+        const double damping = 0.5 * (spread - 1.0 / spread) / 1.4;
+        for (std::size_t band = 1; band < bandCount; ++band, lower *= thirdOctave) {
+            const double centre = twoPi * lower * std::sqrt(thirdOctave);
+            sections[band][0].Design(Shape::BandPass, centre / spread, damping, sampleRate);
+            sections[band][1].Design(Shape::BandPass, centre * spread, damping, sampleRate);
+        }
+    }
+    double StepBand(std::size_t band, double x) {
+        return sections[band][1].Step(sections[band][0].Step(x, stageGains[band]), stageGains[band]);
+    }
+};
+
+/// The synthesis bank with its own notion of when shift and width take effect.
+struct SynthesizerBankModel {
+    FilterBankModel bank;
+    SmootherModel shiftSmoother;
+    double lastShift;
+    double lastWidth;
+    double rate;
+
+    SynthesizerBankModel(double shift, double width, double sampleRate, double maxBlockSize)
+        : lastShift(shift), lastWidth(width), rate(sampleRate) {
+        shiftSmoother.Prepare(0.015, sampleRate, maxBlockSize);
+        shiftSmoother.Set(shift);
+        bank.Design(shift, width, sampleRate);
+    }
+    /// The shift moves only on blocks that bring a change or a modulation, one step each, so a single change
+    /// gets one step of the way and stays there.
+    void BeginBlock(double shift, double width, bool modulated) {
+        if (shift != lastShift || width != lastWidth || modulated) {
+            lastShift = shift;
+            lastWidth = width;
+            shiftSmoother.SetTarget(shift);
+            bank.Design(shiftSmoother.Next(), width, rate);
+        }
+    }
+    double Step(const BandValues& bands) {
+        double sum = 0.0;
+        for (std::size_t band = 0; band < bands.size(); ++band) {
+            sum += bank.StepBand(band, bands[band]);
+        }
+        return sum;
+    }
+};
+
+/// Band follower: rectifier with unlike halves, filters, scale and clip, attack and release.
+struct RectifierFollowerModel {
+    struct Output {
+        double envelope; ///< after attack and release
+        double direct;   ///< before it
+    };
+    double gainPositive, gainNegative, bias, currentToVoltage;
+    OnePole onePole;
+    Biquad biquad;
+    AttackReleaseModel follower;
+    double rate;
+
+    RectifierFollowerModel(bool lowestBand, double sampleRate) : rate(sampleRate) {
+        gainPositive = lowestBand ? -2.501e-05 : -4.988e-05;
+        gainNegative = lowestBand ? 2.481e-05 : 4.994e-05;
+        currentToVoltage = lowestBand ? 40200.0 : 20000.0;
+        onePole.Design(Shape::LowPass, lowestBand ? 56.535503 : 249.99998, rate);
+        bias = (onePole.a1 + 1.0) * (lowestBand ? 0.000999001 : 0.00049875112) * -15.0;
+        biquad.Design(Shape::LowPass, lowestBand ? 48.621662 : 306.4545, lowestBand ? 0.6855655 : 0.6741998,
+                      rate);
+    }
+    void SetTimes(double attackSeconds, double releaseSeconds) {
+        follower.Prepare(attackSeconds, releaseSeconds, rate);
+    }
+    Output Step(double x) {
+        const double u = x > 0.0 ? x * gainPositive : x * gainNegative;
+        const double sum = (u * onePole.b0 + onePole.b1 * onePole.x1) * currentToVoltage;
+        onePole.x1 = u;
+        onePole.y1 = bias - (sum + onePole.a1 * onePole.y1);
+        const double direct = std::max(biquad.Step(onePole.y1), 0.0) * 0.0001327;
+        return {follower.Step(direct), direct};
+    }
+};
+
+/// One band's amplifier. The saturation sits on the buses, the controls act after it; neighbouring bands,
+/// counted from 0, have opposite polarity.
+inline double VcaModel(std::size_t band, double carrier, double noise, double firstControl,
+                       double secondControl) {
+    const auto saturate = [s = (band % 2 == 0 ? -1.0 : 1.0) * 0.02296043 * 12.5](double bus) {
+        const double v = s * bus;
+        return std::clamp((v * v + 27.0) * v / (v * v * 9.0 + 27.0), -1.0, 1.0);
+    };
+    return (saturate(noise) * secondControl + saturate(carrier) * firstControl) * 100000.0;
+}
+
+} // namespace orphia_reference

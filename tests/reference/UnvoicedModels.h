@@ -1,0 +1,212 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "reference/Sections.h"
+#include "reference/SmootherModel.h"
+#include "reference/VocoderParameters.h"
+
+#include <array>
+#include <cstdint>
+#include <functional>
+
+/// The decision, the noise, the gates and the path of the high frequencies.
+namespace orphia_reference {
+
+/// The voiced/unvoiced comparator: energy above against energy below about 1.85 kHz.
+struct DiscriminatorModel {
+    struct Envelope {
+        Biquad crossover;
+        double gain;
+        OnePole onePole;
+        Biquad biquad;
+
+        double Step(double x) {
+            const double band = crossover.Step(x) * gain;
+            const double u = band > 0.0 ? band * -4.988e-05 : band * 4.994e-05;
+            return biquad.Step(onePole.Step(u, -20000.0));
+        }
+    };
+    Envelope high, low;
+    double trim = 0.0;
+
+    explicit DiscriminatorModel(double rate)
+        : high{Biquad::OfQ(Shape::HighPass, 1860.4652, 0.72008, rate),
+               2.0,
+               {Shape::LowPass, 249.99998, rate},
+               {Shape::LowPass, 636.4909, 0.7141428, rate}},
+          low(high) {
+        low.crossover = Biquad::OfQ(Shape::LowPass, 1833.142, 0.73082, rate);
+        low.gain = 1.5909;
+    }
+    void BeginBlock(double v) { trim = (0.070484 - v * 0.140968) / (v * 0.047232 * (v - 1.0) - 1.0); }
+    /// The hiss control: +15 voiced, -15 unvoiced. The buzz control is its negation.
+    double Step(double x) {
+        const double difference = low.Step(x) + trim - high.Step(x);
+        return difference <= -0.0001 ? -15.0 : 15.0;
+    }
+};
+
+/// Mixes the gated carrier and the gated noise onto the two buses.
+struct BalanceModel {
+    struct Buses {
+        double carrier;
+        double noise;
+    };
+    OnePole carrierHighPass, noiseHighPass;
+    GlideModel glide;
+    bool mixed = false;
+
+    explicit BalanceModel(double rate)
+        : carrierHighPass(Shape::HighPass, 49.998447, rate), noiseHighPass(carrierHighPass),
+          glide(0.1, rate) {}
+    void BeginBlock(double balance, bool noiseMix) {
+        glide.BeginBlock(balance);
+        mixed = noiseMix;
+    }
+    Buses Step(double carrier, double noise) {
+        const double b = glide.Next();
+        const double y = carrierHighPass.Step(std::clamp(2.0 * b, 0.0, 1.0) * carrier);
+        const double z = noiseHighPass.Step(std::clamp(2.0 * (1.0 - b), 0.0, 1.0) * noise);
+        return mixed ? Buses{y + z, 0.0} : Buses{y, z};
+    }
+};
+
+/// The slow gate: a current set by the control, two one-pole filters that act as one state with two time
+/// constants, and a soft limiter on the signal.
+struct GateModel {
+    double inputGain, outputGain, rate;
+    OnePole attack, release;
+    double gate = 0.0; ///< current through the gate after the last sample
+
+    GateModel(double pot, double preGain, double postGain, double sampleRate)
+        : inputGain(-470.0 / (pot * 100000.0 + 30470.0) * preGain), outputGain(postGain), rate(sampleRate) {}
+    static GateModel ForBus(double sampleRate) { return {0.05178, 12.019231, 20000.0, sampleRate}; }
+    static GateModel ForHfChannel(double sampleRate) { return {0.087402, 10.438414, 39000.0, sampleRate}; }
+
+    void SetCorners(double attackHz, double releaseHz) {
+        attack.Design(Shape::LowPass, 0.5 * twoPi * attackHz, rate);
+        release.Design(Shape::LowPass, 0.5 * twoPi * releaseHz, rate);
+    }
+    double Step(double signal, double control) {
+        if (control > 0.0) {
+            gate = release.b1 * release.x1 - release.a1 * release.y1;
+            release.x1 = 0.0;
+            // As if the attack filter had rested at this value.
+            attack.x1 = (attack.a1 * gate + gate) / attack.b1;
+        } else {
+            const double i = Current(control);
+            gate = attack.b1 * attack.x1 + attack.b0 * i - attack.a1 * attack.y1;
+            attack.x1 = i;
+            // As if the release filter had arrived at the same value by itself.
+            release.x1 = (gate - release.b0 * i + release.a1 * gate) / release.b1;
+        }
+        attack.y1 = release.y1 = gate;
+        return Limiter(inputGain * signal) * gate * outputGain;
+    }
+    static double Current(double c) {
+        if (c < -1.7626) {
+            return -2.22997e-05 - c * 2.28312e-05;
+        }
+        return c < -0.679963 ? ((c * 8.80099e-06 + 4.27897e-05) * c + 4.59834e-05) * c + 1.42501e-05 : 0.0;
+    }
+    static double Limiter(double v) {
+        const double m = std::abs(v);
+        double y = (m - 1.5091578) / (m - 1.4908422);
+        if (m <= 1.0) {
+            y = m - (m * 0.10321397 + 0.13519187) * m * m;
+        } else if (m <= 2.0) {
+            y = ((m * 0.08575832 - 0.5605742) * m + 1.2838478) * m - 0.04743774;
+        }
+        return std::copysign(y, v);
+    }
+};
+
+/// The path of the highest frequencies: two high-passes, a gate, a third high-pass, a low-pass.
+struct HfChannelModel {
+    GateModel gate;
+    Biquad highPass1, highPass2, highPass3, lowPass;
+    SmootherModel level;
+    HfSettings settings;
+
+    /// The level is there at once.
+    HfChannelModel(const HfSettings& initial, double rate)
+        : gate(GateModel::ForHfChannel(rate)),
+          highPass1(Biquad::OfQ(Shape::HighPass, 5028.5923, 0.7102, rate)), highPass2(highPass1),
+          highPass3(highPass1), lowPass(Biquad::OfQ(Shape::LowPass, 15005.0, 0.70711, rate)) {
+        level.Prepare(0.1, rate);
+        level.Set(initial.level);
+    }
+    void BeginBlock(const HfSettings& newSettings, double gateAttackHz, double gateReleaseHz) {
+        settings = newSettings;
+        level.SetTarget(settings.level);
+        gate.SetCorners(gateAttackHz, gateReleaseHz);
+    }
+    double Step(double program, double hissControl) {
+        const double highPassed = highPass2.Step(highPass1.Step(program, level.Next())) * 0.8912;
+        const double gated = gate.Step(highPassed, settings.mode == 0 ? hissControl : -15.0);
+        return lowPass.Step(highPass3.Step(gated, settings.highPassGain));
+    }
+};
+
+/// White noise from a 32-bit xorshift, bit for bit.
+struct WhiteNoiseModel {
+    std::uint32_t state = 1;
+
+    double Next() {
+        state ^= state << 13;
+        state ^= state >> 17;
+        state ^= state << 5;
+        const float sample = 2.0F * (static_cast<float>(state) * 2.3283064e-10F) - 1.0F;
+        return static_cast<double>(std::clamp(sample, -1.0F, 1.0F));
+    }
+};
+
+/// The fifth-order circuit that shapes the noise, and a high-pass at 2300 Hz.
+struct NoiseShapingModel {
+    /// By rising power of s, or of the delay.
+    using Polynomial = std::array<double, 6>;
+    static constexpr Polynomial analogueNumerator{-0.006567142,  0.00012259114, -1.7005057e-06,
+                                                  1.2277966e-13, 5.9999225e-19, -3.4062336e-25};
+    static constexpr Polynomial analogueDenominator{1.0,           0.0027577083,  1.7417563e-06,
+                                                    5.2809288e-11, 4.2178053e-16, 1.7793773e-22};
+    static constexpr double gain = 11.092;
+
+    double rate;
+    Polynomial numerator, denominator, inputs{}, outputs{};
+    Biquad highPass;
+
+    explicit NoiseShapingModel(double sampleRate)
+        : rate(sampleRate), numerator(BilinearImage(analogueNumerator)),
+          denominator(BilinearImage(analogueDenominator)),
+          highPass(Shape::HighPass, 14451.326, 0.70710355, sampleRate) {}
+
+    /// Sum over k of p[k] (2 rate (1 - z^-1))^k (1 + z^-1)^(5 - k).
+    Polynomial BilinearImage(const Polynomial& p) const {
+        Polynomial result{};
+        for (std::size_t k = 0; k < p.size(); ++k) {
+            Polynomial term{p[k] * std::pow(2.0 * rate, static_cast<double>(k))};
+            for (std::size_t factor = 0; factor + 1 < p.size(); ++factor) {
+                for (std::size_t i = p.size(); --i > 0;) {
+                    term[i] += (factor < k ? -1.0 : 1.0) * term[i - 1];
+                }
+            }
+            std::transform(term.begin(), term.end(), result.begin(), result.begin(), std::plus<>());
+        }
+        return result;
+    }
+    double Step(double x) {
+        const auto push = [](Polynomial& history, double value) {
+            std::copy_backward(history.begin(), history.end() - 1, history.end());
+            history[0] = value;
+        };
+        push(inputs, x);
+        double sum = 0.0;
+        for (std::size_t i = 0; i < inputs.size(); ++i) {
+            sum += gain * numerator[i] * inputs[i] - (i > 0 ? denominator[i] * outputs[i - 1] : 0.0);
+        }
+        push(outputs, sum / denominator[0]);
+        return highPass.Step(outputs[0]);
+    }
+};
+
+} // namespace orphia_reference
