@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/oscillators/NoiseGenerator.h"
 
-#include "reference/NoiseModel.h"
+#include "reference/UnvoicedModels.h"
 #include "rigs/ModuleRig.h"
 
 #include <gtest/gtest.h>
