@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <new>
@@ -34,6 +35,14 @@ int Fail(std::string message, int status) {
     return status;
 }
 
+int FailWith(const std::exception& error) {
+    if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) {
+        return Fail("out of memory", fileStatus);
+    }
+    const bool isUsage = dynamic_cast<const host::UsageError*>(&error) != nullptr;
+    return Fail(error.what(), isUsage ? usageStatus : fileStatus);
+}
+
 int RunChosen(const std::vector<std::unique_ptr<tools::Command>>& commands) {
     try {
         for (const auto& command : commands) {
@@ -46,15 +55,9 @@ int RunChosen(const std::vector<std::unique_ptr<tools::Command>>& commands) {
                                             : Fail("the standard output cannot be written", fileStatus);
         }
         return 0;
-    } catch (const tools::Stopped&) {
-        return signalStatus + tools::StopSignal();
-    } catch (const host::UsageError& error) {
-        return Fail(error.what(), usageStatus);
-    } catch (const std::bad_alloc&) {
-        return Fail("out of memory", fileStatus);
     } catch (const std::exception& error) {
-        // Printing into a closed pipe: the signal says it all.
-        return tools::StopSignal() != 0 ? signalStatus + tools::StopSignal() : Fail(error.what(), fileStatus);
+        // A read that was interrupted, or printing into a closed pipe: the signal says it all.
+        return tools::StopSignal() != 0 ? signalStatus + tools::StopSignal() : FailWith(error);
     }
 }
 
@@ -75,7 +78,8 @@ int main(int argc, char** argv) {
     commands.push_back(std::make_unique<tools::InfoCommand>(app));
     const auto isNamed = [argv](const CLI::App* command) { return command->check_name(argv[1]); };
     if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isNamed).empty()) {
-        return Fail(fmt::format("unknown command '{}'; see orphia --help", argv[1]), usageStatus);
+        return Fail(fmt::format("unknown command '{}'; see orphia --help", host::Excerpt(argv[1])),
+                    usageStatus);
     }
     try {
         app.parse(argc, argv);
@@ -83,7 +87,8 @@ int main(int argc, char** argv) {
         if (error.get_exit_code() == 0) {
             return app.exit(error); // prints help or version
         }
-        return Fail(std::string(error.what()) + "; see orphia --help", usageStatus);
+        constexpr std::size_t mostShown = 400; // of a value that is repeated
+        return Fail(std::string(error.what()).substr(0, mostShown) + "; see orphia --help", usageStatus);
     }
     return RunChosen(commands);
 }

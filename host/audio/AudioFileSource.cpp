@@ -6,7 +6,9 @@
 #include <fmt/format.h>
 #include <sndfile.h>
 
+#include <cerrno>
 #include <cmath>
+#include <cstdio>
 #include <system_error>
 #include <utility>
 
@@ -16,9 +18,20 @@ struct AudioFileSource::File {
     SF_INFO info{};
     SNDFILE* handle = nullptr;
 
+    /// What a pipe gave; it goes when it is closed.
+    std::FILE* copy = nullptr;
+
     explicit File(const std::filesystem::path& path)
         : handle(sf_open(path.string().c_str(), SFM_READ, &info)) {}
-    ~File() { sf_close(handle); }
+    explicit File(std::FILE* pipe) : copy(pipe) {
+        handle = sf_open_fd(fileno(copy), SFM_READ, &info, SF_FALSE);
+    }
+    ~File() {
+        sf_close(handle);
+        if (copy != nullptr) {
+            std::fclose(copy);
+        }
+    }
     File(const File&) = delete;
     File& operator=(const File&) = delete;
 };
@@ -39,9 +52,33 @@ void CheckReadable(const std::filesystem::path& path) {
     if (std::filesystem::is_directory(status)) {
         Refuse(path, "is a directory");
     }
+    if (!std::filesystem::is_regular_file(status) && !std::filesystem::is_fifo(status)) {
+        Refuse(path, "is neither a file nor a pipe");
+    }
     if (std::filesystem::is_regular_file(status) && std::filesystem::file_size(path, error) == 0) {
         Refuse(path, "is empty");
     }
+}
+
+/// All of a pipe, in a file without a name. A signal ends the wait, as it would not inside the sound library.
+std::FILE* CopyOfPipe(const std::filesystem::path& path) {
+    using Handle = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+    constexpr std::size_t mostChunks = 65536; // 4 GB
+    const Handle pipe(std::fopen(path.string().c_str(), "rb"), &std::fclose);
+    Handle copy(std::tmpfile(), &std::fclose);
+    std::vector<char> chunk(65536);
+    std::size_t count = chunk.size();
+    for (std::size_t n = 0; pipe && copy && count == chunk.size() && n < mostChunks; ++n) {
+        count = std::fread(chunk.data(), 1, chunk.size(), pipe.get());
+        if (std::fwrite(chunk.data(), 1, count, copy.get()) != count) {
+            copy.reset();
+        }
+    }
+    if (!pipe || !copy || std::ferror(pipe.get()) != 0 || std::fflush(copy.get()) != 0) {
+        Refuse(path, "cannot be read: " + std::generic_category().message(errno));
+    }
+    std::rewind(copy.get());
+    return copy.release();
 }
 
 } // namespace
@@ -49,7 +86,9 @@ void CheckReadable(const std::filesystem::path& path) {
 AudioFileSource::AudioFileSource(std::filesystem::path filePath, Playback filePlayback)
     : path(std::move(filePath)), playback(filePlayback) {
     CheckReadable(path);
-    file = std::make_unique<File>(path);
+    std::error_code error;
+    file = std::filesystem::is_fifo(path, error) ? std::make_unique<File>(CopyOfPipe(path))
+                                                 : std::make_unique<File>(path);
     if (file->handle == nullptr) {
         Refuse(path, fmt::format("cannot be read as audio: {}", sf_strerror(nullptr)));
     }

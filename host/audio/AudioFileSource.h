@@ -10,7 +10,8 @@
 namespace orphia::host {
 
 /// A sound file, in any format that libsndfile reads. A mono file sounds on both sides; more than two
-/// channels are refused, as it is not known which of them matter.
+/// channels are refused, as it is not known which of them matter. A pipe is read to its end first; a signal
+/// whose handler interrupts system calls ends the wait.
 class AudioFileSource final : public AudioSource {
 public:
     enum class Playback {
@@ -22,7 +23,8 @@ public:
     static constexpr int minimumSampleRate = 2000;
     static constexpr int maximumSampleRate = 768000;
 
-    /// Throws FileError: no such file, a directory, no audio, no frames, too many channels, an odd rate.
+    /// Throws FileError: no such file, a directory or device, no audio, no frames, too many channels, an odd
+    /// rate.
     explicit AudioFileSource(std::filesystem::path path, Playback playback = Playback::Once);
     ~AudioFileSource() override;
 

@@ -7,22 +7,73 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <fstream>
 #include <limits>
 #include <string>
+#include <system_error>
 #include <utility>
 
 namespace orphia::host {
 
+/// The bytes go through a stream of our own: the library does not tell of all writes that fail, least of
+/// those when it closes the file.
 struct AudioFileWriter::File {
+    std::fstream stream;
+    sf_count_t length = 0;
+    /// Of the first write that failed, as of errno; 0 while all went well.
+    int fault = 0;
     SF_INFO info;
     SNDFILE* handle;
 
     File(const std::filesystem::path& path, const SF_INFO& wanted)
-        : info(wanted), handle(sf_open(path.string().c_str(), SFM_WRITE, &info)) {}
+        : stream(path, std::ios::binary | std::ios::in | std::ios::out), info(wanted) {
+        SF_VIRTUAL_IO access{&Length, &Seek, &Read, &WriteBytes, &Tell};
+        handle = sf_open_virtual(&access, SFM_WRITE, &info, this);
+    }
     ~File() { sf_close(handle); }
     File(const File&) = delete;
     File& operator=(const File&) = delete;
+
+    /// What the library still holds, too. Returns a reason, or 0.
+    int Close() {
+        sf_close(std::exchange(handle, nullptr));
+        Note(stream.is_open());
+        errno = 0;
+        stream.close();
+        Note(!stream.fail());
+        return fault;
+    }
+
+private:
+    void Note(bool isWell) {
+        if (!isWell && fault == 0) {
+            fault = errno != 0 ? errno : EIO;
+        }
+    }
+    sf_count_t Here() { return static_cast<sf_count_t>(static_cast<std::streamoff>(stream.tellp())); }
+
+    static File& Self(void* file) { return *static_cast<File*>(file); }
+    static sf_count_t Length(void* file) { return Self(file).length; }
+    static sf_count_t Tell(void* file) { return Self(file).Here(); }
+    static sf_count_t Seek(sf_count_t offset, int whence, void* file) {
+        const auto direction = whence == SEEK_SET   ? std::ios::beg
+                               : whence == SEEK_CUR ? std::ios::cur
+                                                    : std::ios::end;
+        errno = 0;
+        Self(file).Note(!Self(file).stream.seekp(offset, direction).fail());
+        return Tell(file);
+    }
+    static sf_count_t Read(void* /*bytes*/, sf_count_t /*count*/, void* /*file*/) { return 0; }
+    static sf_count_t WriteBytes(const void* bytes, sf_count_t count, void* file) {
+        File& self = Self(file);
+        errno = 0;
+        self.stream.write(static_cast<const char*>(bytes), count);
+        self.Note(!self.stream.fail());
+        self.length = std::max(self.length, self.fault == 0 ? self.Here() : 0);
+        return self.fault == 0 ? count : 0;
+    }
 };
 
 namespace {
@@ -127,16 +178,20 @@ void AudioFileWriter::Write(std::span<const float> samples) {
     }
     const auto frames = static_cast<sf_count_t>(samples.size() / channelCount);
     if (sf_writef_float(file->handle, samples.data(), frames) != frames) {
-        throw FileError(
-            fmt::format("{}: cannot be written: {}", pending.Target().string(), sf_strerror(file->handle)));
+        throw FileError(fmt::format("{}: cannot be written: {}", pending.Target().string(),
+                                    file->fault != 0 ? std::generic_category().message(file->fault)
+                                                     : sf_strerror(file->handle)));
     }
 }
 
 void AudioFileWriter::Finish() {
-    const int error = sf_close(std::exchange(file->handle, nullptr));
-    if (error != 0) {
-        throw FileError(
-            fmt::format("{}: cannot be written: {}", pending.Target().string(), sf_error_number(error)));
+    const int fault = file->Close();
+    std::error_code error;
+    const bool isWhole = fault == 0 && std::filesystem::file_size(pending.TemporaryPath(), error) ==
+                                           static_cast<std::uintmax_t>(file->length);
+    if (!isWhole) {
+        throw FileError(fmt::format("{}: cannot be written: {}", pending.Target().string(),
+                                    std::generic_category().message(fault != 0 ? fault : EIO)));
     }
     pending.Commit();
 }

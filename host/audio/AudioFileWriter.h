@@ -29,7 +29,7 @@ public:
     /// Appends interleaved frames; full scale is 1. Throws FileError.
     void Write(std::span<const float> samples);
 
-    /// Closes the file and gives it its name. Throws FileError.
+    /// Closes the file and gives it its name, if all of it has been written. Throws FileError.
     void Finish();
 
     /// Samples so far beyond full scale, cut off there; always 0 for Float32.

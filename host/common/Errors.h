@@ -2,6 +2,8 @@
 #pragma once
 
 #include <stdexcept>
+#include <string>
+#include <string_view>
 
 namespace orphia::host {
 
@@ -25,5 +27,11 @@ class EngineError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
+
+/// As much of what a user gave as a message wants to repeat.
+inline std::string Excerpt(std::string_view text) {
+    constexpr std::size_t most = 60;
+    return text.size() > most ? std::string(text.substr(0, most)) + "..." : std::string(text);
+}
 
 } // namespace orphia::host

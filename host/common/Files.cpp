@@ -7,7 +7,9 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <fstream>
+#include <memory>
 #include <random>
 #include <system_error>
 
@@ -15,8 +17,18 @@ namespace orphia::host {
 
 namespace {
 
-std::filesystem::path Resolved(const std::filesystem::path& path) {
+/// Where a chain of links leads, also when nothing is there yet: what is written appears there, and the links
+/// stay.
+std::filesystem::path Resolved(std::filesystem::path path) {
+    constexpr int longestChain = 40;
     std::error_code error;
+    for (int links = 0; links < longestChain && std::filesystem::is_symlink(path, error); ++links) {
+        const std::filesystem::path next = std::filesystem::read_symlink(path, error);
+        if (error) {
+            break;
+        }
+        path = path.parent_path() / next;
+    }
     const std::filesystem::path resolved = std::filesystem::weakly_canonical(path, error);
     return error || resolved.empty() ? path : resolved;
 }
@@ -43,19 +55,22 @@ std::string ReadWholeFile(const std::filesystem::path& path, std::uintmax_t maxS
     if (!error && size > maxSize) {
         throw FileError(fmt::format("is too large for {}", kind));
     }
-    std::ifstream file(path, std::ios::binary);
+    // Not a stream, which would go on waiting for a pipe when a signal asks the program to end.
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.string().c_str(), "rb"),
+                                                               &std::fclose);
     if (!file) {
         throw FileError("cannot be opened: " + std::generic_category().message(errno));
     }
     // A pipe has no size: it is read as far as a file may be long.
     std::string text;
     std::array<char, 4096> chunk{};
-    while (file && text.size() <= maxSize) {
-        file.read(chunk.data(), chunk.size());
-        text.append(chunk.data(), static_cast<std::size_t>(file.gcount()));
+    std::size_t count = chunk.size();
+    while (count == chunk.size() && text.size() <= maxSize) {
+        count = std::fread(chunk.data(), 1, chunk.size(), file.get());
+        text.append(chunk.data(), count);
     }
-    if (file.bad()) {
-        throw FileError("cannot be read");
+    if (std::ferror(file.get()) != 0) {
+        throw FileError("cannot be read: " + std::generic_category().message(errno));
     }
     if (text.size() > maxSize) {
         throw FileError(fmt::format("is too large for {}", kind));

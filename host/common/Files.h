@@ -9,7 +9,8 @@
 namespace orphia::host {
 
 /// All bytes of a file. Throws FileError, without the file's name, for what cannot be read, and for a file
-/// of more than maxSize bytes: it "is too large for" a `kind`, such as "a preset".
+/// of more than maxSize bytes: it "is too large for" a `kind`, such as "a preset". A pipe is read to its end;
+/// a signal whose handler interrupts system calls ends the wait.
 std::string ReadWholeFile(const std::filesystem::path& path, std::uintmax_t maxSize, std::string_view kind);
 
 /// A file that appears whole or not at all: it is written under another name in the same folder, and takes
@@ -17,7 +18,8 @@ std::string ReadWholeFile(const std::filesystem::path& path, std::uintmax_t maxS
 class PendingFile {
 public:
     /// Creates the empty file under its other name. Throws FileError when that is not possible, or when
-    /// something else than a file has the target's name. A link is followed.
+    /// something else than a file has the target's name. A link is followed, also one that leads to
+    /// nothing yet.
     explicit PendingFile(const std::filesystem::path& target);
     ~PendingFile();
     PendingFile(const PendingFile&) = delete;

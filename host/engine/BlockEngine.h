@@ -15,8 +15,14 @@ class BlockEngine {
 public:
     virtual ~BlockEngine() = default;
 
-    /// The length of every block.
+    /// No engine has longer blocks, at whatever rate.
+    static constexpr std::uint32_t longestBlock = 512;
+
+    /// The length of every block, until the engine's rate is changed.
     virtual std::uint32_t FramesPerBlock() const = 0;
+
+    /// How much later than what causes it sound comes out, in frames.
+    virtual std::uint32_t LatencyFrames() const { return 0; }
 
     /// Acts at the start of the next block, in order. False when the block takes no more.
     virtual bool Send(const MidiMessage& message) ORPHIA_NONBLOCKING = 0;

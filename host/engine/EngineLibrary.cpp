@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <mutex>
 #include <system_error>
 #include <utility>
 
@@ -23,8 +22,6 @@ namespace {
 
 constexpr std::string_view libraryName = "orphia_vx";
 constexpr const char* exportName = "GetProcessorFactory";
-/// What the engine itself reads when a processor is made.
-constexpr const char* seedVariable = "ORPHIA_SEED";
 
 /// The text of a field that need not end.
 template <std::size_t Capacity>
@@ -50,34 +47,6 @@ std::filesystem::path FirstPresent(const std::vector<std::filesystem::path>& pla
     throw EngineError(fmt::format("the engine's library is not found: there is no {}; {} can name its place",
                                   fmt::join(names, " and no "), EngineLibrary::pathVariable));
 }
-
-/// Sets the seed for the processors that are made while it lives, one thread at a time.
-class SeedInForce {
-public:
-    explicit SeedInForce(std::optional<std::uint32_t> seed) : guard(Lock()), isSet(seed.has_value()) {
-        if (isSet) {
-            before = Platform::Environment(seedVariable).value_or(std::string());
-            Platform::SetEnvironment(seedVariable, fmt::format("{}", *seed));
-        }
-    }
-    ~SeedInForce() {
-        if (isSet) {
-            Platform::SetEnvironment(seedVariable, before);
-        }
-    }
-    SeedInForce(const SeedInForce&) = delete;
-    SeedInForce& operator=(const SeedInForce&) = delete;
-
-private:
-    static std::unique_lock<std::mutex> Lock() {
-        static std::mutex mutex;
-        return std::unique_lock(mutex);
-    }
-
-    std::unique_lock<std::mutex> guard;
-    bool isSet;
-    std::string before;
-};
 
 } // namespace
 
@@ -135,11 +104,16 @@ void EngineLibrary::Refuse(std::string_view reason) const {
 
 std::unique_ptr<EngineLibrary::Processor>
 EngineLibrary::CreateProcessor(std::optional<std::uint32_t> seed) const {
-    const SeedInForce seedInForce(seed);
     // From this interface version on a processor is one of that level at least.
     std::unique_ptr<Processor> processor(static_cast<Processor*>(factory->CreateProcessor()));
     if (processor == nullptr) {
         Refuse("there is no memory for a processor");
+    }
+    if (seed) {
+        const std::string text = fmt::format("seed={}", *seed);
+        auto size = static_cast<std::uint32_t>(text.size());
+        // The text of tooltips is the last parameter.
+        processor->SetParameterData(processor->GetParameterCount() - 1, text.data(), &size);
     }
     return processor;
 }

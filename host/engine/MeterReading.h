@@ -6,7 +6,7 @@
 
 namespace orphia::host {
 
-/// What the front panel of the vocoder shows, each 0 to 1.
+/// What the front panel of the vocoder shows, each 0 to 1 where nothing else is said.
 struct MeterReading {
     static constexpr std::size_t bandCount = 16;
 
@@ -18,6 +18,8 @@ struct MeterReading {
     /// The modulator's and the carrier's preamp are overloaded.
     float programOverload = 0.0F;
     float carrierOverload = 0.0F;
+    /// What the safety limiter took away, in dB from 0.
+    float limiterReduction = 0.0F;
 };
 
 } // namespace orphia::host

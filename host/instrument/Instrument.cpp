@@ -44,6 +44,18 @@ std::uint32_t Instrument::SampleRate() const { return engine->sampleRate; }
 
 std::uint32_t Instrument::FramesPerBlock() const { return engine->blockFrames; }
 
+std::uint32_t Instrument::LatencyFrames() const {
+    return engine->processor->GetExtraLatency() + (engine->limiter ? engine->limiter->LatencyFrames() : 0);
+}
+
+void Instrument::SetLimiter(bool isOn) {
+    if (!isOn) {
+        engine->limiter.reset();
+    } else if (!engine->limiter) {
+        engine->limiter.emplace(engine->sampleRate);
+    }
+}
+
 void Instrument::SetSampleRate(std::uint32_t rate) {
     CheckRate(rate);
     engine->Initialize(rate);
@@ -70,11 +82,13 @@ void Instrument::Set(std::string_view name, std::string_view text) {
 
 void Instrument::Control(std::uint32_t id, float value) {
     if (std::isfinite(value)) {
-        engine->Write(id, Catalog().ToPosition(id, value));
+        engine->Write(id, PositionOf(Catalog(), {id, ParameterSetting::Scale::Value, value}));
     }
 }
 
-float Instrument::Position(std::uint32_t id) const { return engine->Position(id); }
+float Instrument::Position(std::uint32_t id) const {
+    return id == engine->ids.hold && engine->blocksUntilHold > 0 ? 1.0F : engine->Position(id);
+}
 
 float Instrument::Value(std::uint32_t id) const { return Catalog().ToValue(id, Position(id)); }
 
@@ -102,6 +116,9 @@ void Instrument::Panic() {
     engine->ForgetNotes();
     engine->Write(engine->ids.panic, 1.0F);
     engine->Write(engine->ids.panic, 0.0F);
+    if (engine->limiter) {
+        engine->limiter->Reset();
+    }
 }
 
 void Instrument::Reset() {

@@ -36,6 +36,10 @@ struct Transport {
 /// engine, with which it is silent. What is set before the first note or block is there at once; later the
 /// engine moves to it in its own time.
 ///
+/// "Shift" and "Width" arrive within a tenth of a second, which the engine alone does not see to. A hold
+/// ("SampleHold") that is on from the start takes hold once the voice has sounded for a fifth of a second, as
+/// before there is nothing worth holding.
+///
 /// For one thread at a time. Send, Set and Value by id, Control, the notes, AllNotesOff, Panic, SetTransport,
 /// ProcessBlock and TakeMeters neither allocate nor wait nor throw and are for an audio thread; the rest is
 /// not. A faulty number in a voice, or in a setting, comes to no harm.
@@ -58,18 +62,26 @@ public:
     /// The same for all instruments.
     const ParameterCatalog& Catalog() const;
     std::uint32_t SampleRate() const;
-    /// Begins anew at another rate, with all settings and samples. Throws UsageError.
+    /// Begins anew at another rate, with all settings and samples, and with blocks of another length, which
+    /// adapters and players follow. Throws UsageError.
     void SetSampleRate(std::uint32_t sampleRate);
 
     /// About a millisecond at every rate: 44 at 44100 Hz.
     std::uint32_t FramesPerBlock() const override;
+    /// Of the limiter, and of effects that say so.
+    std::uint32_t LatencyFrames() const override;
 
-    /// A number that is not finite, an output and an id beyond the last one are ignored.
+    /// A safety limiter behind everything (SafetyLimiter.h): no true peak above -1 dBFS, no bit changed below
+    /// it, about 2 ms of latency. Off in a new instrument. Allocates, so not for an audio thread.
+    void SetLimiter(bool isOn);
+
+    /// A number that is not finite, an output and an id beyond the last one are ignored; what is out of
+    /// range is taken as its end.
     void Set(const ParameterSetting& setting) override;
     /// As a user writes them: a name or an unambiguous ending of one, and "-12 dB", "1/8", "on", "50 %".
     /// Throws UsageError.
     void Set(std::string_view name, std::string_view text);
-    /// The real value, for a wheel or pedal: it does not become part of a preset.
+    /// The real value within its range, for a wheel or pedal: it does not become part of a preset.
     void Control(std::uint32_t id, float value);
 
     /// What the engine has at present: the real value, in the parameter's unit, and the knob's position.

@@ -12,6 +12,9 @@ namespace {
 constexpr unsigned keyPressureKind = 0xA0;
 /// From nothing to full, so that a volume may jump without a click.
 constexpr float gainSeconds = 0.02F;
+/// Of sound in front of a hold: behind the first consonant. A band's meter tells what is sound.
+constexpr float secondsBeforeHold = 0.2F;
+constexpr float leastSound = 0.01F;
 
 } // namespace
 
@@ -21,6 +24,12 @@ constexpr float gainSeconds = 0.02F;
 void Instrument::Engine::Start() {
     if (!hasStarted) {
         const Velmora::dsp::DenormalGuard guard;
+        if (Position(ids.hold) > 0.5F) {
+            Write(ids.hold, 0.0F);
+            blocksUntilHold =
+                1 +
+                static_cast<std::uint32_t>(secondsBeforeHold * static_cast<float>(sampleRate)) / blockFrames;
+        }
         Run(0, 0);
         Write(ids.presetLoading, 0.0F);
         // The end of the bracket lets go of both.
@@ -30,6 +39,7 @@ void Instrument::Engine::Start() {
             Write(id, position);
         }
         gain = controls->Gain();
+        settlingBlocks = 0;
         hasStarted = true;
     }
 }
@@ -92,13 +102,18 @@ void Instrument::ProcessBlock(const float* const* voice, std::uint32_t voiceChan
     const Velmora::dsp::DenormalGuard guard;
     engine->Start();
     engine->ReleaseWaiting();
+    engine->LetShiftArrive();
     engine->LoadInput(voice, voiceChannels);
     engine->Run(engine->blockFrames, voiceChannels);
     for (std::uint32_t side = 0; side < 2; ++side) {
         std::copy_n(engine->buffers[2 + side], engine->blockFrames, output[side]);
     }
     engine->ApplyGain(output);
+    if (engine->limiter) {
+        engine->limiter->Process(output, engine->blockFrames);
+    }
     engine->CollectMeters();
+    engine->HoldOnceItSounds();
 }
 
 void Instrument::Engine::LoadInput(const float* const* voice, std::uint32_t channels) {
@@ -133,6 +148,29 @@ void Instrument::Engine::Run(std::uint32_t frames, std::uint32_t channels) {
     }
 }
 
+void Instrument::Engine::LetShiftArrive() {
+    if (settlingBlocks > 0) {
+        // A value that is equal is none that has changed.
+        const float position = Position(ids.shift);
+        processor->SetParameter(ids.shift, position > 0.5F ? 0.0F : 1.0F);
+        processor->SetParameter(ids.shift, position);
+        --settlingBlocks;
+    }
+}
+
+void Instrument::Engine::HoldOnceItSounds() {
+    if (blocksUntilHold == 0) {
+        return;
+    }
+    float loudest = 0.0F;
+    for (std::uint32_t band = 0; band < MeterReading::bandCount; ++band) {
+        loudest = std::max(loudest, Position(ids.firstBand + band));
+    }
+    if (loudest > leastSound && --blocksUntilHold == 0) {
+        Write(ids.hold, 1.0F);
+    }
+}
+
 void Instrument::Engine::ApplyGain(float* const* output) {
     const float target = controls->Gain();
     if (gain == 1.0F && target == 1.0F) {
@@ -156,6 +194,9 @@ void Instrument::Engine::CollectMeters() {
     collect(meters.carrierOverload, ids.carrierOverload);
     for (std::uint32_t band = 0; band < MeterReading::bandCount; ++band) {
         collect(meters.bands[band], ids.firstBand + band);
+    }
+    if (limiter) {
+        meters.limiterReduction = std::max(meters.limiterReduction, limiter->TakeReduction());
     }
 }
 

@@ -16,8 +16,9 @@ Instrument::Engine::Ids::Ids(const ParameterCatalog& catalog)
       pedal(catalog.Find("VST3_CtrlSustainOnOff").id), mpeEnabled(catalog.Find("MPE_Enabled").id),
       keyOctave(catalog.Find("KeyboardSampleOctave").id), pressure(catalog.Find("VST3_AfterTouch").id),
       brightness(catalog.Find("MPE_GlobalBrightness").id), firstPath(catalog.Find("Sample1_Path").id),
-      firstLoaded(catalog.Find("Sample1_Loaded").id), firstBand(catalog.Find("CVFB1").id),
-      hiss(catalog.Find("HissLED").id), buzz(catalog.Find("BuzzLED").id),
+      firstLoaded(catalog.Find("Sample1_Loaded").id), shift(catalog.Find("SynthesizerFilterBank_Shift").id),
+      width(catalog.Find("SynthesizerFilterBank_Width").id), hold(catalog.Find("PatchBay_SampleHold").id),
+      firstBand(catalog.Find("CVFB1").id), hiss(catalog.Find("HissLED").id), buzz(catalog.Find("BuzzLED").id),
       programOverload(catalog.Find("PreampOverloadLED").id),
       carrierOverload(catalog.Find("CarrierPreampOverloadLED").id) {}
 
@@ -60,11 +61,29 @@ void Instrument::Engine::Initialize(std::uint32_t rate) {
     blockFrames = processor->GetBlockSize(setup.sampleRate);
     buffers.Allocate(4, blockFrames);
     processor->Initialize(&setup);
+    if (limiter) {
+        limiter.emplace(rate);
+    }
     ForgetNotes();
     BeginLoading();
 }
 
+void Instrument::Engine::Write(std::uint32_t id, float position) {
+    // Each step goes a quarter of the way and more: behind these, what is left is below the float's own
+    // steps.
+    constexpr std::uint32_t stepsToArrive = 64;
+    processor->SetParameter(id, position);
+    if (id == ids.shift || id == ids.width) {
+        settlingBlocks = stepsToArrive;
+    } else if (id == ids.hold) {
+        blocksUntilHold = 0;
+    }
+}
+
 void Instrument::Engine::BeginLoading() {
+    if (blocksUntilHold > 0) {
+        Write(ids.hold, 1.0F);
+    }
     Write(ids.presetLoading, 1.0F);
     hasStarted = false;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/vectors/AlignedBuffer.h"
+#include "host/audio/SafetyLimiter.h"
 #include "host/instrument/Instrument.h"
 #include "host/instrument/MidiControls.h"
 #include "host/midi/HeldNotes.h"
@@ -46,6 +47,7 @@ struct Instrument::Engine {
 
         std::uint32_t panic, presetLoading, pedal, mpeEnabled, keyOctave, pressure, brightness;
         std::uint32_t firstPath, firstLoaded;
+        std::uint32_t shift, width, hold;
         std::uint32_t firstBand, hiss, buzz, programOverload, carrierOverload;
     };
 
@@ -58,7 +60,7 @@ struct Instrument::Engine {
     void CheckNames();
     void Initialize(std::uint32_t rate);
     float Position(std::uint32_t id) const;
-    void Write(std::uint32_t id, float position) { processor->SetParameter(id, position); }
+    void Write(std::uint32_t id, float position);
     /// By id; nothing for what stays as it is.
     using Positions = std::vector<std::optional<float>>;
     void Write(const Positions& positions);
@@ -73,6 +75,10 @@ struct Instrument::Engine {
     void ReleaseWaiting();
     void LoadInput(const float* const* voice, std::uint32_t channels);
     void Run(std::uint32_t frames, std::uint32_t channels);
+    /// The synthesis bank makes one step towards a new place whenever "Shift" or "Width" has changed, and
+    /// then stays: it is told until it has arrived.
+    void LetShiftArrive();
+    void HoldOnceItSounds();
     void ApplyGain(float* const* output);
     void CollectMeters();
 
@@ -102,6 +108,11 @@ struct Instrument::Engine {
     /// Bit n: the notes of channel n still have to be released.
     std::uint32_t releasing = 0;
     float gain = 1.0F;
+    std::optional<SafetyLimiter> limiter;
+    /// Blocks in which "Shift" is still on its way.
+    std::uint32_t settlingBlocks = 0;
+    /// Blocks in which the voice has to sound before a hold that was on from the start takes hold; 0 without.
+    std::uint32_t blocksUntilHold = 0;
     /// Constants that a user has set, which a preset has to know.
     std::vector<bool> isTouched;
     std::array<std::filesystem::path, sampleCount> paths;

@@ -37,6 +37,7 @@ constexpr std::uint8_t bendRangeNumber = 0;
 constexpr std::uint8_t mpeNumber = 6;
 constexpr unsigned lowerMaster = 0;
 constexpr unsigned upperMaster = 15;
+constexpr unsigned mostMembers = 15;
 
 float Position(std::uint8_t value) { return static_cast<float>(value) / 127.0F; }
 
@@ -64,9 +65,17 @@ MidiControls::MidiControls(Instrument& target) : instrument(target), ids(target.
 
 void MidiControls::Restart() {
     played = 0;
-    masters = instrument.Value(ids.mpeEnabled) > 0.5F ? 1U << lowerMaster : 0U;
+    SetZones(instrument.Value(ids.mpeEnabled) > 0.5F ? mostMembers : 0U, 0U);
     pedals = instrument.Value(ids.pedal) > 0.5F ? 1U << lowerMaster : 0U;
     channels = {};
+}
+
+void MidiControls::SetZones(unsigned lowerMembers, unsigned upperMembers) {
+    lowerCount = lowerMembers;
+    upperCount = upperMembers;
+    masters = (lowerCount > 0 ? 1U << lowerMaster : 0U) | (upperCount > 0 ? 1U << upperMaster : 0U);
+    members = ((1U << lowerCount) - 1U) << 1U;
+    members |= ((1U << upperCount) - 1U) << (upperMaster - upperCount);
 }
 
 void MidiControls::LiftPedals() {
@@ -102,15 +111,23 @@ void MidiControls::Handle(const MidiMessage& message) {
 }
 
 void MidiControls::Bend(unsigned channel, float position) {
-    instrument.Control(IsMember(channel) ? ids.memberBend[channel] : ids.bend, position);
+    if (masters == 0 || IsMaster(channel)) {
+        instrument.Control(ids.bend, position);
+        return;
+    }
+    const float share =
+        IsMember(channel) ? 1.0F : instrument.Value(ids.bendRange) / instrument.Value(ids.mpeRange);
+    instrument.Control(ids.memberBend[channel], position * share);
 }
 
 void MidiControls::Press(unsigned channel, float position) {
-    instrument.Control(IsMember(channel) ? ids.memberPressure[channel] : ids.pressure, position);
+    const bool isOfAll = masters == 0 || IsMaster(channel);
+    instrument.Control(isOfAll ? ids.pressure : ids.memberPressure[channel], position);
 }
 
 void MidiControls::Brighten(unsigned channel, float position) {
-    instrument.Control(IsMember(channel) ? ids.memberBrightness[channel] : ids.brightness, position);
+    const bool isOfAll = masters == 0 || IsMaster(channel);
+    instrument.Control(isOfAll ? ids.brightness : ids.memberBrightness[channel], position);
 }
 
 void MidiControls::HandleController(unsigned channel, std::uint8_t number, std::uint8_t value) {
@@ -198,8 +215,14 @@ void MidiControls::ConfigureMpe(unsigned channel, std::uint8_t memberCount) {
     if (channel != lowerMaster && channel != upperMaster) {
         return;
     }
-    const std::uint32_t bit = 1U << channel;
-    masters = memberCount > 0 ? masters | bit : masters & ~bit;
+    // The zone that is told last takes from the other one what both would have.
+    const unsigned count = std::min<unsigned>(memberCount, mostMembers);
+    const unsigned room = count >= mostMembers ? 0 : mostMembers - 1 - count;
+    if (channel == lowerMaster) {
+        SetZones(count, count > 0 ? std::min(upperCount, room) : upperCount);
+    } else {
+        SetZones(count > 0 ? std::min(lowerCount, room) : lowerCount, count);
+    }
     instrument.Control(ids.mpeEnabled, masters != 0 ? 1.0F : 0.0F);
     if (memberCount > 0) {
         instrument.Control(ids.mpeRange, usualRange);
@@ -217,7 +240,7 @@ void MidiControls::ResetControllers(unsigned channel) {
 }
 
 float MidiControls::Gain() const {
-    const std::uint32_t counting = masters != 0 ? masters : played;
+    const std::uint32_t counting = masters != 0 ? masters | (played & ~members) : played;
     float loudest = counting == 0 ? 1.0F : 0.0F;
     for (unsigned channel = 0; channel < channelCount; ++channel) {
         if ((counting >> channel & 1U) != 0) {

@@ -16,9 +16,11 @@ class Instrument;
 /// down while it is down on any channel.
 ///
 /// With MPE on the member channels have a bend, a pressure and a brightness (controller 74) each, and the
-/// rest comes from their master, channel 1 or 16. The MPE configuration message turns it on and off; when the
-/// settings have it on at the start, channel 1 is the master. A pedal in the settings is channel 1's. The
-/// registered parameter 0 sets the range of the bend, on a member channel that of all members.
+/// rest comes from their master, channel 1 or 16. The MPE configuration message turns it on and off and says
+/// how many members a zone has; a channel of no zone bends its own notes by the range of the instrument. When
+/// the settings have MPE on at the start, channel 1 is the master of all others. A pedal in the settings is
+/// channel 1's. The registered parameter 0 sets the range of the bend, on a member channel that of all
+/// members.
 ///
 /// Volume and expression (controllers 7 and 11) make a gain, each with the square of its value; that of the
 /// loudest channel counts.
@@ -68,7 +70,9 @@ private:
         std::array<std::uint32_t, channelCount> memberBend{}, memberPressure{}, memberBrightness{};
     };
 
-    bool IsMember(unsigned channel) const { return masters != 0 && (masters >> channel & 1U) == 0; }
+    bool IsMaster(unsigned channel) const { return (masters >> channel & 1U) != 0; }
+    bool IsMember(unsigned channel) const { return (members >> channel & 1U) != 0; }
+    void SetZones(unsigned lowerMembers, unsigned upperMembers);
     std::uint32_t PedalsAfter(const MidiMessage& message) const;
     void Bend(unsigned channel, float position);
     void Press(unsigned channel, float position);
@@ -84,6 +88,10 @@ private:
     std::uint32_t played = 0;
     /// Bit n: channel n leads a zone of MPE; 0 with MPE off.
     std::uint32_t masters = 0;
+    /// Bit n: channel n belongs to a zone without leading it.
+    std::uint32_t members = 0;
+    unsigned lowerCount = 0;
+    unsigned upperCount = 0;
     /// Bit n: the pedal of channel n is down.
     std::uint32_t pedals = 0;
     std::array<Channel, channelCount> channels{};

@@ -203,7 +203,7 @@ const ParameterInfo& ParameterCatalog::Find(std::string_view name) const {
         throw UsageError(AmbiguousMessage(name, candidates));
     }
     const std::vector<std::string> similar = Similar(name);
-    throw UsageError(fmt::format("unknown parameter '{}'", name) +
+    throw UsageError(fmt::format("unknown parameter '{}'", Excerpt(name)) +
                      (similar.empty() ? "" : fmt::format(" (similar: {})", fmt::join(similar, ", "))));
 }
 

@@ -90,11 +90,11 @@ std::string_view NameOfUnit(ParameterUnit unit) {
 
 [[noreturn]] void RefuseText(const ParameterInfo& info, std::string_view text) {
     throw UsageError(fmt::format("{}: '{}' is not a value; it takes {}, or a knob position such as 50 %",
-                                 info.name, text, FormatRange(info)));
+                                 info.name, Excerpt(text), FormatRange(info)));
 }
 
 [[noreturn]] void RefuseRange(const ParameterInfo& info, std::string_view text, std::string_view range) {
-    throw UsageError(fmt::format("{}: '{}' is outside {}", info.name, text, range));
+    throw UsageError(fmt::format("{}: '{}' is outside {}", info.name, Excerpt(text), range));
 }
 
 ParameterSetting Position(const ParameterInfo& info, std::string_view text, double number) {
@@ -137,8 +137,8 @@ ParameterSetting ValueWithUnit(const ParameterInfo& info, std::string_view text,
     }
     const auto* const fitting = std::find_if(unitNames.begin(), unitNames.end(), fits);
     if (fitting == unitNames.end()) {
-        throw UsageError(
-            fmt::format("{}: '{}' has a wrong unit; it takes {}", info.name, text, NameOfUnit(info.unit)));
+        throw UsageError(fmt::format("{}: '{}' has a wrong unit; it takes {}", info.name, Excerpt(text),
+                                     NameOfUnit(info.unit)));
     }
     return Value(info, text, number * fitting->factor);
 }
@@ -215,7 +215,9 @@ void CheckIsSettable(const ParameterInfo& info) {
 }
 
 float PositionOf(const ParameterCatalog& catalog, const ParameterSetting& setting) {
-    return setting.scale == Scale::Position ? setting.number : catalog.ToPosition(setting.id, setting.number);
+    const float position =
+        setting.scale == Scale::Position ? setting.number : catalog.ToPosition(setting.id, setting.number);
+    return position > 0.0F ? std::min(position, 1.0F) : 0.0F;
 }
 
 ParameterSetting SettingAt(const ParameterCatalog& catalog, std::uint32_t id, float position) {
@@ -238,7 +240,7 @@ ParameterSetting SettingAt(const ParameterCatalog& catalog, std::uint32_t id, fl
 ParameterSetting ParseAssignment(const ParameterCatalog& catalog, std::string_view text) {
     const auto equals = text.find('=');
     if (equals == std::string_view::npos || Trim(text.substr(0, equals)).empty()) {
-        throw UsageError(fmt::format("'{}' is not of the form NAME=VALUE", text));
+        throw UsageError(fmt::format("'{}' is not of the form NAME=VALUE", Excerpt(text)));
     }
     const ParameterInfo& info = catalog.Find(Trim(text.substr(0, equals)));
     CheckIsSettable(info);

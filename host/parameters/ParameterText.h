@@ -28,7 +28,7 @@ ParameterSetting ParseSetting(const ParameterInfo& info, std::string_view text);
 /// Throws UsageError for what only the engine or the host sets.
 void CheckIsSettable(const ParameterInfo& info);
 
-/// Where the knob is with a setting.
+/// Where the knob is with a setting, 0 to 1: what is out of range is its end, what is no number its start.
 float PositionOf(const ParameterCatalog& catalog, const ParameterSetting& setting);
 
 /// The setting that has the knob at exactly that position: the real value in as few digits as will do, or

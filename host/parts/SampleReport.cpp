@@ -5,6 +5,8 @@
 #include "dsp/pitch/PitchTracker.h"
 #include "dsp/sampler/files/SampleReader.h"
 #include "engine/samples/SampleManager.h"
+#include "host/audio/AudioFileSource.h"
+#include "host/common/Errors.h"
 
 #include <fmt/format.h>
 
@@ -33,6 +35,29 @@ double PeakOf(const SampleData& sample) {
         }
     }
     return static_cast<double>(peak);
+}
+
+/// What players refuse in a voice the sampler would take; and it makes silence of what is no number.
+void CheckNumbers(const std::filesystem::path& path, SampleReport& report) {
+    constexpr std::size_t framesAtOnce = 16384;
+    try {
+        AudioFileSource source(path);
+        std::vector<float> samples(framesAtOnce * AudioSource::channelCount);
+        std::uint64_t count = 0;
+        while (const std::size_t frames = source.Read(samples)) {
+            count += frames * AudioSource::channelCount;
+        }
+        const auto sides = static_cast<std::uint64_t>(report.channelCount);
+        report.replacedSamples = source.ReplacedSamples() * sides / AudioSource::channelCount;
+        if (count > 0 && source.ReplacedSamples() == count) {
+            throw FileError("holds nothing but what is no number");
+        }
+    } catch (const FileError& error) {
+        report.isAccepted = false;
+        const std::string reason = error.what();
+        const std::string prefix = path.string() + ": ";
+        report.reason = reason.starts_with(prefix) ? reason.substr(prefix.size()) : reason;
+    }
 }
 
 /// The tracker's reading all along the sample, 0 where it finds nothing.
@@ -92,9 +117,13 @@ SampleReport InspectSample(const std::filesystem::path& path) {
     const auto frames = static_cast<std::uint64_t>(std::max<std::int64_t>(result.frames, 0));
     report.frames = frames < mostFramesOfAHeader ? frames : 0;
     report.isAccepted = result.data != nullptr;
-    if (!report.isAccepted) {
+    if (report.isAccepted) {
+        CheckNumbers(path, report);
+    } else {
         report.reason = Describe(result.refusal);
         report.reason += result.reason.empty() ? "" : ": " + result.reason;
+    }
+    if (!report.isAccepted) {
         return report;
     }
     report.frames = result.data->Frames();

@@ -18,6 +18,8 @@ struct SampleReport {
     int channelCount = 0;
     int sampleRate = 0;
     std::uint64_t frames = 0;
+    /// Samples that are no finite numbers, and are played as silence.
+    std::uint64_t replacedSamples = 0;
 
     /// The largest magnitude; of accepted files only, as the pitch.
     double peak = 0.0;

@@ -4,6 +4,7 @@
 #include "dsp/framework/RunChild.h"
 #include "dsp/math/DenormalGuard.h"
 #include "dsp/vectors/AlignedBuffer.h"
+#include "host/audio/SafetyLimiter.h"
 #include "host/common/Errors.h"
 #include "processor/adapter/BlockSize.h"
 #include "vocoder/core/BodeVocoder.h"
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 
 namespace orphia::host {
 
@@ -29,6 +31,7 @@ struct VocoderSession::Engine {
     std::array<const float*, inputCount> inputs{};
     std::array<const float*, 2> modulators{};
     std::array<float*, outputCount> outputs{};
+    std::optional<SafetyLimiter> limiter;
 
     explicit Engine(std::uint32_t size) : blockSize(size) {
         buffers.Allocate(carrierCount + 2 + outputCount, blockSize);
@@ -84,6 +87,17 @@ VocoderSession::VocoderSession(std::uint32_t rate, std::uint32_t noiseSeed) : sa
 
 VocoderSession::~VocoderSession() = default;
 
+void VocoderSession::SetLimiter(bool isOn) {
+    engine->limiter.reset();
+    if (isOn) {
+        engine->limiter.emplace(sampleRate);
+    }
+}
+
+std::uint32_t VocoderSession::LatencyFrames() const {
+    return engine->limiter ? engine->limiter->LatencyFrames() : 0;
+}
+
 void VocoderSession::Set(const ParameterSetting& setting) {
     if (setting.id >= BodeVocoder::parameterCount) {
         return;
@@ -130,6 +144,9 @@ void VocoderSession::Process(std::span<const float> modulator, std::span<const f
         engine->Load(carrier.subspan(start, count), 0);
         engine->Load(modulator.subspan(start, count), Engine::carrierCount);
         engine->Run();
+        if (engine->limiter) {
+            engine->limiter->Process(engine->outputs.data(), engine->blockSize);
+        }
         for (std::size_t n = 0; n < count; ++n) {
             output[start + n] = engine->outputs[n % 2][n / 2];
         }
@@ -148,6 +165,9 @@ void VocoderSession::CollectMeters() {
     collect(meters.carrierOverload, BodeVocoder::CarrierPreampOverloadLED);
     for (std::uint32_t band = 0; band < MeterReading::bandCount; ++band) {
         collect(meters.bands[band], BodeVocoder::CVFB1 + band);
+    }
+    if (engine->limiter) {
+        meters.limiterReduction = std::max(meters.limiterReduction, engine->limiter->TakeReduction());
     }
 }
 

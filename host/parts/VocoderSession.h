@@ -13,9 +13,8 @@
 
 namespace orphia::host {
 
-/// One vocoder core with its settings: stereo modulator and carrier in, stereo mix out. The core adds no
-/// latency. A new session has the engine's own start values, with which nothing is heard: apply a preset. For
-/// one thread at a time.
+/// One vocoder core with its settings: stereo modulator and carrier in, stereo mix out. A new session has the
+/// engine's own start values, with which nothing is heard: apply a preset. For one thread at a time.
 ///
 /// Buffers are interleaved stereo, full scale 1.
 class VocoderSession {
@@ -34,6 +33,11 @@ public:
     VocoderSession& operator=(const VocoderSession&) = delete;
 
     std::uint32_t SampleRate() const { return sampleRate; }
+
+    /// A safety limiter behind it, as an instrument's; off at first.
+    void SetLimiter(bool isOn);
+    /// Of the limiter: the core has none.
+    std::uint32_t LatencyFrames() const;
 
     /// Before the first block a setting is there at once; later the engine moves to it in its own time. An
     /// id beyond the last parameter is ignored.

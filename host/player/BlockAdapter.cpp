@@ -33,7 +33,7 @@ BlockAdapter::BlockAdapter(BlockEngine& blockEngine, Mode blockMode)
     : engine(blockEngine), mode(blockMode), blockFrames(blockEngine.FramesPerBlock()) {
     for (auto* sides : {&in, &out}) {
         for (std::vector<float>& side : *sides) {
-            side.resize(blockFrames);
+            side.resize(BlockEngine::longestBlock);
         }
     }
     waiting.reserve(maxWaiting);
@@ -63,7 +63,19 @@ void BlockAdapter::Process(std::span<const float> voice, std::span<float> output
          events});
 }
 
+void BlockAdapter::FollowEngine() {
+    if (const std::uint32_t frames = engine.FramesPerBlock(); frames != blockFrames) {
+        blockFrames = frames;
+        filled = 0;
+        hasVoice = false;
+        for (std::vector<float>& side : out) {
+            std::fill(side.begin(), side.end(), 0.0F);
+        }
+    }
+}
+
 void BlockAdapter::Run(Passage passage) {
+    FollowEngine();
     while (passage.done < passage.frames) {
         const std::uint32_t count = std::min(passage.frames - passage.done, blockFrames - filled);
         HandEvents(passage, passage.done + count);

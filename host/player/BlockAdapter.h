@@ -25,6 +25,9 @@ struct TimedEvent {
 /// block in which its frame falls, so less than a block early; what a block does not take waits for the next
 /// one.
 ///
+/// When the engine has blocks of another length, as it runs at another rate, the sound goes on with these,
+/// and what was on its way is forgotten.
+///
 /// For one thread at a time; Process allocates nothing.
 class BlockAdapter {
 public:
@@ -39,8 +42,10 @@ public:
     /// The engine must outlive this.
     explicit BlockAdapter(BlockEngine& engine, Mode mode = Mode::AnyLength);
 
-    /// How late the sound is, in frames.
-    std::uint32_t Latency() const { return mode == Mode::AnyLength ? blockFrames : 0; }
+    /// How late the sound is, in frames: the engine's own latency, and with any lengths one of its blocks.
+    std::uint32_t Latency() const {
+        return engine.LatencyFrames() + (mode == Mode::AnyLength ? engine.FramesPerBlock() : 0);
+    }
 
     /// Renders `frames` frames. `voice` holds 0 to 2 channels, `output` left and right, which may be the
     /// same buffers. Events are in order of time; those behind the end count as at the last frame.
@@ -59,6 +64,7 @@ private:
 
     struct Passage;
 
+    void FollowEngine();
     void Run(Passage passage);
     void HandEvents(Passage& passage, std::uint32_t endFrame);
     void Hand(const MidiMessage& message);

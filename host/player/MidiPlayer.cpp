@@ -26,6 +26,7 @@ std::uint32_t PlayedChannels(const MidiFile& file) {
 
 MidiPlayer::MidiPlayer(const MidiFile& song, Instrument& target)
     : file(song), instrument(target), adapter(target, BlockAdapter::Mode::WholeBlocks),
+      rate(target.SampleRate()),
       noteCount(static_cast<std::size_t>(
           std::count_if(song.Events().begin(), song.Events().end(),
                         [](const MidiEvent& event) { return HeldNotes::IsNoteOn(event.message); }))) {
@@ -46,9 +47,9 @@ void MidiPlayer::Process(std::span<const float> voice, std::span<float> output) 
 }
 
 void MidiPlayer::ProcessBlock(std::span<const float> voice, std::span<float> output) {
-    const double rate = instrument.SampleRate();
-    const double start = static_cast<double>(framesDone) / rate;
-    const double end = static_cast<double>(framesDone + instrument.FramesPerBlock()) / rate;
+    FollowRate();
+    const double start = SecondsAt(framesDone);
+    const double end = SecondsAt(framesDone + instrument.FramesPerBlock());
     while (nextEvent < file.Events().size() && file.Events()[nextEvent].seconds < end) {
         pending.push_back(file.Events()[nextEvent++].message);
     }
@@ -61,6 +62,19 @@ void MidiPlayer::ProcessBlock(std::span<const float> voice, std::span<float> out
     instrument.SetTransport({file.Tempo().TempoAt(start), file.Tempo().BeatAt(start), true});
     adapter.Process(voice, output);
     framesDone += instrument.FramesPerBlock();
+}
+
+/// The song goes on from where it is.
+void MidiPlayer::FollowRate() {
+    if (instrument.SampleRate() != rate) {
+        secondsBefore = SecondsAt(framesDone);
+        framesDone = 0;
+        rate = instrument.SampleRate();
+    }
+}
+
+double MidiPlayer::SecondsAt(std::uint64_t frame) const {
+    return secondsBefore + static_cast<double>(frame) / rate;
 }
 
 void MidiPlayer::QueueEnd() {

@@ -14,7 +14,8 @@ namespace orphia::host {
 
 /// Plays a song on an instrument, in blocks of the engine. An event acts at the start of the engine's block
 /// that its time lies in, so up to a millisecond early; what the block does not take comes in the next one,
-/// in order. At the end of the song each note that is still on gets its note-off.
+/// in order. At the end of the song each note that is still on gets its note-off. At another rate of the
+/// instrument the song goes on; the notes that were down are over.
 class MidiPlayer {
 public:
     /// File and instrument must outlive this; the wheels and pedals are this one's as long as it plays.
@@ -35,14 +36,19 @@ public:
 
 private:
     void ProcessBlock(std::span<const float> voice, std::span<float> output);
+    void FollowRate();
+    double SecondsAt(std::uint64_t frame) const;
     void QueueEnd();
 
     const MidiFile& file;
     Instrument& instrument;
     BlockAdapter adapter;
+    std::uint32_t rate;
     std::size_t noteCount = 0;
     std::size_t nextEvent = 0;
+    /// At the present rate, and what was played at others.
     std::uint64_t framesDone = 0;
+    double secondsBefore = 0.0;
     bool finished = false;
 
     /// What is due, in order, and not yet played.

@@ -13,6 +13,7 @@
 #include <charconv>
 #include <iterator>
 #include <set>
+#include <system_error>
 
 namespace orphia::host {
 
@@ -45,7 +46,7 @@ long LineOfKey(std::string_view text, const std::string& key) {
 }
 
 /// What the parser says, without its own numbering and the text that it stumbled over.
-std::string Reason(const Json::parse_error& error) {
+std::string Reason(const Json::exception& error) {
     std::string reason = error.what();
     if (const auto start = reason.find(": "); start != std::string::npos) {
         reason.erase(0, start + 2);
@@ -67,7 +68,7 @@ Json ParseJson(std::string_view text) {
         } else if (event == Json::parse_event_t::key &&
                    !keys.back().insert(parsed.get<std::string>()).second) {
             const std::string key = parsed.get<std::string>();
-            Refuse(LineOfKey(text, key), fmt::format("'{}' is given twice", key));
+            Refuse(LineOfKey(text, key), fmt::format("'{}' is given twice", Excerpt(key)));
         }
         return true;
     };
@@ -75,6 +76,15 @@ Json ParseJson(std::string_view text) {
         return Json::parse(text.begin(), text.end(), watch);
     } catch (const Json::parse_error& error) {
         Refuse(LineAt(text, error.byte == 0 ? 0 : error.byte - 1), Reason(error));
+    } catch (const Json::exception& error) { // a number that no computer holds
+        const std::string reason = Reason(error);
+        const auto quote = reason.find('\'');
+        const std::string number = quote == std::string::npos
+                                       ? std::string()
+                                       : reason.substr(quote + 1, reason.rfind('\'') - quote - 1);
+        const auto at = text.find(number);
+        Refuse(LineAt(text, at == std::string_view::npos ? 0 : at),
+               fmt::format("the number '{}' is out of range", Excerpt(number)));
     }
 }
 
@@ -95,6 +105,16 @@ void CheckHeader(const Json& root, std::string_view text) {
     }
 }
 
+/// Throws FileError where the system does not know in which folder it is.
+std::filesystem::path FolderOf(const std::filesystem::path& path) {
+    std::error_code error;
+    const std::filesystem::path whole = std::filesystem::absolute(path, error);
+    if (error) {
+        throw FileError(error.message());
+    }
+    return whole.parent_path();
+}
+
 std::string ValueText(const Json& value) {
     if (value.is_string()) {
         return value.get<std::string>();
@@ -110,7 +130,7 @@ std::string ValueText(const Json& value) {
 
 std::string UnknownMessage(const ParameterCatalog& catalog, const std::string& name) {
     const std::vector<std::string> similar = catalog.Similar(name);
-    return fmt::format("unknown parameter '{}' ignored", name) +
+    return fmt::format("unknown parameter '{}' ignored", Excerpt(name)) +
            (similar.empty() ? "" : fmt::format(" (similar: {})", fmt::join(similar, ", ")));
 }
 
@@ -161,7 +181,7 @@ std::map<std::uint32_t, std::filesystem::path> ReadSamples(const Json& samples, 
         const auto end = std::from_chars(key.data(), key.data() + key.size(), number).ptr;
         if (end != key.data() + key.size() || number < 1 || number > Preset::sampleCount) {
             Refuse(LineOfKey(text, key),
-                   fmt::format("'{}' is no sample from 1 to {}", key, Preset::sampleCount));
+                   fmt::format("'{}' is no sample from 1 to {}", Excerpt(key), Preset::sampleCount));
         }
         if (!value.is_string() || value.get<std::string>().empty()) {
             Refuse(LineOfKey(text, key), fmt::format("the path of sample {} must be a text", key));
@@ -211,7 +231,7 @@ Preset ReadPreset(const std::filesystem::path& path, const ParameterCatalog& cat
     try {
         const std::size_t first = warnings.size();
         const std::string text = ReadWholeFile(path, maxFileSize, "a preset");
-        Preset preset = ParsePreset(text, catalog, warnings, std::filesystem::absolute(path).parent_path());
+        Preset preset = ParsePreset(text, catalog, warnings, FolderOf(path));
         for (std::size_t i = first; i < warnings.size(); ++i) {
             warnings[i] = fmt::format("{}: {}", path.string(), warnings[i]);
         }
@@ -254,7 +274,7 @@ std::string FormatPreset(const Preset& preset, const ParameterCatalog& catalog,
 
 void WritePreset(const std::filesystem::path& path, const Preset& preset, const ParameterCatalog& catalog) {
     PendingFile file(path);
-    file.Write(FormatPreset(preset, catalog, std::filesystem::absolute(path).parent_path()));
+    file.Write(FormatPreset(preset, catalog, FolderOf(path)));
     file.Commit();
 }
 

@@ -32,24 +32,6 @@ std::string Plain(std::string_view text) {
 
 bool ById(const PresetLibrary::Entry& a, const PresetLibrary::Entry& b) { return a.id < b.id; }
 
-std::vector<PresetLibrary::Entry> EntriesOf(const std::filesystem::path& folder) {
-    std::vector<PresetLibrary::Entry> entries;
-    std::error_code error;
-    for (const auto& file : std::filesystem::directory_iterator(folder, error)) {
-        if (file.path().extension() != ending) {
-            continue;
-        }
-        try {
-            const PresetSummary summary = ReadPresetSummary(file.path());
-            entries.push_back({file.path().stem().string(), summary.name, summary.description, file.path()});
-        } catch (const FileError&) {
-            continue; // some other file, or a damaged one, which reading it by its path tells
-        }
-    }
-    std::sort(entries.begin(), entries.end(), ById);
-    return entries;
-}
-
 bool IsFile(const std::filesystem::path& path) {
     std::error_code error;
     return std::filesystem::is_regular_file(path, error);
@@ -72,10 +54,36 @@ std::filesystem::path PresetLibrary::FactoryFolder() {
     return std::filesystem::is_directory(installed, error) ? installed : FactoryFolderOfSources();
 }
 
+void PresetLibrary::ReadFolder(const std::filesystem::path& folder, std::vector<Entry>& own) {
+    std::error_code error;
+    std::filesystem::directory_iterator file(folder, error);
+    for (; !error && file != std::filesystem::directory_iterator(); file.increment(error)) {
+        const std::filesystem::path& path = file->path();
+        if (path.extension() != ending) {
+            continue;
+        }
+        try {
+            // Nobody has asked for reading a pipe or a device.
+            if (!IsFile(path)) {
+                throw FileError(fmt::format("{}: is not a file", path.string()));
+            }
+            const PresetSummary summary = ReadPresetSummary(path);
+            own.push_back({path.stem().string(), summary.name, summary.description, path});
+        } catch (const FileError& reason) {
+            leftOut.push_back(fmt::format("{} (left out of the presets)", reason.what()));
+        }
+    }
+    std::sort(own.begin(), own.end(), ById);
+    std::sort(leftOut.begin(), leftOut.end());
+}
+
 PresetLibrary::PresetLibrary() : PresetLibrary(UserFolder()) {}
 
 PresetLibrary::PresetLibrary(const std::filesystem::path& folder) {
-    std::vector<Entry> own = folder.empty() ? std::vector<Entry>() : EntriesOf(folder);
+    std::vector<Entry> own;
+    if (!folder.empty()) {
+        ReadFolder(folder, own);
+    }
     for (const BuiltInPreset& preset : BuiltInPresets()) {
         const PresetSummary summary = SummaryOf(preset.text);
         entries.push_back({std::string(preset.id), summary.name, summary.description, {}});
@@ -110,7 +118,7 @@ const PresetLibrary::Entry& PresetLibrary::Find(std::string_view idOrName) const
             similar.push_back(entry.id);
         }
     }
-    throw UsageError(fmt::format("unknown preset '{}'", idOrName) +
+    throw UsageError(fmt::format("unknown preset '{}'", Excerpt(idOrName)) +
                      (similar.empty() ? "" : fmt::format(" (similar: {})", fmt::join(similar, ", "))));
 }
 
@@ -133,6 +141,7 @@ Preset PresetLibrary::Open(const std::string& pathOrName, const ParameterCatalog
     if (pathOrName.ends_with(ending) || IsFile(pathOrName)) {
         return ReadPreset(pathOrName, catalog, warnings);
     }
+    warnings.insert(warnings.end(), leftOut.begin(), leftOut.end());
     return Load(Find(pathOrName), catalog, warnings);
 }
 

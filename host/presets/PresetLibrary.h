@@ -41,6 +41,8 @@ public:
     /// The built-in ones, then the user's, each in order of id. A file that is no preset is left out; one
     /// with a built-in one's id stands in its place.
     const std::vector<Entry>& Entries() const { return entries; }
+    /// A line for each file of the folder that was left out: which one, and why.
+    const std::vector<std::string>& Warnings() const { return leftOut; }
 
     /// By id or name; case, blanks, "-" and "_" do not count. Throws UsageError for an unknown one, with
     /// similar ones.
@@ -51,12 +53,15 @@ public:
                        std::vector<std::string>& warnings);
 
     /// What a user gives for a preset: the path of a file, when it ends in .json or there is such a file,
-    /// else as for Find. Throws UsageError and FileError.
+    /// else as for Find, with Warnings(). Throws UsageError and FileError.
     Preset Open(const std::string& pathOrName, const ParameterCatalog& catalog,
                 std::vector<std::string>& warnings) const;
 
 private:
+    void ReadFolder(const std::filesystem::path& folder, std::vector<Entry>& own);
+
     std::vector<Entry> entries;
+    std::vector<std::string> leftOut;
 };
 
 /// The text of one built-in preset's file.

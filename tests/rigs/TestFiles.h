@@ -57,6 +57,14 @@ struct Sound {
     std::vector<float> samples;
 
     std::size_t Frames() const { return samples.size() / static_cast<std::size_t>(channels); }
+    /// The largest magnitude.
+    float Peak() const {
+        float peak = 0.0F;
+        for (const float sample : samples) {
+            peak = std::max(peak, std::abs(sample));
+        }
+        return peak;
+    }
     double Seconds() const { return static_cast<double>(Frames()) / sampleRate; }
     /// Over both channels, between two times in seconds.
     double Rms(double from = 0.0, double to = 1e9) const {

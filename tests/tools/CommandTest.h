@@ -21,9 +21,12 @@ struct Outcome {
 class CommandTest : public testing::Test {
 protected:
     /// Runs orphia with the arguments of a shell line, in the folder of the test.
-    Outcome Run(const std::string& arguments) const {
-        const std::string line = "cd '" + folder.Path().string() + "' && '" + ORPHIA_COMMAND + "' " +
-                                 arguments + " >out.txt 2>err.txt </dev/null";
+    Outcome Run(const std::string& arguments) const { return Shell("$ORPHIA " + arguments); }
+
+    /// Runs a shell line there, in which orphia is $ORPHIA.
+    Outcome Shell(const std::string& command) const {
+        const std::string line = "cd '" + folder.Path().string() + "' && ORPHIA='" + ORPHIA_COMMAND + "'\n(" +
+                                 command + "\n) >out.txt 2>err.txt </dev/null";
         const int result = std::system(line.c_str());
         Outcome outcome{WIFEXITED(result) ? WEXITSTATUS(result) : -1, ReadText(folder / "out.txt"),
                         ReadText(folder / "err.txt")};

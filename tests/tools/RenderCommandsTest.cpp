@@ -145,9 +145,55 @@ TEST_F(RenderCommandsTest, KeysPlaySlotsAndAVoiceAloneIsSungWithItsOwnPitch) {
     EXPECT_EQ(Render("play empty.mid", "orphia: warning: empty.mid holds no notes\n").Rms(), 0.0);
 }
 
+TEST_F(RenderCommandsTest, ALimiterHoldsPeaksAndChangesNoBitNorAnyTimeBelow) {
+    const std::string runs[] = {"render --voice voice.wav --midi song.mid", "vocode voice.wav chord.wav",
+                                "play song.mid --tail 0.1", "sample voice.wav --gain -6"};
+    for (const std::string& run : runs) {
+        const Sound limited = Render(run);
+        EXPECT_TRUE(Render(run + " --no-limiter").samples == limited.samples) << run;
+        EXPECT_LT(limited.Peak(), 0.88) << run;
+    }
+    for (const char* run : {"render --voice voice.wav --midi song.mid", "vocode voice.wav chord.wav"}) {
+        const std::string loud = run + std::string(" --set CarrierLevel=0 --set ProgramLevel=0");
+        EXPECT_GT(Render(loud + " --no-limiter").Peak(), 1.1);
+        EXPECT_PRED2(Has, Tell(loud + " -o out.wav --bits float --meters"), "\nlimiter   -");
+        EXPECT_LE(ReadSound(folder / "out.wav").Peak(), 0.8913);
+    }
+}
+
+TEST_F(RenderCommandsTest, TheCarrierAloneHasItsOwnLevelsOverThoseOfThePreset) {
+    WriteText(folder / "loud.json", R"({"format": "orphia-preset", "version": 1, "parameters": {
+        "BodeVocoder_CarrierPreamp_CarrierLevel": "0 dB", "MasterVolume": "0 dB"}})");
+    for (const char* run : {"play song.mid", "render --midi song.mid --monitor carrier"}) {
+        const double level = Render(run).Peak();
+        EXPECT_LT(level, 0.5) << run;
+        EXPECT_EQ(Render(run + std::string(" --preset loud.json")).Peak(), level) << run;
+        EXPECT_GT(Render(run + std::string(" --set MasterVolume=-3")).Peak(), 2 * level) << run;
+    }
+}
+
+TEST_F(RenderCommandsTest, SignalsEndEveryWaitUnlessTheyAreIgnored) {
+    const std::string stop = "timeout --preserve-status -k 5 -s ";
+    const std::pair<std::string, int> lines[] = {
+        {stop + "INT 0.2 $ORPHIA render --voice pipe.wav -o out.wav", 130},
+        {stop + "TERM 0.2 $ORPHIA render --midi pipe.wav -o out.wav", 143},
+        {"sleep 1 >pipe.wav &\n" + stop + "INT 0.2 $ORPHIA vocode voice.wav pipe.wav -o out.wav", 130},
+        {"sleep 1 >pipe.json &\n" + stop + "HUP 0.2 $ORPHIA play song.mid --preset pipe.json -o out.wav",
+         129},
+        {"trap '' HUP\n$ORPHIA play song.mid --tail 60 -o out.wav &\nsleep 0.1\nkill -HUP $!\nwait $!", 0},
+        {"cat voice.wav >pipe.wav &\n$ORPHIA render --voice pipe.wav --midi song.mid -o out.wav", 0}};
+    for (const auto& [line, status] : lines) {
+        const Outcome outcome = Shell("rm -f pipe.* out.wav\nmkfifo pipe.wav pipe.json\n" + line);
+        EXPECT_EQ(outcome.status, status) << line << "\n" << outcome.err;
+        EXPECT_EQ(outcome.err, "");
+        EXPECT_EQ(std::filesystem::exists(folder / "out.wav"), status == 0) << line;
+    }
+    EXPECT_GT(ReadSound(folder / "out.wav").Rms(), 0.01) << "a pipe is a voice";
+}
+
 TEST_F(RenderCommandsTest, PrintSummaryMetersAndLists) {
-    const std::string told = Tell("vocode voice.wav chord.wav -o out.wav --meters --set ProgramLevel=0 "
-                                  "--set CarrierLevel=0",
+    const std::string told = Tell("vocode voice.wav chord.wav -o out.wav --meters --no-limiter "
+                                  "--set ProgramLevel=0 --set CarrierLevel=0",
                                   "clipped");
     for (const char* part : {"output    out.wav\n", "duration  0.500 s\n", "peak      ", " dBFS\n",
                              "loudness  ", " LUFS\n", "speed     ", " x real time\n", "HISS"}) {

@@ -30,20 +30,25 @@ TEST_F(SampleCommandTest, TellsWhatFilesAreAndWhichAreRefusedAndWhy) {
     WriteSound(folder / "noise.wav", Generate(1.0, 44100, 1, [&](double) { return white(random); }));
     WriteSound(folder / "six.wav", Sine(440.0, 0.1, 44100, 6));
     WriteSound(folder / "click.wav", Sine(440.0, 0.0009));
+    WriteSound(folder / "slow.wav", Sine(3.0, 1.0, 100));
+    WriteSound(folder / "none.wav", Generate(0.1, 44100, 1, [](double) { return NAN; }));
+    WriteSound(folder / "gap.wav", Generate(0.1, 44100, 2, [](double t) { return t < 0.01 ? NAN : 0.5; }));
     WriteText(folder / "text.wav", "no audio at all, but long enough to look at");
-    const std::string good = Tell("sample tone.wav low.flac noise.wav");
+    const std::string good = Tell("sample tone.wav low.flac noise.wav gap.wav");
+    EXPECT_PRED2(Has, good, "no pitch, 882 samples are no numbers and play as silence\n");
     EXPECT_PRED2(Has, good,
                  "tone.wav: accepted: stereo, 44100 Hz, 0.500 s (22050 frames), peak -6.0 dBFS, pitch 440.");
     EXPECT_PRED2(Has, good, "low.flac: accepted: mono, 96000 Hz, 1.000 s (96000 frames), peak -12.0 dBFS, ");
     EXPECT_PRED2(Has, good, "(A3 -20 cents)");
     EXPECT_PRED2(Has, good, "dBFS, no pitch\n");
-    const Outcome bad = Run("sample six.wav tone.wav click.wav text.wav missing.wav .");
+    const Outcome bad = Run("sample six.wav tone.wav click.wav text.wav missing.wav . slow.wav none.wav");
     EXPECT_EQ(bad.status, 1);
-    EXPECT_EQ(bad.err, "orphia: 5 of 6 files refused\n");
-    EXPECT_EQ(LineCount(bad.out), 6) << bad.out;
+    EXPECT_EQ(bad.err, "orphia: 7 of 8 files refused\n");
+    EXPECT_EQ(LineCount(bad.out), 8) << bad.out;
     for (const char* part :
          {"six.wav: refused: ", "; 6 channels, 44100 Hz, 0.100 s", "\ntone.wav: accepted",
-          "\nclick.wav: refused: ", "\ntext.wav: refused: ", "\nmissing.wav: refused: ", "\n.: refused: "}) {
+          "\nclick.wav: refused: ", "\ntext.wav: refused: ", "\nmissing.wav: refused: ", "\n.: refused: ",
+          "\nslow.wav: refused: has a sample rate of 100 Hz", "\nnone.wav: refused: holds nothing"}) {
         EXPECT_PRED2(Has, bad.out, part);
     }
 }

@@ -163,7 +163,7 @@ void ParamsCommand::Run() {
         }
     }
     if (table.Size() == 0) {
-        throw host::UsageError(fmt::format("no parameter has '{}' in its name", pattern));
+        throw host::UsageError(fmt::format("no parameter has '{}' in its name", host::Excerpt(pattern)));
     }
     if (writesMarkdown) {
         fmt::print("{}", markdownHead);

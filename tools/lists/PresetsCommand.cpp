@@ -38,6 +38,7 @@ void PresetsCommand::List() const {
         table.Add({entry.id, entry.name, entry.description});
     }
     table.Print();
+    std::for_each(library.Warnings().begin(), library.Warnings().end(), Warn);
     if (const auto folder = PresetLibrary::UserFolder(); !folder.empty()) {
         fmt::print("\nYour own ones belong into {}\n", folder.string());
     }

@@ -18,6 +18,9 @@ void AddEngineOption(CLI::App& command, std::filesystem::path& path) {
         ->type_name("FILE");
 }
 
+const std::vector<const char*> InstrumentOptions::carrierMonitor = {
+    "CarrierLevel=-24 dB", "MasterVolume=-17 dB", "OutputSelection=carrier"};
+
 InstrumentOptions::InstrumentOptions(CLI::App& app, const std::string& rateDefault)
     : RenderOptions(app, host::EngineTree::Instrument, rateDefault) {
     AddEngineOption(app, enginePath);
@@ -35,6 +38,7 @@ std::unique_ptr<host::Instrument> InstrumentOptions::MakeInstrument(std::uint32_
 
     auto instrument = std::make_unique<host::Instrument>(host::EngineLibrary::Load(enginePath), rate, Seed());
     instrument->SetOffline(true);
+    instrument->SetLimiter(UsesLimiter());
     const std::vector<std::string> problems = instrument->LoadPreset(preset);
     std::for_each(problems.begin(), problems.end(), Warn);
     for (const char* wish : wishes.overPreset) {

@@ -27,6 +27,10 @@ public:
         std::vector<const char*> overPreset;
     };
 
+    /// The carrier alone, with the preamp at the level where the monitor is as loud as the carrier itself;
+    /// there a chord of many voices stays below full scale, whatever the preset's own levels are meant for.
+    static const std::vector<const char*> carrierMonitor;
+
     /// The instrument at a rate, set up by preset, command and user. Throws EngineError, FileError and
     /// UsageError; warns of what the preset asks for in vain.
     std::unique_ptr<host::Instrument> MakeInstrument(std::uint32_t rate, const Wishes& wishes) const;

@@ -57,6 +57,8 @@ RenderOptions::RenderOptions(CLI::App& app, host::EngineTree engineTree, const s
         ->transform(CLI::IsMember({"16", "24", "float"}));
     app.add_option("--seed", seed, "start of the noise (1); the same seed gives the same file")
         ->type_name("N");
+    app.add_flag("--no-limiter", noLimiter,
+                 "let peaks above -1 dBFS through, which a limiter holds otherwise");
     auto* list = app.add_flag("--list-parameters", listsParameters, "list the controls, and end");
     app.add_flag("--all", listsAll, "list routes, circuit constants and outputs too")->needs(list);
 }

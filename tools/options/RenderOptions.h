@@ -64,6 +64,7 @@ public:
     /// 0 when none was given.
     std::uint32_t SampleRate() const { return sampleRate; }
     std::uint32_t Seed() const { return seed; }
+    bool UsesLimiter() const { return !noLimiter; }
     /// Made when it is first asked for, as it takes a whole engine.
     const host::ParameterCatalog& Catalog() const;
 
@@ -80,6 +81,7 @@ private:
     std::string bits;
     std::uint32_t sampleRate = 0;
     std::uint32_t seed = 1;
+    bool noLimiter = false;
     bool listsParameters = false;
     bool listsAll = false;
     mutable std::optional<host::ParameterCatalog> catalog;

@@ -32,8 +32,10 @@ std::size_t RenderChunk(Performance& performance, RenderOutput& output) {
     return output.Render([&performance](std::span<float> chunk) { return performance.Render(chunk); });
 }
 
-void Show(RunDisplay& display, Performance& performance, const RenderOutput& output) {
-    display.Show(output.Seconds(), performance.ExpectedSeconds(), performance.TakeMeters());
+void Show(RunDisplay& display, Performance& performance, RenderOutput& output) {
+    const host::MeterReading meters = performance.TakeMeters();
+    output.NoteReduction(meters.limiterReduction);
+    display.Show(output.Seconds(), performance.ExpectedSeconds(), meters);
 }
 
 void RenderWithTail(Performance& performance, RenderOutput& output, std::uint64_t tailFrames,

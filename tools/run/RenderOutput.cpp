@@ -17,6 +17,8 @@ namespace {
 
 constexpr std::size_t outputChannels = 2;
 constexpr double chunkSeconds = 0.1;
+/// In dB: less is not worth a line.
+constexpr float leastReduction = 0.05F;
 
 std::size_t FramesOfChunk(std::uint32_t sampleRate, std::uint32_t block) {
     const auto blocks = static_cast<std::size_t>(std::lround(chunkSeconds * sampleRate / block));
@@ -33,14 +35,30 @@ std::string Decibels(double magnitude) {
 }
 
 RenderOutput::RenderOutput(std::filesystem::path outputPath, std::uint32_t rate, std::uint32_t framesPerBlock,
-                           std::optional<host::SampleFormat> format)
+                           std::uint32_t latencyFrames, std::optional<host::SampleFormat> format)
     : path(std::move(outputPath)), sampleRate(rate), writer(path, rate, format), loudness(rate),
-      chunk(FramesOfChunk(rate, framesPerBlock) * outputChannels) {}
+      chunk(FramesOfChunk(rate, framesPerBlock) * outputChannels),
+      latencySamples(std::min(latencyFrames * outputChannels, chunk.size())) {}
 
-std::size_t RenderOutput::Render(const std::function<std::size_t(std::span<float>)>& render) {
+std::size_t RenderOutput::Render(const Renderer& render) {
+    if (latencySamples == 0) {
+        return RenderTimed(render, chunk);
+    }
+    if (ahead.empty()) {
+        ahead.resize(chunk.size());
+        aheadPassage = RenderTimed(render, ahead);
+    }
+    const auto late = static_cast<std::ptrdiff_t>(latencySamples);
+    const auto rest = std::copy(ahead.begin() + late, ahead.end(), chunk.begin());
+    const std::size_t passage = std::exchange(aheadPassage, RenderTimed(render, ahead));
+    std::copy(ahead.begin(), ahead.begin() + late, rest);
+    return passage;
+}
+
+std::size_t RenderOutput::RenderTimed(const Renderer& render, std::span<float> target) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
-    const std::size_t result = render(chunk);
+    const std::size_t result = render(target);
     renderSeconds += std::chrono::duration<double>(Clock::now() - start).count();
     return result;
 }
@@ -81,6 +99,9 @@ void RenderOutput::PrintSummary() const {
     fmt::print("peak      {} dBFS\n", Decibels(loudness.SamplePeak()));
     fmt::print("loudness  {}\n",
                integrated ? fmt::format("{:.1f} LUFS", *integrated) : "none (silent, or shorter than 0.4 s)");
+    if (reduction > leastReduction) {
+        fmt::print("limiter   -{:.1f} dB at most\n", reduction);
+    }
     fmt::print("speed     {:.0f} x real time\n", renderSeconds > 0.0 ? Seconds() / renderSeconds : 0.0);
 }
 

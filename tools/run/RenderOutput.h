@@ -4,6 +4,7 @@
 #include "host/audio/AudioFileWriter.h"
 #include "host/audio/LoudnessMeter.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -18,16 +19,21 @@ namespace orphia::tools {
 /// The file that a run renders into, a tenth of a second at a time, with what is told of it at the end.
 class RenderOutput {
 public:
-    /// For an engine whose blocks are so long. Throws FileError and UsageError as host::AudioFileWriter.
+    /// For an engine whose blocks are so long, and whose sound is so late, which the file does not show.
+    /// Throws FileError and UsageError as host::AudioFileWriter.
     RenderOutput(std::filesystem::path path, std::uint32_t sampleRate, std::uint32_t framesPerBlock,
-                 std::optional<host::SampleFormat> format);
+                 std::uint32_t latencyFrames, std::optional<host::SampleFormat> format);
 
     std::uint32_t SampleRate() const { return sampleRate; }
     /// Frames that are rendered at a time: whole engine blocks.
     std::size_t ChunkFrames() const { return chunk.size() / 2; }
 
-    /// Lets a chunk of interleaved stereo be rendered, and returns what `render` returns.
-    std::size_t Render(const std::function<std::size_t(std::span<float>)>& render);
+    using Renderer = std::function<std::size_t(std::span<float>)>;
+    /// Lets a chunk of interleaved stereo be rendered, and returns what `render` returns for it. With latency
+    /// it renders one chunk ahead.
+    std::size_t Render(const Renderer& render);
+    /// Remembers what the limiter took away, in dB, for the summary.
+    void NoteReduction(float decibels) { reduction = std::max(reduction, decibels); }
 
     /// Writes the first frames of the chunk.
     void Write(std::size_t frames);
@@ -43,10 +49,11 @@ public:
     /// Closes the file, which now has its name.
     void Finish();
 
-    /// Warns of clipped samples, and prints length, peak, loudness and speed.
+    /// Warns of clipped samples, and prints length, peak, loudness, the limiter's work and speed.
     void PrintSummary() const;
 
 private:
+    std::size_t RenderTimed(const Renderer& render, std::span<float> target);
     void Append(std::span<const float> samples);
 
     std::filesystem::path path;
@@ -54,6 +61,11 @@ private:
     host::AudioFileWriter writer;
     host::LoudnessMeter loudness;
     std::vector<float> chunk;
+    /// The chunk that is rendered ahead, from which the latency has to be made up; empty before the first.
+    std::vector<float> ahead;
+    std::size_t aheadPassage = 0;
+    std::size_t latencySamples;
+    float reduction = 0.0F;
     /// Silence that may be the end.
     std::vector<float> held;
     std::uint64_t framesDone = 0;

@@ -29,6 +29,11 @@ std::string Light(float level, std::string_view name) {
     return level > lightThreshold ? std::string(name) : std::string(name.size(), '.');
 }
 
+/// As wide while it rests, so that a line that is refreshed covers the one before.
+std::string LimiterText(float reduction) {
+    return reduction >= 0.05F ? fmt::format(" LIM {:5.1f} dB", -reduction) : std::string(13, ' ');
+}
+
 } // namespace
 
 RunDisplay::RunDisplay(bool meters)
@@ -40,8 +45,11 @@ void RunDisplay::Show(double seconds, double expectedSeconds, const host::MeterR
     if (!showsMeters && !refreshes) {
         return;
     }
-    const std::string line =
-        showsMeters ? MeterLine(seconds, meters) : ProgressLine(seconds, expectedSeconds);
+    std::string line =
+        showsMeters ? MeterLine(seconds, meters) : ProgressLine(seconds, expectedSeconds, meters);
+    if (!refreshes) {
+        line.erase(line.find_last_not_of(' ') + 1);
+    }
     fmt::print(stream, "{}{}{}", refreshes ? "\r" : "", line, refreshes ? "" : "\n");
     std::fflush(stream);
     lineShown = refreshes;
@@ -60,16 +68,18 @@ std::string MeterLine(double seconds, const host::MeterReading& meters) {
     for (const float band : meters.bands) {
         line += BarOf(band);
     }
-    return line + fmt::format("| {} {} {} {}", Light(meters.hiss, "HISS"), Light(meters.buzz, "BUZZ"),
-                              Light(meters.programOverload, "PROG"), Light(meters.carrierOverload, "CARR"));
+    return line + fmt::format("| {} {} {} {}{}", Light(meters.hiss, "HISS"), Light(meters.buzz, "BUZZ"),
+                              Light(meters.programOverload, "PROG"), Light(meters.carrierOverload, "CARR"),
+                              LimiterText(meters.limiterReduction));
 }
 
-std::string ProgressLine(double seconds, double expectedSeconds) {
+std::string ProgressLine(double seconds, double expectedSeconds, const host::MeterReading& meters) {
     constexpr int width = 40;
     const double share = expectedSeconds > 0.0 ? std::clamp(seconds / expectedSeconds, 0.0, 1.0) : 0.0;
     const int filled = static_cast<int>(std::lround(share * width));
-    return fmt::format("[{}{}] {:3.0f} %", std::string(static_cast<std::size_t>(filled), '#'),
-                       std::string(static_cast<std::size_t>(width - filled), '.'), share * 100.0);
+    return fmt::format("[{}{}] {:3.0f} %{}", std::string(static_cast<std::size_t>(filled), '#'),
+                       std::string(static_cast<std::size_t>(width - filled), '.'), share * 100.0,
+                       LimiterText(meters.limiterReduction));
 }
 
 } // namespace orphia::tools

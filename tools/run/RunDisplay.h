@@ -29,9 +29,9 @@ private:
     bool lineShown = false;
 };
 
-/// Band meters over 40 dB and the lights HISS, BUZZ, PROG and CARR (overload).
+/// Band meters over 40 dB, the lights HISS, BUZZ, PROG and CARR (overload), and what the limiter takes away.
 std::string MeterLine(double seconds, const host::MeterReading& meters);
 
-std::string ProgressLine(double seconds, double expectedSeconds);
+std::string ProgressLine(double seconds, double expectedSeconds, const host::MeterReading& meters);
 
 } // namespace orphia::tools

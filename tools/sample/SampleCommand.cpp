@@ -61,7 +61,11 @@ std::string ReportText(const SampleReport& report) {
     }
     const std::string pitch =
         report.pitch ? fmt::format("pitch {:.1f} Hz ({})", *report.pitch, NoteOf(*report.pitch)) : "no pitch";
-    return fmt::format("accepted: {}, peak {} dBFS, {}", form, Decibels(report.peak), pitch);
+    const std::string replaced =
+        report.replacedSamples > 0
+            ? fmt::format(", {} samples are no numbers and play as silence", report.replacedSamples)
+            : "";
+    return fmt::format("accepted: {}, peak {} dBFS, {}{}", form, Decibels(report.peak), pitch, replaced);
 }
 
 } // namespace
@@ -140,13 +144,14 @@ void SampleCommand::Render() const {
                                     host::Instrument::minimumSampleRate, host::Instrument::maximumSampleRate);
     const std::uint32_t rate = options.SampleRate() != 0 ? options.SampleRate() : ownRate;
     // The preamp at the level where the monitor is as loud as the sample itself, and a short envelope.
-    const auto instrument =
-        options.MakeInstrument(rate, {{"ProgramLevel=-6.02 dB", "Attack=2 ms", "Release=50 ms"},
-                                      {"OutputSelection=modulator", "Modulator_ExternalInput=off"}});
+    const auto instrument = options.MakeInstrument(
+        rate, {{"Attack=2 ms", "Release=50 ms"},
+               {"ProgramLevel=-6.02 dB", "OutputSelection=modulator", "Modulator_ExternalInput=off"}});
     slot.Apply(*instrument, report.Seconds());
     instrument->LoadSample(0, paths.front());
     const std::unique_ptr<host::PendingFile> presetFile = options.BeginPresetOf(*instrument);
-    RenderOutput output(options.Output(), rate, instrument->FramesPerBlock(), options.Format());
+    RenderOutput output(options.Output(), rate, instrument->FramesPerBlock(), instrument->LatencyFrames(),
+                        options.Format());
     const double playedSeconds = SlotOptions::PlayedSeconds(*instrument, report.Seconds());
     KeyPerformance performance(*instrument, instrument->KeyOf(0), HeldSeconds(*instrument, playedSeconds),
                                playedSeconds);

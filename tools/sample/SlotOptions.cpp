@@ -61,7 +61,7 @@ float ParseShare(std::string_view option, std::string_view text, double wholeSec
 std::array<float, 2> ParseRange(std::string_view option, std::string_view text, double wholeSeconds) {
     const auto colon = text.find(':');
     if (colon == std::string_view::npos) {
-        throw UsageError(fmt::format("{}: '{}' is not of the form START:STOP", option, text));
+        throw UsageError(fmt::format("{}: '{}' is not of the form START:STOP", option, host::Excerpt(text)));
     }
     std::array<float, 2> range{0.0F, 1.0F};
     const std::array parts{text.substr(0, colon), text.substr(colon + 1)};
@@ -71,7 +71,8 @@ std::array<float, 2> ParseRange(std::string_view option, std::string_view text, 
         }
     }
     if (!(range[0] < range[1])) {
-        throw UsageError(fmt::format("{}: '{}' is empty; START lies before STOP", option, text));
+        throw UsageError(
+            fmt::format("{}: '{}' is empty; START lies before STOP", option, host::Excerpt(text)));
     }
     return range;
 }
@@ -149,7 +150,7 @@ void SlotOptions::ApplyRanges(Slot& slot, double fileSeconds) const {
 void SlotOptions::ApplyLoop(Slot& slot, double fileSeconds) const {
     if (!loop.empty()) {
         if (loop != "forward" && loop != "back") {
-            throw UsageError(fmt::format("--loop: '{}' is neither forward nor back", loop));
+            throw UsageError(fmt::format("--loop: '{}' is neither forward nor back", host::Excerpt(loop)));
         }
         slot.Set(loopOn, 1.0F);
         slot.Set("Modulator_Sampler_Slot1_LoopType", loop == "back" ? 1.0F : 0.0F);
@@ -167,7 +168,8 @@ void SlotOptions::ApplyPitch(Slot& slot) const {
     if (!stretch.empty()) {
         const ParameterSetting factor = Parse("--stretch", stretch, ParameterUnit::None, 0.25, 8.0);
         if (factor.scale == ParameterSetting::Scale::Position) {
-            throw UsageError(fmt::format("--stretch: '{}' is not a factor from 0.25 to 8", stretch));
+            throw UsageError(
+                fmt::format("--stretch: '{}' is not a factor from 0.25 to 8", host::Excerpt(stretch)));
         }
         slot.Set(stretchOn, 1.0F);
         slot.Set(stretchFactor, 1.0F / factor.number);

@@ -82,8 +82,8 @@ double SecondsOfBar(std::string_view text, std::size_t colon, const host::TempoM
     const double beat = PlainNumber(text.substr(colon + 1));
     if (!(bar >= 1.0 && bar <= lastBar && bar == std::floor(bar) && beat >= 1.0 &&
           beat < 1.0 + beatsPerBar)) {
-        throw FileError(fmt::format("time '{}' is not a bar from 1 and a beat from 1 to below {}", text,
-                                    1.0 + beatsPerBar));
+        throw FileError(fmt::format("time '{}' is not a bar from 1 and a beat from 1 to below {}",
+                                    host::Excerpt(text), 1.0 + beatsPerBar));
     }
     return tempo.SecondsAt((bar - 1.0) * beatsPerBar + beat - 1.0);
 }
@@ -94,14 +94,14 @@ double ParseTime(std::string_view text, const host::TempoMap& tempo) {
     }
     const double seconds = PlainNumber(text);
     if (!(seconds >= 0.0 && seconds <= lastSecond)) {
-        throw FileError(fmt::format("time '{}' is neither seconds nor bar:beat", text));
+        throw FileError(fmt::format("time '{}' is neither seconds nor bar:beat", host::Excerpt(text)));
     }
     return seconds;
 }
 
 bool ParseMove(const std::string& text) {
     if (!text.empty() && text != "jump" && text != "linear") {
-        throw FileError(fmt::format("move '{}' is neither jump nor linear", text));
+        throw FileError(fmt::format("move '{}' is neither jump nor linear", host::Excerpt(text)));
     }
     return text == "linear";
 }
@@ -170,7 +170,8 @@ void Automation::AddLine(std::string_view line, const host::ParameterCatalog& ca
     }
     std::vector<Point>& points = lanes[info.id].points;
     if (!points.empty() && point.seconds < points.back().seconds) {
-        throw FileError(fmt::format("time '{}' lies before the point of {} above", fields[0], info.name));
+        throw FileError(
+            fmt::format("time '{}' lies before the point of {} above", host::Excerpt(fields[0]), info.name));
     }
     points.push_back(point);
 }

@@ -25,9 +25,7 @@ void PlayCommand::Run() {
         return;
     }
     Check();
-    // The preamp at the level where the monitor is as loud as the carrier itself; there a chord of many
-    // voices stays below full scale.
-    job.wishes = {{"CarrierLevel=-24 dB", "MasterVolume=-17 dB"}, {"OutputSelection=carrier"}};
+    job.wishes.overPreset = InstrumentOptions::carrierMonitor;
     RenderSong(job, options);
 }
 

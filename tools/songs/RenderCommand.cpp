@@ -106,9 +106,11 @@ InstrumentOptions::Wishes RenderCommand::Wishes() const {
     } else if (!job.slots.empty()) {
         wishes.overPreset.push_back("Modulator_ExternalInput=off");
     }
-    if (!monitor.empty()) {
-        wishes.overPreset.push_back(monitor == "carrier" ? "OutputSelection=carrier"
-                                                         : "OutputSelection=modulator");
+    if (monitor == "carrier") {
+        const auto& carrier = InstrumentOptions::carrierMonitor;
+        wishes.overPreset.insert(wishes.overPreset.end(), carrier.begin(), carrier.end());
+    } else if (!monitor.empty()) {
+        wishes.overPreset.push_back("OutputSelection=modulator");
     }
     return wishes;
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tools/songs/SongRender.h"
 
+#include "host/audio/AudioFileSource.h"
 #include "host/common/Errors.h"
 #include "host/instrument/Instrument.h"
 #include "host/parts/SampleReport.h"
@@ -48,6 +49,7 @@ void LoadSlots(Instrument& instrument, const std::vector<std::filesystem::path>&
         }
         try {
             instrument.LoadSample(slot, paths[slot]);
+            const host::AudioFileSource odd(paths[slot]); // a rate that no sound has is refused
         } catch (const host::FileError&) {
             const host::SampleReport report = host::InspectSample(paths[slot]);
             if (report.isAccepted) {
@@ -114,7 +116,8 @@ void RenderSong(const SongJob& job, const InstrumentOptions& options) {
     const std::unique_ptr<host::PendingFile> presetFile = options.BeginPresetOf(*instrument);
     SongPerformance performance(song, *instrument, voice.get(), moves ? &*moves : nullptr);
     WarnWithoutNotes(job, *instrument, performance.NoteCount());
-    RenderOutput output(options.Output(), rate, instrument->FramesPerBlock(), options.Format());
+    RenderOutput output(options.Output(), rate, instrument->FramesPerBlock(), instrument->LatencyFrames(),
+                        options.Format());
     RunDisplay display(job.showsMeters);
     RenderWhole(performance, output, job.tail, display);
     output.Finish();

@@ -13,7 +13,24 @@ namespace {
 
 volatile std::sig_atomic_t notedSignal = 0;
 
-extern "C" void NoteSignal(int signal) { notedSignal = signal; }
+/// Once a second from the first signal on: it ends also the wait that began just behind it.
+extern "C" void Remind(int /*signal*/) { alarm(1); }
+
+extern "C" void NoteSignal(int signal) {
+    notedSignal = signal;
+    alarm(1);
+}
+
+/// A signal that is ignored, as under nohup, stays so. A blocked call ends with it and is not begun anew.
+void Watch(int signal, void (*handler)(int)) {
+    struct sigaction action {};
+    sigaction(signal, nullptr, &action);
+    if (action.sa_handler != SIG_IGN) {
+        action = {};
+        action.sa_handler = handler;
+        sigaction(signal, &action, nullptr);
+    }
+}
 
 } // namespace
 
@@ -23,8 +40,11 @@ void Warn(std::string_view message) { fmt::print(stderr, "orphia: warning: {}\n"
 
 void WatchStopSignals() {
     for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
-        std::signal(signal, NoteSignal);
+        Watch(signal, NoteSignal);
     }
+    Watch(SIGALRM, Remind);
+    // A limit of the size of files is told as what it is, a write that fails.
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 int StopSignal() { return notedSignal; }

@@ -14,7 +14,8 @@ bool IsTerminal(std::FILE* stream);
 void Warn(std::string_view message);
 
 /// From now on an interrupt, a request to terminate and a closed pipe no longer end the program at once;
-/// they are only noted, so that no half file is left behind.
+/// they are only noted, so that no half file is left behind. A read that waits ends with them. Signals that
+/// are ignored stay so.
 void WatchStopSignals();
 
 /// The number of the signal that was noted, or 0.

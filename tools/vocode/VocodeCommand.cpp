@@ -88,6 +88,7 @@ void VocodeCommand::Render() const {
     carrier.ConvertTo(rate);
 
     VocoderSession session(rate, options.Seed());
+    session.SetLimiter(options.UsesLimiter());
     session.Apply(host::DefaultPreset(options.Catalog()));
     session.Apply(options.ReadPreset());
     for (const host::ParameterSetting& setting : options.OwnSettings()) {
@@ -100,7 +101,7 @@ void VocodeCommand::Render() const {
         presetFile = options.BeginPreset(preset);
     }
     RenderOutput output(options.Output(), rate, VocoderSession::BlockSize(static_cast<float>(rate)),
-                        options.Format());
+                        session.LatencyFrames(), options.Format());
     RunDisplay display(showsMeters);
     VocodePerformance performance(modulator, carrier, session);
     RenderWhole(performance, output, tailSeconds, display);

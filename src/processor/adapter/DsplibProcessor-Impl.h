@@ -6,8 +6,10 @@
 #include "processor/adapter/DsplibProcessorBlock-Impl.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <system_error>
 #include <utility>
 
 // The operations of the host interface; the block has a file of its own.
@@ -121,13 +123,29 @@ bool DsplibProcessor<Engine, variant>::GetParameterData(u32 id, void* buffer, u3
 
 template <class Engine, u32 variant>
 bool DsplibProcessor<Engine, variant>::SetParameterData(u32 id, const void* data, u32* size) {
+    const bool hasData = size != nullptr && (data != nullptr || *size == 0);
+    if (id == tooltipTextId && hasData) {
+        TakeSeed({static_cast<const char*>(data), *size});
+    }
     if (id >= tooltipUpdateId) {
         return id == tooltipTextId;
     }
-    if (size == nullptr || (data == nullptr && *size != 0)) {
+    if (!hasData) {
         return false;
     }
     return engine.SetParameterData(id, data, size);
+}
+
+/// "seed=" and a number makes noise and chance repeatable. A tooltip's text is the engine's to write, so that
+/// no other use of it is disturbed.
+template <class Engine, u32 variant>
+void DsplibProcessor<Engine, variant>::TakeSeed(std::string_view text) {
+    constexpr std::string_view key = "seed=";
+    u32 seed = 0;
+    if (text.starts_with(key) &&
+        std::from_chars(text.data() + key.size(), text.data() + text.size(), seed).ec == std::errc()) {
+        engine.SeedNoise(seed);
+    }
 }
 
 template <class Engine, u32 variant>

@@ -17,7 +17,8 @@ namespace Velmora::Processor {
 /// the engine from what it cannot take. Everything a block needs has a fixed size and lies in the object.
 ///
 /// Parameters: those of the engine, then "ToolTipUpdate", to which the host writes the id of the parameter
-/// whose tooltip it wants, and "ToolTipText", whose data carry the answer.
+/// whose tooltip it wants, and "ToolTipText", whose data carry the answer; a host that writes "seed=5" to
+/// these data, best in front of Initialize, makes noise and random modulation repeat.
 ///
 /// The engine is a module with `parameterCount`, the data operations and the two change queues of
 /// VocoderProcessor. Nothing depends on `variant`: it tells adapters of one engine apart.
@@ -74,6 +75,7 @@ protected:
     bool initialized = false;
 
 private:
+    void TakeSeed(std::string_view text);
     void RequestTooltip(float value);
     bool GetEngineParameterInfo(u32 id, ParameterInfoRecord& record);
     void ReportLongName(u32 needed, const char* name);

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <random>
 #include <string>
 
@@ -95,6 +96,7 @@ TEST(Instrument, APresetBringsTheSoundBackToTheBit) {
     const Sound sound = RenderChord(*original, 1.0);
     EXPECT_GT(sound.Rms(), 1e-4);
     EXPECT_EQ(RenderChord(*fresh, 1.0).samples, sound.samples);
+    EXPECT_FALSE(Velmora::Platform::Environment("ORPHIA_SEED")) << "the seed has a way of its own";
     EXPECT_NE(RenderChord(*Ready({}, 2), 0.2).samples, RenderChord(*Ready(), 0.2).samples) << "other noise";
 }
 
@@ -124,10 +126,75 @@ TEST(Instrument, NonsenseComesToNoHarm) {
         instrument->Control(volume, number);
     }
     instrument->Set({1'000'000, ParameterSetting::Scale::Value, 1.0F});
+    const auto wet = Ready();
+    for (const auto& [number, end] : {std::pair{2.0F, 1.0F}, {-1.0F, 0.0F}}) {
+        for (const auto scale : {ParameterSetting::Scale::Position, ParameterSetting::Scale::Value}) {
+            wet->Set({wet->Catalog().Find("Wet").id, scale, number});
+            EXPECT_EQ(wet->Position(wet->Catalog().Find("Wet").id), end) << "out of range";
+        }
+    }
     instrument->Set({instrument->Catalog().Find("Panic").id, ParameterSetting::Scale::Value, 1.0F});
     EXPECT_EQ(instrument->CapturePreset().settings, before.settings);
     EXPECT_GT(RenderChord(*instrument, 0.5).Rms(), 0.01);
     EXPECT_EQ(instrument->TakeMessages(), std::vector<std::string>{});
+}
+
+TEST(Instrument, TheLimiterHoldsPeaksAndChangesNothingElse) {
+    for (const bool isLoud : {false, true}) {
+        const test::Settings levels = {isLoud ? "MasterVolume=0 dB" : "MasterVolume=-20 dB",
+                                       isLoud ? "CarrierLevel=0 dB" : "CarrierLevel=-30 dB"};
+        const auto plain = Ready(levels);
+        const auto safe = Ready(levels);
+        EXPECT_EQ(safe->LatencyFrames(), 0U);
+        safe->SetLimiter(true);
+        const std::size_t late = 2 * safe->LatencyFrames();
+        EXPECT_NEAR(static_cast<double>(late) / 2 / 44100, 0.002, 0.001);
+        EXPECT_EQ(BlockAdapter(*safe).Latency(), 44 + late / 2);
+        const std::vector<float> wild = RenderChord(*plain, 0.5).samples;
+        const std::vector<float> held = RenderChord(*safe, 0.5).samples;
+        const auto loudest = [](const auto& sound) { return *std::max_element(sound.begin(), sound.end()); };
+        EXPECT_EQ(loudest(wild) > 1.2F, isLoud);
+        EXPECT_LE(loudest(held), 0.8913F);
+        EXPECT_EQ(std::equal(held.begin() + static_cast<std::ptrdiff_t>(late), held.end(), wild.begin()),
+                  !isLoud);
+        EXPECT_EQ(safe->TakeMeters().limiterReduction > 1.0F, isLoud);
+        EXPECT_EQ(safe->TakeMeters().limiterReduction, 0.0F) << "taken";
+    }
+}
+
+TEST(Instrument, ShiftAndWidthThatMoveWhileItPlaysArriveWhereTheyWouldHaveBegun) {
+    // Narrow bands ring longer.
+    for (const auto& [there, from] : {std::pair{"Shift=1", 0.1}, {"SynthesizerFilterBank_Width=-1", 0.4}}) {
+        const auto begun = Ready({there});
+        const auto moved = Ready();
+        RenderChord(*begun, 0.2);
+        RenderChord(*moved, 0.2);
+        test::Apply(*moved, {there});
+        const Sound expected = RenderChord(*begun, 0.8);
+        Sound difference = RenderChord(*moved, 0.8);
+        std::transform(difference.samples.begin(), difference.samples.end(), expected.samples.begin(),
+                       difference.samples.begin(), std::minus<float>());
+        EXPECT_LT(difference.Rms(from), expected.Rms(from) * 1e-3) << there;
+    }
+}
+
+TEST(Instrument, AHoldThatIsOnFromTheStartHoldsTheFirstSound) {
+    const auto ready = Ready({"SampleHold=on"});
+    const auto rests = [](Instrument& instrument) {
+        RenderChord(instrument, 1.0);
+        return Render(instrument, 0.5).Rms(0.2);
+    };
+    Render(*ready, 0.3);
+    const Preset saved = ready->CapturePreset();
+    const auto fresh = Ready();
+    fresh->LoadPreset(saved);
+    EXPECT_EQ(fresh->Value("SampleHold"), 1.0F);
+    const double held = rests(*fresh);
+    EXPECT_GT(held, 0.01) << "sounds on without a voice";
+    fresh->SetSampleRate(48000);
+    EXPECT_GT(rests(*fresh), held / 4) << "and at another rate";
+    fresh->Set("SampleHold", "off");
+    EXPECT_LT(rests(*fresh), held / 100);
 }
 
 TEST(Instrument, KeepsItsSettingsAtAnotherRateAndCountsTheBeatsWhileItPlays) {

@@ -18,7 +18,7 @@ constexpr std::size_t frames = 40 * block;
 /// Adds to the voice what it was told so far; takes two messages a block.
 class AddingEngine final : public BlockEngine {
 public:
-    std::uint32_t FramesPerBlock() const override { return block; }
+    std::uint32_t FramesPerBlock() const override { return length; }
     bool Send(const MidiMessage& message) override {
         if (taken < 2) {
             sum += static_cast<float>(message.data1);
@@ -28,11 +28,13 @@ public:
     }
     void Set(const ParameterSetting& setting) override { sum += setting.number; }
     void ProcessBlock(const float* const* voice, std::uint32_t channels, float* const* output) override {
-        for (std::size_t n = 0; n < 2 * block; ++n) {
+        for (std::size_t n = 0; n < 2 * std::size_t{length}; ++n) {
             output[n % 2][n / 2] = sum + (channels == 0 ? 0.25F : voice[n % 2][n / 2]);
         }
         taken = 0;
     }
+
+    std::uint32_t length = block;
 
 private:
     float sum = 0.0F;
@@ -115,6 +117,23 @@ TEST(BlockAdapter, AMonoVoiceIsOnBothSidesAndAResetForgetsWhatIsOnItsWay) {
     adapter.Process({}, sound);
     EXPECT_EQ(sound.front(), 105.0F);
     EXPECT_EQ(sound.back(), 100.25F);
+}
+
+/// As with an instrument at another rate.
+TEST(BlockAdapter, FollowsAnEngineWhoseBlocksChangeTheirLength) {
+    for (const std::uint32_t length : {BlockEngine::longestBlock, 4U}) {
+        AddingEngine engine;
+        BlockAdapter adapter(engine);
+        std::vector<float> sound(2 * frames * 4, 3.0F);
+        adapter.Process(std::span(sound).first(6), std::span(sound).first(6));
+        engine.length = length;
+        EXPECT_EQ(adapter.Latency(), length);
+        std::fill(sound.begin(), sound.end(), 3.0F);
+        adapter.Process(sound, sound);
+        const auto begins = std::find(sound.begin(), sound.end(), 3.0F);
+        EXPECT_EQ(begins - sound.begin(), 2 * length);
+        EXPECT_TRUE(std::all_of(begins, sound.end(), [](float x) { return x == 3.0F; })) << length;
+    }
 }
 
 } // namespace

@@ -88,6 +88,24 @@ TEST(MidiPlayer, ANoteHasItsPitchAndItsTimeWhateverIsAskedForAtOnce) {
     }
 }
 
+TEST(MidiPlayer, TheSongGoesOnAtAnotherRate) {
+    const MidiFile file = MidiFile::Parse(test::Song(
+        0, 480,
+        {At(0, On(60)) + At(second / 2, Off(60)) + At(0, On(69)) + At(second / 2, Off(69)) + test::End()}));
+    const auto instrument = test::Ready(plain);
+    MidiPlayer player(file, *instrument);
+    std::vector<float> before(std::size_t{44} * 2 * 300);
+    player.Process(before);
+    instrument->SetSampleRate(96000);
+    Sound sound{96000, 2, std::vector<float>(96000 * 2)};
+    player.Process(sound.samples);
+    const double gone = 44 * 300 / 44100.0;
+    EXPECT_NEAR(CentsOff(sound, 69, 0.55 - gone, 0.95 - gone), 0.0, 0.4);
+    EXPECT_LT(sound.Rms(0.0, 0.49 - gone), 1e-5) << "what was down is over";
+    EXPECT_LT(sound.Rms(1.05 - gone), 1e-5);
+    EXPECT_TRUE(player.IsDone());
+}
+
 TEST(MidiPlayer, NoEventIsLostWhenABlockOverflows) {
     Bytes crowd;
     for (int i = 0; i < 400; ++i) {
@@ -164,6 +182,15 @@ TEST(MidiPlayer, TheBendHasTheRangeOfTheFileAndWithMpeOfItsChannel) {
         {"the bend of another channel", zone + At(0, Bend(2)) + At(0, On(60, 1)), 60},
         {"the bend of the zone", zone + At(0, Bend(0)) + At(0, On(60, 1)), 62},
         {"a zone of the last channel", Registered(6, 15, 15) + Registered(0, 12, 2) + member, 72},
+        {"outside a zone of three a channel has the plain range",
+         Registered(6, 3) + At(0, Bend(9)) + At(0, On(60, 9)), 62},
+        {"and the zone is not bent by it", Registered(6, 3) + At(0, Bend(9)) + At(0, On(60, 3)), 60},
+        {"the last member of three",
+         Registered(6, 3) + Registered(0, 12, 3) + At(0, Bend(3)) + At(0, On(60, 3)), 72},
+        {"the last zone takes what both want",
+         zone + Registered(6, 14, 15) + At(0, Bend(0)) + At(0, On(60, 5)), 60},
+        {"of two zones each has its master",
+         Registered(6, 7) + Registered(6, 7, 15) + At(0, Bend(15)) + At(0, On(60, 9)), 62},
         {"no zone any more", zone + Registered(6, 0) + member, 62},
     };
     for (const auto& [what, track, key, settings] : cases) {

@@ -99,6 +99,8 @@ TEST(PresetLibrary, ListsFindsAndOpensTheUsersPresetsWhichStandInForBuiltInOnes)
     const std::string id = plain.Entries().at(1).id;
     test::WriteText(folder / "my-robot.json", File(R"("MasterVolume": "-5 dB")", "My Robot"));
     test::WriteText(folder / "other.json", R"({"a": 1})");
+    test::WriteText(folder / "huge.json", File(R"("MasterVolume": -1e400)"));
+    std::filesystem::create_directory(folder / "folder.json");
     test::WriteText(folder / "my-robot.txt", "notes");
     test::WriteText(folder / (id + ".json"), File(R"("MasterVolume": "-7 dB")", "Mine"));
     const PresetLibrary library(folder.Path());
@@ -111,6 +113,12 @@ TEST(PresetLibrary, ListsFindsAndOpensTheUsersPresetsWhichStandInForBuiltInOnes)
     std::vector<std::string> warnings;
     const auto open = [&](const std::string& name) { return library.Open(name, Whole(), warnings); };
     EXPECT_EQ(open("my robot").settings.at(0).number, -5.0F);
+    ASSERT_EQ(warnings.size(), 3U) << "one for each file that is none";
+    for (const auto& [n, name] : {std::pair{0, "folder.json: is not a file"},
+                                  {1, "huge.json: line 3: the number '-1e400'"},
+                                  {2, "other.json: line 1"}}) {
+        EXPECT_PRED2(Has, warnings[static_cast<std::size_t>(n)], name);
+    }
     EXPECT_EQ(open((folder / "my-robot.json").string()).settings.at(0).number, -5.0F);
     const std::pair<std::string, const char*> refusals[] = {
         {"my-robat", "unknown preset 'my-robat' (similar: my-robot"},
@@ -133,10 +141,13 @@ TEST(PresetLibrary, TheUsersFolderIsWhereTheSystemKeepsTheirData) {
     EXPECT_FALSE(PresetLibrary::UserFolder().string().starts_with("relative"));
 }
 
-TEST(PendingFile, FollowsALinkAndLeavesWhatIsThereUntilItIsWhole) {
+TEST(PendingFile, FollowsLinksAndLeavesWhatIsThereUntilItIsWhole) {
     const test::TemporaryFolder folder;
+    std::filesystem::create_symlink("next", folder / "link");
+    std::filesystem::create_symlink(folder / "file", folder / "next");
+    { PendingFile(folder / "link").Commit(); }
+    EXPECT_TRUE(std::filesystem::exists(folder / "file")) << "where the links lead, though nothing was there";
     test::WriteText(folder / "file", "old");
-    std::filesystem::create_symlink("file", folder / "link");
     for (const bool isWhole : {false, true}) {
         PendingFile pending(folder / "link");
         pending.Write("something long");
@@ -147,7 +158,7 @@ TEST(PendingFile, FollowsALinkAndLeavesWhatIsThereUntilItIsWhole) {
         }
     }
     EXPECT_EQ(test::ReadText(folder / "file"), "new");
-    EXPECT_EQ(folder.Names().size(), 2U);
+    EXPECT_EQ(folder.Names().size(), 3U);
 }
 
 } // namespace
