@@ -2,14 +2,13 @@
 #pragma once
 
 #include "reference/Sections.h"
-#include "reference/SmootherModel.h"
-#include "reference/VocoderParameters.h"
 
 #include <array>
 
 /// What exists once for each of the sixteen bands.
 namespace orphia_reference {
 
+inline constexpr std::size_t bandCount = 16;
 using BandValues = std::array<double, bandCount>;
 
 /// Sixteen independent pairs of biquads, each biquad with a plain gain.
@@ -44,25 +43,19 @@ struct FilterBankModel {
 /// The synthesis bank with its own notion of when shift and width take effect.
 struct SynthesizerBankModel {
     FilterBankModel bank;
-    SmootherModel shiftSmoother;
-    double lastShift;
-    double lastWidth;
-    double rate;
+    SmootherModel smoothShift;
+    double rate, lastShift = 0.0, lastWidth = 0.0;
 
-    SynthesizerBankModel(double shift, double width, double sampleRate, double maxBlockSize)
-        : lastShift(shift), lastWidth(width), rate(sampleRate) {
-        shiftSmoother.Prepare(0.015, sampleRate, maxBlockSize);
-        shiftSmoother.Set(shift);
-        bank.Design(shift, width, sampleRate);
-    }
+    SynthesizerBankModel(double sampleRate, double maxBlockSize)
+        : smoothShift(0.015, sampleRate / maxBlockSize), rate(sampleRate) {}
     /// The shift moves only on blocks that bring a change or a modulation, one step each, so a single change
     /// gets one step of the way and stays there.
     void BeginBlock(double shift, double width, bool modulated) {
-        if (shift != lastShift || width != lastWidth || modulated) {
+        if (smoothShift.isFresh || shift != lastShift || width != lastWidth || modulated) {
             lastShift = shift;
             lastWidth = width;
-            shiftSmoother.SetTarget(shift);
-            bank.Design(shiftSmoother.Next(), width, rate);
+            smoothShift.Approach(shift);
+            bank.Design(smoothShift.Next(), width, rate);
         }
     }
     double Step(const BandValues& bands) {
@@ -84,9 +77,8 @@ struct RectifierFollowerModel {
     OnePole onePole;
     Biquad biquad;
     AttackReleaseModel follower;
-    double rate;
 
-    RectifierFollowerModel(bool lowestBand, double sampleRate) : rate(sampleRate) {
+    RectifierFollowerModel(bool lowestBand, double rate) {
         gainPositive = lowestBand ? -2.501e-05 : -4.988e-05;
         gainNegative = lowestBand ? 2.481e-05 : 4.994e-05;
         currentToVoltage = lowestBand ? 40200.0 : 20000.0;
@@ -94,9 +86,6 @@ struct RectifierFollowerModel {
         bias = (onePole.a1 + 1.0) * (lowestBand ? 0.000999001 : 0.00049875112) * -15.0;
         biquad.Design(Shape::LowPass, lowestBand ? 48.621662 : 306.4545, lowestBand ? 0.6855655 : 0.6741998,
                       rate);
-    }
-    void SetTimes(double attackSeconds, double releaseSeconds) {
-        follower.Prepare(attackSeconds, releaseSeconds, rate);
     }
     Output Step(double x) {
         const double u = x > 0.0 ? x * gainPositive : x * gainNegative;

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <utility>
+#include <vector>
 
 /// Double-precision models of the vocoder's circuits, derived from the circuit values alone. Nothing here
 /// shares a line with the engine, so that the two can be held against each other.
@@ -43,10 +46,8 @@ struct Biquad {
     /// `gain` stands on the feed-forward sum, before the feedback terms.
     double Step(double x, double gain = 1.0) {
         const double y = ((b0 * x + b1 * x1 + b2 * x2) * gain - a1 * y1 - a2 * y2) / a0;
-        x2 = x1;
-        x1 = x;
-        y2 = y1;
-        y1 = y;
+        x2 = std::exchange(x1, x);
+        y2 = std::exchange(y1, y);
         return y;
     }
 };
@@ -70,5 +71,47 @@ struct OnePole {
         return y1;
     }
 };
+
+/// Exponential approach to a target: five time constants fit in the set time, and the tail is cut once a
+/// step would be below 1e-12 of the target.
+struct SmootherModel {
+    double coefficient;
+    double current = 0.0, target = 0.0;
+    bool isFresh = true;
+
+    SmootherModel(double seconds, double rate) : coefficient(-std::expm1(-5.0 / (rate * seconds))) {}
+    /// The first value is there at once.
+    void Approach(double value) {
+        target = value;
+        current = std::exchange(isFresh, false) ? value : current;
+    }
+    double Next() {
+        const double step = (target - current) * coefficient;
+        current = std::abs(step) >= std::max(std::abs(target) * 1e-12, 1e-20) ? current + step : target;
+        return current;
+    }
+};
+
+/// Follows a level with one time upwards and another one downwards, in seconds to 1/e.
+struct AttackReleaseModel {
+    double attack = 0.0, release = 0.0, level = 0.0;
+
+    void SetTimes(double attackSeconds, double releaseSeconds, double rate) {
+        attack = -std::expm1(-1.0 / (attackSeconds * rate));
+        release = -std::expm1(-1.0 / (releaseSeconds * rate));
+    }
+    double Step(double target) { return level += (target - level) * (target > level ? attack : release); }
+};
+
+/// RMS of the difference over RMS of the reference, in dB.
+inline double DifferenceDb(const std::vector<float>& got, const std::vector<double>& expected) {
+    double difference = 0.0;
+    double power = 0.0;
+    for (std::size_t n = 0; n < got.size(); ++n) {
+        difference += std::pow(static_cast<double>(got[n]) - expected[n], 2.0);
+        power += expected[n] * expected[n];
+    }
+    return 10.0 * std::log10((difference + 1e-30) / (power + 1e-30));
+}
 
 } // namespace orphia_reference

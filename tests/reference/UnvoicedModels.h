@@ -2,8 +2,6 @@
 #pragma once
 
 #include "reference/Sections.h"
-#include "reference/SmootherModel.h"
-#include "reference/VocoderParameters.h"
 
 #include <array>
 #include <cstdint>
@@ -53,14 +51,14 @@ struct BalanceModel {
         double noise;
     };
     OnePole carrierHighPass, noiseHighPass;
-    GlideModel glide;
+    SmootherModel glide;
     bool mixed = false;
 
     explicit BalanceModel(double rate)
         : carrierHighPass(Shape::HighPass, 49.998447, rate), noiseHighPass(carrierHighPass),
           glide(0.1, rate) {}
     void BeginBlock(double balance, bool noiseMix) {
-        glide.BeginBlock(balance);
+        glide.Approach(balance);
         mixed = noiseMix;
     }
     Buses Step(double carrier, double noise) {
@@ -121,29 +119,31 @@ struct GateModel {
     }
 };
 
-/// The path of the highest frequencies: two high-passes, a gate, a third high-pass, a low-pass.
+/// The settings of the path of the highest frequencies. Mode 0 is gated by the discriminator, mode 1 open.
+struct HfSettings {
+    double highPassGain, mode, level;
+};
+
+/// The path itself: two high-passes, a gate, a third high-pass, a low-pass.
 struct HfChannelModel {
     GateModel gate;
     Biquad highPass1, highPass2, highPass3, lowPass;
     SmootherModel level;
-    HfSettings settings;
+    HfSettings settings{};
 
-    /// The level is there at once.
-    HfChannelModel(const HfSettings& initial, double rate)
+    explicit HfChannelModel(double rate)
         : gate(GateModel::ForHfChannel(rate)),
           highPass1(Biquad::OfQ(Shape::HighPass, 5028.5923, 0.7102, rate)), highPass2(highPass1),
-          highPass3(highPass1), lowPass(Biquad::OfQ(Shape::LowPass, 15005.0, 0.70711, rate)) {
-        level.Prepare(0.1, rate);
-        level.Set(initial.level);
-    }
+          highPass3(highPass1), lowPass(Biquad::OfQ(Shape::LowPass, 15005.0, 0.70711, rate)),
+          level(0.1, rate) {}
     void BeginBlock(const HfSettings& newSettings, double gateAttackHz, double gateReleaseHz) {
         settings = newSettings;
-        level.SetTarget(settings.level);
+        level.Approach(settings.level);
         gate.SetCorners(gateAttackHz, gateReleaseHz);
     }
     double Step(double program, double hissControl) {
         const double highPassed = highPass2.Step(highPass1.Step(program, level.Next())) * 0.8912;
-        const double gated = gate.Step(highPassed, settings.mode == 0 ? hissControl : -15.0);
+        const double gated = gate.Step(highPassed, settings.mode < 0.5 ? hissControl : -15.0);
         return lowPass.Step(highPass3.Step(gated, settings.highPassGain));
     }
 };

@@ -3,8 +3,7 @@
 // made of it and the width of a pulse are values in single precision, and a phase sums up their rounding.
 #pragma once
 
-#include "reference/MappingModel.h"
-#include "reference/SmootherModel.h"
+#include "reference/Sections.h"
 
 #include <algorithm>
 #include <array>
@@ -44,18 +43,12 @@ struct PhaseFrame {
 
 /// One oscillator of a voice up to its level: waveform, flattening filter, low-pass and sine shaper.
 struct OscillatorModel {
-    explicit OscillatorModel(double sampleRate) : rate(sampleRate) {
-        level.Prepare(0.005, sampleRate);
-        drive.Prepare(0.005, sampleRate);
-    }
-    void BeginBlock(const OscillatorParameters& parameters, bool isFirstBlock) {
+    explicit OscillatorModel(double sampleRate)
+        : level(0.005, sampleRate), rate(sampleRate), drive(0.005, sampleRate) {}
+    void BeginBlock(const OscillatorParameters& parameters) {
         settings = parameters;
-        level.SetTarget(FromDb(settings.volumeDb));
-        drive.SetTarget(FromDb(KnobLaw{-12.0, 24.0, -6.0}.ToReal(settings.shape)));
-        if (isFirstBlock) {
-            level.Set(level.target);
-            drive.Set(drive.target);
-        }
+        level.Approach(FromDb(settings.volumeDb));
+        drive.Approach(FromDb(36.0 * std::expm1(-6.0 * settings.shape) / std::expm1(-6.0) - 12.0));
         g = std::tan(std::numbers::pi * (20000.0 - settings.shape * 19800.0) / rate);
     }
     /// With a master the phase restarts at its wraps.
@@ -67,23 +60,19 @@ struct OscillatorModel {
             return {phase, increment, true, master->samplesToWrap, master->samplesSinceWrap};
         }
         phase = Wrap(before + increment);
-        if (master != nullptr) {
-            return {phase, increment, false, master->samplesToWrap, master->samplesSinceWrap};
-        }
-        return {phase, increment, phase != before + increment, (1.0 - phase) / increment, phase / increment};
+        return master != nullptr
+                   ? PhaseFrame{phase, increment, false, master->samplesToWrap, master->samplesSinceWrap}
+                   : PhaseFrame{phase, increment, phase != before + increment, (1.0 - phase) / increment,
+                                phase / increment};
     }
     double Shape(const PhaseFrame& at, bool synced) {
         const double inc = std::abs(at.increment);
-        switch (settings.waveform) {
-        case Waveform::Triangle:
-            return SineDrive(PostFilter(Triangle(at.phase, inc)));
-        case Waveform::Saw:
-            return SineDrive(LowPass(PostFilter(-(synced ? SyncedSaw(at) : Saw(at.phase, inc)))));
-        case Waveform::Square:
-            break;
+        if (settings.waveform == Waveform::Square) {
+            return PostFilter(Square(at.phase, inc, AsFloat(settings.shape * 0.47500002 + 0.5)));
         }
-        return PostFilter(
-            Square(at.phase, inc, std::clamp(AsFloat(settings.shape * 0.47500002 + 0.5), 0.0, 1.0)));
+        return SineDrive(settings.waveform == Waveform::Triangle
+                             ? PostFilter(Triangle(at.phase, inc))
+                             : LowPass(PostFilter(-(synced ? SyncedSaw(at) : Saw(at.phase, inc)))));
     }
     static double AsFloat(double x) { return static_cast<double>(static_cast<float>(x)); }
     static double FromDb(double db) { return std::pow(10.0, db * 0.05); }
@@ -174,53 +163,42 @@ struct VoiceModel {
 
     /// One channel of a block; both are equal.
     std::vector<double> Process(const VoiceParameters& p, std::size_t frames) {
-        fm.assign(frames, 0.0);
-        master.assign(frames, PhaseFrame{});
-        std::vector<double> out(frames, 0.0);
-        for (const std::size_t i : {1U, 0U}) {
-            oscillators[i].BeginBlock(p.oscillators[i], isFirstBlock);
-            AddOscillator(i, p, out);
+        std::array<std::vector<double>, 2> sounds;
+        auto& [first, second] = oscillators;
+        first.BeginBlock(p.oscillators[0]);
+        second.BeginBlock(p.oscillators[1]);
+        const double increments[] = {Frequency(p, 0) / rate, Frequency(p, 1) / rate};
+        for (std::size_t n = 0; n < frames; ++n) {
+            const PhaseFrame master = second.Advance(increments[1], nullptr);
+            const double modulator = second.Shape(master, false);
+            const double deviation = modulator * p.fmAmount * 20000.0 / rate;
+            const PhaseFrame at = first.Advance(increments[0] + deviation, p.sync ? &master : nullptr);
+            sounds[0].push_back(first.Shape(at, p.sync) * first.level.Next());
+            sounds[1].push_back(modulator * second.level.Next());
         }
-        isFirstBlock = false;
+        std::vector<double> out(frames, 0.0);
+        for (const std::size_t i : {0U, 1U}) {
+            // A level that has settled at the bottom of its range is silence for the whole block.
+            const SmootherModel& level = oscillators[i].level;
+            const bool isSilent =
+                level.current == level.target && level.target == OscillatorModel::FromDb(-70.0);
+            for (std::size_t n = 0; n < frames && !isSilent; ++n) {
+                out[n] += sounds[i][n];
+            }
+        }
         return out;
     }
 
 private:
     static double Frequency(const VoiceParameters& p, std::size_t index) {
-        const double base = OscillatorModel::AsFloat(index == 0 || p.keyTrack ? p.frequency : 261.62558);
+        const auto single = OscillatorModel::AsFloat;
+        const double base = single(index == 0 || p.keyTrack ? p.frequency : 261.62558);
         const double semitones = p.oscillators[index].coarse + (index == 0 ? 0.0 : p.fine);
-        const double ratio =
-            OscillatorModel::AsFloat(std::exp2(semitones * OscillatorModel::AsFloat(1.0 / 12.0)));
-        return OscillatorModel::AsFloat(std::clamp(base * ratio, 20.0, 20000.0));
-    }
-    void AddOscillator(std::size_t index, const VoiceParameters& p, std::vector<double>& out) {
-        OscillatorModel& oscillator = oscillators[index];
-        const bool isSlave = index == 0 && p.sync;
-        const double increment = Frequency(p, index) / rate;
-        std::vector<double> sound(out.size());
-        for (std::size_t n = 0; n < out.size(); ++n) {
-            const double i = increment + (index == 0 ? fm[n] / rate : 0.0);
-            const PhaseFrame at = oscillator.Advance(i, isSlave ? &master[n] : nullptr);
-            const double sample = oscillator.Shape(at, isSlave);
-            if (index == 1) {
-                master[n] = at;
-                fm[n] = sample * p.fmAmount * 20000.0;
-            }
-            sound[n] = sample * oscillator.level.Next();
-        }
-        // A level that has settled at the bottom of its range is silence for the whole block.
-        const double level = oscillator.level.current;
-        const bool isSilent = level == oscillator.level.target && level == OscillatorModel::FromDb(-70.0);
-        for (std::size_t n = 0; n < out.size() && !isSilent; ++n) {
-            out[n] += sound[n];
-        }
+        return single(std::clamp(base * single(std::exp2(semitones * single(1.0 / 12.0))), 20.0, 20000.0));
     }
 
     double rate;
     std::array<OscillatorModel, 2> oscillators;
-    std::vector<double> fm; ///< deviation in Hz
-    std::vector<PhaseFrame> master;
-    bool isFirstBlock = true;
 };
 
 } // namespace orphia_reference

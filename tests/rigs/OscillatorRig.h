@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/oscillators/PolyBlepPhaseGen.h"
 #include "rigs/ModuleRig.h"
 
 #include <algorithm>
@@ -39,68 +38,26 @@ void RunInPlace(M& module, const std::vector<const float*>& inputs, const std::v
     Velmora::dsp::RunChild(module, context);
 }
 
-/// Where the buffers lie.
-inline std::vector<float*> Pointers(std::vector<Signal>& channels) {
-    std::vector<float*> pointers(channels.size());
-    std::transform(channels.begin(), channels.end(), pointers.begin(), [](Signal& s) { return s.data(); });
-    return pointers;
-}
-
-/// The five outputs of a phase generator. masters is what a master generator gave; fm is in Hz.
-inline std::vector<Signal> Phases(const Settings& settings, float rate, std::size_t frames,
-                                  const std::vector<Signal>* master = nullptr, const Signal* fm = nullptr,
-                                  const BlockSplit& split = BlockSplit::Of(44)) {
-    Velmora::dsp::PolyBlepPhaseGen generator;
-    Prepare(generator, rate, settings);
-    const Signal silence(frames, 0.0F);
-    std::vector<const Signal*> inputs(4, nullptr);
-    for (std::size_t c = 0; master != nullptr && c < 3; ++c) {
-        inputs[c] = &(*master)[c + 2];
+/// By halves: the even ones, and the odd ones turned. The length is a power of 2.
+inline std::vector<std::complex<double>> Transform(const std::vector<std::complex<double>>& x) {
+    const std::size_t half = x.size() / 2;
+    if (half == 0) {
+        return x;
     }
-    inputs[3] = fm != nullptr ? fm : &silence;
-    return Render(generator, inputs, 5, split);
-}
-
-/// A shape over the outputs of a phase generator.
-template <class M>
-Signal Shape(const Settings& settings, float rate, const std::vector<Signal>& phases,
-             const Signal* width = nullptr, const BlockSplit& split = BlockSplit::Of(44)) {
-    M shape;
-    Prepare(shape, rate, settings);
-    std::vector<const Signal*> inputs;
-    for (const Signal& channel : phases) {
-        inputs.push_back(&channel);
+    std::vector<std::complex<double>> parts[2];
+    for (std::size_t n = 0; n < x.size(); ++n) {
+        parts[n % 2].push_back(x[n]);
     }
-    if (width != nullptr) {
-        inputs.push_back(width);
+    const auto even = Transform(parts[0]);
+    const auto odd = Transform(parts[1]);
+    std::vector<std::complex<double>> out(x.size());
+    const auto step = std::polar(1.0, -std::numbers::pi / static_cast<double>(half));
+    std::complex<double> turn = 1.0;
+    for (std::size_t k = 0; k < half; ++k, turn *= step) {
+        out[k] = even[k] + turn * odd[k];
+        out[k + half] = even[k] - turn * odd[k];
     }
-    return Render(shape, inputs, 1, split)[0];
-}
-
-/// In place; the length is a power of 2.
-inline void Transform(std::vector<std::complex<double>>& x) {
-    const std::size_t size = x.size();
-    for (std::size_t i = 1, j = 0; i < size; ++i) {
-        std::size_t bit = size >> 1;
-        for (; (j & bit) != 0; bit >>= 1) {
-            j ^= bit;
-        }
-        j ^= bit;
-        if (i < j) {
-            std::swap(x[i], x[j]);
-        }
-    }
-    for (std::size_t half = 1; half < size; half *= 2) {
-        for (std::size_t k = 0; k < half; ++k) {
-            const auto turn =
-                std::polar(1.0, -std::numbers::pi * static_cast<double>(k) / static_cast<double>(half));
-            for (std::size_t at = k; at < size; at += 2 * half) {
-                const std::complex<double> odd = x[at + half] * turn;
-                x[at + half] = x[at] - odd;
-                x[at] += odd;
-            }
-        }
-    }
+    return out;
 }
 
 inline constexpr std::size_t spectrumSize = 1U << 16U;
@@ -120,14 +77,15 @@ inline const std::vector<double>& Window() {
 
 /// Magnitudes of the last frames under the window.
 inline std::vector<double> Spectrum(const Signal& signal) {
-    std::vector<std::complex<double>> x(spectrumSize);
-    const Signal tail(signal.end() - spectrumSize, signal.end());
-    std::transform(tail.begin(), tail.end(), Window().begin(), x.begin(),
-                   [](float sample, double weight) { return static_cast<double>(sample) * weight; });
-    Transform(x);
-    std::vector<double> magnitudes(spectrumSize / 2);
-    std::transform(x.begin(), x.begin() + spectrumSize / 2, magnitudes.begin(),
-                   [](std::complex<double> c) { return std::abs(c); });
+    std::vector<std::complex<double>> x;
+    for (std::size_t n = 0; n < spectrumSize; ++n) {
+        x.emplace_back(static_cast<double>(signal[signal.size() - spectrumSize + n]) * Window()[n]);
+    }
+    std::vector<double> magnitudes;
+    for (const std::complex<double> bin : Transform(x)) {
+        magnitudes.push_back(std::abs(bin));
+    }
+    magnitudes.resize(spectrumSize / 2);
     return magnitudes;
 }
 

@@ -3,7 +3,7 @@
 
 #include "rigs/StageRig.h"
 
-#include <utility>
+#include <tuple>
 
 using namespace Velmora;
 using namespace Velmora::Test;
@@ -12,19 +12,6 @@ using dsp::EnvFollower;
 namespace {
 
 constexpr double rate = 48000.0;
-using Values = std::vector<std::pair<u32, float>>;
-
-/// Unit gain, peaks, and the given values on top.
-std::unique_ptr<EnvFollower> MakeFollower(const Values& values = {}, double sampleRate = rate) {
-    auto follower = MakeStage<EnvFollower>(sampleRate);
-    follower->SetParameterValue(EnvFollower::FixedLinearGain, 1.0F);
-    follower->SetParameterValue(EnvFollower::RMSWindowDurationMs, 0.0F);
-    for (const auto& [id, value] : values) {
-        follower->SetParameterValue(id, value);
-    }
-    return follower;
-}
-
 /// Straight from the definitions: each window is summed from scratch, in double precision.
 Signal Model(const Signals& inputs, bool isStereo, int window, double gain, double threshold, double attack,
              double release, double sampleRate) {
@@ -55,41 +42,36 @@ TEST(EnvFollowerTest, AgreesWithADirectModel) {
     for (std::size_t n = 2000; n < 3500; ++n) {
         inputs[0][n] = inputs[1][n] *= 0.01F;
     }
-    struct Case {
-        float windowMs;
-        int window;
-        double sampleRate = rate;
-    };
-    for (const Case& c : {Case{0.0F, 1},
-                          {0.03F, 1},
-                          {0.05F, 2},
-                          {0.064F, 3},
-                          {1.0F, 48},
-                          {12.34F, 592},
-                          {100.0F, 4800},
-                          {0.0F, 1, 192000.0},
-                          {1.0F, 192, 192000.0}}) {
+    const std::tuple<float, int, double> cases[] = {
+        {0.0F, 1, rate},      {0.03F, 1, rate},    {0.05F, 2, rate},
+        {0.064F, 3, rate},    {1.0F, 48, rate},    {12.34F, 592, rate},
+        {100.0F, 4800, rate}, {0.0F, 1, 192000.0}, {1.0F, 192, 192000.0}};
+    for (const auto& [windowMs, window, sampleRate] : cases) {
         for (const bool isStereo : {false, true}) {
-            auto follower = MakeFollower({{EnvFollower::RMSWindowDurationMs, c.windowMs},
-                                          {EnvFollower::StereoInput, isStereo ? 0.51F : 0.5F},
-                                          {EnvFollower::FixedLinearGain, 2.0F},
-                                          {EnvFollower::Threshold, -20.0F},
-                                          {EnvFollower::ThresholdActive, 0.01F},
-                                          {EnvFollower::Attack, 0.003F},
-                                          {EnvFollower::Release, 0.02F}},
-                                         c.sampleRate);
+            auto follower = MakeStage<EnvFollower>(sampleRate);
+            for (const auto& [id, value] : {std::pair(EnvFollower::RMSWindowDurationMs, windowMs),
+                                            {EnvFollower::StereoInput, isStereo ? 0.51F : 0.5F},
+                                            {EnvFollower::FixedLinearGain, 2.0F},
+                                            {EnvFollower::Threshold, -20.0F},
+                                            {EnvFollower::ThresholdActive, 0.01F},
+                                            {EnvFollower::Attack, 0.003F},
+                                            {EnvFollower::Release, 0.02F}}) {
+                follower->SetParameterValue(id, value);
+            }
             const Signal got = Render(*follower, inputs, 1, {44, 4, 0, 100})[0];
-            const Signal expected = Model(inputs, isStereo, c.window, 2.0, 0.1, 0.003, 0.02, c.sampleRate);
+            const Signal expected = Model(inputs, isStereo, window, 2.0, 0.1, 0.003, 0.02, sampleRate);
             for (std::size_t n = 0; n < got.size(); ++n) {
                 ASSERT_NEAR(got[n], expected[n], 1e-5)
-                    << c.windowMs << " ms, stereo " << isStereo << ", frame " << n;
+                    << windowMs << " ms, stereo " << isStereo << ", frame " << n;
             }
         }
     }
 }
 
 TEST(EnvFollowerTest, SilenceIsExactEvenAfterAnAbsurdlyLoudPassage) {
-    auto follower = MakeFollower({{EnvFollower::RMSWindowDurationMs, 9.99F}});
+    auto follower = MakeStage<EnvFollower>();
+    follower->SetParameterValue(EnvFollower::FixedLinearGain, 1.0F);
+    follower->SetParameterValue(EnvFollower::RMSWindowDurationMs, 9.99F);
     for (u32 seed = 1; seed < 9; ++seed) {
         ExpectFinite(Render(*follower, {Noise(4800, 9e5F, seed)}, 1));
         EXPECT_EQ(Render(*follower, {Signal(24000, 0.0F)}, 1)[0].back(), 0.0F) << "seed " << seed;

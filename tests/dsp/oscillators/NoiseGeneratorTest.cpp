@@ -40,7 +40,7 @@ struct Model {
             gainSum += gain;
         }
         const double levelDb = rate > 88200.0 ? octaves - 1.0 + 3.5 : octaves * 3.5;
-        return Scaled(y, FromDb(levelDb + 23.0) / gainSum);
+        return Mixed(std::vector<double>(frames), y, FromDb(levelDb + 23.0) / gainSum);
     }
     /// The sum of all samples, without what lies below a tenth of a radian per 1/100 s.
     std::vector<double> Red(const std::vector<double>& x) const {
@@ -75,14 +75,11 @@ struct Model {
         }
         return y;
     }
-    static std::vector<double> Scaled(std::vector<double> x, double gain) {
-        std::transform(x.begin(), x.end(), x.begin(), [gain](double s) { return s * gain; });
-        return x;
-    }
     static std::vector<double> Mixed(const std::vector<double>& a, const std::vector<double>& b, double t) {
-        std::vector<double> y(frames);
-        std::transform(a.begin(), a.end(), b.begin(), y.begin(),
-                       [t](double x, double z) { return x + t * (z - x); });
+        std::vector<double> y;
+        for (std::size_t n = 0; n < frames; ++n) {
+            y.push_back(a[n] + t * (b[n] - a[n]));
+        }
         return y;
     }
     std::vector<double> Of(u32 type, double color) const {
@@ -96,7 +93,7 @@ struct Model {
         case NoiseGenerator::Red:
             return Red(white);
         case NoiseGenerator::DeepRed:
-            return Scaled(Red(Pink()), FromDb(-13.0) * std::exp2(-octaves / 2.0));
+            return Mixed(std::vector<double>(frames), Red(Pink()), FromDb(-13.0) * std::exp2(-octaves / 2.0));
         default:
             return color < 0.25  ? Mixed(Red(white), Pink(), color * 4.0)
                    : color < 0.5 ? Mixed(Pink(), white, color * 4.0 - 1.0)

@@ -64,24 +64,10 @@ struct Rig {
         return voice;
     }
     Signal Run(u32 blocks) {
-        Signal out;
-        alignas(16) std::array<float, blockSize> left;
-        alignas(16) std::array<float, blockSize> right;
-        for (u32 block = 0; block < blocks; ++block) {
-            const std::array<float, blockSize> pitches{pitch};
-            const float* inputs[] = {pitches.data()};
-            float* outputs[] = {left.data(), right.data()};
-            dsp::ProcessContext context;
-            context.inputs = inputs;
-            context.numInputs = 1;
-            context.outputs = outputs;
-            context.numOutputs = 2;
-            context.numFrames = blockSize;
-            EXPECT_TRUE(dsp::RunChild(*carrier, context));
-            EXPECT_TRUE(isWide || std::equal(left.begin(), left.end(), right.begin()));
-            out.insert(out.end(), left.begin(), left.end());
-        }
-        return out;
+        const Signal pitches(blocks * blockSize, pitch);
+        const auto outputs = Render(*carrier, {&pitches}, 2, BlockSplit::Of(blockSize));
+        EXPECT_TRUE(isWide || outputs[0] == outputs[1]);
+        return outputs[0];
     }
     double Hz(u32 voice) {
         return static_cast<double>(carrier->Voice(voice).FindParameter(Oscillators::frequency)->GetValue());
@@ -106,7 +92,7 @@ TEST(Carrier, PlayedNotesGlideStraightAndTrackedPitchesExponentiallyInTheSameTim
     EXPECT_NEAR(Cents(rig.Hz(voice), NoteHz(72.0)), 0.0, 0.01);
 }
 
-TEST(Carrier, TuningIsOf440HertzUntilTheHostHasSetItAndBendsMoveTheTrackedPitch) {
+TEST(Carrier, TuningIsOf440HertzUntilTheHostHasSetItAndTheTrackedPitchIsBentAndSnapped) {
     Rig rig;
     const u32 voice = rig.Start(69);
     rig.Run(1);
@@ -115,9 +101,12 @@ TEST(Carrier, TuningIsOf440HertzUntilTheHostHasSetItAndBendsMoveTheTrackedPitch)
     rig.Set(Carrier::PitchTrack, 1.0F);
     rig.carrier->SetBend(-3.0F);
     rig.pitch = 300.0F;
-    rig.Run(1);
-    EXPECT_NEAR(rig.Hz(voice), 451.0, 1e-3);
-    EXPECT_NEAR(Cents(rig.Hz(firstTracked), 300.0), -300.0, 0.01);
+    for (const auto& [quantize, hz] : {std::pair(0.5F, 300.0 * std::exp2(-0.25)), {0.51F, NoteHz(60.0)}}) {
+        rig.Set(Carrier::PitchTrackQuantize, quantize);
+        rig.Run(1);
+        EXPECT_NEAR(rig.Hz(voice), 451.0, 1e-3);
+        EXPECT_NEAR(Cents(rig.Hz(firstTracked), hz), 0.0, 0.01) << "to 440 Hz, by the notes of 451";
+    }
 }
 
 TEST(Carrier, ATrackedVoiceIsHeldForItsTimeAndFollowsTheChord) {
@@ -153,7 +142,7 @@ TEST(Carrier, AVoiceIsHalfAsLoudAsItsOscillatorsAndFadesWhenItIsKilled) {
     Rig rig;
     Rig killed;
     const u32 voice = rig.Start(57);
-    EXPECT_EQ(killed.Start(57), voice);
+    killed.Start(57);
     EXPECT_NEAR(Rms(rig.Run(20)), 0.5, 0.01);
     killed.Run(20);
     killed.carrier->KillVoice(voice);
@@ -181,11 +170,9 @@ TEST(Carrier, TheEnsembleIsACopyUntilItsAmountRises) {
     wet.Set(Carrier::EnsembleAmount, 0.001F);
     wet.isWide = true;
     EXPECT_NE(wet.Run(50), rig.Run(50));
-    const dsp::ModuleParam* delay =
-        wet.carrier->FindParameter(Carrier::FirstParameter<3>() + dsp::Chorus::Delay);
-    EXPECT_NEAR(delay->PeekValue(), 6.42F, 1e-5F);
-    EXPECT_EQ(wet.carrier->GetParameterNormalized(Carrier::FirstParameter<3>() + dsp::Chorus::DryWet),
-              0.001F);
+    const u32 first = Carrier::FirstParameter<3>();
+    EXPECT_NEAR(wet.carrier->FindParameter(first + dsp::Chorus::Delay)->PeekValue(), 6.42F, 1e-5F);
+    EXPECT_EQ(wet.carrier->GetParameterNormalized(first + dsp::Chorus::DryWet), 0.001F);
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Stages by themselves, at voltages that no setting of the core brings about.
-#include "CoreRig.h"
 #include "reference/BandModels.h"
 #include "reference/UnvoicedModels.h"
+#include "rigs/StageRig.h"
 #include "vocoder/core/banks/AnalyzerRectifiers.h"
 #include "vocoder/core/gain/VCAGate.h"
 #include "vocoder/core/unvoiced/HFChannel.h"
@@ -12,7 +12,7 @@ using namespace Velmora::Processor;
 using namespace orphia::test;
 using namespace orphia_reference;
 using Velmora::u32;
-using Signals = std::vector<std::vector<float>>;
+using Velmora::Test::Signals;
 
 namespace {
 
@@ -20,16 +20,10 @@ constexpr u32 block = 44;
 constexpr u32 bands = 16;
 constexpr double rates[] = {44100.0, 96000.0, 192000.0};
 
-Signals RenderAll(auto& module, const Signals& inputs, u32 outputs) {
-    std::vector<const std::vector<float>*> pointers(inputs.size());
-    std::transform(inputs.begin(), inputs.end(), pointers.begin(), [](const auto& s) { return &s; });
-    return Render(module, pointers, outputs, BlockSplit::Of(block));
-}
-
 /// Holds a module to a model that steps through the same inputs.
 void ExpectFollows(auto& module, double rate, const Signals& inputs, const auto& step) {
     module.Initialize(static_cast<float>(rate), block);
-    const std::vector<float> got = RenderAll(module, inputs, 1)[0];
+    const std::vector<float> got = Velmora::Test::Render(module, inputs, 1)[0];
     std::vector<double> expected;
     for (std::size_t n = 0; n < got.size(); ++n) {
         expected.push_back(step(n));
@@ -66,10 +60,10 @@ TEST(AnalyzerRectifiers, FollowTheirCircuitsInSoundAndAtRest) {
         rectifiers.SetParameterValue(rectifiers.ParameterId(AnalyzerRectifiers::Attack), 0.003F);
         rectifiers.SetParameterValue(rectifiers.ParameterId(AnalyzerRectifiers::Release), 0.02F);
         rectifiers.Initialize(static_cast<float>(rate), block);
-        const Signals outputs = RenderAll(rectifiers, inputs, 2 * bands);
+        const Signals outputs = Velmora::Test::Render(rectifiers, inputs, 2 * bands);
         for (u32 band = 0; band < bands; ++band) {
             RectifierFollowerModel model(band == 0, rate);
-            model.SetTimes(0.003F, 0.02F);
+            model.follower.SetTimes(0.003F, 0.02F, rate);
             for (std::size_t n = 0; n < inputs[band].size(); ++n) {
                 const auto expected = model.Step(inputs[band][n]);
                 // A band at the 15 V supply gives 0.002.
@@ -113,8 +107,8 @@ TEST(HFChannel, FollowsItsCircuitGatedAndOpen) {
             channel.SetParameterValue(HFChannel::HFLevel, 0.5F);
             channel.SetParameterValue(HFChannel::AttackHF, 500.0F);
             channel.SetParameterValue(HFChannel::ReleaseHF, 30.0F);
-            HfChannelModel model({1.592, mode, 0.5}, rate);
-            model.BeginBlock({1.592, mode, 0.5}, 500.0, 30.0);
+            HfChannelModel model(rate);
+            model.BeginBlock({1.592, static_cast<double>(mode), 0.5}, 500.0, 30.0);
             ExpectFollows(channel, rate, inputs,
                           [&](std::size_t n) { return model.Step(inputs[0][n], inputs[1][n]); });
         }

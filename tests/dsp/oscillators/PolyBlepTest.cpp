@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The phase generator in closed form, and the shapes, each against its plain waveform.
+#include "dsp/oscillators/PolyBlepPhaseGen.h"
+#include "dsp/oscillators/PolyBlepShape.h"
+#include "rigs/OscillatorRig.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+
+namespace {
+
+using namespace orphia::test;
+using Velmora::dsp::PolyBlepSaw;
+using Velmora::dsp::PolyBlepSquare;
+using Velmora::dsp::PolyBlepTriangle;
+using Generator = Velmora::dsp::PolyBlepPhaseGen;
+
+constexpr float rate = 44100.0F;
+constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
+
+/// Distance on the circle.
+double Apart(double a, double b) { return std::abs(std::remainder(a - b, 1.0)); }
+
+/// The five outputs of a phase generator. masters is what a master generator gave; fm is in Hz.
+std::vector<Signal> Phases(const Settings& settings, float sampleRate, std::size_t frames,
+                           const std::vector<Signal>* master = nullptr, const Signal* fm = nullptr) {
+    Generator generator;
+    Prepare(generator, sampleRate, settings);
+    const Signal silence(frames, 0.0F);
+    std::vector<const Signal*> inputs(4, fm != nullptr ? fm : &silence);
+    for (std::size_t c = 0; c < 3; ++c) {
+        inputs[c] = master != nullptr ? &(*master)[c + 2] : nullptr;
+    }
+    return Render(generator, inputs, 5, BlockSplit::Of(44));
+}
+
+std::vector<Signal> SyncedPhases(float masterHertz, float slaveHertz, float start, std::size_t frames) {
+    const auto master =
+        Phases({{Generator::Frequency, masterHertz}, {Generator::HSMaster, 1.0F}}, rate, frames);
+    return Phases(
+        {{Generator::Frequency, slaveHertz}, {Generator::HSSlave, 1.0F}, {Generator::HSPhase0, start}}, rate,
+        frames, &master);
+}
+
+TEST(PolyBlepPhaseGen, SlaveRunsFromItsResetPhaseAsIfResetBetweenFrames) {
+    const auto master = Phases({{Generator::Frequency, 1731.0F}, {Generator::HSMaster, 1.0F}}, rate, 4096);
+    for (const double ratio : {0.6, 1.5, 2.0, 3.7, -2.3}) {
+        for (const float start : {0.0F, 0.3F}) {
+            for (const Generator::Parameter also :
+                 {Generator::HSSlave, Generator::FMOn, Generator::HSMaster}) {
+                const auto out = Phases({{Generator::Frequency, 1731.0F * static_cast<float>(ratio)},
+                                         {Generator::HSSlave, 1.0F},
+                                         {also, 1.0F},
+                                         {Generator::HSPhase0, start}},
+                                        rate, 4096, &master);
+                // From the first wrap of the master on.
+                for (std::size_t n = 101; n < 4096; ++n) {
+                    const double expected = static_cast<double>(start) + ratio * master[0][n];
+                    ASSERT_LT(Apart(out[0][n], expected), 1e-5) << "ratio " << ratio << ", frame " << n;
+                }
+                EXPECT_TRUE(also != Generator::HSSlave || out[2] == master[2]);
+            }
+        }
+    }
+}
+
+TEST(PolyBlepPhaseGen, FmSumsTheDeviationThroughZero) {
+    Signal fm(20000);
+    for (std::size_t n = 0; n < fm.size(); ++n) {
+        fm[n] = 60000.0F * static_cast<float>(std::sin(0.01 * static_cast<double>(n)));
+    }
+    const auto out =
+        Phases({{Generator::Frequency, 500.0F}, {Generator::HSMaster, 1.0F}, {Generator::FMOn, 1.0F}}, rate,
+               fm.size(), nullptr, &fm);
+    double sum = 0.0;
+    for (std::size_t n = 0; n < fm.size(); ++n) {
+        const double increment = (500.0 + static_cast<double>(fm[n])) / 44100.0;
+        const double before = std::floor(sum);
+        sum += increment;
+        ASSERT_LT(Apart(out[0][n], sum), 1e-6) << n;
+        ASSERT_NEAR(out[1][n], increment, 1e-6);
+        ASSERT_EQ(out[2][n] != 0.0F, std::floor(sum) != before) << n;
+    }
+}
+
+TEST(PolyBlepPhaseGen, StartsFromPhase0AndHealsFromBrokenInput) {
+    Generator generator;
+    Prepare(generator, rate, {{Generator::Frequency, 441.0F}, {Generator::FMOn, 1.0F}});
+    Signal fm(44, 0.0F);
+    const auto lastPhase = [&] {
+        return Render(generator, {nullptr, nullptr, nullptr, &fm}, 5, BlockSplit::Of(44))[0][43];
+    };
+    EXPECT_NEAR(lastPhase(), 0.44F, 1e-6F);
+    generator.SetParameterValue(Generator::Phase0, 0.5F);
+    EXPECT_NEAR(lastPhase(), 0.94F, 1e-6F);
+    EXPECT_NEAR(lastPhase(), 0.38F, 1e-6F) << "loads the start phase only once";
+    generator.Reset(false);
+    EXPECT_NEAR(lastPhase(), 0.94F, 1e-6F);
+    generator.SetParameterValue(Generator::Frequency, notANumber);
+    EXPECT_NEAR(lastPhase(), 0.94F, 1e-6F) << "stands still";
+    generator.SetParameterValue(Generator::Frequency, 441.0F);
+    for (const float broken : {notANumber, std::numeric_limits<float>::max(), -HUGE_VALF}) {
+        fm.assign(44, broken);
+        const float phase = lastPhase();
+        EXPECT_TRUE(phase >= 0.0F && phase <= 1.0F) << phase << " after " << broken;
+        fm.assign(44, 0.0F);
+        EXPECT_LT(Apart(lastPhase(), static_cast<double>(phase) + 0.44), 1e-6) << "after " << broken;
+    }
+}
+
+/// Calls check.operator()<Shape>(label, settings).
+template <class Check>
+void ForEachShape(Check check) {
+    check.template operator()<PolyBlepSaw>("saw", Settings{});
+    for (const float width : {0.5F, 0.3F}) {
+        check.template operator()<PolyBlepSquare>("square", Settings{{PolyBlepSquare::PulseWidth, width}});
+        check.template operator()<PolyBlepTriangle>("triangle",
+                                                    Settings{{PolyBlepTriangle::PulseWidth, width}});
+    }
+}
+
+Signal RunShape(auto& shape, const std::vector<Signal>& phases) {
+    std::vector<const Signal*> inputs;
+    for (const Signal& channel : phases) {
+        inputs.push_back(&channel);
+    }
+    return Render(shape, inputs, 1, BlockSplit::Of(44))[0];
+}
+
+TEST(PolyBlepShape, AliasesLieFarBelowThoseOfThePlainWaveform) {
+    struct Case {
+        float rate;
+        float hz;
+        float slave = 0.0F;
+        float start = 0.0F;
+    };
+    // Also with resets that fall on a wrap, on an edge, or just beside, and with a phase that runs down.
+    for (const Case& c :
+         {Case{44100.0F, 1003.7F}, Case{96000.0F, -2503.1F}, Case{44100.0F, 5003.9F},
+          Case{rate, 503.7F, 1153.5F}, Case{rate, 503.7F, 1017.5F}, Case{rate, 503.7F, 1007.4F},
+          Case{rate, 503.7F, 330.0F}, Case{rate, 2003.7F, -4511.0F}, Case{rate, 2003.7F, -4511.0F, 0.3F},
+          Case{rate, 2003.7F, 4409.0F, 0.9F}}) {
+        const std::size_t frames = spectrumSize + 4000;
+        const auto phases = c.slave != 0.0F ? SyncedPhases(c.hz, c.slave, c.start, frames)
+                                            : Phases({{Generator::Frequency, c.hz}}, c.rate, frames);
+        ForEachShape([&]<class M>(const std::string& label, const Settings& settings) {
+            M plain, smooth;
+            Prepare(plain, c.rate, settings);
+            Prepare(smooth, c.rate, settings);
+            plain.SetParameterValue(M::AAOn, 0.0F);
+            smooth.SetParameterValue(M::AAOn, 1.0F);
+            smooth.SetParameterValue(M::HSSlave, c.slave != 0.0F ? 1.0F : 0.0F);
+            smooth.SetParameterValue(M::HSPhase0, c.start);
+            const auto before = Spectrum(RunShape(plain, phases));
+            const auto after = Spectrum(RunShape(smooth, phases));
+            const double f = std::abs(static_cast<double>(c.hz / c.rate));
+            const double audible = 15000.0 / static_cast<double>(c.rate);
+            // Next to half the rate an image is hardly weaker than what it mirrors.
+            EXPECT_LT(StrongestAlias(after, f), StrongestAlias(before, f) - 17.0) << label << c.hz << c.slave;
+            EXPECT_LT(StrongestAlias(after, f, audible), StrongestAlias(before, f, audible) - 35.0)
+                << label << " at " << c.hz << " Hz, " << c.slave << " from " << c.start;
+        });
+    }
+}
+
+TEST(PolyBlepShape, NothingOfAnEarlierOrBrokenBlockStays) {
+    const auto phases = SyncedPhases(700.0F, 1900.0F, 0.2F, 880);
+    ForEachShape([&]<class M>(const std::string& label, const Settings& settings) {
+        M shape;
+        Prepare(shape, rate, settings);
+        shape.SetParameterValue(M::AAOn, 1.0F);
+        shape.SetParameterValue(M::HSSlave, 1.0F);
+        shape.SetParameterValue(M::HSPhase0, 0.2F);
+        const Signal expected = RunShape(shape, phases);
+        shape.Reset(false);
+        EXPECT_EQ(RunShape(shape, phases), expected) << label << " after a reset";
+        RunShape(shape, std::vector<Signal>(5, Signal(44, notANumber)));
+        const Signal healed = RunShape(shape, phases);
+        // Two periods of the master later.
+        EXPECT_TRUE(std::equal(healed.begin() + 128, healed.end(), expected.begin() + 128)) << label;
+        shape.SetParameterValue(M::HSSlave, 0.0F);
+        RunShape(shape, phases);
+        shape.SetParameterValue(M::HSSlave, 1.0F);
+        EXPECT_EQ(RunShape(shape, phases), expected) << label << " after sync was off";
+    });
+}
+
+} // namespace
