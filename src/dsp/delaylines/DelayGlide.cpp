@@ -15,7 +15,7 @@ constexpr float negligible = 1e-3F;
 
 void DelayGlide::Prepare(float sampleRate) {
     constexpr auto quad = static_cast<float>(Float4::size);
-    approach = 1.0F - std::exp(-quad / (softSeconds * sampleRate));
+    decay = std::exp(-quad / (softSeconds * sampleRate));
 }
 
 void DelayGlide::Aim(u32 index, u32 samples) {
@@ -28,6 +28,7 @@ void DelayGlide::Aim(u32 index, u32 samples) {
 
 void DelayGlide::Jump() {
     runners = starts = ends = targets;
+    lags.fill(0.0F);
     gliding = false;
 }
 
@@ -44,16 +45,17 @@ bool DelayGlide::StepQuad(u32 first) {
     const Float4 most = Float4::load_aligned(&steps[first]);
     const Float4 target = Float4::load_aligned(&targets[first]);
     const Float4 before = Float4::load_aligned(&ends[first]);
-    Float4 runner = Float4::load_aligned(&runners[first]);
-    const Float4 way = target - runner;
-    const Float4 bounded = runner + xsimd::min(xsimd::max(way, -most), most);
-    runner = xsimd::select(xsimd::abs(way) <= most, target, bounded);
-    const Float4 moved = before + (runner - before) * approach;
-    const auto arrives = xsimd::abs(target - moved) < Float4(negligible);
-    const Float4 after = xsimd::select(arrives && runner == target, target, moved);
+    const Float4 from = Float4::load_aligned(&runners[first]);
+    const Float4 way = target - from;
+    const Float4 bounded = from + xsimd::min(xsimd::max(way, -most), most);
+    const Float4 runner = xsimd::select(xsimd::abs(way) <= most, target, bounded);
+    const Float4 left = (Float4::load_aligned(&lags[first]) + (runner - from)) * decay;
+    const auto arrives = xsimd::abs(left) < Float4(negligible) && runner == target;
+    const Float4 lag = xsimd::select(arrives, Float4(0.0F), left);
     runner.store_aligned(&runners[first]);
+    lag.store_aligned(&lags[first]);
     before.store_aligned(&starts[first]);
-    after.store_aligned(&ends[first]);
+    (runner - lag).store_aligned(&ends[first]);
     return xsimd::all(before == target);
 }
 

@@ -42,15 +42,17 @@ private:
     bool StepQuad(u32 first);
 
     std::array<u32, count> goals{};
-    /// The goals as numbers; what runs there at a bounded speed; what follows that softly.
+    /// The goals as numbers; what runs there at a bounded speed; how far what follows that softly is behind.
+    /// A lag that decays comes to an end, where a long delay would be too coarse a number to move on.
     alignas(16) Lanes targets{};
     alignas(16) Lanes runners{};
+    alignas(16) Lanes lags{};
     alignas(16) Lanes starts{};
     alignas(16) Lanes ends{};
     /// The longest of a runner, per quad.
     alignas(16) Lanes steps{};
-    /// Share of the way to the runner in a quad.
-    float approach = 1.0F;
+    /// What is left of a lag after a quad.
+    float decay = 0.0F;
     bool gliding = false;
 };
 

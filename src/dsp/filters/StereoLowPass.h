@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/math/CornerLimit.h"
 #include "dsp/math/IntactState.h"
 #include "dsp/vectors/Simd.h"
 #include "support/platform/Types.h"
@@ -19,11 +20,11 @@ class StereoLowPass {
 public:
     using Float4 = simd::Float4;
 
-    /// The setting for a corner in Hz, at most 0.49 of the rate: the binary logarithm of the tangent of half
+    /// The setting for a corner in Hz, held by CornerLimit.h: the binary logarithm of the tangent of half
     /// its angle, so that what glides, glides evenly.
     static float Setting(double hz, double sampleRate) {
-        return static_cast<float>(
-            std::log2(std::tan(std::numbers::pi * std::min(hz, 0.49 * sampleRate) / sampleRate)));
+        return static_cast<float>(std::log2(
+            std::tan(std::numbers::pi * std::min(hz, highestCornerShare<double> * sampleRate) / sampleRate)));
     }
 
     void Reset() { states = {}; }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/math/CornerLimit.h"
 #include "dsp/math/QuarterTurnSine.h"
 #include "dsp/vectors/Simd.h"
 
@@ -20,7 +21,8 @@ struct CornerAngle {
         constexpr float highest = 18.0F;
         // The second operand is the one that comes through when the first is not a number.
         const Float4 held = xsimd::min(xsimd::max(octaves, Float4(lowest)), Float4(highest));
-        const Float4 turns = xsimd::min(xsimd::exp2(held) * (2.0F / sampleRate), Float4(0.98F));
+        const Float4 turns =
+            xsimd::min(xsimd::exp2(held) * (2.0F / sampleRate), Float4(2.0F * highestCornerShare<float>));
         return {QuarterTurnSine(turns), QuarterTurnSine(1.0F - turns)};
     }
 };

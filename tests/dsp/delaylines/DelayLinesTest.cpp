@@ -85,4 +85,11 @@ TEST(DelayLinesTest, GlidesKeepTheirSpeedAndTime) {
     }
     EXPECT_NEAR(glide.End(5), 3000.0F - 0.04F * 0.25F * 44100.0F, 1.0F) << "behind its runner by 40 ms";
     EXPECT_NEAR(glide.End(5) - glide.Start(5), 1.0F, 2e-3F);
+    for (const u32 goal : {4000U, 0U, 190000U}) {
+        glide.Aim(5, goal);
+        for (u32 quad = 0; quad < 200000 && glide.IsGliding(); ++quad) {
+            glide.Step();
+        }
+        EXPECT_TRUE(!glide.IsGliding() && glide.End(5) == static_cast<float>(goal)) << goal;
+    }
 }

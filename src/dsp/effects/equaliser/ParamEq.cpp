@@ -2,6 +2,7 @@
 #include "dsp/effects/equaliser/ParamEq.h"
 
 #include "dsp/framework/ParameterDeclaration.h"
+#include "dsp/math/CornerLimit.h"
 #include "dsp/math/Within.h"
 
 #include <algorithm>
@@ -18,7 +19,6 @@ constexpr double smoothingSeconds = 0.02;
 
 /// Wider than any range of the parameters; beyond, the filters would break.
 constexpr float lowestFrequency = 1e-6F;
-constexpr float highestFrequency = 0.49F;
 constexpr float lowestQ = 0.01F;
 constexpr float highestQ = 1000.0F;
 constexpr float largestDecibels = 60.0F;
@@ -144,7 +144,7 @@ void ParamEq<bandCount>::UpdateBand(u32 band, const ProcessContext& context, boo
         shape.inverseQ = InverseQOf(Value(QId(band)));
     }
     const float cutoff = parameters[CutoffId(band)].GetModulatedValue(context, CutoffInput(band));
-    shape.frequency = Within(cutoff * inverseSampleRate, lowestFrequency, highestFrequency);
+    shape.frequency = Within(cutoff * inverseSampleRate, lowestFrequency, highestCornerShare<float>);
     if (context.numFrames == 0) {
         return;
     }
@@ -182,6 +182,9 @@ bool ParamEq<bandCount>::Process(ProcessContext& context) {
         Render(PairInput{inputOf(0), inputOf(1)}, PairOutput{context.outputs[0], context.outputs[1]},
                context.numFrames);
     } else {
+        if (context.numOutputs > 1 && context.outputs[1] != inputOf(1)) {
+            std::copy_n(inputOf(1), context.numFrames, context.outputs[1]);
+        }
         Render(SoloInput{inputOf(0)}, SoloOutput{context.outputs[0]}, context.numFrames);
     }
     return true;

@@ -17,8 +17,8 @@ namespace Velmora::dsp {
 ///
 /// Inputs: 0 left, 1 right, then those of modulationInputs; any may be null or absent, which counts as
 /// silence or no modulation. Outputs: 0 left, 1 right, in place or not. Without "Stereo" only channel 0 is
-/// read and written. A band that receives what is not a number starts again from silence with the next block.
-/// Instantiated for 5 bands.
+/// equalised, and channel 1 passes. A band that receives what is not a number starts again from silence with
+/// the next block. Instantiated for 5 bands.
 template <u32 bandCount>
 class ParamEq final : public UnitModule {
 public:

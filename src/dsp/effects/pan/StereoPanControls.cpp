@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/pan/StereoPanControls.h"
 
+#include "dsp/math/CornerLimit.h"
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -52,7 +54,7 @@ void StereoPanControls::SetField(const StereoPanSettings& settings) {
     const float mid = std::min(1.0F, 1.0F - settings.midSide);
     const float side = std::min(1.0F, 1.0F + settings.midSide) * settings.width;
     const float share = settings.bassHz > bassOffHz ? 1.0F : 0.0F;
-    const float turn = std::min(settings.bassHz / sampleRate, 0.45F);
+    const float turn = std::min(settings.bassHz / sampleRate, highestCornerShare<float>);
     groups[Field].Aim(
         {0.5F * (mid + side), 0.5F * (mid - side), share, std::tan(std::numbers::pi_v<float> * turn)});
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/phaser/PhaserControls.h"
 
+#include "dsp/math/CornerLimit.h"
 #include "dsp/math/Decibels.h"
 
 #include <algorithm>
@@ -17,8 +18,6 @@ constexpr double levelSeconds = 0.01;
 constexpr double cornerSeconds = 0.015;
 /// Just below the top: a control position need not hit it exactly.
 constexpr float openCutHz = 0.9995F * PhaserSettings::highestCutHz;
-/// Of the sample rate: as far as a corner can go.
-constexpr float openCut = 0.49F;
 
 } // namespace
 
@@ -50,14 +49,16 @@ void PhaserControls::SetMix(const PhaserSettings& settings) {
 }
 
 void PhaserControls::SetLoop(const PhaserSettings& settings) {
-    const float high = settings.highCutHz >= openCutHz ? openCut * sampleRate : settings.highCutHz;
+    const float high =
+        settings.highCutHz >= openCutHz ? highestCornerShare<float> * sampleRate : settings.highCutHz;
     groups[Loop].Aim({settings.feedback * (1.0F - settings.crossFeedback),
                       settings.feedback * settings.crossFeedback, CutGain(settings.lowCutHz), CutGain(high)});
 }
 
 /// g / (1 + g), with g the gain of a trapezoidal integrator.
 float PhaserControls::CutGain(float hz) const {
-    const float g = std::tan(std::numbers::pi_v<float> * std::min(hz / sampleRate, openCut));
+    const float g =
+        std::tan(std::numbers::pi_v<float> * std::min(hz / sampleRate, highestCornerShare<float>));
     return g / (1.0F + g);
 }
 

@@ -3,6 +3,7 @@
 
 #include "dsp/effects/shared/FeedbackLimits.h"
 #include "dsp/effects/shared/StereoQuad.h"
+#include "dsp/math/CornerLimit.h"
 #include "dsp/vectors/LaneTranspose.h"
 
 #include <algorithm>
@@ -68,7 +69,8 @@ public:
 private:
     /// Of a trapezoidal integrator in its loop; the tangent puts the corner where it belongs at any rate.
     static float StepOf(float hz, float sampleRate) {
-        const float t = std::tan(std::numbers::pi_v<float> * std::min(hz / sampleRate, 0.49F));
+        const float t =
+            std::tan(std::numbers::pi_v<float> * std::min(hz / sampleRate, highestCornerShare<float>));
         return t / (1.0F + t);
     }
 

@@ -148,10 +148,4 @@ TEST(PhaserTest, LoudnessAndKnobsMoveTheCornersInTheirTimes) {
     EXPECT_NEAR(At(soft, 1.9), 1.0F, 0.04F);
     // The follower climbs only while the sine is above it.
     EXPECT_NEAR(At(soft, 0.1), 0.9F * std::sqrt(1.0F - std::exp(-1.0F)), 0.05F);
-    // A steady sound is cut from the wet sound, so the dry gain is heard: its time is 10 ms.
-    const Signal steady(22000, 0.5F);
-    const auto phaser = Make<P>(still, {{P::DryWet, 0}});
-    EXPECT_EQ(Play(*phaser, steady, steady)[0], steady);
-    Set(*phaser, {{P::DryWet, 1}});
-    EXPECT_NEAR(Play(*phaser, steady, steady)[0][440], 0.5F * std::exp(-1.0F), 0.003F);
 }
