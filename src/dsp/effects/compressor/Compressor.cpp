@@ -17,12 +17,13 @@ namespace {
 using simd::Float4;
 
 constexpr double smoothingSeconds = 0.02;
+/// A line before the approach, without which that would begin with an edge.
+constexpr float setOutSeconds = 0.005F;
 /// A little above 10 ms, so that rounding does not cost the last sample of the longest lookahead.
 constexpr float longestLookaheadSeconds = 0.010000001F;
 /// Deeper than any level above any threshold.
 constexpr float noReductionLimit = 1000.0F;
 constexpr float displayedReduction = 40.0F;
-constexpr u32 wetBuffer = 2;
 
 std::vector<ModuleParam> Records() {
     using namespace Declare;
@@ -51,21 +52,32 @@ std::vector<ModuleParam> Records() {
                       Linear("GRLimit", -140.0F, 0.0F)});
 }
 
-/// The larger magnitude of each frame, times the gain.
-void Measure(const float* firstInput, const float* secondInput, float gain, float* out, u32 frames) {
+/// The larger magnitude of each frame, times its gain.
+void Measure(const float* firstInput, const float* secondInput, const float* gains, float* out, u32 frames) {
     for (u32 n = 0; n < frames; n += 4) {
         const Float4 first = xsimd::abs(SilenceFaults(firstInput + n));
         const Float4 second = xsimd::abs(SilenceFaults(secondInput + n));
-        (xsimd::max(first, second) * Float4(gain)).store_aligned(out + n);
+        (xsimd::max(first, second) * Float4::load_aligned(gains + n)).store_aligned(out + n);
     }
 }
 
-/// Replaces the gains by w * factor * gain + (1 - w).
-void MixWet(float* gains, const float* wet, float factor, u32 frames) {
+/// Replaces the gains by w * through * gain + (1 - w).
+void MixWet(float* gains, const float* wet, const float* through, u32 frames) {
     for (u32 n = 0; n < frames; n += 4) {
         const Float4 w = Float4::load_aligned(wet + n);
-        const Float4 wetGain = Float4::load_aligned(gains + n) * Float4(factor);
+        const Float4 wetGain = Float4::load_aligned(gains + n) * Float4::load_aligned(through + n);
         (w * wetGain + (Float4(1.0F) - w)).store_aligned(gains + n);
+    }
+}
+
+void Render(SmootherInterpLPF& smoother, float target, float* out, u32 frames) {
+    if (static_cast<double>(target) != smoother.target) {
+        smoother.SetTarget(target);
+    }
+    if (smoother.IsAtTarget()) {
+        std::fill_n(out, frames, target);
+    } else {
+        smoother.RenderBlock(out, frames);
     }
 }
 
@@ -73,7 +85,7 @@ void MixWet(float* gains, const float* wet, float factor, u32 frames) {
 
 Compressor::Compressor(std::string moduleName)
     : DynamicsModuleInterface(std::move(moduleName), inputCount, 2, Records()) {
-    for (SmootherLPF* smoother : {&inputGain, &outputGain, &ratio, &threshold}) {
+    for (SmootherLPF* smoother : {&inputGain, &throughGain, &inverseRatio, &threshold}) {
         smoother->time = smoothingSeconds;
     }
     // Its only reading without a modulation input: it may run backwards all the same.
@@ -86,22 +98,24 @@ void Compressor::OnInitialize(float rateHz, u32 maxBlockSize) {
     sampleRate = std::max(1.0F, rateHz);
     longestLookahead = static_cast<u32>(sampleRate * longestLookaheadSeconds);
     lookahead = std::min(lookahead, longestLookahead);
-    for (SmootherLPF* smoother : {&inputGain, &outputGain, &ratio, &threshold}) {
+    for (SmootherInterpLPF* smoother : {&inputGain, &throughGain, &inverseRatio, &threshold}) {
+        smoother->SetInterpSteps(static_cast<u32>(sampleRate * setOutSeconds));
         smoother->Prepare(sampleRate, 1);
     }
     for (Channel& channel : channels) {
         channel.gain.SetLongestDelay(longestLookahead);
         channel.audio.SetLongestDelay(longestLookahead);
     }
-    buffers.Allocate(3, maxBlockSize);
+    buffers.Allocate(BufferCount, maxBlockSize);
 }
 
 void Compressor::OnReset(bool /*hard*/) {
     const ProcessContext unmodulated;
-    inputGain.Set(InputGainTarget());
-    outputGain.Set(OutputGainTarget());
-    ratio.Set(Acting(Ratio, unmodulated, RatioInput));
+    UpdateSettings();
+    inputGain.Set(inputGainTarget);
+    inverseRatio.Set(InverseRatioTarget(unmodulated));
     threshold.Set(Acting(Threshold, unmodulated, ThresholdInput));
+    throughGain.Set(ThroughGainTarget());
     wet.Set(Acting(Wet, unmodulated, WetInput));
     SetParameterNormalized(OutGainReduction, 0.0F);
     ClearChannels();
@@ -126,23 +140,23 @@ bool Compressor::UpdateParameters(ProcessContext& /*context*/) {
         return true;
     }
     RunChangeCallbacks();
-    UpdateFlags();
+    UpdateSettings();
     if (Changed(LookaheadEnable) || Changed(LookaheadTimeMs)) {
         UpdateLookahead();
     }
-    inputGain.SetTarget(InputGainTarget());
-    outputGain.SetTarget(OutputGainTarget());
     return true;
 }
 
-void Compressor::UpdateFlags() {
+void Compressor::UpdateSettings() {
     isStereo = IsOn(ConfStereo);
     isLinked = IsOn(StereoMode);
     ratioIsInfinite = IsOn(RatioInfinite);
     hasMakeup = IsOn(Makeup);
     smoothsLevel = IsOn(LevelMeasureSmoothAR);
     usesSideChain = IsOn(SideChain);
-    kneeWidth = HeldValue(KneeWidth);
+    curve = GainComputer(HeldValue(KneeWidth));
+    inputGainTarget = BoundedDecibelsToGain(Value(InGainCompensated) + Value(InputGain));
+    bothGainsTarget = inputGainTarget * BoundedDecibelsToGain(Value(OutputGain) - Value(InGainCompensated));
     deepestReduction = IsOn(GRLimitEnable) ? -HeldValue(GRLimit) : noReductionLimit;
 }
 
@@ -157,12 +171,14 @@ void Compressor::UpdateLookahead() {
     lookahead = wanted;
 }
 
-float Compressor::InputGainTarget() {
-    return BoundedDecibelsToGain(Value(InGainCompensated) + Value(InputGain));
+float Compressor::ThroughGainTarget() const {
+    const auto inverse = static_cast<float>(inverseRatio.current);
+    return bothGainsTarget *
+           (hasMakeup ? curve.Makeup(static_cast<float>(threshold.current), inverse) : 1.0F);
 }
 
-float Compressor::OutputGainTarget() {
-    return BoundedDecibelsToGain(Value(OutputGain) - Value(InGainCompensated));
+float Compressor::InverseRatioTarget(const ProcessContext& context) {
+    return ratioIsInfinite ? 0.0F : 1.0F / Acting(Ratio, context, RatioInput);
 }
 
 float Compressor::Acting(u32 id, const ProcessContext& context, u32 inputIndex) {
@@ -204,42 +220,33 @@ void Compressor::SetComputedChannels(u32 count) {
 
 void Compressor::RenderGains(const ProcessContext& context) {
     const u32 frames = context.numFrames;
-    const GainComputer curve = SmoothCurve(context);
-    const float in = Advance(inputGain, frames);
-    const float total = in * Advance(outputGain, frames) * (hasMakeup ? curve.Makeup() : 1.0F);
+    RenderControls(context);
     envelope.SetRelease(Acting(Release, context, ReleaseInput), sampleRate);
-    wet.Render(Acting(Wet, context, WetInput), buffers[wetBuffer], frames);
     for (u32 c = 0; c < computedChannels; ++c) {
         Channel& channel = channels[c];
         float* values = buffers[c];
         const Detector detector = DetectorOf(context, c);
-        Measure(detector.first, detector.second, in, values, frames);
+        Measure(detector.first, detector.second, buffers[InputGains], values, frames);
         if (smoothsLevel) {
             levelEnvelope.Follow(values, frames, channel.level);
         }
-        curve.LevelsToReductions(values, frames);
+        curve.LevelsToReductions(values, buffers[Thresholds], buffers[InverseRatios], frames);
         envelope.Follow(values, frames, channel.reduction);
         GainComputer::ReductionsToGains(values, frames, deepestReduction);
         if (lookahead > 0) {
             channel.gain.Delay(values, frames, lookahead);
         }
-        MixWet(values, buffers[wetBuffer], total, frames);
+        MixWet(values, buffers[WetRamp], buffers[ThroughGains], frames);
     }
 }
 
-GainComputer Compressor::SmoothCurve(const ProcessContext& context) {
-    threshold.SetTarget(Acting(Threshold, context, ThresholdInput));
-    ratio.SetTarget(Acting(Ratio, context, RatioInput));
-    const float inverseRatio = 1.0F / Advance(ratio, context.numFrames);
-    return {Advance(threshold, context.numFrames), ratioIsInfinite ? 0.0F : inverseRatio, kneeWidth};
-}
-
-/// By samples, so that the time is the same for every length of a block.
-float Compressor::Advance(SmootherLPF& smoother, u32 frames) {
-    if (!smoother.IsAtTarget()) {
-        smoother.RenderBlock(buffers[0], frames);
-    }
-    return static_cast<float>(smoother.current);
+void Compressor::RenderControls(const ProcessContext& context) {
+    const u32 frames = context.numFrames;
+    wet.Render(Acting(Wet, context, WetInput), buffers[WetRamp], frames);
+    Render(threshold, Acting(Threshold, context, ThresholdInput), buffers[Thresholds], frames);
+    Render(inverseRatio, InverseRatioTarget(context), buffers[InverseRatios], frames);
+    Render(inputGain, inputGainTarget, buffers[InputGains], frames);
+    Render(throughGain, ThroughGainTarget(), buffers[ThroughGains], frames);
 }
 
 Compressor::Detector Compressor::DetectorOf(const ProcessContext& context, u32 channel) const {

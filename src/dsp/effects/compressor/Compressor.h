@@ -27,8 +27,8 @@ namespace Velmora::dsp {
 /// absurdly loud counts as 0.
 ///
 /// Values are held to the ranges declared, which may be declared anew; "Threshold", "Attack", "Release",
-/// "Ratio" and "Wet" may run backwards. Input gain, output gain, threshold and ratio are smoothed and stay
-/// constant within a block.
+/// "Ratio" and "Wet" may run backwards. Gains, threshold and ratio glide from frame to frame, without a
+/// corner where they set out.
 class Compressor final : public DynamicsModuleInterface<UnitModule, DynamicsTools::SmootherAR> {
 public:
     enum Parameter : u32 {
@@ -103,17 +103,16 @@ private:
     void FinishBlock(ProcessContext& context) override;
 
     void UpdateLookahead();
-    void UpdateFlags();
-    float InputGainTarget();
-    float OutputGainTarget();
+    void UpdateSettings();
+    float ThroughGainTarget() const;
+    float InverseRatioTarget(const ProcessContext& context);
     /// Within its range, moved by a modulation input, and turned round where it runs backwards.
     float Acting(u32 id, const ProcessContext& context, u32 inputIndex);
     bool IsOn(u32 id) { return Value(id) > 0.5F; }
 
     /// Decides how many gains this block computes; a channel that joins in takes over the gain that it had.
     void SetComputedChannels(u32 count);
-    GainComputer SmoothCurve(const ProcessContext& context);
-    float Advance(SmootherLPF& smoother, u32 frames);
+    void RenderControls(const ProcessContext& context);
     Detector DetectorOf(const ProcessContext& context, u32 channel) const;
     void RenderGains(const ProcessContext& context);
     void ApplyGains(const float* in, const float* gains, float* out, u32 frames, Channel& channel) const;
@@ -129,7 +128,10 @@ private:
     bool hasMakeup = false;
     bool smoothsLevel = false;
     bool usesSideChain = false;
-    float kneeWidth = 0.0F;
+    float inputGainTarget = 1.0F;
+    /// Without makeup.
+    float bothGainsTarget = 1.0F;
+    GainComputer curve{0.0F};
     float deepestReduction = 0.0F;
 
     /// Of this block.
@@ -137,13 +139,24 @@ private:
     u32 computedChannels = 2;
 
     DynamicsTools::SmootherAR levelEnvelope;
-    SmootherLPF inputGain;
-    SmootherLPF outputGain;
-    SmootherLPF ratio;
-    SmootherLPF threshold;
+    SmootherInterpLPF inputGain;
+    /// Of all gains together. What is taken back at the output never enters, so that it cannot be out of step
+    /// with what was added at the input.
+    SmootherInterpLPF throughGain;
+    SmootherInterpLPF inverseRatio;
+    SmootherInterpLPF threshold;
     BlockRamp wet;
     std::array<Channel, 2> channels;
-    /// The gains of both channels, the wet ramp.
+    enum Buffer : u32 {
+        LeftGains,
+        RightGains,
+        WetRamp,
+        InputGains,
+        ThroughGains,
+        Thresholds,
+        InverseRatios,
+        BufferCount
+    };
     BlockPool buffers;
 };
 

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/compressor/Compressor.h"
 
-#include "rigs/StageRig.h"
-
-#include <tuple>
+#include "rigs/EffectRig.h"
 
 using namespace Velmora;
 using namespace Velmora::Test;
 using C = dsp::Compressor;
 using orphia::test::Peak;
+using orphia::test::PeakAbove6k;
+using Velmora::Test::Render;
 
 namespace {
 
@@ -136,9 +136,16 @@ TEST(CompressorTest, AgreesWithADirectModelInEveryMode) {
             compressor->SetParameterValue(id, static_cast<float>(bits & 1U));
             bits >>= 1U;
         }
+        const bool isFinished = mode % 5 != 0;
+        compressor->SetParameterValue(C::ConfOnlyComputeGain, isFinished ? 1.0F : 0.0F);
         compressor->Reset(true);
         Model model{*compressor};
-        const Signals expected = model.Run(inputs);
+        Signals expected = model.Run(inputs);
+        for (std::size_t c = 0; c < 2 && !isFinished; ++c) {
+            // Multiplied once more.
+            std::transform(inputs[c].begin(), inputs[c].end(), expected[c].begin(), expected[c].begin(),
+                           std::multiplies<>());
+        }
         const Signals got = orphia::test::Render(*compressor, wiring, 2, orphia::test::BlockSplit::Of(44));
         const float shown = compressor->GetParameterNormalized(C::OutGainReduction);
         EXPECT_NEAR(static_cast<double>(shown), std::min(model.deepest / 40.0, 1.0), 1e-4) << "mode " << mode;
@@ -186,21 +193,47 @@ TEST(CompressorTest, WetTakesOneBlockAndTheGainsTheirTimeWhateverTheBlock) {
         EXPECT_NEAR(ramp[size], 0.05F, 1e-6F);
         compressor->SetParameterValue(C::OutputGain, 0.0F);
         const Signal out = Render(*compressor, {in}, 1, {size})[0];
-        for (const std::size_t n : {39U, 479U, 959U}) {
-            const double rest = std::exp(-5.0 * static_cast<double>(n + 1) / 960.0);
-            EXPECT_NEAR(static_cast<double>(out[n]), 0.5 - 0.45 * rest, 1e-5) << size << ", frame " << n;
+        // Five time constants in 20 ms, behind a line of 5 ms.
+        double line = 0.0;
+        double gain = 0.0;
+        for (std::size_t n = 0; n < in.size(); ++n) {
+            line = std::min(line + 1.0 / 240.0, 1.0);
+            gain += (line - gain) * (1.0 - std::exp(-5.0 / 960.0));
+            ASSERT_NEAR(static_cast<double>(out[n]), 0.05 + 0.45 * gain, 1e-5) << size << ", frame " << n;
         }
     }
 }
 
-TEST(CompressorTest, WithoutTheSwitchOfTheInterfaceTheInputIsMultipliedOnceMore) {
-    const Signals noise = {Noise(2200, 0.9F, 1)};
-    const Signal left = Render(*MakeCompressor({{C::SideChain, 1}}), noise, 1)[0];
-    Signal product = left;
-    std::transform(left.begin(), left.end(), noise[0].begin(), product.begin(), std::multiplies<>());
-    auto square = MakeCompressor({{C::ConfOnlyComputeGain, 0}});
-    ExpectSame(Render(*square, noise, 1), {product}, "without a key");
-    const Signals silent = orphia::test::Render(*square, {nullptr, &noise[0]}, 2, {{44}});
-    EXPECT_EQ(Peak(silent[0]) + Peak(silent[1]), 0.0F);
-    EXPECT_EQ(square->GetParameterNormalized(C::OutGainReduction), 0.0F) << "a reading of the past";
+/// A tone of 210 Hz and -12 dBFS, of which nothing is above 6 kHz.
+TEST(CompressorTest, GainsAndAmountMoveWithoutAClickAndWhatIsTakenBackWithoutASwell) {
+    const Values low = {
+        {C::Threshold, -10}, {C::Ratio, 1}, {C::Attack, 0.3F}, {C::Release, 8}, {C::Makeup, 1}};
+    const Values high = {
+        {C::Threshold, -40}, {C::Ratio, 19}, {C::Attack, 15}, {C::Release, 400}, {C::OutputGain, 1}};
+    const Values open = {{C::Ratio, 1}};
+    struct Case {
+        Values before, after;
+        float loudest;
+    };
+    const Case cases[] = {
+        {open, {{C::OutputGain, 6}}, 0.5F},
+        {open, {{C::OutputGain, 20}}, 2.5F},
+        {open, {{C::InputGain, 18}}, 2.0F},
+        {{{C::Attack, 5}, {C::Release, 100}}, {{C::Makeup, 1}}, 2.0F},
+        {low, high, 1.5F},
+        {high, low, 1.5F},
+        {open, {{C::InGainCompensated, 36}}, 0.2501F},
+        {{{C::Ratio, 1}, {C::InGainCompensated, 36}}, {{C::InGainCompensated, -36}}, 0.2501F}};
+    const Signal tone = Tone(8820, 210.0, 44100.0, 0.25);
+    for (const Case& c : cases) {
+        auto compressor = MakeCompressor(c.before);
+        Signal heard = Render(*compressor, {tone}, 1)[0];
+        for (const auto& [id, value] : c.after) {
+            compressor->SetParameterValue(id, value);
+        }
+        const Signal then = Render(*compressor, {tone}, 1)[0];
+        heard.insert(heard.end(), then.begin(), then.end());
+        EXPECT_LT(20.0 * std::log10(PeakAbove6k(heard, 8400, 12000)), -85.0) << &c - cases;
+        EXPECT_LT(Peak(heard), c.loudest) << &c - cases;
+    }
 }
