@@ -11,6 +11,7 @@
 #include <limits>
 #include <memory>
 #include <numbers>
+#include <numeric>
 #include <vector>
 
 /// Plays stereo effects, and measures delays.
@@ -79,6 +80,30 @@ inline float Roughness(const Signal& signal, std::size_t from, std::size_t to) {
         most = std::max(most, std::abs(signal[n] - 2.0F * signal[n - 1] + signal[n - 2]));
     }
     return most;
+}
+
+/// Peak from one frame to another of what lies above 6 kHz at 44100 Hz: what a click adds to a deep tone,
+/// which is itself 120 dB down.
+inline double PeakAbove6k(const Signal& signal, std::size_t from, std::size_t to) {
+    constexpr int half = 200;
+    static const std::vector<double> kernel = [] {
+        std::vector<double> taps;
+        for (int k = -half; k <= half; ++k) {
+            const double x = std::numbers::pi * k;
+            const double window = 0.35875 + 0.48829 * std::cos(x / half) +
+                                  0.14128 * std::cos(2.0 * x / half) + 0.01168 * std::cos(3.0 * x / half);
+            constexpr double corner = 12000.0 / 44100.0;
+            taps.push_back(k == 0 ? 1.0 - corner : -window * std::sin(corner * x) / x);
+        }
+        return taps;
+    }();
+    double peak = 0.0;
+    for (std::size_t n = from; n + kernel.size() <= to; ++n) {
+        peak = std::max(peak,
+                        std::abs(std::inner_product(kernel.begin(), kernel.end(),
+                                                    signal.begin() + static_cast<std::ptrdiff_t>(n), 0.0)));
+    }
+    return peak;
 }
 
 /// Rises so slowly that an effect of delay alone shows the delay of each frame.

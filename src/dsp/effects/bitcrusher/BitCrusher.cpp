@@ -14,6 +14,14 @@ using simd::Float4;
 using Controls = BitCrusherControls;
 using Limits = BitCrusherSettings;
 
+/// Programme of -20 LUFS keeps its loudness within 1 dB, as the converter clips what it is driven beyond.
+/// What is turned down stays down: the noise of the converter would be turned up.
+Float4 LevelBehind(Float4 drive) {
+    constexpr float power = 0.01F;
+    const Float4 beyond = xsimd::max(drive, Float4(1.0F));
+    return xsimd::sqrt((beyond * beyond * power + 1.0F) / (1.0F + power)) / beyond;
+}
+
 float* OutputOrNull(const ProcessContext& context, u32 index) {
     return index < context.numOutputs ? context.outputs[index] : nullptr;
 }
@@ -111,9 +119,10 @@ void BitCrusher::RenderBlock(ProcessContext& context) {
         Outputs wet = Crush<moving>({frames[0] * drive, frames[1] * drive});
         FilterWet(wet);
         const Pair dry = DelayDry(frames);
+        const Float4 wetGain = levels.Over<moving>(Controls::Wet) * LevelBehind(drive);
         for (u32 channel = 0; channel < 2; ++channel) {
-            const Float4 sound = dry[channel] * levels.Over<moving>(Controls::Dry) +
-                                 wet[channel].sound * levels.Over<moving>(Controls::Wet);
+            const Float4 sound =
+                dry[channel] * levels.Over<moving>(Controls::Dry) + wet[channel].sound * wetGain;
             sound.store_unaligned(context.outputs[channel] + n);
             if (errors[channel] != nullptr) {
                 wet[channel].error.store_unaligned(errors[channel] + n);

@@ -39,7 +39,8 @@ public:
         Curve,
         /// When on, a low-pass ahead of the hold keeps what it would fold.
         AntiAlias,
-        /// Gain in dB ahead of the converter, which clips at full scale, -24..36.
+        /// Gain in dB ahead of the converter, which clips at full scale, -24..36. Above 0 it is taken back
+        /// behind.
         Drive,
         /// Shift of the converter's levels in steps, 0..0.5: 0 has a level at zero, 0.5 has zero between two.
         Bias,

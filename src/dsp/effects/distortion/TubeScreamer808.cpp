@@ -3,6 +3,7 @@
 
 #include "dsp/effects/shared/StereoQuad.h"
 
+#include <iterator>
 #include <utility>
 
 namespace Velmora::dsp {
@@ -87,30 +88,36 @@ void TubeScreamer808::Render(Oversampler<factor>& oversampler, ProcessContext& c
 
 template <bool moving, u32 factor>
 void TubeScreamer808::RenderBlock(Oversampler<factor>& oversampler, ProcessContext& context) {
+    enum Gain : u32 { Dry, Wet, Volts };
     /// Of the steps in a quad, each of which is two frames of the circuit.
     constexpr float share = 1.0F / (2.0F * factor);
     const SmoothedLanes& levels = controls[Controls::Levels];
+    Float4 gains[] = {Float4(levels.value[Controls::DryGain]), Float4(controls.WetGainAtEnd()),
+                      Float4(levels.value[Controls::Volts])};
+    Float4 steps[std::size(gains)];
     // A copy that does not leave this function can stay in registers.
     TubeScreamerCircuit local = circuit;
     for (u32 n = 0; n < context.numFrames; n += Float4::size) {
         if constexpr (moving) {
             controls.Step();
             SetCircuit(local);
-        }
-        Float4 gains[3];
-        Float4 steps[3];
-        for (u32 lane = Controls::DryGain; lane <= Controls::Volts; ++lane) {
-            gains[lane] = Float4(levels.start[lane]);
-            steps[lane] = Float4((levels.value[lane] - levels.start[lane]) * share);
+            const float starts[] = {levels.start[Controls::DryGain], controls.WetGainAtStart(),
+                                    levels.start[Controls::Volts]};
+            const float ends[] = {levels.value[Controls::DryGain], controls.WetGainAtEnd(),
+                                  levels.value[Controls::Volts]};
+            for (u32 i = 0; i < std::size(gains); ++i) {
+                gains[i] = Float4(starts[i]);
+                steps[i] = Float4((ends[i] - starts[i]) * share);
+            }
         }
         const auto stage = [&](Float4 frames) {
             if constexpr (moving) {
-                for (u32 lane = Controls::DryGain; lane <= Controls::Volts; ++lane) {
-                    gains[lane] += steps[lane];
+                for (u32 i = 0; i < std::size(gains); ++i) {
+                    gains[i] += steps[i];
                 }
             }
-            const Float4 wet = local.Tick(frames * gains[Controls::Volts]);
-            return frames * gains[Controls::DryGain] + wet * gains[Controls::WetGain];
+            const Float4 wet = local.Tick(frames * gains[Volts]);
+            return frames * gains[Dry] + wet * gains[Wet];
         };
         StereoQuad quad = StereoQuad::Read(context, n);
         simd::ToPairs(quad.left, quad.right);

@@ -6,6 +6,9 @@
 #include "dsp/math/Within.h"
 #include "dsp/smoothing/ControlGroups.h"
 
+#include <array>
+#include <cmath>
+
 namespace Velmora::dsp {
 
 /// The settings of the overdrive in their own units.
@@ -28,7 +31,7 @@ struct TubeScreamerSettings {
 class TubeScreamerControls {
 public:
     enum Group : u32 { Levels, Knobs, GroupCount };
-    enum LevelLane : u32 { DryGain, WetGain, Volts };
+    enum LevelLane : u32 { DryGain, WetLevel, Volts };
     enum KnobLane : u32 { Resistance, TonePosition, LowCutHz, BiasShare };
 
     void Prepare(float rate) {
@@ -38,29 +41,56 @@ public:
     }
     void SetTargets(const TubeScreamerSettings& settings) {
         // The gain of the stage is 1 + R / Rg.
-        const float resistance = Within(static_cast<float>(DiodeClipper::groundResistance) *
-                                            (DecibelsToGain(settings.driveDb) - 1.0F),
-                                        static_cast<float>(DiodeClipper::lowestResistance),
-                                        static_cast<float>(DiodeClipper::highestResistance));
         groups[Levels].Aim({1.0F - settings.mix,
                             settings.mix * DecibelsToGain(settings.levelDb) / voltsToFullScale,
-                            voltsAtFullScale * DecibelsToGain(settings.inputDb), 0.0F});
-        groups[Knobs].Aim({resistance, settings.tone, settings.lowCutHz, settings.bias});
+                            VoltsOf(settings), 0.0F});
+        groups[Knobs].Aim({ResistanceOf(settings), settings.tone, settings.lowCutHz, settings.bias});
     }
     void JumpToTargets() { groups.Jump(); }
     /// Advances by a quad of frames.
     void Step() { groups.Step(); }
     bool IsMoving() const { return groups.IsMoving(); }
 
+    /// Gain of the wet sound at the start of the quad and at its end. It keeps the loudness, within 2 dB,
+    /// wherever input and drive stand, and follows these on their ways: of gains that glide apart, the
+    /// product would swell.
+    float WetGainAtStart() const { return WetGainAt(groups[Levels].start, groups[Knobs].start); }
+    float WetGainAtEnd() const { return WetGainAt(groups[Levels].value, groups[Knobs].value); }
+
     const SmoothedLanes& operator[](Group group) const { return groups[group]; }
 
 private:
+    using Lanes = std::array<float, 4>;
+
+    float WetGainAt(const Lanes& levels, const Lanes& knobs) const {
+        return levels[WetLevel] * (usualLoudness / Loudness(levels[Volts], knobs[Resistance]));
+    }
+
     /// The pickup of a guitar: what a full scale sample is in volts.
     static constexpr float voltsAtFullScale = 0.2F;
-    /// What becomes a full scale sample at a level of 0 dB. At -22 dB and the start values, programme of -20
+    /// What becomes a full scale sample at a level of 0 dB and the start values. At -22 dB, programme of -20
     /// LUFS keeps its loudness.
     static constexpr float voltsToFullScale = 0.104F;
 
+    static float VoltsOf(const TubeScreamerSettings& settings) {
+        return voltsAtFullScale * DecibelsToGain(settings.inputDb);
+    }
+    /// The gain of the stage is 1 + R / Rg.
+    static float ResistanceOf(const TubeScreamerSettings& settings) {
+        constexpr auto ground = static_cast<float>(DiodeClipper::groundResistance);
+        return Within(ground * (DecibelsToGain(settings.driveDb) - 1.0F),
+                      static_cast<float>(DiodeClipper::lowestResistance),
+                      static_cast<float>(DiodeClipper::highestResistance));
+    }
+    /// Of such programme: what passes clean grows with the input alone, and to what is amplified the diodes
+    /// put an end. Fitted to the circuit.
+    static float Loudness(float volts, float resistance) {
+        constexpr auto ground = static_cast<float>(DiodeClipper::groundResistance);
+        const float amplified = 0.255F * volts * (1.0F + resistance / ground);
+        return 0.65F * volts + amplified / std::hypot(1.0F, amplified);
+    }
+
+    float usualLoudness = Loudness(VoltsOf({}), ResistanceOf({}));
     ControlGroups<GroupCount, Knobs> groups;
 };
 

@@ -12,22 +12,17 @@ namespace Velmora::dsp {
 
 /// How hard a SoftDrive is driven.
 struct SoftDriveAmount {
-    /// Into the curve, and behind it.
+    /// Into the curve.
     float gain = 1.0F;
-    float level = 1.0F;
     /// 0 is the signal as it came.
     float blend = 0.0F;
 
-    simd::Float4 Lanes() const { return {gain, level, blend, 0.0F}; }
+    simd::Float4 Lanes() const { return {gain, blend, 0.0F, 0.0F}; }
 
-    /// From dB, 0 or above. The first three decibels blend the curve in. A sine of half full scale keeps its
-    /// peak whatever the drive, softer ones get louder.
+    /// From dB, 0 or above. The first three decibels blend the curve in.
     static SoftDriveAmount Of(float decibels) {
-        constexpr float nominalPeak = 0.5F;
         constexpr float blendedIn = 3.0F;
-        const float gain = DecibelsToGain(decibels);
-        return {gain, std::sqrt(1.0F + gain * gain * nominalPeak * nominalPeak) / gain,
-                std::min(decibels / blendedIn, 1.0F)};
+        return {DecibelsToGain(decibels), std::min(decibels / blendedIn, 1.0F)};
     }
 };
 
@@ -36,6 +31,9 @@ struct SoftDriveAmount {
 /// continuous-time convolution, 2016). For this curve that has a closed form without a quotient of
 /// differences: the antiderivative is sqrt(1 + x^2). A pole behind it gives back the treble that a mean
 /// costs.
+///
+/// Programme of -20 LUFS keeps its loudness within 2 dB whatever the drive; louder one gets softer, softer
+/// one louder.
 class SoftDrive {
 public:
     void Reset() { *this = {}; }
@@ -49,8 +47,9 @@ public:
         alignas(16) float gain[4];
         alignas(16) float level[4];
         alignas(16) float blend[4];
-        lanes.Over<true>(0).store_aligned(gain);
-        lanes.Over<true>(1).store_aligned(level);
+        const Float4 gains = lanes.Over<true>(0);
+        gains.store_aligned(gain);
+        LevelBehind(gains).store_aligned(level);
         lanes.Over<true>(blendLane).store_aligned(blend);
         u32 n = 0;
         StepFrames(quad, [&](Double2 x) {
@@ -60,7 +59,14 @@ public:
     }
 
 private:
-    static constexpr u32 blendLane = 2;
+    using Float4 = simd::Float4;
+    static constexpr u32 blendLane = 1;
+
+    /// Follows the gain itself: of two that glide apart, the product would swell.
+    static Float4 LevelBehind(Float4 gain) {
+        const Float4 peak = gain * 0.125F;
+        return xsimd::sqrt(1.0F + peak * peak) / gain;
+    }
 
     Double2 Tick(Double2 driven) {
         constexpr double treble = 0.5;
