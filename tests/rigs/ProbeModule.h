@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/UnitModule.h"
+#include "rigs/ModuleRig.h"
 #include "support/NonBlocking.h"
 
 #include <array>
@@ -12,8 +14,10 @@
 
 namespace Velmora::Test {
 
+using orphia::test::NameOf;
+
 /// A leaf that writes down what is done to it, and gives input n plus `offset` as output n. Its parameters
-/// are "P0", "P1" and so on, mapped from 0 to 10.
+/// are "P0", "P1" and so on, linear from 0 to 10.
 template <u32 Count, u32 Channels = 1>
 class ProbeModule : public dsp::UnitModule {
 public:
@@ -23,13 +27,17 @@ public:
     static constexpr std::array<u32, 1> slotSignals = {0};
 
     explicit ProbeModule(std::string moduleName = {}, std::vector<std::string>* calls = nullptr)
-        : UnitModule(std::move(moduleName), Channels, Channels, Records()), journal(calls) {}
+        : UnitModule(std::move(moduleName), Channels, Channels, std::vector<dsp::ModuleParam>(Count)),
+          journal(calls) {
+        for (u32 i = 0; i < Count; ++i) {
+            parameters[i] =
+                dsp::Declare::Linear(std::string("P").append(std::to_string(i)), 0.0F, 10.0F).Record();
+        }
+    }
 
     void Terminate() override { Note("Terminate"); }
-    void OnInitialize(float sampleRate, u32 maxBlockSize) override {
-        std::string call("OnInitialize ");
-        call.append(std::to_string(static_cast<int>(sampleRate))).append(" ");
-        Note(call.append(std::to_string(maxBlockSize)));
+    void OnInitialize(float /*sampleRate*/, u32 maxBlockSize) override {
+        Note("OnInitialize " + std::to_string(maxBlockSize));
     }
     void OnReset(bool hard) override { Note(hard ? "OnReset hard" : "OnReset soft"); }
     bool UpdateParameters(dsp::ProcessContext& /*context*/) override {
@@ -45,10 +53,6 @@ public:
         }
         return succeeds;
     }
-    void ClearParameterChanges(bool value) override {
-        Note("ClearParameterChanges");
-        UnitModule::ClearParameterChanges(value);
-    }
 
     using ParameterSet::anyParameterChanged;
     using ParameterSet::parameterChanged;
@@ -62,14 +66,6 @@ public:
     bool succeeds = true;
 
 private:
-    static std::vector<dsp::ModuleParam> Records() {
-        std::vector<dsp::ModuleParam> records;
-        for (u32 i = 0; i < Count; ++i) {
-            records.push_back(
-                dsp::ModuleParam::Mapped(std::string("P").append(std::to_string(i)), 1, 0.0F, 10.0F, 0.0F));
-        }
-        return records;
-    }
     void Note(std::string_view call) {
         const MayBlock exception;
         if (journal != nullptr) {
@@ -77,14 +73,5 @@ private:
         }
     }
 };
-
-/// What a module writes as the name of an id.
-template <class M>
-std::string NameOf(M& module, u32 id) {
-    char buffer[256];
-    dsp::ParameterNameWriter writer(buffer, sizeof buffer);
-    module.GetParameterName(id, writer);
-    return buffer;
-}
 
 } // namespace Velmora::Test

@@ -5,7 +5,7 @@
 
 #include <memory>
 
-/// Drives one module with its inputs by value, measures linear stages, and states what holds for every stage.
+/// Drives one module with its inputs by value, and measures linear stages.
 namespace Velmora::Test {
 
 using orphia::test::AllFinite;
@@ -51,7 +51,6 @@ inline Complex AnalogueFrequency(double hz, double corner, double sampleRate) {
 inline Complex HighPass1(Complex s) { return s / (s + 1.0); }
 inline Complex LowPass1(Complex s) { return 1.0 / (s + 1.0); }
 inline Complex HighPass2(Complex s, double q) { return s * s / (s * s + s / q + 1.0); }
-inline Complex LowPass2(Complex s, double q) { return 1.0 / (s * s + s / q + 1.0); }
 
 inline void ExpectSame(const Signals& got, const Signals& expected, const std::string& what) {
     for (std::size_t channel = 0; channel < expected.size(); ++channel) {
@@ -66,23 +65,6 @@ inline void ExpectFinite(const Signals& signals) {
     for (const Signal& signal : signals) {
         ASSERT_TRUE(AllFinite(signal));
     }
-}
-
-/// The block size does not show in the samples, an empty block changes nothing, and a reset module is like
-/// a new one. make() yields an initialised module.
-template <class Make>
-void ExpectStageInvariants(Make make, const Signals& inputs, u32 outputCount) {
-    auto reference = make();
-    const Signals expected = Render(*reference, inputs, outputCount);
-    EXPECT_GT(Rms(expected[0], 0), 0.0);
-    for (const std::vector<u32>& sizes :
-         {std::vector<u32>{4}, std::vector<u32>{4, 0, 40, 12, 44, 0, 8}, std::vector<u32>{20, 36}}) {
-        auto module = make();
-        ExpectSame(Render(*module, inputs, outputCount, sizes), expected,
-                   "first size " + std::to_string(sizes[0]));
-    }
-    reference->Reset(true);
-    ExpectSame(Render(*reference, inputs, outputCount), expected, "after reset");
 }
 
 /// An initialised module.

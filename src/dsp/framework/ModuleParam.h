@@ -36,10 +36,6 @@ public:
     /// A curve over a real range. Throws what MakePotardMapping throws.
     static ModuleParam Mapped(std::string parameterName, Curve curve, float minimum, float maximum,
                               float shape);
-    static ModuleParam Mapped(std::string parameterName, i32 mappingId, float minimum, float maximum,
-                              float shape) {
-        return Mapped(std::move(parameterName), static_cast<Curve>(mappingId), minimum, maximum, shape);
-    }
 
     ModuleParam(const ModuleParam& other);
     ModuleParam(ModuleParam&& other) noexcept;
@@ -50,10 +46,6 @@ public:
     /// Declares this parameter anew; the name stays, the position becomes 0 and the value the new minimum.
     void Redeclare(Curve curve, float minimum, float maximum, float shape, float shape2 = defaultShape2,
                    bool runsBackwards = false);
-    void Redeclare(i32 mappingId, float minimum, float maximum, float shape, float shape2,
-                   bool runsBackwards) {
-        Redeclare(static_cast<Curve>(mappingId), minimum, maximum, shape, shape2, runsBackwards);
-    }
 
     /// Uses a mapping that is shared and outlives this record; its own range becomes this one's.
     void UseSharedMapping(const MappingTools::IPotardMappingCustom& shared);

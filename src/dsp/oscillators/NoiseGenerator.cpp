@@ -17,13 +17,6 @@ namespace {
 /// 1 / 44100: levels are told relative to that rate.
 constexpr float inverseReferenceRate = 2.2675737e-05F;
 
-void ClampBlock(float* buffer, u32 count) {
-    for (u32 n = 0; n < count; ++n) {
-        const float below = buffer[n] < 1.0F ? buffer[n] : 1.0F;
-        buffer[n] = below > -1.0F ? below : -1.0F;
-    }
-}
-
 } // namespace
 
 NoiseGenerator::NoiseGenerator(std::string moduleName)
@@ -153,7 +146,9 @@ bool NoiseGenerator::Process(ProcessContext& context) {
         ClearStates();
         std::fill_n(out, count, 0.0F);
     }
-    ClampBlock(out, count);
+    for (u32 n = 0; n < count; ++n) {
+        out[n] = Within(out[n], -1.0F, 1.0F);
+    }
     return true;
 }
 

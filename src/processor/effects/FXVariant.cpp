@@ -13,11 +13,9 @@ namespace {
 
 using dsp::Chorus;
 using dsp::Compressor;
+using dsp::Curve;
 using dsp::ModuleParam;
 using Equaliser = dsp::ParamEq<5>;
-
-constexpr i32 linear = 1;
-constexpr i32 exponential = 4;
 
 constexpr u32 delayMode = FXVariant::IdOf(FXVariant::DelayType, dsp::Delay::DryWetMode);
 constexpr u32 flangerMode = FXVariant::IdOf(FXVariant::FlangerType, dsp::Flanger::DryWetMode);
@@ -64,18 +62,18 @@ void FXVariant::LinkParameters() {
 
 /// Both channels at one gain, in ranges that suit a mix; the start values level speech without pumping.
 void FXVariant::DeclareCompressor() {
-    const auto declare = [this](u32 id, i32 mapping, float low, float high, float shape, float start) {
-        Record(CompressorType, id).Redeclare(mapping, low, high, shape, 0.5F, false);
+    const auto declare = [this](u32 id, Curve curve, float low, float high, float shape, float start) {
+        Record(CompressorType, id).Redeclare(curve, low, high, shape);
         Start(CompressorType, id, start);
     };
-    declare(Compressor::OutputGain, linear, -24.0F, 24.0F, 0.0F, 4.0F);
-    declare(Compressor::Attack, exponential, 0.1F, 200.0F, 7.6F, 8.0F);
-    declare(Compressor::Release, exponential, 10.0F, 2000.0F, 5.3F, 120.0F);
-    declare(Compressor::Threshold, linear, -60.0F, 0.0F, 0.0F, -20.0F);
-    declare(Compressor::Ratio, exponential, 1.0F, 20.0F, 3.0F, 3.0F);
-    declare(Compressor::LevelMeasureAtMs, exponential, 0.01F, 100.0F, 9.2F, 0.1F);
-    declare(Compressor::LevelMeasureReMs, exponential, 0.01F, 1000.0F, 11.5F, 30.0F);
-    declare(Compressor::GRLimit, linear, -60.0F, 0.0F, 0.0F, -24.0F);
+    declare(Compressor::OutputGain, Curve::Linear, -24.0F, 24.0F, 0.0F, 4.0F);
+    declare(Compressor::Attack, Curve::Exponential, 0.1F, 200.0F, 7.6F, 8.0F);
+    declare(Compressor::Release, Curve::Exponential, 10.0F, 2000.0F, 5.3F, 120.0F);
+    declare(Compressor::Threshold, Curve::Linear, -60.0F, 0.0F, 0.0F, -20.0F);
+    declare(Compressor::Ratio, Curve::Exponential, 1.0F, 20.0F, 3.0F, 3.0F);
+    declare(Compressor::LevelMeasureAtMs, Curve::Exponential, 0.01F, 100.0F, 9.2F, 0.1F);
+    declare(Compressor::LevelMeasureReMs, Curve::Exponential, 0.01F, 1000.0F, 11.5F, 30.0F);
+    declare(Compressor::GRLimit, Curve::Linear, -60.0F, 0.0F, 0.0F, -24.0F);
     Start(CompressorType, Compressor::Wet, 1.0F);
     Start(CompressorType, Compressor::KneeWidth, 6.0F);
     Start(CompressorType, Compressor::LookaheadTimeMs, 2.0F);
@@ -99,16 +97,16 @@ void FXVariant::DeclareEqualiser() {
     };
     constexpr std::array<Band, 5> bands = {
         {{3.0F, 100.0F}, {4.0F, 300.0F}, {4.0F, 1000.0F}, {4.0F, 3000.0F}, {5.0F, 8000.0F}}};
-    const auto declare = [this](u32 id, i32 mapping, float low, float high, float shape, float start) {
-        Record(ParamEqType, id).Redeclare(mapping, low, high, shape, 0.5F, false);
+    const auto declare = [this](u32 id, Curve curve, float low, float high, float shape, float start) {
+        Record(ParamEqType, id).Redeclare(curve, low, high, shape);
         Start(ParamEqType, id, start);
     };
     for (u32 band = 0; band < bands.size(); ++band) {
         Start(ParamEqType, Equaliser::OnId(band), 1.0F);
         Start(ParamEqType, Equaliser::ModeId(band), bands[band].mode);
-        declare(Equaliser::GainId(band), linear, -18.0F, 18.0F, 0.0F, 0.0F);
-        declare(Equaliser::CutoffId(band), exponential, 20.0F, 20000.0F, 6.9077554F, bands[band].hz);
-        declare(Equaliser::QId(band), exponential, 0.2F, 20.0F, 4.6051702F, 0.70710678F);
+        declare(Equaliser::GainId(band), Curve::Linear, -18.0F, 18.0F, 0.0F, 0.0F);
+        declare(Equaliser::CutoffId(band), Curve::Exponential, 20.0F, 20000.0F, 6.9077554F, bands[band].hz);
+        declare(Equaliser::QId(band), Curve::Exponential, 0.2F, 20.0F, 4.6051702F, 0.70710678F);
     }
     Start(ParamEqType, Equaliser::SmoothOn, 1.0F);
 }

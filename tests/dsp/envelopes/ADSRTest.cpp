@@ -153,7 +153,7 @@ TEST(ADSRTest, AtControlRateABlockYieldsItsFirstSample) {
 
 TEST(ADSRTest, AModulationMovesTheTimes) {
     Envelope envelope;
-    envelope.adsr.FindParameter(ADSR::Attack)->Redeclare(1, 0.0F, 0.1F, 0.0F, 0.5F, false);
+    envelope.adsr.FindParameter(ADSR::Attack)->Redeclare(Curve::Linear, 0.0F, 0.1F, 0.0F);
     envelope.Set(ADSR::Attack, 0.01F).modulated = {ADSR::Attack};
     envelope.modulation = 0.1F;
     EXPECT_NEAR(envelope.Gate(true).Render(440).back(), 439.0 / (0.02 * 48000.0), 1e-4);
