@@ -16,7 +16,6 @@
 
 #include <limits>
 #include <memory>
-#include <sstream>
 
 namespace {
 
@@ -32,28 +31,36 @@ std::unique_ptr<UnitModule> Make() {
     return std::make_unique<M>();
 }
 
-/// A module, how it is set, by the names of its parameters, and how many of its inputs, from the first on,
-/// are audio. The others modulate.
+/// A module, how it is set, and how many of its inputs, from the first on, are audio. The others modulate.
 struct Subject {
     std::unique_ptr<UnitModule> (*make)();
-    const char* settings;
+    std::vector<std::pair<u32, float>> settings;
     u32 audioInputs = 0;
     u32 outputs = 1;
     bool takesFaultsForSilence = false;
 };
+using Equaliser = ParamEq<5>;
 const Subject subjects[] = {
     {Make<Compressor>,
-     "Threshold -30 Ratio 8 ConfStereo 1 LookaheadEnable 1 LookaheadTimeMs 3 LevelMeasureSmoothAR 1 Makeup 1",
-     2, 2, true},
-    {Make<EnvFollower>, "RMSWindowDurationMs 7 StereoInput 1", 2, 1, true},
-    {Make<PitchTracker>, "ConfidenceThreshold 0", 2, 1, true},
-    {Make<NoiseGenerator>, "NoiseType 5 NoiseColor 0.2"},
-    {Make<LFO>, "ControlRate 0 Waveform 0 RateUnSynced 7.3 Stereo 1", 0, 2},
-    {Make<LFOSimple>, "Rate 5", 0, 2},
-    {Make<ParamEq<5>>, "On1 1 Mode1 3 Gain1 12 On5 1 Q5 5", 2, 2},
-    {Make<PolyBlepPostFilter>, "", 1, 1},
-    {Make<InputDetector>, "Threshold -20 Hold 0.01", 2, 0},
-    {Make<VuMeter>, "Calibration 1", 1, 0}};
+     {{Compressor::Threshold, -30},
+      {Compressor::Ratio, 8},
+      {Compressor::ConfStereo, 1},
+      {Compressor::LookaheadEnable, 1},
+      {Compressor::LookaheadTimeMs, 3},
+      {Compressor::LevelMeasureSmoothAR, 1},
+      {Compressor::Makeup, 1}},
+     2,
+     2,
+     true},
+    {Make<EnvFollower>, {{EnvFollower::RMSWindowDurationMs, 7}, {EnvFollower::StereoInput, 1}}, 2, 1, true},
+    {Make<PitchTracker>, {{PitchTracker::ConfidenceThreshold, 0}}, 2, 1, true},
+    {Make<NoiseGenerator>, {{NoiseGenerator::NoiseType, 5}, {NoiseGenerator::NoiseColor, 0.2F}}},
+    {Make<LFO>, {{LFO::ControlRate, 0}, {LFO::RateUnSynced, 7.3F}, {LFO::Stereo, 1}}, 0, 2},
+    {Make<LFOSimple>, {{LFOSimple::Rate, 5}}, 0, 2},
+    {Make<Equaliser>, {{Equaliser::OnId(0), 1}, {Equaliser::ModeId(0), 3}, {Equaliser::GainId(0), 12}}, 2, 2},
+    {Make<PolyBlepPostFilter>, {}, 1, 1},
+    {Make<InputDetector>, {{InputDetector::Threshold, -20}, {InputDetector::Hold, 0.01F}}, 2, 0},
+    {Make<VuMeter>, {{VuMeter::Calibration, 1}}, 1, 0}};
 
 struct ModulePromises : testing::TestWithParam<Subject> {
     const Signal clean[2] = {Noise(frames, 0.7F, 1), Noise(frames, 0.4F, 2)};
@@ -66,13 +73,7 @@ struct ModulePromises : testing::TestWithParam<Subject> {
     }
     /// To the settings and the start of what is random.
     static void Return(UnitModule& module) {
-        std::istringstream settings(GetParam().settings);
-        std::string name;
-        for (float value; settings >> name >> value;) {
-            u32 id = 0;
-            while (module.FindParameter(id)->name != name) {
-                ++id;
-            }
+        for (const auto& [id, value] : GetParam().settings) {
             module.SetParameterValue(id, value);
         }
         module.Reset(true);
@@ -80,13 +81,7 @@ struct ModulePromises : testing::TestWithParam<Subject> {
             noise->Seed(1U);
         }
     }
-    /// A new length of a window is taken outside of the audio, where it may allocate.
-    static void Set(UnitModule& module, u32 id, float value) {
-        module.SetParameterValue(id, value);
-        ProcessContext context;
-        module.UpdateParameters(context);
-    }
-    /// The outputs and, at the end of each, what the module then reads back.
+    /// The outputs and, at the end, what the module then reads back.
     std::vector<Signal> Run(UnitModule& module, const Signal* audio, const Signal* modulation = nullptr,
                             const BlockSplit& split = BlockSplit::Of(44)) const {
         std::vector<const Signal*> inputs(module.numInputs, modulation);
@@ -132,22 +127,21 @@ TEST_P(ModulePromises, NothingBadSticks) {
     }
     const auto hurt = Fresh();
     const auto heard = Run(*hurt, faulty);
-    if (GetParam().takesFaultsForSilence) {
-        EXPECT_EQ(heard, Run(*Fresh(), holes));
-    }
+    EXPECT_TRUE(!GetParam().takesFaultsForSilence || heard == Run(*Fresh(), holes));
     Run(*hurt, clean);
     EXPECT_TRUE(AllFinite(Run(*hurt, clean)[0])) << "no reset is needed to recover";
-    for (const float bad : {notANumber, infinity, -infinity, 1e30F, -1e30F, -1.0F}) {
+    for (const float bad : {notANumber, infinity, -infinity, 1e30F, -1.0F}) {
         const Signal modulation(frames, bad);
         for (u32 id = 0; hurt->FindParameter(id) != nullptr; ++id) {
             const float good = hurt->FindParameter(id)->GetValue();
-            Set(*hurt, id, bad);
-            auto outputs = Run(*hurt, clean, &modulation);
-            outputs.pop_back();
-            for (const Signal& out : outputs) {
-                EXPECT_TRUE(AllFinite(out)) << NameOf(*hurt, id) << " = " << bad;
-            }
-            Set(*hurt, id, good);
+            hurt->SetParameterValue(id, bad);
+            // A new length of a window is taken outside of the audio, where it may allocate.
+            ProcessContext context;
+            hurt->UpdateParameters(context);
+            const auto outputs = Run(*hurt, clean, &modulation);
+            EXPECT_TRUE(std::all_of(outputs.begin(), outputs.end() - 1, AllFinite)) << id << ": " << bad;
+            hurt->SetParameterValue(id, good);
+            hurt->UpdateParameters(context);
             Return(*hurt);
             EXPECT_EQ(Run(*hurt, clean), expected) << NameOf(*hurt, id) << " = " << bad;
         }

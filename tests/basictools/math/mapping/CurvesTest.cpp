@@ -9,7 +9,6 @@
 #include <exception>
 #include <limits>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -17,7 +16,6 @@ namespace Velmora::MappingTools {
 namespace {
 
 constexpr float infinity = std::numeric_limits<float>::infinity();
-constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
 
 using D = double;
 D Exp(D x, D a) { return std::expm1(a * x) / std::expm1(a); }
@@ -63,98 +61,43 @@ const std::vector<Family> families = {
      [](D x, D a, D b) { return (1 / ((1 - x) / b + x / a) - a) / (b - a); }},
     {SemitonesToHz, {{110, 49}}, [](D x, D a, D b) { return a * std::exp2(x * (b - 1) / 12); }}};
 
-/// Calls test(mapping, curve, form) for every curve; form(position, what the mapping says) is what it should
-/// say.
-template <class Test>
-void ForEachCurve(Test test) {
-    for (const Family& family : families) {
-        for (const auto& [a, b] : family.constants) {
-            SCOPED_TRACE("curve " + std::to_string(static_cast<int>(family.curve)) + " of " +
-                         std::to_string(a));
-            const MappingStorage storage = MakePotardMapping(family.curve, a, b);
-            test(*ActiveMapping(storage), family.curve, [&, a = a, b = b](float x, float mapped) {
-                return family.form != nullptr ? family.form(x, a, b) : static_cast<double>(mapped);
-            });
-        }
-    }
-}
-
 TEST(CurvesTest, MapBlockFormAndUnmapFollowTheReferenceAndEachOther) {
-    ForEachCurve([](const IPotardMapping& mapping, Curve curve, auto form) {
-        EXPECT_EQ(mapping.IsAbsolute(), curve == Harmonic || curve == SemitonesToHz);
-        std::vector<float> block(1001);
-        for (std::size_t i = 0; i < block.size(); ++i) {
-            block[i] = static_cast<float>(i) / 1000.0F;
-        }
-        const std::vector<float> positions = block;
-        mapping.MapBlock(block.data(), 1001);
-        float previous = mapping.Map(0.0F);
-        const bool rises = previous < mapping.Map(1.0F);
-        for (std::size_t i = 0; i < block.size(); ++i) {
-            const float x = positions[i];
-            const float mapped = mapping.Map(x);
-            const double expected = form(x, mapped);
-            const double tolerance = 1e-6 * std::max(1.0, std::abs(expected));
-            ASSERT_NEAR(mapped, expected, tolerance) << x;
-            ASSERT_NEAR(block[i], expected, tolerance) << "block form, " << x;
-            if (curve != VuMeter) { // one way only
-                ASSERT_TRUE(rises ? mapped >= previous : mapped <= previous) << "monotone, " << x;
-                ASSERT_TRUE(i % 20 != 0 || std::abs(mapping.Unmap(mapped) - x) < 2e-4F) << x;
+    for (const auto& [curve, constants, form] : families) {
+        for (const auto& [a, b] : constants) {
+            SCOPED_TRACE("curve " + std::to_string(static_cast<int>(curve)) + " of " + std::to_string(a));
+            const MappingStorage storage = MakePotardMapping(curve, a, b);
+            const IPotardMapping& mapping = *ActiveMapping(storage);
+            EXPECT_EQ(mapping.IsAbsolute(), curve == Harmonic || curve == SemitonesToHz);
+            std::vector<float> block(1001);
+            for (std::size_t i = 0; i < block.size(); ++i) {
+                block[i] = static_cast<float>(i) / 1000.0F;
             }
-            previous = mapped;
-        }
-    });
-}
-
-TEST(CurvesTest, TheBlockFormOfWildPositionsBreaksNoMoreThanMap) {
-    ForEachCurve([](const IPotardMapping& mapping, Curve /*curve*/, auto /*form*/) {
-        // What is not finite is only required to do no harm, which a sanitizer build checks.
-        for (const float wild :
-             {-1e30F, -2.0F, -1e-7F, 1.0000001F, 2.0F, 1e30F, -infinity, infinity, notANumber}) {
-            std::vector<float> block(5, wild);
-            mapping.MapBlock(block.data(), 5);
-            mapping.Unmap(wild);
-            if (std::isfinite(wild) && !std::isnan(mapping.Map(wild))) {
-                EXPECT_FALSE(std::isnan(block[0]) || std::isnan(block[4])) << wild;
+            const std::vector<float> positions = block;
+            mapping.MapBlock(block.data(), 1001);
+            for (std::size_t i = 0; i < block.size(); ++i) {
+                const float x = positions[i];
+                const float mapped = mapping.Map(x);
+                const double expected = form != nullptr ? form(x, a, b) : static_cast<double>(mapped);
+                const double tolerance = 1e-6 * std::max(1.0, std::abs(expected));
+                ASSERT_NEAR(mapped, expected, tolerance) << x;
+                ASSERT_NEAR(block[i], expected, tolerance) << "block form, " << x;
+                // The meter's goes one way only.
+                ASSERT_TRUE(curve == VuMeter || i % 20 != 0 || std::abs(mapping.Unmap(mapped) - x) < 2e-4F)
+                    << x;
             }
         }
-    });
-}
-
-/// What making a mapping refuses, or "none".
-template <class Make>
-std::string RefusalOf(Make make) {
-    try {
-        make();
-        return "none";
-    } catch (const std::exception& failure) {
-        return failure.what();
     }
 }
 
 TEST(CurvesTest, UnknownIdsRangesWithoutAReciprocalAndTablesThatDoNotRiseAreRefused) {
-    for (const i32 id : {-1, 17, 18, std::numeric_limits<i32>::max()}) {
-        EXPECT_EQ(RefusalOf([id] { MakePotardMapping(id, 1.0F, 0.5F); }),
-                  "Potard Mapping not found.(PotardMappingUtils:231)");
+    for (const i32 id : {-1, 17}) {
+        EXPECT_THROW(MakePotardMapping(id, 1.0F, 0.5F), std::exception);
     }
-    const std::string crosses = "Inverse Mapping range should not cross 0 value(InversePotardMapping:28)";
-    const std::string falls = "Max value must be bigger than min value(InversePotardMapping:31)";
-    for (const auto& [low, high, refusal] : {std::tuple(-1.0F, 1.0F, crosses),
-                                             {0.0F, 1.0F, crosses},
-                                             {-1.0F, 0.0F, crosses},
-                                             {0.0F, -1.0F, crosses},
-                                             {notANumber, 1.0F, crosses},
-                                             {2.0F, 2.0F, falls},
-                                             {-1.0F, -2.0F, falls}}) {
-        EXPECT_EQ(RefusalOf([low = low, high = high] { InversePotardMapping(low, high); }), refusal) << low;
+    for (const auto& [low, high] : {std::pair(-1.0F, 1.0F), {0.0F, 1.0F}, {-1.0F, 0.0F}, {2.0F, 2.0F}}) {
+        EXPECT_THROW(InversePotardMapping(low, high), std::exception) << low << " to " << high;
     }
-    const std::string level = "TablePotardMapping: table is not striclty increasing.";
-    for (const auto& [table, refusal] :
-         {std::pair(std::vector<float>{}, std::string("TablePotardMapping: empty table.")),
-          {{1.0F, 1.0F}, level},
-          {{1.0F, notANumber, 3.0F}, level},
-          {{1.0F, 1.5F}, "none"}}) {
-        EXPECT_EQ(RefusalOf([table = table] { TablePotardMapping{std::vector(table)}; }), refusal);
+    for (const auto& table : {std::vector<float>{}, {1.0F, 1.0F}, {1.0F, std::nanf(""), 3.0F}}) {
+        EXPECT_THROW(TablePotardMapping{std::vector(table)}, std::exception);
     }
 }
 
@@ -171,47 +114,31 @@ TEST(CurvesTest, TablesHoldTheirPointsAndTheirOwnRulesOutside) {
     const MixerTimeMapping mixer;
     EXPECT_NEAR(sumOfMiddles(envelope, 20), 3.077934F, 2e-6F);
     EXPECT_NEAR(sumOfMiddles(mixer, 9), 1.502097F, 2e-6F);
-    for (const float high : {1.0F, 1.5F, infinity}) {
-        EXPECT_EQ(envelope.Map(high), 1.0F);
-        EXPECT_EQ(envelope.Unmap(high), 1.0F);
-        EXPECT_EQ(mixer.Map(high), 1.0F);
-        EXPECT_EQ(mixer.Unmap(high), high);
-    }
-    for (const float low : {0.0F, -0.25F, -infinity}) {
-        EXPECT_EQ(envelope.Map(low), 0.0F);
-        EXPECT_EQ(envelope.Unmap(low), 0.0F);
-        EXPECT_EQ(mixer.Map(low), low);
-        EXPECT_EQ(mixer.Unmap(low), low);
+    for (const float x : {0.0F, 1.0F, -0.25F, 1.5F, -infinity, infinity}) {
+        const float end = x < 0.5F ? 0.0F : 1.0F;
+        EXPECT_EQ(envelope.Map(x), end);
+        EXPECT_EQ(envelope.Unmap(x), end);
+        EXPECT_EQ(mixer.Map(x), std::min(x, 1.0F));
+        EXPECT_EQ(mixer.Unmap(x), x);
     }
     const VuMeterMapping meter;
     EXPECT_EQ(meter.Map(1.0F), 1.0F);
     EXPECT_EQ(meter.Map(0.5F) + meter.Map(2.0F), 0.0F);
     // Straight between these levels in dB below full scale, as deflections from the top.
     const float marks[][2] = {{0, 0},       {20, 0.5F},  {30, 0.7F}, {40, 0.85F},
-                              {50, 0.925F}, {60, 0.95F}, {70, 1}};
-    for (int i = 0; i < 6; ++i) {
+                              {50, 0.925F}, {60, 0.95F}, {70, 1},    {72, 1}};
+    for (int i = 0; i < 7; ++i) {
         for (const float part : {0.01F, 0.5F, 0.99F}) {
             EXPECT_NEAR(meter.Unmap(std::lerp(marks[i][0], marks[i + 1][0], part) / 60.0F),
                         std::lerp(marks[i][1], marks[i + 1][1], part), 1e-5F);
         }
     }
-    EXPECT_EQ(meter.Unmap(1.2F), 1.0F);
-}
-
-TEST(CurvesTest, ATableOfOnesOwnIsInterpolatedAndNeverLeft) {
-    const TablePotardMapping mapping({-2.0F, 0.0F, 1.0F, 5.0F, 6.0F});
-    EXPECT_EQ(mapping.GetMin(), -2.0F);
-    EXPECT_EQ(mapping.GetMax(), 6.0F);
-    // Position and value, both ways within the table.
-    constexpr float places[][2] = {{0.0F, -2.0F}, {0.125F, -1.0F}, {0.625F, 3.0F},
-                                   {1.0F, 6.0F},  {-0.25F, -4.0F}, {1e30F, 6.0F}};
-    for (const auto& [position, value] : places) {
-        EXPECT_EQ(mapping.Map(position), value);
-        EXPECT_NEAR(mapping.Unmap(value), std::clamp(position, 0.0F, 1.0F), 1e-6F);
+    const TablePotardMapping ofOnesOwn({-2.0F, 0.0F, 1.0F, 5.0F, 6.0F});
+    for (const auto& [position, value] : {std::pair(0.125F, -1.0F), {0.625F, 3.0F}, {1.0F, 6.0F}}) {
+        EXPECT_EQ(ofOnesOwn.Map(position), value);
+        EXPECT_NEAR(ofOnesOwn.Unmap(value), position, 1e-6F);
     }
-    const TablePotardMapping single({3.0F});
-    EXPECT_EQ(single.Map(9.0F), 3.0F);
-    EXPECT_EQ(single.Unmap(3.0F), 0.0F);
+    EXPECT_TRUE(ofOnesOwn.Map(-0.25F) == -4.0F && ofOnesOwn.Map(1e30F) == 6.0F);
 }
 
 } // namespace
