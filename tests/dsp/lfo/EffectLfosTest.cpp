@@ -3,7 +3,6 @@
 #include "Waves.h"
 #include "dsp/lfo/ChorusLfo.h"
 #include "dsp/lfo/LFOSimple.h"
-#include "dsp/lfo/SweepLfo.h"
 #include "rigs/ModuleRig.h"
 
 #include <gtest/gtest.h>
@@ -19,8 +18,6 @@ using namespace orphia::test;
 using namespace Velmora::Test;
 using Velmora::dsp::ChorusLfo;
 using Velmora::dsp::LFOSimple;
-using Velmora::dsp::SweepLfo;
-using Velmora::dsp::SweepLfoSettings;
 
 constexpr float rate = 8000.0F;
 
@@ -132,47 +129,6 @@ TEST(LFOSimpleTest, ShapesFollowTheirFormulasFromThePhaseOnAndTheSecondOutputIsA
         const std::set<float> values(out[0].begin(), out[0].end());
         EXPECT_TRUE(shape != LFOSimple::Random ||
                     (values.size() == 11 && *values.rbegin() - *values.begin() > 1.0F));
-    }
-}
-
-TEST(SweepLfoTest, ShapesFollowTheirFormulasInHertzOrInTheSongAndJumpsGlide) {
-    const double follow = -std::expm1(-1.0 / (2000.0 * 0.0015));
-    for (u32 shape = 0; shape < SweepLfoSettings::shapeCount; ++shape) {
-        SweepLfo lfo;
-        lfo.Prepare(8000.0F);
-        SweepLfoSettings settings{
-            .shape = shape, .rateHz = 0.77F, .phase = 0.1F, .stereoPhase = 0.3F, .stepCount = 5};
-        settings.steps = {-1.0F, 0.2F, 0.9F, -0.4F, 0.6F};
-        lfo.Set(settings);
-        lfo.Reset();
-        const bool isDrawn = shape == SweepLfoSettings::SampleAndHold || shape == SweepLfoSettings::Random;
-        double expected[2] = {};
-        std::set<double> drawn;
-        for (u32 n = 1; n < 20000; ++n) {
-            Velmora::dsp::ProcessContext song;
-            song.isPlaying = 1;
-            song.songPosition = 7.5F;
-            if (n == 5000) { // half a cycle of three beats
-                lfo.FollowSong(song, 3.0F);
-            }
-            lfo.Advance();
-            for (const u32 side : {0U, 1U}) {
-                const double x =
-                    (n < 5000 ? 0.1 : 0.6) + (n < 5000 ? n : n - 4999) * 0.77 / 2000.0 + 0.3 * side;
-                const double value = lfo.Value().get(side);
-                ASSERT_LE(std::abs(value), 1.0001);
-                drawn.insert(std::abs(Fraction(x) - 0.9) < 0.0001 ? value : 0.0);
-                const auto step = static_cast<u32>(Fraction(x) * 5.0);
-                const double target = shape == SweepLfoSettings::Pattern ? settings.steps[step]
-                                      : isDrawn                          ? value
-                                                                         : Wave(shape, x);
-                expected[side] += (n == 1 ? 1.0 : follow) * (target - expected[side]);
-                ASSERT_TRUE(isDrawn || std::abs(target - expected[side]) > 0.05 ||
-                            std::abs(value - expected[side]) < 0.02)
-                    << "shape " << shape << " at " << n;
-            }
-        }
-        EXPECT_TRUE(!isDrawn || drawn.size() > 4) << shape;
     }
 }
 

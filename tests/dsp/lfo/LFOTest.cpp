@@ -220,22 +220,6 @@ TEST(LFOTest, ARoutedRateMovesTheKnobAndTheTable) {
     EXPECT_NEAR(free.NextPhase() - before, 0.25 * blockSeconds, 1e-8);
 }
 
-TEST(LFOTest, OncePerBlockGivesTheFirstSampleOfEachBlock) {
-    for (u32 choice = 0; choice < 6; ++choice) {
-        Source sparse(twoHertz);
-        Source dense(twoHertz, false);
-        for (Source* source : {&sparse, &dense}) {
-            source->Set({{LFO::Mode, static_cast<float>(choice / 2)}, {LFO::PhaseInit, 10.0F}});
-            source->Set({{LFO::MidiSync, static_cast<float>(choice % 2)}});
-        }
-        for (u32 block = 0; block < 3000; ++block) {
-            sparse.playing = dense.playing = block > 500 && block % 1000 < 900;
-            dense.Block();
-            ASSERT_LT(PhaseError(sparse.NextPhase(), dense.Phase()), 1e-4) << block << ", " << choice;
-        }
-    }
-}
-
 TEST(LFOTest, WaveformsFollowTheirFormulasUnderOffsetSpreadAmplitudeAndPolarity) {
     constexpr std::pair<u32, u32> waveforms[] = {
         {LFO::Sine, 0}, {LFO::Triangle, 1}, {LFO::RisingSaw, 2}, {LFO::FallingSaw, 3}, {LFO::Square, 4}};

@@ -23,13 +23,13 @@ constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
 /// Distance on the circle.
 double Apart(double a, double b) { return std::abs(std::remainder(a - b, 1.0)); }
 
-/// The five outputs of a phase generator. masters is what a master generator gave; fm is in Hz.
+/// The five outputs of a phase generator. masters is what a master generator gave.
 std::vector<Signal> Phases(const Settings& settings, float sampleRate, std::size_t frames,
-                           const std::vector<Signal>* master = nullptr, const Signal* fm = nullptr) {
+                           const std::vector<Signal>* master = nullptr) {
     Generator generator;
     Prepare(generator, sampleRate, settings);
     const Signal silence(frames, 0.0F);
-    std::vector<const Signal*> inputs(4, fm != nullptr ? fm : &silence);
+    std::vector<const Signal*> inputs(4, &silence);
     for (std::size_t c = 0; c < 3; ++c) {
         inputs[c] = master != nullptr ? &(*master)[c + 2] : nullptr;
     }
@@ -42,47 +42,6 @@ std::vector<Signal> SyncedPhases(float masterHertz, float slaveHertz, float star
     return Phases(
         {{Generator::Frequency, slaveHertz}, {Generator::HSSlave, 1.0F}, {Generator::HSPhase0, start}}, rate,
         frames, &master);
-}
-
-TEST(PolyBlepPhaseGen, SlaveRunsFromItsResetPhaseAsIfResetBetweenFrames) {
-    const auto master = Phases({{Generator::Frequency, 1731.0F}, {Generator::HSMaster, 1.0F}}, rate, 4096);
-    for (const double ratio : {0.6, 1.5, 2.0, 3.7, -2.3}) {
-        for (const float start : {0.0F, 0.3F}) {
-            for (const Generator::Parameter also :
-                 {Generator::HSSlave, Generator::FMOn, Generator::HSMaster}) {
-                const auto out = Phases({{Generator::Frequency, 1731.0F * static_cast<float>(ratio)},
-                                         {Generator::HSSlave, 1.0F},
-                                         {also, 1.0F},
-                                         {Generator::HSPhase0, start}},
-                                        rate, 4096, &master);
-                // From the first wrap of the master on.
-                for (std::size_t n = 101; n < 4096; ++n) {
-                    const double expected = static_cast<double>(start) + ratio * master[0][n];
-                    ASSERT_LT(Apart(out[0][n], expected), 1e-5) << "ratio " << ratio << ", frame " << n;
-                }
-                EXPECT_TRUE(also != Generator::HSSlave || out[2] == master[2]);
-            }
-        }
-    }
-}
-
-TEST(PolyBlepPhaseGen, FmSumsTheDeviationThroughZero) {
-    Signal fm(20000);
-    for (std::size_t n = 0; n < fm.size(); ++n) {
-        fm[n] = 60000.0F * static_cast<float>(std::sin(0.01 * static_cast<double>(n)));
-    }
-    const auto out =
-        Phases({{Generator::Frequency, 500.0F}, {Generator::HSMaster, 1.0F}, {Generator::FMOn, 1.0F}}, rate,
-               fm.size(), nullptr, &fm);
-    double sum = 0.0;
-    for (std::size_t n = 0; n < fm.size(); ++n) {
-        const double increment = (500.0 + static_cast<double>(fm[n])) / 44100.0;
-        const double before = std::floor(sum);
-        sum += increment;
-        ASSERT_LT(Apart(out[0][n], sum), 1e-6) << n;
-        ASSERT_NEAR(out[1][n], increment, 1e-6);
-        ASSERT_EQ(out[2][n] != 0.0F, std::floor(sum) != before) << n;
-    }
 }
 
 TEST(PolyBlepPhaseGen, StartsFromPhase0AndHealsFromBrokenInput) {
