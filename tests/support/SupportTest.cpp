@@ -4,17 +4,12 @@
 #include "support/platform/Platform.h"
 
 #include <gtest/gtest.h>
-#include <pthread.h>
 
 #include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -34,33 +29,6 @@ TEST(CLog, FormatsFiveColumnsAndPassesWhatReachesTheThresholdOfItsCategory) {
               (std::vector<std::string>{"     engine | warning | a | message",
                                         "     engine |  except | second", "audio_engine |   error | grows"}));
     EXPECT_NEAR(std::stod(recorder.lines[0].substr(2, 9)), 512.0, 500.0) << "milliseconds since construction";
-}
-
-TEST(CLog, GoesToTheFileOrToThePaintedConsoleOrNowhere) {
-    const std::string path =
-        ::testing::TempDir() + "log_\xC3\xA9_" + std::to_string(Platform::CurrentThreadId());
-    LogRecorder recorder;
-    const auto shown = [&recorder](LogLevel level) {
-        ::testing::internal::CaptureStdout();
-        recorder.log.Log("console", level, "text");
-        return ::testing::internal::GetCapturedStdout();
-    };
-    recorder.log.SetFile("");
-    EXPECT_EQ(shown(LogLevel::Assert), "");
-    EXPECT_TRUE(recorder.lines.empty()) << "the listener got a line that the filter holds back";
-    recorder.log.SetConsoleEnabled(true);
-    recorder.log.SetColorEnabled(true);
-    for (const auto& [level, before, behind] : {std::tuple(LogLevel::Warning, "\x1b[1;33m", "\x1b[0m\n"),
-                                                {LogLevel::Error, "\x1b[1;31m", "\x1b[0m\n"},
-                                                {LogLevel::Except, "", "\n"}}) {
-        const std::string console = shown(level);
-        EXPECT_EQ(console, before + recorder.lines.back() + behind);
-    }
-    ASSERT_TRUE(recorder.log.SetFile(path));
-    EXPECT_EQ(shown(LogLevel::Warning), "");
-    std::ifstream file(path);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), recorder.lines.back() + "\n");
-    std::filesystem::remove(path);
 }
 
 TEST(Resources, SearchesSixPlacesAndAnswersWithTheFolderOfTheFirstFileFound) {
@@ -97,21 +65,6 @@ TEST(Resources, SearchesSixPlacesAndAnswersWithTheFolderOfTheFirstFileFound) {
             files.insert(places[i]);
             EXPECT_EQ(resources.FindLibraryFolder("s") + "s.dll", places[i]);
         }
-    }
-}
-
-TEST(Platform, NamesThreadsAndCutsLongNamesBetweenCharacters) {
-    // The fifteenth byte is the first half of a character in the second, the second half in the third.
-    for (const auto& [name, kept] : {std::pair("Resource worker 2", "Resource worker"),
-                                     {"abcdefghijklmn\xC3\xA9", "abcdefghijklmn"},
-                                     {"abcdefghijklm\xC3\xA9xyz", "abcdefghijklm\xC3\xA9"}}) {
-        char seen[64] = {};
-        // On a thread of its own, so that the test program keeps its name.
-        std::thread([&, name = name] {
-            Platform::SetThreadName(name);
-            pthread_getname_np(pthread_self(), seen, sizeof seen);
-        }).join();
-        EXPECT_STREQ(seen, kept);
     }
 }
 

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/framework/ParameterDeclaration.h"
-#include "support/CException.h"
 
 #include <gtest/gtest.h>
 
@@ -109,17 +108,6 @@ TEST(ModuleParamTest, ModulationMovesThePositionWithinTheWayAndIsNotStored) {
             }
         }
     }
-}
-
-TEST(ModuleParamTest, ACopyHasACurveOfItsOwnAndARefusedDeclarationChangesNothing) {
-    ModuleParam copied;
-    {
-        const ModuleParam original = ModuleParam::Mapped("Cutoff", Curve::Power, 20.0F, 20.5F, 1.0F);
-        copied = ModuleParam(original);
-    }
-    EXPECT_THROW(copied.Redeclare(static_cast<Curve>(17), 0.0F, 1.0F, 0.0F), CException);
-    EXPECT_EQ(copied.name, "Cutoff");
-    EXPECT_NEAR(copied.ToValue(0.5F), 20.25F, 1e-5F);
 }
 
 } // namespace
