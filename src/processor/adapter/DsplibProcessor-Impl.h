@@ -49,11 +49,10 @@ bool DsplibProcessor<Engine, variant>::Initialize(const ProcessorSetup* setup) {
     initialized = true;
     // Blocks are refused until all is done, should memory end half-way.
     maxBlockSize = 0;
-    const float sampleRate = ClampSampleRate(setup->sampleRate);
-    const u32 blockSize = GetBlockSize(sampleRate);
+    const u32 blockSize = GetBlockSize(setup->sampleRate);
     outputs.Allocate(engine.numOutputs, blockSize);
     auxInputs.Allocate(auxInputLimit, blockSize);
-    engine.Initialize(sampleRate, blockSize);
+    engine.Initialize(EngineSampleRate(setup->sampleRate), blockSize);
     maxBlockSize = blockSize;
     return initialized;
 }

@@ -34,6 +34,7 @@ public:
     /// With more event ports than the main one, if a host is to have them.
     explicit DsplibProcessor(u32 eventPortCount = 0);
 
+    /// Rates below 8 kHz are taken as 8 kHz, those above 384 kHz as that, and what is no rate as 44100 Hz.
     bool Initialize(const ProcessorSetup* setup) override;
     bool Terminate() override;
     bool GetParameter(u32 id, float* value) override;

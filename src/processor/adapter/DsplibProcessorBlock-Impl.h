@@ -35,6 +35,9 @@ inline u32 WriteRecords(const dsp::EventQueue& events, HostEventRecord* records)
 
 template <class Engine, u32 variant>
 bool DsplibProcessor<Engine, variant>::Process(HostProcessData* data) {
+    if (data == nullptr) {
+        return false;
+    }
     // First of all, so that a block that is refused is silent.
     details::Silence(data->outputs, data->numOutputs, data->numFrames);
     details::Silence(data->auxOutputs, data->numAuxOutputs, data->numFrames);

@@ -17,11 +17,12 @@ using dsp::ModuleParam;
 
 std::vector<ModuleParam> OwnRecords() {
     namespace Declare = dsp::Declare;
-    return dsp::RecordsOf(
-        {Declare::Switch("PitchTrack"),
-         Declare::Exponential("PitchTrackHoldNoteDuration", 0.0F, 2.0F, 4.0F, 1.0F),
-         Declare::Switch("PitchTrackQuantize"), Declare::Exponential("GlideTime", 0.0F, 10.0F, 4.0F),
-         Declare::Linear("MasterTune", 400.0F, 480.0F), Declare::Linear("EnsembleAmount", 0.0F, 1.0F)});
+    return dsp::RecordsOf({Declare::Switch("PitchTrack"),
+                           Declare::Exponential("PitchTrackHoldNoteDuration", 0.0F, 2.0F, 4.0F, 1.0F),
+                           Declare::Switch("PitchTrackQuantize"),
+                           Declare::Exponential("GlideTime", 0.0F, 10.0F, 4.0F),
+                           Declare::Linear("MasterTune", 400.0F, 480.0F, 440.0F),
+                           Declare::Linear("EnsembleAmount", 0.0F, 1.0F)});
 }
 
 /// What makes a general chorus the ensemble.
@@ -67,18 +68,6 @@ void Carrier::Connect(ModulationsManager& modulationsManager, const engine::Voic
     expression = &expressionManager;
 }
 
-bool Carrier::SetParameterNormalized(u32 id, float value) {
-    NoteHostWrite(id);
-    return ModuleContainer::SetParameterNormalized(id, value);
-}
-
-bool Carrier::SetParameterValue(u32 id, float value) {
-    NoteHostWrite(id);
-    return ModuleContainer::SetParameterValue(id, value);
-}
-
-void Carrier::NoteHostWrite(u32 id) { masterTuneIsSet = masterTuneIsSet || id == ParameterId(MasterTune); }
-
 void Carrier::OnInitialize(float rate, u32 maxBlockSize) {
     sampleRate = rate;
     voiceBuffers.Allocate(voiceSlotCount * Oscillators::outputCount, maxBlockSize);
@@ -120,7 +109,7 @@ bool Carrier::UpdateParameters(dsp::ProcessContext& /*context*/) {
         if (AdditionalChanged(GlideTime)) {
             ApplyGlideTime();
         }
-        if (AdditionalChanged(MasterTune) && masterTuneIsSet) {
+        if (AdditionalChanged(MasterTune)) {
             ApplyMasterTune();
         }
         if (AdditionalChanged(EnsembleAmount) &&

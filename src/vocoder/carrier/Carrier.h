@@ -61,8 +61,6 @@ public:
     /// Null for none.
     void SetTuningClient(const engine::MtsClient* client) { tuning = client; }
 
-    bool SetParameterNormalized(u32 id, float value) override;
-    bool SetParameterValue(u32 id, float value) override;
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
@@ -94,7 +92,6 @@ public:
 
 private:
     dsp::Chorus& Ensemble() { return Child<3>(); }
-    void NoteHostWrite(u32 id);
 
     void SwitchTracking();
     void ApplyGlideTime();
@@ -126,9 +123,8 @@ private:
     const engine::ExpressionManager* expression = nullptr;
     const engine::MtsClient* tuning = nullptr;
 
-    /// "MasterTune" over 440 Hz. Unity until the host has set it, whose own start value is its minimum.
+    /// "MasterTune" over 440 Hz.
     float tuneRatio = 1.0F;
-    bool masterTuneIsSet = false;
     float sampleRate = 44100.0F;
     /// The tuning source was there in the last block.
     bool hadTuning = false;

@@ -30,7 +30,7 @@ constexpr u32 alwaysChanged = 1U << FollowerSource | 1U << LfoSource;
 std::vector<dsp::ModuleParam> Parameters() {
     using namespace dsp::Declare;
     return dsp::RecordsOf({Raw("EnvFollower_Enable"), Raw("LFO_Enable"), Raw("Controls_Enable"),
-                           Linear("EnvFollower_Input Gain", -60.0F, 30.0F),
+                           Linear("EnvFollower_Input Gain", -60.0F, 30.0F, 0.0F),
                            Choice("LFO_InternalRateSyncedType", 4), Raw("LFO_InternalCycleMode"),
                            Raw("LFO_Retrig")});
 }
@@ -56,20 +56,6 @@ ModulationsManager::ModulationsManager(std::string moduleName)
     Lfos().Redeclare(LFO::RateUnSynced, dsp::Curve::Exponential, 0.001F, 200.0F, 6.5F);
     Follower().SetParameterNormalized(EnvFollower::StereoInput, 1.0F);
     Matrix().SetMainVoice(static_cast<i32>(CurrentVoice()));
-}
-
-bool ModulationsManager::SetParameterNormalized(u32 id, float value) {
-    NoteHostWrite(id);
-    return ModuleContainer::SetParameterNormalized(id, value);
-}
-
-bool ModulationsManager::SetParameterValue(u32 id, float value) {
-    NoteHostWrite(id);
-    return ModuleContainer::SetParameterValue(id, value);
-}
-
-void ModulationsManager::NoteHostWrite(u32 id) {
-    inputGainIsSet = inputGainIsSet || id == ParameterId(EnvFollowerInputGain);
 }
 
 void ModulationsManager::OnInitialize(float /*sampleRate*/, u32 maxBlockSize) {
@@ -159,7 +145,7 @@ bool ModulationsManager::UpdateParameters(dsp::ProcessContext& /*context*/) {
         if (AdditionalChanged(LFOInternalCycleMode)) {
             ApplyCycleMode();
         }
-        if (AdditionalChanged(EnvFollowerInputGain) && inputGainIsSet) {
+        if (AdditionalChanged(EnvFollowerInputGain)) {
             inputGain = dsp::DecibelsToGain(AdditionalValue(EnvFollowerInputGain));
         }
     }

@@ -43,9 +43,6 @@ public:
     /// The matrix names itself in parameter names, so this module needs no prefix of its own.
     explicit ModulationsManager(std::string moduleName = {});
 
-    bool SetParameterNormalized(u32 id, float value) override;
-    bool SetParameterValue(u32 id, float value) override;
-
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
@@ -74,7 +71,6 @@ private:
     auto& Lfos() { return Child<2>(); }
     bool IsPositionOn(Parameter index);
 
-    void NoteHostWrite(u32 id);
     void SwitchSource(u32 source, bool on);
     void ApplySwitches();
     void ApplyRateType(i32 type);
@@ -95,9 +91,8 @@ private:
     u32 runningCount = 0;
     /// A list of one: what runs while no voice does.
     std::vector<u32> currentVoice{0};
-    /// Linear. Unity until the host has set its parameter, whose own start value is its minimum.
+    /// Linear.
     float inputGain = 1.0F;
-    bool inputGainIsSet = false;
 };
 
 } // namespace Velmora::Processor

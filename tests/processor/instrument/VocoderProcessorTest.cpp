@@ -60,16 +60,13 @@ TEST(VocoderProcessor, EachSharedDestinationMovesTheSound) {
     }
 }
 
-TEST(VocoderProcessor, AVoiceOfOneChannelIsOnBothSides) {
-    SpeakingRig mono;
-    mono.Set(VocoderProcessor::OutputSelection, VocoderProcessor::ModulatorMonitor);
-    mono.voiceChannels = 1;
-    EXPECT_GT(mono.Run(100), 0.001F);
-    EXPECT_EQ(mono.out[0], mono.out[1]);
-}
-
-TEST(VocoderProcessor, WithoutVoiceInputAndKeysItIsExactlySilent) {
+TEST(VocoderProcessor, AVoiceOfOneChannelIsOnBothSidesAndWithoutVoiceAndKeysAllIsSilent) {
     SpeakingRig rig;
+    rig.Set(VocoderProcessor::OutputSelection, VocoderProcessor::ModulatorMonitor);
+    rig.voiceChannels = 1;
+    EXPECT_GT(rig.Run(100), 0.001F);
+    EXPECT_EQ(rig.out[0], rig.out[1]);
+    rig.Set(VocoderProcessor::OutputSelection, VocoderProcessor::VocoderOutput);
     rig.SetModulator(VocoderModulator::ExternalInput, 0.0F);
     rig.Run(200);
     EXPECT_EQ(Peak(rig.out[0]), 0.0F);
@@ -215,29 +212,31 @@ TEST(VocoderProcessor, KeysThatChooseASampleStartNoVoice) {
 }
 
 TEST(VocoderProcessor, NoVoiceIsStuckWhenAHeldKeyComesToSelectSamples) {
-    const auto check = [](VocoderModulator::Parameter parameter, float before, float after, int key) {
+    struct Change {
+        VocoderModulator::Parameter parameter;
+        float before;
+        float after;
+        u8 key;
+    };
+    for (const Change& change : {Change{VocoderModulator::KeyboardSampleOctave, 3.0F, 5.0F, 60},
+                                 {VocoderModulator::ExternalInput, 1.0F, 0.0F, 40},
+                                 {VocoderModulator::SamplerPlayMode, 1.0F, 0.0F, 40}}) {
         SpeakingRig rig;
         rig.SetModulator(VocoderModulator::ExternalInput, 0.0F);
         rig.SetModulator(VocoderModulator::SamplerPlayMode, 0.0F);
         rig.SetModulator(VocoderModulator::KeyboardSampleOctave, 3.0F);
-        rig.SetModulator(parameter, before);
-        rig.Set(VocoderProcessor::PolyphonyMode, 2.0F); // two voices
-        for (const int above : {0, 12, 24}) {           // the last one steals and waits
-            rig.NoteOn(static_cast<u8>(key + above));
-        }
+        rig.SetModulator(change.parameter, change.before);
+        rig.Set(VocoderProcessor::PolyphonyMode, 2.0F); // two voices: the last of three keys steals and waits
+        const auto keys = {change.key, static_cast<u8>(change.key + 12), static_cast<u8>(change.key + 24)};
+        std::for_each(keys.begin(), keys.end(), [&rig](u8 key) { rig.NoteOn(key); });
         rig.Run();
         EXPECT_EQ(rig.HeldCount(), 3U);
-        rig.SetModulator(parameter, after);
+        rig.SetModulator(change.parameter, change.after);
         rig.Run(20);
-        for (const int above : {0, 12, 24}) {
-            rig.NoteOff(static_cast<u8>(key + above));
-        }
+        std::for_each(keys.begin(), keys.end(), [&rig](u8 key) { rig.NoteOff(key); });
         rig.Run(200);
-        EXPECT_EQ(rig.ActiveCount() + rig.HeldCount(), 0U) << key;
-    };
-    check(VocoderModulator::KeyboardSampleOctave, 3.0F, 5.0F, 60);
-    check(VocoderModulator::ExternalInput, 1.0F, 0.0F, 40);
-    check(VocoderModulator::SamplerPlayMode, 1.0F, 0.0F, 40);
+        EXPECT_EQ(rig.ActiveCount() + rig.HeldCount(), 0U) << int{change.key};
+    }
 }
 
 TEST(VocoderProcessor, TheInterfaceHearsOfTheLfoOnlyWhileItCanShowIt) {
