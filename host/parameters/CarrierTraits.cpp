@@ -23,7 +23,7 @@ constexpr std::array carrierRows = {
     Row{"_Osc2Fine", {Control, Semitone, "pitch, in parts"}},
     Row{"_Osc#Volume", {Control, Decibel, "level of an oscillator; silent at the lower end"}},
     Row{"_Osc2KeyTrack", {Control, None, "oscillator 2 follows the keys; else it stays at C4"}},
-    Row{"_Osc#Shape", {Control, None, "drive and darkness, pulse width, or colour of the noise"}},
+    Row{"_Osc#Shape", {Control, None, "drive and darkness, pulse width (0.5 to 0.785, modulated too), or colour of the noise"}},
     Row{"_Sync", {Control, None, "oscillator 2 restarts oscillator 1"}},
     Row{"_FMAmount", {Control, None, "oscillator 2 moves the frequency of oscillator 1"}},
     Row{"Oscillators_Frequency", {Circuit, Hertz, "follows the keys"}},

@@ -137,6 +137,12 @@ struct StereoBlock {
         data.Set(184, auxInputs.data());
         data.Set(192, 2U);
     }
+    /// A tone in the inputs.
+    void Hear(std::uint32_t block) {
+        for (std::uint32_t n = 0; n < room; ++n) {
+            sound[2][n] = sound[3][n] = 0.3F * std::sin(0.05F * static_cast<float>(n + 48 * block));
+        }
+    }
     float Peak(std::uint32_t frames) const {
         float peak = 0.0F;
         for (std::uint32_t n = 0; n < 2 * frames; ++n) {

@@ -68,6 +68,13 @@ void Carrier::Connect(ModulationsManager& modulationsManager, const engine::Voic
     expression = &expressionManager;
 }
 
+/// The gates of the voices follow their keys, and not the record, which tells what a host wrote last: to write
+/// that once more is no order to let all go.
+bool Carrier::SetParameterNormalized(u32 id, float value) {
+    const bool isReadBack = id == dsp::ADSR::GateIn && value == GetParameterNormalized(id);
+    return isReadBack || ModuleContainer::SetParameterNormalized(id, value);
+}
+
 void Carrier::OnInitialize(float rate, u32 maxBlockSize) {
     sampleRate = rate;
     voiceBuffers.Allocate(voiceSlotCount * Oscillators::outputCount, maxBlockSize);

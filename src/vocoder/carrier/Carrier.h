@@ -61,6 +61,7 @@ public:
     /// Null for none.
     void SetTuningClient(const engine::MtsClient* client) { tuning = client; }
 
+    bool SetParameterNormalized(u32 id, float value) override;
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;

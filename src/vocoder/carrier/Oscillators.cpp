@@ -90,12 +90,12 @@ float Oscillators::ModulatedValue(const dsp::ProcessContext& context, Additional
     return additional.parameters[index].GetModulatedValue(context, input);
 }
 
-/// Whole semitones are only steps of the knob: what moves it glides.
-float Oscillators::UnroundedCoarse(const dsp::ProcessContext& context, Additional index, Input input) {
+/// The knob stands on a whole semitone, that which is read there; what moves it glides.
+float Oscillators::ModulatedCoarse(const dsp::ProcessContext& context, Additional index, Input input) {
     ModuleParam& coarse = additional.parameters[index];
     const float* modulation = context.ActiveModulation(input);
     const float offset = modulation != nullptr ? modulation[0] : 0.0F;
-    const float position = dsp::ClampToUnit(coarse.GetNormalized() + offset);
+    const float position = dsp::ClampToUnit(coarse.ToNormalized(coarse.GetValue()) + offset);
     return coarse.minValue + (coarse.maxValue - coarse.minValue) * position;
 }
 
@@ -137,8 +137,8 @@ void Oscillators::UpdateSound(const dsp::ProcessContext& context) {
 
 void Oscillators::UpdateRatios(const dsp::ProcessContext& context) {
     const float fine = ModulatedValue(context, Osc2Fine, Osc2FineMod);
-    const std::array<float, 2> wanted{UnroundedCoarse(context, Osc1Coarse, Osc1CoarseMod),
-                                      UnroundedCoarse(context, Osc2Coarse, Osc2CoarseMod) + fine};
+    const std::array<float, 2> wanted{ModulatedCoarse(context, Osc1Coarse, Osc1CoarseMod),
+                                      ModulatedCoarse(context, Osc2Coarse, Osc2CoarseMod) + fine};
     for (u32 i = 0; i < 2; ++i) {
         if (wanted[i] != semitones[i]) {
             semitones[i] = wanted[i];

@@ -68,7 +68,7 @@ public:
 
 private:
     float ModulatedValue(const dsp::ProcessContext& context, Additional index, Input input);
-    float UnroundedCoarse(const dsp::ProcessContext& context, Additional index, Input input);
+    float ModulatedCoarse(const dsp::ProcessContext& context, Additional index, Input input);
     bool IsPositionOn(Additional index, float threshold);
 
     bool HasChangedBeyondFrequency() const;

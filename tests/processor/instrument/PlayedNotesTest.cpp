@@ -105,16 +105,22 @@ TEST(PlayedNotes, VoicesStartAgainAfterAPresetWasLoaded) {
     EXPECT_GT(Peak(rig.block), 0.3F);
 }
 
-TEST(PlayedNotes, AModulatedPitchIsExactAndNotRoundedToSemitones) {
+TEST(PlayedNotes, AKnobOfSemitonesStandsOnThemAndItsModulationDoesNot) {
+    const auto expectNote = [](PlayedRig& rig, double note) {
+        rig.Run(4);
+        rig.left.clear();
+        rig.RunSeconds(1.0);
+        EXPECT_NEAR(Cents(MeasurePitch(rig.left, NoteHz(note), rig.rate), NoteHz(note)), 0.0, 0.1) << note;
+    };
     PlayedRig rig;
-    rig.Route(VelocitySource, Osc1CoarseDestination, 0.5F);
+    const u32 coarse =
+        VocoderProcessor::FirstParameter<3>() + Oscillators::ParameterId(Oscillators::Osc1Coarse);
+    rig.played->SetParameterNormalized(coarse, 0.504F); // still the step of 0
     rig.NoteOn(40, 32);
-    rig.Run(4);
-    rig.left.clear();
-    rig.RunSeconds(1.0);
+    expectNote(rig, 40.0);
     // Half of the range of 120 semitones per unit, not rounded to whole ones.
-    const double shift = 60.0 * 32.0 / 127.0;
-    EXPECT_NEAR(Cents(MeasurePitch(rig.left, NoteHz(40 + shift), rig.rate), NoteHz(40 + shift)), 0.0, 0.1);
+    rig.Route(VelocitySource, Osc1CoarseDestination, 0.5F);
+    expectNote(rig, 40.0 + 60.0 * 32.0 / 127.0);
 }
 
 TEST(PlayedNotes, TuningReachesNotesAsTheyStartAndWhileTheySound) {
