@@ -2,16 +2,15 @@
 #pragma once
 
 #include <atomic>
-#include <memory>
 #include <mutex>
 
 namespace Velmora {
 
 /// Base of the process-wide services: `class CLog : public CSingleton<CLog>`.
 ///
-/// The one instance is made on first use, by whichever thread comes first, and lives until process end.
-/// A constructor that throws leaves nothing behind, and the next use tries again. A constructor of `T`
-/// must not ask for its own instance.
+/// The one instance is made on first use, by whichever thread comes first, and is never destroyed: a thread
+/// that still runs when the process ends meets whole services. A constructor that throws leaves nothing
+/// behind, and the next use tries again. A constructor of `T` must not ask for its own instance.
 template <typename T>
 class CSingleton {
 public:
@@ -28,7 +27,7 @@ protected:
 private:
     static inline std::atomic<bool> exists{false};
     static inline std::mutex creation;
-    static inline std::unique_ptr<T> instance;
+    static inline T* instance = nullptr;
 };
 
 template <typename T>
@@ -36,7 +35,7 @@ T& CSingleton<T>::GetInstance() {
     if (!exists.load(std::memory_order_acquire)) {
         const std::lock_guard lock(creation);
         if (!exists.load(std::memory_order_relaxed)) {
-            instance = std::make_unique<T>();
+            instance = new T; // NOLINT(cppcoreguidelines-owning-memory): owned by the process
             // Only now: a thread that sees the flag must see a whole object behind it.
             exists.store(true, std::memory_order_release);
         }

@@ -45,7 +45,7 @@ std::vector<float> DiodeKnee::MakeTable() {
 }
 
 DiodeKnee::DiodeKnee() {
-    static const std::vector<float> shared = MakeTable();
+    static const auto& shared = *new std::vector<float>(MakeTable()); // for threads that outlive main
     table = shared.data();
 }
 

@@ -20,10 +20,7 @@ void Bind(std::function<Function>& function, const Platform::DynamicLibrary& lib
 
 } // namespace
 
-const SndFileLibrary& SndFileLibrary::GetInstance() {
-    static const SndFileLibrary instance(Locate(Resources::GetInstance()));
-    return instance;
-}
+SndFileLibrary::SndFileLibrary() : SndFileLibrary(Locate(Resources::GetInstance())) {}
 
 std::string SndFileLibrary::Locate(const Resources& resources) {
     std::string folder;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "support/CSingleton.h"
 #include "support/platform/DynamicLibrary.h"
 
 #include <sndfile.h>
@@ -16,11 +17,10 @@ namespace Velmora::dsp {
 
 /// libsndfile, bound while the program runs: only what decodes samples needs it, and the product brings its
 /// own. Calling a function that the library lacks raises std::bad_function_call. Not for the audio path.
-class SndFileLibrary {
+class SndFileLibrary : public CSingleton<SndFileLibrary> {
 public:
-    /// The one of the process, bound by whichever thread asks first. A failure raises what the constructor
-    /// raises, and the next call tries again.
-    static const SndFileLibrary& GetInstance();
+    /// The one of the process, at the place that Locate() tells. Raises what the other constructor raises.
+    SndFileLibrary();
 
     /// Where `resources` has the library; the system's own, without a folder, when none of the product's
     /// folders has it.
