@@ -5,8 +5,19 @@
 
 namespace Velmora::dsp {
 
+namespace {
+
+/// From stretched to plain reading and back.
+constexpr float fadeSeconds = 0.02F;
+
+/// From 0 to 1, level at both ends, so that nothing is heard of them.
+float Soft(float t) { return t * t * (3.0F - 2.0F * t); }
+
+} // namespace
+
 void SamplePlayer::Initialize(float rate) {
     sampleRate = rate;
+    fadeLength = std::max(1U, static_cast<u32>(fadeSeconds * rate));
     for (SampleStretcher& stretcher : stretchers) {
         stretcher.Make(rate);
     }
@@ -22,6 +33,7 @@ void SamplePlayer::Reset() {
     }
     isStopPending = false;
     isFinished = false;
+    fadeLeft = 0;
 }
 
 void SamplePlayer::Start(const SampleData& newSample, const Settings& newSettings, float start) {
@@ -37,11 +49,14 @@ void SamplePlayer::Start(const SampleData& newSample, const Settings& newSetting
     }
     timeline.Start(position, settings.isReversed);
     isLooping = settings.isLooped && IsBeforeLoopEnd(position);
+    isFresh = true;
+    fadeLeft = 0;
 }
 
 void SamplePlayer::Replace(const SampleData& newSample) {
     if (channelCount == 1) {
         heads[1] = heads[0];
+        fadingHeads[1] = fadingHeads[0];
     }
     SetRange(newSample);
 }
@@ -72,18 +87,52 @@ void SamplePlayer::SwitchLoop(bool on) {
 
 /// A loop that was left on its way back has kept its direction.
 void SamplePlayer::EnterLoop() {
-    for (Playhead& head : heads) {
-        head.EnterLoop(range);
+    for (u32 channel = 0; channel < mostChannels; ++channel) {
+        heads[channel].EnterLoop(range);
+        fadingHeads[channel].EnterLoop(range);
     }
     timeline.EnterLoop(range);
 }
 
 void SamplePlayer::SetStretch(bool on, double factor) {
-    isStretched = on;
-    stretchFactor = factor;
-    for (SampleStretcher& stretcher : stretchers) {
-        stretcher.SetTimeRatio(1.0 / factor);
+    wantsStretch = on;
+    wantedFactor = factor;
+    FollowStretch();
+}
+
+void SamplePlayer::FollowStretch() {
+    const bool switches = wantsStretch != isStretched;
+    if (switches && fadeLeft > 0) {
+        return;
     }
+    isStretched = wantsStretch;
+    stretchFactor = wantedFactor;
+    const bool fades = switches && !isFresh;
+    // A stretcher that fades out keeps its ratio.
+    if (isStretched || !(fades || fadeLeft > 0)) {
+        for (SampleStretcher& stretcher : stretchers) {
+            stretcher.SetTimeRatio(1.0 / stretchFactor);
+        }
+    }
+    if (fades) {
+        StartFade();
+    }
+}
+
+/// The plain reading goes on until the stretcher is full. The other way round it begins at what is heard,
+/// since the stretcher has read further than that.
+void SamplePlayer::StartFade() {
+    fadingHeads = heads;
+    fadeLeft = fadeLength;
+    if (!isStretched) {
+        heads.fill(timeline);
+        std::for_each(heads.begin(), heads.end(), [](Playhead& head) { head.ClearWrapped(); });
+        return;
+    }
+    for (SampleStretcher& stretcher : stretchers) {
+        stretcher.Reset();
+    }
+    fadeLeft += stretchers[0].Delay();
 }
 
 void SamplePlayer::Render(float step, float* left, float* right, u32 frames) {
@@ -96,9 +145,13 @@ void SamplePlayer::Render(float step, float* left, float* right, u32 frames) {
     } else {
         std::copy_n(left, frames, right);
     }
+    const bool lags = isStretched || fadeLeft > 0;
+    fadeLeft -= std::min(fadeLeft, frames);
+    isFresh = false;
+    FollowStretch();
     if (isLooping) {
         FollowWrap();
-    } else if (isStretched && !(settings.repeatsOnce && !timeline.HasRepeated())) {
+    } else if (lags && !(settings.repeatsOnce && !timeline.HasRepeated())) {
         FadeEnd(ahead, perFrame, left, right, frames);
     }
 }
@@ -131,8 +184,28 @@ void SamplePlayer::MoveTimeline(double distance) {
 }
 
 void SamplePlayer::RenderChannel(u32 channel, float step, float* out, u32 frames) {
+    Read(channel, heads[channel], isStretched, step, out, frames);
+    if (fadeLeft > 0) {
+        AddFading(channel, step, out, std::min(frames, fadeLeft));
+    }
+}
+
+void SamplePlayer::AddFading(u32 channel, float step, float* out, u32 frames) {
+    constexpr u32 portionSize = 64;
+    std::array<float, portionSize> portion;
+    for (u32 done = 0; done < frames; done += portionSize) {
+        const u32 count = std::min(portionSize, frames - done);
+        Read(channel, fadingHeads[channel], !isStretched, step, portion.data(), count);
+        for (u32 n = 0; n < count; ++n) {
+            const u32 left = std::min(fadeLeft - done - n, fadeLength);
+            const float share = Soft(static_cast<float>(left) / static_cast<float>(fadeLength));
+            out[done + n] += share * (portion[n] - out[done + n]);
+        }
+    }
+}
+
+void SamplePlayer::Read(u32 channel, Playhead& head, bool stretched, float step, float* out, u32 frames) {
     const ChannelReader reader(sample->Channel(channel), range, step);
-    Playhead& head = heads[channel];
     const auto read = [&](float* to, u32 count) {
         if (isLooping) {
             reader.ReadLoop(head, to, count);
@@ -140,7 +213,7 @@ void SamplePlayer::RenderChannel(u32 channel, float step, float* out, u32 frames
             reader.ReadOnce(head, settings.repeatsOnce, to, count);
         }
     };
-    if (isStretched && stretchers[channel].IsMade()) {
+    if (stretched && stretchers[channel].IsMade()) {
         stretchers[channel].Render(read, out, frames);
     } else {
         read(out, frames);

@@ -36,7 +36,8 @@ public:
     void SetSettings(const Settings& newSettings) { settings = newSettings; }
     /// Enters the loop if its end still lies ahead. A forward loop is left at once, the other at its turn.
     void SwitchLoop(bool on);
-    /// A factor of 2 plays in half the time.
+    /// A factor of 2 plays in half the time. While a sample plays, the switch fades from one way of reading
+    /// to the other; a further one waits for the end of that fade.
     void SetStretch(bool on, double factor);
 
     /// A mono sample goes to both sides. step: 1/256 to 256 frames of the sample per frame.
@@ -54,7 +55,11 @@ private:
     bool IsBeforeLoopEnd(double position) const;
     void EnterLoop();
     void MoveTimeline(double distance);
+    void FollowStretch();
+    void StartFade();
     void RenderChannel(u32 channel, float step, float* out, u32 frames);
+    void Read(u32 channel, Playhead& head, bool stretched, float step, float* out, u32 frames);
+    void AddFading(u32 channel, float step, float* out, u32 frames);
     void FollowWrap();
     double DistanceToEnd() const;
     void FadeEnd(double distance, double perFrame, float* left, float* right, u32 frames) const;
@@ -72,6 +77,15 @@ private:
     bool isFinished = false;
     bool isStretched = false;
     double stretchFactor = 1.0;
+    /// What was asked for; it waits while a fade runs.
+    bool wantsStretch = false;
+    double wantedFactor = 1.0;
+    /// Nothing has sounded since the start.
+    bool isFresh = true;
+    /// The positions of the way of reading that fades out, and the frames that it has left.
+    std::array<Playhead, mostChannels> fadingHeads;
+    u32 fadeLeft = 0;
+    u32 fadeLength = 1;
 };
 
 } // namespace Velmora::dsp

@@ -65,6 +65,8 @@ void SampleStretcher::SetTimeRatio(double ratio) {
     }
 }
 
+u32 SampleStretcher::Delay() const { return engine != nullptr ? static_cast<u32>(engine->getLatency()) : 0; }
+
 u32 SampleStretcher::Available() const { return static_cast<u32>(std::max(0, engine->available())); }
 
 u32 SampleStretcher::SamplesRequired() const { return static_cast<u32>(engine->getSamplesRequired()); }

@@ -31,6 +31,8 @@ public:
     void Reset();
     /// Clamped to the range above.
     void SetTimeRatio(double ratio);
+    /// Frames after a reset until what is fed comes out in full.
+    u32 Delay() const;
 
     /// Renders frames to out. read(float* in, u32 count) is called for input whenever it is needed, which
     /// may be long in advance and in large portions.
