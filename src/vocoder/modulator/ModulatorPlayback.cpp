@@ -72,6 +72,7 @@ ModulatorPlayback::ModulatorPlayback(Sampler& samplePlayer, ADSR& gateEnvelope,
 // Parameters and slots.
 
 void ModulatorPlayback::FollowControls() {
+    RestoreReadBacks();
     FollowSlotTable();
     for (u32 sample = 0; sample < Own::sampleCount; ++sample) {
         if (own.Changed(Own::SampleLoopOn + sample)) {
@@ -79,7 +80,20 @@ void ModulatorPlayback::FollowControls() {
         }
     }
     if (own.Changed(Own::StopSampler) && own.IsOn(Own::StopSampler)) {
-        own.Set(Own::IsPlayingSample, false);
+        SetPlaying(false);
+    }
+}
+
+/// What a host writes there is no command: whoever sends all values of one instrument to another does not
+/// want it to play.
+void ModulatorPlayback::RestoreReadBacks() {
+    if (own.Changed(Own::IsPlayingSample)) {
+        own.Set(Own::IsPlayingSample, isPlaying);
+    }
+    for (u32 sample = 0; sample < Own::sampleCount; ++sample) {
+        if (own.Changed(Own::SampleLoaded + sample)) {
+            own.Set(Own::SampleLoaded + sample, sampler.HasSample(sample));
+        }
     }
 }
 
@@ -89,7 +103,7 @@ void ModulatorPlayback::FollowSlotTable() {
             continue;
         }
         const float sample = own.Value(Own::SlotSample + slot);
-        if (slot == CurrentSlot() && sample != slotTable[slot] && IsPlaying()) {
+        if (slot == CurrentSlot() && sample != slotTable[slot] && isPlaying) {
             Stop();
         }
         slotTable[slot] = sample;
@@ -127,21 +141,35 @@ void ModulatorPlayback::PlayCurrentSlot() {
     releaseWaits = false;
     if (IsSounding() && !sampler.IsFinished()) {
         // The slot starts when the fade is over.
-        killer.StartFade();
+        Fade(true);
         return;
     }
     // A fade that was stopped half way must not take the new sample with it.
-    killer.Reset(false);
+    Fade(false);
     Start(CurrentSlot());
 }
 
 /// Only what plays can fade: playback that was stopped from outside leaves its envelope open.
-bool ModulatorPlayback::IsSounding() {
-    return IsPlaying() && (envelope.IsGateOpen() || envelope.IsRunning());
+bool ModulatorPlayback::IsSounding() { return isPlaying && (isGateOpen || envelope.IsRunning()); }
+
+void ModulatorPlayback::SetPlaying(bool plays) {
+    isPlaying = plays;
+    own.Set(Own::IsPlayingSample, plays);
 }
 
-/// A start waits for the end of a fade, or for the next block.
-bool ModulatorPlayback::IsStarting() { return IsPlaying() && (hasJustStarted || killer.IsFading()); }
+void ModulatorPlayback::OpenEnvelope(bool open) {
+    isGateOpen = open;
+    envelope.SetGate(open);
+}
+
+void ModulatorPlayback::Fade(bool on) {
+    isFading = on;
+    if (on) {
+        killer.StartFade();
+    } else {
+        killer.Reset(false);
+    }
+}
 
 void ModulatorPlayback::Start(u32 slot) {
     const i32 sample = SampleOfSlot(slot);
@@ -151,9 +179,10 @@ void ModulatorPlayback::Start(u32 slot) {
     }
     sampler.SetParameterValue(Sampler::SelectedSlot, static_cast<float>(sample));
     sampler.Reset(false);
-    own.Set(Own::IsPlayingSample, true);
+    SetPlaying(true);
     hasJustStarted = true;
     envelope.Reset(false);
+    isGateOpen = true;
     envelope.Restart();
     // The last key may have gone during the fade, or there was none: nothing would ever end a loop.
     const bool mayLoop = heldNotes == nullptr || HeldNoteCount() > 0;
@@ -165,7 +194,7 @@ void ModulatorPlayback::Release() {
     // A key that goes before its sample has begun is heard for a moment all the same.
     releaseWaits = IsStarting();
     if (!releaseWaits) {
-        envelope.SetGate(false);
+        OpenEnvelope(false);
     }
     const i32 playing = hasJustStarted ? SampleOfSlot(CurrentSlot()) : sampler.CurrentSample();
     if (playing >= 0) {
@@ -174,16 +203,17 @@ void ModulatorPlayback::Release() {
 }
 
 void ModulatorPlayback::End() {
-    own.Set(Own::IsPlayingSample, false);
+    SetPlaying(false);
     own.Set(Own::SamplerPlayheadPosition, 0.0F);
     hasJustStarted = false;
+    isFading = false;
     releaseWaits = false;
 }
 
 void ModulatorPlayback::Stop() {
     sampler.Reset(false);
     envelope.Reset(false);
-    envelope.SetGate(false);
+    OpenEnvelope(false);
     End();
 }
 
@@ -191,7 +221,7 @@ void ModulatorPlayback::Cancel() {
     End();
     envelope.Reset(false);
     sampler.Reset(false);
-    killer.Reset(false);
+    Fade(false);
 }
 
 // One block.
@@ -202,7 +232,7 @@ void ModulatorPlayback::ServeSamples() {
     for (const u32 sample : updated) {
         // A start that this block is about to make has left the sample before behind.
         const bool plays =
-            IsPlaying() && !sampler.needsUpdate && sampler.CurrentSample() == static_cast<i32>(sample);
+            isPlaying && !sampler.needsUpdate && sampler.CurrentSample() == static_cast<i32>(sample);
         sampler.SetSample(samples.Sample(sample), sample);
         if (plays) {
             Stop();
@@ -222,13 +252,16 @@ void ModulatorPlayback::Render(const ProcessContext& context) {
     for (u32 channel = 0; channel < context.numOutputs; ++channel) {
         std::fill_n(context.outputs[channel], context.numFrames, 0.0F);
     }
-    if (IsPlaying()) {
+    if (isPlaying) {
         Run(context);
         StartOrEnd();
     }
 }
 
 void ModulatorPlayback::Run(const ProcessContext& context) {
+    if (envelope.IsGateOpen() != isGateOpen) {
+        OpenEnvelope(isGateOpen); // it was written from outside
+    }
     const std::array<const float*, 7> noModulation{};
     float* levels = envelopeLevels.data();
     ProcessContext envelopeContext = context.ForChild(noModulation.data(), noModulation.size(), &levels, 1);
@@ -244,6 +277,9 @@ void ModulatorPlayback::Run(const ProcessContext& context) {
         std::transform(out, out + context.numFrames, levels, out,
                        [](float x, float level) { return x * level; });
     }
+    if (!isFading && (killer.IsFading() || killer.IsMuted())) {
+        Fade(false); // so was this
+    }
     const std::array<const float*, 2> inPlace{context.outputs[0], context.outputs[1]};
     ProcessContext killerContext = context.ForChild(inPlace.data(), 2, context.outputs, 2);
     dsp::RunChild(killer, killerContext);
@@ -256,7 +292,7 @@ void ModulatorPlayback::PublishPlayhead() {
 }
 
 bool ModulatorPlayback::HasEnded() {
-    const bool isReleased = !envelope.IsGateOpen() && !envelope.IsRunning();
+    const bool isReleased = !isGateOpen && !envelope.IsRunning();
     // The file may have been taken away between the key and its start, and then no key might end it.
     return isReleased || sampler.IsFinished() || sampler.CurrentSample() < 0;
 }
@@ -265,14 +301,14 @@ bool ModulatorPlayback::HasEnded() {
 void ModulatorPlayback::StartOrEnd() {
     const bool hasEnded = HasEnded();
     // The old sample may end while it fades: the one that waits for it is not lost.
-    if (killer.IsMuted() || (killer.IsFading() && hasEnded)) {
+    if (isFading && (killer.IsMuted() || hasEnded)) {
         Start(CurrentSlot());
-        killer.Reset(false);
+        Fade(false);
     } else if (hasEnded) {
         End();
         envelope.Reset(false);
     } else if (releaseWaits && !IsStarting()) {
-        envelope.SetGate(false);
+        OpenEnvelope(false);
         releaseWaits = false;
     }
 }

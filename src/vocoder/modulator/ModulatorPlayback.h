@@ -54,14 +54,17 @@ public:
     engine::SampleManager samples;
 
 private:
-    bool IsPlaying() { return own.IsOn(ModulatorParameters::IsPlayingSample); }
     bool IsSounding();
-    bool IsStarting();
+    bool IsStarting() const { return isPlaying && (hasJustStarted || isFading); }
     bool HasEnded();
 
+    void RestoreReadBacks();
     void FollowSlotTable();
     void Start(u32 slot);
     void Stop();
+    void SetPlaying(bool plays);
+    void OpenEnvelope(bool open);
+    void Fade(bool on);
     void LoopSample(u32 sample, float on);
     void Run(const dsp::ProcessContext& context);
     void PublishPlayhead();
@@ -75,6 +78,11 @@ private:
     /// Which sample each slot plays.
     std::array<float, ModulatorParameters::slotCount> slotTable{};
     const u8* heldNotes = nullptr;
+    /// Published as "IsPlayingSample".
+    bool isPlaying = false;
+    bool isGateOpen = false;
+    /// The killer takes away what sounds, and the current slot waits for its end.
+    bool isFading = false;
     /// The envelope has not run since the start.
     bool hasJustStarted = false;
     /// The last key went before the start; the gate closes one block after it.

@@ -43,6 +43,8 @@ void SetUp(Equaliser& equaliser) {
         Redeclare(equaliser, Equaliser::QId(n), band.q);
     }
     equaliser.SetParameterNormalized(Equaliser::Stereo, 1.0F);
+    // Flat until a host says how much of the gains, which begin at their low ends.
+    equaliser.SetParameterNormalized(Equaliser::Scale, 0.0F);
 }
 
 /// Threshold and attack run backwards, so that one knob for all, turned up, compresses more.

@@ -372,6 +372,37 @@ TEST(VocoderModulator, LoadedFlagsFollowTheFilesAndAReplacedSampleStops) {
     EXPECT_FALSE(rig.IsPlaying());
 }
 
+TEST(VocoderModulator, ValuesThatItReportsAreNoCommands) {
+    Rig playing;
+    Rig idle;
+    for (Rig* rig : {&playing, &idle}) {
+        rig->Load({0}, 0.05);
+        rig->Set("Sample1_LoopOn", 1.0F);
+        rig->Run(1);
+    }
+    playing.PlayAndHear(octave);
+    // A host that sends all values of one to the other.
+    for (u32 id = 0; id < VocoderModulator::parameterCount; ++id) {
+        idle.modulator->SetParameterNormalized(id, playing.modulator->GetParameterNormalized(id));
+    }
+    idle.Run(20);
+    EXPECT_EQ(idle.SoundingSlot(), -1);
+    EXPECT_FALSE(idle.IsPlaying());
+    EXPECT_EQ(idle.PlayAndHear(octave), 0);
+    for (const char* name : {"IsPlayingSample", "ADSR_GateIn", "VoiceKiller_State", "Sample1_Loaded"}) {
+        for (const float value : {0.0F, 1.0F, 2.0F}) {
+            playing.Set(name, value);
+            playing.Run(100);
+            EXPECT_EQ(playing.SoundingSlot(), 0) << name << value;
+            EXPECT_TRUE(playing.IsPlaying() && playing.Get("Sample1_Loaded") == 1.0F) << name << value;
+        }
+    }
+    playing.Release(octave);
+    playing.Set("ADSR_GateIn", 1.0F);
+    playing.Run(60);
+    EXPECT_EQ(playing.SoundingSlot(), -1);
+}
+
 /// Hears the external input at unity gain.
 struct InputRig : Rig {
     InputRig() {
@@ -423,6 +454,10 @@ TEST(VocoderModulatorInput, EqualiserAndCompressorFadeIn50MsOneAfterTheOther) {
     for (const auto& [equalises, compresses] : {std::pair{true, false}, {false, true}, {true, true}}) {
         SCOPED_TRACE(testing::Message() << equalises << compresses);
         InputRig rig;
+        rig.Set("ParamEQOn", 1.0F);
+        rig.Hear({&rig.tone, &rig.half});
+        EXPECT_NEAR(Peak(rig.out[1]), 0.05F, 1e-4F) << "flat until a host gives it a scale";
+        rig.Set("ParamEQOn", 0.0F);
         rig.Set("ParamEq_Scale", 1.0F);
         rig.Set("ParamEq_Gain1", 9.0F);
         rig.Set("CompressorAmount", 0.7F);
