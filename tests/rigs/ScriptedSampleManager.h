@@ -1,38 +1,27 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/sampler/files/SampleData.h"
 #include "engine/samples/SampleManager.h"
 #include "rigs/AudioThread.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
-#include <atomic>
 #include <condition_variable>
-#include <cstddef>
 #include <map>
-#include <memory>
-#include <mutex>
-#include <new>
 #include <random>
 #include <stdexcept>
-#include <string>
 #include <thread>
-#include <vector>
 
 namespace orphia::test {
 
 using Velmora::u32;
-using SampleManagerBase = Velmora::engine::SampleManager;
+using Names = std::vector<std::string>;
 
 /// Reads files by their whole path and decodes names without any: "bad" gives nothing, "once" nothing but
 /// once, "throw", "memory" and "odd" raise.
-class ScriptedSampleManager final : public SampleManagerBase {
+class ScriptedSampleManager final : public Velmora::engine::SampleManager {
 public:
-    using Names = std::vector<std::string>;
-
     ~ScriptedSampleManager() override {
         SetOpen(true);
         StopWorker();
@@ -69,10 +58,6 @@ public:
         const std::lock_guard lock(mutex);
         return decoded;
     }
-    std::ptrdiff_t CountDecoded(const std::string& path) {
-        const Names names = Decoded();
-        return std::count(names.begin(), names.end(), path);
-    }
     /// While not open, loads stay within the decoder.
     void SetOpen(bool open) {
         const std::lock_guard lock(mutex);
@@ -90,11 +75,9 @@ public:
     static inline std::atomic<int> allSamples{0};
 
 private:
-    using Data = Velmora::dsp::SampleData;
-
     std::shared_ptr<const Data> Load(u32 slot, const std::string& path) override {
         const std::string origin = path;
-        auto sample = path.front() == '/' ? SampleManagerBase::Load(slot, path) : Decode(path);
+        auto sample = path.front() == '/' ? SampleManager::Load(slot, path) : Decode(path);
         if (sample == nullptr) {
             return nullptr;
         }
@@ -158,10 +141,9 @@ public:
         EXPECT_TRUE(std::adjacent_find(updated.begin(), updated.end()) == updated.end()) << "listed twice";
         for (u32 slot = 0; slot < slotCount; ++slot) {
             const auto* sample = manager.Sample(slot).get();
-            if (seen[slot] != sample) {
-                seen[slot] = sample;
-                EXPECT_TRUE(std::binary_search(updated.begin(), updated.end(), slot)) << "untold change";
-            }
+            EXPECT_TRUE(std::exchange(seen[slot], sample) == sample ||
+                        std::binary_search(updated.begin(), updated.end(), slot))
+                << "untold change";
         }
         return updated;
     }
