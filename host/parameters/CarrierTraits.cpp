@@ -37,7 +37,7 @@ constexpr std::array carrierRows = {
     Row{"_ADSR_ReleaseCurve", {Control, None, "0 is straight"}},
     Row{"_ADSR_ReleaseLink", {Control, None, "the release is as the decay"}},
     Row{"_ADSR_ADRMode", {Control, None, "no sustain: a key only starts the envelope", true}},
-    Row{"_ADSR_HardRetrig", {Control, None, "a new note begins from silence", true}},
+    Row{"_ADSR_HardRetrig", {Circuit, None, "without effect: every note begins from silence", true}},
     Row{"_ADSR_OutState", {Output, None, "stage of the envelope"}},
     Row{"_ADSR_OutStatePhase", {Output, None, "place in the stage"}},
 

@@ -83,7 +83,7 @@ void ExpectSamePositions(const Instrument& a, const Instrument& b) {
 
 TEST(Instrument, APresetBringsTheSoundBackToTheBit) {
     const auto original = Ready();
-    Scramble(*original, 1);
+    Scramble(*original, 3);
     const Preset preset = original->CapturePreset("Glass \"1\"\n\u00e4");
     std::vector<std::string> warnings;
     const Preset read = ParsePreset(FormatPreset(preset, original->Catalog()), original->Catalog(), warnings);

@@ -69,6 +69,9 @@ TEST(ParameterCatalog, AnEndingMeansTheNameWithTheFewestParts) {
               "BodeVocoder_AnalyzerRectifiers_RectifierFollower12_Attack");
     EXPECT_EQ(Whole().Find("Attack").name, "Attack");
     EXPECT_EQ(Whole().Find("Wet").name, "BodeVocoder_Wet");
+    for (const ParameterInfo& info : Whole().Parameters()) {
+        EXPECT_FALSE(info.name.ends_with("HardRetrig") && info.role == ParameterRole::Control) << "no effect";
+    }
 }
 
 /// spellings.txt has a line of tree, parameter, value, the text that is written, and all texts that mean it.
