@@ -3,6 +3,7 @@
 
 #include "dsp/resources/CallRing.h"
 #include "dsp/resources/Resource.h"
+#include "support/CSingleton.h"
 #include "support/platform/Types.h"
 
 #include <atomic>
@@ -67,6 +68,7 @@ private:
     void RunCommands();
     bool IsStopping() const { return stopping.load(std::memory_order_acquire); }
 
+    const ServiceUser user;
     std::mutex mutex; // guards resources
     std::vector<std::unique_ptr<ResourceBase>> resources;
     CallRing<queueSize, captureSize> commands;

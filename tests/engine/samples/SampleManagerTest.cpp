@@ -145,6 +145,19 @@ TEST_F(SampleManager, AFullResultQueueHoldsUpTheWorkerUntilTheEndOfTheManager) {
     EXPECT_EQ(seen.back() + 1, static_cast<int>(seen.size())) << "results got lost";
 }
 
+struct Service : Velmora::CSingleton<Service> {
+    ~Service() override { std::_Exit(7); }
+};
+
+TEST(SampleManagerAtTheEnd, AWorkerThatStillRunsMeetsTheServicesOfTheProcess) {
+    const auto endTheProcess = [] {
+        static const auto& manager = *new ScriptedSampleManager;
+        Service::GetInstance();
+        std::exit(manager.IsLoading() ? 1 : 0);
+    };
+    EXPECT_EXIT(endTheProcess(), testing::ExitedWithCode(0), "");
+}
+
 TEST_F(SampleManager, RefusesSlotsAndPathsOutOfRange) {
     const std::string longest(256, 'x');
     for (const auto& [slot, path] :

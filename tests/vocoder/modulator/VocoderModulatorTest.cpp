@@ -451,8 +451,9 @@ TEST(VocoderModulatorInput, PassesGateGainAndPitchInTheirTimes) {
 }
 
 TEST(VocoderModulatorInput, EqualiserAndCompressorFadeIn50MsOneAfterTheOther) {
-    for (const auto& [equalises, compresses] : {std::pair{true, false}, {false, true}, {true, true}}) {
-        SCOPED_TRACE(testing::Message() << equalises << compresses);
+    for (const auto& [equalises, compresses, isStereo] :
+         {std::tuple{true, false, true}, {false, true, true}, {true, true, true}, {true, true, false}}) {
+        SCOPED_TRACE(testing::Message() << equalises << compresses << isStereo);
         InputRig rig;
         rig.Set("ParamEQOn", 1.0F);
         rig.Hear({&rig.tone, &rig.half});
@@ -460,6 +461,7 @@ TEST(VocoderModulatorInput, EqualiserAndCompressorFadeIn50MsOneAfterTheOther) {
         rig.Set("ParamEQOn", 0.0F);
         rig.Set("ParamEq_Scale", 1.0F);
         rig.Set("ParamEq_Gain1", 9.0F);
+        rig.Set("ParamEq_Stereo", isStereo ? 1.0F : 0.0F); // else the right side passes
         rig.Set("CompressorAmount", 0.7F);
         rig.Set("Compressor_ConfStereo", 1.0F);
         rig.Hear({&rig.tone, &rig.half});

@@ -2,6 +2,7 @@
 #include "dsp/effects/distortion/DiodeClipper.h"
 
 #include "dsp/math/IntactState.h"
+#include "support/CSingleton.h"
 
 #include <algorithm>
 #include <cmath>
@@ -44,10 +45,12 @@ std::vector<float> DiodeKnee::MakeTable() {
     return chords;
 }
 
-DiodeKnee::DiodeKnee() {
-    static const auto& shared = *new std::vector<float>(MakeTable()); // for threads that outlive main
-    table = shared.data();
-}
+/// The one of the process.
+struct DiodeKnee::Table : CSingleton<Table> {
+    const std::vector<float> chords = MakeTable();
+};
+
+DiodeKnee::DiodeKnee() { table = Table::GetInstance().chords.data(); }
 
 void DiodeKnee::Set(float halfOfA) {
     const float shiftOfA = std::max(std::log(halfOfA), tableStart - tableShift);

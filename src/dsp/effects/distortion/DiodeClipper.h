@@ -51,6 +51,7 @@ private:
     static constexpr u32 firstSegment = std::bit_cast<u32>(tableStart) >> segmentBits;
     static constexpr u32 segmentCount = (std::bit_cast<u32>(tableEnd) >> segmentBits) - firstSegment;
 
+    struct Table;
     static std::vector<float> MakeTable();
 
     const float* Entry(std::uint32_t segment) const {
