@@ -4,7 +4,6 @@
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/Within.h"
 #include "dsp/vectors/SilenceFaults.h"
-#include "support/NonBlocking.h"
 
 #include <algorithm>
 #include <bit>
@@ -88,24 +87,25 @@ private:
 
 PitchTracker::PitchTracker(std::string moduleName) : UnitModule(std::move(moduleName), 2, 1, Records()) {}
 
+/// All windows are prepared, so that the choice of one does not allocate.
 void PitchTracker::OnInitialize(float rateHz, u32 /*maxBlockSize*/) {
     sampleRate = std::max(1.0F, rateHz);
-    Build();
+    const u32 longest = std::max(fewestSamples, WindowSamples(longestWindow, sampleRate));
+    transforms.clear();
+    for (u32 samples = fewestSamples; samples <= longest; samples *= 2) {
+        transforms.emplace_back(2 * samples);
+    }
+    data.resize(RealFft::BufferSize(2 * longest));
+    squares.resize(longest);
+    norm.resize(longest);
+    taper.resize(longest);
+    ChooseWindow();
 }
 
-/// Allocates only when the number of samples changes.
-void PitchTracker::Build() {
-    const u32 samples = WindowSamples(HeldValue(AnalysisWindowSize), sampleRate);
-    if (samples != windowLength) {
-        windowLength = samples;
-        fft.emplace(2 * samples);
-        data.resize(RealFft::BufferSize(2 * samples));
-        squares.resize(samples);
-        norm.resize(samples);
-        taper.resize(samples);
-        for (u32 n = 0; n < samples; ++n) {
-            taper[n] = static_cast<float>(samples - n) / static_cast<float>(samples);
-        }
+void PitchTracker::ChooseWindow() {
+    windowLength = WindowSamples(HeldValue(AnalysisWindowSize), sampleRate);
+    for (u32 n = 0; n < windowLength; ++n) {
+        taper[n] = static_cast<float>(windowLength - n) / static_cast<float>(windowLength);
     }
     OnReset(true);
 }
@@ -124,8 +124,7 @@ bool PitchTracker::UpdateParameters(ProcessContext& /*context*/) {
         return true;
     }
     if (Changed(AnalysisWindowSize)) {
-        const MayBlock exception;
-        Build();
+        ChooseWindow();
     }
     if (Changed(ConfidenceThreshold)) {
         threshold = HeldValue(ConfidenceThreshold);
@@ -171,19 +170,20 @@ void PitchTracker::Analyse() {
     SumEnergy();
     Normalise();
     pitch = MeasurePitch();
-    std::fill(data.begin(), data.end(), 0.0F);
+    std::fill_n(data.begin(), RealFft::BufferSize(2 * windowLength), 0.0F);
     parameters[DetectedPitch].SetValue(pitch);
 }
 
 /// The transform of the power spectrum.
 void PitchTracker::Autocorrelate() {
     float* bins = data.data();
-    fft->Forward(bins);
-    for (std::size_t n = 0; n < data.size(); n += 2) {
+    RealFft& fft = transforms[std::bit_width(windowLength) - std::bit_width(fewestSamples)];
+    fft.Forward(bins);
+    for (u32 n = 0; n < RealFft::BufferSize(2 * windowLength); n += 2) {
         bins[n] = bins[n] * bins[n] + bins[n + 1] * bins[n + 1];
         bins[n + 1] = 0.0F;
     }
-    fft->Inverse(bins);
+    fft.Inverse(bins);
 }
 
 /// For each lag the energy of both the samples that it compares: with every step the window loses one sample

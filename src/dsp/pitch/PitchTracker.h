@@ -6,8 +6,8 @@
 #include "dsp/vectors/AlignedBuffer.h"
 #include "support/platform/Types.h"
 
-#include <optional>
 #include <string>
+#include <vector>
 
 namespace Velmora::dsp {
 
@@ -19,7 +19,7 @@ namespace Velmora::dsp {
 /// first one is silence. A fault counts as silence. Output 0: the pitch in Hz,
 /// constant over a window and late by one, 0 where none is found; may be the buffer of an input.
 ///
-/// A change of the window's length in samples allocates, on the thread that processes.
+/// Initialize prepares all lengths of the window; a change of it neither allocates nor locks.
 class PitchTracker final : public UnitModule {
 public:
     enum Parameter : u32 {
@@ -45,7 +45,7 @@ public:
 private:
     class Input;
 
-    void Build();
+    void ChooseWindow();
     void Store(const Input& first, const Input& second, u32 frame, u32 count);
     void Analyse();
     void Autocorrelate();
@@ -61,7 +61,8 @@ private:
     u32 windowLength = 0;
     /// Samples in the window so far.
     u32 position = 0;
-    std::optional<RealFft> fft;
+    /// Of twice 4, 8, 16, ... samples.
+    std::vector<RealFft> transforms;
     /// The window and as many zeros, so that its end does not wrap round to its beginning; during an analysis
     /// the spectrum, the autocorrelation, the square-difference function.
     AlignedBuffer data;
