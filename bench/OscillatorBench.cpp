@@ -99,13 +99,13 @@ void Shape(benchmark::State& state) {
     M shape;
     shape.Initialize(sampleRate, blockSize);
     const auto flag = [&](std::int64_t mask) { return (state.range(1) & mask) != 0 ? 1.0F : 0.0F; };
-    shape.SetParameterValue(M::on, 1.0F);
-    shape.SetParameterValue(M::aaOn, 1.0F);
-    shape.SetParameterValue(M::fmOn, flag(fmFlag));
-    shape.SetParameterValue(M::hsSlave, flag(syncFlag));
+    shape.SetParameterValue(M::On, 1.0F);
+    shape.SetParameterValue(M::AAOn, 1.0F);
+    shape.SetParameterValue(M::FMOn, flag(fmFlag));
+    shape.SetParameterValue(M::HSSlave, flag(syncFlag));
     if constexpr (M::parameterCount > 5) {
-        shape.SetParameterValue(M::pwmOn, flag(widthFlag));
-        shape.SetParameterValue(M::pulseWidth, 0.5F);
+        shape.SetParameterValue(M::PWMOn, flag(widthFlag));
+        shape.SetParameterValue(M::PulseWidth, 0.5F);
     }
     Channels out(1, 1);
     std::vector<const float*> inputs(shape.numInputs);
