@@ -1,11 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/filters/FirstOrderSection.h"
 #include "dsp/filters/Oversampler.h"
-#include "dsp/filters/QuadOnePole.h"
 #include "rigs/OscillatorRig.h"
 #include "rigs/StageRig.h"
-
-#include <array>
 
 namespace {
 
@@ -64,31 +60,4 @@ TEST(FiltersTest, AnOversamplerKeepsTheAudibleBandAndSuppressesImagesAndAliases)
     ExpectCleanRates<2>(0.4535, 0.9);
     ExpectCleanRates<4>(0.4535, 1.6);
     ExpectCleanRates<4>(0.3, 0.547);
-}
-
-TEST(FiltersTest, FirstOrderSectionsHaveTheResponsesOfTheirPrototypes) {
-    for (const double corner : {30.0, 500.0, 9000.0}) {
-        FirstOrderSection low;
-        FirstOrderSection high;
-        low.SetLowPass(std::tan(pi * corner / 44100.0));
-        high.SetHighPass(std::tan(pi * corner / 44100.0));
-        QuadOnePole pole;
-        const float c = QuadOnePole::CoefficientOf(float(corner), 44100.0F);
-        std::array<Signal, 3> responses;
-        for (float x = 1.0F; responses[0].size() < 30000; x = 0.0F) {
-            responses[0].push_back(float(low.Tick(double(x))));
-            responses[1].push_back(float(high.Tick(double(x))));
-            if (responses[0].size() % 4 == 1) {
-                const Float4 quad = pole.Tick({x, 0.0F, 0.0F, 0.0F}, QuadOnePole::Coefficients(c));
-                responses[2].insert(responses[2].end(), {quad.get(0), quad.get(1), quad.get(2), quad.get(3)});
-            }
-        }
-        for (const double hz : {10.0, 200.0, 2000.0, 12000.0, corner}) {
-            const Complex s = AnalogueFrequency(hz, corner, 44100.0);
-            const auto at = [&, hz](u32 i) { return Transform(responses[i], hz, 44100.0); };
-            EXPECT_LT(std::abs(at(0) - LowPass1(s)), 1e-4) << corner << ", " << hz;
-            EXPECT_LT(std::abs(at(1) - HighPass1(s)), 1e-4) << corner << ", " << hz;
-            EXPECT_NEAR(hz == corner ? std::abs(at(2)) : std::sqrt(0.5), std::sqrt(0.5), 1e-4) << corner;
-        }
-    }
 }

@@ -14,9 +14,8 @@ namespace Velmora::dsp {
 /// the middle and the treble while the bass passes clean, and an active tone control behind them. The circuit
 /// runs at four times the rate below 66 kHz, at twice the rate below 132 kHz.
 ///
-/// At 44100 Hz and the start values, the strongest alias below 20 kHz of a sine of half full scale is 84 dB
-/// down at 2.5 kHz and 56 dB at 5 kHz. Above 20 kHz, on the slope of the filters, stray lines of the former
-/// are 59 dB down.
+/// At 44100 Hz and the start values, the strongest alias below 20 kHz of a sine of half full scale is 78 dB
+/// down up to 2.5 kHz and 56 dB at 5 kHz. Above 20 kHz, on the slope of the filters, it may be 50 dB down.
 ///
 /// Inputs: 0 left, 1 right, then those of modulationInputs; any may be null or absent. Outputs: 0 left, 1
 /// right, which may be the input buffers. A sample that is not a number or absurdly loud counts as 0, a null

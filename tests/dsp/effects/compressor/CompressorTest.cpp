@@ -169,6 +169,9 @@ TEST(CompressorTest, ALookaheadThatStartsIsEmptyAndAChannelThatJoinsInGoesOnFrom
         EXPECT_EQ(Peak(Signal(out.begin(), out.begin() + 240)), 0.0F) << id;
         EXPECT_GT(Peak(out), 0.0F) << id;
     }
+    const Signals silent = orphia::test::Render(*compressor, {nullptr, &noise}, 2, {{44}});
+    EXPECT_EQ(Peak(silent[0]) + Peak(silent[1]), 0.0F);
+    EXPECT_EQ(compressor->GetParameterNormalized(C::OutGainReduction), 0.0F) << "a reading of the past";
     auto linked = MakeCompressor({{C::Threshold, -20}, {C::RatioInfinite, 1}, {C::Release, 2000}});
     for (const u32 id : {C::ConfStereo, C::StereoMode, C::LookaheadEnable}) {
         linked->SetParameterValue(id, 1.0F);
@@ -182,26 +185,14 @@ TEST(CompressorTest, ALookaheadThatStartsIsEmptyAndAChannelThatJoinsInGoesOnFrom
     EXPECT_NEAR(apart[300], last, 0.1F * last);
 }
 
-TEST(CompressorTest, WetTakesOneBlockAndTheGainsTheirTimeWhateverTheBlock) {
-    for (const u32 size : {4U, 40U}) {
-        auto compressor = MakeCompressor({{C::Wet, 0}, {C::Threshold, 0}, {C::OutputGain, -20}});
-        const Signal in(960, 0.5F);
-        EXPECT_EQ(Render(*compressor, {in}, 1)[0], in);
-        compressor->SetParameterValue(C::Wet, 1.0F);
-        const Signal ramp = Render(*compressor, {in}, 1, {size})[0];
-        EXPECT_NEAR(ramp[size / 2 - 1], 0.275F, 1e-6F);
-        EXPECT_NEAR(ramp[size], 0.05F, 1e-6F);
-        compressor->SetParameterValue(C::OutputGain, 0.0F);
-        const Signal out = Render(*compressor, {in}, 1, {size})[0];
-        // Five time constants in 20 ms, behind a line of 5 ms.
-        double line = 0.0;
-        double gain = 0.0;
-        for (std::size_t n = 0; n < in.size(); ++n) {
-            line = std::min(line + 1.0 / 240.0, 1.0);
-            gain += (line - gain) * (1.0 - std::exp(-5.0 / 960.0));
-            ASSERT_NEAR(static_cast<double>(out[n]), 0.05 + 0.45 * gain, 1e-5) << size << ", frame " << n;
-        }
-    }
+TEST(CompressorTest, WetTakesOneBlock) {
+    auto compressor = MakeCompressor({{C::Wet, 0}, {C::Threshold, 0}, {C::OutputGain, -20}});
+    const Signal in(960, 0.5F);
+    EXPECT_EQ(Render(*compressor, {in}, 1)[0], in);
+    compressor->SetParameterValue(C::Wet, 1.0F);
+    const Signal ramp = Render(*compressor, {in}, 1, {40})[0];
+    EXPECT_NEAR(ramp[19], 0.275F, 1e-6F);
+    EXPECT_NEAR(ramp[40], 0.05F, 1e-6F);
 }
 
 /// A tone of 210 Hz and -12 dBFS, of which nothing is above 6 kHz.

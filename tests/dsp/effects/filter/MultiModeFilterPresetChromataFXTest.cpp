@@ -81,10 +81,6 @@ TEST(MultiModeFilterTest, SelfOscillationIsAPureSineAtTheCutoffAndOfTheSameLevel
     // It begins at about 0.94.
     EXPECT_LT(Peak(ring(5000.0, 0.9425, cases[0], 44100.0)), 1e-5F);
     EXPECT_GT(Peak(ring(5000.0, 0.945, cases[0], 44100.0)), 1e-4F);
-    const Signal loud = Tone(44000, 1000.0, 44100.0, 1.0);
-    for (const double resonance : {0.6, 0.9, 1.0}) {
-        EXPECT_LT(Peak(Play(*Make<F>(plain, {{F::Resonance, resonance}}), loud, loud)[0]), 3.0F) << "held";
-    }
 }
 
 TEST(MultiModeFilterTest, DriveBendsByItsCurveAndFoldsLittleBack) {

@@ -6,13 +6,11 @@
 namespace {
 
 using namespace orphia::test;
-using Velmora::dsp::LFOSimple;
 using Pan = Velmora::dsp::StereoPan;
 using Pans = Velmora::dsp::StereoPanSettings;
 using Velmora::Test::pi;
 
 constexpr u32 Id(Pan::Additional index) { return Pan::ParameterId(index); }
-constexpr u32 Lfo(Pan::ChildIndex lfo, LFOSimple::Parameter id) { return Pan::LFOId(lfo, id); }
 
 /// Does not move.
 const Settings still = {{Id(Pan::PanDepth), 0.0F}};
@@ -61,34 +59,6 @@ TEST(StereoPanTest, EachLawHasItsGainsAndLeavesTheMiddleAlone) {
     }
 }
 
-TEST(StereoPanTest, OscillatorsSwingPositionAndLevelAtTheirRatesAndByThePattern) {
-    const Signal second(44000, 1.0F);
-    const auto swings = [&](float degrees) {
-        const auto module = Arrived(still, {{Id(Pan::LevelDepth), 0.8F}, {Id(Pan::StereoPhase), degrees}});
-        return Play(*module, second, second);
-    };
-    const auto together = swings(0.0F);
-    const auto apart = swings(180.0F);
-    EXPECT_EQ(together[0], together[1]);
-    for (std::size_t n = 1000; n < second.size(); ++n) {
-        // 4 Hz, and 5 ms late.
-        const double turn = 2.0 * pi * 4.0 * (static_cast<double>(n) / 44100.0 - 0.005);
-        ASSERT_NEAR(together[0][n], 0.6 + 0.4 * std::sin(turn), 0.01) << n;
-        ASSERT_NEAR(apart[0][n] + apart[1][n], 1.2F, 0.01F) << n;
-    }
-    Settings steps = {{Lfo(Pan::PanLFO, LFOSimple::Shape), LFOSimple::Steps},
-                      {Lfo(Pan::PanLFO, LFOSimple::Rate), 1},
-                      {Id(Pan::PanLaw), Pans::Linear},
-                      {Id(Pan::PanDepth), 0.7}};
-    for (u32 step = 0; step < LFOSimple::stepCount; ++step) {
-        steps.emplace_back(Id(Pan::FirstStep) + step, step == 5 ? 0.5F : -1.0F);
-    }
-    const Signal right = Play(*Arrived(steps), second, second)[1];
-    for (u32 step = 0; step < 15; ++step) {
-        EXPECT_NEAR(right[44100 * (step + 1) / 16 - 20], step == 5 ? 1.35F : 0.3F, 0.001F) << step;
-    }
-}
-
 TEST(StereoPanTest, SidesComeFromTheChannelsAskedForWithTheirWidth) {
     ExpectSides({{Id(Pan::Source), Pans::Swapped}}, 0.2, 0.6);
     ExpectSides({{Id(Pan::Source), Pans::LeftOnly}}, 0.6, 0.6);
@@ -129,27 +99,4 @@ TEST(StereoPanTest, BassStaysInTheMiddleAndOneSideIsLate) {
             EXPECT_EQ(out[ms > 0.0F ? 0 : 1], impulse) << rate;
         }
     }
-}
-
-TEST(StereoPanTest, EdgesTakeTheTimesAskedFor) {
-    const Signal steady(44000, 1.0F);
-    for (const double ms : {1.0, 10.0, 100.0}) {
-        const auto module = Arrived({{Lfo(Pan::PanLFO, LFOSimple::Shape), LFOSimple::Square},
-                                     {Lfo(Pan::PanLFO, LFOSimple::Rate), 1},
-                                     {Id(Pan::PanLaw), Pans::Linear},
-                                     {Id(Pan::PanDepth), 1}},
-                                    {{Id(Pan::Smoothing), ms}});
-        const Signal left = Play(*module, steady, steady)[0];
-        // From 0 on the left, after half a second, towards 2.
-        const auto at = static_cast<std::size_t>(22050.0 + ms * 44.1);
-        EXPECT_NEAR(left[at], 2.0F * (1.0F - std::exp(-1.0F)), ms > 1.0 ? 0.01F : 0.1F) << ms;
-    }
-    // A delay is faded to in 30 ms.
-    const auto late = Arrived(still);
-    Play(*late, steady, steady);
-    Set(*late, {{Id(Pan::HaasDelay), 20}});
-    const Signal ramp = SlowRamp(8800);
-    const Signal heard = Play(*late, ramp, ramp)[1];
-    EXPECT_NEAR(heard[661], 0.5F * (ramp[661] + 1.0F), 0.002F);
-    EXPECT_NEAR(heard[2000], ramp[2000 - 882], 1e-6F);
 }
