@@ -4,10 +4,10 @@
 
 void orphia::fuzz::VoiceManager(Input input) {
     ByteDice dice(input);
-    Velmora::Test::VoiceGame game([&dice](Velmora::u32 limit) { return dice.Below(limit + 1); });
+    orphia::test::VoiceGame game([&dice](Velmora::u32 limit) { return dice.Below(limit); });
     while (!dice.IsEmpty()) {
         game.Advance();
-        Require(!testing::Test::HasFailure(), "the orders are not those of the policy");
+        Require(!testing::Test::HasFailure(), "a key has lost its note");
     }
     game.End();
     Require(!testing::Test::HasFailure(), "something sounds without a key");

@@ -3,7 +3,7 @@
 
 #include "dsp/framework/ParameterDeclaration.h"
 
-#include <algorithm>
+#include <bit>
 #include <utility>
 
 namespace Velmora::engine {
@@ -12,6 +12,11 @@ using dsp::Event;
 using dsp::EventQueue;
 
 namespace {
+
+/// All of a chord but the key's own note.
+constexpr u32 aboveOwnNote = ~ChordKeys::ownNote;
+
+constexpr u32 Bit(u32 interval) { return 1U << interval; }
 
 std::vector<dsp::ModuleParam> Records() {
     std::vector<dsp::ParameterDeclaration> switches{dsp::Declare::Switch("ChordOn"),
@@ -24,10 +29,7 @@ std::vector<dsp::ModuleParam> Records() {
 
 } // namespace
 
-ChordGenerator::ChordGenerator(std::string moduleName) : UnitModule(std::move(moduleName), 0, 0, Records()) {
-    intervals.reserve(maxIntervals);
-    pendingOff.reserve(maxIntervals);
-}
+ChordGenerator::ChordGenerator(std::string moduleName) : UnitModule(std::move(moduleName), 0, 0, Records()) {}
 
 void ChordGenerator::OnInitialize(float /*sampleRate*/, u32 /*maxBlockSize*/) {}
 
@@ -35,10 +37,9 @@ void ChordGenerator::OnReset(bool /*hard*/) { flushRequested = true; }
 
 bool ChordGenerator::UpdateParameters(dsp::ProcessContext& context) {
     if (flushRequested && context.outputEvents != nullptr) {
-        ReleaseAll();
-        ReleaseIntervals(*context.outputEvents, true);
         // Their note-offs may never come.
-        pressedKeys = {};
+        keys.LiftAll();
+        EndNotes(*context.outputEvents, 0);
         flushRequested = false;
     }
     if (anyParameterChanged) {
@@ -53,27 +54,28 @@ void ChordGenerator::UpdateChordOn() {
     if (Changed(ChordOn)) {
         const bool wasOn = std::exchange(chordOn, Value(ChordOn) > 0.5F);
         if (wasOn && !chordOn) {
-            ReleaseAll();
+            LetGo(aboveOwnNote);
         }
     }
 }
 
-/// Flags that move while the stage is off are read when it goes on.
+/// Flags that move while the stage is off are read when it goes on; when it does so during a take, after it.
 void ChordGenerator::UpdateIntervals() {
     const bool isOn = Value(ChordOn) > 0.5F;
+    flagsAreUnread = isOn && (flagsAreUnread || Changed(ChordOn));
     if (!(Changed(ChordOn) || isOn) || !(Value(RecordMode) < 0.5F)) {
         return;
     }
-    const bool readAll = Changed(ChordOn) && isOn;
-    for (u8 i = 0; i < maxIntervals; ++i) {
-        if (!readAll && !Changed(ChordKey1 + i)) {
-            continue;
+    const bool readAll = std::exchange(flagsAreUnread, false);
+    const u32 former = intervals;
+    for (u32 i = 0; i < maxIntervals; ++i) {
+        if (readAll || Changed(ChordKey1 + i)) {
+            intervals &= ~Bit(i);
+            intervals |= GetParameterNormalized(ChordKey1 + i) > 0.5F ? Bit(i) : 0;
         }
-        if (GetParameterNormalized(ChordKey1 + i) > 0.5F) {
-            Insert(i);
-        } else {
-            Remove(i);
-        }
+    }
+    if (const u32 gone = former & ~intervals & aboveOwnNote; gone != 0) {
+        LetGo(gone);
     }
 }
 
@@ -100,63 +102,28 @@ void ChordGenerator::FinishRecording() {
     for (u32 i = 1; i < maxIntervals; ++i) {
         SetParameterNormalized(ChordKey1 + i, 0.0F);
     }
-    ReleaseAll();
-    intervals.assign(1, 0);
-    Take(note - root, note);
-    Take(0, root);
+    LetGo(aboveOwnNote);
+    intervals = 0;
+    Take(0);
     recordDone = true;
-    for (note = recordedNotes.Next(note + 1); note < NoteSet::size && note - root < maxIntervals;
-         note = recordedNotes.Next(note + 1)) {
-        Take(note - root, note);
+    for (; note < NoteSet::size && note - root < maxIntervals; note = recordedNotes.Next(note + 1)) {
+        Take(note - root);
     }
 }
 
-void ChordGenerator::Take(u32 interval, u32 note) {
+void ChordGenerator::Take(u32 interval) {
     SetParameterNormalized(ChordKey1 + interval, 1.0F);
-    Insert(static_cast<u8>(interval));
-    heldNotes.Clear(note);
+    intervals |= Bit(interval);
 }
 
-void ChordGenerator::Insert(u8 interval) {
-    const auto place = std::lower_bound(intervals.begin(), intervals.end(), interval);
-    if (intervals.size() < maxIntervals && (place == intervals.end() || *place != interval)) {
-        intervals.insert(place, interval);
-    }
+void ChordGenerator::LetGo(u32 gone) {
+    keys.LetGo(gone);
+    hasEnds = true;
 }
 
-void ChordGenerator::Remove(u8 interval) {
-    const auto place = std::lower_bound(intervals.begin(), intervals.end(), interval);
-    if (place != intervals.end() && *place == interval) {
-        intervals.erase(place);
-        ReleaseLater(interval);
-    }
-}
-
-void ChordGenerator::ReleaseAll() {
-    for (const u8 interval : intervals) {
-        ReleaseLater(interval);
-    }
-}
-
-void ChordGenerator::ReleaseLater(u8 interval) {
-    if (std::find(pendingOff.begin(), pendingOff.end(), interval) == pendingOff.end()) {
-        pendingOff.push_back(interval);
-    }
-}
-
-/// Releases the pending intervals of every held key. A note whose own key is held goes on, unless forced.
-void ChordGenerator::ReleaseIntervals(EventQueue& events, bool force) {
-    if (!pendingOff.empty()) {
-        for (u32 held = heldNotes.Next(0); held < NoteSet::size; held = heldNotes.Next(held + 1)) {
-            for (const u8 interval : pendingOff) {
-                const u32 note = held + interval;
-                if (note < NoteSet::size && (force || !heldNotes.Contains(note))) {
-                    EmitOff(events, 0, note, 0);
-                }
-            }
-        }
-    }
-    pendingOff.clear();
+void ChordGenerator::EndNotes(EventQueue& output, u32 velocity) {
+    // What a full queue does not take is for the next block.
+    hasEnds = !keys.EndUnheld(output, velocity);
 }
 
 bool ChordGenerator::Process(dsp::ProcessContext& context) {
@@ -164,7 +131,9 @@ bool ChordGenerator::Process(dsp::ProcessContext& context) {
         return true;
     }
     EventQueue& output = *context.outputEvents;
-    ReleaseIntervals(output, false);
+    if (hasEnds) {
+        EndNotes(output, 0);
+    }
     if (context.inputEvents != nullptr) {
         for (const Event& event : *context.inputEvents) {
             const NoteEvent note(event);
@@ -175,20 +144,17 @@ bool ChordGenerator::Process(dsp::ProcessContext& context) {
             } else {
                 Copy(event, note, output);
             }
-            MoveKey(note);
         }
     }
-    ReleaseForgotten(output);
     return true;
 }
 
 /// A take is heard as it is played; its first note ends the former chord.
 void ChordGenerator::Record(const Event& event, const NoteEvent& note, EventQueue& output) {
     if (note.IsKey(NoteEvent::On)) {
-        heldNotes.Set(note.number);
         if (recordedNotes.IsEmpty()) {
-            ReleaseAll();
-            ReleaseIntervals(output, true);
+            keys.LetGo(aboveOwnNote);
+            EndNotes(output, 0);
         }
         recordedNotes.Set(note.number);
     }
@@ -198,83 +164,36 @@ void ChordGenerator::Record(const Event& event, const NoteEvent& note, EventQueu
 void ChordGenerator::Play(const Event& event, const NoteEvent& note, EventQueue& output) {
     if (note.kind == NoteEvent::Other) {
         output.Append(event);
-        return;
-    }
-    if (note.number >= NoteSet::size) {
-        return;
-    }
-    if (note.kind == NoteEvent::On) {
-        heldNotes.Set(note.number);
-    } else {
-        heldNotes.Clear(note.number);
-    }
-    for (const u8 interval : intervals) {
-        const u32 number = note.number + interval;
-        if (number >= NoteSet::size) {
-            break;
+    } else if (note.IsKey(NoteEvent::On)) {
+        u32 started = 0;
+        for (u32 rest = intervals; rest != 0; rest &= rest - 1) {
+            const auto interval = static_cast<u32>(std::countr_zero(rest));
+            const u32 number = note.number + interval;
+            if (number < NoteSet::size &&
+                output.AppendMidi(static_cast<u8>(NoteEvent::noteOnStatus | note.channel),
+                                  static_cast<u8>(number), static_cast<u8>(note.velocity))) {
+                keys.CountStart(note.channel, number);
+                started |= Bit(interval);
+            }
         }
-        if (note.kind == NoteEvent::On) {
-            EmitOn(output, note, number);
-        } else {
-            EmitOff(output, note.channel, number, note.velocity);
-        }
+        keys.Press(note, started);
+    } else if (note.IsKey(NoteEvent::Off)) {
+        keys.Lift(note);
+        EndNotes(output, note.velocity);
     }
 }
 
 void ChordGenerator::Copy(const Event& event, const NoteEvent& note, EventQueue& output) {
-    if (!output.Append(event)) {
-        return;
-    }
-    if (note.IsKey(NoteEvent::On)) {
-        CountStart(note, note.number);
+    const bool isSent = output.Append(event);
+    if (note.IsKey(NoteEvent::On) && isSent) {
+        keys.CountStart(note.channel, note.number);
+        keys.Press(note, ChordKeys::ownNote);
     } else if (note.IsKey(NoteEvent::Off)) {
-        soundingNotes.End(note.number);
-    }
-}
-
-void ChordGenerator::EmitOn(EventQueue& events, const NoteEvent& note, u32 number) {
-    if (events.AppendMidi(static_cast<u8>(NoteEvent::noteOnStatus | note.channel), static_cast<u8>(number),
-                          static_cast<u8>(note.velocity))) {
-        CountStart(note, number);
-    }
-}
-
-/// A key that is struck again before it came up will be let go once.
-void ChordGenerator::CountStart(const NoteEvent& key, u32 number) {
-    if (pressedKeys.Contains(key.number)) {
-        soundingNotes.StartOnce(number);
-    } else {
-        soundingNotes.Start(number);
-    }
-}
-
-void ChordGenerator::EmitOff(EventQueue& events, u32 channel, u32 note, u32 velocity) {
-    if (events.AppendMidi(static_cast<u8>(NoteEvent::noteOffStatus | channel), static_cast<u8>(note),
-                          static_cast<u8>(velocity))) {
-        soundingNotes.End(note);
-    }
-}
-
-void ChordGenerator::MoveKey(const NoteEvent& note) {
-    if (note.IsKey(NoteEvent::On)) {
-        pressedKeys.Set(note.number);
-    } else if (note.IsKey(NoteEvent::Off)) {
-        pressedKeys.Clear(note.number);
-    }
-}
-
-/// When flags or modes move under held keys, a key may come up without the intervals that it went down with,
-/// and a full queue may drop its end. Nothing may sound on once no key is down.
-void ChordGenerator::ReleaseForgotten(EventQueue& events) {
-    if (!pressedKeys.IsEmpty()) {
-        return;
-    }
-    heldNotes.Clear();
-    const NoteSet& sounding = soundingNotes.Notes();
-    for (u32 note = sounding.Next(0); note < NoteSet::size; note = sounding.Next(note + 1)) {
-        for (u32 missing = soundingNotes.EndsMissing(note); missing > 0; --missing) {
-            EmitOff(events, 0, note, 0);
+        if (isSent) {
+            keys.CountEnd(note.channel, note.number);
         }
+        keys.Lift(note);
+        EndNotes(output, note.velocity);
     }
 }
 

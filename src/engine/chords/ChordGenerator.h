@@ -3,10 +3,9 @@
 
 #include "dsp/framework/EventQueue.h"
 #include "dsp/framework/UnitModule.h"
-#include "engine/chords/ChordNotes.h"
+#include "engine/chords/ChordKeys.h"
 
 #include <string>
-#include <vector>
 
 namespace Velmora::engine {
 
@@ -14,6 +13,9 @@ namespace Velmora::engine {
 /// is a set of intervals of 0 to 24 semitones above the played note, which sounds itself only with interval
 /// 0. The intervals are set by flags or recorded: what is played while "RecordMode" is on becomes the chord
 /// when it goes off, counted from its lowest note, and the flags follow.
+///
+/// A key that is down keeps its notes, whichever other key that shares them comes up; one whose chord changes
+/// or goes off keeps its own note. A note ends as often as it was started.
 ///
 /// Works on `inputEvents` and `outputEvents` of the context; without an output queue nothing happens. The
 /// caller empties the output before each block. There is no audio. Audio thread only.
@@ -32,6 +34,8 @@ public:
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
 
+    /// While channels are ignored, as they are at first, a key of any channel keeps a note, and ends it.
+    void SetIgnoreChannel(bool ignore) { keys.SetIgnoreChannel(ignore); }
     /// The last take gave a chord.
     bool HasRecorded() const { return recordDone; }
 
@@ -40,39 +44,25 @@ private:
     void UpdateIntervals();
     void UpdateRecording();
     void FinishRecording();
-    void Take(u32 interval, u32 note);
-
-    void Insert(u8 interval);
-    void Remove(u8 interval);
-    void ReleaseAll();
-    void ReleaseLater(u8 interval);
-    void ReleaseIntervals(dsp::EventQueue& events, bool force);
+    void Take(u32 interval);
+    void LetGo(u32 gone);
 
     void Record(const dsp::Event& event, const NoteEvent& note, dsp::EventQueue& output);
     void Play(const dsp::Event& event, const NoteEvent& note, dsp::EventQueue& output);
     void Copy(const dsp::Event& event, const NoteEvent& note, dsp::EventQueue& output);
-
-    void EmitOn(dsp::EventQueue& events, const NoteEvent& note, u32 number);
-    void CountStart(const NoteEvent& key, u32 number);
-    void EmitOff(dsp::EventQueue& events, u32 channel, u32 note, u32 velocity);
-    void MoveKey(const NoteEvent& note);
-    void ReleaseForgotten(dsp::EventQueue& events);
+    void EndNotes(dsp::EventQueue& output, u32 velocity);
 
     bool chordOn = false;
     bool recording = false;
     bool recordDone = false;
     bool flushRequested = false;
-    /// Ascending.
-    std::vector<u8> intervals;
-    /// Intervals whose notes are to be released under every held key, each at most once.
-    std::vector<u8> pendingOff;
-    /// The keys that chords are tied to: pressed since the chord stage or a take took part.
-    NoteSet heldNotes;
+    bool flagsAreUnread = false;
+    /// Notes that no key holds any longer may sound.
+    bool hasEnds = false;
+    /// The chord, one bit per interval.
+    u32 intervals = 0;
     NoteSet recordedNotes;
-
-    /// The keys that really are down, in every mode.
-    NoteSet pressedKeys;
-    SoundingNotes soundingNotes;
+    ChordKeys keys;
 };
 
 } // namespace Velmora::engine

@@ -56,19 +56,12 @@ private:
 /// 128.
 class SoundingNotes {
 public:
-    /// A further start of the note, by another key.
     void Start(u32 note) {
         u8& count = counts[note];
         if (count < std::numeric_limits<u8>::max()) {
             ++count;
         }
         notes.Set(note);
-    }
-    /// One end will do for all starts like this.
-    void StartOnce(u32 note) {
-        if (counts[note] == 0) {
-            Start(note);
-        }
     }
     void End(u32 note) {
         u8& count = counts[note];

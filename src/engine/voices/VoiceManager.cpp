@@ -54,26 +54,49 @@ void VoiceManager::HandleNoteOff(const NoteInfo& note) {
         held.ForgetPresses(note.note);
     }
     NoteOff(note);
-    if (!sustain) {
-        // A channel that was lifted under the pedal, while another one still pressed the same note number.
-        ReleaseUnpressed(true);
-    }
 }
 
 void VoiceManager::SetSustain(bool down) {
-    const bool lifted = sustain && !down;
-    sustain = down;
-    if (lifted) {
-        ReleaseUnpressed(false);
+    if (sustain && !down) {
+        ReleaseUnpressed();
     }
+    sustain = down;
 }
 
 /// All of them leave the list before the first is released: none may take the mono voice over.
-void VoiceManager::ReleaseUnpressed(bool liftedOnly) {
+void VoiceManager::ReleaseUnpressed() {
     std::array<NoteInfo, HeldNotes::capacity> taken;
-    const u32 count = held.TakeUnpressed(taken, liftedOnly);
+    const u32 count = held.TakeUnpressed(taken, ignoreChannel);
     for (u32 i = 0; i < count; ++i) {
         NoteOff({taken[i].note, 0, taken[i].channel});
+    }
+}
+
+void VoiceManager::SetIgnoreChannel(bool ignore) {
+    if (ignoreChannel && !ignore) {
+        for (u32 v = 0; v < voiceCount; ++v) {
+            voices[v].note.channel = held.OwnerOf(voices[v].note);
+            pendingNotes[v].channel = held.OwnerOf(pendingNotes[v]);
+        }
+        held.SeparateChannels();
+    }
+    ignoreChannel = ignore;
+}
+
+void VoiceManager::LiftAllKeys() {
+    for (u8 note = 0; note < held.PressTable().size(); ++note) {
+        while (held.PressTable()[note] != 0) {
+            HandleNoteOff({note, 0, held.OwnerOf({note})});
+        }
+    }
+    // Whatever the counters say, what the pedal does not hold ends.
+    for (u32 v = 0; v < voiceCount; ++v) {
+        if (pending[v] && !held.Contains(pendingNotes[v], ignoreChannel)) {
+            pending[v] = false;
+        }
+        if (IsHeld(v) && !held.Contains(voices[v].note, ignoreChannel)) {
+            ReleaseVoice(v);
+        }
     }
 }
 
@@ -169,7 +192,19 @@ void VoiceManager::ResetAll() {
     held.Clear();
 }
 
-void VoiceManager::NoteOn(const NoteInfo& note) { IsMono() ? NoteOnMono(note) : NoteOnPoly(note); }
+bool VoiceManager::IsWaiting(const NoteInfo& note) const {
+    for (u32 v = 0; v < voiceCount; ++v) {
+        if (pending[v] && pendingNotes[v].IsSameKey(note, ignoreChannel)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void VoiceManager::NoteOn(const NoteInfo& note) {
+    isReturning = false;
+    IsMono() ? NoteOnMono(note) : NoteOnPoly(note);
+}
 
 void VoiceManager::NoteOff(const NoteInfo& note) { IsMono() ? NoteOffMono(note) : NoteOffPoly(note); }
 
@@ -193,7 +228,9 @@ void VoiceManager::Reap(u32 v) {
     voices[v].killed = false;
     OnVoiceFinished(v);
     const NoteInfo next = pendingNotes[v];
-    if (pending[v] && held.Presses(next.note) != 0) {
+    // A tap may be over before the fade is, and held by the pedal since.
+    const bool isHeld = held.IsPressed(next, ignoreChannel) || held.Contains(next, ignoreChannel);
+    if (pending[v] && isHeld) {
         AssignVoice(v, next, false);
     } else {
         pending[v] = false;

@@ -57,6 +57,8 @@ public:
     const NoteInfo& PendingNote(u32 v) const { return pendingNotes[v]; }
     /// Notes held by a key or by the pedal.
     u32 HeldNoteCount() const { return held.Count(); }
+    /// The note waits on some slot for the end of a fade.
+    bool IsWaiting(const NoteInfo& note) const;
     /// The voice assigned last of those whose note is held, apart from `except`; -1 for none.
     i32 NewestHeldVoice(i32 except = -1) const;
     /// The voice whose held note this is, on exactly this channel; -1 for none.
@@ -72,6 +74,7 @@ public:
     /// To be called once per block: voices that start in one block share an age.
     void AdvanceAge() { ++age; }
 
+    bool IsSustained() const { return sustain; }
     bool IsMono() const { return isMono; }
     u32 Polyphony() const { return polyphony; }
     u32 Unison() const { return unison; }
@@ -86,8 +89,13 @@ public:
     void SetStealMode(i32 newMode) { stealMode = newMode; }
     /// At most `limit` voices on one note number. A limit of 0 counts as off.
     void SetSameNoteLimit(bool enabled, u32 limit);
-    /// Whether a note-off matches on the note number alone.
-    void SetIgnoreChannel(bool ignore) { ignoreChannel = ignore; }
+    /// Whether a key is its note number alone, on whatever channel it is pressed and lifted. Without it a
+    /// number on another channel is another key, which has a voice of its own.
+    void SetIgnoreChannel(bool ignore);
+    bool IgnoresChannel() const { return ignoreChannel; }
+
+    /// As if every key was let go; the pedal still holds what it holds.
+    void LiftAllKeys();
 
     /// Forgets all voices and notes at once, without any hook. Settings and pedal stay.
     void ResetAll();
@@ -116,20 +124,22 @@ protected:
     /// Begins the forced fade; called again when the slot is already fading.
     virtual void OnVoiceKilled(u32 v) = 0;
     virtual void OnVoiceFinished(u32 /*v*/) {}
+    /// While a voice starts: the mono voice goes back to a key that was held under the one let go.
+    bool IsReturning() const { return isReturning; }
 
 private:
     static constexpr i32 none = -1;
 
     void HandleNoteOn(const NoteInfo& note);
     void HandleNoteOff(const NoteInfo& note);
-    void ReleaseUnpressed(bool liftedOnly);
+    void ReleaseUnpressed();
 
     u32 GroupEnd(u32 v) const;
     u32 GroupStart(u32 v) const { return v - v % unison; }
     bool FitsGroup(u32 v) const { return GroupStart(v) + unison <= voiceCount; }
     bool IsGroupFree(u32 v) const;
     bool IsHeld(u32 v) const;
-    i32 FindRinging(u8 note) const;
+    i32 FindRinging(const NoteInfo& note) const;
     i32 FindFormerSlot(u8 note) const;
     i32 FindOverLimit(u8 note) const;
     i32 FindFree() const;
@@ -191,6 +201,7 @@ private:
     bool sameNoteLimited = false;
     u32 sameNoteLimit = 0;
     bool ignoreChannel = true;
+    bool isReturning = false;
     /// Where the search for a free slot starts.
     u32 roundRobin = 0;
 };

@@ -86,7 +86,7 @@ void VoiceManager::NoteOnPoly(const NoteInfo& note) {
         return;
     }
     if (allocation == 1 || allocation == 2) {
-        if (const i32 ringing = FindRinging(note.note); ringing != none) {
+        if (const i32 ringing = FindRinging(note); ringing != none) {
             return TakeGroup(static_cast<u32>(ringing), note);
         }
     }
@@ -117,9 +117,9 @@ bool VoiceManager::ReuseReleased(const NoteInfo& note) {
 }
 
 /// The same note struck again takes its own slot, not a second one.
-i32 VoiceManager::FindRinging(u8 note) const {
+i32 VoiceManager::FindRinging(const NoteInfo& note) const {
     for (const u32 v : active) {
-        if (voices[v].note.note == note && !voices[v].killed) {
+        if (voices[v].note.IsSameKey(note, ignoreChannel) && !voices[v].killed) {
             return static_cast<i32>(v);
         }
     }
@@ -219,7 +219,7 @@ void VoiceManager::NoteOffPoly(const NoteInfo& note) {
         }
     }
     // After a match the note may wait on a second slot for another press of its key, if there is one.
-    if (!matched || held.Presses(note.note) == 0) {
+    if (!matched || !held.IsPressed(note, ignoreChannel)) {
         ClearPending(0, voiceCount, note);
     }
 }
@@ -308,6 +308,7 @@ void VoiceManager::NoteOffMono(const NoteInfo& note) {
 
 /// The voice returns to a key that is still down.
 void VoiceManager::TakeOverMono(NoteInfo note) {
+    isReturning = true;
     for (u32 u = 0; u < GroupEnd(0); ++u) {
         if (legato == 1 && voices[u].active && !voices[u].killed) {
             voices[u].note = note;

@@ -17,9 +17,8 @@ template class SynthProcessor<64, 10, 1, VocoderModulator, ModulationsManager,
 
 namespace {
 
-constexpr u32 continuousTuningOfGlider = VocoderProcessor::FirstParameter<3>() +
-                                         Carrier::FirstParameter<2>() +
-                                         engine::Glider::ContinuousTuning;
+constexpr u32 continuousTuningOfGlider =
+    VocoderProcessor::FirstParameter<3>() + Carrier::FirstParameter<2>() + engine::Glider::ContinuousTuning;
 constexpr u32 firstPath = VocoderModulator::ParameterId(VocoderModulator::SamplePath);
 
 // Hosts keep these numbers in their sessions.
@@ -79,6 +78,7 @@ void VocoderProcessor::OnSynthInitialize(float sampleRate, u32 maxBlockSize) {
 
 void VocoderProcessor::OnSynthReset(bool /*hard*/) {
     ResetAll();
+    shortNotes.Clear();
     ResetExpression();
 }
 

@@ -8,6 +8,7 @@
 #include "processor/effects/FXContainer.h"
 #include "processor/instrument/LfoFeedback.h"
 #include "processor/instrument/MasterVolume.h"
+#include "processor/instrument/ShortNotes.h"
 #include "processor/synth/SynthProcessor.h"
 #include "vocoder/carrier/Carrier.h"
 #include "vocoder/core/BodeVocoder.h"
@@ -154,6 +155,7 @@ private:
     dsp::BlockPool buffers;
     dsp::EventQueue chordEvents;
     dsp::EventQueue noEvents;
+    ShortNotes shortNotes;
     MasterVolume volume;
     i32 outputSelection = CarrierMonitor;
     bool mpeIsOn = false;

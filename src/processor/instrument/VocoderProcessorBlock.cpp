@@ -49,10 +49,9 @@ void VocoderProcessor::RunChordStage(const ProcessContext& context) {
 
 void VocoderProcessor::RunVoiceStage() {
     AdvanceAge();
+    shortNotes.BeginBlock(*this);
     for (const dsp::Event& event : chordEvents) {
-        if (event.type == dsp::Event::midiType || event.type == dsp::Event::generatedType) {
-            HandleEvent(event);
-        }
+        shortNotes.Send(event, *this);
     }
     ReapVoices();
 }

@@ -82,17 +82,8 @@ void VocoderProcessor::UpdateVoices() {
 /// As if every key was let go, here and at the chord stage; the pedal still holds what it holds.
 void VocoderProcessor::ReleaseAllKeys() {
     Chords().Reset(false);
-    constexpr u8 noteOff = 0x80;
-    for (u32 key = 0; key < PressTable().size(); ++key) {
-        // A press counter is a byte; the bound is for counters that a note-off leaves.
-        for (u32 attempt = 0; attempt < 256 && PressTable()[key] != 0; ++attempt) {
-            dsp::Event event;
-            event.type = dsp::Event::midiType;
-            event.midi[0] = noteOff;
-            event.midi[1] = static_cast<u8>(key);
-            HandleEvent(event);
-        }
-    }
+    shortNotes.Clear();
+    LiftAllKeys();
 }
 
 void VocoderProcessor::UpdateVolume() {
@@ -111,6 +102,8 @@ void VocoderProcessor::UpdateMpe() {
         if (isOn != mpeIsOn) {
             mpeIsOn = isOn;
             SetMpeEnabled(isOn);
+            SetIgnoreChannel(!isOn);
+            Chords().SetIgnoreChannel(!isOn);
             mtsClient->UseMultiChannel(!isOn);
         }
     }

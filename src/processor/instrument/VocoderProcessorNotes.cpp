@@ -34,8 +34,8 @@ u32 VocoderProcessor::NotesForGlide() {
 
 void VocoderProcessor::StartVoice(u32 voice, const engine::NoteInfo& note, bool stealing) {
     StartVoiceExpression(voice, note.channel);
-    if (NotesForGlide() < 2) {
-        // Only notes that are tied to a held one glide.
+    if (NotesForGlide() < 2 && !IsReturning()) {
+        // Only notes that are tied to a held one glide. On the way back, the key just let go was held.
         CarrierSynth().Glide().Reset(false);
     }
     CarrierSynth().Glide().StartNote(voice, note.note, mtsClient.get(), note.channel);

@@ -107,6 +107,7 @@ private:
     void TrackPitch(float pitch, u32 frames);
     /// True with the frequency for the root when there is a pitch to follow.
     bool FollowPitch(float pitch, float& rootFrequency);
+    bool IsSinging();
     void StartMissingVoices(float rootFrequency);
     void StartTrackedVoice(u32 voice, float hz);
     void ListTrackedVoice(u32 voice, float hz);
@@ -117,6 +118,7 @@ private:
     bool HasInterval(u8 interval) const;
     bool IsTracked(u32 voice) const;
     void EndTrackedVoice(u32 voice);
+    void ReleaseUnwanted();
     void ClearEnvelopeSource(u32 voice);
 
     ModulationsManager* modulations = nullptr;
@@ -135,6 +137,8 @@ private:
     /// Seconds without a pitch.
     float holdElapsed = 0.0F;
     bool chordOn = false;
+    /// Of the chord, while that was on.
+    bool rootIsTakenOut = false;
     /// In the order in which they were switched on.
     std::vector<u8> chordIntervals;
     /// In order of their start.

@@ -20,7 +20,7 @@ void Carrier::TrackPitch(float pitch, u32 frames) {
 
 bool Carrier::FollowPitch(float pitch, float& rootFrequency) {
     const bool isValid = pitch >= lowestVoiceFrequency && pitch <= highestVoiceFrequency;
-    if (isValid && Voice(firstTrackedVoice).Envelope().IsGateOpen()) {
+    if (isValid && IsSinging()) {
         pitchSmoother.SetTarget(pitch);
     } else if (isValid) {
         // A new phrase does not slide from the last one.
@@ -44,24 +44,31 @@ bool Carrier::FollowPitch(float pitch, float& rootFrequency) {
     return true;
 }
 
+/// Some tracked voice has not been let go.
+bool Carrier::IsSinging() {
+    return std::any_of(trackedVoices.begin(), trackedVoices.end(),
+                       [this](u32 voice) { return Voice(voice).Envelope().IsGateOpen(); });
+}
+
 void Carrier::StartMissingVoices(float rootFrequency) {
-    if (!chordOn) {
-        if (trackedVoices.empty()) {
-            ListTrackedVoice(firstTrackedVoice, rootFrequency);
-            holdElapsed = 0.0F;
-        }
-        return;
-    }
-    if (trackedVoices.size() == chordIntervals.size()) {
-        return;
-    }
-    for (const u8 interval : chordIntervals) {
+    bool isNews = chordOn && std::any_of(trackedVoices.begin(), trackedVoices.end(), [this](u32 voice) {
+                      return !HasInterval(static_cast<u8>(voice - firstTrackedVoice));
+                  });
+    const auto start = [&](u8 interval) {
         const u32 voice = firstTrackedVoice + interval;
         if (!IsTracked(voice)) {
             ListTrackedVoice(voice, rootFrequency * SemitonesToRatio(interval));
+            isNews = true;
         }
+    };
+    if (chordOn) {
+        std::for_each(chordIntervals.begin(), chordIntervals.end(), start);
+    } else {
+        start(0);
     }
-    holdElapsed = 0.0F;
+    if (isNews) {
+        holdElapsed = 0.0F;
+    }
 }
 
 void Carrier::ListTrackedVoice(u32 voice, float hz) {
@@ -125,8 +132,11 @@ void Carrier::LosePitch(u32 frames) {
     });
 }
 
+/// A root that sounds when the chord comes on goes on, though the chord may not have it; until it is taken
+/// out.
 bool Carrier::IsWanted(u32 voice) const {
-    return voice == firstTrackedVoice || (chordOn && HasInterval(static_cast<u8>(voice - firstTrackedVoice)));
+    return voice == firstTrackedVoice ? !rootIsTakenOut
+                                      : chordOn && HasInterval(static_cast<u8>(voice - firstTrackedVoice));
 }
 
 bool Carrier::HasInterval(u8 interval) const {
@@ -150,24 +160,33 @@ void Carrier::OnParameterChanged(u32 id, float normalizedValue) {
     const bool isOn = normalizedValue > 0.5F;
     if (id == chordOnId) {
         chordOn = isOn;
-        if (!chordOn) {
-            for (const u32 voice : trackedVoices) {
-                if (voice != firstTrackedVoice) {
-                    Voice(voice).Envelope().SetGate(false);
-                }
-            }
-        }
+        rootIsTakenOut = rootIsTakenOut && chordOn;
+        ReleaseUnwanted();
         return;
     }
     if (id < firstKeyId || id >= firstKeyId + trackedVoiceCount) {
         return;
     }
     const u8 interval = static_cast<u8>(id - firstKeyId);
-    if (!isOn) {
-        std::erase(chordIntervals, interval);
-        Voice(firstTrackedVoice + interval).Envelope().SetGate(false);
-    } else if (!HasInterval(interval)) {
+    if (isOn == HasInterval(interval)) {
+        return;
+    }
+    if (isOn) {
         chordIntervals.push_back(interval);
+    } else {
+        std::erase(chordIntervals, interval);
+    }
+    if (interval == 0) {
+        rootIsTakenOut = chordOn && !isOn;
+    }
+    ReleaseUnwanted();
+}
+
+void Carrier::ReleaseUnwanted() {
+    for (const u32 voice : trackedVoices) {
+        if (!IsWanted(voice)) {
+            Voice(voice).Envelope().SetGate(false);
+        }
     }
 }
 

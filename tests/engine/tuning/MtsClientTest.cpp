@@ -112,6 +112,12 @@ TEST(MtsClient, FiltersTheNotesThatTheTuningHasNoPlaceFor) {
     EXPECT_EQ(tuning.state->lastChannel, 4);
     EXPECT_TRUE(client.ShouldFilterNote(61, 16));
     EXPECT_EQ(tuning.state->lastChannel, -1) << "a channel above 15 is unknown";
+    LoadedTuning older("table_only");
+    older.state->table = EqualSteps(19);
+    older.state->unmappedNote = 60;
+    const MtsClient plain(older.path);
+    EXPECT_FALSE(plain.ShouldFilterNote(60, 0));
+    EXPECT_LT(WorstCents(plain, older.state->table, 0), tolerance);
 }
 
 TEST(MtsClient, TakesAChannelsOwnTuningOnlyWhereItIsInForce) {
@@ -140,15 +146,6 @@ TEST(MtsClient, TakesAChannelsOwnTuningOnlyWhereItIsInForce) {
     client.UseMultiChannel(false);
     EXPECT_FALSE(hearsChannel(3)) << "channels are for expression";
     EXPECT_EQ(state.lastChannel, -1);
-}
-
-TEST(MtsClient, AsksAnOlderLibraryOnlyForWhatItHas) {
-    LoadedTuning tuning("table_only");
-    tuning.state->table = EqualSteps(19);
-    tuning.state->unmappedNote = 60;
-    const MtsClient client(tuning.path);
-    EXPECT_FALSE(client.ShouldFilterNote(60, 0));
-    EXPECT_LT(WorstCents(client, tuning.state->table, 0), tolerance);
 }
 
 TEST(MtsClient, IsCountedByTheOneLibraryOfTheProcess) {

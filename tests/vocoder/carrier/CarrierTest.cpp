@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/carrier/Carrier.h"
 
+#include "rigs/FakeVoices.h"
 #include "rigs/MeasurePitch.h"
 #include "rigs/ModuleRig.h"
-#include "rigs/VoiceGame.h"
 
 #include <gtest/gtest.h>
 
@@ -33,7 +33,7 @@ struct Rig {
     std::unique_ptr<Carrier> carrier = std::make_unique<Carrier>();
     std::unique_ptr<Processor::ModulationsManager> modulations =
         std::make_unique<Processor::ModulationsManager>();
-    Test::FakeVoices voices;
+    FakeVoices voices;
     NoExpression expression;
     float pitch = 0.0F;
 
@@ -55,7 +55,7 @@ struct Rig {
     /// As the instrument starts a note.
     u32 Start(u8 note) {
         voices.Send(0x90, note, 100);
-        const u32 voice = voices.orders.back().slot;
+        const auto voice = static_cast<u32>(voices.NewestHeldVoice());
         carrier->Glide().StartNote(voice, note, nullptr, 0);
         carrier->Voice(voice).Envelope().SetParameterValue(dsp::ADSR::Attack, 0.0F);
         carrier->Voice(voice).Envelope().Restart();

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "engine/voices/VoiceManager.h"
+
+#include <array>
+#include <sstream>
+#include <string>
+
+namespace orphia::test {
+
+using Velmora::i32;
+using Velmora::u32;
+using Velmora::u8;
+using Velmora::engine::NoteInfo;
+
+/// Voices without sound that write down their orders: a slot Starts a note afresh, is Taken over by one,
+/// Released, faded (Killed), or Freed. A released or faded one ends when told to.
+class FakeVoices : public Velmora::engine::VoiceManager {
+public:
+    std::string orders;
+    std::array<bool, Velmora::engine::voiceCount> mayEnd{};
+
+    void Send(u32 status, u32 data1, u32 data2) {
+        Velmora::dsp::Event event;
+        event.type = Velmora::dsp::Event::midiType;
+        event.midi[0] = static_cast<u8>(status);
+        event.midi[1] = static_cast<u8>(data1);
+        event.midi[2] = static_cast<u8>(data2);
+        HandleEvent(event);
+    }
+    void Block(bool endsAll) {
+        mayEnd.fill(endsAll);
+        AdvanceAge();
+        ReapVoices();
+    }
+    /// Plays words: +60 and -60 are keys, +60/2 one of channel 2; p and P the pedal down and up; a full stop
+    /// a block at whose end all fades and releases are over, a comma one at whose end none is; a letter and a
+    /// number a setting: m the mode, a the allocation, s the steal mode, l the limit of one note, g legato, n
+    /// the priority, u the unison, c whether channels are ignored, x all keys off.
+    std::string Play(const std::string& words) {
+        constexpr std::array<u32, 6> modes{1, 1, 3, 4, 9, 32};
+        orders.clear();
+        std::istringstream stream(words);
+        for (std::string word; stream >> word;) {
+            const u32 number = word.size() > 1 ? static_cast<u32>(std::stoul(word.substr(1))) : 0;
+            const auto channel = word.find('/') == std::string::npos
+                                     ? 0U
+                                     : static_cast<u32>(std::stoul(word.substr(word.find('/') + 1)));
+            switch (word[0]) {
+            case '+':
+                Send(0x90 + channel, number, 100);
+                break;
+            case '-':
+                Send(0x80 + channel, number, 0);
+                break;
+            case 'm':
+                SetPolyphonyMode(static_cast<i32>(number), modes);
+                break;
+            case 'l':
+                SetSameNoteLimit(number > 0, number);
+                break;
+            case 'x':
+                LiftAllKeys();
+                break;
+            case 'p':
+            case 'P':
+                SetSustain(word[0] == 'p');
+                break;
+            case '.':
+            case ',':
+                Block(word[0] == '.');
+                break;
+            default:
+                Set(word[0], number);
+            }
+        }
+        return orders.substr(0, orders.find_last_not_of(' ') + 1);
+    }
+    void Set(char setting, u32 number) {
+        const auto value = static_cast<i32>(number);
+        setting == 'a'   ? SetAllocation(value)
+        : setting == 's' ? SetStealMode(value)
+        : setting == 'g' ? SetLegato(value)
+        : setting == 'n' ? SetNotePriority(value)
+        : setting == 'u' ? SetUnison(number)
+                         : SetIgnoreChannel(number > 0);
+    }
+
+protected:
+    void Note(char kind, u32 v) { orders += kind + std::to_string(v) + ' '; }
+    void StartVoice(u32 v, const NoteInfo& note, bool stealing) override {
+        orders += std::string(1, stealing ? 'T' : 'S') + std::to_string(v) + ':' + std::to_string(note.note) +
+                  (IsReturning() ? "< " : " ");
+    }
+    bool CanKill(u32 v) override { return mayEnd[v] && (Voice(v).released || Voice(v).killed); }
+    void ReleaseVoiceHook(u32 v) override { Note('R', v); }
+    void OnVoiceKilled(u32 v) override { Note('K', v); }
+    void OnVoiceFinished(u32 v) override { Note('F', v); }
+};
+
+} // namespace orphia::test
