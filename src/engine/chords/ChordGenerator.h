@@ -34,7 +34,7 @@ public:
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
 
-    /// While channels are ignored, as they are at first, a key of any channel keeps a note, and ends it.
+    /// While channels are ignored, as they are at first, keys of one number are one key on all channels.
     void SetIgnoreChannel(bool ignore) { keys.SetIgnoreChannel(ignore); }
     /// The last take gave a chord.
     bool HasRecorded() const { return recordDone; }

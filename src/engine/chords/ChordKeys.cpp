@@ -12,12 +12,10 @@ void ChordKeys::Press(const NoteEvent& key, u32 intervals) {
 }
 
 void ChordKeys::Lift(const NoteEvent& key) {
-    if (pressed[key.channel].Contains(key.number) || !ignoreChannel) {
-        pressed[key.channel].Clear(key.number);
-        return;
-    }
-    for (NoteSet& keys : pressed) {
-        keys.Clear(key.number);
+    for (u32 channel = 0; channel < channelCount; ++channel) {
+        if (ignoreChannel || channel == key.channel) {
+            pressed[channel].Clear(key.number);
+        }
     }
 }
 

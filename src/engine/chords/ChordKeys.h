@@ -23,7 +23,7 @@ public:
 
     /// The key is down and holds these intervals, besides those that it holds already.
     void Press(const NoteEvent& key, u32 intervals);
-    /// The key is up. While channels are ignored, a key that is not down on this channel is lifted on all.
+    /// The key is up; while channels are ignored, it is up on all.
     void Lift(const NoteEvent& key);
     void LiftAll();
     /// Every key lets go of these intervals.

@@ -124,7 +124,7 @@ TEST(ExpressionManager, AgreesWithASimpleModelThroughARandomPerformance) {
         const u32 v = random() % voiceCount;
         const u32 channel = random() % 16;
         const u8 sent = static_cast<u8>(channel + (random() % 2) * 16); // the upper bits say nothing
-        const u32 control = random() % 3;
+        const auto control = static_cast<u32>(random() % 3);
         const float value = static_cast<float>(random() % 1000) / 1000;
         switch (random() % 5) {
         case 0:

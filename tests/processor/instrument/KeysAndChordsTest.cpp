@@ -57,7 +57,7 @@ TEST(KeysAndChords, WithMpeChannelAndNoteAreTheKeyAndAllNotesOffEndsAll) {
         EXPECT_EQ(rig.ActiveCount(), mpe > 0.5F ? 2U : 1U);
         rig.Send({0x81, 60, 0});
         rig.RunSeconds(0.05);
-        EXPECT_EQ(rig.ActiveCount(), 1U) << "the other channel's key is down";
+        EXPECT_EQ(rig.ActiveCount(), mpe > 0.5F ? 1U : 0U) << "the other channel's key is another";
         rig.Send({0x91, 60, 100});
         rig.Send({0x93, 64, 100});
         rig.Run();
