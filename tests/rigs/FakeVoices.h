@@ -39,52 +39,33 @@ public:
     /// number a setting: m the mode, a the allocation, s the steal mode, l the limit of one note, g legato, n
     /// the priority, u the unison, c whether channels are ignored, x all keys off.
     std::string Play(const std::string& words) {
-        constexpr std::array<u32, 6> modes{1, 1, 3, 4, 9, 32};
         orders.clear();
         std::istringstream stream(words);
         for (std::string word; stream >> word;) {
             const u32 number = word.size() > 1 ? static_cast<u32>(std::stoul(word.substr(1))) : 0;
-            const auto channel = word.find('/') == std::string::npos
-                                     ? 0U
-                                     : static_cast<u32>(std::stoul(word.substr(word.find('/') + 1)));
-            switch (word[0]) {
-            case '+':
-                Send(0x90 + channel, number, 100);
-                break;
-            case '-':
-                Send(0x80 + channel, number, 0);
-                break;
-            case 'm':
-                SetPolyphonyMode(static_cast<i32>(number), modes);
-                break;
-            case 'l':
-                SetSameNoteLimit(number > 0, number);
-                break;
-            case 'x':
-                LiftAllKeys();
-                break;
-            case 'p':
-            case 'P':
-                SetSustain(word[0] == 'p');
-                break;
-            case '.':
-            case ',':
-                Block(word[0] == '.');
-                break;
-            default:
-                Set(word[0], number);
+            const u32 channel = word.find('/') != std::string::npos ? static_cast<u32>(word.back() - '0') : 0;
+            if (word[0] == '+' || word[0] == '-') {
+                Send((word[0] == '+' ? 0x90 : 0x80) + channel, number, 100);
+            } else {
+                Do(word[0], number);
             }
         }
         return orders.substr(0, orders.find_last_not_of(' ') + 1);
     }
-    void Set(char setting, u32 number) {
+    void Do(char what, u32 number) {
+        constexpr std::array<u32, 6> modes{1, 1, 3, 4, 9, 32};
         const auto value = static_cast<i32>(number);
-        setting == 'a'   ? SetAllocation(value)
-        : setting == 's' ? SetStealMode(value)
-        : setting == 'g' ? SetLegato(value)
-        : setting == 'n' ? SetNotePriority(value)
-        : setting == 'u' ? SetUnison(number)
-                         : SetIgnoreChannel(number > 0);
+        what == 'm'                  ? SetPolyphonyMode(value, modes)
+        : what == 'a'                ? SetAllocation(value)
+        : what == 's'                ? SetStealMode(value)
+        : what == 'g'                ? SetLegato(value)
+        : what == 'n'                ? SetNotePriority(value)
+        : what == 'l'                ? SetSameNoteLimit(number > 0, number)
+        : what == 'u'                ? SetUnison(number)
+        : what == 'c'                ? SetIgnoreChannel(number > 0)
+        : what == 'x'                ? LiftAllKeys()
+        : what == 'p' || what == 'P' ? SetSustain(what == 'p')
+                                     : Block(what == '.');
     }
 
 protected:

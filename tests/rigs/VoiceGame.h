@@ -84,7 +84,7 @@ private:
         } else if (kind < 13) {
             SetMode();
         } else if (kind < 16) {
-            voices.Set(player.AnyOf(std::array{'a', 's', 'g'}), player.Below(3));
+            voices.Do(player.AnyOf(std::array{'a', 's', 'g'}), player.Below(3));
         } else if (kind < 17) {
             LiftAll();
         } else if (kind < 18) {
@@ -105,8 +105,7 @@ private:
         chords.SetIgnoreChannel(ignore);
     }
     void SetMode() {
-        constexpr std::array<u32, 3> modes{1, 1, 32};
-        voices.SetPolyphonyMode(static_cast<i32>(player.Below(3)), modes);
+        voices.Do('m', player.AnyOf(std::array{0U, 1U, 5U}));
         BeUnsure();
         monoIsSure = down.empty() && voices.HeldNoteCount() == 0 && PlaysKeysThemselves();
     }
