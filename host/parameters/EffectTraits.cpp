@@ -44,7 +44,7 @@ constexpr std::array effectRows = {
     Row{"_LowCut", {Control, Hertz, "takes away what is below"}},
     Row{"_HighCut", {Control, Hertz, "takes away what is above"}},
     Row{"_Dattorro_SyncRate", Choice("pre-delay to the beat", echoes)},
-    Row{"_Delay_SyncRate", Choice("time to the beat", echoes)},
+    Row{"_Delay_SyncRate", Choice("time to the beat; above 2 s halved", echoes)},
     Row{"_SyncRate", Choice("length of a swing to the beat", cycles)},
 
     Row{"_Dattorro_PreDelay", {Control, Millisecond, "before the reverb begins"}},

@@ -73,15 +73,6 @@ std::vector<Signal> Play(M& effect, const Signal& left, const Signal& right, con
     return outputs;
 }
 
-/// Largest second difference between two frames.
-inline float Roughness(const Signal& signal, std::size_t from, std::size_t to) {
-    float most = 0.0F;
-    for (std::size_t n = from + 2; n < to; ++n) {
-        most = std::max(most, std::abs(signal[n] - 2.0F * signal[n - 1] + signal[n - 2]));
-    }
-    return most;
-}
-
 /// Peak from one frame to another of what lies above 6 kHz at 44100 Hz: what a click adds to a deep tone,
 /// which is itself 120 dB down.
 inline double PeakAbove6k(const Signal& signal, std::size_t from, std::size_t to) {

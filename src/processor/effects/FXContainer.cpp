@@ -5,6 +5,8 @@
 #include "dsp/framework/ProcessContext.h"
 #include "dsp/framework/RunChild.h"
 
+#include <algorithm>
+#include <cmath>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -17,6 +19,11 @@ using dsp::ModuleParam;
 using dsp::ProcessContext;
 
 static_assert(FXContainer::parameterCount == 698);
+
+/// Of a unit: the lookahead of the compressor, or some frames at any rate.
+constexpr float longestLatencySeconds = 0.0101F;
+constexpr u32 latencyFrames = 32;
+constexpr float realignSeconds = 0.025F;
 
 std::vector<ModuleParam> Records() {
     return dsp::RecordsOf({dsp::Declare::Switch("FX_Routing"), dsp::Declare::Switch("FX_Enable")});
@@ -35,16 +42,26 @@ FXContainer::FXContainer(std::string moduleName)
                       std::make_tuple("FX2"), std::make_tuple("FX3")),
       slots{&Child<0>(), &Child<1>(), &Child<2>()} {}
 
-void FXContainer::OnInitialize(float /*sampleRate*/, u32 maxBlockSize) {
+void FXContainer::OnInitialize(float sampleRate, u32 maxBlockSize) {
     buffers.Allocate(2 * slotCount, maxBlockSize);
+    const auto longest = static_cast<u32>(std::ceil(longestLatencySeconds * sampleRate)) + latencyFrames;
+    for (Path& path : paths) {
+        for (dsp::SteadyDelay& side : path) {
+            side.Allocate(longest, std::max(static_cast<u32>(realignSeconds * sampleRate), 1U));
+        }
+    }
 }
 
-void FXContainer::OnReset(bool /*hard*/) {}
+void FXContainer::OnReset(bool /*hard*/) {
+    latency = 0;
+    startsPaths = true;
+}
 
 bool FXContainer::UpdateParameters(ProcessContext& /*context*/) {
     if (additional.anyParameterChanged) {
         if (AdditionalChanged(Routing)) {
             isParallel = AdditionalValue(Routing) > 0.5F;
+            startsPaths = true;
         }
         if (AdditionalChanged(Enable) && additional.parameters[Enable].GetNormalized() < 0.5F) {
             Reset(false);
@@ -57,6 +74,7 @@ bool FXContainer::Process(ProcessContext& context) {
     if (context.numOutputs < outputCount) {
         return false;
     }
+    latency = 0;
     if (additional.parameters[Enable].GetNormalized() < 0.5F) {
         for (u32 channel = 0; channel < outputCount; ++channel) {
             dsp::CopyChannel(context, channel);
@@ -75,12 +93,17 @@ void FXContainer::RunSeries(const ProcessContext& context) {
     RunSlot(0, context, context.InputOrNull(0), context.InputOrNull(1), first);
     RunSlot(1, context, first[0], first[1], second);
     RunSlot(2, context, second[0], second[1], {context.outputs[0], context.outputs[1]});
+    for (FXVariant* slot : slots) {
+        latency += slot->Latency();
+    }
 }
 
 void FXContainer::RunParallel(const ProcessContext& context) {
     for (u32 slot = 0; slot < slotCount; ++slot) {
         RunSlot(slot, context, context.InputOrNull(0), context.InputOrNull(1), WorkBuffers(slot));
+        latency = std::max(latency, slots[slot]->Latency());
     }
+    AlignPaths(context.numFrames);
     for (u32 channel = 0; channel < outputCount; ++channel) {
         const float* a = WorkBuffers(0)[channel];
         const float* b = WorkBuffers(1)[channel];
@@ -90,6 +113,21 @@ void FXContainer::RunParallel(const ProcessContext& context) {
             out[n] = MeanOfThree(a[n], b[n], c[n]);
         }
     }
+}
+
+void FXContainer::AlignPaths(u32 frames) {
+    for (u32 slot = 0; slot < slotCount; ++slot) {
+        for (u32 side = 0; side < outputCount; ++side) {
+            dsp::SteadyDelay& delay = paths[slot][side];
+            delay.SetDelay(latency - slots[slot]->Latency());
+            if (startsPaths) {
+                delay.Clear();
+            }
+            float* sound = WorkBuffers(slot)[side];
+            std::transform(sound, sound + frames, sound, [&delay](float x) { return delay.Tick(x); });
+        }
+    }
+    startsPaths = false;
 }
 
 void FXContainer::RunSlot(u32 slot, const ProcessContext& context, const float* left, const float* right,

@@ -16,6 +16,7 @@
 #include "vocoder/modulator/VocoderModulator.h"
 
 #include <array>
+#include <atomic>
 #include <string>
 #include <vector>
 
@@ -67,6 +68,8 @@ public:
     /// The paths of the samples, UTF-8; loading begins with the next block or FinishLoading.
     bool SetParameterData(u32 id, const void* data, u32* size) override;
     ParameterData GetParameterData(u32 id) override;
+    /// Of the effects, as of the last block; may be asked on any thread.
+    u32 GetExtraLatency() override { return effectsLatency.load(std::memory_order_relaxed); }
 
     /// Samples are being loaded.
     bool IsLoading() { return Modulator().IsLoading(); }
@@ -160,6 +163,7 @@ private:
     i32 outputSelection = CarrierMonitor;
     bool mpeIsOn = false;
     LfoFeedback lfoFeedback;
+    std::atomic<u32> effectsLatency{0};
     std::array<std::vector<u8>, VocoderModulator::sampleCount> sampleData;
 };
 

@@ -122,6 +122,7 @@ void VocoderProcessor::RunVocoder(const ProcessContext& context) {
 }
 
 void VocoderProcessor::WriteOutput(const ProcessContext& context) {
+    effectsLatency.store(0, std::memory_order_relaxed);
     switch (outputSelection) {
     case VocoderOutput:
         RunEffects(context);
@@ -143,6 +144,7 @@ void VocoderProcessor::RunEffects(const ProcessContext& context) {
     ProcessContext child =
         context.ForChild(inputs.data(), inputs.size(), context.outputs, context.numOutputs);
     dsp::RunChild(Effects(), child);
+    effectsLatency.store(Effects().Latency(), std::memory_order_relaxed);
 }
 
 void VocoderProcessor::WriteMonitor(const ProcessContext& context, BodeVocoder::Output left,

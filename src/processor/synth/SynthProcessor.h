@@ -103,7 +103,7 @@ public:
     virtual bool SetParameterData(u32 id, const void* data, u32* size) = 0;
     /// Text for a parameter; there is none at present.
     virtual void GetTooltipText(u32 id, u32 capacity, char* text);
-    /// Frames of latency above the one block that hosts count anyway.
+    /// Frames of latency above the one block that hosts count anyway. Changes with the settings.
     virtual u32 GetExtraLatency() { return 0; }
     /// What a data parameter holds; size 0 for none. Valid until the next SetParameterData.
     virtual ParameterData GetParameterData(u32 id) = 0;

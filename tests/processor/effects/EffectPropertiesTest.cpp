@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What every effect of a slot keeps, whatever it does to the sound. A new one is a row of the table.
+// What every effect of a slot keeps, whatever it does to the sound. A new one is a paragraph of effects.txt.
 #include "dsp/math/DenormalGuard.h"
 #include "processor/effects/FXVariant.h"
 #include "rigs/EffectRig.h"
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
 #include <random>
 #include <set>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -16,161 +21,81 @@ using Velmora::Processor::FXVariant;
 
 constexpr u32 none = 1000;
 
-enum Trait : u32 {
-    /// Faults in the sound are silence; else they are only forgotten.
-    HearsFaultsAsSilence = 1,
-    /// At a "DryWet" of 0 the sound passes to the bit.
-    PassesWhenDry = 2,
-    MayWorkInPlace = 4,
-    /// Its controls glide from frame to frame; else from block to block.
-    GlidesByFrames = 8,
-    Everything = 15
-};
-
-/// Ids are those of the effect's own.
+/// A paragraph of effects.txt. Ids are those of the effect's own.
 struct Effect {
-    FXVariant::Type type;
-    /// Of any settings at full scale.
-    float loudest;
-    /// In dB: what the jump of a control may add above 6 kHz; see NoControlClicks.
-    double roughest;
-    u32 traits = Everything;
-    /// The controls act under these settings, some only under further ones.
-    Settings sounding = {};
+    u32 type = 0;
+    float loudest = 0.0F;
+    double roughest = 0.0;
+    std::set<std::string> lacks = {};
     std::vector<std::pair<u32, Settings>> further = {};
-    /// In which a jump of a control is the roughest thing.
-    Settings calm = {};
-    /// Steps of these are steps of the sound.
-    std::set<u32> stepped = {};
-    std::set<u32> inaudible = {};
-    /// What is not to be moved: under other settings it keeps less.
-    Settings fixed = {};
-    /// Both sides are alike under these settings.
-    Settings alike = {};
-    /// Controls of a drive and the position from which on each takes its gain back, and what lets it be
-    /// heard.
-    std::vector<std::pair<u32, float>> drives = {};
-    Settings open = {};
-    /// What "TempoSync" and "SyncRate" replace, in Hz.
-    u32 rate = none;
+    /// Of all other lines, by their first word; what has no value has 1.
+    std::map<std::string, Settings> lines = {};
+
+    Settings Under(const std::string& line) const {
+        return lines.count(line) != 0 ? lines.at(line) : Settings();
+    }
+    bool Lists(const std::string& line, u32 id) const {
+        const Settings settings = Under(line);
+        return std::any_of(settings.begin(), settings.end(),
+                           [id](const auto& item) { return item.first == id; });
+    }
+    u32 Rate() const { return lines.count("rate") != 0 ? lines.at("rate")[0].first : none; }
 };
 
 void PrintTo(const Effect& effect, std::ostream* out) { *out << FXVariant::typeNames[effect.type]; }
 
-constexpr u32 Pan(u32 id) { return StereoPan::ParameterId(id); }
-using Filter = MultiModeFilterPresetChromataFX;
-using Eq = ParamEq<5>;
-using T = FXVariant;
-
-std::vector<std::pair<u32, Settings>> For(u32 first, u32 last, const Settings& settings) {
-    std::vector<std::pair<u32, Settings>> further;
-    for (u32 id = first; id <= last; ++id) {
-        further.emplace_back(id, settings);
+/// The rest of a line, up to a colon.
+Settings ReadSettings(std::istream& line, FXVariant& slot, u32 type) {
+    Settings settings;
+    std::string item;
+    while (line >> item && item != ":") {
+        const auto equals = std::min(item.find('='), item.size());
+        const auto star = std::min(item.find('*'), equals);
+        const std::string part = "_" + item.substr(0, star);
+        const float value = equals < item.size() ? std::stof(item.substr(equals + 1)) : 1.0F;
+        for (u32 id = FXVariant::firstIds[type]; id < FXVariant::firstIds[type + 1]; ++id) {
+            const std::string name = NameOf(slot, id);
+            if (star < equals ? name.find(part) != std::string::npos : name.ends_with(part)) {
+                settings.emplace_back(id - FXVariant::firstIds[type], value);
+            }
+        }
     }
-    return further;
+    return settings;
 }
 
 std::vector<Effect> Effects() {
-    using C = Compressor;
-    const u32 panShape = StereoPan::LFOId(StereoPan::PanLFO, LFOSimple::Shape);
-    const u32 panRate = StereoPan::LFOId(StereoPan::PanLFO, LFOSimple::Rate);
-    return {
-        {.type = T::ReverbType,
-         .loudest = 200.0F,
-         .roughest = -65,
-         .sounding = {{Reverb::DryWet, 0.8F}},
-         .calm = {{Reverb::DryWet, 0.7F}}},
-        {.type = T::DelayType,
-         .loudest = 10.0F,
-         .roughest = -62,
-         .sounding = {{Delay::DryWet, 0.7F}, {Delay::Time, 100.0F}},
-         .calm = {{Delay::DryWet, 0.5F}, {Delay::Time, 100.0F}, {Delay::Feedback, 0.0F}},
-         .alike = {{Delay::Mode, DelaySettings::Cross}, {Delay::Time, 20.0F}, {Delay::Wow, 0.0F}}},
-        {.type = T::ChorusType,
-         .loudest = 30.0F,
-         .roughest = -63,
-         .sounding = {{Chorus::DryWet, 0.9F}},
-         .further = {{Chorus::TempoSync, {{Chorus::Freq, 4.0F}}}},
-         .calm = {{Chorus::Feedback, 0.3F}, {Chorus::Spread, 0.5F}, {Chorus::Drift, 0.5F}},
-         .alike = {{Chorus::StereoMode, ChorusSettings::Mono}},
-         .rate = Chorus::Freq},
-        {.type = T::FlangerType,
-         .loudest = 20.0F,
-         .roughest = -64,
-         .sounding = {{Flanger::Freq, 2.0F}},
-         .alike = {{Flanger::StereoPhase, 0.0F}},
-         .rate = Flanger::Freq},
-        {.type = T::PhaserType,
-         .loudest = 10.0F,
-         .roughest = -50,
-         .sounding = {{Phaser::LFOFreq, 3.0F}, {Phaser::EnvAmount, 1.0F}},
-         .further =
-             For(Phaser::PatternLength, Phaser::Step8, {{Phaser::LFOShape, 7.0F}, {Phaser::LFOFreq, 4.0F}}),
-         .alike = {{Phaser::StereoPhase, 0.0F}},
-         .drives = {{Phaser::Drive, 0.0F}},
-         .rate = Phaser::LFOFreq},
-        {.type = T::TubeScreamerType,
-         .loudest = 250.0F,
-         .roughest = -44,
-         .traits = Everything - PassesWhenDry,
-         .sounding = {{TubeScreamer808::Level, -10.0F}},
-         .calm = {{TubeScreamer808::Drive, 22.0F}},
-         .drives = {{TubeScreamer808::Drive, 0.0F}, {TubeScreamer808::Input, 0.0F}}},
-        {.type = T::CompressorType,
-         .loudest = 1e6F,
-         .roughest = -75,
-         .traits = HearsFaultsAsSilence | MayWorkInPlace,
-         .sounding = {{C::Threshold, -30.0F}},
-         .further = {{C::KneeWidth, {{C::Threshold, -10.0F}}},
-                     {C::LevelMeasureAtMs, {{C::LevelMeasureSmoothAR, 1.0F}}},
-                     {C::LevelMeasureReMs, {{C::LevelMeasureSmoothAR, 1.0F}}},
-                     {C::LookaheadTimeMs, {{C::LookaheadEnable, 1.0F}}},
-                     {C::GRLimit, {{C::GRLimitEnable, 1.0F}}},
-                     {C::GRLimitEnable, {{C::GRLimit, -3.0F}}}},
-         .stepped = {C::ConfOnlyComputeGain, C::LookaheadEnable},
-         .inaudible = {C::OutGainReduction, C::SideChain},
-         .fixed = {{C::ConfOnlyComputeGain, 1.0F}}},
-        {.type = T::BitCrusherType,
-         .loudest = 20.0F,
-         .roughest = -70,
-         .traits = Everything - PassesWhenDry,
-         .sounding = {{BitCrusher::Bits, 3.0F}},
-         .further = For(0, 15, {{BitCrusher::SampleRate, 6000.0F}}),
-         .calm = {{BitCrusher::Bits, 16.0F}, {BitCrusher::Curve, 0.0F}, {BitCrusher::SampleRate, 48000.0F}},
-         .stepped = {BitCrusher::Bits, BitCrusher::SampleRate, BitCrusher::BitErrors},
-         // From 0 dB on.
-         .drives = {{BitCrusher::Drive, 0.4F}}},
-        {.type = T::FilterType,
-         .loudest = 20.0F,
-         .roughest = -80,
-         .sounding = {{Filter::LFOAmount, 2.0F}, {Filter::LFOFreq, 3.0F}},
-         .further = For(Filter::EnvAttack, Filter::EnvRelease, {{Filter::EnvAmount, 3.0F}}),
-         .drives = {{Filter::Drive, 0.0F}},
-         .open = {{Filter::EnvAmount, 0.0F}, {Filter::Cutoff, 20000.0F}},
-         .rate = Filter::LFOFreq},
-        {.type = T::ParamEqType,
-         .loudest = 1e4F,
-         .roughest = -54,
-         .traits = MayWorkInPlace,
-         .sounding = {{Eq::GainId(0), 12.0F},
-                      {Eq::GainId(1), 12.0F},
-                      {Eq::GainId(2), 12.0F},
-                      {Eq::GainId(3), 12.0F},
-                      {Eq::GainId(4), 12.0F}},
-         .stepped = {Eq::Stereo, Eq::OnId(0), Eq::OnId(1), Eq::OnId(2), Eq::OnId(3), Eq::OnId(4),
-                     Eq::ModeId(0), Eq::ModeId(1), Eq::ModeId(2), Eq::ModeId(3), Eq::ModeId(4)},
-         .inaudible = {Eq::SmoothOn}},
-        {.type = T::StereoPanType,
-         .loudest = 10.0F,
-         .roughest = -77,
-         .traits = Everything - MayWorkInPlace,
-         .sounding = {{Pan(StereoPan::LevelDepth), 0.5F},
-                      {panRate, 5.0F},
-                      {Pan(StereoPan::BassMono), 100.0F}},
-         .further =
-             For(Pan(StereoPan::FirstStep), StereoPan::parameterCount - 1, {{panShape, LFOSimple::Steps}}),
-         .calm = {{Pan(StereoPan::LevelDepth), 0.5F}},
-         .alike = {{Pan(StereoPan::PanDepth), 0.0F}, {Pan(StereoPan::StereoPhase), 0.0F}}}};
+    const auto slot = std::make_unique<FXVariant>("");
+    std::ifstream file(std::filesystem::path(ORPHIA_EXAMPLES) / "../tests/processor/effects/effects.txt");
+    std::vector<Effect> effects;
+    for (std::string text; std::getline(file, text);) {
+        std::istringstream line(text);
+        std::string word;
+        line >> word;
+        if (word == "effect") {
+            line >> word;
+            const auto& names = FXVariant::typeNames;
+            effects.push_back(
+                {static_cast<u32>(std::find(names.begin(), names.end(), word) - names.begin())});
+        } else if (!word.empty() && word != "#") {
+            Effect& effect = effects.back();
+            if (word == "loudest") {
+                line >> effect.loudest;
+            } else if (word == "roughest") {
+                line >> effect.roughest;
+            } else if (word == "lacks") {
+                effect.lacks = {std::istream_iterator<std::string>(line), {}};
+            } else if (word == "further") {
+                const Settings needy = ReadSettings(line, *slot, effect.type);
+                const Settings settings = ReadSettings(line, *slot, effect.type);
+                for (const auto& [id, unused] : needy) {
+                    effect.further.emplace_back(id, settings);
+                }
+            } else {
+                effect.lines[word] = ReadSettings(line, *slot, effect.type);
+            }
+        }
+    }
+    return effects;
 }
 
 template <u32 in, u32 out, class... Modules>
@@ -180,31 +105,33 @@ std::vector<std::vector<u32>> ModulationInputs(const ModuleVariant<in, out, Modu
 
 /// The effect in a slot that holds nothing else to be heard.
 struct Unit {
-    FXVariant::Type type;
+    u32 type;
     Settings fixed;
     std::unique_ptr<FXVariant> slot = std::make_unique<FXVariant>("");
 
     explicit Unit(const Effect& effect, const Settings& settings = {}, float rate = 44100.0F)
-        : type(effect.type), fixed(effect.fixed) {
+        : type(effect.type), fixed(effect.Under("fixed")) {
         slot->SetParameterValue(FXVariant::ParameterId(FXVariant::ModuleType), static_cast<float>(type));
         slot->Initialize(rate, 64);
         Set(settings);
     }
     void Set(const Settings& settings) {
         for (const auto& [id, value] : settings) {
-            slot->SetParameterValue(FXVariant::IdOf(type, id), value);
+            slot->SetParameterValue(FXVariant::firstIds[type] + id, value);
         }
     }
-    void Move(u32 id, float position) { slot->SetParameterNormalized(FXVariant::IdOf(type, id), position); }
+    void Move(u32 id, float position) {
+        slot->SetParameterNormalized(FXVariant::firstIds[type] + id, position);
+    }
     void MoveAll(const std::vector<float>& positions) {
         for (u32 id = 0; id < Count(); ++id) {
             Move(id, positions[id]);
         }
         Set(fixed);
     }
-    float Value(u32 id) { return slot->FindParameter(FXVariant::IdOf(type, id))->GetValue(); }
+    float Value(u32 id) { return slot->FindParameter(FXVariant::firstIds[type] + id)->GetValue(); }
     u32 Count() const { return FXVariant::firstIds[type + 1] - FXVariant::firstIds[type]; }
-    std::string Name(u32 id) { return NameOf(*slot, FXVariant::IdOf(type, id)); }
+    std::string Name(u32 id) { return NameOf(*slot, FXVariant::firstIds[type] + id); }
     /// The one of a name, or none.
     u32 Find(const std::string& name) {
         u32 id = 0;
@@ -227,7 +154,7 @@ protected:
     const Effect& effect = GetParam();
     std::mt19937 random{GetParam().type};
 
-    bool Has(Trait trait) const { return (effect.traits & trait) != 0; }
+    bool Has(const std::string& trait) const { return effect.lacks.count(trait) == 0; }
     Unit Make(const Settings& settings = {}, float rate = 44100.0F) const {
         return Unit(effect, settings, rate);
     }
@@ -260,7 +187,7 @@ TEST_P(EffectTest, BlocksOfAnySizeAndSharedBuffersGiveTheSameBits) {
         Unit cut = Make();
         Unit inPlace = Make();
         // The second pass runs while everything glides.
-        for (int pass = 0; pass < (Has(GlidesByFrames) ? 2 : 1); ++pass) {
+        for (int pass = 0; pass < (Has("frames") ? 2 : 1); ++pass) {
             const auto positions = Positions();
             for (Unit* unit : {&whole, &cut, &inPlace}) {
                 unit->MoveAll(positions);
@@ -280,7 +207,7 @@ TEST_P(EffectTest, BlocksOfAnySizeAndSharedBuffersGiveTheSameBits) {
                 pointers[1] = &io[1][n];
                 RunInPlace(*inPlace.slot, pointers, {&io[0][n], &io[1][n]}, 40);
             }
-            EXPECT_TRUE(!Has(MayWorkInPlace) || io == expected) << round;
+            EXPECT_TRUE(!Has("in-place") || io == expected) << round;
         }
     }
 }
@@ -312,7 +239,7 @@ TEST_P(EffectTest, FaultsInSoundAndControlsDoNotStick) {
     const auto expected = Make().Play(clean);
     Unit unit = Make();
     const auto heard = unit.Play(faulty);
-    EXPECT_TRUE(!Has(HearsFaultsAsSilence) || heard == expected);
+    EXPECT_TRUE(!Has("faults") || heard == expected);
     unit.slot->Reset(false);
     EXPECT_EQ(unit.Play(clean), expected);
     for (u32 id = 0; id < unit.Count(); ++id) {
@@ -361,7 +288,7 @@ TEST_P(EffectTest, EveryControlIsHeardAndModulationIsTheSameAsAMove) {
     for (u32 id = 0; id < Make().Count(); ++id) {
         std::vector<Signal> ends[2];
         for (const u32 end : {0U, 1U}) {
-            Unit unit = Make(effect.sounding);
+            Unit unit = Make(effect.Under("sounding"));
             if (id == unit.Find("SyncRate")) {
                 unit.Set({{unit.Find("TempoSync"), 1.0F}});
             }
@@ -373,13 +300,13 @@ TEST_P(EffectTest, EveryControlIsHeardAndModulationIsTheSameAsAMove) {
             ends[end] = unit.Play(sound);
         }
         const double difference = Difference(ends[0], ends[1]);
-        EXPECT_TRUE(difference > 0.01 || effect.inaudible.count(id) != 0)
+        EXPECT_TRUE(difference > 0.01 || effect.Lists("inaudible", id))
             << Make().Name(id) << ": " << difference;
     }
     const auto modulated = Make().Modulated();
     for (u32 i = 0; i < modulated.size(); ++i) {
-        Unit set = Make(effect.sounding);
-        Unit moved = Make(effect.sounding);
+        Unit set = Make(effect.Under("sounding"));
+        Unit moved = Make(effect.Under("sounding"));
         set.Move(modulated[i], 0.75F);
         moved.Move(modulated[i], 0.25F);
         EXPECT_EQ(moved.Play(sound, {2 + i, 0.5F}), set.Play(sound)) << "input " << 2 + i;
@@ -394,8 +321,8 @@ TEST_P(EffectTest, NoControlClicks) {
     for (u32 at = 0; at < 2 * Make().Count(); ++at) {
         const u32 id = at / 2;
         const auto from = static_cast<float>(at % 2);
-        if (effect.stepped.count(id) == 0) {
-            Unit unit = Make(effect.calm);
+        if (!effect.Lists("stepped", id)) {
+            Unit unit = Make(effect.Under("calm"));
             unit.Move(id, from);
             Signal heard = unit.Play({sine, sine})[0];
             unit.Move(id, 1.0F - from);
@@ -419,16 +346,16 @@ TEST_P(EffectTest, ADriveIsNoVolume) {
         x = 0.846F * (treble - bass);
     }
     ASSERT_NEAR(Rms(programme), 0.1, 0.003);
-    for (const auto& [id, first] : effect.drives) {
+    for (const auto& [id, first] : effect.Under("drives")) {
         const auto levelAt = [&, drive = id](float position) {
-            Unit unit = Make(effect.open);
+            Unit unit = Make(effect.Under("open"));
             unit.Move(drive, position);
             return 20.0 * std::log10(Rms(unit.Play({programme, programme})[0], 4400));
         };
         for (float position = first; position <= 1.0F; position += 0.1F) {
             EXPECT_NEAR(levelAt(position), levelAt(first), 2.0) << Make().Name(id) << " at " << position;
         }
-        Unit unit = Make(effect.open);
+        Unit unit = Make(effect.Under("open"));
         float peaks[4];
         for (u32 i = 0; i < 4; ++i) {
             unit.Move(id, i % 2 == 0 ? first : 1.0F);
@@ -436,6 +363,57 @@ TEST_P(EffectTest, ADriveIsNoVolume) {
         }
         EXPECT_LT(std::max(peaks[2], peaks[3]), 1.5F * std::max(peaks[0], peaks[1]))
             << Make().Name(id) << " swells";
+    }
+}
+
+/// Types and bypasses, there and back, slowly and within the fades, while a low tone plays.
+TEST_P(EffectTest, SwitchedInAndOutAndBackItDoesNotClick) {
+    constexpr float own = -1.0F;
+    struct Move {
+        u32 id;
+        float value;
+        std::size_t frames;
+    };
+    using V = FXVariant;
+    const std::vector<Move> rows[] = {
+        {{V::ModuleType, 0.0F, 8800}, {V::ModuleType, own, 26400}},
+        {{V::ModuleType, 0.0F, 440}, {V::ModuleType, own, 26400}},
+        {{V::ModuleType, 0.0F, 1760}, {V::ModuleType, own, 440}, {V::ModuleType, 0.0F, 440}},
+        {{V::Bypass, 1.0F, 8800}, {V::Bypass, 0.0F, 26400}},
+        {{V::Bypass, 1.0F, 440}, {V::Bypass, 0.0F, 26400}},
+        {{V::Bypass, 1.0F, 440},
+         {V::ModuleType, 0.0F, 440},
+         {V::ModuleType, own, 440},
+         {V::Bypass, 0.0F, 8800}},
+        {{V::CrossfadeOnBypass, 0.0F, 440}, {V::CrossfadeOnBypass, 1.0F, 440}, {V::Bypass, 1.0F, 8800}},
+        {{V::CrossfadeOnBypass, 1.0F, 0}, {V::Bypass, 1.0F, 880}, {V::CrossfadeOnBypass, 1.0F, 8800}}};
+    for (const auto& row : rows) {
+        Unit unit = Make(effect.Under("calm"));
+        if (effect.type == V::CompressorType) {
+            unit.Set({{Compressor::LookaheadEnable, 1.0F}});
+        }
+        for (const u32 fade : {V::CrossfadeOnBypass, V::FadeOnModuleChange}) {
+            unit.slot->SetParameterValue(V::ParameterId(fade), 1.0F);
+        }
+        Signal heard;
+        const auto play = [&](std::size_t frames) {
+            const Signal all = Tone(heard.size() + frames, 210.0, 44100.0, 0.25);
+            const Signal tone(all.begin() + static_cast<std::ptrdiff_t>(heard.size()), all.end());
+            const Signal out = unit.Play({tone, tone})[0];
+            heard.insert(heard.end(), out.begin(), out.end());
+        };
+        play(44000);
+        for (const auto& [id, value, frames] : row) {
+            unit.slot->SetParameterValue(V::ParameterId(id),
+                                         value == own ? static_cast<float>(effect.type) : value);
+            play(frames);
+        }
+        play(8800);
+        // Of its own making.
+        const double steady = PeakAbove6k(heard, 33000, 44000);
+        EXPECT_LT(steady, 3e-5);
+        EXPECT_LT(PeakAbove6k(heard, 43600, heard.size()), std::max(1.3e-4, 1.4 * steady))
+            << "row " << &row - rows;
     }
 }
 
@@ -458,35 +436,65 @@ TEST_P(EffectTest, AfterTheSoundThereIsSilenceInTheEnd) {
 TEST_P(EffectTest, SidesAreTreatedAlikeAndADrySoundIsNotTouched) {
     const auto sound = Sound(17600);
     if (effect.type != FXVariant::ReverbType) {
-        const auto ahead = Make(effect.alike).Play(sound);
-        const auto swapped = Make(effect.alike).Play({sound[1], sound[0]});
+        const auto ahead = Make(effect.Under("alike")).Play(sound);
+        const auto swapped = Make(effect.Under("alike")).Play({sound[1], sound[0]});
         EXPECT_EQ(swapped[0], ahead[1]);
         EXPECT_EQ(swapped[1], ahead[0]);
     }
-    Unit unit = Make();
-    if (Has(PassesWhenDry) && unit.Find("DryWet") != none) {
-        unit.Set({{unit.Find("DryWet"), 0.0F}});
-        EXPECT_EQ(unit.Play(sound), sound);
+    const u32 mix = Make().Find("DryWet");
+    const u32 wetAlone = Make().Find("DryWetMode");
+    if (wetAlone != none) {
+        EXPECT_EQ(Make({{wetAlone, 1.0F}}).Play(sound), Make({{mix, 1.0F}}).Play(sound));
+    }
+    if (Has("dry") && mix != none) {
+        EXPECT_EQ(Make({{mix, 0.0F}}).Play(sound), sound);
     }
 }
 
 TEST_P(EffectTest, InTimeWithTheSongACycleTakesItsBeats) {
     const float beats[] = {32.0F, 16.0F, 12.0F, 8.0F, 6.0F, 4.0F, 3.0F, 2.0F, 1.5F, 1.0F, 2.0F / 3.0F, 0.5F};
     const auto sound = Sound(8800);
-    for (u32 step = 0; effect.rate != none && step < std::size(beats); ++step) {
+    for (u32 step = 0; effect.Rate() != none && step < std::size(beats); ++step) {
         for (const float tempo : {137.0F, 102.5F}) {
-            Unit free = Make(effect.sounding);
-            free.Set({{effect.rate, tempo / (60.0F * beats[step])}});
+            Unit free = Make(effect.Under("sounding"));
+            free.Set({{effect.Rate(), tempo / (60.0F * beats[step])}});
             const auto expected = free.Play(sound);
             // Without a tempo the rate is free.
             for (const float told : {tempo, 0.0F, -1.0F, notANumber, infinity}) {
-                Unit synced = Make(effect.sounding);
+                Unit synced = Make(effect.Under("sounding"));
                 synced.Set({{synced.Find("TempoSync"), 1.0F},
                             {synced.Find("SyncRate"), static_cast<float>(step)},
-                            {effect.rate, told == tempo ? 1.0F : tempo / (60.0F * beats[step])}});
+                            {effect.Rate(), told == tempo ? 1.0F : tempo / (60.0F * beats[step])}});
                 EXPECT_EQ(synced.Play(sound, {0, 0.0F, told}), expected) << step << " at " << told;
             }
         }
+    }
+}
+
+/// Whenever it came to the song.
+TEST_P(EffectTest, WhileTheSongPlaysTheCycleIsWhereTheSongIs) {
+    const auto noise = Sound(44000);
+    std::vector<Signal> heard;
+    for (const std::size_t before : {440U, 8800U, 22000U}) {
+        Unit unit = Make(effect.Under("sounding"));
+        if (effect.Rate() == none || unit.Find("SyncRate") == none) {
+            return;
+        }
+        unit.Set({{unit.Find("TempoSync"), 1.0F}, {unit.Find("SyncRate"), 7.0F}});
+        if (unit.Find("Drift") != none) {
+            unit.Set({{unit.Find("Drift"), 0.0F}});
+        }
+        unit.Play(Sound(before));
+        for (int second = 0; second < 5; ++second) {
+            const float beat = 10.0F + 2.5F * static_cast<float>(second) * 44000.0F / 44100.0F;
+            auto out = unit.Play(noise, {0, 0.0F, 150.0F, true, beat});
+            if (second == 4) {
+                heard.push_back(out[0]);
+            }
+        }
+    }
+    for (const std::size_t other : {1U, 2U}) {
+        EXPECT_LT(Difference({heard[0], heard[0]}, {heard[other], heard[other]}), 0.05 * Rms(heard[0]));
     }
 }
 

@@ -1,21 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "processor/effects/FXContainer.h"
 
-#include "rigs/OscillatorRig.h"
-#include "rigs/StageRig.h"
-
-#include <gtest/gtest.h>
+#include "rigs/EffectRig.h"
 
 #include <memory>
 
 namespace {
 
 using namespace Velmora::Test;
-using orphia::test::NameOf;
+using namespace Velmora::dsp;
 using orphia::test::Peak;
+using orphia::test::PeakAbove6k;
 using Velmora::u32;
-using Velmora::dsp::StereoPan;
-using Velmora::dsp::StereoPanSettings;
 using Velmora::Processor::FXContainer;
 using Velmora::Processor::FXVariant;
 
@@ -161,51 +157,68 @@ TEST(FXContainerTest, EachTypeIsHeardAtOnceAboutAsLoudAsTheDrySound) {
     }
 }
 
-TEST(FXContainerTest, BothModulationSignalsOfASlotMoveWhatTheirTypeSays) {
-    struct Moved {
-        const char* first;
-        const char* second;
+/// Dry, so that each path gives its input as late as its unit is.
+TEST(FXContainerTest, ParallelPathsWaitForTheLatestAndMoveToNewPlacesWithoutAClick) {
+    const auto tuned = [](const std::array<u32, 3>& types) {
+        Rig rig;
+        rig.Own(FXContainer::Routing, 1.0F);
+        for (u32 slot = 0; slot < types.size(); ++slot) {
+            rig.Choose(slot, types[slot]);
+            rig.Set(slot, FXVariant::IdOf(FXVariant::BitCrusherType, BitCrusher::DryWet), 0.0F);
+            rig.Set(slot, FXVariant::IdOf(FXVariant::TubeScreamerType, TubeScreamer808::DryWet), 0.0F);
+            rig.Set(slot, FXVariant::IdOf(FXVariant::CompressorType, Compressor::Wet), 0.0F);
+            rig.Set(slot, FXVariant::IdOf(FXVariant::CompressorType, Compressor::LookaheadEnable), 1.0F);
+        }
+        rig.effects->Reset(true);
+        return rig;
     };
-    const std::array<Moved, FXVariant::typeCount> moved = {
-        {{"", ""},
-         {"Dattorro_DryWet", "Dattorro_Decay"},
-         {"Delay_DryWet", "Delay_Feedback"},
-         {"Chorus_DryWet", "Chorus_Freq"},
-         {"Flanger_DryWet", "Flanger_Manual"},
-         {"Phaser_Freq", "Phaser_Feedback"},
-         {"TS808_Drive", "TS808_Tone"},
-         {"Compressor_Wet", "Compressor_Release"},
-         {"BitCrusher_Bits", "BitCrusher_SampleRate"},
-         {"MultiModeFilter_Cutoff", "MultiModeFilter_Resonance"},
-         {"ParamEq_Scale", ""},
-         {"StereoPan_Pan", "StereoPan_DryWet"}}};
-    const Signal left = Speech(10);
-    const Signal right = Speech(11);
-    for (u32 type = FXVariant::ReverbType; type < FXVariant::typeCount; ++type) {
-        // The signal at an input, or the same way of the control that it is to move.
-        const auto play = [&](u32 input, const std::string& control) {
-            Rig rig;
-            rig.Choose(1, type);
-            // An equaliser that does something.
-            rig.Set(1, FXVariant::IdOf(FXVariant::ParamEqType, Velmora::dsp::ParamEq<5>::GainId(2)), 12.0F);
-            for (u32 id = FXVariant::firstIds[type]; id < FXVariant::firstIds[type + 1]; ++id) {
-                if (NameOf(*rig.effects, FXContainer::SlotId(1, id)) == "FX2_" + control) {
-                    const u32 at = FXContainer::SlotId(1, id);
-                    const float position = rig.effects->GetParameterNormalized(at) - 0.25F;
-                    rig.effects->SetParameterNormalized(at, std::max(position, 0.0F));
-                }
+    const Signal noise = Noise(second, 0.5F, 1);
+    const Signal kilohertz = Tone(second, 1000.0, 44100.0, 0.5);
+    // Whole periods in whole blocks.
+    const Signal tone = Tone(92400, 210.0, 44100.0, 0.25);
+    using V = FXVariant;
+    const std::pair<std::array<u32, 3>, u32> rows[] = {{{0, 0, 0}, 0},
+                                                       {{V::BitCrusherType, 0, 0}, 16},
+                                                       {{0, V::CompressorType, V::BitCrusherType}, 88},
+                                                       {{V::TubeScreamerType, 0, 0}, 4}};
+    for (const auto& [types, latency] : rows) {
+        Rig rig = tuned(types);
+        const bool isExact = types[0] != V::TubeScreamerType;
+        const Signal& sound = isExact ? noise : kilohertz;
+        const Signal out = rig.Play(sound, sound)[1];
+        EXPECT_EQ(rig.effects->Latency(), latency);
+        for (std::size_t n = isExact ? latency : 4410; n < second; ++n) {
+            ASSERT_NEAR(out[n], sound[n - latency], isExact ? 0.0F : 0.01F) << n << ", late by " << latency;
+        }
+        // The latest goes, and comes back; in series all latencies add up.
+        rig.Play(tone, tone);
+        Signal heard;
+        for (const u32 change : {V::Bypass, V::ModuleType}) {
+            for (const float value : {1.0F, 0.0F}) {
+                rig.Set(1, V::ParameterId(change), change == V::Bypass ? value : 5.0F * value);
+                const Signals more = rig.Play(tone, tone);
+                heard.insert(heard.end(), more[0].begin(), more[0].end());
             }
-            rig.effects->Reset(true);
-            return input == 0 ? rig.Play(left, right) : rig.PlayModulated(left, right, input, -0.25F);
-        };
-        const Signals plain = play(0, "none");
-        for (const auto& [input, control] : {std::pair(3U, moved[type].first), {6U, moved[type].second}}) {
-            const Signals signalled = play(input, "none");
-            EXPECT_LT(Difference(signalled, play(0, control)), 1e-3) << type << ", " << control;
-            EXPECT_EQ(Difference(signalled, plain) > 0.003, *control != 0) << type << ", " << control;
         }
-        for (const u32 ofOthers : {2U, 7U}) {
-            EXPECT_EQ(play(ofOthers, "none"), plain) << "input " << ofOthers << ", type " << type;
-        }
+        EXPECT_LT(PeakAbove6k(heard, 1000, heard.size()), 1.3e-4) << latency;
+        rig.Own(FXContainer::Routing, 0.0F);
+        rig.Play(noise, noise);
+        EXPECT_EQ(rig.effects->Latency(), latency == 88 ? 16 : latency);
+    }
+}
+
+/// What each moves is each unit's own test's.
+TEST(FXContainerTest, BothModulationSignalsOfASlotArriveAtThePlacesOfTheirTypeAndNowhereElse) {
+    const std::array<std::array<u32, FXVariant::typeCount>, 2> places = {
+        {{0, 3, 11, 19, 22, 25, 29, 33, 39, 47, 50, 58}, {0, 6, 18, 21, 23, 26, 30, 34, 40, 48, 0, 56}}};
+    EXPECT_EQ(FXVariant::signalInputs, places);
+    const Signal left = Speech(10);
+    const auto play = [&left](u32 input, float value) {
+        Rig rig;
+        rig.Choose(1, FXVariant::DelayType);
+        return rig.PlayModulated(left, left, input, value);
+    };
+    for (u32 input = 2; input < 8; ++input) {
+        EXPECT_EQ(Difference(play(input, -0.25F), play(input, 0.0F)) > 0.003, input % 3 == 0) << input;
     }
 }

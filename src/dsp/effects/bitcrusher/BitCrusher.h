@@ -71,6 +71,8 @@ public:
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
     bool Process(ProcessContext& context) override;
+    /// In frames.
+    static constexpr u32 Latency() { return SampleHold::latency; }
 
 private:
     using Float4 = simd::Float4;

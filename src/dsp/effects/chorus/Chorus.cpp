@@ -41,17 +41,21 @@ Chorus::Chorus(std::string moduleName)
 void Chorus::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) {
     controls.Prepare(sampleRate);
     lfo.Prepare(sampleRate);
+    song.Prepare(sampleRate);
+    entry.Prepare(sampleRate);
     for (Channel& channel : channels) {
         channel.line.Allocate(static_cast<u32>(controls.LongestDelay()) + 1);
     }
 }
 
 void Chorus::OnReset(bool /*hard*/) {
+    entry.Reset();
     for (Channel& channel : channels) {
         channel.line.Clear();
     }
     highCutState = lowCutState = Float4(0.0F);
     lfo.Reset();
+    song.Reset();
 }
 
 ChorusSettings Chorus::ReadSettings(const ProcessContext& context) {
@@ -80,6 +84,15 @@ float Chorus::CycleHz(const ProcessContext& context) {
                            : free;
 }
 
+void Chorus::FollowSong(const ProcessContext& context) {
+    if (context.isPlaying != 0 && IsOn(TempoSync) && SyncRates::IsTempo(context.tempo)) {
+        song.Follow(SyncRates::CyclePhase(HeldValue(SyncRate, context), context.songPosition),
+                    settings.rateHz);
+    } else {
+        song.Release();
+    }
+}
+
 void Chorus::StartMotion() {
     StepDelays();
     StepDelays();
@@ -91,7 +104,7 @@ void Chorus::StepDelays() {
     channels[0].delays.Advance(TapDelays(Controls::LeftOffsets, 0.0F), longest);
     channels[1].delays.Advance(TapDelays(Controls::RightOffsets, motion.value[Controls::RandomShift]),
                                longest);
-    lfo.Advance(motion.value[Controls::RateHz]);
+    lfo.Advance(song.Advance(motion.value[Controls::RateHz], Limits::fastestHz));
 }
 
 Float4 Chorus::TapDelays(Controls::Group offsets, float randomShift) const {
@@ -123,8 +136,9 @@ void Chorus::RenderQuad(StereoQuad& sound) {
         const Float4 held = xsimd::min(xsimd::max(fed, Float4(-feedbackCeiling)), Float4(feedbackCeiling));
         return WithoutTail(dry + held);
     };
-    channels[0].line.Write(enter(sound.left, feedback.left));
-    channels[1].line.Write(enter(sound.right, feedback.right));
+    const StereoQuad entering = entry.Next(sound);
+    channels[0].line.Write(enter(entering.left, feedback.left));
+    channels[1].line.Write(enter(entering.right, feedback.right));
 
     const SmoothedLanes& mix = controls[Controls::Mix];
     sound = sound * mix.Over<moving>(Controls::Dry) +

@@ -3,6 +3,8 @@
 
 #include "dsp/effects/chorus/ChorusControls.h"
 #include "dsp/effects/shared/EffectUnit.h"
+#include "dsp/effects/shared/EntryFade.h"
+#include "dsp/effects/shared/SongPull.h"
 #include "dsp/effects/shared/StereoQuad.h"
 #include "dsp/effects/shared/SweptDelays.h"
 #include "dsp/lfo/ChorusLfo.h"
@@ -45,7 +47,9 @@ public:
         Voices,
         /// A ChorusLfo::Shape.
         LFOShape,
-        /// When on, "SyncRate" and the tempo replace "Freq" and its modulation.
+        /// When on, "SyncRate" and the tempo replace "Freq" and its modulation; while the song plays, the
+        /// cycle
+        /// drifts to where it would be had it started with the song.
         TempoSync,
         /// Length of a cycle: 32, 16, 12, 8, 6, 4, 3, 2, 3/2, 1, 2/3, 1/2 beats.
         SyncRate,
@@ -69,6 +73,8 @@ public:
     /// Clears lines and filters; the cycle starts anew.
     void OnReset(bool hard) override;
     bool Process(ProcessContext& context) override;
+    /// After a reset while sound plays: what enters the lines fades in.
+    void FadeIn() { entry.Start(); }
 
 private:
     using Float4 = simd::Float4;
@@ -80,6 +86,7 @@ private:
     };
 
     ChorusSettings ReadSettings(const ProcessContext& context) override;
+    void FollowSong(const ProcessContext& context) override;
     void StartMotion() override;
     float CycleHz(const ProcessContext& context);
 
@@ -96,6 +103,8 @@ private:
     Float4 highCutState = Float4(0.0F);
     Float4 lowCutState = Float4(0.0F);
     ChorusLfo lfo;
+    SongPull song;
+    EntryFade entry;
 };
 
 } // namespace Velmora::dsp

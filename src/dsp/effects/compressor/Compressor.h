@@ -82,6 +82,8 @@ public:
     /// Smoothers jump to the parameters; levels, reductions and rings are emptied, also by a soft reset.
     void OnReset(bool hard) override;
     bool UpdateParameters(ProcessContext& context) override;
+    /// In frames; of the lookahead that the last block ran with.
+    u32 Latency() const { return lookahead; }
 
 private:
     struct Channel {

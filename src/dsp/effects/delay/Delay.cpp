@@ -39,6 +39,7 @@ Delay::Delay(std::string moduleName)
 void Delay::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) {
     controls.Prepare(sampleRate);
     wow.Prepare(sampleRate);
+    entry.Prepare(sampleRate);
     for (SplineDelayLine& line : lines) {
         line.Allocate(static_cast<u32>(controls.LongestDelay()) + 1);
     }
@@ -46,6 +47,7 @@ void Delay::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) {
 }
 
 void Delay::OnReset(bool /*hard*/) {
+    entry.Reset();
     if (linesUsed) {
         for (SplineDelayLine& line : lines) {
             line.Clear();
@@ -116,7 +118,7 @@ void Delay::RenderQuad(StereoQuad& sound) {
     StereoQuad echoes{lines[0].ReadTap(delays.Over(0)), lines[1].ReadTap(delays.Over(1))};
     StepDelays();
     const StereoQuad repeats = cuts.Run(controls[Controls::Cuts].Value(), echoes);
-    WriteLines<moving>(sound, repeats);
+    WriteLines<moving>(entry.Next(sound), repeats);
     const SmoothedLanes& mix = controls[Controls::Mix];
     sound = sound * mix.Over<moving>(Controls::Dry) +
             echoes.Crossed(mix.Over<moving>(Controls::WetDirect), mix.Over<moving>(Controls::WetOther));
@@ -124,11 +126,11 @@ void Delay::RenderQuad(StereoQuad& sound) {
 
 template <bool moving>
 void Delay::WriteLines(const StereoQuad& sound, const StereoQuad& repeats) {
-    const SmoothedLanes& entry = controls[Controls::Entry];
+    const SmoothedLanes& ways = controls[Controls::Entry];
     const SmoothedLanes& loop = controls[Controls::Loop];
-    const StereoQuad entering{sound.left * entry.Over<moving>(Controls::LeftToLeft) +
-                                  sound.right * entry.Over<moving>(Controls::RightToLeft),
-                              sound.right * entry.Over<moving>(Controls::RightToRight)};
+    const StereoQuad entering{sound.left * ways.Over<moving>(Controls::LeftToLeft) +
+                                  sound.right * ways.Over<moving>(Controls::RightToLeft),
+                              sound.right * ways.Over<moving>(Controls::RightToRight)};
     const StereoQuad tape = entering + repeats.Crossed(loop.Over<moving>(Controls::FeedbackDirect),
                                                        loop.Over<moving>(Controls::FeedbackOther));
     const Float4 bend = loop.Over<moving>(Controls::InverseCeiling);

@@ -4,6 +4,7 @@
 #include "dsp/delaylines/SplineDelayLine.h"
 #include "dsp/effects/delay/DelayControls.h"
 #include "dsp/effects/shared/EffectUnit.h"
+#include "dsp/effects/shared/EntryFade.h"
 #include "dsp/effects/shared/SweptDelays.h"
 #include "dsp/lfo/ChorusLfo.h"
 
@@ -64,6 +65,8 @@ public:
     /// Clears lines and filters; the wow starts anew.
     void OnReset(bool hard) override;
     bool Process(ProcessContext& context) override;
+    /// After a reset while sound plays: what enters the lines fades in.
+    void FadeIn() { entry.Start(); }
 
 private:
     using Float4 = simd::Float4;
@@ -81,6 +84,7 @@ private:
     /// False while there is nothing to clear: the lines are long.
     bool linesUsed = false;
     LoopCuts cuts;
+    EntryFade entry;
     ChorusLfo wow;
     /// Lane 0 left, 1 right.
     SweptDelays delays;

@@ -22,8 +22,7 @@ namespace Velmora::dsp {
 /// input as silence.
 ///
 /// The filters of the oversampling are recursive and delay the bass by 4.3 frames (3.2 at twice the rate),
-/// the treble by a few more. The dry sound takes the same way, so that both stay together at every frequency
-/// and nothing has to be compensated.
+/// the treble by a few more. The dry sound takes the same way, so that both stay together at every frequency.
 class TubeScreamer808 final : public EffectUnit<TubeScreamerSettings, TubeScreamerControls> {
 public:
     enum Parameter : u32 {
@@ -54,6 +53,8 @@ public:
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
     bool Process(ProcessContext& context) override;
+    /// Of the bass, in whole frames.
+    u32 Latency() const { return factorInUse == 4 ? 4 : factorInUse == 2 ? 3 : 0; }
 
 private:
     using Float4 = simd::Float4;

@@ -40,6 +40,7 @@ Flanger::Flanger(std::string moduleName)
 void Flanger::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) {
     controls.Prepare(sampleRate);
     lfo.Prepare(sampleRate);
+    entry.Prepare(sampleRate);
     const auto longest = static_cast<u32>(controls.LongestDelay()) + 1;
     for (Channel& channel : channels) {
         channel.wet.Allocate(longest);
@@ -48,6 +49,7 @@ void Flanger::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) {
 }
 
 void Flanger::OnReset(bool /*hard*/) {
+    entry.Reset();
     for (Channel& channel : channels) {
         channel.wet.Clear();
         channel.dry.Clear();
@@ -85,10 +87,10 @@ float Flanger::CycleHz(const ProcessContext& context) {
 
 void Flanger::FollowSong(const ProcessContext& context) {
     if (context.isPlaying != 0 && IsOn(TempoSync) && SyncRates::IsTempo(context.tempo)) {
-        lfo.Follow(SyncRates::CyclePhase(HeldValue(SyncRate, context), context.songPosition),
-                   settings.rateHz);
+        lfo.song.Follow(SyncRates::CyclePhase(HeldValue(SyncRate, context), context.songPosition),
+                        settings.rateHz);
     } else {
-        lfo.Release();
+        lfo.song.Release();
     }
 }
 
@@ -117,14 +119,15 @@ void Flanger::RenderQuad(StereoQuad& sound) {
     StereoQuad wet{channels[0].wet.ReadTap(delays.Over(0)), channels[1].wet.ReadTap(delays.Over(1))};
     const StereoQuad dry{DrySound<moving>(0, sound.left), DrySound<moving>(1, sound.right)};
     StepDelays();
-    const StereoQuad tape = sound + cuts.Run(controls[Controls::Cuts].Value(), wet) *
-                                        controls[Controls::Loop].Over<moving>(Controls::Feedback);
+    const StereoQuad entering = entry.Next(sound);
+    const StereoQuad tape = entering + cuts.Run(controls[Controls::Cuts].Value(), wet) *
+                                           controls[Controls::Loop].Over<moving>(Controls::Feedback);
     const Float4 bend = controls[Controls::Loop].Over<moving>(Controls::InverseCeiling);
     const auto enter = [&](Float4 x) { return WithoutTail(SoftCeiling(Saturate(x, bend))); };
     channels[0].wet.Write(enter(tape.left));
     channels[1].wet.Write(enter(tape.right));
-    channels[0].dry.Write(sound.left);
-    channels[1].dry.Write(sound.right);
+    channels[0].dry.Write(entering.left);
+    channels[1].dry.Write(entering.right);
 
     const SmoothedLanes& mix = controls[Controls::Mix];
     sound = dry + wet.Crossed(mix.Over<moving>(Controls::WetDirect), mix.Over<moving>(Controls::WetOther));

@@ -5,6 +5,7 @@
 #include "dsp/effects/flanger/FlangerControls.h"
 #include "dsp/effects/flanger/FlangerLfo.h"
 #include "dsp/effects/shared/EffectUnit.h"
+#include "dsp/effects/shared/EntryFade.h"
 #include "dsp/effects/shared/StereoQuad.h"
 #include "dsp/effects/shared/SweptDelays.h"
 
@@ -78,6 +79,8 @@ public:
     /// Clears lines and filters; the cycle starts anew.
     void OnReset(bool hard) override;
     bool Process(ProcessContext& context) override;
+    /// After a reset while sound plays: what enters the lines fades in.
+    void FadeIn() { entry.Start(); }
 
 private:
     using Float4 = simd::Float4;
@@ -100,6 +103,7 @@ private:
 
     std::array<Channel, 2> channels;
     LoopCuts cuts;
+    EntryFade entry;
     FlangerLfo lfo;
     /// Lane 0 left, 1 right, 2 the dry sound.
     SweptDelays delays;

@@ -2,10 +2,8 @@
 #pragma once
 
 #include "dsp/effects/flanger/FlangerControls.h"
+#include "dsp/effects/shared/SongPull.h"
 #include "dsp/lfo/ChorusLfo.h"
-
-#include <algorithm>
-#include <cmath>
 
 namespace Velmora::dsp {
 
@@ -16,32 +14,14 @@ public:
 
     void Prepare(float sampleRate) {
         lfo.Prepare(sampleRate);
-        quadSeconds = 4.0 / static_cast<double>(sampleRate);
+        song.Prepare(sampleRate);
     }
     void Reset() {
         lfo.Reset();
-        counter = {};
-        pullHz = 0.0F;
+        song.Reset();
     }
-
-    /// From now on drifts towards a phase, 0..1, that is the one of this moment at a rate of hz.
-    void Follow(double phase, float hz) {
-        constexpr double pullSeconds = 0.25;
-        constexpr double fastestPullHz = 1.0;
-        double lag = phase - counter.phase;
-        lag -= std::round(lag);
-        // It may wait for the song, but not run backwards.
-        const double slowest = -std::min(static_cast<double>(hz), fastestPullHz);
-        pullHz = static_cast<float>(std::clamp(lag / pullSeconds, slowest, fastestPullHz));
-    }
-    /// Runs freely again.
-    void Release() { pullHz = 0.0F; }
     /// Moves on by a quad of frames.
-    void Advance(float hz) {
-        const float pulled = std::clamp(hz + pullHz, 0.0F, FlangerSettings::fastestHz + 1.0F);
-        lfo.Advance(pulled);
-        counter.Advance(static_cast<double>(pulled) * quadSeconds);
-    }
+    void Advance(float hz) { lfo.Advance(song.Advance(hz, FlangerSettings::fastestHz)); }
 
     /// Lane 0 left, 1 right, within -1..1.
     Float4 Value(const FlangerControls& controls) const {
@@ -62,12 +42,10 @@ public:
         return value;
     }
 
+    SongPull song;
+
 private:
     ChorusLfo lfo;
-    /// Where the oscillator is in its cycle.
-    CycleCounter counter;
-    double quadSeconds = 0.0;
-    float pullHz = 0.0F;
 };
 
 } // namespace Velmora::dsp

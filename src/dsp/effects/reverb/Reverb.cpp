@@ -39,10 +39,14 @@ Reverb::Reverb(std::string moduleName)
 void Reverb::OnInitialize(float sampleRate, u32 /*maxBlockSize*/) {
     controls.Prepare(sampleRate);
     tank.Allocate(sampleRate);
+    entry.Prepare(sampleRate);
 }
 
 /// With the next tick the controls jump, and the swing starts.
-void Reverb::OnReset(bool /*hard*/) { tank.Clear(); }
+void Reverb::OnReset(bool /*hard*/) {
+    tank.Clear();
+    entry.Reset();
+}
 
 ReverbSettings Reverb::ReadSettings(const ProcessContext& context) {
     ReverbSettings now;
@@ -102,7 +106,8 @@ void Reverb::RenderBlock(ProcessContext& context) {
         if constexpr (moving) {
             controls.Step();
         }
-        const StereoQuad wet = tank.Render<pace>((sound.left + sound.right) * 0.5F, controls);
+        const StereoQuad entering = entry.Next(sound);
+        const StereoQuad wet = tank.Render<pace>((entering.left + entering.right) * 0.5F, controls);
         (sound * mix.Over<moving>(Controls::Dry) +
          wet.Crossed(mix.Over<moving>(Controls::WetDirect), mix.Over<moving>(Controls::WetOther)))
             .Write(context, n);

@@ -4,6 +4,7 @@
 #include "dsp/effects/reverb/ReverbControls.h"
 #include "dsp/effects/reverb/ReverbTank.h"
 #include "dsp/effects/shared/EffectUnit.h"
+#include "dsp/effects/shared/EntryFade.h"
 
 #include <array>
 #include <string>
@@ -34,7 +35,9 @@ public:
         SyncRate,
         /// Seconds until the tail is 60 dB down, where no filter makes it shorter.
         Decay,
-        /// Factor of the lengths of the tank.
+        /// Factor of the lengths of the tank; below 1 that of what is heard first, while the tank, which
+        /// would
+        /// ring, shrinks less.
         Size,
         /// Corner in Hz of the low-pass in the loop, first order; off at the top.
         Damping,
@@ -68,6 +71,8 @@ public:
     /// Clears lines and filters; the swing starts anew.
     void OnReset(bool hard) override;
     bool Process(ProcessContext& context) override;
+    /// After a reset while sound plays: what enters the lines fades in.
+    void FadeIn() { entry.Start(); }
 
 private:
     ReverbSettings ReadSettings(const ProcessContext& context) override;
@@ -77,6 +82,7 @@ private:
     void RenderBlock(ProcessContext& context);
 
     ReverbTank tank;
+    EntryFade entry;
 };
 
 } // namespace Velmora::dsp

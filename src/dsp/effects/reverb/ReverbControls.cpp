@@ -25,11 +25,36 @@ constexpr float sixtyDecibels = 6.9077553F;
 /// are the same, and 3 dB below it where they have nothing in common.
 constexpr float levelOfPlate = 1.4F;
 
-/// The power that a steady sound piles up goes with the decay, and against the size. Half of that, in dB, is
-/// taken back: pads would drown, and strokes would vanish, if it were none or all.
+/// The factor of a delay. A tank that shrinks as a whole has too few resonances left to pass for a room, and
+/// rings: so below the plate's own size the all-passes keep their lengths, and the lines between them shrink
+/// by the root. What is heard first, the taps, follows the size.
+float ScaleOf(u32 delay, float size) {
+    const bool isTank = delay < Plate::LineCount;
+    if (!isTank || size >= 1.0F) {
+        return size;
+    }
+    return Plate::IsAllPass(static_cast<Plate::Line>(delay)) ? 1.0F : std::sqrt(size);
+}
+
+/// Of the way round the tank.
+float LoopScale(float size) {
+    if (size >= 1.0F) {
+        return size;
+    }
+    float way = 0.0F;
+    float fullWay = 0.0F;
+    for (u32 line = 0; line < Plate::LineCount; ++line) {
+        way += ScaleOf(line, size) * Plate::lengths[line];
+        fullWay += Plate::lengths[line];
+    }
+    return way / fullWay;
+}
+
+/// The power that a steady sound piles up goes with the decay, and against the way round the tank. Half of
+/// that, in dB, is taken back: pads would drown, and strokes would vanish, if it were none or all.
 float LevelOf(float decaySeconds, float size) {
     constexpr float startSeconds = 2.2F;
-    return levelOfPlate * std::pow(startSeconds * size / decaySeconds, 0.25F);
+    return levelOfPlate * std::pow(startSeconds * LoopScale(size) / decaySeconds, 0.25F);
 }
 
 /// The tap that a delay leads to, or null for that of a line.
@@ -94,7 +119,7 @@ float ReverbControls::CutCoefficient(float hz) const {
 
 void ReverbControls::SetDelays(const ReverbSettings& settings) {
     for (u32 delay = 0; delay < PreDelay; ++delay) {
-        delays.Aim(delay, Scaled(DimensionOf(delay), settings.size, sampleRate));
+        delays.Aim(delay, Scaled(DimensionOf(delay), ScaleOf(delay, settings.size), sampleRate));
     }
     const auto preDelay = static_cast<u32>(std::lround(settings.preDelaySeconds * sampleRate));
     delays.Aim(PreDelay, preDelay + QuadDelayLine::shortestDelay);

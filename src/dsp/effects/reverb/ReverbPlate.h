@@ -26,6 +26,9 @@ enum Line : u32 {
     RightSecond,
     LineCount
 };
+inline constexpr bool IsAllPass(Line line) {
+    return line == LeftSwung || line == LeftAllPass || line == RightSwung || line == RightAllPass;
+}
 inline constexpr std::array<float, LineCount> lengths = {672.0F, 4453.0F, 1800.0F, 3720.0F,
                                                          908.0F, 4217.0F, 2656.0F, 3163.0F};
 

@@ -29,6 +29,8 @@ public:
           childOutputs(std::max(outputs, Inner().numOutputs)) {}
 
     M& Inner() { return this->template Child<0>(); }
+    u32 Latency() requires requires(M& module) { module.Latency(); }
+    { return Inner().Latency(); }
 
     void OnInitialize(float /*sampleRate*/, u32 maxBlockSize) override {
         const auto dropped = static_cast<u32>(childOutputs.size()) - outputs;

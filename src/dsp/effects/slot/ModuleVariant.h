@@ -20,7 +20,11 @@ namespace Velmora::dsp {
 
 /// Holds modules of several types at once and runs the one that "ModuleType" selects. A change of type fades
 /// the old module out and the new one in, a bypass crossfades to the input; the module that is about to sound
-/// is reset while it is silent. Only the selected module runs; the parameters of all of them live on.
+/// is reset while it is silent, never while it can be heard. One that is late comes in when its own start has
+/// passed. Only the selected module runs; the parameters of all of them live on.
+///
+/// A module that is late says so by `u32 Latency()`, in frames; one with echoes has `FadeIn()`, called after
+/// a reset when it is about to sound.
 ///
 /// Inputs: the audio, then the further inputs of every module one after another, whichever is selected;
 /// exactly numInputs of them, null where there is nothing. Outputs: the audio, in buffers that are not the
@@ -73,9 +77,12 @@ public:
     }
 
     void OnReset(bool /*hard*/) override {
-        bypassFade.Set(IsOn(CrossfadeOnBypass) && !IsOn(Bypass) ? 1.0F : 0.0F);
-        changeFade.Set(1.0F);
-        cachedType = SelectedType();
+        isIdle = IsOn(Bypass);
+        bypassFade.Set(IsOn(CrossfadeOnBypass) && !isIdle ? 1.0F : 0.0F);
+        TakeSelected();
+        soundingType = cachedType;
+        comesIn = false;
+        framesToFill = 0;
     }
 
     bool UpdateParameters(ProcessContext& /*context*/) override {
@@ -101,8 +108,16 @@ public:
         if (!isPlain) {
             ApplyBypass(context, isFading);
         }
+        framesToFill -= std::min(framesToFill, context.numFrames);
+        isIdle = IsOn(Bypass) && bypassFade.IsAtTarget();
+        if (isIdle) {
+            TakeSelected();
+        }
         return true;
     }
+
+    /// Frames by which what is heard now is late: those of the module that runs.
+    u32 Latency() { return isIdle ? 0 : units[cachedType].LatencyInFrames(); }
 
     /// The type that runs: "ModuleType", or while that fades in the one before.
     u32 ActiveType() {
@@ -120,7 +135,7 @@ protected:
                                       Records(std::move(furtherRecords)),
                                       std::forward<Arguments>(arguments)...) {
         u32 type = 0;
-        this->ForEachChild([&](Module& module) { modules[type++] = &module; });
+        this->ForEachChild([&](auto& module) { units[type++] = Unit::Of(module); });
         this->numInputs = inputCount;
         bypassFade.time = bypassSeconds;
         changeFade.time = changeSeconds;
@@ -130,6 +145,33 @@ private:
     static constexpr float bypassSeconds = 0.05F;
     static constexpr float changeSeconds = 0.025F;
     enum Ramp : u32 { BypassRamp, ChangeRamp };
+
+    /// One of the modules; null is what it does not have.
+    struct Unit {
+        Module* module = nullptr;
+        u32 (*latency)(Module&) = nullptr;
+        void (*fadeIn)(Module&) = nullptr;
+
+        template <class M>
+        static Unit Of(M& module) {
+            Unit unit{&module};
+            if constexpr (requires { module.Latency(); }) {
+                unit.latency = [](Module& late) { return static_cast<M&>(late).Latency(); };
+            }
+            if constexpr (requires { module.FadeIn(); }) {
+                unit.fadeIn = [](Module& echoes) { static_cast<M&>(echoes).FadeIn(); };
+            }
+            return unit;
+        }
+        u32 LatencyInFrames() const { return latency != nullptr ? latency(*module) : 0; }
+        /// For the next sound, in the middle of which it begins.
+        void Restart() const {
+            module->Reset(false);
+            if (fadeIn != nullptr) {
+                fadeIn(*module);
+            }
+        }
+    };
 
     template <class M>
     static consteval u32 SignalInput(u32 signal, u32 firstInput) {
@@ -162,53 +204,93 @@ private:
         }
     }
 
-    /// The module of the selected type is reset now, while it does not sound, and comes in without the tail
-    /// of its last use.
+    /// At once: for a slot of which nothing is heard.
+    void TakeSelected() {
+        cachedType = SelectedType();
+        changeFade.Set(1.0F);
+    }
+
+    /// The module of the selected type comes in without the tail of its last use. One that sounds, since the
+    /// type or the bypass went there and back, is left alone: see FadeChange.
     void PrepareSelected() {
         const u32 old = cachedType;
         const u32 selected = SelectedType();
-        if (this->AdditionalChanged(ModuleType) && old != selected) {
+        const bool sounds = !isIdle && selected == soundingType;
+        if (!sounds && (!this->needsUpdate || old != selected)) {
+            units[selected].Restart();
+        }
+        if (isIdle) {
+            TakeSelected();
+            comesIn = true;
+        } else if (old != selected) {
             if (IsOn(FadeOnModuleChange)) {
-                changeFade.Retarget(0.0F);
+                Aim(changeFade, 0.0F);
             } else {
                 cachedType = selected;
-                changeFade.Retarget(1.0F);
+                Aim(changeFade, 1.0F);
             }
-        }
-        if (!this->needsUpdate || old != selected) {
-            modules[selected]->Reset(false);
         }
     }
 
     void UpdateBypassFade() {
         if (IsOn(CrossfadeOnBypass)) {
-            if (this->AdditionalChanged(Bypass)) {
-                bypassFade.Retarget(IsOn(Bypass) ? 0.0F : 1.0F);
+            // It may have come on just now: a crossfade starts from what is heard.
+            if (bypassFade.IsAtTarget()) {
+                bypassFade.Set(isIdle ? 0.0F : 1.0F);
             }
+            Aim(bypassFade, IsOn(Bypass) ? 0.0F : 1.0F);
         } else if (this->AdditionalChanged(CrossfadeOnBypass)) {
             bypassFade.Set(0.0F);
         }
     }
 
+    /// A fade that is told its target again goes on.
+    static void Aim(SmootherSRL& fade, float target) {
+        if (fade.target != target) {
+            fade.Retarget(target);
+        }
+    }
+
+    /// Of this block. A fade waits while the module that comes in is still late.
+    void RenderRamp(SmootherSRL& fade, Ramp ramp, u32 frames) {
+        if (framesToFill != 0) {
+            std::fill_n(ramps[ramp], frames, fade.current);
+        } else {
+            fade.RenderBlock(ramps[ramp], frames);
+        }
+    }
+
     void RunActive(ProcessContext& context) {
         const u32 type = ActiveType();
-        Module& active = *modules[type];
+        Module& active = *units[type].module;
+        soundingType = type;
         std::copy_n(context.inputs, audioInputs, activeInputs.begin());
         std::copy_n(context.inputs + firstInputs[type], active.numInputs - audioInputs,
                     activeInputs.begin() + audioInputs);
         ProcessContext child =
             context.ForChild(activeInputs.data(), active.numInputs, context.outputs, audioOutputs);
         RunChild(active, child);
+        if (comesIn) {
+            framesToFill = units[type].LatencyInFrames();
+            comesIn = false;
+        }
         if (IsOn(FadeOnModuleChange) && !changeFade.IsAtTarget()) {
             FadeChange(context);
         }
     }
 
+    /// At the bottom of the fade the selected type takes over, reset; also if it is the old one again, which
+    /// could not be reset while it was heard.
     void FadeChange(const ProcessContext& context) {
-        changeFade.RenderBlock(ramps[ChangeRamp], context.numFrames);
+        RenderRamp(changeFade, ChangeRamp, context.numFrames);
         Multiply(context, ramps[ChangeRamp]);
-        if (changeFade.IsAtTarget() && changeFade.current == 0.0F) {
-            cachedType = SelectedType();
+        if (changeFade.target == 0.0F && changeFade.current == 0.0F) {
+            const u32 selected = SelectedType();
+            if (selected == cachedType) {
+                units[selected].Restart();
+            }
+            cachedType = selected;
+            comesIn = true;
             changeFade.Retarget(1.0F);
         }
     }
@@ -217,7 +299,7 @@ private:
     void ApplyBypass(const ProcessContext& context, bool isFading) {
         const bool copies = IsOn(CopyOnBypass);
         if (isFading) {
-            bypassFade.RenderBlock(ramps[BypassRamp], context.numFrames);
+            RenderRamp(bypassFade, BypassRamp, context.numFrames);
             if (copies) {
                 Crossfade(context, ramps[BypassRamp]);
             } else {
@@ -251,9 +333,17 @@ private:
         }
     }
 
-    std::array<Module*, typeCount> modules{};
+    std::array<Unit, typeCount> units{};
     std::array<const float*, std::max({Modules::inputCount...})> activeInputs{};
     u32 cachedType = 0;
+    /// What ran last.
+    u32 soundingType = 0;
+    /// A bypass has settled: no module runs.
+    bool isIdle = false;
+    /// The module that runs next was silent before.
+    bool comesIn = false;
+    /// Until it gives what it has heard since.
+    u32 framesToFill = 0;
     SmootherSRL bypassFade;
     SmootherSRL changeFade;
     BlockPool ramps;

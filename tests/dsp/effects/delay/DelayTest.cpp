@@ -188,32 +188,3 @@ TEST(DelayTest, WowAndFlutterMoveTheTimeWithinTheirDepthAndTheSidesApart) {
     }
     EXPECT_NE(out[0], out[1]);
 }
-
-TEST(DelayTest, ANewTimeIsReachedByAGlideThatDoesNotPassIt) {
-    constexpr std::size_t before = 22000;
-    const Signal ramp = SlowRamp(88000);
-    const Signal first(ramp.begin(), ramp.begin() + before);
-    const Signal rest(ramp.begin() + before, ramp.end());
-    for (const auto& [from, to] : {std::pair(150.0F, 400.0F), {400.0F, 150.0F}}) {
-        const auto delay = Make<Delay>(bare, {{Delay::Time, from}, {Delay::Feedback, 0.0F}});
-        Play(*delay, first, first);
-        delay->SetParameterValue(Delay::Time, to);
-        const Signal way = DelaysOf(Play(*delay, rest, rest)[0], before);
-        EXPECT_NEAR(way[0], from, 0.1F);
-        for (std::size_t n = 44; n < way.size(); n += 44) {
-            const float step = (way[n] - way[n - 44]) * (to > from ? 1.0F : -1.0F);
-            ASSERT_GT(step, -0.002F) << n;
-            ASSERT_LT(step, 2.01F) << "in a ms, at " << n;
-        }
-        EXPECT_NEAR(way[36000], to, 0.02F);
-    }
-}
-
-TEST(DelayTest, TheWetSoundAloneIsAMixOfOneAndAStartKeepsTheLevel) {
-    const Signal noise = Noise(88000, 0.5F, 3);
-    EXPECT_EQ(Play(*Make<Delay>({{Delay::DryWet, 1.0F}}), noise, noise),
-              Play(*Make<Delay>({{Delay::DryWet, 0.2F}, {Delay::DryWetMode, 1.0F}}), noise, noise));
-    for (const Signal& side : Play(*Make<Delay>({}), noise, noise)) {
-        EXPECT_NEAR(20.0 * std::log10(Rms(side, 44000) / Rms(noise, 44000)), 0.0, 1.5);
-    }
-}

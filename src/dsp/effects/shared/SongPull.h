@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "dsp/lfo/ChorusLfo.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Velmora::dsp {
+
+/// Lets an oscillator fall into step with the song: it runs faster or slower until it is where it would be
+/// had it started with the song.
+class SongPull {
+public:
+    void Prepare(float sampleRate) { quadSeconds = 4.0 / static_cast<double>(sampleRate); }
+    void Reset() {
+        counter = {};
+        pullHz = 0.0F;
+    }
+
+    /// From now on drifts towards a phase, 0..1, that is the one of this moment at a rate of hz.
+    void Follow(double phase, float hz) {
+        constexpr double pullSeconds = 0.25;
+        double lag = phase - counter.phase;
+        lag -= std::round(lag);
+        // It may wait for the song, but not run backwards.
+        const double slowest = -std::min(static_cast<double>(hz), fastestPullHz);
+        pullHz = static_cast<float>(std::clamp(lag / pullSeconds, slowest, fastestPullHz));
+    }
+    /// Runs freely again.
+    void Release() { pullHz = 0.0F; }
+
+    /// Moves on by a quad of frames, in which the oscillator, at a rate of its own of up to fastestHz, is to
+    /// run at the rate returned.
+    float Advance(float hz, float fastestHz) {
+        const float pulled = std::clamp(hz + pullHz, 0.0F, fastestHz + static_cast<float>(fastestPullHz));
+        counter.Advance(static_cast<double>(pulled) * quadSeconds);
+        return pulled;
+    }
+
+private:
+    static constexpr double fastestPullHz = 1.0;
+
+    /// Where the oscillator is in its cycle.
+    CycleCounter counter;
+    double quadSeconds = 0.0;
+    float pullHz = 0.0F;
+};
+
+} // namespace Velmora::dsp
