@@ -18,7 +18,7 @@ void DelayGlide::Prepare(float sampleRate) {
     decay = std::exp(-quad / (softSeconds * sampleRate));
 }
 
-void DelayGlide::Aim(u32 index, u32 samples) {
+void DelayGlide::GlideTo(u32 index, u32 samples) {
     if (goals[index] != samples) {
         goals[index] = samples;
         targets[index] = static_cast<float>(samples);
@@ -26,7 +26,7 @@ void DelayGlide::Aim(u32 index, u32 samples) {
     }
 }
 
-void DelayGlide::Jump() {
+void DelayGlide::Arrive() {
     runners = starts = ends = targets;
     lags.fill(0.0F);
     gliding = false;

@@ -19,9 +19,9 @@ public:
     void Prepare(float sampleRate);
     /// In samples per sample, below 1.
     void SetFastest(u32 index, float speed) { steps[index] = speed * static_cast<float>(Float4::size); }
-    void Aim(u32 index, u32 samples);
+    void GlideTo(u32 index, u32 samples);
     /// Arrives at once.
-    void Jump();
+    void Arrive();
     void Step();
     bool IsGliding() const { return gliding; }
 

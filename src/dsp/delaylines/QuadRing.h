@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dsp/vectors/AlignedBuffer.h"
-#include "dsp/vectors/LaneTranspose.h"
+#include "dsp/vectors/Simd.h"
 #include "support/platform/Types.h"
 
 #include <algorithm>

@@ -16,9 +16,9 @@ public:
         inertia = 1.0 - std::exp(-1.0 / (inertiaSeconds * quads));
     }
     /// In samples.
-    void Aim(double samples) { target = samples; }
+    void GlideTo(double samples) { target = samples; }
     /// Arrives at once.
-    void Jump() {
+    void Arrive() {
         position = target;
         speed = 0.0;
     }
@@ -29,7 +29,7 @@ public:
         const double way = target - position;
         // So close, the step to the target is far below what an interpolated tap can tell.
         if (std::abs(way) < 1e-4 && std::abs(speed) < 1e-4) {
-            Jump();
+            Arrive();
             return;
         }
         speed += (std::clamp(way * approach, -fastest, fastest) - speed) * inertia;

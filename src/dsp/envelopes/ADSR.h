@@ -3,7 +3,7 @@
 
 #include "dsp/envelopes/EnvelopeStage.h"
 #include "dsp/framework/UnitModule.h"
-#include "dsp/modulation/ModulationWatch.h"
+#include "dsp/modulation/ModulationChannels.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/vectors/AlignedBuffer.h"
 

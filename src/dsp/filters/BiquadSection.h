@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/math/IntactState.h"
+#include "dsp/math/Within.h"
 #include "dsp/vectors/FrameLanes.h"
 
 #include <cmath>

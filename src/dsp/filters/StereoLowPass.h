@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/math/CornerLimit.h"
-#include "dsp/math/IntactState.h"
+#include "dsp/math/CornerAngle.h"
+#include "dsp/math/Within.h"
 #include "dsp/vectors/Simd.h"
 #include "support/platform/Types.h"
 

@@ -4,6 +4,7 @@
 #include "support/platform/Types.h"
 
 #include <algorithm>
+#include <cmath>
 
 /// What becomes of a number that is not finite, or out of bounds. Setters store any number, so readers bound
 /// it, by one rule:
@@ -28,5 +29,12 @@ inline float ClampToUnit(float value) { return Within(value, 0.0F, 1.0F); }
 inline u32 ToIndex(float value, u32 count) {
     return static_cast<u32>(Within(value, 0.0F, static_cast<float>(count - 1)));
 }
+
+/// Far above what any admitted input can drive a stable section to, far below where a float overflows.
+inline constexpr double largestIntactState = 1e12;
+
+/// False for the state of a recursion that is not a number or has run away. Its owner asks once a block and
+/// resets it.
+inline bool IsIntact(double state) { return std::abs(state) <= largestIntactState; }
 
 } // namespace Velmora::dsp

@@ -3,7 +3,7 @@
 
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/Decibels.h"
-#include "dsp/math/IntactState.h"
+#include "dsp/math/Within.h"
 
 #include <algorithm>
 #include <cmath>

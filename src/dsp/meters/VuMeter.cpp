@@ -2,7 +2,7 @@
 #include "dsp/meters/VuMeter.h"
 
 #include "dsp/framework/ParameterDeclaration.h"
-#include "dsp/math/IntactState.h"
+#include "dsp/math/Within.h"
 #include "dsp/vectors/Simd.h"
 
 #include <algorithm>

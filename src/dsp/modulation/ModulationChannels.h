@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/framework/ProcessContext.h"
 #include "dsp/vectors/AlignedBuffer.h"
 #include "support/platform/Types.h"
 
@@ -28,6 +29,23 @@ private:
     AlignedBuffer storage;
     std::size_t header = 0;
     std::size_t stride = 0;
+};
+
+/// Tells whether modulated parameters have to be read: while an input modulates, and once after.
+class ModulationWatch {
+public:
+    /// Once per block, for the inputs from first to before end.
+    bool Sees(const ProcessContext& context, u32 first, u32 end) {
+        const bool before = active;
+        active = false;
+        for (u32 input = first; input < end; ++input) {
+            active = active || context.ActiveModulation(input) != nullptr;
+        }
+        return active || before;
+    }
+
+private:
+    bool active = false;
 };
 
 } // namespace Velmora::dsp

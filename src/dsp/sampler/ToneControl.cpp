@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/sampler/ToneControl.h"
 
-#include "dsp/math/CornerLimit.h"
-#include "dsp/math/IntactState.h"
+#include "dsp/math/CornerAngle.h"
+#include "dsp/math/Within.h"
 
 #include <algorithm>
 #include <cmath>

@@ -15,13 +15,13 @@ class SmoothedLanes {
 public:
     using Float4 = simd::Float4;
 
-    void Aim(Float4 newTarget) {
+    void GlideTo(Float4 newTarget) {
         distance += target - newTarget;
         target = newTarget;
     }
 
     /// Arrives at once.
-    void Jump() {
+    void Arrive() {
         distance = Float4(0.0F);
         target.store_aligned(value.data());
         start = value;

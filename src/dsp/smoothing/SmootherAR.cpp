@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/smoothing/SmootherAR.h"
 
-#include "dsp/math/IntactState.h"
+#include "dsp/math/Within.h"
 
 #include <algorithm>
 #include <cmath>

@@ -20,7 +20,7 @@ public:
     /// In dB; the gain moves there.
     void SetTarget(float decibels) { volume.SetTarget(dsp::BoundedDecibelsToGain(decibels)); }
     /// In dB; the gain is there at once. `modulation` is the destination's value in the block, null for none.
-    void Jump(float decibels, const float* modulation) {
+    void Arrive(float decibels, const float* modulation) {
         volume.Set(dsp::BoundedDecibelsToGain(decibels));
         modulationGain.Set(dsp::BoundedDecibelsToGain(modulation != nullptr ? modulation[0] : 1.0F));
     }

@@ -92,7 +92,7 @@ void VocoderProcessor::UpdateVolume() {
         volume.SetTarget(decibels);
     }
     if (needsUpdate) {
-        volume.Jump(decibels, VolumeModulation());
+        volume.Arrive(decibels, VolumeModulation());
     }
 }
 

@@ -4,7 +4,7 @@
 #include "dsp/envelopes/ADSR.h"
 #include "dsp/framework/ModuleContainer.h"
 #include "dsp/framework/RunChild.h"
-#include "dsp/modulation/ModulationWatch.h"
+#include "dsp/modulation/ModulationChannels.h"
 #include "dsp/vectors/AlignedBuffer.h"
 #include "vocoder/carrier/VoiceOscillator.h"
 #include "vocoder/wiring/Wiring.h"

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/carrier/SawLowPass.h"
 
-#include "dsp/math/CornerLimit.h"
-#include "dsp/vectors/LaneTranspose.h"
+#include "dsp/math/CornerAngle.h"
 #include "dsp/vectors/Simd.h"
 
 #include <algorithm>

@@ -67,7 +67,7 @@ TEST(DelayLinesTest, TapsHaveTheResponsesOfTheirInterpolation) {
 TEST(DelayLinesTest, GlidesKeepTheirSpeedAndTime) {
     TapeGlide tape;
     tape.Prepare(44100.0F);
-    tape.Aim(30000.0);
+    tape.GlideTo(30000.0);
     double at[8000];
     for (double& position : at) {
         tape.Step();
@@ -79,14 +79,14 @@ TEST(DelayLinesTest, GlidesKeepTheirSpeedAndTime) {
     DelayGlide glide;
     glide.Prepare(44100.0F);
     glide.SetFastest(5, 0.25F);
-    glide.Aim(5, 4000);
+    glide.GlideTo(5, 4000);
     for (u32 quad = 0; quad < 3000; ++quad) {
         glide.Step();
     }
     EXPECT_NEAR(glide.End(5), 3000.0F - 0.04F * 0.25F * 44100.0F, 1.0F) << "behind its runner by 40 ms";
     EXPECT_NEAR(glide.End(5) - glide.Start(5), 1.0F, 2e-3F);
     for (const u32 goal : {4000U, 0U, 190000U}) {
-        glide.Aim(5, goal);
+        glide.GlideTo(5, goal);
         for (u32 quad = 0; quad < 200000 && glide.IsGliding(); ++quad) {
             glide.Step();
         }

@@ -3,7 +3,6 @@
 
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/DenormalGuard.h"
-#include "dsp/math/IntactState.h"
 #include "dsp/vectors/FrameLanes.h"
 #include "dsp/vectors/SilenceFaults.h"
 

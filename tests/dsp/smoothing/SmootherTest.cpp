@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/smoothing/ControlGroups.h"
+#include "dsp/smoothing/GlidingControls.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/smoothing/SmootherSRL.h"
 
@@ -89,10 +89,10 @@ TEST(SmootherTest, AnApproachIsExponentialWithFiveTimeConstantsInItsTimeAlsoTowa
 }
 
 TEST(SmootherTest, LanesGlideByQuadsInTheTimeOfTheirGroupAndArriveExactly) {
-    ControlGroups<2, 1> groups;
+    GlidingControls<2, 1> groups;
     groups.Prepare(48000.0F, 0.01, 0.1);
     for (u32 group = 0; group < 2; ++group) {
-        groups[group].Aim(simd::Float4(-2.0F));
+        groups[group].GlideTo(simd::Float4(-2.0F));
         double left = 1.0;
         for (int quad = 1; quad <= 20000; ++quad) {
             const double before = left;
@@ -104,10 +104,10 @@ TEST(SmootherTest, LanesGlideByQuadsInTheTimeOfTheirGroupAndArriveExactly) {
         EXPECT_FALSE(groups.IsMoving());
         EXPECT_EQ(groups[group].Over<false>(2).get(0), -2.0F);
     }
-    groups[0].Aim(simd::Float4(5.0F));
+    groups[0].GlideTo(simd::Float4(5.0F));
     groups.Step();
     EXPECT_TRUE(groups.IsMoving());
-    groups.Jump();
+    groups.Arrive();
     EXPECT_FALSE(groups.IsMoving());
     EXPECT_EQ(groups[0].Over<false>(2).get(0), 5.0F);
 }

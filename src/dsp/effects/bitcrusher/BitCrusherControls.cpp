@@ -29,19 +29,20 @@ void BitCrusherControls::Prepare(float sampleRate) {
 void BitCrusherControls::SetTargets(const BitCrusherSettings& settings) {
     const float gain = DecibelsToGain(settings.wetGainDb);
     const float unheld = settings.rateHz >= unheldHz ? 1.0F : 0.0F;
-    groups[Levels].Aim({1.0F - settings.mix, settings.mix * gain, DecibelsToGain(settings.driveDb), unheld});
+    groups[Levels].GlideTo(
+        {1.0F - settings.mix, settings.mix * gain, DecibelsToGain(settings.driveDb), unheld});
 
     const float apart = std::exp2(settings.splitCents / 2400.0F);
     const float perFrame = settings.rateHz / static_cast<float>(rate);
-    groups[Clock].Aim({std::min(perFrame / apart, 1.0F), std::min(perFrame * apart, 1.0F), settings.jitter,
-                       settings.slope});
-    groups[Steps].Aim({settings.bits, settings.bias, settings.mu, settings.shaping});
-    groups[Noise].Aim({settings.dither, settings.bitErrors, settings.antiAlias ? 1.0F : 0.0F, 0.0F});
+    groups[Clock].GlideTo({std::min(perFrame / apart, 1.0F), std::min(perFrame * apart, 1.0F),
+                           settings.jitter, settings.slope});
+    groups[Steps].GlideTo({settings.bits, settings.bias, settings.mu, settings.shaping});
+    groups[Noise].GlideTo({settings.dither, settings.bitErrors, settings.antiAlias ? 1.0F : 0.0F, 0.0F});
 
     const double highCut = settings.highCutHz >= openCutHz ? rate : static_cast<double>(settings.highCutHz);
     const double lowCut =
         -std::expm1(-2.0 * std::numbers::pi * static_cast<double>(settings.lowCutHz) / rate);
-    groups[Filters].Aim(
+    groups[Filters].GlideTo(
         {StereoLowPass<1>::Setting(antiAliasShare * static_cast<double>(settings.rateHz), rate),
          StereoLowPass<1>::Setting(highCut, rate), static_cast<float>(lowCut), 0.0F});
 }

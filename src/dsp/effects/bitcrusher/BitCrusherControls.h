@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/smoothing/ControlGroups.h"
+#include "dsp/smoothing/GlidingControls.h"
 #include "support/platform/Types.h"
 
 namespace Velmora::dsp {
@@ -48,7 +48,7 @@ public:
 
     void Prepare(float sampleRate);
     void SetTargets(const BitCrusherSettings& settings);
-    void JumpToTargets() { groups.Jump(); }
+    void JumpToTargets() { groups.Arrive(); }
     /// Advances by a quad of frames.
     void Step() { groups.Step(); }
     bool IsMoving() const { return groups.IsMoving(); }
@@ -56,7 +56,7 @@ public:
     const SmoothedLanes& operator[](Group group) const { return groups[group]; }
 
 private:
-    ControlGroups<GroupCount, GroupCount> groups;
+    GlidingControls<GroupCount, GroupCount> groups;
     double rate = 44100.0;
 };
 

@@ -4,7 +4,7 @@
 #include "dsp/effects/shared/FeedbackLimits.h"
 #include "dsp/effects/shared/StereoQuad.h"
 #include "dsp/math/SyncRates.h"
-#include "dsp/vectors/LaneTranspose.h"
+#include "dsp/vectors/Simd.h"
 
 #include <utility>
 

@@ -53,24 +53,26 @@ void ChorusControls::SetVoices(const ChorusSettings& settings) {
     const Float4 numbers = VoiceNumbers();
     const auto count = static_cast<float>(settings.voices);
     const Float4 offsets = numbers / count;
-    groups[VoiceGains].Aim(xsimd::select(numbers < Float4(count), Float4(1.0F / count), Float4(0.0F)));
-    groups[LeftOffsets].Aim(offsets);
+    groups[VoiceGains].GlideTo(xsimd::select(numbers < Float4(count), Float4(1.0F / count), Float4(0.0F)));
+    groups[LeftOffsets].GlideTo(offsets);
     // Half way between the voices of the left: for one voice that is the opposite.
-    groups[RightOffsets].Aim(settings.stereoMode != ChorusSettings::Mono ? offsets + 0.5F / count : offsets);
+    groups[RightOffsets].GlideTo(settings.stereoMode != ChorusSettings::Mono ? offsets + 0.5F / count
+                                                                             : offsets);
     const Float4 shape(static_cast<float>(settings.shape));
-    groups[Shapes].Aim(xsimd::select(numbers == shape, Float4(1.0F), Float4(0.0F)));
+    groups[Shapes].GlideTo(xsimd::select(numbers == shape, Float4(1.0F), Float4(0.0F)));
 }
 
 void ChorusControls::SetLevels(const ChorusSettings& settings) {
     const bool crosses = settings.stereoMode == ChorusSettings::Cross;
-    groups[Loop].Aim(
+    groups[Loop].GlideTo(
         {crosses ? 0.0F : settings.feedback, crosses ? settings.feedback : 0.0F,
          OnePoleCoefficient(settings.lowCutHz, sampleRate),
          settings.highCutHz >= openCutHz ? 1.0F : OnePoleCoefficient(settings.highCutHz, sampleRate)});
 
     const auto [dry, level] = EqualPower(settings.mix);
     const float wet = level * WetLevel(settings);
-    groups[Mix].Aim({dry, wet * 0.5F * (1.0F + settings.width), wet * 0.5F * (1.0F - settings.width), 0.0F});
+    groups[Mix].GlideTo(
+        {dry, wet * 0.5F * (1.0F + settings.width), wet * 0.5F * (1.0F - settings.width), 0.0F});
 }
 
 /// The factor that brings the mean of the voices to the level of the dry sound. Voices at one place add up
@@ -98,11 +100,11 @@ void ChorusControls::SetMotion(const ChorusSettings& settings) {
     }
     const float swing = depth + drift;
     const Float4 centres = settings.delayMs * samplesPerMs * (1.0F + settings.spread * SpreadShares());
-    groups[Centres].Aim(
+    groups[Centres].GlideTo(
         xsimd::min(xsimd::max(centres, Float4(shortest + swing)), Float4(longestDelay - swing)));
     // More than one cycle of a random walk apart, the channels have nothing in common.
     const float shift = settings.stereoMode != ChorusSettings::Mono ? 1.5F : 0.0F;
-    groups[Motion].Aim({depth, drift, settings.rateHz, shift});
+    groups[Motion].GlideTo({depth, drift, settings.rateHz, shift});
 }
 
 } // namespace Velmora::dsp

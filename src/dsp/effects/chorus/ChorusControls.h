@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/smoothing/ControlGroups.h"
+#include "dsp/smoothing/GlidingControls.h"
 
 namespace Velmora::dsp {
 
@@ -64,7 +64,7 @@ public:
 
     void Prepare(float rate);
     void SetTargets(const ChorusSettings& settings);
-    void JumpToTargets() { groups.Jump(); }
+    void JumpToTargets() { groups.Arrive(); }
     /// Advances by a quad of frames.
     void Step() { groups.Step(); }
     bool IsMoving() const { return groups.IsMoving(); }
@@ -79,7 +79,7 @@ private:
     void SetLevels(const ChorusSettings& settings);
     void SetMotion(const ChorusSettings& settings);
 
-    ControlGroups<GroupCount, Centres> groups;
+    GlidingControls<GroupCount, Centres> groups;
     float sampleRate = 44100.0F;
     float longestDelay = 0.0F;
 };

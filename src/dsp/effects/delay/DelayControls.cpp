@@ -29,17 +29,18 @@ void DelayControls::Prepare(float rate) {
 
 void DelayControls::SetTargets(const DelaySettings& settings) {
     const auto [dry, wet] = EqualPower(settings.mix);
-    groups[Mix].Aim({dry, wet * 0.5F * (1.0F + settings.width), wet * 0.5F * (1.0F - settings.width), 0.0F});
+    groups[Mix].GlideTo(
+        {dry, wet * 0.5F * (1.0F + settings.width), wet * 0.5F * (1.0F - settings.width), 0.0F});
 
     const bool gathers = settings.mode == DelaySettings::PingPong;
     // One side then carries the power of both.
     const float share = std::numbers::sqrt2_v<float> * 0.5F;
-    groups[Entry].Aim(gathers ? Float4{share, share, 0.0F, 0.0F} : Float4{1.0F, 0.0F, 1.0F, 0.0F});
+    groups[Entry].GlideTo(gathers ? Float4{share, share, 0.0F, 0.0F} : Float4{1.0F, 0.0F, 1.0F, 0.0F});
 
     const bool crosses = settings.mode != DelaySettings::Stereo;
-    groups[Loop].Aim({crosses ? 0.0F : settings.feedback, crosses ? settings.feedback : 0.0F,
-                      settings.saturation * strongestBend, 0.0F});
-    groups[Cuts].Aim(LoopCuts::Coefficients(settings.lowCutHz, settings.highCutHz, sampleRate));
+    groups[Loop].GlideTo({crosses ? 0.0F : settings.feedback, crosses ? settings.feedback : 0.0F,
+                          settings.saturation * strongestBend, 0.0F});
+    groups[Cuts].GlideTo(LoopCuts::Coefficients(settings.lowCutHz, settings.highCutHz, sampleRate));
     SetTimes(settings);
 }
 
@@ -49,16 +50,16 @@ void DelayControls::SetTimes(const DelaySettings& settings) {
     const float samples = settings.seconds * sampleRate;
     const float left = std::clamp(samples * (1.0F + std::min(settings.offset, 0.0F)), shortest, longest);
     const float right = std::clamp(samples * (1.0F - std::max(settings.offset, 0.0F)), shortest, longest);
-    times[0].Aim(static_cast<double>(left));
-    times[1].Aim(static_cast<double>(right));
+    times[0].GlideTo(static_cast<double>(left));
+    times[1].GlideTo(static_cast<double>(right));
     const float room = std::min(left, right) - shortest;
-    groups[Wow].Aim({std::min(settings.wowMs * 0.001F * sampleRate, room), 0.0F, 0.0F, 0.0F});
+    groups[Wow].GlideTo({std::min(settings.wowMs * 0.001F * sampleRate, room), 0.0F, 0.0F, 0.0F});
 }
 
 void DelayControls::JumpToTargets() {
-    groups.Jump();
+    groups.Arrive();
     for (TapeGlide& time : times) {
-        time.Jump();
+        time.Arrive();
     }
 }
 

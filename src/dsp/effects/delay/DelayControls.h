@@ -3,7 +3,7 @@
 
 #include "dsp/delaylines/TapeGlide.h"
 #include "dsp/effects/shared/LoopCuts.h"
-#include "dsp/smoothing/ControlGroups.h"
+#include "dsp/smoothing/GlidingControls.h"
 
 #include <array>
 
@@ -68,7 +68,7 @@ public:
 private:
     void SetTimes(const DelaySettings& settings);
 
-    ControlGroups<GroupCount, Wow> groups;
+    GlidingControls<GroupCount, Wow> groups;
     std::array<TapeGlide, 2> times;
     float sampleRate = 44100.0F;
     float longestDelay = 0.0F;

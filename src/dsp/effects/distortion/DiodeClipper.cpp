@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/distortion/DiodeClipper.h"
 
-#include "dsp/math/IntactState.h"
+#include "dsp/math/Within.h"
 #include "support/CSingleton.h"
 
 #include <algorithm>

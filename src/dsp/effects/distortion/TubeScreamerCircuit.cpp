@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/distortion/TubeScreamerCircuit.h"
 
-#include "dsp/math/IntactState.h"
+#include "dsp/math/Within.h"
 
 #include <cmath>
 #include <numbers>

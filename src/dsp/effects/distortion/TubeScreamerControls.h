@@ -4,7 +4,7 @@
 #include "dsp/effects/distortion/TubeScreamerCircuit.h"
 #include "dsp/math/Decibels.h"
 #include "dsp/math/Within.h"
-#include "dsp/smoothing/ControlGroups.h"
+#include "dsp/smoothing/GlidingControls.h"
 
 #include <array>
 #include <cmath>
@@ -41,12 +41,12 @@ public:
     }
     void SetTargets(const TubeScreamerSettings& settings) {
         // The gain of the stage is 1 + R / Rg.
-        groups[Levels].Aim({1.0F - settings.mix,
-                            settings.mix * DecibelsToGain(settings.levelDb) / voltsToFullScale,
-                            VoltsOf(settings), 0.0F});
-        groups[Knobs].Aim({ResistanceOf(settings), settings.tone, settings.lowCutHz, settings.bias});
+        groups[Levels].GlideTo({1.0F - settings.mix,
+                                settings.mix * DecibelsToGain(settings.levelDb) / voltsToFullScale,
+                                VoltsOf(settings), 0.0F});
+        groups[Knobs].GlideTo({ResistanceOf(settings), settings.tone, settings.lowCutHz, settings.bias});
     }
-    void JumpToTargets() { groups.Jump(); }
+    void JumpToTargets() { groups.Arrive(); }
     /// Advances by a quad of frames.
     void Step() { groups.Step(); }
     bool IsMoving() const { return groups.IsMoving(); }
@@ -91,7 +91,7 @@ private:
     }
 
     float usualLoudness = Loudness(VoltsOf({}), ResistanceOf({}));
-    ControlGroups<GroupCount, Knobs> groups;
+    GlidingControls<GroupCount, Knobs> groups;
 };
 
 } // namespace Velmora::dsp

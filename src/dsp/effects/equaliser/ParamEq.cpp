@@ -2,7 +2,7 @@
 #include "dsp/effects/equaliser/ParamEq.h"
 
 #include "dsp/framework/ParameterDeclaration.h"
-#include "dsp/math/CornerLimit.h"
+#include "dsp/math/CornerAngle.h"
 #include "dsp/math/Within.h"
 
 #include <algorithm>
@@ -81,7 +81,7 @@ template <u32 bandCount>
 void ParamEq<bandCount>::JumpAll() {
     for (ParamEqBand& band : bands) {
         band.Clear();
-        band.Jump();
+        band.Arrive();
     }
 }
 
@@ -132,7 +132,7 @@ void ParamEq<bandCount>::UpdateBand(u32 band, const ProcessContext& context, boo
     if (Changed(OnId(band))) {
         setting.isOn = Value(OnId(band)) > 0.5F;
         bands[band].Clear();
-        bands[band].Jump();
+        bands[band].Arrive();
     }
     if (Changed(ModeId(band))) {
         shape.mode = ModeOf(Value(ModeId(band)));

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/equaliser/ParamEqBand.h"
 
-#include "dsp/math/IntactState.h"
+#include "dsp/math/Within.h"
 #include "dsp/vectors/Simd.h"
 
 #include <algorithm>
@@ -37,7 +37,7 @@ void ParamEqBand::Allocate(u32 maxBlockSize) {
     bufferLength = RoundUpToFour(maxBlockSize);
     ramps.Allocate(ValueCount, bufferLength);
     isFlat.fill(false);
-    Jump();
+    Arrive();
 }
 
 void ParamEqBand::Clear() {
@@ -48,7 +48,7 @@ void ParamEqBand::Clear() {
 void ParamEqBand::Update(const ParamEqShape& next, u32 numFrames) {
     if (next.mode != shape.mode) {
         Clear();
-        Jump();
+        Arrive();
     }
     if (jumps || next != shape) {
         if (jumps || next.frequency != shape.frequency) {

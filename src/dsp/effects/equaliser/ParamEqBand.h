@@ -36,7 +36,7 @@ public:
     void Allocate(u32 maxBlockSize);
     void Clear();
     /// The next update takes its values at once.
-    void Jump() { jumps = true; }
+    void Arrive() { jumps = true; }
 
     /// Prepares a block of numFrames, which may not be 0; a Pass then renders it.
     void Update(const ParamEqShape& next, u32 numFrames);

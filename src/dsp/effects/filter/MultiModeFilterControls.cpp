@@ -36,7 +36,7 @@ void MultiModeFilterControls::Prepare(float rate) {
 void MultiModeFilterControls::SetTargets(const MultiModeFilterSettings& settings) {
     SetSweptTargets(settings, Drive, Corners);
     const float wet = settings.mix * DecibelsToGain(settings.wetGainDb);
-    groups[Mix].Aim({1.0F - settings.mix, wet, settings.isSteep ? 1.0F : 0.0F, 0.0F});
+    groups[Mix].GlideTo({1.0F - settings.mix, wet, settings.isSteep ? 1.0F : 0.0F, 0.0F});
     SetFilter(settings);
 }
 
@@ -47,13 +47,13 @@ void MultiModeFilterControls::SetFilter(const MultiModeFilterSettings& settings)
     const float rSquare = r * r;
     const float rFourth = rSquare * rSquare;
     const float damping = widest * (1.0F - r) * std::sqrt(1.0F - r) - excitation * rFourth * rFourth;
-    groups[Loop].Aim({damping, limitPerEnergy * rFourth, 0.0F, 0.0F});
+    groups[Loop].GlideTo({damping, limitPerEnergy * rFourth, 0.0F, 0.0F});
 
     const float notch = Near(settings.mode, 3.0F);
     const float band = Near(settings.mode, 1.0F);
     const float bandWeight = std::sqrt(widest * std::max(damping, leastBandDamping));
-    groups[Outputs].Aim({Near(settings.mode, 0.0F) + notch, band * bandWeight,
-                         Near(settings.mode, 2.0F) + notch, band * secondDamping});
+    groups[Outputs].GlideTo({Near(settings.mode, 0.0F) + notch, band * bandWeight,
+                             Near(settings.mode, 2.0F) + notch, band * secondDamping});
 }
 
 } // namespace Velmora::dsp

@@ -54,11 +54,11 @@ void FlangerControls::SetLevels(const FlangerSettings& settings) {
     const float level = std::sqrt(1.0F - settings.feedback * settings.feedback);
     const float gain = DecibelsToGain(settings.wetGainDb) * (settings.inverted ? -level : level);
     const float wet = share * gain;
-    groups[Mix].Aim({settings.throughZero ? 0.0F : dry, settings.throughZero ? dry : 0.0F,
-                     wet * 0.5F * (1.0F + settings.width), wet * 0.5F * (1.0F - settings.width)});
-    groups[Loop].Aim({settings.feedback, settings.drive * strongestBend, 0.0F, 0.0F});
-    groups[Cuts].Aim(LoopCuts::Coefficients(settings.lowCutHz, settings.highCutHz, sampleRate));
-    groups[Shapes].Aim(ShapeWeights(settings.shape));
+    groups[Mix].GlideTo({settings.throughZero ? 0.0F : dry, settings.throughZero ? dry : 0.0F,
+                         wet * 0.5F * (1.0F + settings.width), wet * 0.5F * (1.0F - settings.width)});
+    groups[Loop].GlideTo({settings.feedback, settings.drive * strongestBend, 0.0F, 0.0F});
+    groups[Cuts].GlideTo(LoopCuts::Coefficients(settings.lowCutHz, settings.highCutHz, sampleRate));
+    groups[Shapes].GlideTo(ShapeWeights(settings.shape));
 }
 
 void FlangerControls::SetMotion(const FlangerSettings& settings) {
@@ -76,8 +76,8 @@ void FlangerControls::SetMotion(const FlangerSettings& settings) {
     const float lowest = shortest + std::max(0.0F, depth - manual);
     const float highest = longestDelay - std::max(0.0F, depth + manual);
     const float base = std::min(std::max(settings.delayMs * samplesPerMs, lowest), highest);
-    groups[Hand].Aim({manual, settings.shape == FlangerSettings::Even ? 1.0F : 0.0F, 0.0F, 0.0F});
-    groups[Motion].Aim({base, depth, settings.rateHz, settings.stereoPhase});
+    groups[Hand].GlideTo({manual, settings.shape == FlangerSettings::Even ? 1.0F : 0.0F, 0.0F, 0.0F});
+    groups[Motion].GlideTo({base, depth, settings.rateHz, settings.stereoPhase});
 }
 
 } // namespace Velmora::dsp

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dsp/effects/shared/LoopCuts.h"
-#include "dsp/smoothing/ControlGroups.h"
+#include "dsp/smoothing/GlidingControls.h"
 
 namespace Velmora::dsp {
 
@@ -56,7 +56,7 @@ public:
 
     void Prepare(float rate);
     void SetTargets(const FlangerSettings& settings);
-    void JumpToTargets() { groups.Jump(); }
+    void JumpToTargets() { groups.Arrive(); }
     /// Advances by a quad of frames.
     void Step() { groups.Step(); }
     bool IsMoving() const { return groups.IsMoving(); }
@@ -69,7 +69,7 @@ private:
     void SetLevels(const FlangerSettings& settings);
     void SetMotion(const FlangerSettings& settings);
 
-    ControlGroups<GroupCount, Motion> groups;
+    GlidingControls<GroupCount, Motion> groups;
     float sampleRate = 44100.0F;
     float longestDelay = 0.0F;
 };

@@ -4,8 +4,8 @@
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/RunChild.h"
 #include "dsp/math/QuarterTurnSine.h"
-#include "dsp/vectors/LaneTranspose.h"
 #include "dsp/vectors/SilenceFaults.h"
+#include "dsp/vectors/Simd.h"
 
 #include <algorithm>
 #include <cmath>
@@ -179,8 +179,8 @@ bool StereoPan::Process(ProcessContext& context) {
     }
     RunOscillators(context);
     if (needsUpdate && context.numFrames > 0) {
-        swing.Aim({buffers[PanSwing][0], buffers[LeftSwing][0], buffers[RightSwing][0], 0.0F});
-        swing.Jump();
+        swing.GlideTo({buffers[PanSwing][0], buffers[LeftSwing][0], buffers[RightSwing][0], 0.0F});
+        swing.Arrive();
     }
     if (controls.IsMoving()) {
         RenderBlock<true>(context);
@@ -201,7 +201,7 @@ void StereoPan::RunOscillators(const ProcessContext& context) {
 
 void StereoPan::StepSwing(u32 n) {
     const u32 last = n + Float4::size - 1;
-    swing.Aim({buffers[PanSwing][last], buffers[LeftSwing][last], buffers[RightSwing][last], 0.0F});
+    swing.GlideTo({buffers[PanSwing][last], buffers[LeftSwing][last], buffers[RightSwing][last], 0.0F});
     swing.Step(swingDecay);
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/pan/StereoPanControls.h"
 
-#include "dsp/math/CornerLimit.h"
+#include "dsp/math/CornerAngle.h"
 
 #include <algorithm>
 #include <cmath>
@@ -32,9 +32,9 @@ float StereoPanControls::DecayOver(float milliseconds) const {
 void StereoPanControls::SetTargets(const StereoPanSettings& settings) {
     SetSource(settings);
     SetField(settings);
-    groups[Motion].Aim({settings.pan, settings.panDepth, settings.levelDepth, 0.0F});
+    groups[Motion].GlideTo({settings.pan, settings.panDepth, settings.levelDepth, 0.0F});
     const Float4 laws{0.0F, 1.0F, 2.0F, 3.0F};
-    groups[Laws].Aim(
+    groups[Laws].GlideTo(
         xsimd::select(laws == Float4(static_cast<float>(settings.law)), Float4(1.0F), Float4(0.0F)));
 }
 
@@ -47,7 +47,7 @@ void StereoPanControls::SetSource(const StereoPanSettings& settings) {
     const bool turnsBoth = settings.polarity == Settings::InvertedBoth;
     const float left = turnsBoth || settings.polarity == Settings::InvertedLeft ? -1.0F : 1.0F;
     const float right = turnsBoth || settings.polarity == Settings::InvertedRight ? -1.0F : 1.0F;
-    groups[SourceMatrix].Aim(matrices[settings.source] * Float4{left, left, right, right});
+    groups[SourceMatrix].GlideTo(matrices[settings.source] * Float4{left, left, right, right});
 }
 
 void StereoPanControls::SetField(const StereoPanSettings& settings) {
@@ -55,7 +55,7 @@ void StereoPanControls::SetField(const StereoPanSettings& settings) {
     const float side = std::min(1.0F, 1.0F + settings.midSide) * settings.width;
     const float share = settings.bassHz > bassOffHz ? 1.0F : 0.0F;
     const float turn = std::min(settings.bassHz / sampleRate, highestCornerShare<float>);
-    groups[Field].Aim(
+    groups[Field].GlideTo(
         {0.5F * (mid + side), 0.5F * (mid - side), share, std::tan(std::numbers::pi_v<float> * turn)});
 }
 

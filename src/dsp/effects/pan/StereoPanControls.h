@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/smoothing/ControlGroups.h"
+#include "dsp/smoothing/GlidingControls.h"
 #include "support/platform/Types.h"
 
 namespace Velmora::dsp {
@@ -55,7 +55,7 @@ public:
 
     void Prepare(float rate);
     void SetTargets(const StereoPanSettings& settings);
-    void JumpToTargets() { groups.Jump(); }
+    void JumpToTargets() { groups.Arrive(); }
     /// Advances by a quad of frames.
     void Step() { groups.Step(); }
     bool IsMoving() const { return groups.IsMoving(); }
@@ -68,7 +68,7 @@ private:
     void SetSource(const StereoPanSettings& settings);
     void SetField(const StereoPanSettings& settings);
 
-    ControlGroups<GroupCount, GroupCount> groups;
+    GlidingControls<GroupCount, GroupCount> groups;
     float sampleRate = 44100.0F;
 };
 

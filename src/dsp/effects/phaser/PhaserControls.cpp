@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/phaser/PhaserControls.h"
 
-#include "dsp/math/CornerLimit.h"
+#include "dsp/math/CornerAngle.h"
 #include "dsp/math/Decibels.h"
 
 #include <algorithm>
@@ -44,15 +44,16 @@ void PhaserControls::SetMix(const PhaserSettings& settings) {
     const float wet = settings.mix > 0.0F ? std::sin(angle) : 0.0F;
     const float gain = wet * (settings.inverts ? direct - 1.0F : direct + 1.0F);
     const float norm = 1.0F / std::sqrt(dry * dry + gain * gain / (1.0F - f * f));
-    groups[Mix].Aim(
+    groups[Mix].GlideTo(
         {wet > 0.0F ? norm * dry : 1.0F, norm * gain * DecibelsToGain(settings.wetGainDb), 0.0F, 0.0F});
 }
 
 void PhaserControls::SetLoop(const PhaserSettings& settings) {
     const float high =
         settings.highCutHz >= openCutHz ? highestCornerShare<float> * sampleRate : settings.highCutHz;
-    groups[Loop].Aim({settings.feedback * (1.0F - settings.crossFeedback),
-                      settings.feedback * settings.crossFeedback, CutGain(settings.lowCutHz), CutGain(high)});
+    groups[Loop].GlideTo({settings.feedback * (1.0F - settings.crossFeedback),
+                          settings.feedback * settings.crossFeedback, CutGain(settings.lowCutHz),
+                          CutGain(high)});
 }
 
 /// g / (1 + g), with g the gain of a trapezoidal integrator.
@@ -70,12 +71,12 @@ void PhaserControls::SetStages(const PhaserSettings& settings) {
     const auto presence = [pairs](Float4 number) {
         return xsimd::select(number < Float4(pairs), Float4(1.0F), Float4(0.0F));
     };
-    groups[LowPresence].Aim(presence(low));
-    groups[HighPresence].Aim(presence(high));
+    groups[LowPresence].GlideTo(presence(low));
+    groups[HighPresence].GlideTo(presence(high));
     const float distance = settings.pairs > 1 ? settings.spread / (pairs - 1.0F) : 0.0F;
     const Float4 middle(0.5F * (pairs - 1.0F));
-    groups[LowOffsets].Aim(distance * (low - middle));
-    groups[HighOffsets].Aim(distance * (high - middle));
+    groups[LowOffsets].GlideTo(distance * (low - middle));
+    groups[HighOffsets].GlideTo(distance * (high - middle));
 }
 
 } // namespace Velmora::dsp

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/phaser/PhaserLoop.h"
 
-#include "dsp/math/IntactState.h"
+#include "dsp/math/Within.h"
 
 namespace Velmora::dsp {
 

@@ -103,13 +103,13 @@ void ReverbControls::SetTargets(const ReverbSettings& settings) {
     SetDelays(settings);
     SetLevels(settings);
     SetGains(settings);
-    groups[Diffusion].Aim({settings.inputDiffusion1, settings.inputDiffusion2, settings.decayDiffusion1,
-                           settings.decayDiffusion2});
+    groups[Diffusion].GlideTo({settings.inputDiffusion1, settings.inputDiffusion2, settings.decayDiffusion1,
+                               settings.decayDiffusion2});
     // What is frozen must lose nothing on its way: no filter, and no place between two samples.
     const float swing = settings.frozen ? 0.0F : settings.modDepthMs * 0.001F * sampleRate;
-    groups[Filters].Aim({QuadOnePole::HighPassCoefficientOf(settings.lowCutHz, sampleRate),
-                         CutCoefficient(settings.highCutHz),
-                         settings.frozen ? 1.0F : CutCoefficient(settings.dampingHz), swing});
+    groups[Filters].GlideTo({QuadOnePole::HighPassCoefficientOf(settings.lowCutHz, sampleRate),
+                             CutCoefficient(settings.highCutHz),
+                             settings.frozen ? 1.0F : CutCoefficient(settings.dampingHz), swing});
     swingPerQuad = static_cast<double>(settings.modRateHz) * 4.0 / static_cast<double>(sampleRate);
 }
 
@@ -119,10 +119,10 @@ float ReverbControls::CutCoefficient(float hz) const {
 
 void ReverbControls::SetDelays(const ReverbSettings& settings) {
     for (u32 delay = 0; delay < PreDelay; ++delay) {
-        delays.Aim(delay, Scaled(DimensionOf(delay), ScaleOf(delay, settings.size), sampleRate));
+        delays.GlideTo(delay, Scaled(DimensionOf(delay), ScaleOf(delay, settings.size), sampleRate));
     }
     const auto preDelay = static_cast<u32>(std::lround(settings.preDelaySeconds * sampleRate));
-    delays.Aim(PreDelay, preDelay + QuadDelayLine::shortestDelay);
+    delays.GlideTo(PreDelay, preDelay + QuadDelayLine::shortestDelay);
 }
 
 void ReverbControls::SetLevels(const ReverbSettings& settings) {
@@ -132,14 +132,14 @@ void ReverbControls::SetLevels(const ReverbSettings& settings) {
     // The sides have little in common: the power stays.
     const float width = settings.width;
     const float side = wet * std::sqrt(0.5F / (1.0F + width * width));
-    groups[Mix].Aim({dry, side * (1.0F + width), side * (1.0F - width), settings.frozen ? 0.0F : 1.0F});
+    groups[Mix].GlideTo({dry, side * (1.0F + width), side * (1.0F - width), settings.frozen ? 0.0F : 1.0F});
 }
 
 void ReverbControls::SetGains(const ReverbSettings& settings) {
     for (u32 group = FirstGains; group < GroupCount; ++group) {
         const u32 delay = (group - FirstGains) * 4;
-        groups[group].Aim({GainOf(delay, settings), GainOf(delay + 1, settings), GainOf(delay + 2, settings),
-                           GainOf(delay + 3, settings)});
+        groups[group].GlideTo({GainOf(delay, settings), GainOf(delay + 1, settings),
+                               GainOf(delay + 2, settings), GainOf(delay + 3, settings)});
     }
 }
 
@@ -161,8 +161,8 @@ float ReverbControls::GainOf(u32 delay, const ReverbSettings& settings) const {
 }
 
 void ReverbControls::JumpToTargets() {
-    groups.Jump();
-    delays.Jump();
+    groups.Arrive();
+    delays.Arrive();
     RenewFilters();
 }
 

@@ -4,7 +4,7 @@
 #include "dsp/delaylines/DelayGlide.h"
 #include "dsp/effects/reverb/ReverbPlate.h"
 #include "dsp/filters/QuadOnePole.h"
-#include "dsp/smoothing/ControlGroups.h"
+#include "dsp/smoothing/GlidingControls.h"
 
 #include <array>
 
@@ -99,7 +99,7 @@ private:
 
     static_assert(DelayCount <= DelayGlide::count && GroupCount - FirstGains == DelayGlide::count / 4);
 
-    ControlGroups<GroupCount, GroupCount> groups;
+    GlidingControls<GroupCount, GroupCount> groups;
     std::array<QuadOnePole::Coefficients, filterCount> filters;
     DelayGlide delays;
     double swingPerQuad = 0.0;

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/reverb/ReverbTank.h"
 
-#include "dsp/math/IntactState.h"
 #include "dsp/math/QuarterTurnSine.h"
+#include "dsp/math/Within.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,7 +3,7 @@
 
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/UnitModule.h"
-#include "dsp/modulation/ModulationWatch.h"
+#include "dsp/modulation/ModulationChannels.h"
 
 #include <array>
 #include <cmath>

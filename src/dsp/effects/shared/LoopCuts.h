@@ -3,8 +3,8 @@
 
 #include "dsp/effects/shared/FeedbackLimits.h"
 #include "dsp/effects/shared/StereoQuad.h"
-#include "dsp/math/CornerLimit.h"
-#include "dsp/vectors/LaneTranspose.h"
+#include "dsp/math/CornerAngle.h"
+#include "dsp/vectors/Simd.h"
 
 #include <algorithm>
 #include <cmath>

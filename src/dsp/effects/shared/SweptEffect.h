@@ -5,7 +5,7 @@
 #include "dsp/effects/shared/EffectUnit.h"
 #include "dsp/effects/shared/SoftDrive.h"
 #include "dsp/effects/shared/StereoQuad.h"
-#include "dsp/smoothing/ControlGroups.h"
+#include "dsp/smoothing/GlidingControls.h"
 #include "dsp/vectors/FrameLanes.h"
 
 #include <cmath>
@@ -52,7 +52,7 @@ struct SweptParameters {
 template <u32 groupCount, u32 firstSlow>
 class SweptControls {
 public:
-    void JumpToTargets() { groups.Jump(); }
+    void JumpToTargets() { groups.Arrive(); }
     /// Advances by a quad of frames.
     void Step() { groups.Step(); }
     bool IsMoving() const { return groups.IsMoving(); }
@@ -68,13 +68,13 @@ protected:
     /// All but the mix.
     void SetSweptTargets(const SweptSettings& settings, u32 drive, u32 corners) {
         const float centre = std::log2(settings.hz);
-        groups[drive].Aim(SoftDriveAmount::Of(settings.driveDb).Lanes());
-        groups[corners].Aim({centre - 0.5F * settings.stereoOffset, centre + 0.5F * settings.stereoOffset,
-                             settings.swing, settings.envelopeSwing});
+        groups[drive].GlideTo(SoftDriveAmount::Of(settings.driveDb).Lanes());
+        groups[corners].GlideTo({centre - 0.5F * settings.stereoOffset, centre + 0.5F * settings.stereoOffset,
+                                 settings.swing, settings.envelopeSwing});
         sweep.Set(settings.sweep);
     }
 
-    ControlGroups<groupCount, firstSlow> groups;
+    GlidingControls<groupCount, firstSlow> groups;
 };
 
 /// The frame of a stereo effect behind a saturation whose corners are swept. Settings derive from

@@ -224,10 +224,10 @@ private:
             comesIn = true;
         } else if (old != selected) {
             if (IsOn(FadeOnModuleChange)) {
-                Aim(changeFade, 0.0F);
+                GlideTo(changeFade, 0.0F);
             } else {
                 cachedType = selected;
-                Aim(changeFade, 1.0F);
+                GlideTo(changeFade, 1.0F);
             }
         }
     }
@@ -238,14 +238,14 @@ private:
             if (bypassFade.IsAtTarget()) {
                 bypassFade.Set(isIdle ? 0.0F : 1.0F);
             }
-            Aim(bypassFade, IsOn(Bypass) ? 0.0F : 1.0F);
+            GlideTo(bypassFade, IsOn(Bypass) ? 0.0F : 1.0F);
         } else if (this->AdditionalChanged(CrossfadeOnBypass)) {
             bypassFade.Set(0.0F);
         }
     }
 
     /// A fade that is told its target again goes on.
-    static void Aim(SmootherSRL& fade, float target) {
+    static void GlideTo(SmootherSRL& fade, float target) {
         if (fade.target != target) {
             fade.Retarget(target);
         }

@@ -2,8 +2,8 @@
 #include "vocoder/core/banks/ParallelCascadedBiquads.h"
 
 #include "dsp/framework/ParameterDeclaration.h"
-#include "dsp/math/CornerLimit.h"
-#include "dsp/math/IntactState.h"
+#include "dsp/math/CornerAngle.h"
+#include "dsp/math/Within.h"
 
 #include <algorithm>
 #include <cmath>

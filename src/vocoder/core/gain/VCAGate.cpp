@@ -3,8 +3,8 @@
 
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/RunChild.h"
-#include "dsp/math/CornerLimit.h"
-#include "dsp/math/IntactState.h"
+#include "dsp/math/CornerAngle.h"
+#include "dsp/math/Within.h"
 #include "dsp/vectors/FrameLanes.h"
 #include "dsp/vectors/Simd.h"
 

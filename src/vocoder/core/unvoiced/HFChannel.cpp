@@ -2,7 +2,7 @@
 #include "vocoder/core/unvoiced/HFChannel.h"
 
 #include "dsp/framework/ParameterDeclaration.h"
-#include "dsp/math/CornerLimit.h"
+#include "dsp/math/CornerAngle.h"
 #include "vocoder/core/gain/SmoothedGain.h"
 
 #include <algorithm>

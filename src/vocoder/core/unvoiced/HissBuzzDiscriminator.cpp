@@ -3,7 +3,7 @@
 
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/RunChild.h"
-#include "dsp/math/CornerLimit.h"
+#include "dsp/math/CornerAngle.h"
 #include "dsp/vectors/Simd.h"
 
 #include <algorithm>

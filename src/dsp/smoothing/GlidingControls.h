@@ -12,7 +12,7 @@ namespace Velmora::dsp {
 /// The numbers of a signal path that glide when a setting changes, four to a group. Groups from firstSlow on
 /// take the slower time. Everything advances by quads of frames.
 template <u32 count, u32 firstSlow>
-class ControlGroups {
+class GlidingControls {
 public:
     /// Time constants in seconds.
     void Prepare(float sampleRate, double fastSeconds, double slowSeconds) {
@@ -24,9 +24,9 @@ public:
     }
 
     /// Arrives at once.
-    void Jump() {
+    void Arrive() {
         for (SmoothedLanes& group : groups) {
-            group.Jump();
+            group.Arrive();
         }
     }
 
