@@ -164,6 +164,28 @@ inline void WriteText(const std::filesystem::path& path, const std::string& text
     std::ofstream(path, std::ios::binary) << text;
 }
 
+inline std::vector<std::string> Split(const std::string& text, const std::string& separator) {
+    std::vector<std::string> parts;
+    for (std::size_t at = 0, end = 0; at <= text.size(); at = end + separator.size()) {
+        end = std::min(text.find(separator, at), text.size());
+        parts.push_back(text.substr(at, end - at));
+    }
+    return parts;
+}
+
+/// The rows of a text file beside the tests, in fields between " | "; lines with "#" and empty ones are left
+/// out.
+inline std::vector<std::vector<std::string>> Table(const std::string& name) {
+    std::vector<std::vector<std::string>> rows;
+    std::ifstream lines(std::filesystem::path(ORPHIA_EXAMPLES) / "../tests" / name);
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.empty() && line[0] != '#') {
+            rows.push_back(Split(line, " | "));
+        }
+    }
+    return rows;
+}
+
 /// What is said when something is refused.
 template <class F>
 std::string Refusal(F&& act) {

@@ -25,8 +25,9 @@ protected:
 
     /// Runs a shell line there, in which orphia is $ORPHIA.
     Outcome Shell(const std::string& command) const {
-        const std::string line = "cd '" + folder.Path().string() + "' && ORPHIA='" + ORPHIA_COMMAND + "'\n(" +
-                                 command + "\n) >out.txt 2>err.txt </dev/null";
+        const std::string line = "cd '" + folder.Path().string() + "' && ORPHIA='" + ORPHIA_COMMAND +
+                                 "' DOCS='" + ORPHIA_EXAMPLES + "/../docs'\n(" + command +
+                                 "\n) >out.txt 2>err.txt </dev/null";
         const int result = std::system(line.c_str());
         Outcome outcome{WIFEXITED(result) ? WEXITSTATUS(result) : -1, ReadText(folder / "out.txt"),
                         ReadText(folder / "err.txt")};

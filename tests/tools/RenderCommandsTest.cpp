@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The commands that play songs: render, play and vocode.
+// How the commands sound that render: render, play, vocode and sample.
 #include "rigs/MeasurePitch.h"
 #include "rigs/MidiSong.h"
 #include "tools/CommandTest.h"
@@ -19,14 +19,12 @@ protected:
     RenderCommandsTest() {
         WriteSound(folder / "voice.wav", Syllables(0.5));
         WriteSound(folder / "chord.wav", Chord(0.3));
-        WriteSound(folder / "mono.flac", Sine(500.0, 0.5, 22050, 1), SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
-        WriteSound(folder / "fast.wav", Chord(0.5, 96000));
         WriteText(folder / "song.mid", Text(OneNote(800)));
         WriteText(folder / "short.mid", Text(OneNote(200)));
     }
 
     static Bytes OneNote(std::uint32_t length) {
-        return Song(0, 500, {At(0, {0x90, 57, 100}) + At(length, {0x80, 57, 0}) + End()});
+        return Song(0, 500, {"on57 +" + std::to_string(length) + " off57 end"});
     }
 
     static double CentsOff(const Sound& sound, double from, double to, double expected) {
@@ -40,24 +38,7 @@ const std::string tone =
     "--set EnsembleAmount=0 --set 'Release=2 ms' --set Carrier_Oscillators_ADSR_Sustain=1 --set "
     "MasterVolume=0 ";
 
-TEST_F(RenderCommandsTest, SoundsGiveLengthAndRateAndATailGoesOn) {
-    const std::tuple<const char*, const char*, int, std::size_t> runs[] = {
-        {"render --voice voice.wav --midi song.mid --tail 0", "a.wav", 44100, 35280},
-        {"render --voice voice.wav --midi short.mid --tail 0", "a.wav", 44100, 22050},
-        {"render --voice voice.wav --midi song.mid --tail 0.25 --loop", "a.wav", 44100, 35280 + 11025},
-        {"render --voice voice.wav --midi short.mid --tail 0 --loop", "a.wav", 44100, 8820},
-        {"render --voice voice.wav --midi song.mid --tail 0 --rate 8000", "a.wav", 8000, 6400},
-        {"render --voice fast.wav --midi song.mid --tail 0", "a.wav", 96000, 76800},
-        {"vocode voice.wav chord.wav --tail 0.25", "a.wav", 44100, 33075},
-        {"vocode voice.wav chord.wav --loop-carrier", "a.wav", 44100, 22050},
-        {"vocode mono.flac fast.wav", "a.flac", 96000, 48000},
-        {"vocode mono.flac mono.flac", "a.ogg", 44100, 22050},
-        {"vocode fast.wav voice.wav --rate 8000 --bits 16", "a.wav", 8000, 4000}};
-    for (const auto& [arguments, name, rate, frames] : runs) {
-        Tell(std::string(arguments) + " -o " + name);
-        EXPECT_EQ(ReadSound(folder / name).sampleRate, rate) << arguments;
-        EXPECT_EQ(ReadSound(folder / name).Frames(), frames) << arguments;
-    }
+TEST_F(RenderCommandsTest, ALoopBeginsAnew) {
     // The second syllable goes on to 0.48 s; a voice that begins anew has its first one then.
     const std::tuple<const char*, const char*, double, double> loops[] = {
         {"render --voice voice.wav --midi song.mid --tail 0", " --loop", 0.55, 0.75},
@@ -89,9 +70,8 @@ TEST_F(RenderCommandsTest, WithoutATailItRendersUntilTheLastEchoIsSilent) {
 
 TEST_F(RenderCommandsTest, ParametersMoveInTimeByJumpsAndLines) {
     // 60 beats a minute from the second bar on, which begins at 0.2 s.
-    WriteText(folder / "song.mid", Text(Song(0, 500,
-                                             {Tempo(0, 50'000) + At(0, {0x90, 57, 100}) +
-                                              Tempo(2000, 1'000'000) + At(1000, {0x80, 57, 0}) + End()})));
+    WriteText(folder / "song.mid",
+              Text(Song(0, 500, {"tempo50000 on57 +2000 tempo1000000 +1000 off57 end"})));
     WriteText(folder / "moves.csv", "time,parameter,value,move\r\n0.5,MasterVolume,-20 dB,jump\r\n\n"
                                     "2:2.1,\"MasterVolume\",0 dB\n2:2.5,Synth_Master_Volume,-6 dB\n"
                                     "1.45,MasterVolume,0 dB\n1.9,MasterVolume,-40 dB,linear");
@@ -130,9 +110,7 @@ TEST_F(RenderCommandsTest, EqualRunsGiveEqualFilesAndASavedPresetTheSameSound) {
 TEST_F(RenderCommandsTest, KeysPlaySlotsAndAVoiceAloneIsSungWithItsOwnPitch) {
     WriteSound(folder / "low.wav", Sine(300.0, 0.5));
     WriteSound(folder / "high.wav", Sine(700.0, 0.5));
-    WriteText(folder / "keys.mid", Text(Song(0, 500,
-                                             {At(0, {0x90, 36, 100}) + At(300, {0x80, 36, 0}) +
-                                              At(300, {0x90, 38, 100}) + At(300, {0x80, 38, 0}) + End()})));
+    WriteText(folder / "keys.mid", Text(Song(0, 500, {"on36 +300 off36 +300 on38 +300 off38 end"})));
     const Sound keys = Render("render --midi keys.mid --monitor modulator --slots low.wav,,high.wav");
     EXPECT_NEAR(CentsOff(keys, 0.05, 0.3, 300.0), 0.0, 5.0);
     EXPECT_NEAR(CentsOff(keys, 0.65, 0.9, 700.0), 0.0, 5.0);
@@ -141,7 +119,7 @@ TEST_F(RenderCommandsTest, KeysPlaySlotsAndAVoiceAloneIsSungWithItsOwnPitch) {
                             "--set Osc1Waveform=triangle --set 'Osc2Volume=-70 dB' ";
     EXPECT_NEAR(CentsOff(Render(run + "--set Carrier_PitchTrack=on"), 0.5, 0.95, 220.0), 0.0, 20.0);
     EXPECT_EQ(Render(run, "warning: without --midi no note is played").Rms(), 0.0);
-    WriteText(folder / "empty.mid", Text(Song(0, 480, {End(480)})));
+    WriteText(folder / "empty.mid", Text(Song(0, 480, {"+480 end"})));
     EXPECT_EQ(Render("play empty.mid", "orphia: warning: empty.mid holds no notes\n").Rms(), 0.0);
 }
 
@@ -153,12 +131,9 @@ TEST_F(RenderCommandsTest, ALimiterHoldsPeaksAndChangesNoBitNorAnyTimeBelow) {
         EXPECT_TRUE(Render(run + " --no-limiter").samples == limited.samples) << run;
         EXPECT_LT(limited.Peak(), 0.88) << run;
     }
-    for (const char* run : {"render --voice voice.wav --midi song.mid", "vocode voice.wav chord.wav"}) {
-        const std::string loud = run + std::string(" --set CarrierLevel=0 --set ProgramLevel=0");
-        EXPECT_GT(Render(loud + " --no-limiter").Peak(), 1.1);
-        EXPECT_PRED2(Has, Tell(loud + " -o out.wav --bits float --meters"), "\nlimiter   -");
-        EXPECT_LE(ReadSound(folder / "out.wav").Peak(), 0.8913);
-    }
+    const std::string loud = runs[0] + " --set CarrierLevel=0 --set ProgramLevel=0";
+    EXPECT_GT(Render(loud + " --no-limiter").Peak(), 1.1);
+    EXPECT_LE(Render(loud).Peak(), 0.8913);
 }
 
 TEST_F(RenderCommandsTest, TheCarrierAloneHasItsOwnLevelsOverThoseOfThePreset) {
@@ -172,42 +147,33 @@ TEST_F(RenderCommandsTest, TheCarrierAloneHasItsOwnLevelsOverThoseOfThePreset) {
     }
 }
 
-TEST_F(RenderCommandsTest, SignalsEndEveryWaitUnlessTheyAreIgnored) {
-    const std::string stop = "timeout --preserve-status -k 5 -s ";
-    const std::pair<std::string, int> lines[] = {
-        {stop + "INT 0.2 $ORPHIA render --voice pipe.wav -o out.wav", 130},
-        {stop + "TERM 0.2 $ORPHIA render --midi pipe.wav -o out.wav", 143},
-        {"sleep 1 >pipe.wav &\n" + stop + "INT 0.2 $ORPHIA vocode voice.wav pipe.wav -o out.wav", 130},
-        {"sleep 1 >pipe.json &\n" + stop + "HUP 0.2 $ORPHIA play song.mid --preset pipe.json -o out.wav",
-         129},
-        {"trap '' HUP\n$ORPHIA play song.mid --tail 60 -o out.wav &\nsleep 0.1\nkill -HUP $!\nwait $!", 0},
-        {"cat voice.wav >pipe.wav &\n$ORPHIA render --voice pipe.wav --midi song.mid -o out.wav", 0}};
-    for (const auto& [line, status] : lines) {
-        const Outcome outcome = Shell("rm -f pipe.* out.wav\nmkfifo pipe.wav pipe.json\n" + line);
-        EXPECT_EQ(outcome.status, status) << line << "\n" << outcome.err;
-        EXPECT_EQ(outcome.err, "");
-        EXPECT_EQ(std::filesystem::exists(folder / "out.wav"), status == 0) << line;
+TEST_F(RenderCommandsTest, ASampleHasLengthAndPitchAfterStretchTranspositionAndRate) {
+    WriteSound(folder / "tone.wav", Sine(440.0, 0.5));
+    const std::tuple<const char*, double, double> cases[] = {
+        {"", 0.5, 440.0},
+        {"--stretch 2", 1.0, 440.0},
+        {"--stretch 0.5", 0.25, 440.0},
+        {"--transpose 12", 0.25, 880.0},
+        {"--transpose -7.5", 0.5 * std::exp2(7.5 / 12.0), 440.0 * std::exp2(-7.5 / 12.0)},
+        {"--transpose 12 --stretch 2", 0.5, 880.0},
+        {"--rate 48000", 0.5, 440.0},
+        {"--trim 0.1:80%", 0.3, 440.0},
+        {"--trim :100ms --repeat", 0.2, 440.0},
+        {"--loop --set 'Release=2 ms'", 1.0, 440.0},
+        {"--loop --loop-range 0.1:0.3 --crossfade 20ms --seconds 0.9 --set 'Release=2 ms'", 0.902, 440.0},
+        {"--seconds 0.2 --set 'Release=2 ms'", 0.202, 440.0}};
+    for (const auto& [arguments, seconds, hertz] : cases) {
+        SCOPED_TRACE(arguments);
+        const Sound sound = Render(std::string("sample tone.wav ") + arguments);
+        // When the last of it is heard; a stretched one fades at its end, then the monitor's preamp rests.
+        const auto last = std::find_if(sound.samples.rbegin(), sound.samples.rend(),
+                                       [](float sample) { return std::abs(sample) > 0.05F; });
+        const double end = static_cast<double>(sound.samples.rend() - last) / 2.0 / sound.sampleRate;
+        EXPECT_TRUE(end > seconds - 0.025 && end < seconds + 0.004) << end;
+        EXPECT_NEAR(sound.Seconds(), seconds + 0.098, 0.102);
+        const std::vector<float> middle = sound.Left(0.4 * seconds, 0.9 * seconds);
+        EXPECT_NEAR(Cents(MeasurePitch(middle, hertz, sound.sampleRate), hertz), 0.0, 2.0);
     }
-    EXPECT_GT(ReadSound(folder / "out.wav").Rms(), 0.01) << "a pipe is a voice";
-}
-
-TEST_F(RenderCommandsTest, PrintSummaryMetersAndLists) {
-    const std::string told = Tell("vocode voice.wav chord.wav -o out.wav --meters --no-limiter "
-                                  "--set ProgramLevel=0 --set CarrierLevel=0",
-                                  "clipped");
-    for (const char* part : {"output    out.wav\n", "duration  0.500 s\n", "peak      ", " dBFS\n",
-                             "loudness  ", " LUFS\n", "speed     ", " x real time\n", "HISS"}) {
-        EXPECT_PRED2(Has, told, part);
-    }
-    EXPECT_NEAR(static_cast<double>(std::count(told.begin(), told.end(), '|')), 10.0, 2.0)
-        << "five lines of meters";
-    const std::string controls = Tell("vocode --list-parameters");
-    EXPECT_PRED2(Has, controls, "BodeVocoder_AnalyzerRectifiers_Attack ");
-    EXPECT_FALSE(Has(controls, "Biquad"));
-    EXPECT_PRED2(Has, Tell("vocode --list-parameters --all"), "BodeVocoder_PatchBay_Analysis3_Synthesis7 ");
-    EXPECT_PRED2(Has, Tell("play --list-parameters"), "Carrier_Oscillators_Osc1Waveform ");
-    EXPECT_TRUE(Tell("--version").starts_with("orphia "));
-    EXPECT_PRED2(Has, Tell("--help"), "vocode");
 }
 
 } // namespace

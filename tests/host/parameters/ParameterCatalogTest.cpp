@@ -2,15 +2,13 @@
 #include "host/parameters/ParameterCatalog.h"
 
 #include "host/parameters/ParameterText.h"
+#include "rigs/TestFiles.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <random>
 #include <set>
-#include <sstream>
 #include <string>
 
 namespace orphia::host {
@@ -40,6 +38,8 @@ TEST(ParameterCatalog, EveryParameterHasANameOfItsOwnAndItsValuesConvertBothWays
             EXPECT_EQ(&catalog->Find(info.name), &info);
             EXPECT_TRUE(info.minimum <= info.start && info.start <= info.maximum);
             EXPECT_TRUE(info.role != ParameterRole::Control || !info.description.empty());
+            EXPECT_FALSE(info.role == ParameterRole::Control && info.name.ends_with("HardRetrig"))
+                << "no effect";
             // Small positions are as likely as large ones.
             for (const float position : {0.0F, 1.0F, unit(random), std::pow(unit(random), 8.0F)}) {
                 const ParameterSetting setting = SettingAt(*catalog, id, position);
@@ -63,36 +63,17 @@ TEST(ParameterCatalog, EveryParameterHasANameOfItsOwnAndItsValuesConvertBothWays
     EXPECT_EQ(Whole().ToPosition(2359, 1.0F) + Whole().ToValue(2359, 1.0F), 0.0F);
 }
 
-TEST(ParameterCatalog, AnEndingMeansTheNameWithTheFewestParts) {
-    EXPECT_EQ(Vocoder().Find("Attack").name, "BodeVocoder_AnalyzerRectifiers_Attack");
-    EXPECT_EQ(Vocoder().Find("RectifierFollower12_Attack").name,
-              "BodeVocoder_AnalyzerRectifiers_RectifierFollower12_Attack");
-    EXPECT_EQ(Whole().Find("Attack").name, "Attack");
-    EXPECT_EQ(Whole().Find("Wet").name, "BodeVocoder_Wet");
-    for (const ParameterInfo& info : Whole().Parameters()) {
-        EXPECT_FALSE(info.name.ends_with("HardRetrig") && info.role == ParameterRole::Control) << "no effect";
-    }
-}
-
-/// spellings.txt has a line of tree, parameter, value, the text that is written, and all texts that mean it.
 TEST(ParameterText, AllSpellingsOfAValueMeanTheSame) {
-    std::ifstream lines(std::filesystem::path(ORPHIA_EXAMPLES) / "../tests/host/parameters/spellings.txt");
-    int count = 0;
-    for (std::string line; std::getline(lines, line); ++count) {
-        SCOPED_TRACE(line);
-        std::istringstream fields(line);
-        std::string tree, assignment, value, written, text;
-        for (std::string* field : {&tree, &assignment, &value, &written}) {
-            std::getline(fields, *field, '|');
-        }
-        while (std::getline(fields, text, '|')) {
-            const ParameterCatalog& catalog = tree == "vocoder" ? Vocoder() : Whole();
-            const ParameterSetting setting = ParseAssignment(catalog, assignment + "=" + text);
-            EXPECT_EQ(setting.number, std::stof(value)) << text;
-            EXPECT_EQ(FormatSetting(catalog.Parameters()[setting.id], setting), written) << text;
+    const auto rows = test::Table("host/parameters/spellings.txt");
+    EXPECT_EQ(rows.size(), 20U);
+    for (const auto& row : rows) {
+        const ParameterCatalog& catalog = row[0] == "vocoder" ? Vocoder() : Whole();
+        for (std::size_t text = 4; text < row.size(); ++text) {
+            const ParameterSetting setting = ParseAssignment(catalog, row[1] + "=" + row[text]);
+            EXPECT_EQ(setting.number, std::stof(row[2])) << row[text];
+            EXPECT_EQ(FormatSetting(catalog.Parameters()[setting.id], setting), row[3]) << row[text];
         }
     }
-    EXPECT_EQ(count, 20);
     const std::uint32_t attack = Whole().Find("Attack").id;
     EXPECT_EQ(SettingAt(Whole(), attack, Whole().ToPosition(attack, 0.012F)),
               (ParameterSetting{attack, Scale::Value, 0.012F}));

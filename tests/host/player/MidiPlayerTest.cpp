@@ -18,12 +18,9 @@ namespace orphia::host {
 
 namespace {
 
-using test::At;
-using test::Bytes;
 using test::Sound;
-using test::operator+;
 
-constexpr std::uint32_t second = 960; // ticks, at 480 a beat and 120 beats a minute
+/// In tracks +960 is a second.
 using test::Settings;
 /// One smooth oscillator, at once there and at once gone.
 const Settings plain = {"OutputSelection=carrier",
@@ -36,9 +33,9 @@ const Settings plain = {"OutputSelection=carrier",
                         "Modulations_Dst17_Src4_Amount=0",
                         "Modulations_Dst18_Src4_Amount=0"};
 
-Sound Play(const Bytes& track, double seconds, const Settings& settings = {},
+Sound Play(const std::string& track, double seconds, const Settings& settings = {},
            std::size_t pieceBlocks = 1000) {
-    const MidiFile file = MidiFile::Parse(test::Song(0, 480, {track + test::End()}));
+    const MidiFile file = MidiFile::Parse(test::Song(0, 480, {track + " end"}));
     const auto instrument = test::Ready(plain);
     test::Apply(*instrument, settings);
     MidiPlayer player(file, *instrument);
@@ -57,26 +54,8 @@ double CentsOff(const Sound& sound, double key, double from, double to) {
     return test::Cents(test::MeasurePitch(sound.Left(from, to), hertz, sound.sampleRate), hertz);
 }
 
-Bytes Message(unsigned status, unsigned channel, unsigned data1, unsigned data2) {
-    return test::Number((status | channel) << 16U | data1 << 8U | data2, 3);
-}
-Bytes On(unsigned key, unsigned channel = 0) { return Message(0x90, channel, key, 100); }
-Bytes Off(unsigned key, unsigned channel = 0) { return Message(0x80, channel, key, 0); }
-Bytes Controller(unsigned number, unsigned value, unsigned channel = 0) {
-    return Message(0xB0, channel, number, value);
-}
-/// An empty text.
-Bytes Wait(std::uint32_t ticks) { return At(ticks, {0xFF, 1, 0}); }
-/// Fully up.
-Bytes Bend(unsigned channel = 0) { return Message(0xE0, channel, 127, 127); }
-Bytes Registered(unsigned number, unsigned value, unsigned channel = 0) {
-    return At(0, Controller(101, 0, channel)) + At(0, Controller(100, number, channel)) +
-           At(0, Controller(6, value, channel));
-}
-
 TEST(MidiPlayer, ANoteHasItsPitchAndItsTimeWhateverIsAskedForAtOnce) {
-    const Bytes track = At(second / 2, On(69)) + At(second, Off(69)) + At(40, On(60)) + At(101, Bend()) +
-                        At(57, Controller(7, 20)) + At(30, Off(60));
+    const char* const track = "+480 on69 +960 off69 +40 on60 +101 bend16383 +57 cc7=20 +30 off60";
     const Sound sound = Play(track, 2.2);
     EXPECT_NEAR(CentsOff(sound, 69, 0.6, 1.4), 0.0, 0.2);
     EXPECT_LT(sound.Rms(0.0, 0.498), 1e-6) << "before its time";
@@ -89,9 +68,7 @@ TEST(MidiPlayer, ANoteHasItsPitchAndItsTimeWhateverIsAskedForAtOnce) {
 }
 
 TEST(MidiPlayer, TheSongGoesOnAtAnotherRate) {
-    const MidiFile file = MidiFile::Parse(test::Song(
-        0, 480,
-        {At(0, On(60)) + At(second / 2, Off(60)) + At(0, On(69)) + At(second / 2, Off(69)) + test::End()}));
+    const MidiFile file = MidiFile::Parse(test::Song(0, 480, {"on60 +480 off60 on69 +480 off69 end"}));
     const auto instrument = test::Ready(plain);
     MidiPlayer player(file, *instrument);
     std::vector<float> before(std::size_t{44} * 2 * 300);
@@ -107,107 +84,49 @@ TEST(MidiPlayer, TheSongGoesOnAtAnotherRate) {
 }
 
 TEST(MidiPlayer, NoEventIsLostWhenABlockOverflows) {
-    Bytes crowd;
+    std::string crowd;
     for (int i = 0; i < 400; ++i) {
-        crowd = crowd + At(0, On(60)) + At(0, Off(60));
+        crowd += "on60 off60 ";
     }
-    const Sound sound = Play(crowd + At(0, On(69)) + At(second / 2, Off(69)), 0.7);
+    const Sound sound = Play(crowd + "on69 +480 off69", 0.7);
     EXPECT_NEAR(CentsOff(sound, 69, 0.2, 0.45), 0.0, 0.4) << "the last of 801 events";
     EXPECT_LT(sound.Rms(0.55), 1e-5) << "note 69 ended";
 }
 
 TEST(MidiPlayer, ThePedalKeepsItsPlaceAmongTheNotesAndNothingHangs) {
-    const Bytes note = At(0, On(60));
-    const Bytes down = Controller(64, 64);
-    const Bytes up = Controller(64, 63);
-    const Bytes pedal = At(0, down);
-    const Bytes held = note + At(100, down) + At(100, Off(60));
-    const Bytes rest = Wait(960);
-    const struct {
-        const char* what;
-        Bytes track;
-        double from, to;
-        bool isHeard;
-        Settings settings = {};
-    } cases[] = {
-        {"off, then pedal", note + At(200, Off(60)) + pedal + rest, 0.3, 0.6, false},
-        {"held by the pedal", held + At(400, up) + rest, 0.3, 0.6, true},
-        {"released by the pedal", held + At(400, up) + rest, 0.7, 0.9, false},
-        {"up and down at one time", held + At(200, up) + pedal + rest, 0.5, 0.8, false},
-        {"another channel's pedal", held + At(200, Controller(64, 0, 3)) + rest, 0.5, 0.6, true},
-        {"the end of the song", note + note + At(0, On(64, 5)) + pedal, 0.3, 0.5, false},
-        {"all notes off", note + At(200, Controller(123, 0)) + rest, 0.3, 0.5, false},
-        {"all notes off on another channel", note + At(200, Controller(123, 0, 1)) + rest, 0.3, 0.5, true},
-        {"all sound off, in spite of the pedal", pedal + note + At(200, Controller(120, 0)) + rest, 0.3, 0.5,
-         false},
-        {"a number between these two", note + At(200, Controller(122, 0)) + rest, 0.3, 0.5, true},
-        {"a reset lifts the pedal", pedal + note + At(50, Off(60)) + At(150, Controller(121, 0)) + rest, 0.3,
-         0.5, false},
-        {"a pedal in the settings ends with the song",
-         note + At(50, Off(60)) + Wait(50),
-         0.3,
-         0.5,
-         false,
-         {"VST3_CtrlSustainOnOff=on"}},
-    };
-    for (const auto& each : cases) {
-        const double level = Play(each.track, each.to, each.settings).Rms(each.from, each.to);
-        EXPECT_TRUE(each.isHeard ? level > 1e-3 : level < 1e-5) << each.what << ": " << level;
+    const auto rows = test::Table("host/player/pedals.txt");
+    EXPECT_EQ(rows.size(), 12U);
+    for (const auto& row : rows) {
+        const Settings settings = row.size() > 5 ? Settings{row[5].c_str()} : Settings{};
+        const double level =
+            Play(row[1], std::stod(row[4]), settings).Rms(std::stod(row[3]), std::stod(row[4]));
+        EXPECT_TRUE(row[2] == "heard" ? level > 1e-3 : level < 1e-5) << row[0] << ": " << level;
     }
 }
 
 TEST(MidiPlayer, TheBendHasTheRangeOfTheFileAndWithMpeOfItsChannel) {
-    const Bytes bent = At(0, On(60)) + At(0, Bend());
-    const Bytes zone = Registered(6, 15);
-    const Bytes member = At(0, Bend(2)) + At(0, On(60, 2));
-    const struct {
-        const char* what;
-        Bytes track;
-        double key;
-        Settings settings = {};
-    } cases[] = {
-        {"plain", bent, 62},
-        {"fully down", At(0, On(60)) + At(0, Message(0xE0, 0, 0, 0)), 58},
-        {"nearly in the middle", At(0, On(60)) + At(0, Message(0xE0, 0, 0, 96)), 61},
-        {"set", bent, 67, {"PitchBendRange=7"}},
-        {"registered", Registered(0, 12) + bent, 72},
-        {"at most two octaves", Registered(0, 30) + bent, 84},
-        {"the number was another one's",
-         At(0, Controller(101, 0)) + At(0, Controller(100, 0)) + At(0, Controller(99, 1)) +
-             At(0, Controller(6, 12)) + bent,
-         62},
-        {"taken back by a reset", bent + At(0, Controller(121, 0)), 60},
-        {"with MPE in the settings channel 1 leads", bent, 62, {"MPE_Enabled=on"}},
-        {"a range of the members", zone + Registered(0, 12, 2) + member, 72},
-        {"the bend of another channel", zone + At(0, Bend(2)) + At(0, On(60, 1)), 60},
-        {"the bend of the zone", zone + At(0, Bend(0)) + At(0, On(60, 1)), 62},
-        {"a zone of the last channel", Registered(6, 15, 15) + Registered(0, 12, 2) + member, 72},
-        {"outside a zone of three a channel has the plain range",
-         Registered(6, 3) + At(0, Bend(9)) + At(0, On(60, 9)), 62},
-        {"and the zone is not bent by it", Registered(6, 3) + At(0, Bend(9)) + At(0, On(60, 3)), 60},
-        {"the last member of three",
-         Registered(6, 3) + Registered(0, 12, 3) + At(0, Bend(3)) + At(0, On(60, 3)), 72},
-        {"the last zone takes what both want",
-         zone + Registered(6, 14, 15) + At(0, Bend(0)) + At(0, On(60, 5)), 60},
-        {"of two zones each has its master",
-         Registered(6, 7) + Registered(6, 7, 15) + At(0, Bend(15)) + At(0, On(60, 9)), 62},
-        {"no zone any more", zone + Registered(6, 0) + member, 62},
-    };
-    for (const auto& [what, track, key, settings] : cases) {
-        EXPECT_NEAR(CentsOff(Play(track + Wait(480), 0.5, settings), key, 0.3, 0.5), 0.0, 1.0) << what;
+    const auto rows = test::Table("host/player/bends.txt");
+    EXPECT_EQ(rows.size(), 19U);
+    for (const auto& row : rows) {
+        const Settings settings = row.size() > 3 ? Settings{row[3].c_str()} : Settings{};
+        EXPECT_NEAR(CentsOff(Play(row[1] + " +480 cc9", 0.5, settings), std::stod(row[2]), 0.3, 0.5), 0.0,
+                    1.0)
+            << row[0];
     }
 }
 
 TEST(MidiPlayer, VolumeAndExpressionAreTheSquareOfTheirValues) {
-    const Bytes note = At(0, On(60)) + At(480, Off(60));
+    const std::string note = " on60 +480 off60";
     const double full = Play(note, 0.5).Rms(0.1, 0.4);
-    const auto ratio = [&](const Bytes& before) { return Play(before + note, 0.5).Rms(0.1, 0.4) / full; };
+    const auto ratio = [&](const std::string& before) {
+        return Play(before + note, 0.5).Rms(0.1, 0.4) / full;
+    };
     const double half = std::pow(64.0 / 127.0, 2);
-    EXPECT_NEAR(ratio(At(0, Controller(7, 64))), half, 1e-3);
-    EXPECT_NEAR(ratio(At(0, Controller(7, 64)) + At(0, Controller(11, 64))), half * half, 1e-3);
-    EXPECT_NEAR(ratio(At(0, Controller(7, 0, 9))), 1.0, 1e-3) << "of a channel without notes";
+    EXPECT_NEAR(ratio("cc7=64"), half, 1e-3);
+    EXPECT_NEAR(ratio("cc7=64 cc11=64"), half * half, 1e-3);
+    EXPECT_NEAR(ratio("cc7=0@9"), 1.0, 1e-3) << "of a channel without notes";
     // A jump of the volume takes 20 ms, so that it is none in the sound.
-    const Sound sound = Play(At(0, On(60)) + At(241, Controller(7, 0)) + At(240, Off(60)), 0.4);
+    const Sound sound = Play("on60 +241 cc7=0 +240 off60", 0.4);
     const double before = sound.Rms(0.2, 0.25);
     EXPECT_NEAR(sound.Rms(0.2585, 0.2635) / before, 0.5, 0.1);
     EXPECT_GT(sound.Rms(0.2665, 0.2695), 0.0);
@@ -216,11 +135,11 @@ TEST(MidiPlayer, VolumeAndExpressionAreTheSquareOfTheirValues) {
 
 TEST(MidiPlayer, WheelAndPressureReachTheModulations) {
     const Settings routes = {"Dst17_Src7_Amount=-1", "Dst17_Src6_Amount=-1"};
-    const auto level = [&](const Bytes& message) {
-        return Play(At(0, On(60)) + message + At(480, Off(60)), 0.5, routes).Rms(0.3, 0.45);
+    const auto level = [&](const std::string& message) {
+        return Play("on60 " + message + " +480 off60", 0.5, routes).Rms(0.3, 0.45);
     };
-    for (const Bytes& message : {Controller(1, 127), Bytes{0xD0, 127}, Bytes{0xA0, 60, 127}}) {
-        EXPECT_LT(level(At(0, message)), level({}) / 100.0) << "status " << int{message[0]};
+    for (const char* message : {"cc1=127", "D07F", "A03C7F"}) {
+        EXPECT_LT(level(message), level("") / 100.0) << message;
     }
 }
 

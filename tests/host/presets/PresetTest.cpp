@@ -4,7 +4,6 @@
 #include "host/common/Files.h"
 #include "host/presets/PresetLibrary.h"
 #include "rigs/TestFiles.h"
-#include "support/platform/Platform.h"
 
 #include <gtest/gtest.h>
 
@@ -29,19 +28,6 @@ const ParameterCatalog& Whole() { return ParameterCatalog::OfInstrument(); }
 std::string File(const std::string& parameters, const std::string& name = "") {
     return R"({"format": "orphia-preset", "version": 1, "description": "A test.", "name": ")" + name +
            "\",\n\"parameters\": {\n" + parameters + "}}";
-}
-
-TEST(Preset, NumbersAndTruthValuesAreTakenAndUnknownNamesAndOutputsIgnoredWithAWarning) {
-    std::vector<std::string> warnings;
-    const Preset preset = ParsePreset(File(R"("BodeVocoder_Wett": 7, "BodeVocoder_HissLED": 1, "Wet": 1,
-        "BodeVocoder_Wet": 0.5, "BodeVocoder_HFChannel_HFMode": true)"),
-                                      Vocoder(), warnings);
-    ASSERT_EQ(preset.settings.size(), 2U);
-    EXPECT_EQ(preset.settings[0].number, 0.5F);
-    EXPECT_EQ(preset.settings[1].number, 1.0F);
-    ASSERT_EQ(warnings.size(), 3U);
-    EXPECT_PRED2(Has, warnings[0], "'BodeVocoder_Wett' ignored (similar: BodeVocoder_Wet");
-    EXPECT_PRED2(Has, warnings[1], "output");
 }
 
 /// Whatever a disk does to a preset, it is either read or refused.
@@ -127,18 +113,6 @@ TEST(PresetLibrary, ListsFindsAndOpensTheUsersPresetsWhichStandInForBuiltInOnes)
     for (const auto& [name, reason] : refusals) {
         EXPECT_PRED2(Has, test::Refusal([&, &n = name] { open(n); }), reason);
     }
-}
-
-TEST(PresetLibrary, TheUsersFolderIsWhereTheSystemKeepsTheirData) {
-    const test::TemporaryFolder folder;
-    Velmora::Platform::SetEnvironment("XDG_DATA_HOME", folder.Path().string());
-    const std::filesystem::path presets = PresetLibrary::UserFolder();
-    EXPECT_TRUE(presets.string().starts_with(folder.Path().string())) << presets;
-    std::filesystem::create_directories(presets);
-    test::WriteText(presets / "mine.json", File("", "Mine"));
-    EXPECT_EQ(PresetLibrary().Find("mine").path, presets / "mine.json");
-    Velmora::Platform::SetEnvironment("XDG_DATA_HOME", "relative");
-    EXPECT_FALSE(PresetLibrary::UserFolder().string().starts_with("relative"));
 }
 
 TEST(PendingFile, FollowsLinksAndLeavesWhatIsThereUntilItIsWhole) {
