@@ -49,7 +49,6 @@ INSTANTIATE_TEST_SUITE_P(Targets, Corpus,
                          testing::Values(Target{"sample_reader", orphia::fuzz::SampleReader, 20},
                                          Target{"preset_reader", orphia::fuzz::PresetReader, 5},
                                          Target{"midi_reader", orphia::fuzz::MidiReader, 20},
-                                         Target{"boundary", orphia::fuzz::Boundary, 0},
                                          Target{"voice_manager", orphia::fuzz::VoiceManager, 20}),
                          [](const auto& target) { return std::string(target.param.name); });
 

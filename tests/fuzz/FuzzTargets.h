@@ -19,8 +19,6 @@ void SampleReader(Input input);
 void PresetReader(Input input);
 /// A MIDI file, which is played if it is one.
 void MidiReader(Input input);
-/// Calls of a host.
-void Boundary(Input input);
 /// Notes, pedals and settings.
 void VoiceManager(Input input);
 

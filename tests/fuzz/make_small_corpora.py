@@ -53,23 +53,8 @@ write("midi_reader", "no_end.mid", song(0, 96, notes))
 write("midi_reader", "cut.mid", song(1, 96, notes + end)[:-9])
 write("midi_reader", "format_2.mid", song(2, 96, notes + end))
 
-# The bytes of the two others are draws, of which any will do.
+# The bytes of the other one are draws, of which any will do.
 dice = random.Random(1)
 for number, size in enumerate([60, 150, 400]):
     for kind in (0, 1):
         write("voice_manager", f"draws_{number}_{kind}", bytes([kind]) + dice.randbytes(size))
-for number, size in enumerate([80, 200, 500]):
-    write("boundary", f"draws_{number}", dice.randbytes(size))
-# Draws of the processor, the call, and what follows: 96 blocks until a sound begins, and three notes, at two rates.
-blocks = (b"\x00\x20\x03\x05\x02" + b"\x01" * 32) * 3
-notes = b"".join(b"\x00\x20\x02" + bytes([key]) for key in (48, 55, 60))
-for rate in (0, 7):
-    write("boundary", f"sound_{rate}", bytes([rate]) + notes + blocks)
-write("boundary", "sample", b"\x00\x00\x12\x00\x00\x00\x00\x20\x02\x24" + blocks)
-# More events than a block takes, and blocks of no length, of the whole one and beyond it.
-write("boundary", "many", b"\x00\x00\x0c\x90\x24" + blocks)
-odd = b"".join(b"\x00\x06\x01" + bytes([groups]) + b"\x02\x02\x01\x01\x01\x01\x01" for groups in (2, 1, 0, 3))
-shifted = b"\x00\x06\x01\x02\x02\x02\x00\x01\x01\x01\x01\x01"
-write("boundary", "odd_blocks", b"\x00" + notes + blocks + odd * 3 + shifted)
-# Found: at some rates that are none the stretcher's library never came back.
-write("boundary", "rates", b"\x0c" + b"".join(b"\x00\x02" + bytes([rate]) for rate in range(16)))

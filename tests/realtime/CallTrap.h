@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <string>
 #include <utility>
 
 namespace orphia::test {
@@ -20,10 +19,7 @@ public:
 
     std::size_t Count() const { return state.calls; }
     /// The name of the function that was called first, empty for none.
-    std::string FirstCall() const {
-        const Pause pause;
-        return state.firstCall;
-    }
+    const char* FirstCall() const { return state.firstCall; }
 
     /// What each of the program's own functions tells.
     static void Note(const char* function) {

@@ -57,7 +57,7 @@ TEST(CallTrap, CatchesMemoryLocksWaitsFilesAndClocksButNoArithmetic) {
     for (const auto& [expected, action] : cases) {
         const CallTrap trap;
         action();
-        EXPECT_EQ(trap.FirstCall(), expected);
+        EXPECT_STREQ(trap.FirstCall(), expected);
         EXPECT_EQ(trap.Count() > 0, *expected != '\0');
     }
 }

@@ -51,10 +51,9 @@ public:
         processor->Connect(nullptr);
         Initialize(sampleRate);
         // The engine computes constants of its filters from the rate, and a host saves them too.
-        fresh = preset = Values();
         const host::NeutralStart& neutral = host::NeutralStart::Get();
         for (u32 id = 0; id < parameterCount; ++id) {
-            preset[id] = neutral.IsPartOfPresets(id) ? neutral.Position(id) : preset[id];
+            preset.push_back(neutral.IsPartOfPresets(id) ? neutral.Position(id) : Value(id));
         }
     }
 
@@ -65,8 +64,11 @@ public:
         return processor->Initialize(&setUp);
     }
     void Set(u32 id, float position) { processor->SetParameter(id, position); }
-    void Send(const Midi& midi) { processor->PushEvent(midi.data()); }
-    void NoteOn(u8 note) { Send({0x90, note, 100}); }
+    void Set(const host::ParameterSetting& knob) { Set(knob.id, knob.number); }
+    void Send(const host::MidiMessage& midi) {
+        const u8 bytes[] = {midi.status, midi.data1, midi.data2};
+        processor->PushEvent(bytes);
+    }
     void SetTransport(const host::Transport& transport) {
         tempo = static_cast<float>(transport.tempo);
         songPosition = static_cast<float>(transport.beat);
@@ -77,14 +79,6 @@ public:
         processor->GetParameter(id, &value);
         return value;
     }
-    std::vector<float> Values() const {
-        std::vector<float> values(parameterCount);
-        for (u32 id = 0; id < parameterCount; ++id) {
-            values[id] = Value(id);
-        }
-        return values;
-    }
-
     /// Any id at and beyond every edge, with a value from anywhere.
     std::pair<u32, float> AnySetting(RandomPlayer& player) {
         constexpr u32 reserved = Engine::ReservedId({});
@@ -106,7 +100,6 @@ public:
         }
         Set(presetLoading, 0.0F);
     }
-    void SetPath(u32 sample, const std::string& path) { SetData(firstPath + sample, path); }
     void SetData(u32 id, const std::string& data) {
         auto size = static_cast<u32>(data.size());
         processor->SetParameterData(id, data.data(), &size);
@@ -117,14 +110,18 @@ public:
         }
     }
 
-    /// One block, into which the player sings. The buffers are made for its shape, so that none goes on
-    /// behind its end without the address check knowing.
-    void Block(RandomPlayer& player) { Block(player, Shape{blockSize}); }
-    void Block(RandomPlayer& player, const Shape& shape) {
+    void Block(RandomPlayer& player) {
+        Prepare(player, {blockSize});
+        Run();
+    }
+    /// The buffers of one block, into which the player sings. They are made for its shape, so that none goes
+    /// on behind its end without the address check knowing.
+    void Prepare(RandomPlayer& player, const Shape& next) {
+        shape = next;
         if (!player.OneIn(8)) { // most blocks are to be rendered
             Set(panic, 0.0F);
         }
-        Allocate(shape);
+        Allocate();
         for (u32 i = 0; i < mostChannels; ++i) {
             std::fill(sound[i].begin(), sound[i].end(), untouched);
         }
@@ -132,6 +129,8 @@ public:
         for (u32 i = mostChannels + 1; i < sound.size(); ++i) {
             sound[i] = sound[mostChannels];
         }
+    }
+    void Run() {
         Velmora::Processor::HostProcessData data{};
         data.outputs = shape.outputs > 0 ? channels.data() : nullptr;
         data.numOutputs = shape.outputs;
@@ -143,7 +142,7 @@ public:
         data.isPlaying = shape.isPlaying ? 1 : 0;
         data.processMode = shape.isOffline ? data.offlineMode : 0;
         processor->Process(&data);
-        Measure(shape);
+        Measure();
     }
     void EndBlock() {
         processor->ClearEvents();
@@ -159,12 +158,11 @@ public:
     float songPosition = 0.0F;
     float rate = 0.0F;
     u32 blockSize = 0;
-    /// The values of a new processor, and those of a new instrument.
-    std::vector<float> fresh;
+    /// The values of a new instrument.
     std::vector<float> preset;
 
 private:
-    void Allocate(const Shape& shape) {
+    void Allocate() {
         const std::size_t size = shape.frames + shape.shift + 1;
         for (u32 i = 0; i < sound.size(); ++i) {
             if (sound[i].size() != size) {
@@ -173,7 +171,7 @@ private:
             channels[i] = sound[i].data() + shape.shift;
         }
     }
-    void Measure(const Shape& shape) {
+    void Measure() {
         peak = 0.0F;
         for (u32 i = 0; i < mostChannels; ++i) {
             for (u32 n = 0; n <= shape.frames; ++n) {
@@ -185,6 +183,7 @@ private:
         }
     }
 
+    Shape shape{};
     /// Outputs, then inputs.
     std::array<std::vector<float>, 2 * mostChannels> sound;
     std::array<float*, 2 * mostChannels> channels{};

@@ -10,7 +10,6 @@
 #include <limits>
 #include <random>
 #include <span>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -18,12 +17,9 @@ namespace orphia::test {
 
 using Velmora::u32;
 using Velmora::u8;
-using Midi = std::array<u8, 3>;
 
-/// A player without plan or rest: whatever is played at random, by tests, soak, fuzzer and audit, is drawn
-/// here. Equal draws, equal playing.
-///
-/// It plays an instrument, or what has Set(id, position), Send(Midi) and SetTransport(Transport).
+/// A player without plan or rest: whatever is played at random, by tests, soak and fuzzer, is drawn here.
+/// Equal draws, equal playing. It plays an instrument, or what takes the same calls.
 class RandomPlayer {
 public:
     /// Gives a number below a limit.
@@ -61,9 +57,9 @@ public:
 
     /// Most keys lie in a small range, so that they meet.
     u8 Key() { return OneIn(4) ? Byte(128) : static_cast<u8>(36 + Below(36)); }
-    Midi AnyBytes() { return {Byte(), Byte(), Byte()}; }
+    host::MidiMessage AnyBytes() { return {Byte(), Byte(), Byte()}; }
     /// Any message of any channel. Keys come up that are not down, and go down again that are.
-    Midi Message() {
+    host::MidiMessage Message() {
         constexpr std::array<u8, 9> statuses = {0x90, 0x90, 0x90, 0x80, 0x80, 0x80, 0xA0, 0xD0, 0xE0};
         constexpr std::array<u8, 5> controllers = {1, 7, 11, 64, 74};
         const auto channel = static_cast<u8>(OneIn(4) ? Below(16) : Below(3));
@@ -79,24 +75,14 @@ public:
     void TurnKnobs(Target& target, std::span<const u32> knobs, u32 most) {
         for (u32 count = Below(most); count > 0; --count) {
             lastKnob = AnyOf(knobs);
-            const float at = Position();
-            if constexpr (isInstrument<Target>) {
-                target.Set({lastKnob, host::ParameterSetting::Scale::Position, at});
-            } else {
-                target.Set(lastKnob, at);
-            }
+            target.Set({lastKnob, host::ParameterSetting::Scale::Position, Position()});
             ++settings;
         }
     }
     template <class Target>
     void SendMessages(Target& target, u32 count) {
         for (messages += count; count > 0; --count) {
-            const Midi midi = Message();
-            if constexpr (isInstrument<Target>) {
-                target.Send({midi[0], midi[1], midi[2]});
-            } else {
-                target.Send(midi);
-            }
+            target.Send(Message());
         }
     }
     /// A tempo that songs have, or also another.
@@ -139,8 +125,6 @@ public:
     std::size_t tempos = 0;
 
 private:
-    template <class Target>
-    static constexpr bool isInstrument = std::is_same_v<Target, host::Instrument>;
     enum class Kind : u8 { Sound, Noise, Broken, None };
 
     /// Without a recording, two tones.
