@@ -44,6 +44,9 @@ struct PatchBayModel {
         const auto isRouted = [](const auto& amounts) {
             return std::any_of(amounts.begin(), amounts.end(), [](double amount) { return amount > 0.0; });
         };
+        for (std::size_t i = 0; i < sources.size(); ++i) {
+            std::for_each_n(sources[i].begin(), frames, [&](double& x) { x *= settings.gainBand[i % 16]; });
+        }
         if (settings.sampleHold) {
             Hold();
             return;
@@ -52,16 +55,13 @@ struct PatchBayModel {
         isBypassed =
             !settings.activated || std::none_of(settings.amount.begin(), settings.amount.end(), isRouted);
         for (std::size_t i = 0; i < sources.size(); ++i) {
-            std::for_each_n(sources[i].begin(), frames, [&](double& x) { x *= settings.gainBand[i % 16]; });
-        }
-        for (std::size_t i = 0; i < sources.size(); ++i) {
             outputs[i] = isBypassed ? sources[i] : Mix(settings.amount[i % bandCount], i / bandCount);
         }
     }
 
 private:
     /// Freezes the last slot of each line's present buffer. The followers have already written this block, so
-    /// a bypassed line holds its newest value, before the band gain; a routed one holds the last mixed block.
+    /// a bypassed line holds its newest value; a routed one holds the last mixed block.
     void Hold() {
         for (std::size_t i = 0; i < outputs.size() && !holding; ++i) {
             outputs[i].assign(silence.size(), (isBypassed ? sources : outputs)[i].back());

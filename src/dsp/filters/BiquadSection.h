@@ -28,6 +28,7 @@ struct BasicBiquadSection {
     T y2 = 0.0;
 
     /// Unity gain at 0 Hz. w is 2 pi times corner over rate, alpha is sin(w) / (2 Q). Keeps the state.
+    /// Coefficients that are not finite, those of a Q of 0 for instance, are refused: the last ones stay.
     void SetLowPass(double w, double alpha) {
         const double numerator = 1.0 - std::cos(w);
         SetNormalised(numerator * 0.5, numerator, w, alpha);
@@ -60,6 +61,9 @@ struct BasicBiquadSection {
 private:
     void SetNormalised(double outer, double middle, double w, double alpha) {
         const double a0 = 1.0 + alpha;
+        if (!std::isfinite((std::abs(outer) + 1.0 - alpha) / a0)) {
+            return;
+        }
         b0 = b2 = outer / a0;
         b1 = middle / a0;
         a1 = -2.0 * std::cos(w) / a0;

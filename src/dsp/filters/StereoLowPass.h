@@ -20,7 +20,7 @@ class StereoLowPass {
 public:
     using Float4 = simd::Float4;
 
-    /// The setting for a corner in Hz, held by CornerLimit.h: the binary logarithm of the tangent of half
+    /// The setting for a corner in Hz, held by CornerAngle.h: the binary logarithm of the tangent of half
     /// its angle, so that what glides, glides evenly.
     static float Setting(double hz, double sampleRate) {
         return static_cast<float>(std::log2(

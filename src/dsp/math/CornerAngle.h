@@ -10,12 +10,11 @@ namespace Velmora::dsp {
 template <class T>
 inline constexpr T highestCornerShare = T(0.49);
 
-/// The corner frequency in Hz that a filter is really given. From 44100 Hz on that is the one asked for.
-/// Below, where the circuits' own corners would pass the Nyquist frequency, it is at most 0.49 of the rate.
+/// The corner frequency in Hz that a filter is really given: at most 0.49 of the rate, as a section whose
+/// corner is above half of it blows up.
 constexpr double LimitCorner(double hz, double sampleRate) {
-    constexpr double lowestFullRate = 44100.0;
     const double highest = highestCornerShare<double> * sampleRate;
-    return sampleRate < lowestFullRate && hz > highest ? highest : hz;
+    return hz > highest ? highest : hz;
 }
 
 /// Sine and cosine of pi times corner over sample rate, four corners at a time. Their quotient is the gain of

@@ -81,6 +81,11 @@ void BodeVocoder::UseKernels(const VocoderKernels& set) {
     }
 }
 
+float BodeVocoder::GetParameterNormalized(u32 id) {
+    return id < childParameterCount ? Channel(0).GetParameterNormalized(id)
+                                    : ModuleContainer::GetParameterNormalized(id);
+}
+
 void BodeVocoder::OnInitialize(float sampleRate, u32 maxBlockSize) {
     buffers.Allocate(BufferCount, dsp::RoundUpToFour(maxBlockSize));
     drySmoother.Prepare(sampleRate, 1);

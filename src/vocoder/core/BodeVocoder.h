@@ -48,6 +48,8 @@ public:
 
     explicit BodeVocoder(std::string moduleName = "BodeVocoder");
 
+    /// What a channel sets itself, the corners of its banks for instance, is read as it sounds on the left.
+    float GetParameterNormalized(u32 id) override;
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;

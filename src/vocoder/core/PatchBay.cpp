@@ -87,6 +87,8 @@ void PatchBay::OnReset(bool hard) {
 }
 
 bool PatchBay::Process(dsp::ProcessContext& context) {
+    // Ahead of a hold as well: a band that is turned down is frozen turned down.
+    ScaleSources(context.numFrames);
     const bool wasHolding = holding;
     holding = parameters[SampleHold].GetModulatedValue(context, SampleHoldModulation) > 0.5F;
     if (holding) {
@@ -95,7 +97,6 @@ bool PatchBay::Process(dsp::ProcessContext& context) {
         }
         return true;
     }
-    ScaleSources(context.numFrames);
     dsp::ProcessContext matrixContext = context.ForChild(nullptr, 0, nullptr, 0);
     dsp::RunChild(matrix, matrixContext);
     SelectOutputs();
@@ -117,7 +118,7 @@ void PatchBay::Hold() {
 
 void PatchBay::ScaleSources(u32 numFrames) {
     for (u32 band = 0; band < bandCount; ++band) {
-        const float gain = Value(FirstGainBand + band);
+        const float gain = HeldValue(FirstGainBand + band);
         if (gain == 1.0F) {
             continue;
         }

@@ -9,9 +9,10 @@
 
 namespace Velmora::Processor {
 
-/// The patch panel between rectifiers and VCAs: scales each analysis band, freezes all control signals, and
-/// routes any analysis band to any synthesis band. There are 32 signals: 16 bands of lane 0, the smoothed
-/// envelopes, then 16 bands of lane 1, the direct rectifier signals; both lanes take the same routes.
+/// The patch panel between rectifiers and VCAs: scales each analysis band, freezes all control signals as
+/// they are scaled then, and routes any analysis band to any synthesis band. There are 32 signals: 16 bands
+/// of lane 0, the smoothed envelopes, then 16 bands of lane 1, the direct rectifier signals; both lanes take
+/// the same routes.
 ///
 /// There are no output channels. The rectifiers write into SourcePointers
 /// before Process; OutputPointers is what the VCAs read after it. Routing swaps pointers: the bypass, band n

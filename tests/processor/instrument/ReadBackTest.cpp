@@ -10,16 +10,8 @@ namespace {
 
 const host::ParameterCatalog& Catalog() { return host::ParameterCatalog::OfInstrument(); }
 
-/// Where a value that comes back acts, and why it may.
-constexpr std::pair<std::string_view, const char*> exceptions[] = {
-    {"PresetLoading", "its end resets, and that is its use"},
-    {"SynthesizerFilterBank_ParallelBiquadSIMD", "the bank sets its filters itself, beside what is read"}};
-
-bool MayAct(u32 id) {
-    const std::string& name = Catalog().Parameters()[id].name;
-    return std::any_of(std::begin(exceptions), std::end(exceptions),
-                       [&name](const auto& each) { return name.find(each.first) != std::string::npos; });
-}
+/// The end of a preset resets, and that is its use.
+bool MayAct(u32 id) { return id == VocoderProcessor::ParameterId(PresetLoading); }
 
 /// A chord and a voice, through the values of a new instrument, or through as few as make a new engine speak.
 struct Playing : PlayedRig {

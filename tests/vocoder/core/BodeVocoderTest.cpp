@@ -8,9 +8,11 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <functional>
 #include <limits>
 #include <map>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -216,6 +218,47 @@ TEST(BodeVocoder, NeitherBlockSplitsNorInstructionSetsNorAPastBeforeTheResetShow
     EXPECT_EQ(rig.Run(carrier, modulator), first);
 }
 
+/// Of whatever filters: the sixty-four stages of each bank, high and low pass, gates.
+bool IsCorner(const std::string& name) {
+    return name.ends_with("_Fc") || name.find("_FcHP") != name.npos || name.find("_FcLP") != name.npos ||
+           name.ends_with("HFAttack") || name.ends_with("GateAttack");
+}
+
+TEST(BodeVocoder, AnyCornerAtItsTopIsBoundedAtAnyRateAndReturnsWithItsKnob) {
+    for (const float rate : {8000.0F, 44100.0F, 46000.0F, 48000.0F, 96000.0F}) {
+        const u32 block = 4 * static_cast<u32>(rate / 4000.0F); // a millisecond
+        const StereoPair carrier = Chord(500 * block, rate);
+        const StereoPair modulator = Speech(500 * block, rate);
+        CoreRig plain(rate, block);
+        CoreRig turned(rate, block);
+        std::size_t at = 0;
+        for (CoreRig* rig : {&plain, &turned}) {
+            rig->Apply({{}, {{"AnalyzerRectifiers_Release", 0.01F}, {"UnvoicedMode", 1.0F}}, {}});
+        }
+        /// The left sides of the next milliseconds, cyclically.
+        const auto run = [&](u32 milliseconds) {
+            at = at + milliseconds * block <= carrier[0].size() ? at : 0;
+            const std::size_t from = std::exchange(at, at + milliseconds * block);
+            const auto cut = [&](const StereoPair& sound) { return Part(sound, from, at); };
+            return std::pair(plain.Run(cut(carrier), cut(modulator))[0],
+                             turned.Run(cut(carrier), cut(modulator))[0]);
+        };
+        const float loudest = Peak(run(400).first);
+        for (const auto& [name, id] : turned.ids) {
+            if (IsCorner(name)) {
+                const float before = turned.Position(name);
+                turned.core->SetParameterNormalized(id, 1.0F);
+                EXPECT_LT(Peak(run(20).second), 16.0F * loudest) << name << ", " << rate;
+                turned.core->SetParameterNormalized(id, before);
+                run(120); // the lowest band is slow
+                auto [expected, got] = run(20);
+                std::transform(got.begin(), got.end(), expected.begin(), got.begin(), std::minus<>());
+                ASSERT_LT(Peak(got), 0.02F * loudest) << name << ", " << rate;
+            }
+        }
+    }
+}
+
 /// RMS of the mix once the core has had a second of normal sound.
 double LevelAfterRecovery(CoreRig& rig) {
     const auto length = static_cast<std::size_t>(rig.rate) / 4 * 4;
@@ -248,6 +291,29 @@ TEST(BodeVocoder, SoundComesBackAfterAnyInputWhichDoesNotReachTheOtherSide) {
             }
         }
     }
+}
+
+TEST(BodeVocoder, InputsAboveFortyDecibelsCountAsFortyAndNoneBelowIsChanged) {
+    const StereoPair chord = Chord(8800, 44100.0F);
+    StereoPair quiet = Speech(8800, 44100.0F);
+    const auto shocked = [&](float level) {
+        StereoPair carrier = chord;
+        StereoPair modulator = quiet;
+        std::fill_n(&carrier[0][4400], 44, -level);
+        std::fill_n(&modulator[0][4400], 44, level);
+        return CoreRig().Run(carrier, modulator);
+    };
+    EXPECT_EQ(shocked(1e6F), shocked(100.0F));
+    EXPECT_NE(shocked(100.0F), shocked(99.9F));
+    // The program's preamp is linear.
+    StereoPair loud = quiet;
+    for (std::size_t n = 0; n < quiet[0].size(); ++n) {
+        quiet[0][n] = std::clamp(quiet[0][n], -0.78F, 0.78F);
+        loud[0][n] = 128.0F * quiet[0][n];
+    }
+    Signal softer = CoreRig().Run(chord, quiet)[BodeVocoder::ProgramPreampLeft];
+    std::transform(softer.begin(), softer.end(), softer.begin(), [](float x) { return 128.0F * x; });
+    EXPECT_EQ(CoreRig().Run(chord, loud)[BodeVocoder::ProgramPreampLeft], softer);
 }
 
 } // namespace

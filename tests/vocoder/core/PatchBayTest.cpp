@@ -33,7 +33,7 @@ TEST(PatchBay, AgreesWithTheReferenceOverRandomOperations) {
         const float amount = below(2) != 0 ? uniform(random) : -0.5F;
         bay.SetParameterValue(PatchBay::RouteId(analysis + 1, synthesis + 1), amount);
         settings.amount[synthesis][analysis] = static_cast<double>(amount);
-        const float gain = below(2) != 0 ? 1.0F : uniform(random) + 1.0F;
+        const float gain = below(2) != 0 ? 1.0F : 0.5F * uniform(random) + 0.5F;
         settings.gainBand[analysis] = static_cast<double>(gain);
         bay.SetParameterValue(PatchBay::FirstGainBand + analysis, gain);
         settings.activated = below(4) != 0;

@@ -83,13 +83,22 @@ SynthesizerFilterBank::SynthesizerFilterBank(std::string moduleName)
                                       dsp::Declare::Linear("Width", -1.0F, 1.0F)}),
                       std::make_tuple("ParallelBiquadSIMD")) {
     SetTypes(Child<0>());
+    Tune(AdditionalValue(Shift), AdditionalValue(Width));
 }
 
 void SynthesizerFilterBank::OnInitialize(float sampleRate, u32 maxBlockSize) {
     shiftSmoother.Prepare(sampleRate, maxBlockSize);
 }
 
-void SynthesizerFilterBank::OnReset(bool /*hard*/) { shiftSmoother.Set(AdditionalValue(Shift)); }
+/// The filters are read as they will sound, though the first block is still to come.
+void SynthesizerFilterBank::OnReset(bool /*hard*/) {
+    shiftSmoother.Set(AdditionalValue(Shift));
+    Tune(AdditionalValue(Shift), AdditionalValue(Width));
+}
+
+void SynthesizerFilterBank::Tune(float shift, float width) {
+    SetFrequencies(Child<0>(), BandPlan(shift * shiftRange + BandPlan::lowestEdge, width));
+}
 
 bool SynthesizerFilterBank::UpdateParameters(dsp::ProcessContext& context) {
     const bool modulated = context.ActiveModulation(ShiftModulation) != nullptr ||
@@ -101,8 +110,7 @@ bool SynthesizerFilterBank::UpdateParameters(dsp::ProcessContext& context) {
     }
     shiftSmoother.SetTarget(additional.parameters[Shift].GetModulatedValue(context, ShiftModulation));
     const float shift = shiftSmoother.Next();
-    const float width = additional.parameters[Width].GetModulatedValue(context, WidthModulation);
-    SetFrequencies(Child<0>(), BandPlan(shift * shiftRange + BandPlan::lowestEdge, width));
+    Tune(shift, additional.parameters[Width].GetModulatedValue(context, WidthModulation));
     return true;
 }
 

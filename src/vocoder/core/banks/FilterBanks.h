@@ -73,6 +73,8 @@ public:
     void UseKernels(const VocoderKernels& set) { Child<0>().UseKernels(set); }
 
 private:
+    void Tune(float shift, float width);
+
     dsp::SmootherLPF shiftSmoother{0.015};
 };
 

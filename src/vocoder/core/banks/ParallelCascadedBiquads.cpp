@@ -90,31 +90,38 @@ bool Biquads::UpdateParameters(dsp::ProcessContext& /*context*/) {
 
 void Biquads::UpdateStage(u32 channel, u32 stage) {
     const float type = Value(ParameterId(Type, channel, stage));
-    const bool isLowPass = type == static_cast<float>(LowPass);
+    if (type == static_cast<float>(LowPass) || type == static_cast<float>(BandPass)) {
+        TuneStage(channel, stage, type == static_cast<float>(LowPass));
+    }
     const u32 s = stage - 1;
     const u32 lane = channel - 1;
-    if (isLowPass || type == static_cast<float>(BandPass)) {
-        const double hz = dsp::LimitCorner(Value(ParameterId(Frequency, channel, stage)), sampleRate);
-        const double q = Value(ParameterId(Quality, channel, stage));
-        const double w = static_cast<double>(twoPi) * hz / sampleRate;
-        const double halfSine = std::sin(0.5 * w);
-        const double oneMinusCosine = 2.0 * halfSine * halfSine;
-        const double alpha = 2.0 * halfSine * std::cos(0.5 * w) * (0.5 / q);
-        const double n = 1.0 / (1.0 + alpha);
-        FeedForward& b = feedForward[s][lane];
-        if (isLowPass) {
-            b = {oneMinusCosine * 0.5 * n, oneMinusCosine * n, oneMinusCosine * 0.5 * n};
-        } else {
-            b = {alpha * n, 0.0, -alpha * n};
-        }
-        // With a1 = -2 cos(w) n and a2 = (1 - alpha) n; written so that nothing cancels.
-        lanes.pull[s][lane] = static_cast<float>(2.0 * oneMinusCosine * n);
-        lanes.carry[s][lane] = static_cast<float>(2.0 * (1.0 - oneMinusCosine) * n - 1.0);
-    }
-    const double gain = Value(ParameterId(Gain, channel, stage));
+    const double gain = HeldValue(ParameterId(Gain, channel, stage));
     lanes.b0[s][lane] = static_cast<float>(feedForward[s][lane].b0 * gain);
     lanes.b1[s][lane] = static_cast<float>(feedForward[s][lane].b1 * gain);
     lanes.b2[s][lane] = static_cast<float>(feedForward[s][lane].b2 * gain);
+}
+
+void Biquads::TuneStage(u32 channel, u32 stage, bool isLowPass) {
+    const double hz = dsp::LimitCorner(HeldValue(ParameterId(Frequency, channel, stage)), sampleRate);
+    const double q = HeldValue(ParameterId(Quality, channel, stage));
+    const double w = static_cast<double>(twoPi) * hz / sampleRate;
+    const double halfSine = std::sin(0.5 * w);
+    const double oneMinusCosine = 2.0 * halfSine * halfSine;
+    const double alpha = 2.0 * halfSine * std::cos(0.5 * w) * (0.5 / q);
+    if (!std::isfinite(alpha)) {
+        return;
+    }
+    const double n = 1.0 / (1.0 + alpha);
+    const u32 s = stage - 1;
+    const u32 lane = channel - 1;
+    if (isLowPass) {
+        feedForward[s][lane] = {oneMinusCosine * 0.5 * n, oneMinusCosine * n, oneMinusCosine * 0.5 * n};
+    } else {
+        feedForward[s][lane] = {alpha * n, 0.0, -alpha * n};
+    }
+    // With a1 = -2 cos(w) n and a2 = (1 - alpha) n; written so that nothing cancels.
+    lanes.pull[s][lane] = static_cast<float>(2.0 * oneMinusCosine * n);
+    lanes.carry[s][lane] = static_cast<float>(2.0 * (1.0 - oneMinusCosine) * n - 1.0);
 }
 
 bool Biquads::Process(dsp::ProcessContext& context) {

@@ -10,9 +10,8 @@ namespace Velmora::Processor {
 /// Programmed through its parameters: type, frequency in Hz, quality and linear gain of each stage.
 /// Coefficients (Robert Bristow-Johnson's cookbook) change at once, without interpolation.
 ///
-/// From 44100 Hz on, a frequency above half the rate makes a stage unstable and a quality of 0 makes it
-/// undefined; nothing guards against either, but at the end of a block a channel whose state is not finite
-/// starts again from silence.
+/// Frequencies end at 0.49 of the rate. A quality of 0 has no coefficients; the last ones stay. At the end of
+/// a block a channel whose state is not finite starts again from silence.
 class ParallelCascadedBiquads final : public dsp::UnitModule {
 public:
     /// A parameter of each stage of each channel.
@@ -53,6 +52,7 @@ private:
     };
 
     void UpdateStage(u32 channel, u32 stage);
+    void TuneStage(u32 channel, u32 stage, bool isLowPass);
     void HealLanes();
     void ClearLane(u32 lane);
 

@@ -100,15 +100,15 @@ bool VCAGate::UpdateParameters(dsp::ProcessContext& /*context*/) {
     }
     if (Changed(Pot)) {
         // An inverting stage: 470 ohm over a fixed resistor in series with the potentiometer.
-        inputAttenuation = -470.0F / (Value(Pot) * 100000.0F + 30470.0F);
+        inputAttenuation = -470.0F / (HeldValue(Pot) * 100000.0F + 30470.0F);
     }
     if (Changed(FcGateAttack)) {
-        const double t = CornerTangent(Value(FcGateAttack), sampleRate);
+        const double t = CornerTangent(HeldValue(FcGateAttack), sampleRate);
         attackB0 = attackB1 = t / (1.0 + t);
         attackA1 = -(1.0 - t) / (1.0 + t);
     }
     if (Changed(FcGateRelease)) {
-        const double t = CornerTangent(Value(FcGateRelease), sampleRate);
+        const double t = CornerTangent(HeldValue(FcGateRelease), sampleRate);
         releaseB0 = releaseB1 = t / (1.0 + t);
         releaseA1 = -(1.0 - t) / (1.0 + t);
     }

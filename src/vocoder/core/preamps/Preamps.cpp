@@ -18,6 +18,8 @@ namespace {
 using dsp::simd::Float4;
 
 constexpr float overloadVolts = 9.3125F;
+/// Full scale is 1.
+constexpr float loudestInput = 100.0F;
 constexpr double programHighPassHz = 4.8;
 constexpr double programHighPassQ = 0.32;
 /// Half the corner in radians per second: 15.9 and 17.5 Hz.
@@ -165,7 +167,8 @@ void BasicPreamp<Circuit>::TakeInput(const dsp::ProcessContext& context) const {
         return;
     }
     for (u32 n = 0; n < context.numFrames; n += Float4::size) {
-        dsp::SilenceFaults(input + n).store_unaligned(block + n);
+        const Float4 sound = dsp::SilenceFaults(input + n);
+        xsimd::min(xsimd::max(sound, Float4(-loudestInput)), Float4(loudestInput)).store_unaligned(block + n);
     }
 }
 

@@ -75,7 +75,8 @@ struct CarrierCircuit {
 ///
 /// Inputs: 0 audio, 1 modulation of the level. Output: 0 the amplified signal in volts. Sound enters the core
 /// here, so faulty samples stop here: one that is not a number, infinite or absurdly large counts as 0, as it
-/// would otherwise stay in every filter behind. A null input is silence.
+/// would otherwise stay in every filter behind, and one above +40 dBFS as that much: the circuit is
+/// overdriven by either, but its followers would need half a second to come down. A null input is silence.
 template <template <class> class Circuit>
 class BasicPreamp final : public dsp::UnitModule {
 public:

@@ -47,7 +47,7 @@ void HFChannel::OnInitialize(float newSampleRate, u32 maxBlockSize) {
 
 void HFChannel::OnReset(bool hard) {
     gate.Reset(hard);
-    levelSmoother.Set(Value(HFLevel));
+    levelSmoother.Set(HeldValue(HFLevel));
     for (dsp::BiquadSection* section : {&hp1, &hp2, &hp3, &lowPass}) {
         section->Reset();
     }
@@ -58,7 +58,7 @@ bool HFChannel::UpdateParameters(dsp::ProcessContext& /*context*/) {
         return true;
     }
     if (Changed(HFLevel)) {
-        levelSmoother.SetTarget(Value(HFLevel));
+        levelSmoother.SetTarget(HeldValue(HFLevel));
     }
     UpdateFilters();
     if (Changed(HFMode)) {
@@ -77,18 +77,18 @@ bool HFChannel::UpdateParameters(dsp::ProcessContext& /*context*/) {
 void HFChannel::UpdateFilters() {
     const double rate = static_cast<double>(sampleRate);
     if (Changed(FcHP) || Changed(QHP)) {
-        const double w = dsp::LimitCorner(static_cast<double>(Value(FcHP)), rate) * 6.2831855 / rate;
-        const double alpha = std::sin(w) * (0.5 / static_cast<double>(Value(QHP)));
+        const double w = dsp::LimitCorner(static_cast<double>(HeldValue(FcHP)), rate) * 6.2831855 / rate;
+        const double alpha = std::sin(w) * (0.5 / static_cast<double>(HeldValue(QHP)));
         for (dsp::BiquadSection* section : {&hp1, &hp2, &hp3}) {
             section->SetHighPass(w, alpha);
         }
     }
     if (Changed(H0HP)) {
-        outputGain = static_cast<double>(Value(H0HP));
+        outputGain = static_cast<double>(HeldValue(H0HP));
     }
     if (Changed(FcLP) || Changed(QLP)) {
-        const double w = dsp::LimitCorner(static_cast<double>(Value(FcLP)), rate) * 6.2831855 / rate;
-        lowPass.SetLowPass(w, std::sin(w) * (0.5 / static_cast<double>(Value(QLP))));
+        const double w = dsp::LimitCorner(static_cast<double>(HeldValue(FcLP)), rate) * 6.2831855 / rate;
+        lowPass.SetLowPass(w, std::sin(w) * (0.5 / static_cast<double>(HeldValue(QLP))));
     }
 }
 

@@ -123,17 +123,17 @@ bool HissBuzzDiscriminator::UpdateParameters(dsp::ProcessContext& /*context*/) {
     }
     if (Changed(HissBuzzTrimmer)) {
         // The trimmer is loaded by the stage behind it: a curve through 0 at the centre.
-        const float v = Value(HissBuzzTrimmer);
+        const float v = HeldValue(HissBuzzTrimmer);
         trim = (0.070484F - v * 0.140968F) / (v * 0.047232F * (v - 1.0F) - 1.0F);
     }
     const double rate = static_cast<double>(sampleRate);
     if (Changed(FcHP) || Changed(QHP)) {
-        const double w = dsp::LimitCorner(static_cast<double>(Value(FcHP)), rate) * 6.2831855 / rate;
-        high.crossover.SetHighPass(w, std::sin(w) * (0.5 / static_cast<double>(Value(QHP))));
+        const double w = dsp::LimitCorner(static_cast<double>(HeldValue(FcHP)), rate) * 6.2831855 / rate;
+        high.crossover.SetHighPass(w, std::sin(w) * (0.5 / static_cast<double>(HeldValue(QHP))));
     }
     if (Changed(FcLP) || Changed(QLP)) {
-        const double w = dsp::LimitCorner(static_cast<double>(Value(FcLP)), rate) * 6.2831855 / rate;
-        low.crossover.SetLowPass(w, std::sin(w) * (0.5 / static_cast<double>(Value(QLP))));
+        const double w = dsp::LimitCorner(static_cast<double>(HeldValue(FcLP)), rate) * 6.2831855 / rate;
+        low.crossover.SetLowPass(w, std::sin(w) * (0.5 / static_cast<double>(HeldValue(QLP))));
     }
     return true;
 }
