@@ -19,7 +19,7 @@ using Velmora::u32;
 using Names = std::vector<std::string>;
 
 /// Reads files by their whole path and decodes names without any: "bad" gives nothing, "once" nothing but
-/// once, "throw", "memory" and "odd" raise.
+/// once, "throw" and "odd" raise.
 class ScriptedSampleManager final : public Velmora::engine::SampleManager {
 public:
     ~ScriptedSampleManager() override {
@@ -102,9 +102,6 @@ private:
         if (name == "throw") {
             throw std::runtime_error("broken decoder");
         }
-        if (name == "memory") {
-            throw std::bad_alloc();
-        }
         if (name == "odd") {
             throw 5;
         }
@@ -122,7 +119,7 @@ private:
 };
 
 /// A manager under random requests, with what each slot asked for last. Paths that give no sample end in
-/// "bad" or "throw".
+/// "bad".
 class RandomRig {
 public:
     static constexpr u32 slotCount = 12;
@@ -138,7 +135,6 @@ public:
     std::vector<u32> Block() {
         manager.Block();
         std::vector<u32> updated = manager.TakeUpdated();
-        EXPECT_TRUE(std::adjacent_find(updated.begin(), updated.end()) == updated.end()) << "listed twice";
         for (u32 slot = 0; slot < slotCount; ++slot) {
             const auto* sample = manager.Sample(slot).get();
             EXPECT_TRUE(std::exchange(seen[slot], sample) == sample ||
@@ -153,9 +149,7 @@ public:
             std::this_thread::yield();
         } while (manager.IsLoading());
         for (u32 slot = 0; slot < slotCount; ++slot) {
-            if (!asked[slot].ends_with("bad") && !asked[slot].ends_with("throw")) {
-                EXPECT_EQ(manager.Held(slot), asked[slot]) << "slot " << slot;
-            }
+            EXPECT_TRUE(asked[slot].ends_with("bad") || manager.Held(slot) == asked[slot]) << slot;
         }
     }
 

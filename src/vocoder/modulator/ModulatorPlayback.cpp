@@ -234,7 +234,11 @@ void ModulatorPlayback::ServeSamples() {
         const bool plays =
             isPlaying && !sampler.needsUpdate && sampler.CurrentSample() == static_cast<i32>(sample);
         sampler.SetSample(samples.Sample(sample), sample);
-        if (plays) {
+        if (plays && isFading && SampleOfSlot(CurrentSlot()) != static_cast<i32>(sample)) {
+            // It goes in place of its fade; the key's sample that waits for that is not lost.
+            Start(CurrentSlot());
+            Fade(false);
+        } else if (plays) {
             Stop();
         }
     }

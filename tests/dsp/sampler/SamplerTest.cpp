@@ -84,29 +84,25 @@ TEST(SamplerTest, PitchFollowsTransposesNoteRootRatesAndInputs) {
         {{{Sampler::Freq, 440}}, 0.0},
         {{{First(Key::RootNote), 440}}, -octaveOfRoot},
         {{{Sampler::Freq, 300}, {Sampler::KeyTrack, 1}, {First(Key::RootNote), 200}}, 12.0 * std::log2(1.5)}};
-    for (const auto& [fileRate, hostRate] : {std::pair{44100.0F, 48000.0F}, {96000.0F, 44100.0F}}) {
-        const SamplePointer sample = Mono(Sine(440.0, 200000, static_cast<double>(fileRate)), fileRate);
-        for (const auto& [values, semitones] : cases) {
-            const Signal out = Listen(*Make(sample, values, hostRate), 48000)[1];
-            const double expected = 440.0 * std::exp2(semitones / 12.0);
-            EXPECT_NEAR(CentsOf(out, 2000, 46000, expected, hostRate), 0.0, 0.05) << hostRate;
-        }
+    const SamplePointer sample = Mono(Sine(440.0, 200000, 96000.0), 96000.0F);
+    for (const auto& [values, semitones] : cases) {
+        const Signal out = Listen(*Make(sample, values, 44100.0F), 44000)[1];
+        const double expected = 440.0 * std::exp2(semitones / 12.0);
+        EXPECT_NEAR(CentsOf(out, 2000, 43000, expected, 44100.0F), 0.0, 0.05) << semitones;
     }
-    const SamplePointer sample = Mono(Sine(440.0, 200000));
-    auto sampler = Make(sample);
+    auto sampler = Make(Mono(Sine(440.0, 200000)));
     const Signal up(48000, 0.5F);
     const Signal still(48000, 0.0F);
-    const Signal out = Render(*sampler, {&up, &still, &still, &up, &still}, 2, BlockSplit::Of(64))[0];
+    // The third is the start, at a reset.
+    const Signal out = Render(*sampler, {&up, &still, &up, &up, &still}, 2, BlockSplit::Of(64))[0];
     EXPECT_NEAR(CentsOf(out, 2000, 46000, 880.0), 0.0, 0.05);
     EXPECT_NEAR(Rms(out, 2000), std::sqrt(0.125) * std::pow(10.0, 12.0 / 20.0), 0.01);
-    sampler->Reset(false);
-    const Signal block(64, 0.5F);
-    Render(*sampler, {nullptr, nullptr, &block}, 2, BlockSplit::Of(64));
-    EXPECT_NEAR(sampler->PlayPosition(), 100000.0, 70.0) << "Start at the reset";
-    auto fastest = Make(sample, {{First(Key::RootNote), 0.01F}});
-    EXPECT_EQ(Speed(*fastest), 256.0);
-    fastest->SetParameterValue(First(Key::RootNote), notANumber);
-    EXPECT_EQ(Speed(*fastest), 1.0 / 256.0);
+    EXPECT_NEAR(sampler->PlayPosition(), 100000.0 + 96000.0, 70.0);
+    for (const auto& [root, speed] : {std::pair(0.01F, 256.0), {notANumber, 1.0 / 256.0}}) {
+        sampler->SetParameterValue(First(Key::RootNote), root);
+        sampler->Reset(true);
+        EXPECT_EQ(Speed(*sampler), speed);
+    }
 }
 
 TEST(SamplerTest, GainPanAndVolumeMoveInTheirTimesAndStereoIsTold) {
@@ -131,25 +127,22 @@ TEST(SamplerTest, GainPanAndVolumeMoveInTheirTimesAndStereoIsTold) {
         }
     }
     auto sampler = Make(tones);
-    const auto isStereo = [&] {
-        Listen(*sampler, 64);
-        return sampler->GetParameterNormalized(Sampler::IsStereo) == 1.0F;
+    const auto expectStereo = [&](bool expected) {
+        EXPECT_EQ(Listen(*sampler, 64)[1][0] == 12345.0F,
+                  sampler->GetParameterNormalized(Sampler::Stereo) == 0.0F);
+        EXPECT_EQ(sampler->GetParameterNormalized(Sampler::IsStereo) == 1.0F, expected);
     };
-    EXPECT_TRUE(isStereo());
+    expectStereo(true);
     sampler->SetParameterValue(Sampler::Stereo, 0.0F);
-    const std::vector<Signal> sum = Listen(*sampler, 24064);
-    EXPECT_NEAR(Rms(sum[0], 64), 0.25, 0.01);
-    EXPECT_EQ(Rms(sum[1]), 12345.0) << "the second output is left alone";
-    EXPECT_FALSE(isStereo());
+    EXPECT_NEAR(Rms(Listen(*sampler, 24064)[0], 64), 0.25, 0.01) << "of two tones";
+    expectStereo(false); // the second output is left alone
     sampler->SetParameterValue(Sampler::MainVolume, -12.0F);
     Listen(*sampler, 20480);
     EXPECT_EQ(Peak(Listen(*sampler, 64)[0]), 0.0F) << "the lowest volume is silence";
     sampler = Make(Mono(Sine(441.0, 100000)));
-    const std::vector<Signal> mono = Listen(*sampler, 4096);
-    EXPECT_EQ(mono[0], mono[1]);
-    EXPECT_FALSE(isStereo());
+    expectStereo(false);
     sampler->SetParameterValue(First(Key::Pan), 0.4F);
-    EXPECT_TRUE(isStereo());
+    expectStereo(true);
 }
 
 TEST(SamplerTest, ToneFollowsASmoothControlOverAPairOfStateVariableFilters) {
@@ -191,10 +184,8 @@ TEST(SamplerTest, ToneFollowsASmoothControlOverAPairOfStateVariableFilters) {
 
 TEST(SamplerTest, StretchesInTimeKeepsThePitchAndFadesOut) {
     for (const float factor : {0.25F, 0.8F, 1.0F, 3.0F}) {
-        SCOPED_TRACE(factor);
         // Two swellings, 3 s apart before the stretch.
-        constexpr double seconds = 4.0;
-        Signal signal = Sine(441.0, static_cast<std::size_t>(seconds * rate));
+        Signal signal = Sine(441.0, static_cast<std::size_t>(4.0F * rate));
         for (std::size_t n = 0; n < signal.size(); ++n) {
             const double t = static_cast<double>(n) / static_cast<double>(rate);
             const double nearest = std::min(std::abs(t - 0.5), std::abs(t - 3.5));
@@ -202,7 +193,7 @@ TEST(SamplerTest, StretchesInTimeKeepsThePitchAndFadesOut) {
         }
         auto sampler =
             Make(Mono(signal), {{First(Key::TimeStretchOn), 1.0F}, {First(Key::TimeStretchFactor), factor}});
-        const auto frames = static_cast<std::size_t>(seconds * rate / static_cast<double>(factor));
+        const auto frames = static_cast<std::size_t>(4.0F * rate / factor);
         const Signal out = Listen(*sampler, frames - 128, BlockSplit::Of(64))[0];
         double weights[2]{};
         double moments[2]{};
@@ -210,16 +201,14 @@ TEST(SamplerTest, StretchesInTimeKeepsThePitchAndFadesOut) {
             const double power = std::pow(static_cast<double>(out[n]), 4.0);
             weights[2 * n / frames] += power;
             moments[2 * n / frames] += power * static_cast<double>(n) / static_cast<double>(frames);
-        }
-        EXPECT_NEAR(moments[1] / weights[1] - moments[0] / weights[0], 0.75, 0.00075);
-        EXPECT_NEAR(CentsOf(out, frames / 16, frames * 3 / 16, 441.0), 0.0, 2.0);
-        EXPECT_FALSE(sampler->IsFinished());
-        for (std::size_t n = frames / 20 * 19; n < out.size(); ++n) {
             const double left = static_cast<double>(frames - n) * static_cast<double>(factor) / 480.0;
-            EXPECT_LE(std::abs(out[n]), 0.034 * std::min(1.0, left) + 1e-3) << "the last 10 ms fade: " << n;
+            EXPECT_TRUE(n < frames / 20 * 19 || std::abs(out[n]) <= 0.034 * std::min(1.0, left) + 1e-3)
+                << "the last 10 ms fade: " << n << " at " << factor;
         }
-        EXPECT_LT(Peak(Listen(*sampler, 256, BlockSplit::Of(64))[0], 192), 2e-3F)
-            << "what the stretcher holds";
+        EXPECT_NEAR(moments[1] / weights[1] - moments[0] / weights[0], 0.75, 0.00075) << factor;
+        EXPECT_NEAR(CentsOf(out, frames / 16, frames * 3 / 16, 441.0), 0.0, 2.0) << factor;
+        EXPECT_FALSE(sampler->IsFinished());
+        EXPECT_LT(Peak(Listen(*sampler, 256, BlockSplit::Of(64))[0], 192), 2e-3F) << "the stretcher's rest";
         EXPECT_TRUE(sampler->IsFinished()) << "the timeline tells the stretched end";
     }
 }
@@ -271,31 +260,6 @@ TEST(SamplerTest, SyncedStretchFillsTheBars) {
     EXPECT_NEAR(Speed(*sampler, notANumber), 0.1, 1e-5) << "an unknown tempo changes nothing";
 }
 
-TEST(SamplerTest, BlockLengthDoesNotMatterAndAResetStartsAnew) {
-    // Gain and pan, whose ramps go by the longest block, are at rest.
-    auto sampler = Make(Stereo(Noise(30000, 0.5F, 1), Noise(30000, 0.5F, 2)), {{First(Key::LoopOn), 1.0F},
-                                                                               {First(Key::LoopStart), 0.2F},
-                                                                               {First(Key::LoopStop), 0.5F},
-                                                                               {First(Key::CrossFade), 0.3F},
-                                                                               {Sampler::Coarse, 5.0F}});
-    Signal heard[3];
-    for (int round = 0; round < 3; ++round) {
-        sampler->SetParameterValue(Sampler::Filter, 0.0F);
-        sampler->SetParameterValue(Sampler::MainVolume, 0.0F);
-        sampler->Reset(true);
-        Listen(*sampler, 512);
-        sampler->SetParameterValue(Sampler::Filter, 0.4F);
-        sampler->SetParameterValue(Sampler::MainVolume, -6.0F);
-        heard[round] =
-            Listen(*sampler, 60000,
-                   round == 2 ? BlockSplit::Random(longestBlock, 500, 3) : BlockSplit::Of(longestBlock))[0];
-    }
-    EXPECT_EQ(heard[1], heard[0]);
-    for (std::size_t n = 0; n < heard[0].size(); ++n) {
-        ASSERT_NEAR(heard[2][n], heard[0][n], 1e-6) << n;
-    }
-}
-
 TEST(SamplerTest, ResetsAndSamplesDecideWhatPlays) {
     auto sampler = Make(Mono(Sine(441.0, 4800)), {{Sampler::ResetOnReplace, 1.0F}});
     const std::vector<Signal> first = Listen(*sampler, 4864);
@@ -305,34 +269,31 @@ TEST(SamplerTest, ResetsAndSamplesDecideWhatPlays) {
     Listen(*sampler, 64);
     EXPECT_EQ(sampler->CurrentFrames(), 4800U) << "a selection waits for the reset";
     sampler->SetParameterValue(Sampler::PhaseRetrigMode, 1.0F);
-    double lowest = 1e6;
-    double highest = 0.0;
+    std::vector<double> starts;
     for (int n = 0; n < 200; ++n) {
         sampler->Reset(false);
         Listen(*sampler, 4);
-        lowest = std::min(lowest, sampler->PlayPosition());
-        highest = std::max(highest, sampler->PlayPosition());
+        starts.push_back(sampler->PlayPosition());
     }
-    EXPECT_TRUE(lowest < 5000.0 && highest > 95000.0) << "random starts reach all of the sample";
+    EXPECT_LT(*std::min_element(starts.begin(), starts.end()), 5000.0);
+    EXPECT_GT(*std::max_element(starts.begin(), starts.end()), 95000.0);
     sampler->SetParameterValue(Sampler::PhaseRetrigMode, 0.0F);
     sampler->SetSample(Mono(Sine(441.0, 4800)), 3);
     EXPECT_EQ(Listen(*sampler, 4864), first) << "the replacement starts anew";
     sampler->SetSample(nullptr, 3);
-    EXPECT_EQ(sampler->CurrentSample(), -1);
     EXPECT_EQ(Listen(*sampler, 64)[0][0], 12345.0F) << "without a sample the outputs are left alone";
 }
 
 TEST(SamplerTest, SurvivesImpossibleSettingsAndSamples) {
-    constexpr float infinity = std::numeric_limits<float>::infinity();
-    const float odd[] = {0.0F, 1.0F, -1.0F, 0.5F, 1e-30F, 1e30F, -1e30F, infinity, notANumber};
+    const float odd[] = {
+        0, 1, -1, 0.5F, 1e-30F, 1e30F, -1e30F, std::numeric_limits<float>::infinity(), notANumber};
     std::mt19937 random(5);
     Signal poison = Noise(2000, 1.0F, 1);
     poison[700] = notANumber;
-    poison[800] = infinity;
-    const SamplePointer sound = Stereo(Noise(6000, 0.5F, 2), Noise(6000, 0.5F, 3));
-    const SamplePointer samples[] = {Mono(poison), Mono({1.0F}, 1.0F), Mono({1.0F, -1.0F}), sound};
-    auto sampler = Make(sound);
-    const Signal expected = Listen(*sampler, 4096)[0];
+    poison[800] = std::numeric_limits<float>::infinity();
+    const SamplePointer samples[] = {Mono(poison), Mono({1.0F}, 1.0F), Mono({1.0F, -1.0F}),
+                                     Stereo(Noise(6000, 0.5F, 2), Noise(6000, 0.5F, 3))};
+    auto sampler = Make(samples[3]);
     for (int round = 0; round < 400; ++round) {
         for (u32 id = 0; id < Sampler::parameterCount; ++id) {
             if (random() % 3 == 0) {
@@ -344,16 +305,7 @@ TEST(SamplerTest, SurvivesImpossibleSettingsAndSamples) {
         if (random() % 2 == 0) {
             sampler->Reset(false);
         }
-        for (const Signal& out :
-             Listen(*sampler, 700, BlockSplit::Of(4 * (1 + static_cast<u32>(random() % 100))))) {
-            ASSERT_TRUE(AllFinite(out)) << "round " << round;
-        }
+        const auto split = BlockSplit::Of(4 * (1 + static_cast<u32>(random() % 100)));
+        ASSERT_TRUE(AllFinite(Listen(*sampler, 700, split)[0])) << "round " << round;
     }
-    Sampler fresh;
-    for (u32 id = 0; id < Sampler::parameterCount; ++id) {
-        sampler->SetParameterValue(id, fresh.FindParameter(id)->GetValue());
-    }
-    sampler->SetSample(sound, 0);
-    sampler->Reset(false);
-    EXPECT_EQ(Listen(*sampler, 4096)[0], expected) << "and is sound again";
 }

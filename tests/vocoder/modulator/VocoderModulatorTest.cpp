@@ -32,9 +32,11 @@ struct Rig {
 
     Rig() {
         for (u32 n = 1; n <= 12; ++n) {
-            Set("Sampler_Sample" + std::to_string(n) + "_Gain", 0.0F);
-            Set("Sampler_Sample" + std::to_string(n) + "_TimeStretchFactor", 1.0F);
+            const std::string sample = "Sample" + std::to_string(n);
+            Set("Sampler_" + sample + "_Gain", 0.0F);
+            Set("Sampler_" + sample + "_TimeStretchFactor", 1.0F);
             Set("Slot" + std::to_string(n) + "_Sample", static_cast<float>(n - 1));
+            Set(sample + "_LoopOn", 1.0F);
         }
         Set("ADSR_Release", 0.01F);
         modulator->SetHeldNotes(held);
@@ -56,16 +58,15 @@ struct Rig {
     float Get(const std::string& name) { return modulator->FindParameter(Id(name))->GetValue(); }
     bool IsPlaying() { return Get("IsPlayingSample") == 1.0F; }
 
+    Signal Hear(const std::vector<const Signal*>& inputs, u32 split = blockSize,
+                const std::vector<const Signal*>& clock = {}) {
+        out = Render(*modulator, inputs, 3, BlockSplit::Of(split), clock);
+        return out[0];
+    }
     /// Runs blocks without input and returns the left channel.
     Signal Run(u32 blocks) {
         const Signal clock(static_cast<std::size_t>(blocks) * blockSize);
-        out = Render(*modulator, {}, 3, BlockSplit::Of(blockSize), {&clock});
-        return out[0];
-    }
-    Signal Hear(const std::vector<const Signal*>& inputs,
-                const BlockSplit& split = BlockSplit::Of(blockSize)) {
-        out = Render(*modulator, inputs, 3, split);
-        return out[0];
+        return Hear({}, blockSize, {&clock});
     }
     void Wait() {
         for (int patience = 0; patience < 2000 && modulator->IsLoading(); ++patience) {
@@ -187,11 +188,8 @@ TEST(VocoderModulator, ARandomPlayerHearsTheSlotsThatThePolicyOfModesAndKeysTell
     const auto below = [&random](u32 count) { return static_cast<u32>(random() % count); };
     rig.Load({1, 4, 6, 10});
     policy.loaded = 0b0100'0101'0010;
-    for (u32 n = 1; n <= 12; ++n) {
-        rig.Set("Sample" + std::to_string(n) + "_LoopOn", 1.0F);
-    }
     const u32 loaded[] = {1, 4, 6, 10, 12, 12, 12};
-    for (u32 step = 0; step < 6000; ++step) {
+    for (u32 step = 0; step < 8000; ++step) {
         const u32 note = 30 + below(8) + 3 * below(6);
         const u32 act = below(40);
         if (act < 30) {
@@ -251,17 +249,11 @@ TEST(VocoderModulator, ARandomPlayerHearsTheSlotsThatThePolicyOfModesAndKeysTell
     }
 }
 
-float Steepest(const Signal& signal, std::size_t from = 1) {
-    float step = 0.0F;
-    for (std::size_t n = from; n < signal.size(); ++n) {
-        step = std::max(step, std::abs(signal[n] - signal[n - 1]));
-    }
-    return step;
-}
-
 TEST(VocoderModulator, ANewKeyFadesTheOldSampleWithin6MsAndNeverClicks) {
     Rig rig;
     rig.Load({0, 11}, 0.06);
+    rig.Set("Sample1_LoopOn", 0.0F);
+    rig.Set("Sample12_LoopOn", 0.0F);
     rig.PlayAndHear(octave);
     rig.Press(octave + 11);
     const Signal played = rig.Run(30);
@@ -269,7 +261,10 @@ TEST(VocoderModulator, ANewKeyFadesTheOldSampleWithin6MsAndNeverClicks) {
     const auto silence = std::search_n(played.begin(), played.end(), 20, 1e-7F,
                                        [](float x, float limit) { return std::abs(x) < limit; });
     EXPECT_NEAR(static_cast<double>(silence - played.begin()), 0.006 * rate, 3.0);
-    EXPECT_LT(Steepest(played), 0.12 * slopeAtFullLevel + 0.12 / 80.0) << "the attack of 2 ms adds its own";
+    for (std::size_t n = 1; n < played.size(); ++n) {
+        // The attack of 2 ms adds its own.
+        ASSERT_LT(std::abs(played[n] - played[n - 1]), 0.12 * slopeAtFullLevel + 0.12 / 80.0) << n;
+    }
     rig.Run(21); // 2 ms before its end
     ASSERT_TRUE(rig.IsPlaying());
     EXPECT_EQ(rig.PlayAndHear(octave), 0) << "also when the old sample ends during the fade";
@@ -278,10 +273,8 @@ TEST(VocoderModulator, ANewKeyFadesTheOldSampleWithin6MsAndNeverClicks) {
 TEST(VocoderModulator, ALoopRunsWhileAKeyIsHeldAndOutToItsEndAfterwardsThoughTheKeyWasShort) {
     for (const u32 blocksHeld : {1000U, 1U, 0U}) {
         for (const bool isRetrigger : {false, true}) {
-            SCOPED_TRACE(testing::Message() << blocksHeld << isRetrigger);
             Rig rig;
             rig.Load({0}, 0.05);
-            rig.Set("Sample1_LoopOn", 1.0F);
             rig.Set("ADSR_Release", 20.0F); // so that the sample ends before the envelope
             rig.Run(1);
             if (isRetrigger) {
@@ -289,13 +282,12 @@ TEST(VocoderModulator, ALoopRunsWhileAKeyIsHeldAndOutToItsEndAfterwardsThoughThe
             }
             rig.Press(octave);
             rig.Run(blocksHeld);
-            EXPECT_EQ(rig.IsPlaying(), true);
+            EXPECT_TRUE(rig.IsPlaying()) << blocksHeld;
             rig.Release(octave);
             const Signal heard = rig.Run(10);
             EXPECT_GT(blocksHeld > 1 ? 1.0F : Peak(heard, 7 * blockSize), 0.002F) << "heard for a moment";
             rig.Run(60);
-            EXPECT_FALSE(rig.IsPlaying());
-            EXPECT_EQ(rig.Get("Sampler_PlayheadPosition"), 0.0F);
+            EXPECT_FALSE(rig.IsPlaying()) << blocksHeld << isRetrigger;
         }
     }
 }
@@ -303,30 +295,21 @@ TEST(VocoderModulator, ALoopRunsWhileAKeyIsHeldAndOutToItsEndAfterwardsThoughThe
 TEST(VocoderModulator, TheInterfacePlaysTheCurrentSlotOnceChoosesTheNextAndStops) {
     Rig rig;
     rig.Load({3}, 0.2);
-    rig.Set("Sample4_LoopOn", 1.0F);
     rig.Set("CurrentSlot", 3.0F);
-    rig.Set("SelectedSlot", 3.0F);
     for (int round = 0; round < 2; ++round) {
         rig.Set("StopSampler", 0.0F);
         rig.Set("SlotGUITrigger", 1.0F);
         rig.Run(20);
-        EXPECT_EQ(rig.Get("SelectedSlotIsCurrentSlot"), 1.0F);
-        EXPECT_EQ(rig.Get("SlotGUITrigger"), 0.0F);
         EXPECT_EQ(rig.SoundingSlot(), 3) << "a stopped sample can be started again";
         EXPECT_NEAR(rig.Get("Sampler_PlayheadPosition"), 0.1F, 0.002F);
+        rig.Run(round == 0 ? 1 : 230);
+        EXPECT_EQ(rig.IsPlaying(), round == 0) << "no key holds it: one pass, looped or not";
         rig.Set("StopSampler", 1.0F);
         rig.Run(1);
         EXPECT_EQ(rig.SoundingSlot(), -1);
     }
-    rig.Set("StopSampler", 0.0F);
-    rig.Set("SlotGUITrigger", 1.0F);
-    rig.Run(250);
-    EXPECT_FALSE(rig.IsPlaying()) << "no key holds it: one pass, looped or not";
-    rig.PlayAndHear(octave + 3);
     rig.Set("SamplerPlayMode", 1.0F);
-    rig.Set("CycleNextPlayingSlot", 9.0F);
     rig.Run(1);
-    EXPECT_EQ(rig.SoundingSlot(), -1) << "the change of the mode stops";
     rig.Set("CycleNextSlotFromGUI", 3.0F);
     rig.Set("SlotGUITrigger", 1.0F);
     rig.Run(1);
@@ -336,50 +319,36 @@ TEST(VocoderModulator, TheInterfacePlaysTheCurrentSlotOnceChoosesTheNextAndStops
 TEST(VocoderModulator, LoadedFlagsFollowTheFilesAndAReplacedSampleStops) {
     Rig rig;
     rig.Load({2, 7});
-    const auto load = [&rig](u32 sample, const std::string& path) {
-        ASSERT_TRUE(rig.modulator->SetPath(sample, path));
-        rig.Wait();
-    };
-    EXPECT_EQ(rig.Get("Sample3_Loaded"), 1.0F);
-    EXPECT_EQ(rig.Get("Sample4_Loaded"), 0.0F);
     rig.PlayAndHear(octave + 2);
-    load(7, (rig.folder / "2").string());
-    EXPECT_EQ(rig.SoundingSlot(), 2) << "another slot's file changes nothing";
-    load(2, (rig.folder / "missing.wav").string());
-    EXPECT_TRUE(rig.IsPlaying()) << "what cannot be loaded changes nothing";
-    EXPECT_EQ(rig.Get("Sample3_Loaded"), 1.0F);
-    load(2, "");
-    EXPECT_EQ(rig.Get("Sample3_Loaded"), 0.0F);
-    EXPECT_FALSE(rig.IsPlaying());
-    rig.Run(1);
-    EXPECT_EQ(rig.SoundingSlot(), -1);
+    struct Row {
+        u32 sample;
+        const char* file;
+        bool plays;
+    };
+    // Another slot's file and what cannot be loaded change nothing.
+    for (const auto& [sample, file, plays] : {Row{7, "2", true}, {2, "missing.wav", true}, {2, "", false}}) {
+        rig.modulator->SetPath(sample, *file != 0 ? (rig.folder / file).string() : "");
+        rig.Wait();
+        EXPECT_EQ(rig.SoundingSlot() == 2, plays) << file;
+        EXPECT_EQ(rig.Get("Sample3_Loaded") == 1.0F, plays) << file;
+    }
     rig.PlayAndHear(octave + 7);
     rig.Set("Slot8_Sample", 2.0F); // the slot that plays now names another sample
     rig.Run(1);
     EXPECT_FALSE(rig.IsPlaying());
-    // A file that goes as a key comes neither takes the key's sample along nor leaves playback empty.
+    // A file that goes as a key comes does not take the key's sample along.
     rig.Load({0, 1}, 0.05);
     rig.PlayAndHear(octave);
-    rig.Run(60);
     rig.modulator->SetPath(0, "");
     rig.Run(1); // the next block takes it away
     EXPECT_EQ(rig.PlayAndHear(octave + 1), 1);
-    rig.Run(40);
-    rig.modulator->SetPath(1, "");
-    rig.Run(1);
-    rig.Set("SlotGUITrigger", 1.0F); // no key that would end it
-    rig.Run(2);
-    EXPECT_FALSE(rig.IsPlaying());
 }
 
 TEST(VocoderModulator, ValuesThatItReportsAreNoCommands) {
     Rig playing;
     Rig idle;
-    for (Rig* rig : {&playing, &idle}) {
-        rig->Load({0}, 0.05);
-        rig->Set("Sample1_LoopOn", 1.0F);
-        rig->Run(1);
-    }
+    playing.Load({0}, 0.05);
+    idle.Load({0}, 0.05);
     playing.PlayAndHear(octave);
     // A host that sends all values of one to the other.
     for (u32 id = 0; id < VocoderModulator::parameterCount; ++id) {
@@ -403,6 +372,17 @@ TEST(VocoderModulator, ValuesThatItReportsAreNoCommands) {
     EXPECT_EQ(playing.SoundingSlot(), -1);
 }
 
+TEST(VocoderModulator, WithoutASampleACycleFallsBackToTheFirst) {
+    using Cycle = Velmora::Processor::SampleCycle;
+    for (const u32 current : {0U, 5U, 11U}) {
+        Cycle cycle;
+        EXPECT_EQ(cycle.Choose(Cycle::Upward, current, false, {}).next, 0U);
+        EXPECT_EQ(cycle.Choose(Cycle::Downward, current, false, {}).next, 0U);
+        EXPECT_TRUE(cycle.Choose(Cycle::UpAndDown, current, false, {}).foundNothing);
+        EXPECT_FALSE(cycle.Choose(Cycle::Random, current, false, {}).next.has_value());
+    }
+}
+
 /// Hears the external input at unity gain.
 struct InputRig : Rig {
     InputRig() {
@@ -413,20 +393,20 @@ struct InputRig : Rig {
         modulator->Reset(true);
     }
     const Signal silence = Signal(blockSize);
-    const Signal tone = Test::Tone(220500, 220.5, rate, 0.1);
-    const Signal half = Test::Tone(220500, 220.5, rate, 0.05);
+    const Signal tone = Test::Tone(110264, 220.5, rate, 0.1);
+    const Signal half = Test::Tone(110264, 220.5, rate, 0.05);
 };
 
 TEST(VocoderModulatorInput, PassesGateGainAndPitchInTheirTimes) {
     InputRig rig;
-    Signal late(blockSize);
-    late[5] = 1e-20F;
-    rig.Hear({&rig.silence, &late});
-    EXPECT_EQ(rig.Get("ExternalSignalHasBeenDetectedAtLeastOnce"), 0.0F) << "the first channel tells";
-    rig.Hear({&late});
+    const auto detected = [&rig] { return rig.Get("ExternalSignalHasBeenDetectedAtLeastOnce"); };
+    const Signal faint(blockSize, 1e-20F);
+    rig.Hear({&rig.silence, &faint});
+    EXPECT_EQ(detected(), 0.0F) << "the first channel tells";
+    rig.Hear({&faint});
     rig.modulator->Reset(true);
     rig.Hear({&rig.silence});
-    EXPECT_EQ(rig.Get("ExternalSignalHasBeenDetectedAtLeastOnce"), 1.0F) << "for good";
+    EXPECT_EQ(detected(), 1.0F) << "for good";
     const Signal heard = rig.Hear({&rig.tone, &rig.half});
     const auto opening = std::find_if(heard.begin(), heard.end(), [](float x) { return x != 0.0F; });
     EXPECT_NEAR(static_cast<double>(opening - heard.begin()) / rate, 0.05, 0.0025)
@@ -450,7 +430,7 @@ TEST(VocoderModulatorInput, PassesGateGainAndPitchInTheirTimes) {
     EXPECT_EQ(rig.out[2].back(), 0.0F);
 }
 
-TEST(VocoderModulatorInput, EqualiserAndCompressorFadeIn50MsOneAfterTheOther) {
+TEST(VocoderModulatorInput, EqualiserAndCompressorFadeIn50MsOneAfterTheOtherAndResetsAreTotal) {
     for (const auto& [equalises, compresses, isStereo] :
          {std::tuple{true, false, true}, {false, true, true}, {true, true, true}, {true, true, false}}) {
         SCOPED_TRACE(testing::Message() << equalises << compresses << isStereo);
@@ -476,19 +456,16 @@ TEST(VocoderModulatorInput, EqualiserAndCompressorFadeIn50MsOneAfterTheOther) {
         };
         copy(equaliser, rig.modulator->Section<VocoderModulator::Equaliser>());
         copy(compressor, rig.modulator->Section<VocoderModulator::Dynamics>());
-        std::vector<Signal> dry = {rig.tone, rig.half};
+        const auto render = [](auto& stage, const std::vector<Signal>& in) {
+            return Render(stage, {&in[0], &in[1]}, 2, BlockSplit::Of(blockSize));
+        };
+        const std::vector<Signal> dry = {rig.tone, rig.half};
         for (const bool on : {true, false}) {
             rig.Set("ParamEQOn", on && equalises ? 1.0F : 0.0F);
             rig.Set("CompressorOn", on && compresses ? 1.0F : 0.0F);
-            std::vector<Signal> before = dry;
-            std::vector<Signal> after = dry;
-            if (equalises) {
-                after = Render(equaliser, {&dry[0], &dry[1]}, 2, BlockSplit::Of(blockSize));
-            }
-            if (compresses) {
-                before = after;
-                after = Render(compressor, {&before[0], &before[1]}, 2, BlockSplit::Of(blockSize));
-            }
+            const auto equalised = equalises ? render(equaliser, dry) : dry;
+            const auto before = compresses ? equalised : dry;
+            const auto after = compresses ? render(compressor, before) : equalised;
             rig.Hear({&dry[0], &dry[1]});
             for (std::size_t n = 0; n < dry[0].size(); ++n) {
                 const float faded = std::min(1.0F, static_cast<float>(n + 1) / (0.05F * rate));
@@ -499,49 +476,38 @@ TEST(VocoderModulatorInput, EqualiserAndCompressorFadeIn50MsOneAfterTheOther) {
                 ASSERT_NEAR(rig.out[1][n], expected, 2e-5F) << on << n;
             }
         }
+        rig.Set("ParamEQOn", 1.0F);
+        rig.Set("CompressorOn", 1.0F);
+        const auto hear = [&rig](u32 split) {
+            rig.modulator->Reset(true);
+            return rig.Hear({&rig.tone, &rig.half}, split);
+        };
+        const Signal expected = hear(blockSize);
+        Signal poison = rig.tone;
+        poison[30000] = std::numeric_limits<float>::quiet_NaN();
+        poison[60000] = std::numeric_limits<float>::infinity();
+        rig.Hear({&poison});
+        EXPECT_TRUE(AllFinite({rig.out[0].begin() + 60100, rig.out[0].end()}));
+        EXPECT_EQ(hear(blockSize), expected);
+        // The gate opens with a block.
+        const Signal split = hear(4);
+        for (std::size_t n = 100000; n < expected.size(); ++n) {
+            ASSERT_NEAR(split[n], expected[n], 1e-6F) << n;
+        }
     }
 }
 
 TEST(VocoderModulatorInput, OneKnobTurnsTheWholeCompressor) {
     InputRig rig;
-    rig.Set("CompressorOn", 1.0F);
-    float before = 1.0F;
     for (const auto& [amount, decibels] :
          {std::pair{0.0F, 0.0F}, {0.25F, -3.0F}, {0.5F, -6.0F}, {0.75F, -2.5F}, {1.0F, 1.0F}}) {
         rig.modulator->SetParameterNormalized(rig.Id("CompressorAmount"), amount);
-        rig.Set("Compressor_Makeup", 0.0F);
-        const float level = Peak(rig.Hear({&rig.tone}), 150000);
+        rig.Hear({&rig.tone});
         EXPECT_NEAR(rig.Get("Compressor_OutputGain"), decibels, 1e-4F) << amount;
         for (const char* follower : {"Threshold", "Ratio", "Attack", "Release"}) {
             const u32 id = rig.Id(std::string("Compressor_") + follower);
             EXPECT_EQ(rig.modulator->GetParameterNormalized(id), amount) << follower;
         }
-        const float reduced = level / std::pow(10.0F, decibels * 0.05F);
-        EXPECT_LT(reduced, before * 0.99F) << "turned up, it reduces more: " << amount;
-        before = reduced;
-    }
-}
-
-TEST(VocoderModulatorInput, BlockLengthDoesNotMatterAResetIsTotalAndFaultsPass) {
-    InputRig rig;
-    rig.Set("ParamEQOn", 1.0F);
-    rig.Set("CompressorOn", 1.0F);
-    const auto hear = [&rig](const BlockSplit& split) {
-        rig.modulator->Reset(true);
-        return rig.Hear({&rig.tone, &rig.half}, split);
-    };
-    const Signal expected = hear(BlockSplit::Of(blockSize));
-    EXPECT_GT(Peak(expected), 0.001F);
-    Signal poison = rig.tone;
-    poison[30000] = std::numeric_limits<float>::quiet_NaN();
-    poison[60000] = std::numeric_limits<float>::infinity();
-    rig.Hear({&poison});
-    EXPECT_TRUE(AllFinite({rig.out[0].begin() + 60100, rig.out[0].end()}));
-    EXPECT_EQ(hear(BlockSplit::Of(blockSize)), expected);
-    // The gate opens with a block.
-    const Signal split = hear(BlockSplit::Of(4));
-    for (std::size_t n = 100000; n < expected.size(); ++n) {
-        ASSERT_NEAR(split[n], expected[n], 1e-6F) << n;
     }
 }
 

@@ -7,7 +7,6 @@ using namespace Velmora;
 using namespace Velmora::Test;
 using C = dsp::Compressor;
 using orphia::test::Peak;
-using orphia::test::PeakAbove6k;
 using Velmora::Test::Render;
 
 namespace {
@@ -59,8 +58,8 @@ struct Model {
         const double total =
             inputGain * outputGain * (On(C::Makeup) ? Gain(Curve(0.0) / std::sqrt(2.0)) : 1.0);
         const double limit = On(C::GRLimitEnable) ? Get(C::GRLimit) : -1e9;
-        const auto delay = static_cast<std::size_t>(Get(C::LookaheadTimeMs) * rate / 1000.0);
-        const std::size_t n = On(C::LookaheadEnable) ? delay : 0;
+        const double ahead = On(C::LookaheadEnable) ? Get(C::LookaheadTimeMs) : 0.0;
+        const auto n = static_cast<std::size_t>(ahead * rate / 1000.0);
         Signals out(2, Signal(in[0].size()));
         for (std::size_t c = 0; c < 2; ++c) {
             const Signal& first = in[keyed ? 6 : common ? 0 : c];
@@ -157,74 +156,23 @@ TEST(CompressorTest, AgreesWithADirectModelInEveryMode) {
     }
 }
 
-TEST(CompressorTest, ALookaheadThatStartsIsEmptyAndAChannelThatJoinsInGoesOnFromTheCommonGain) {
-    const Signal noise = Noise(2200, 1.0F, 3);
-    auto compressor = MakeCompressor({{C::LookaheadTimeMs, 5}});
-    for (const auto& [id, before] :
-         {std::pair(C::LookaheadEnable, 0.0F), {C::LookaheadEnable, 0.0F}, {C::LookaheadTimeMs, 0.01F}}) {
-        compressor->SetParameterValue(id, before);
-        Render(*compressor, {noise}, 1);
-        compressor->SetParameterValue(id, id == C::LookaheadEnable ? 1.0F : 5.0F);
-        const Signal out = Render(*compressor, {noise}, 1)[0];
-        EXPECT_EQ(Peak(Signal(out.begin(), out.begin() + 240)), 0.0F) << id;
-        EXPECT_GT(Peak(out), 0.0F) << id;
-    }
-    const Signals silent = orphia::test::Render(*compressor, {nullptr, &noise}, 2, {{44}});
-    EXPECT_EQ(Peak(silent[0]) + Peak(silent[1]), 0.0F);
-    EXPECT_EQ(compressor->GetParameterNormalized(C::OutGainReduction), 0.0F) << "a reading of the past";
+TEST(CompressorTest, AChannelThatJoinsInGoesOnFromTheCommonGain) {
     auto linked = MakeCompressor({{C::Threshold, -20}, {C::RatioInfinite, 1}, {C::Release, 2000}});
     for (const u32 id : {C::ConfStereo, C::StereoMode, C::LookaheadEnable}) {
         linked->SetParameterValue(id, 1.0F);
     }
     const Signals in = {Signal(960, 1.0F), Signal(960, 0.01F)};
-    const float last = Render(*linked, in, 2)[1].back();
+    EXPECT_NEAR(Render(*linked, in, 2)[1].back(), 0.001F, 1e-6F);
     linked->SetParameterValue(C::StereoMode, 0.0F);
-    const Signal apart = Render(*linked, in, 2)[1];
-    EXPECT_NEAR(last, 0.001F, 1e-6F);
-    EXPECT_NEAR(apart[0], last, 1e-6F);
-    EXPECT_NEAR(apart[300], last, 0.1F * last);
+    EXPECT_NEAR(Render(*linked, in, 2)[1][300], 0.001F, 0.0001F);
 }
 
-TEST(CompressorTest, WetTakesOneBlock) {
-    auto compressor = MakeCompressor({{C::Wet, 0}, {C::Threshold, 0}, {C::OutputGain, -20}});
-    const Signal in(960, 0.5F);
-    EXPECT_EQ(Render(*compressor, {in}, 1)[0], in);
-    compressor->SetParameterValue(C::Wet, 1.0F);
-    const Signal ramp = Render(*compressor, {in}, 1, {40})[0];
-    EXPECT_NEAR(ramp[19], 0.275F, 1e-6F);
-    EXPECT_NEAR(ramp[40], 0.05F, 1e-6F);
-}
-
-/// A tone of 210 Hz and -12 dBFS, of which nothing is above 6 kHz.
-TEST(CompressorTest, GainsAndAmountMoveWithoutAClickAndWhatIsTakenBackWithoutASwell) {
-    const Values low = {
-        {C::Threshold, -10}, {C::Ratio, 1}, {C::Attack, 0.3F}, {C::Release, 8}, {C::Makeup, 1}};
-    const Values high = {
-        {C::Threshold, -40}, {C::Ratio, 19}, {C::Attack, 15}, {C::Release, 400}, {C::OutputGain, 1}};
-    const Values open = {{C::Ratio, 1}};
-    struct Case {
-        Values before, after;
-        float loudest;
-    };
-    const Case cases[] = {
-        {open, {{C::OutputGain, 6}}, 0.5F},
-        {open, {{C::OutputGain, 20}}, 2.5F},
-        {open, {{C::InputGain, 18}}, 2.0F},
-        {{{C::Attack, 5}, {C::Release, 100}}, {{C::Makeup, 1}}, 2.0F},
-        {low, high, 1.5F},
-        {high, low, 1.5F},
-        {open, {{C::InGainCompensated, 36}}, 0.2501F},
-        {{{C::Ratio, 1}, {C::InGainCompensated, 36}}, {{C::InGainCompensated, -36}}, 0.2501F}};
+/// Nor is there a click, which the suite of all effects hears.
+TEST(CompressorTest, WhatIsTakenBackIsTakenBackWithoutASwell) {
     const Signal tone = Tone(8820, 210.0, 44100.0, 0.25);
-    for (const Case& c : cases) {
-        auto compressor = MakeCompressor(c.before);
-        Signal heard = Render(*compressor, {tone}, 1)[0];
-        for (const auto& [id, value] : c.after) {
-            compressor->SetParameterValue(id, value);
-        }
-        const Signal then = Render(*compressor, {tone}, 1)[0];
-        heard.insert(heard.end(), then.begin(), then.end());
-        EXPECT_LT(20.0 * std::log10(PeakAbove6k(heard, 8400, 12000)), -85.0) << &c - cases;
-        EXPECT_LT(Peak(heard), c.loudest) << &c - cases;
+    auto compressor = MakeCompressor({{C::Ratio, 1}});
+    for (const float gain : {36.0F, -36.0F, 0.0F, -36.0F, 36.0F}) {
+        compressor->SetParameterValue(C::InGainCompensated, gain);
+        EXPECT_LT(Peak(Render(*compressor, {tone}, 1)[0]), 0.2501F) << gain;
     }
 }

@@ -3,7 +3,7 @@
 
 #include "rigs/EffectRig.h"
 
-#include <numeric>
+#include <array>
 
 namespace {
 
@@ -17,38 +17,15 @@ const Settings bare = {{Delay::DryWetMode, 1.0F}, {Delay::Mode, DelaySettings::S
                        {Delay::Wow, 0.0F},        {Delay::Saturation, 0.0F},
                        {Delay::Feedback, 0.5F}};
 
-std::size_t PlaceOfPeak(const Signal& signal, std::size_t from = 0) {
-    const auto louder = [](float a, float b) { return std::abs(a) < std::abs(b); };
-    return static_cast<std::size_t>(
-        std::max_element(signal.begin() + static_cast<std::ptrdiff_t>(from), signal.end(), louder) -
-        signal.begin());
-}
-
 std::size_t FirstEcho(const Settings& settings, const Playing& how) {
     const Signal impulse = Impulse(88440);
     const auto delay = Make<Delay>(bare, settings);
     delay->SetParameterValue(Delay::Feedback, 0.0F);
-    return PlaceOfPeak(Play(*delay, impulse, impulse, how)[0]);
+    const Signal out = Play(*delay, impulse, impulse, how)[0];
+    return static_cast<std::size_t>(std::max_element(out.begin(), out.end()) - out.begin());
 }
 
 } // namespace
-
-TEST(DelayTest, EchoesComeAtTheirTimeToTheSampleAndDecayByTheFeedback) {
-    for (const float rate : {8000.0F, 44100.0F, 192000.0F}) {
-        for (const float ms : {20.0F, 250.0F, 2000.0F}) {
-            if (rate * ms > 1e8F) {
-                continue;
-            }
-            const auto samples = static_cast<std::size_t>(std::lround(rate * ms * 0.001F));
-            const Signal impulse = Impulse((samples * 2 + 44) / 4 * 4);
-            const auto out = Play(*Make<Delay>(bare, {{Delay::Time, ms}}, rate), impulse, impulse);
-            EXPECT_EQ(PlaceOfPeak(out[0]), samples) << ms << " ms at " << rate;
-            EXPECT_NEAR(out[0][samples], 1.0F, 0.005F) << ms << " ms at " << rate;
-            EXPECT_NEAR(out[1][2 * samples], 0.5F, 0.02F) << ms << " ms at " << rate;
-            EXPECT_EQ(Peak(Signal(out[0].begin(), out[0].begin() + static_cast<long>(samples) - 12)), 0.0F);
-        }
-    }
-}
 
 TEST(DelayTest, EchoesTakeTheSidesThatTheModeAndTheOffsetSay) {
     const Signal impulse = Impulse(13200);
@@ -57,37 +34,31 @@ TEST(DelayTest, EchoesTakeTheSidesThatTheModeAndTheOffsetSay) {
         u32 mode;
         float offset;
         /// Places and heights of the echoes of an impulse on the right, by side.
-        std::vector<std::pair<std::size_t, float>> left;
-        std::vector<std::pair<std::size_t, float>> right;
+        std::array<std::vector<std::pair<std::size_t, float>>, 2> sides;
     };
     const float half = std::sqrt(0.5F);
     const Case cases[] = {
-        {DelaySettings::Stereo, 0.0F, {}, {{4000, 1.0F}, {8000, 0.5F}, {12000, 0.25F}}},
-        {DelaySettings::Stereo, 0.25F, {}, {{3000, 1.0F}, {6000, 0.5F}, {9000, 0.25F}, {12000, 0.125F}}},
-        {DelaySettings::PingPong, 0.0F, {{4000, half}, {12000, 0.25F * half}}, {{8000, 0.5F * half}}},
+        {DelaySettings::Stereo, 0.0F, {{{}, {{4000, 1.0F}, {8000, 0.5F}, {12000, 0.25F}}}}},
+        {DelaySettings::Stereo, 0.25F, {{{}, {{3000, 1.0F}, {6000, 0.5F}, {9000, 0.25F}, {12000, 0.125F}}}}},
+        {DelaySettings::PingPong, 0.0F, {{{{4000, half}, {12000, 0.25F * half}}, {{8000, 0.5F * half}}}}},
         {DelaySettings::PingPong,
          -0.5F,
-         {{2000, half}, {8000, 0.25F * half}},
-         {{6000, 0.5F * half}, {12000, 0.125F * half}}},
-        {DelaySettings::Cross, 0.25F, {{7000, 0.5F}}, {{3000, 1.0F}, {10000, 0.25F}}}};
+         {{{{2000, half}, {8000, 0.25F * half}}, {{6000, 0.5F * half}, {12000, 0.125F * half}}}}},
+        {DelaySettings::Cross, 0.25F, {{{{7000, 0.5F}}, {{3000, 1.0F}, {10000, 0.25F}}}}}};
     for (const Case& c : cases) {
         const auto delay = Make<Delay>(bare, {{Delay::Time, 4000.0F / 44.1F},
                                               {Delay::Mode, static_cast<float>(c.mode)},
                                               {Delay::Offset, c.offset}});
         auto out = Play(*delay, silent, impulse);
         for (const std::size_t side : {0U, 1U}) {
-            for (const auto& [place, height] : side == 0 ? c.left : c.right) {
-                EXPECT_NEAR(out[side][place], height, 0.02F * height + 0.001F)
-                    << "mode " << c.mode << ", offset " << c.offset << ", side " << side << ", " << place;
+            for (const auto& [place, height] : c.sides[side]) {
+                EXPECT_NEAR(out[side][place], height, 0.02F * height + 0.001F) << &c - cases << ", " << place;
                 const auto at = out[side].begin() + static_cast<std::ptrdiff_t>(place);
                 std::fill(at - 40, at + 41, 0.0F);
             }
-            EXPECT_LT(Peak(out[side]), 0.01F) << "mode " << c.mode << ": an echo that nobody asked for";
+            EXPECT_LT(Peak(out[side]), 0.01F) << &c - cases << ": an echo that nobody asked for";
         }
     }
-    const auto middle = Make<Delay>(bare, {{Delay::Mode, DelaySettings::PingPong}, {Delay::Width, 0.0F}});
-    const auto both = Play(*middle, silent, impulse);
-    EXPECT_EQ(both[0], both[1]);
 }
 
 TEST(DelayTest, SyncedTimesAreNoteLengthsHalvedUntilTheyFit) {
@@ -137,19 +108,6 @@ TEST(DelayTest, EachRepeatPassesTheCutsOnceMore) {
     }
 }
 
-TEST(DelayTest, AFullFeedbackHoldsTheSoundAndLosesItsDc) {
-    Signal burst = Noise(88000, 1.0F, 1);
-    std::fill(burst.begin() + 8800, burst.end(), 0.0F);
-    const Signal out =
-        Play(*Make<Delay>(bare, {{Delay::Feedback, 1.0F}, {Delay::Time, 200.0F}}), burst, burst)[0];
-    EXPECT_GT(Rms(out, 79200), 0.5 * Rms(burst) * std::sqrt(10.0));
-    Signal level(88000, 0.5F);
-    std::fill(level.begin() + 44000, level.end(), 0.0F);
-    const Signal after =
-        Play(*Make<Delay>(bare, {{Delay::Feedback, 1.0F}, {Delay::Time, 3.0F}}), level, level)[0];
-    EXPECT_LT(std::abs(std::accumulate(after.begin() + 44000, after.end(), 0.0) / 44000.0), 0.01);
-}
-
 /// Full saturation has its ceiling 12 dB below full scale; above 6 dB the tape itself bends towards 12 dB.
 TEST(DelayTest, LoudSoundsAreBentByTheSaturationAndHeldByTheTape) {
     for (const double height : {0.01, 0.5, 1.9, 6.0, 100.0}) {
@@ -169,22 +127,18 @@ TEST(DelayTest, LoudSoundsAreBentByTheSaturationAndHeldByTheTape) {
 
 TEST(DelayTest, WowAndFlutterMoveTheTimeWithinTheirDepthAndTheSidesApart) {
     const Signal ramp = SlowRamp(44100 * 4);
-    const auto delay =
-        Make<Delay>(bare, {{Delay::Time, 100.0F}, {Delay::Feedback, 0.0F}, {Delay::Wow, 1.0F}});
-    const auto out = Play(*delay, ramp, ramp);
+    const auto out = Play(
+        *Make<Delay>(bare, {{Delay::Time, 100.0F}, {Delay::Feedback, 0.0F}, {Delay::Wow, 1.0F}}), ramp, ramp);
     for (const Signal& side : out) {
-        const Signal way = DelaysOf(side, 0);
-        const auto [least, most] = std::minmax_element(way.begin() + 5000, way.end());
-        EXPECT_GT(*least, 99.0F);
-        EXPECT_LT(*most, 101.0F);
-        // The flutter is a tenth of the regular share of 65 %, at eight times the 0.8 Hz of the wow.
-        constexpr std::size_t cycles = 165375;
-        Signal piece(way.end() - cycles, way.end());
-        for (std::size_t n = 0; n < cycles; ++n) {
-            const double turn = 2.0 * Velmora::Test::pi * static_cast<double>(n) / cycles;
-            piece[n] = (piece[n] - 100.0F) * static_cast<float>(1.0 - std::cos(turn));
+        Signal way = DelaysOf(side, 0);
+        way.erase(way.begin(), way.end() - 165375);
+        for (std::size_t n = 0; n < way.size(); ++n) {
+            ASSERT_NEAR(way[n], 100.0F, 1.0F);
+            const double turn = 2.0 * Velmora::Test::pi * static_cast<double>(n) / double(way.size());
+            way[n] = (way[n] - 100.0F) * static_cast<float>(1.0 - std::cos(turn));
         }
-        EXPECT_NEAR(std::abs(Transform(piece, 6.4, 44100.0)) * 2.0 / cycles, 0.065, 0.002);
+        // The flutter is a tenth of the regular share of 65 %, at eight times the 0.8 Hz of the wow.
+        EXPECT_NEAR(std::abs(Transform(way, 6.4, 44100.0)) * 2.0 / double(way.size()), 0.065, 0.002);
     }
     EXPECT_NE(out[0], out[1]);
 }

@@ -122,11 +122,8 @@ TEST(TubeScreamer808Test, TonesComeOutAsTheCircuitHasThemAtEveryRate) {
                     expected[k] * ToneOfTheNodes(c.share, hz) / fullScale / Complex(1.0, -8.0 / hz);
                 EXPECT_NEAR(std::abs(got[k]), std::abs(wanted), fundamental * (hz > 5000.0 ? 0.05 : 0.01))
                     << c.hz << " Hz, harmonic " << k + 1 << " at " << rate;
-                if (k == 0) {
-                    const Complex turn(0.0, -1.0);
-                    EXPECT_NEAR(std::arg(got[0] / dry / (wanted / turn)), 0.0, 0.08)
-                        << "the dry sound is in time";
-                }
+                EXPECT_TRUE(k > 0 || std::abs(std::arg(got[0] / dry / (wanted * Complex(0.0, 1.0)))) < 0.08)
+                    << "the dry sound is in time";
             }
         }
     }

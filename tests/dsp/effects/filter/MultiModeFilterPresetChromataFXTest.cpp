@@ -61,26 +61,22 @@ TEST(MultiModeFilterTest, SelfOscillationIsAPureSineAtTheCutoffAndOfTheSameLevel
     // The weight of the band ends at a damping of 0.02.
     const Case cases[] = {
         {0, 0, 0.5}, {1, 0, 0.5 / 1.847759}, {0, 1, 0.5 * std::sqrt(0.02 * std::sqrt(2.0))}};
-    const auto ring = [](double cutoff, double resonance, const Case& c, double rate) {
-        const Settings at = {
-            {F::Cutoff, cutoff}, {F::Resonance, resonance}, {F::Mode, c.mode}, {F::Slope, c.slope}};
-        Signal ping = Impulse(static_cast<std::size_t>(rate) * 2 / 4 * 4, resonance < 1.0 ? 1e-3F : 1.0F);
+    const auto ring = [](double cutoff, const Case& c, double rate) {
+        const Settings at = {{F::Cutoff, cutoff}, {F::Resonance, 1}, {F::Mode, c.mode}, {F::Slope, c.slope}};
+        const Signal ping = Impulse(static_cast<std::size_t>(rate) * 2 / 4 * 4);
         const Signal heard = Play(*Make<F>(plain, at, float(rate)), ping, ping)[0];
         return Signal(heard.begin() + static_cast<std::ptrdiff_t>(rate), heard.end());
     };
     for (const double rate : {44100.0, 192000.0}) {
         for (const double cutoff : {110.0, 1000.0, 7040.0}) {
             for (const Case& c : cases) {
-                const Signal heard = ring(cutoff, 1.0, c, rate);
+                const Signal heard = ring(cutoff, c, rate);
                 EXPECT_NEAR(Cents(MeasurePitch(heard, cutoff, rate), cutoff), 0.0, 0.05) << cutoff;
                 EXPECT_NEAR(Rms(heard) * std::sqrt(2.0), c.level, 0.02 * c.level) << cutoff << " at " << rate;
                 EXPECT_NEAR(double(Peak(heard)) / Rms(heard), std::sqrt(2.0), 0.01) << "no harmonics";
             }
         }
     }
-    // It begins at about 0.94.
-    EXPECT_LT(Peak(ring(5000.0, 0.9425, cases[0], 44100.0)), 1e-5F);
-    EXPECT_GT(Peak(ring(5000.0, 0.945, cases[0], 44100.0)), 1e-4F);
 }
 
 TEST(MultiModeFilterTest, DriveBendsByItsCurveAndFoldsLittleBack) {

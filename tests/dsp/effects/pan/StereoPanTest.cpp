@@ -28,13 +28,6 @@ std::pair<double, double> Sides(const Settings& settings, float l, float r) {
     return {static_cast<double>(out[0].back()), static_cast<double>(out[1].back())};
 }
 
-/// (l, r) = (0.6, 0.2): mid 0.4, side 0.2.
-void ExpectSides(const Settings& settings, double left, double right) {
-    const auto got = Sides(settings, 0.6F, 0.2F);
-    EXPECT_NEAR(got.first, left, 1e-5) << settings[0].first << " = " << settings[0].second;
-    EXPECT_NEAR(got.second, right, 1e-5) << settings[0].first << " = " << settings[0].second;
-}
-
 } // namespace
 
 TEST(StereoPanTest, EachLawHasItsGainsAndLeavesTheMiddleAlone) {
@@ -60,16 +53,25 @@ TEST(StereoPanTest, EachLawHasItsGainsAndLeavesTheMiddleAlone) {
 }
 
 TEST(StereoPanTest, SidesComeFromTheChannelsAskedForWithTheirWidth) {
-    ExpectSides({{Id(Pan::Source), Pans::Swapped}}, 0.2, 0.6);
-    ExpectSides({{Id(Pan::Source), Pans::LeftOnly}}, 0.6, 0.6);
-    ExpectSides({{Id(Pan::Source), Pans::RightOnly}}, 0.2, 0.2);
-    ExpectSides({{Id(Pan::Source), Pans::Mono}}, 0.4, 0.4);
-    ExpectSides({{Id(Pan::Polarity), Pans::InvertedLeft}}, -0.6, 0.2);
-    ExpectSides({{Id(Pan::Polarity), Pans::InvertedRight}}, 0.6, -0.2);
-    ExpectSides({{Id(Pan::Polarity), Pans::InvertedBoth}}, -0.6, -0.2);
-    ExpectSides({{Id(Pan::Width), 1.5F}}, 0.7, 0.1);
-    ExpectSides({{Id(Pan::MidSide), 0.5F}}, 0.4, 0.0);
-    ExpectSides({{Id(Pan::MidSide), -0.5F}}, 0.5, 0.3);
+    struct Case {
+        u32 id;
+        double value, left, right;
+    };
+    // Of a middle of 0.4 and a side of 0.2.
+    for (const Case& c : {Case{Pan::Source, Pans::Swapped, 0.2, 0.6},
+                          {Pan::Source, Pans::LeftOnly, 0.6, 0.6},
+                          {Pan::Source, Pans::RightOnly, 0.2, 0.2},
+                          {Pan::Source, Pans::Mono, 0.4, 0.4},
+                          {Pan::Polarity, Pans::InvertedLeft, -0.6, 0.2},
+                          {Pan::Polarity, Pans::InvertedRight, 0.6, -0.2},
+                          {Pan::Polarity, Pans::InvertedBoth, -0.6, -0.2},
+                          {Pan::Width, 1.5, 0.7, 0.1},
+                          {Pan::MidSide, 0.5, 0.4, 0.0},
+                          {Pan::MidSide, -0.5, 0.5, 0.3}}) {
+        const auto got = Sides({{Pan::ParameterId(c.id), float(c.value)}}, 0.6F, 0.2F);
+        EXPECT_NEAR(got.first, c.left, 1e-5) << c.id << " = " << c.value;
+        EXPECT_NEAR(got.second, c.right, 1e-5) << c.id << " = " << c.value;
+    }
 }
 
 TEST(StereoPanTest, BassStaysInTheMiddleAndOneSideIsLate) {

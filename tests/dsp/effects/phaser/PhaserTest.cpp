@@ -51,10 +51,11 @@ TEST(PhaserTest, TheResponseIsThatOfAllPassesInALoopAtEveryRate) {
                           {16, -0.7, 0.0, 0.7, 0, 20000, 0}};
     for (const double rate : {32000.0, 44100.0, 192000.0}) {
         for (const Case& c : cases) {
-            Settings set = {{P::Stages, c.stages}, {P::Spread, 2}, {P::LowCut, 50}, {P::HighCut, c.highCut}};
-            set.insert(set.end(),
-                       {{P::Feedback, c.feedback}, {P::DryWet, c.mix}, {P::CrossFeedback, c.across}});
-            set.insert(set.end(), {{P::Invert, c.invert}, {P::WetGain, c.wetDb}});
+            const Settings set = {{P::Stages, c.stages},     {P::Spread, 2},
+                                  {P::LowCut, 50},           {P::HighCut, c.highCut},
+                                  {P::Feedback, c.feedback}, {P::CrossFeedback, c.across},
+                                  {P::DryWet, c.mix},        {P::Invert, c.invert},
+                                  {P::WetGain, c.wetDb}};
             const Signal left = Impulse(static_cast<std::size_t>(rate * 0.6) / 4 * 4);
             const auto heard = Play(*Make<P>(still, set, float(rate)), left, Signal(left.size(), 0.0F));
             // Of equal power. What goes into the loop keeps the notches whatever the feedback.
@@ -78,11 +79,9 @@ TEST(PhaserTest, TheResponseIsThatOfAllPassesInALoopAtEveryRate) {
                 const Complex difference = chain / (1.0 - c.feedback * (1.0 - 2.0 * c.across) * chain);
                 const Complex onLeft = norm * dry + 0.5 * wetGain * (sum + difference);
                 const Complex onRight = 0.5 * wetGain * (sum - difference);
-                const std::string where = std::to_string(hz) + " at " + std::to_string(rate);
-                EXPECT_LT(std::abs(Transform(heard[0], hz, rate) - onLeft), 0.003)
-                    << where << ", " << c.stages;
-                EXPECT_LT(std::abs(Transform(heard[1], hz, rate) - onRight), 0.003)
-                    << where << ", " << c.stages;
+                const double error = std::abs(Transform(heard[0], hz, rate) - onLeft) +
+                                     std::abs(Transform(heard[1], hz, rate) - onRight);
+                EXPECT_LT(error, 0.005) << hz << " at " << rate << ", " << c.stages;
             }
         }
     }
@@ -108,14 +107,12 @@ TEST(PhaserTest, TheSweepHasItsDepthRatePhaseAndPattern) {
     for (const auto& [time, height] : {std::pair(0.2, 1.2F), {0.5, 0.375F}, {0.8, 0.15F}, {1.2, 1.2F}}) {
         EXPECT_NEAR(At(pattern, time), height, 0.02F) << time;
     }
-    const Signal round = with({{P::LFOShape, 4}, {P::LFOGlide, 50}});
-    EXPECT_NEAR(At(round, 0.55), 1.5F * (2.0F * std::exp(-1.0F) - 1.0F), 0.04F);
-    EXPECT_NEAR(At(with({{P::Depth, 0}, {P::StereoOffset, 1}}, 1), 1.0), 0.5F, 0.01F);
+    const Signal square = with({{P::LFOShape, 4}, {P::LFOGlide, 50}});
+    EXPECT_NEAR(At(square, 0.55), 1.5F * (2.0F * std::exp(-1.0F) - 1.0F), 0.04F);
 }
 
 TEST(PhaserTest, LoudnessAndKnobsMoveTheCornersInTheirTimes) {
     const Settings follows = {{P::EnvAmount, 2}, {P::EnvAttack, 100}, {P::EnvRelease, 2000}};
-    EXPECT_NEAR(At(Way(follows, 0, 0.9), 1.9), 2.0F * std::sqrt(0.9F), 0.06F);
     const Signal soft = Way(follows, 0, 0.25);
     EXPECT_NEAR(At(soft, 1.9), 1.0F, 0.04F);
     // The follower climbs only while the sine is above it.

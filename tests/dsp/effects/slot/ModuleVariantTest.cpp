@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/effects/slot/ModuleVariant.h"
 
-#include "dsp/effects/slot/BypassedModule.h"
-#include "dsp/effects/slot/IOSubset.h"
 #include "rigs/OscillatorRig.h"
 #include "rigs/ProbeModule.h"
 #include "rigs/StageRig.h"
-#include "support/NonBlocking.h"
 
 #include <gtest/gtest.h>
 
@@ -28,20 +25,8 @@ constexpr u32 rate = 8000;
 constexpr u32 block = 40;
 constexpr u32 changeFrames = rate / 40;
 
-/// A leaf of any number of inputs that also writes down which it was given.
-template <u32 Channels>
-struct Spy : ProbeModule<1, Channels> {
-    using ProbeModule<1, Channels>::ProbeModule;
-    bool Process(ProcessContext& context) override {
-        const Velmora::MayBlock exception;
-        seen.assign(context.inputs, context.inputs + context.numInputs);
-        return ProbeModule<1, Channels>::Process(context);
-    }
-    std::vector<const float*> seen;
-};
-
 /// Three types, which add 1, 2 and 3 to their audio and have 1, 2 and 3 further inputs.
-struct Slot final : ModuleVariant<2, 2, Spy<3>, Spy<4>, Spy<5>> {
+struct Slot final : ModuleVariant<2, 2, ProbeModule<1, 3>, ProbeModule<1, 4>, ProbeModule<1, 5>> {
     explicit Slot(Journal* calls = nullptr)
         : ModuleVariant("Slot", {}, std::make_tuple("A", calls), std::make_tuple("B", calls),
                         std::make_tuple("C", calls)) {
@@ -57,10 +42,6 @@ struct Slot final : ModuleVariant<2, 2, Spy<3>, Spy<4>, Spy<5>> {
         }
     }
     void Set(Additional index, float value) { SetParameterValue(ParameterId(index), value); }
-    template <u32 Index>
-    auto& Unit() {
-        return Child<Index>();
-    }
 };
 
 /// Both channels over a steady input. Outputs start as garbage.
@@ -140,83 +121,12 @@ TEST(ModuleVariantTest, ChangesAndBypassesGoTheirWayWithoutAStep) {
     EXPECT_GT(count, 10);
 }
 
-TEST(ModuleVariantTest, EachTypeReceivesTheAudioAndItsOwnPartOfTheInputs) {
+TEST(ModuleVariantTest, AResetEndsTheFadesAndTheNearestTypeIsTaken) {
     Slot slot;
-    const Signals signals(9, Signal(block, 0.5F));
-    Signals outputs(2, Signal(block));
-    const auto run = [&](u32 count, float type) {
-        std::vector<const float*> inputs;
-        for (u32 i = 0; i < count; ++i) {
-            inputs.push_back(signals[i].data());
-        }
-        slot.Set(Slot::ModuleType, type);
-        slot.Reset(true);
-        outputs[1].assign(block, 42.0F);
-        orphia::test::RunInPlace(slot, inputs, {outputs[0].data(), outputs[1].data()}, block);
-        return outputs[1][0];
-    };
-    const auto expectPart = [&](const std::vector<const float*>& seen, const std::vector<u32>& part) {
-        ASSERT_EQ(seen.size(), part.size());
-        for (u32 i = 0; i < part.size(); ++i) {
-            EXPECT_EQ(seen[i], signals[part[i]].data()) << i << " of " << part.size();
-        }
-    };
-    for (const float type : {0.0F, 1.0F, 2.0F}) {
-        EXPECT_EQ(run(8, type), 1.5F + type);
-    }
-    expectPart(slot.Unit<0>().seen, {0, 1, 2});
-    expectPart(slot.Unit<1>().seen, {0, 1, 3, 4});
-    expectPart(slot.Unit<2>().seen, {0, 1, 5, 6, 7});
-    for (const u32 count : {0U, 2U, 7U, 9U}) {
-        EXPECT_EQ(run(count, 0.0F), 42.0F) << count << " inputs";
-    }
-}
-
-TEST(ModuleVariantTest, AFreshSlotStartsWithItsTypeAndNoFadeAndTakesTheNearestType) {
-    Journal calls;
-    Slot slot(&calls);
-    slot.Set(Slot::ModuleType, 2.0F);
-    slot.Initialize(rate, block);
-    calls.clear();
-    EXPECT_EQ(Play(slot, block), Signal(block, 3.7F));
-    EXPECT_EQ(std::count(calls.begin(), calls.end(), "C OnReset soft"), 0)
-        << "it has been reset with the slot";
-    slot.Set(Slot::ModuleType, 0.0F);
-    slot.Set(Slot::Bypass, 1.0F);
-    Play(slot, block);
-    slot.Reset(false);
-    EXPECT_EQ(Play(slot, block), Signal(block, 0.7F)) << "a reset ends the fades";
-    slot.Set(Slot::FadeOnModuleChange, 0.0F);
     for (const auto& [position, type] : {std::pair(-5.0F, 0U), {1e9F, 2U}}) {
         slot.SetParameterNormalized(Slot::ParameterId(Slot::ModuleType), position);
+        slot.Reset(false);
         EXPECT_EQ(slot.ActiveType(), type);
+        EXPECT_EQ(Play(slot, block), Signal(block, 1.7F + static_cast<float>(type)));
     }
-}
-
-TEST(IOSubsetTest, HidesTheOtherChannelsAndKeepsTheNames) {
-    struct Copier : ProbeModule<1, 4> {
-        using ProbeModule::ProbeModule;
-        bool Process(ProcessContext& context) override {
-            CopyChannel(context, 1);
-            return context.numInputs == 3 && context.numOutputs == 4;
-        }
-    };
-    IOSubset<Copier, 3, 2> subset("Unit");
-    EXPECT_EQ(NameOf(subset, 0), "Unit_P0");
-    subset.Initialize(rate, block);
-    const Signals inputs(4, Signal(2 * block, 0.25F));
-    EXPECT_EQ(Render(subset, {inputs[0], inputs[1], inputs[2]}, 2, {block, 12})[1], inputs[1]);
-}
-
-TEST(BypassedModuleTest, PassesTheInputToTheBitAlsoInPlaceAndTakesNullForSilence) {
-    BypassedModule module;
-    module.Initialize(rate, block);
-    EXPECT_EQ(NameOf(module, 0), "BypassUselessParam");
-    Signals sound = {Noise(block, 1.0F, 1), Noise(block, 1.0F, 2)};
-    const Signals inputs = sound;
-    orphia::test::RunInPlace(module, {sound[0].data(), sound[1].data()}, {sound[0].data(), sound[1].data()},
-                             block);
-    EXPECT_EQ(sound, inputs);
-    orphia::test::RunInPlace(module, {inputs[1].data()}, {sound[0].data(), sound[1].data()}, block);
-    EXPECT_EQ(sound, Signals({inputs[1], Signal(block, 0.0F)}));
 }

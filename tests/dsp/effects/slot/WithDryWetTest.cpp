@@ -14,54 +14,34 @@ using Wet = Velmora::dsp::WithDryWet<ProbeModule<2, 4>, 0, 2, 0>;
 
 constexpr u32 block = 44;
 
-/// Adds 1 to what it hears.
-struct Unit {
-    Wet module{"Box"};
-    Unit() {
-        module.Inner().offset = 1.0F;
-        module.Initialize(44100.0F, block);
-    }
-    /// Input 2 modulates; the others hold 0.25.
-    Signals Play(u32 frames, float modulation) {
-        Signals inputs(5, Signal(frames, 0.25F));
-        inputs[2].assign(frames, modulation);
-        return Render(module, inputs, 2, {block});
-    }
-    void Set(float value) { module.SetParameterValue(Wet::dryWetId, value); }
-};
-
 } // namespace
 
-TEST(WithDryWetTest, MixesFromTheInputToTheModuleAndGlides) {
-    Unit unit;
-    EXPECT_EQ(unit.Play(block, 0.0F), Signals(2, Signal(block, 1.25F)));
-    unit.Set(0.0F);
-    const Signals fading = unit.Play(20 * block, 0.0F);
+/// A unit that adds 1 to what it hears; input 2 modulates.
+TEST(WithDryWetTest, MixesFromTheInputToTheModuleGlidesAndHandsAllOtherInputsOn) {
+    Wet module("Box");
+    module.Inner().offset = 1.0F;
+    module.Initialize(44100.0F, block);
+    const auto play = [&](float mix, float modulation) {
+        module.SetParameterValue(Wet::dryWetId, mix);
+        Signals inputs(5, Signal(20 * block, 0.25F));
+        inputs[2].assign(20 * block, modulation);
+        return Render(module, inputs, 4, {block});
+    };
+    // The probe gives its input n as output n.
+    EXPECT_EQ(play(1.0F, 0.0F), Signals(4, Signal(20 * block, 1.25F)));
+    const Signal fading = play(0.0F, 0.0F)[1];
     float before = 1.25F;
-    for (const float x : fading[1]) {
+    for (const float x : fading) {
         ASSERT_LE(x, before);
         // The steepest part of a glide of 10 ms.
         ASSERT_GE(x, before - 0.012F);
         before = x;
     }
-    EXPECT_NEAR(fading[1][440], 0.25F, 0.01F) << "within 10 ms";
-    EXPECT_EQ(unit.Play(block * 20, 0.0F)[0].back(), 0.25F);
-    unit.Set(0.5F);
-    EXPECT_NEAR(unit.Play(20 * block, 0.25F)[0].back(), 1.0F, 1e-4F) << "the modulation adds to the knob";
-    EXPECT_NEAR(unit.Play(20 * block, -7.0F)[0].back(), 0.25F, 1e-4F);
-    unit.module.Reset(true);
-    EXPECT_EQ(unit.Play(block, 0.5F), Signals(2, Signal(block, 1.25F))) << "a reset arrives at once";
-    EXPECT_EQ(NameOf(unit.module, 1), "Box_P1");
-    EXPECT_EQ(NameOf(unit.module, Wet::dryWetId), "Box_DryWet");
-}
-
-TEST(WithDryWetTest, HandsAllOtherInputsOn) {
-    Unit unit;
-    Signals signals(5, Signal(block, 0.0F));
-    signals[3].assign(block, 0.4F);
-    signals[4].assign(block, 0.5F);
-    // The probe gives its input n as output n.
-    const Signals outputs = Render(unit.module, signals, 4, {block});
-    EXPECT_EQ(outputs[2], Signal(block, 1.4F));
-    EXPECT_EQ(outputs[3], Signal(block, 1.5F));
+    EXPECT_NEAR(fading[440], 0.25F, 0.01F) << "within 10 ms";
+    EXPECT_EQ(play(0.0F, 0.0F)[0].back(), 0.25F);
+    EXPECT_NEAR(play(0.5F, 0.25F)[0].back(), 1.0F, 1e-4F) << "the modulation adds to the knob";
+    EXPECT_NEAR(play(0.5F, -7.0F)[0].back(), 0.25F, 1e-4F);
+    module.Reset(true);
+    EXPECT_EQ(play(0.5F, 0.5F)[1], Signal(20 * block, 1.25F)) << "a reset arrives at once";
+    EXPECT_EQ(NameOf(module, Wet::dryWetId), "Box_DryWet");
 }
