@@ -313,28 +313,6 @@ TEST_F(BoundaryClientTest, BlocksAreSilentUntilTheyCanBeRendered) {
     EXPECT_EQ(At<uint32_t>(missing.data.bytes, 128) + ports[0].count + ports[1].count, 0U) << "no events";
 }
 
-TEST_F(BoundaryClientTest, SoundGoesThroughAtAnyPlaceAndEventsBeyondTheRoomAreDropped) {
-    processor = MakeSpeaking(sampleRate);
-    StereoBlock block(blockSize);
-    for (uint32_t n = 0; n < 300; ++n) {
-        const unsigned char midi[] = {0x90, static_cast<unsigned char>(n % 128), 100};
-        EXPECT_TRUE(processor->PushEvent(midi));
-    }
-    for (const int shift : {0, 1}) { // then none of the host's channels on a boundary of 16 bytes
-        block.outputs = {block.sound[0].data() + shift, block.sound[1].data() + shift};
-        block.auxInputs = {block.sound[2].data() + shift, block.sound[3].data() + shift};
-        float peak = 0.0F;
-        for (uint32_t n = 0; n < 200; ++n) {
-            block.Hear(n);
-            EXPECT_TRUE(processor->Process(block.data.bytes));
-            peak = std::max(peak, block.Peak(blockSize));
-            processor->ClearEvents();
-        }
-        EXPECT_TRUE(peak > 0.001F && peak < 100.0F) << peak;
-    }
-    EXPECT_TRUE(processor->Terminate());
-}
-
 } // namespace
 
 } // namespace orphia_contract

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The host of one file that the documents begin with: built as they say, and run as a user would.
-#include "rigs/MeasurePitch.h"
 #include "rigs/TestFiles.h"
 
 #include <gtest/gtest.h>
 
-#include <complex>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -20,19 +19,7 @@ int RunHost(const std::filesystem::path& engine, const std::filesystem::path& vo
     return std::system((line + result.string() + "' >/dev/null").c_str());
 }
 
-/// Magnitude of the left side at a frequency.
-double LevelAt(const std::vector<float>& left, double rate, double hertz) {
-    std::complex<double> sum = 0.0;
-    for (std::size_t n = 0; n < left.size(); ++n) {
-        const double place = static_cast<double>(n) / static_cast<double>(left.size());
-        const double window = 0.5 - 0.5 * std::cos(2.0 * std::numbers::pi * place);
-        sum += left[n] * window *
-               std::polar(1.0, -2.0 * std::numbers::pi * hertz / rate * static_cast<double>(n));
-    }
-    return std::abs(sum);
-}
-
-TEST(MinimalHost, SpeaksThroughItsChordAsLoudAsTheVoice) {
+TEST(MinimalHost, SpeaksAsLoudAsTheVoice) {
     const TemporaryFolder folder;
     const auto voice = std::filesystem::path(ORPHIA_EXAMPLES) / "voice.flac";
     ASSERT_EQ(RunHost(ORPHIA_ENGINE_LIBRARY, voice, folder / "out.wav"), 0);
@@ -46,12 +33,6 @@ TEST(MinimalHost, SpeaksThroughItsChordAsLoudAsTheVoice) {
         }
     }
     EXPECT_GT(loud, 5);
-    const std::vector<float> left = sung.Left(0.0, 1e9);
-    for (const int note : {48, 55, 60, 64}) {
-        const double beside = std::max(LevelAt(left, sung.sampleRate, NoteHz(note + 0.5)),
-                                       LevelAt(left, sung.sampleRate, NoteHz(note - 0.5)));
-        EXPECT_GT(LevelAt(left, sung.sampleRate, NoteHz(note)), 4.0 * beside) << "note " << note;
-    }
     EXPECT_NE(RunHost("/nowhere", "/nowhere", "/nowhere"), 0);
 }
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/sampler/files/SampleReader.h"
 #include "fuzz/FuzzTargets.h"
 #include "rigs/TestFiles.h"
 
@@ -51,16 +50,5 @@ INSTANTIATE_TEST_SUITE_P(Targets, Corpus,
                                          Target{"midi_reader", orphia::fuzz::MidiReader, 20},
                                          Target{"voice_manager", orphia::fuzz::VoiceManager, 20}),
                          [](const auto& target) { return std::string(target.param.name); });
-
-TEST(SampleReaderCorpus, HasSoundsAndFaults) {
-    int sounds = 0;
-    int refused = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(ORPHIA_FUZZ_CORPUS "/sample_reader")) {
-        const auto result = Velmora::dsp::SampleReader().Read(entry.path().string());
-        ++(result.data != nullptr ? sounds : refused);
-    }
-    EXPECT_GT(sounds, 10) << "the corpus has too few sounds to be of use";
-    EXPECT_GT(refused, 8) << "the corpus has too few faults to be of use";
-}
 
 } // namespace

@@ -6,10 +6,10 @@
 
 namespace orphia::test {
 
-/// Counts, during its life and for the thread that made it, the calls that an audio thread must not make:
-/// memory is got or given back, a lock is taken, something is waited for, a file or a clock is touched,
-/// something is thrown. This program puts its own functions in place of the system's for that, whichever
-/// library calls them. One at a time per thread.
+/// Counts, during its life and for the thread that made it, the calls that an audio thread must not make and
+/// that may go without the system: memory is got or given back, a lock is taken, a clock or the buffer of a
+/// file is touched, something is thrown. This program puts its own functions in place of the system's for
+/// that, whichever library calls them. One at a time per thread.
 class CallTrap {
 public:
     CallTrap() { state = {true, 0, ""}; }

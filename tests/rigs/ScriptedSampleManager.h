@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <condition_variable>
 #include <map>
-#include <random>
 #include <stdexcept>
 #include <thread>
 
@@ -116,49 +115,6 @@ private:
     bool isOpen = true;
     Names decoded;
     std::map<const Data*, std::string> origins;
-};
-
-/// A manager under random requests, with what each slot asked for last. Paths that give no sample end in
-/// "bad".
-class RandomRig {
-public:
-    static constexpr u32 slotCount = 12;
-
-    explicit RandomRig(u32 seed) : random(seed) {}
-
-    u32 Draw(std::size_t count) { return static_cast<u32>(random() % count); }
-    void Ask(u32 slot, const std::string& path) {
-        EXPECT_TRUE(manager.Ask(slot, path));
-        asked[slot] = path;
-    }
-    /// The slots that have changed.
-    std::vector<u32> Block() {
-        manager.Block();
-        std::vector<u32> updated = manager.TakeUpdated();
-        for (u32 slot = 0; slot < slotCount; ++slot) {
-            const auto* sample = manager.Sample(slot).get();
-            EXPECT_TRUE(std::exchange(seen[slot], sample) == sample ||
-                        std::binary_search(updated.begin(), updated.end(), slot))
-                << "untold change";
-        }
-        return updated;
-    }
-    void Settle() {
-        do {
-            Block();
-            std::this_thread::yield();
-        } while (manager.IsLoading());
-        for (u32 slot = 0; slot < slotCount; ++slot) {
-            EXPECT_TRUE(asked[slot].ends_with("bad") || manager.Held(slot) == asked[slot]) << slot;
-        }
-    }
-
-    ScriptedSampleManager manager;
-
-private:
-    std::mt19937 random;
-    std::array<std::string, slotCount> asked;
-    std::array<const Velmora::dsp::SampleData*, slotCount> seen{};
 };
 
 } // namespace orphia::test

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "rigs/ProcessorHost.h"
+#include "rigs/TestFiles.h"
 
 #include <gtest/gtest.h>
 
@@ -44,6 +45,45 @@ TEST(TwoInstances, InTwoThreadsDoNotHearOfEachOther) {
         EXPECT_EQ(firstAgain, first);
     }
     unsetenv("ORPHIA_SEED");
+}
+
+/// From creation to the end, which comes while samples load.
+void LiveAndLoad(u32 seed, const std::vector<std::string>& paths) {
+    RandomPlayer player(seed);
+    for (int life = 0; life < 6; ++life) {
+        ProcessorHost host;
+        host.LoadPreset();
+        for (u32 block = player.Below(500); block > 0; --block) {
+            // Now and then, more requests in a block than there are slots.
+            for (u32 request = player.OneIn(4) ? player.Below(20) : 0; request > 0; --request) {
+                host.SetData(ProcessorHost::firstPath + player.Below(ProcessorHost::sampleCount),
+                             player.AnyOf(paths));
+            }
+            player.SendMessages(host, 1);
+            host.Block(player);
+            host.EndBlock();
+            EXPECT_TRUE(std::isfinite(host.Peak()));
+        }
+        if (life % 2 == 0) {
+            host.WaitForSamples();
+        }
+    }
+}
+
+// To be run under the thread sanitizer, too.
+TEST(TwoInstances, OrFourLoadSamplesWhileTheyPlayAndEndWhileTheyLoad) {
+    const TemporaryFolder folder;
+    std::vector<std::string> paths = {"", "/missing.wav"};
+    for (int i = 0; i < 4; ++i) {
+        paths.push_back((folder / (std::to_string(i) + ".flac")).string());
+        WriteSound(paths.back(), Sine(100.0 * (i + 1), 0.2 * (i * i + 1), 44100, 1 + i % 2),
+                   SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+    }
+    std::vector<std::thread> threads;
+    for (u32 seed = 0; seed < 4; ++seed) {
+        threads.emplace_back([&paths, seed] { LiveAndLoad(seed, paths); });
+    }
+    std::for_each(threads.begin(), threads.end(), [](std::thread& thread) { thread.join(); });
 }
 
 } // namespace

@@ -26,21 +26,15 @@ struct PlayedRig {
     std::vector<float> left;
     std::vector<float> block;
     std::vector<float> out[2];
-    std::vector<float> pitch;
     /// What the external input hears in each block; with a level, of two tones.
     std::vector<float> external;
     float voiceLevel = 0.0F;
     u32 voiceChannels = 1;
-    u32 outputChannels = 2;
-    i32 isOffline = 0;
     u32 frame = 0;
-    bool pitchIsGiven = false;
-    bool hasPitchInput = false;
 
     explicit PlayedRig(float sampleRate = 44100.0F, const std::string& tuningLibrary = {})
         : rate(sampleRate), blockSize(static_cast<u32>(std::lround(sampleRate * 0.0002494331F)) * 4),
-          played(std::make_unique<VocoderProcessor>(tuningLibrary)), block(blockSize), pitch(blockSize),
-          external(blockSize) {
+          played(std::make_unique<VocoderProcessor>(tuningLibrary)), block(blockSize), external(blockSize) {
         out[0] = out[1] = block;
         SetVoice(Oscillators::Osc1Waveform, VoiceOscillator::Triangle);
         SetVoice(Oscillators::Osc1Volume, 0.0F);
@@ -104,10 +98,6 @@ struct PlayedRig {
         RunBlock();
         played->SetParameterValue(first + ModulationMatrix::Cell(destination, source), amount);
     }
-    void SetChord(u32 id, bool on) {
-        played->SetParameterNormalized(VocoderProcessor::FirstParameter<2>() + id, on ? 1.0F : 0.0F);
-    }
-
     void Send(const std::array<u8, 3>& midi) { events.AppendMidi(midi[0], midi[1], midi[2]); }
     void NoteOn(u8 note, u8 velocity = 100) { Send({0x90, note, velocity}); }
     void NoteOff(u8 note) { Send({0x80, note, 0}); }
@@ -133,40 +123,20 @@ struct PlayedRig {
         const float* voices[2] = {external.data(), external.data()};
         Velmora::dsp::ProcessContext context;
         context.outputs = outputs;
-        context.numOutputs = outputChannels;
+        context.numOutputs = 2;
         context.numFrames = blockSize;
         context.inputEvents = &events;
         context.tempo = 120.0F;
         context.auxInputs = voices;
         context.numAuxInputs = voiceChannels;
-        context.isOffline = isOffline;
-        const bool result = pitchIsGiven ? RunTracked(context) : Velmora::dsp::RunChild(*played, context);
-        const float* const heard = pitchIsGiven ? out[0].data() : played->CarrierBlock(0);
-        block.assign(heard, heard + blockSize);
+        const bool result = Velmora::dsp::RunChild(*played, context);
+        block.assign(played->CarrierBlock(0), played->CarrierBlock(0) + blockSize);
         events.Clear();
         return result;
     }
-    /// Modulations and carrier alone, with the pitch that the test gives instead of the modulator's.
-    bool RunTracked(Velmora::dsp::ProcessContext& context) {
-        const float* inputs[1] = {hasPitchInput ? pitch.data() : nullptr};
-        played->UpdateParameters(context);
-        Velmora::dsp::ProcessContext modulations = context.ForChild(nullptr, 0, nullptr, 0);
-        Velmora::dsp::RunChild(played->Modulations(), modulations);
-        Velmora::dsp::ProcessContext carrier = context.ForChild(inputs, 1, context.outputs, 2);
-        const bool result = Velmora::dsp::RunChild(played->CarrierSynth(), carrier);
-        Velmora::dsp::FinishChild(*played);
-        return result;
-    }
-    void Track(float hz, u32 blocks = 0) {
-        pitchIsGiven = hasPitchInput = true;
-        pitch.assign(blockSize, hz);
-        Run(blocks);
-    }
-
     float FrequencyOf(u32 voice) {
         return played->CarrierSynth().Voice(voice).FindParameter(Oscillators::frequency)->GetValue();
     }
-    bool IsGateOpen(u32 voice) { return played->CarrierSynth().Voice(voice).Envelope().IsGateOpen(); }
     std::size_t ActiveCount() const { return played->CarrierSynth().ActiveVoices().size(); }
     u32 HeldCount() const { return played->HeldNoteCount(); }
 };

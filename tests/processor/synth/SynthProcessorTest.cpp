@@ -53,38 +53,27 @@ private:
     inline static const std::string noLibrary;
 };
 
-struct SynthRig {
+TEST(SynthProcessor, ABlockThatIsNotFiniteBecomesSilenceAndAReset) {
+    constexpr float infinity = std::numeric_limits<float>::infinity();
     Constant synth;
+    synth.Initialize(48000.0F, 8);
     std::array<float, 8> left{};
     std::array<float, 8> right{};
-
-    SynthRig() {
-        synth.Initialize(48000.0F, 8);
-        synth.hardResets = 0;
-    }
-    void Run() {
-        float* channels[] = {left.data(), right.data()};
-        dsp::ProcessContext context;
-        context.outputs = channels;
-        context.numOutputs = 2;
-        context.numFrames = 8;
+    float* channels[] = {left.data(), right.data()};
+    dsp::ProcessContext context;
+    context.outputs = channels;
+    context.numOutputs = 2;
+    context.numFrames = 8;
+    for (const float bad : {std::numeric_limits<float>::quiet_NaN(), infinity, -infinity}) {
+        synth.level = bad;
         EXPECT_TRUE(dsp::RunChild(synth, context));
-    }
-};
-
-TEST(SynthProcessor, ABlockThatIsNotFiniteBecomesSilenceAndAReset) {
-    for (const float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
-                            -std::numeric_limits<float>::infinity()}) {
-        SynthRig rig;
-        rig.Run();
-        rig.synth.level = bad;
-        rig.Run();
-        EXPECT_EQ(rig.left, (std::array<float, 8>{})) << bad;
-        EXPECT_EQ(rig.right, (std::array<float, 8>{})) << bad;
-        rig.synth.level = 0.5F;
-        rig.Run();
-        EXPECT_GT(rig.synth.hardResets, 0);
-        EXPECT_EQ(rig.left[7], 0.5F);
+        EXPECT_EQ(left, (std::array<float, 8>{})) << bad;
+        EXPECT_EQ(right, (std::array<float, 8>{})) << bad;
+        synth.hardResets = 0;
+        synth.level = 0.5F;
+        EXPECT_TRUE(dsp::RunChild(synth, context));
+        EXPECT_GT(synth.hardResets, 0);
+        EXPECT_EQ(left[7], 0.5F);
     }
 }
 
