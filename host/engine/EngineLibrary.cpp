@@ -110,12 +110,15 @@ EngineLibrary::CreateProcessor(std::optional<std::uint32_t> seed) const {
         Refuse("there is no memory for a processor");
     }
     if (seed) {
-        const std::string text = fmt::format("seed={}", *seed);
-        auto size = static_cast<std::uint32_t>(text.size());
-        // The text of tooltips is the last parameter.
-        processor->SetParameterData(processor->GetParameterCount() - 1, text.data(), &size);
+        SendOption(*processor, fmt::format("seed={}", *seed));
     }
     return processor;
+}
+
+void EngineLibrary::SendOption(Processor& processor, std::string_view option) {
+    auto size = static_cast<std::uint32_t>(option.size());
+    // The text of tooltips is the last parameter.
+    processor.SetParameterData(processor.GetParameterCount() - 1, option.data(), &size);
 }
 
 } // namespace orphia::host

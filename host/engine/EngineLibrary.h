@@ -54,6 +54,8 @@ public:
     /// A new processor, which must go before the library does. With a seed its noise repeats. Throws
     /// EngineError when there is no memory.
     std::unique_ptr<Processor> CreateProcessor(std::optional<std::uint32_t> seed = std::nullopt) const;
+    /// What is no parameter: "seed=5", "drive=smooth" or "drive=plain".
+    static void SendOption(Processor& processor, std::string_view option);
 
 private:
     explicit EngineLibrary(std::filesystem::path path);

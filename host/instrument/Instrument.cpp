@@ -56,6 +56,10 @@ void Instrument::SetLimiter(bool isOn) {
     }
 }
 
+void Instrument::SetSmoothDrive(bool isOn) {
+    EngineLibrary::SendOption(*engine->processor, isOn ? "drive=smooth" : "drive=plain");
+}
+
 void Instrument::SetSampleRate(std::uint32_t rate) {
     CheckRate(rate);
     engine->Initialize(rate);

@@ -74,6 +74,9 @@ public:
     /// A safety limiter behind everything (SafetyLimiter.h): no true peak above -1 dBFS, no bit changed below
     /// it, about 2 ms of latency. Off in a new instrument. Allocates, so not for an audio thread.
     void SetLimiter(bool isOn);
+    /// Saw and triangle driven ("Osc1Shape", "Osc2Shape") without the aliases of the drive's folds, half a
+    /// sample late. Off in a new instrument; stays through presets.
+    void SetSmoothDrive(bool isOn);
 
     /// A number that is not finite, an output and an id beyond the last one are ignored; what is out of
     /// range is taken as its end.

@@ -24,6 +24,8 @@ const std::vector<const char*> InstrumentOptions::carrierMonitor = {
 InstrumentOptions::InstrumentOptions(CLI::App& app, const std::string& rateDefault)
     : RenderOptions(app, host::EngineTree::Instrument, rateDefault) {
     AddEngineOption(app, enginePath);
+    app.add_flag("--smooth-drive", drivesSmoothly,
+                 "drive saw and triangle (Osc1Shape, Osc2Shape) without aliases");
 }
 
 std::unique_ptr<host::Instrument> InstrumentOptions::MakeInstrument(std::uint32_t rate,
@@ -39,6 +41,7 @@ std::unique_ptr<host::Instrument> InstrumentOptions::MakeInstrument(std::uint32_
     auto instrument = std::make_unique<host::Instrument>(host::EngineLibrary::Load(enginePath), rate, Seed());
     instrument->SetOffline(true);
     instrument->SetLimiter(UsesLimiter());
+    instrument->SetSmoothDrive(drivesSmoothly);
     const std::vector<std::string> problems = instrument->LoadPreset(preset);
     std::for_each(problems.begin(), problems.end(), Warn);
     for (const char* wish : wishes.overPreset) {

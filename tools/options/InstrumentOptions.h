@@ -40,6 +40,7 @@ public:
 
 private:
     std::filesystem::path enginePath;
+    bool drivesSmoothly = false;
 };
 
 /// Declares --engine.

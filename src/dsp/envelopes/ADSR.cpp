@@ -47,7 +47,7 @@ void ADSR::OnInitialize(float newSampleRate, u32 maxBlockSize) {
 
 void ADSR::OnReset(bool /*hard*/) {
     stage = Stage::Idle;
-    phase = 0.0F;
+    phase = 0.0;
     lastOutput = 0.0F;
     WriteOutputParameters();
     sustainSmoother.Set(FiniteOrZero(Value(Sustain)));
@@ -116,7 +116,7 @@ void ADSR::OnModeChanged() {
 void ADSR::OnGateChanged() {
     if (Value(GateIn) > 0.5F) {
         stage = Stage::Attack;
-        phase = startsAtZero ? 0.0F : ClampToUnit(RetriggerPhase());
+        phase = startsAtZero ? 0.0 : static_cast<double>(ClampToUnit(RetriggerPhase()));
         // In case the gate closes before a frame was rendered.
         current = lastOutput;
     } else if (!skipsSustain) {
@@ -128,7 +128,7 @@ void ADSR::EnterRelease() {
     if (stage != Stage::Idle) {
         stage = Stage::Release;
     }
-    phase = 0.0F;
+    phase = 0.0;
 }
 
 /// Where the attack passes the present level.
@@ -168,7 +168,7 @@ bool ADSR::Process(ProcessContext& context) {
 /// Whether the block must be rendered frame by frame, because its stage may end or its time is moving.
 bool ADSR::NeedsCare(const ProcessContext& context) const {
     const auto restless = [&](const EnvelopeStage& timed, u32 timeInput) {
-        return static_cast<float>(framesPerRun) * timed.inc + phase >= 1.0F ||
+        return framesPerRun * static_cast<double>(timed.inc) + phase >= 1.0 ||
                context.ActiveModulation(timeInput) != nullptr;
     };
     return runsOncePerBlock || (stage == Stage::Attack && restless(attackStage, Attack)) ||
@@ -219,7 +219,7 @@ void ADSR::RenderFast(float* out) {
     if (stage != Stage::Release && stage != Stage::Idle) {
         current = lastOutput;
     }
-    phase = ClampToUnit(phase);
+    phase = std::min(phase, 1.0);
 }
 
 void ADSR::RenderCarefully(float* out) {
@@ -254,27 +254,28 @@ u32 ADSR::RenderSegment(const float* levels, float* out, u32 frames) {
 template <class Level>
 u32 ADSR::RunToEnd(const EnvelopeStage& timed, Level level, const float* levels, float* out, u32 frames) {
     const bool linear = timed.IsLinear();
-    float p = phase;
+    double p = phase;
     float sample = 0.0F;
     u32 n = 0;
     do {
-        sample = level(linear ? p : timed.Bend(p), levels[n]);
+        const auto progress = static_cast<float>(p);
+        sample = level(linear ? progress : timed.Bend(progress), levels[n]);
         out[n++] = ClampToUnit(sample);
-        p += timed.inc;
-    } while (n < frames && p < 1.0F);
+        p += static_cast<double>(timed.inc);
+    } while (n < frames && p < 1.0);
     // A release stays anchored to the level at which it began.
     if (stage != Stage::Release) {
         current = sample;
     }
     phase = p;
-    if (p >= 1.0F) {
+    if (p >= 1.0) {
         FinishStage();
     }
     return n;
 }
 
 void ADSR::FinishStage() {
-    phase = 0.0F;
+    phase = 0.0;
     if (stage == Stage::Attack) {
         stage = Stage::Decay;
     } else if (stage == Stage::Decay) {
@@ -286,7 +287,7 @@ void ADSR::FinishStage() {
 
 void ADSR::WriteOutputParameters() {
     parameters[OutState].SetValue(static_cast<float>(stage));
-    parameters[OutStatePhase].SetValue(phase);
+    parameters[OutStatePhase].SetValue(static_cast<float>(phase));
 }
 
 } // namespace Velmora::dsp

@@ -91,7 +91,7 @@ private:
     bool skipsSustain = false;
     bool startsAtZero = true;
     Stage stage = Stage::Idle;
-    float phase = 0.0F;
+    double phase = 0.0;
     /// The last level before clamping; a release stays anchored to the one at which it began.
     float current = 0.0F;
     float lastOutput = 0.0F;

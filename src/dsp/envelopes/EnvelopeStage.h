@@ -19,7 +19,7 @@ struct EnvelopeStage {
     float norm = 0.0F;
 
     /// Phase per frame of a stage that takes so many frames, atZero for none. No number of frames makes a
-    /// stage that never ends: the least step, 2^-24, is one that a phase near 1 still feels.
+    /// stage that never ends.
     static float PhaseStep(float frames, float atZero) {
         constexpr float leastStep = 5.9604645e-08F;
         return frames > 0.0F ? std::max(1.0F / frames, leastStep) : atZero;
@@ -46,9 +46,10 @@ struct EnvelopeStage {
     }
 
     /// Samples of whole groups of four frames, from sampleAt(frame, progress); returns the phase behind them.
-    /// The phase is summed frame by frame, so that the samples do not depend on where blocks begin.
+    /// The phase is summed frame by frame, so that the samples do not depend on where blocks begin, and in
+    /// double precision: in single, the steps of a stage of many seconds are rounded by whole percents.
     template <class SampleAt>
-    float RenderFours(float phase, float* out, u32 frames, SampleAt sampleAt) const {
+    double RenderFours(double phase, float* out, u32 frames, SampleAt sampleAt) const {
         if (IsLinear()) {
             return RunFours(phase, out, frames, sampleAt);
         }
@@ -60,13 +61,15 @@ struct EnvelopeStage {
 
 private:
     template <class SampleAt>
-    float RunFours(float phase, float* out, u32 frames, SampleAt sampleAt) const {
-        const float step = inc;
+    double RunFours(double phase, float* out, u32 frames, SampleAt sampleAt) const {
+        const auto step = static_cast<double>(inc);
         for (u32 n = 0; n < frames; n += 4) {
-            const float p1 = phase + step;
-            const float p2 = p1 + step;
-            const float p3 = p2 + step;
-            sampleAt(n, simd::Float4{phase, p1, p2, p3}).store_unaligned(out + n);
+            const double p1 = phase + step;
+            const double p2 = p1 + step;
+            const double p3 = p2 + step;
+            const simd::Float4 phases{static_cast<float>(phase), static_cast<float>(p1),
+                                      static_cast<float>(p2), static_cast<float>(p3)};
+            sampleAt(n, phases).store_unaligned(out + n);
             phase = p3 + step;
         }
         return phase;

@@ -124,7 +124,7 @@ template <class Engine, u32 variant>
 bool DsplibProcessor<Engine, variant>::SetParameterData(u32 id, const void* data, u32* size) {
     const bool hasData = size != nullptr && (data != nullptr || *size == 0);
     if (id == tooltipTextId && hasData) {
-        TakeSeed({static_cast<const char*>(data), *size});
+        TakeOption({static_cast<const char*>(data), *size});
     }
     if (id >= tooltipUpdateId) {
         return id == tooltipTextId;
@@ -135,15 +135,18 @@ bool DsplibProcessor<Engine, variant>::SetParameterData(u32 id, const void* data
     return engine.SetParameterData(id, data, size);
 }
 
-/// "seed=" and a number makes noise and chance repeatable. A tooltip's text is the engine's to write, so that
-/// no other use of it is disturbed.
+/// "seed=" and a number makes noise and chance repeatable; "drive=smooth" takes the aliases from the drive of
+/// the oscillators, "drive=plain" leaves them again. A tooltip's text is the engine's to write, so that no
+/// other use of it is disturbed.
 template <class Engine, u32 variant>
-void DsplibProcessor<Engine, variant>::TakeSeed(std::string_view text) {
+void DsplibProcessor<Engine, variant>::TakeOption(std::string_view text) {
     constexpr std::string_view key = "seed=";
     u32 seed = 0;
     if (text.starts_with(key) &&
         std::from_chars(text.data() + key.size(), text.data() + text.size(), seed).ec == std::errc()) {
         engine.SeedNoise(seed);
+    } else if (text == "drive=smooth" || text == "drive=plain") {
+        engine.SetSmoothDrive(text == "drive=smooth");
     }
 }
 

@@ -18,7 +18,8 @@ namespace Velmora::Processor {
 ///
 /// Parameters: those of the engine, then "ToolTipUpdate", to which the host writes the id of the parameter
 /// whose tooltip it wants, and "ToolTipText", whose data carry the answer; a host that writes "seed=5" to
-/// these data, best in front of Initialize, makes noise and random modulation repeat.
+/// these data, best in front of Initialize, makes noise and random modulation repeat, and "drive=smooth"
+/// takes the aliases from the drive of the oscillators.
 ///
 /// The engine is a module with `parameterCount`, the data operations and the two change queues of
 /// VocoderProcessor. Nothing depends on `variant`: it tells adapters of one engine apart.
@@ -76,7 +77,7 @@ protected:
     bool initialized = false;
 
 private:
-    void TakeSeed(std::string_view text);
+    void TakeOption(std::string_view text);
     void RequestTooltip(float value);
     bool GetEngineParameterInfo(u32 id, ParameterInfoRecord& record);
     void ReportLongName(u32 needed, const char* name);

@@ -78,6 +78,8 @@ public:
 
     /// Makes noise and random modulation reproducible.
     void SeedNoise(u32 seed);
+    /// Carrier::SetSmoothDrive.
+    void SetSmoothDrive(bool on) { CarrierSynth().SetSmoothDrive(on); }
 
     VocoderModulator& Modulator() { return Child<0>(); }
     ModulationsManager& Modulations() { return Child<1>(); }

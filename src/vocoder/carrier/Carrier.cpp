@@ -68,8 +68,8 @@ void Carrier::Connect(ModulationsManager& modulationsManager, const engine::Voic
     expression = &expressionManager;
 }
 
-/// The gates of the voices follow their keys, and not the record, which tells what a host wrote last: to write
-/// that once more is no order to let all go.
+/// The gates of the voices follow their keys, and not the record, which tells what a host wrote last: to
+/// write that once more is no order to let all go.
 bool Carrier::SetParameterNormalized(u32 id, float value) {
     const bool isReadBack = id == dsp::ADSR::GateIn && value == GetParameterNormalized(id);
     return isReadBack || ModuleContainer::SetParameterNormalized(id, value);
@@ -98,6 +98,7 @@ void Carrier::OnReset(bool /*hard*/) {
     trackedVoices.clear();
     activeVoices.clear();
     hasActiveVoices = false;
+    StopEnsemble();
     holdElapsed = 0.0F;
     pitchSmoother.Set(lowestVoiceFrequency);
 }
@@ -119,13 +120,14 @@ bool Carrier::UpdateParameters(dsp::ProcessContext& /*context*/) {
         if (AdditionalChanged(MasterTune)) {
             ApplyMasterTune();
         }
-        if (AdditionalChanged(EnsembleAmount) &&
-            additional.parameters[EnsembleAmount].GetNormalized() == 0.0F) {
-            Ensemble().OnReset(false);
-            Ensemble().needsUpdate = true;
-        }
     }
     return true;
+}
+
+void Carrier::SetSmoothDrive(bool on) {
+    for (u32 voice = 0; voice < voiceSlotCount; ++voice) {
+        Voice(voice).SetSmoothDrive(on);
+    }
 }
 
 void Carrier::SwitchTracking() {

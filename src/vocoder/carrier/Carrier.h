@@ -90,6 +90,8 @@ public:
     bool HasActiveVoices() const { return hasActiveVoices; }
     /// Makes the noise waveforms of all voices reproducible.
     void SeedNoise(u32 seed);
+    /// Saw and triangle of all voices driven without aliases of their folds, half a sample late.
+    void SetSmoothDrive(bool on);
 
 private:
     dsp::Chorus& Ensemble() { return Child<3>(); }
@@ -102,7 +104,9 @@ private:
     void ListActiveVoices();
     void RunVoices(const dsp::ProcessContext& context);
     void MixVoices(const dsp::ProcessContext& context);
+    void SwitchEnsemble(bool isUnderSound);
     void RunEnsemble(const dsp::ProcessContext& context);
+    void StopEnsemble();
 
     void TrackPitch(float pitch, u32 frames);
     /// True with the frequency for the root when there is a pitch to follow.
@@ -145,6 +149,12 @@ private:
     std::vector<u32> trackedVoices;
     std::vector<u32> activeVoices;
     bool hasActiveVoices = false;
+
+    bool isEnsembleWanted = false;
+    bool isEnsembleRunning = false;
+    /// Seconds for which the ensemble runs, but is not heard: until its lines are filled, or after it was
+    /// switched off.
+    float ensembleDrySeconds = 0.0F;
 
     dsp::BlockPool voiceBuffers;
     std::array<const float*, voiceSlotCount * Oscillators::InputCount> voiceInputs{};

@@ -25,13 +25,12 @@ bool Carrier::Process(dsp::ProcessContext& context) {
     if (AdditionalValue(PitchTrack) > 0.5F && pitch != nullptr) {
         TrackPitch(pitch[0], context.numFrames);
     }
+    const bool wasSounding = hasActiveVoices;
     ListActiveVoices();
+    SwitchEnsemble(wasSounding && hasActiveVoices);
     RunVoices(context);
     MixVoices(context);
-    const bool isRouted = modulations->Matrix().IsDestinationRouted(EnsembleDestination);
-    if (isRouted || additional.parameters[EnsembleAmount].GetNormalized() != 0.0F) {
-        RunEnsemble(context);
-    }
+    RunEnsemble(context);
     return true;
 }
 
@@ -104,13 +103,53 @@ void Carrier::MixVoices(const dsp::ProcessContext& context) {
     }
 }
 
+/// The ensemble costs nothing while it is off. Switched under sound it runs dry for a while: its lines, which
+/// were empty, fill before they are heard, or the wet sound glides away before it goes.
+void Carrier::SwitchEnsemble(bool isUnderSound) {
+    constexpr float fillSeconds = 0.015F;
+    constexpr float leaveSeconds = 0.15F;
+    const bool isWanted = modulations->Matrix().IsDestinationRouted(EnsembleDestination) ||
+                          additional.parameters[EnsembleAmount].GetNormalized() != 0.0F;
+    if (isWanted == isEnsembleWanted) {
+        return;
+    }
+    isEnsembleWanted = isWanted;
+    if (isWanted) {
+        ensembleDrySeconds = isUnderSound && !isEnsembleRunning ? fillSeconds : 0.0F;
+        isEnsembleRunning = true;
+    } else if (isUnderSound) {
+        ensembleDrySeconds = leaveSeconds;
+    } else {
+        StopEnsemble();
+    }
+}
+
+void Carrier::StopEnsemble() {
+    Ensemble().OnReset(false);
+    Ensemble().needsUpdate = true;
+    isEnsembleRunning = false;
+    isEnsembleWanted = false;
+    ensembleDrySeconds = 0.0F;
+}
+
 void Carrier::RunEnsemble(const dsp::ProcessContext& context) {
+    if (!isEnsembleRunning) {
+        return;
+    }
     constexpr u32 ensembleInputCount = 5;
-    const float* inputs[ensembleInputCount] = {
-        context.outputs[0], context.outputs[1],
-        modulations->Matrix().GlobalDestination(EnsembleDestination).data(), nullptr, nullptr};
+    // The mark of an active modulation, then one that keeps the mix at its dry end.
+    static constexpr std::array dryModulation = {1.0F, -1.0F};
+    const bool isDry = ensembleDrySeconds > 0.0F;
+    const float* modulation =
+        isDry ? &dryModulation[1] : modulations->Matrix().GlobalDestination(EnsembleDestination).data();
+    const float* inputs[ensembleInputCount] = {context.outputs[0], context.outputs[1], modulation, nullptr,
+                                               nullptr};
     dsp::ProcessContext child = context.ForChild(inputs, ensembleInputCount, context.outputs, outputCount);
     dsp::RunChild(Ensemble(), child);
+    ensembleDrySeconds -= static_cast<float>(context.numFrames) / sampleRate;
+    if (isDry && ensembleDrySeconds <= 0.0F && !isEnsembleWanted) {
+        StopEnsemble();
+    }
 }
 
 } // namespace Velmora::Processor

@@ -86,6 +86,12 @@ void Oscillators::SeedNoise(u32 seed) {
     oscillators[1].SeedNoise(seed + 1);
 }
 
+void Oscillators::SetSmoothDrive(bool on) {
+    for (VoiceOscillator& oscillator : oscillators) {
+        oscillator.SetSmoothDrive(on);
+    }
+}
+
 float Oscillators::ModulatedValue(const dsp::ProcessContext& context, Additional index, Input input) {
     return additional.parameters[index].GetModulatedValue(context, input);
 }

@@ -65,6 +65,8 @@ public:
     float FirstEnvelopeSample() const { return envelope[0]; }
     /// Makes the noise waveforms reproducible.
     void SeedNoise(u32 seed);
+    /// VoiceOscillator::SetSmoothDrive of both.
+    void SetSmoothDrive(bool on);
 
 private:
     float ModulatedValue(const dsp::ProcessContext& context, Additional index, Input input);

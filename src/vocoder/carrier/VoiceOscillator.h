@@ -46,6 +46,8 @@ public:
     void SetSyncMaster(bool on);
     void SetSyncSlave(bool on);
     void SetFM(bool on);
+    /// The drive without the aliases of its folds, half a sample late.
+    void SetSmoothDrive(bool on) { isDriveSmooth = on; }
     void SetStartPhase(float normalized);
     float StartPhase() { return phaseGen.GetParameterNormalized(PhaseGen::Phase0); }
     void SeedNoise(u32 seed) { noise.Seed(seed); }
@@ -81,6 +83,8 @@ private:
     void RunWaveform(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
     void RunPostFilter(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
     void Drive(const VoiceBuffers& buffers, u32 frames);
+    template <class Fold>
+    void DriveBy(Fold fold, const VoiceBuffers& buffers, u32 frames);
 
     PhaseGen phaseGen;
     dsp::PolyBlepTriangle triangle;
@@ -95,6 +99,9 @@ private:
 
     i32 waveform = Triangle;
     bool isModulated = false;
+    bool isDriveSmooth = false;
+    /// The argument of the drive's sine at the last sample, in quarter turns.
+    float lastTurns = 0.0F;
     float lastFrequency;
     float lastLevel;
     float lastShape;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/delaylines/DelayGlide.h"
 #include "dsp/delaylines/QuadDelayLine.h"
 #include "dsp/delaylines/SplineDelayLine.h"
-#include "dsp/delaylines/TapeGlide.h"
 #include "rigs/StageRig.h"
 
 namespace {
@@ -61,35 +59,5 @@ TEST(DelayLinesTest, TapsHaveTheResponsesOfTheirInterpolation) {
             const Complex got = GainOfTap(delay, w, &SplineDelayLine::ReadTap);
             EXPECT_LT(std::abs(got - spline), 4e-3) << f << ", " << delay;
         }
-    }
-}
-
-TEST(DelayLinesTest, GlidesKeepTheirSpeedAndTime) {
-    TapeGlide tape;
-    tape.Prepare(44100.0F);
-    tape.GlideTo(30000.0);
-    double at[8000];
-    for (double& position : at) {
-        tape.Step();
-        position = tape.Position();
-    }
-    EXPECT_NEAR(at[1999], 8.0 * (2000.0 - 0.015 * 11025.0), 10.0) << "at full speed";
-    // Speed takes 15 ms and the way 80 ms, which are 165 and 882 quads: together the end goes in 661.
-    EXPECT_NEAR((30000.0 - at[6661]) / (30000.0 - at[6000]), std::exp(-1.0), 0.005);
-    DelayGlide glide;
-    glide.Prepare(44100.0F);
-    glide.SetFastest(5, 0.25F);
-    glide.GlideTo(5, 4000);
-    for (u32 quad = 0; quad < 3000; ++quad) {
-        glide.Step();
-    }
-    EXPECT_NEAR(glide.End(5), 3000.0F - 0.04F * 0.25F * 44100.0F, 1.0F) << "behind its runner by 40 ms";
-    EXPECT_NEAR(glide.End(5) - glide.Start(5), 1.0F, 2e-3F);
-    for (const u32 goal : {4000U, 0U, 190000U}) {
-        glide.GlideTo(5, goal);
-        for (u32 quad = 0; quad < 200000 && glide.IsGliding(); ++quad) {
-            glide.Step();
-        }
-        EXPECT_TRUE(!glide.IsGliding() && glide.End(5) == static_cast<float>(goal)) << goal;
     }
 }

@@ -3,160 +3,167 @@
 
 #include "rigs/ModuleRig.h"
 
-#include <gtest/gtest.h>
-
-#include <limits>
-
 namespace Velmora::dsp {
 namespace {
 
 using orphia::test::BlockSplit;
 using orphia::test::Signal;
 
+constexpr double sustain = 0.6;
 /// Lengths in frames. Not whole, so that rounding cannot move the end of a stage.
-constexpr double attackFrames = 1440.5;
-constexpr double decayFrames = 700.5;
-constexpr double releaseFrames = 1000.5;
-constexpr float sustainLevel = 0.6F;
+constexpr double lengths[] = {300.5, 700.5, 1440.5, 0.0, -9.0, std::numeric_limits<double>::quiet_NaN()};
 
-float Seconds(double frames) { return static_cast<float>(frames / 48000.0); }
+/// The envelope frame by frame, in double precision.
+struct Model {
+    double Bent(double p) const { return curve == 0.0 ? p : std::expm1(curve * p) / std::expm1(curve); }
+    void Gate(bool open) {
+        isOpen = open;
+        if (open) {
+            const double reached = curve == 0.0 ? last : std::log1p(last * std::expm1(curve)) / curve;
+            phase = startsAtZero ? 0.0 : std::clamp(reached, 0.0, 1.0);
+            stage = 1;
+            current = last;
+        } else if (!isOneShot) {
+            Release();
+        }
+    }
+    void Release() {
+        stage = stage == 0 ? 0 : 4;
+        phase = 0.0;
+    }
+    void SetOneShot(bool on) {
+        isOneShot = on;
+        if (((on && stage == 3) || !isOpen) && stage != 4) {
+            Release();
+        }
+    }
+    double Next() {
+        const int now = stage;
+        const double frames = times[now];
+        const double step = now % 3 == 0 ? 0.0 : frames > 0.0 ? 1.0 / frames : 1e9;
+        const double way = now == 1 && step > 1.0 ? 1.0 : Bent(phase);
+        const double levels[] = {0.0, way, 1.0 - (1.0 - sustain) * way, sustain, current * (1.0 - way)};
+        last = levels[now];
+        current = now == 4 ? current : last;
+        phase += step;
+        if (phase >= 1.0) {
+            phase = 0.0;
+            stage = now == 2 && isOneShot ? 4 : (now + 1) % 5;
+        }
+        return last;
+    }
 
+    double curve = 0.0;
+    /// In frames, by stage: idle, attack, decay, sustain, release.
+    double times[5] = {0.0, 1440.5, 700.5, 0.0, 1000.5};
+    bool isOpen = false, isOneShot = false, startsAtZero = true;
+    int stage = 0;
+    double phase = 0.0, current = 0.0, last = 0.0;
+};
+
+/// The module beside its model.
 struct Envelope {
-    explicit Envelope(float curve = 0.0F) {
-        Set(ADSR::Attack, Seconds(attackFrames), ADSR::Decay, Seconds(decayFrames), ADSR::Sustain,
-            sustainLevel);
-        Set(ADSR::Release, Seconds(releaseFrames), ADSR::AttackCurve, curve, ADSR::DecayCurve, curve);
-        Set(ADSR::ReleaseCurve, curve).adsr.Initialize(48000.0F, 44);
+    explicit Envelope(double curve = 0.0, float sampleRate = 48000.0F) : rate(sampleRate) {
+        model.curve = curve;
+        SetTimes();
+        for (const auto& [id, value] : {std::pair(ADSR::AttackCurve, static_cast<float>(curve)),
+                                        {ADSR::DecayCurve, static_cast<float>(curve)},
+                                        {ADSR::ReleaseCurve, static_cast<float>(curve)},
+                                        {ADSR::Sustain, static_cast<float>(sustain)}}) {
+            adsr.SetParameterValue(id, value);
+        }
+        adsr.Initialize(rate, 44);
         adsr.Reset(true);
     }
-    template <class... Rest>
-    Envelope& Set(u32 id, float value, Rest... rest) {
-        adsr.SetParameterValue(id, value);
-        if constexpr (sizeof...(rest) > 0) {
-            Set(rest...);
+    void SetTimes() {
+        for (const auto& [id, stage] : {std::pair(ADSR::Attack, 1), {ADSR::Decay, 2}, {ADSR::Release, 4}}) {
+            adsr.SetParameterValue(id, static_cast<float>(model.times[stage]) / rate);
         }
-        return *this;
     }
-    Envelope& Gate(bool open) { return Set(ADSR::GateIn, open ? 1.0F : 0.0F); }
     Signal Render(u32 frames, const BlockSplit& split = BlockSplit::Of(44)) {
         const Signal input(frames, modulation);
         std::vector<const Signal*> inputs(7, nullptr);
-        for (const u32 id : modulated) {
-            inputs[id] = &input;
+        for (const u32 id : {ADSR::Attack, ADSR::Decay, ADSR::Release}) {
+            inputs[id] = isModulated ? &input : nullptr;
         }
-        const Signal out = orphia::test::Render(adsr, inputs, 1, split, {&input})[0];
-        EXPECT_EQ(adsr.IsRunning(), State() != ADSR::Stage::Idle);
-        return out;
+        return orphia::test::Render(adsr, inputs, 1, split, {&input})[0];
     }
-    Signal Note(const BlockSplit& split = BlockSplit::Of(44)) {
-        Signal note = Gate(true).Render(2640, split);
-        const Signal tail = Gate(false).Render(1320, split);
-        note.insert(note.end(), tail.begin(), tail.end());
-        return note;
-    }
-    ADSR::Stage State() {
-        return static_cast<ADSR::Stage>(static_cast<i32>(adsr.FindParameter(ADSR::OutState)->GetValue()));
-    }
+    float Read(u32 id) { return adsr.FindParameter(id)->GetValue(); }
 
+    float rate;
     ADSR adsr;
-    std::vector<u32> modulated;
-    float modulation = 0.0F;
+    Model model;
+    bool isModulated = false;
+    /// Moves nothing, but counts.
+    float modulation = 1e-30F;
 };
 
-double Bent(double p, double curve) { return curve == 0.0 ? p : std::expm1(curve * p) / std::expm1(curve); }
-
-/// The note of Envelope::Note in closed form.
-double Expected(u32 frame, double curve) {
-    const double n = frame;
-    const double level = static_cast<double>(sustainLevel);
-    const double attackEnd = std::ceil(attackFrames);
-    if (n < attackEnd) {
-        return Bent(n / attackFrames, curve);
-    }
-    if (n < 2640.0) {
-        return 1.0 - (1.0 - level) * Bent(std::min((n - attackEnd) / decayFrames, 1.0), curve);
-    }
-    return level * (1.0 - Bent(std::min((n - 2640.0) / releaseFrames, 1.0), curve));
-}
-
-TEST(ADSRTest, StagesTakeTheirTimesAlongTheirCurvesHoweverTheyAreRun) {
-    for (const float curve : {-20.0F, -4.0F, -0.3F, 0.0F, 0.3F, 5.0F, 20.0F}) {
-        const Signal note = Envelope(curve).Note();
-        const Signal split = Envelope(curve).Note(BlockSplit::Random(44, 400, 5));
-        Envelope careful(curve);
-        careful.modulated = {ADSR::Attack, ADSR::Decay, ADSR::Release};
-        const Signal moved = careful.Note();
-        for (u32 n = 0; n < note.size(); ++n) {
-            ASSERT_NEAR(note[n], Expected(n, static_cast<double>(curve)), 5e-4) << curve << ", frame " << n;
-            ASSERT_NEAR(note[n], split[n], 1e-6) << curve << ", frame " << n;
-            ASSERT_NEAR(note[n], moved[n], 1e-6) << curve << ", frame " << n;
-        }
-    }
-    Envelope envelope;
-    EXPECT_EQ((envelope.Gate(true).Render(1320), envelope.State()), ADSR::Stage::Attack);
-    EXPECT_NEAR(envelope.adsr.FindParameter(ADSR::OutStatePhase)->GetValue(), 1320.0 / attackFrames, 1e-4);
-    EXPECT_EQ((envelope.Render(220), envelope.State()), ADSR::Stage::Decay);
-    EXPECT_EQ((envelope.Render(1100), envelope.State()), ADSR::Stage::Sustain);
-    EXPECT_EQ((envelope.Gate(false).Render(440), envelope.State()), ADSR::Stage::Release);
-}
-
-TEST(ADSRTest, ASoftStartGoesOnFromTheLevelAndALinkedReleaseIsTheDecay) {
-    for (const float curve : {-4.0F, 0.0F, 5.0F}) {
+TEST(ADSRTest, AgreesWithItsModelThroughNotesOfAnyKindHoweverItIsRun) {
+    for (const double curve : {-20.0, -4.0, -0.3, 0.0, 0.3, 5.0, 20.0}) {
+        std::mt19937 random(5);
+        const auto draw = [&random](u32 limit) { return static_cast<u32>(random() % limit); };
         Envelope envelope(curve);
-        envelope.Set(ADSR::HardRetrig, 0.0F).Set(ADSR::ReleaseLink, 1.0F).Set(ADSR::DecayCurve, 0.0F);
-        envelope.Gate(true).Render(2640);
-        const Signal release = envelope.Gate(false).Render(440);
-        const double level = release.back();
-        EXPECT_NEAR(level, sustainLevel * (1.0 - 439.0 / decayFrames), 5e-4);
-        const double c = static_cast<double>(curve);
-        const double from = c == 0.0 ? level : std::log1p(level * std::expm1(c)) / c;
-        const Signal attack = envelope.Gate(true).Render(440);
-        for (u32 n = 0; n < 400; ++n) {
-            ASSERT_NEAR(attack[n], Bent(std::min(from + n / attackFrames, 1.0), c), 1e-3)
-                << curve << ' ' << n;
+        Model& model = envelope.model;
+        for (u32 turn = 0; turn < 800; ++turn) {
+            SCOPED_TRACE(testing::Message() << "curve " << curve << ", turn " << turn);
+            const bool on = draw(2) == 0;
+            const float position = on ? 1.0F : 0.0F;
+            const u32 kind = draw(6);
+            if (kind == 0) {
+                model.startsAtZero = on;
+                envelope.adsr.SetParameterValue(ADSR::HardRetrig, position);
+            } else if (kind == 1 && on != model.isOneShot) {
+                model.SetOneShot(on);
+                envelope.adsr.SetParameterValue(ADSR::ADRMode, position);
+            } else if (kind == 2 && model.stage == 0) {
+                model.times[1 + draw(2)] = lengths[draw(6)];
+                model.times[4] = lengths[draw(6)];
+                envelope.SetTimes();
+                envelope.adsr.SetParameterValue(ADSR::ReleaseLink, position);
+                model.times[4] = on ? model.times[2] : model.times[4];
+            } else if (kind > 2 && on != model.isOpen) {
+                model.Gate(on);
+                envelope.adsr.SetGate(on);
+            }
+            envelope.isModulated = draw(2) == 0;
+            for (const float level : envelope.Render(4 * draw(400), BlockSplit::Random(44, 40, turn))) {
+                ASSERT_NEAR(level, model.Next(), std::abs(curve) > 5.0 ? 0.01 : 1e-3);
+            }
+            ASSERT_EQ(static_cast<int>(envelope.Read(ADSR::OutState)), model.stage);
+            ASSERT_NEAR(envelope.Read(ADSR::OutStatePhase), model.phase, 2e-3);
+            ASSERT_EQ(envelope.adsr.IsRunning(), model.stage != 0);
         }
     }
 }
 
-TEST(ADSRTest, StagesWithoutTimeTakeOneFrame) {
-    Envelope envelope(-3.0F);
-    for (const float time : {std::numeric_limits<float>::quiet_NaN(), -1.0F, 0.0F}) {
-        envelope.Set(ADSR::Attack, time, ADSR::Decay, time, ADSR::Release, time);
-        EXPECT_EQ(envelope.Gate(true).Render(4, {{0, 4}}), (Signal{1.0F, 1.0F, 0.6F, 0.6F})) << time;
-        EXPECT_EQ(envelope.Gate(false).Render(4, {{0, 4}}), (Signal{0.6F, 0.0F, 0.0F, 0.0F})) << time;
-    }
-}
-
-TEST(ADSRTest, WithoutSustainTheCourseIgnoresAClosingGateAndAChangeOfModeMakesNoJump) {
-    Envelope envelope;
-    const Signal held = envelope.Set(ADSR::ADRMode, 1.0F).Gate(true).Render(3960);
-    EXPECT_EQ(envelope.State(), ADSR::Stage::Idle);
-    envelope.Gate(false).Gate(true).Render(440);
-    EXPECT_EQ(envelope.Gate(false).Render(3520), Signal(held.begin() + 440, held.end()));
-    envelope.Gate(true).Render(440);
-    const float level = envelope.Gate(false).Render(44).back();
-    EXPECT_NEAR(envelope.Set(ADSR::ADRMode, 0.0F).Render(44)[0], level, 1e-3F) << "no jump into the release";
-    envelope.Gate(true).Render(2640);
-    EXPECT_LT(envelope.Set(ADSR::ADRMode, 1.0F).Render(440).back(), sustainLevel - 0.1F) << "nothing holds";
-}
-
-TEST(ADSRTest, AtControlRateABlockYieldsItsFirstSample) {
-    Envelope envelope;
-    const Signal note = envelope.Set(ADSR::ControlRate, 1.0F).Note();
-    for (u32 n = 0; n < note.size(); ++n) {
-        // A stage ends with a block.
-        if (n < 1440 || n >= 2640) {
-            ASSERT_NEAR(note[n], n % 44 == 0 ? Expected(n, 0.0) : 12345.0, 1e-4) << n;
+TEST(ADSRTest, LongStagesTakeTheirTimeAtEveryRate) {
+    for (const double rate : {8000.0, 44100.0, 96000.0, 192000.0, 384000.0}) {
+        for (const bool isModulated : {false, true}) {
+            Envelope envelope(0.0, static_cast<float>(rate));
+            envelope.adsr.FindParameter(ADSR::Attack)->Redeclare(Curve::Linear, 0.0F, 20.0F, 0.0F);
+            envelope.adsr.SetParameterValue(ADSR::Attack, 20.0F);
+            envelope.isModulated = isModulated;
+            envelope.adsr.SetGate(true);
+            envelope.Render(static_cast<u32>(20.0 * rate * 0.9995));
+            EXPECT_EQ(envelope.Read(ADSR::OutState), 1.0F) << rate;
+            envelope.Render(static_cast<u32>(20.0 * rate * 0.001));
+            EXPECT_NE(envelope.Read(ADSR::OutState), 1.0F) << rate;
         }
     }
 }
 
-TEST(ADSRTest, AModulationMovesTheTimes) {
+TEST(ADSRTest, AtControlRateABlockYieldsItsFirstSampleAndAModulationMovesTheTimes) {
     Envelope envelope;
+    envelope.adsr.SetParameterValue(ADSR::ControlRate, 1.0F);
     envelope.adsr.FindParameter(ADSR::Attack)->Redeclare(Curve::Linear, 0.0F, 0.1F, 0.0F);
-    envelope.Set(ADSR::Attack, 0.01F).modulated = {ADSR::Attack};
+    envelope.adsr.SetParameterValue(ADSR::Attack, 0.01F);
+    envelope.isModulated = true;
     envelope.modulation = 0.1F;
-    EXPECT_NEAR(envelope.Gate(true).Render(440).back(), 439.0 / (0.02 * 48000.0), 1e-4);
+    envelope.adsr.SetGate(true);
+    const Signal note = envelope.Render(880);
+    for (u32 n = 0; n < note.size(); ++n) {
+        ASSERT_NEAR(note[n], n % 44 == 0 ? n / (0.02 * 48000.0) : 12345.0, 1e-4) << n;
+    }
 }
 
 } // namespace

@@ -1,15 +1,19 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The source of modulation: its cycle, and what it makes of it.
+// The low-frequency oscillators: the source of modulation, and those of effects.
 #include "dsp/lfo/LFO.h"
 
-#include "Waves.h"
 #include "dsp/framework/RunChild.h"
+#include "dsp/lfo/ChorusLfo.h"
+#include "dsp/lfo/LFOSimple.h"
 #include "dsp/modulation/ModulationChannels.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <functional>
+#include <numbers>
 #include <set>
 #include <tuple>
 #include <utility>
@@ -18,7 +22,6 @@
 namespace Velmora::dsp {
 namespace {
 
-using namespace Test;
 using Settings = std::vector<std::pair<u32, float>>;
 
 constexpr float rate = 44100.0F;
@@ -28,34 +31,43 @@ constexpr double blockSeconds = blockSize / 44100.0;
 /// Two cycles a second at 120 beats per minute, free or locked.
 const Settings twoHertz = {{LFO::RateUnSynced, 2.0F}, {LFO::RateSynced, 5.0F}};
 
-/// Distance on the circle of phases.
-double PhaseError(double a, double b) { return std::abs(std::remainder(a - b, 1.0)); }
+double Fraction(double x) { return x - std::floor(x); }
 
-/// A seeded source with its host. The phase shows as a rising saw unless a test says otherwise.
-struct Source {
-    explicit Source(const Settings& settings, bool perBlock = true) {
-        Set({{LFO::ControlRate, perBlock ? 1.0F : 0.0F}, {LFO::Waveform, LFO::RisingSaw}});
-        Set(settings);
+/// Sine, triangle, rising and falling ramp and square, at a phase in cycles.
+double Wave(u32 shape, double x) {
+    const double p = Fraction(x);
+    const double waves[] = {std::sin(2.0 * std::numbers::pi * p),
+                            1.0 - std::abs(4.0 * Fraction(p + 0.25) - 2.0), 2.0 * p - 1.0, 1.0 - 2.0 * p,
+                            p < 0.5 ? 1.0 : -1.0};
+    return waves[shape];
+}
+
+/// An oscillator with its host. The phase shows as a rising ramp unless a test says otherwise.
+template <class M>
+struct Host {
+    explicit Host(const Settings& settings) {
         lfo.Initialize(rate, blockSize);
-        lfo.Seed(1);
         inputs.Resize(3, 4, 4);
+        Set(settings);
     }
-    void Set(const Settings& settings) {
+    Host& Set(const Settings& settings) {
         for (const auto& [id, value] : settings) {
             lfo.SetParameterValue(id, value);
         }
+        return *this;
     }
-    void Modulate(u32 input, float value) {
-        inputs[input][-1] = 1.0F;
+    Host& Modulate(u32 input, float value, float mark = 1.0F) {
+        inputs[input][-1] = mark;
         inputs[input][0] = value;
+        return *this;
     }
     /// One block at the host's beat, which then moves on.
     void Block() {
         const float* in[] = {inputs[0], inputs[1], inputs[2]};
-        float* out[] = {left.data(), right.data()};
+        float* out[] = {sound[0].data(), sound[1].data()};
         ProcessContext context;
         context.inputs = in;
-        context.numInputs = 3;
+        context.numInputs = lfo.numInputs;
         context.outputs = out;
         context.numOutputs = 2;
         context.numFrames = blockSize;
@@ -65,32 +77,97 @@ struct Source {
         ASSERT_TRUE(RunChild(lfo, context));
         beat += playing ? static_cast<double>(tempo) / 60.0 * blockSeconds : 0.0;
     }
-    double Phase() { return static_cast<double>(lfo.FindParameter(LFO::CurrentPhaseFeedback)->GetValue()); }
     double NextPhase() {
         Block();
-        return Phase();
+        return static_cast<double>(sound[0][0]) / 2.0 + 0.5;
+    }
+    /// expected(block), asked in front of each block, tells the phase in cycles.
+    void ExpectPhases(u32 blocks, double tolerance, const std::function<double(u32)>& expected) {
+        for (u32 block = 0; block < blocks; ++block) {
+            const double wanted = expected(block);
+            ASSERT_LT(std::abs(std::remainder(NextPhase() - wanted, 1.0)), tolerance) << block;
+        }
+    }
+    void ExpectHertz(double hertz, u32 blocks = 3000, double tolerance = 1e-4) {
+        ExpectPhases(blocks, tolerance, [=](u32 block) { return block * blockSeconds * hertz; });
+    }
+    /// Both channels, which are apart by `spread` cycles, through `made` of the wave.
+    void ExpectWave(u32 shape, double start, double hertz, double spread, double (*made)(double)) {
+        for (u32 n = 0; n < 300 * blockSize; ++n) {
+            if (n % blockSize == 0) {
+                Block();
+            }
+            for (const u32 side : {0U, 1U}) {
+                const double x = start + n * hertz / 44100.0 + spread * side;
+                if (std::abs(std::remainder(x, 0.5)) > 5e-5) { // an edge may fall a frame earlier or later
+                    ASSERT_NEAR(sound[side][n % blockSize], made(Wave(shape, x)), 2e-5) << shape << ' ' << n;
+                }
+            }
+        }
     }
 
-    LFO lfo;
+    M lfo;
     ModulationChannels inputs;
-    std::array<float, blockSize> left = {}, right = {};
+    std::array<std::array<float, blockSize>, 2> sound = {};
     float tempo = 120.0F;
     double beat = 0.0;
     bool playing = false;
 };
 
-TEST(LFOTest, AFreeRateKeepsItsClosedFormOverMinutesAndTheGateRestartsARetriggeredCycle) {
+/// A seeded one.
+struct Source : Host<LFO> {
+    explicit Source(const Settings& settings, bool perBlock = true)
+        : Host({{LFO::ControlRate, perBlock ? 1.0F : 0.0F}, {LFO::Waveform, LFO::RisingSaw}}) {
+        Set(settings).lfo.Seed(1);
+    }
+};
+
+TEST(LFOTest, TheRateIsThatOfHertzKeysNotesAndRoutingsAndAGateRestartsTheCycle) {
     for (const float hertz : {0.037F, 3.3F, 173.0F}) {
         for (const float mode : {1.0F, 2.0F}) {
             Source source({{LFO::Mode, mode}, {LFO::RateUnSynced, hertz}, {LFO::PhaseInit, 90.0F}});
-            for (u32 block = 0; block < 100000; ++block) {
+            source.ExpectPhases(100000, 1e-5, [&](u32 block) {
                 const u32 start = mode == 1.0F && block >= 60000 ? 60000 : 0;
                 source.Set({{LFO::GateIn, block == 60000 ? 1.0F : 0.0F}});
-                const double expected = 0.25 + (block - start) * blockSeconds * static_cast<double>(hertz);
-                ASSERT_LT(PhaseError(source.NextPhase(), expected), 1e-5) << hertz << " Hz, mode " << mode;
-            }
+                return 0.25 + (block - start) * blockSeconds * static_cast<double>(hertz);
+            });
         }
     }
+    for (u32 choice = 0; choice < 27; ++choice) {
+        SCOPED_TRACE(choice);
+        const auto length = static_cast<float>(choice % 9);
+        constexpr double scales[] = {1.0, 2.0 / 3.0, 1.5};
+        const double beats = 32.0 * std::exp2(-static_cast<double>(length)) * scales[choice / 9];
+        Source source({{LFO::MidiSync, 1.0F}, {LFO::Mode, 1.0F}, {LFO::RateSynced, length}});
+        source.Set({{LFO::RateSyncedType, static_cast<float>(choice / 9)}}).tempo = 97.0F;
+        source.ExpectHertz(97.0 / 60.0 / beats);
+        // Of effects: plain, dotted and triplet notes.
+        Host<LFOSimple> simple({{LFOSimple::Shape, LFOSimple::RampUp}});
+        const u32 type = LFOSimple::Beats + (3 - choice / 9) % 3;
+        simple.Set({{LFOSimple::RateType, static_cast<float>(type)}}).tempo = 97.0F;
+        simple.lfo.SetParameterNormalized(LFOSimple::Rate, (length + 0.5F) / 9.0F);
+        simple.ExpectHertz(97.0 / 60.0 / beats);
+    }
+    for (const float tempo : {0.0F, -3.0F, std::nanf("")}) {
+        Host<LFOSimple> simple({{LFOSimple::Shape, LFOSimple::RampUp}, {LFOSimple::Rate, 0.7F}});
+        simple.Set({{LFOSimple::RateType, LFOSimple::Beats}}).tempo = tempo;
+        simple.ExpectHertz(static_cast<double>(0.7F));
+    }
+    // By sync in whole octaves only.
+    using Case = std::tuple<float, float, float, double>;
+    for (const auto& [synced, semitones, amount, factor] :
+         {Case{0, 12, 100, 2.0}, Case{0, -12, 100, 0.5}, Case{0, 24, 50, 2.0}, Case{1, 5, 100, 1.0},
+          Case{1, 7, 100, 2.0}, Case{1, -13, 100, 0.5}, Case{1, 12, 200, 4.0}}) {
+        Source source(twoHertz);
+        const float frequency = 261.6256F * std::exp2(semitones / 12.0F);
+        source.Set({{LFO::MidiSync, synced}, {LFO::KbTracking, 1.0F}});
+        source.Set({{LFO::KbTrackingAmount, amount}, {LFO::KbTrackingFreq, frequency}});
+        source.ExpectHertz(2.0 * factor, 5000, 1e-2);
+    }
+    // Two steps of eight on from one bar, a quarter.
+    Source({{LFO::MidiSync, 1.0F}, {LFO::RateSynced, 3.0F}}).Modulate(0, 0.25F).ExpectHertz(2.0, 9);
+    Source({{LFO::RateUnSynced, 0.25F}}).Modulate(0, 0.25F).ExpectHertz(0.5, 9, 1e-6);
+    Source({{LFO::RateUnSynced, 0.25F}}).Modulate(0, 0.25F, 0.0F).ExpectHertz(0.25, 9, 1e-6);
 }
 
 TEST(LFOTest, CyclesFromBeatZeroStayOnTheBeatOverTempoChangesLoopsAndRestarts) {
@@ -114,10 +191,28 @@ TEST(LFOTest, CyclesFromBeatZeroStayOnTheBeatOverTempoChangesLoopsAndRestarts) {
             beatsSinceJump += source.beat - beat;
             // Without hard following a jump is made good where the next cycle begins.
             if (source.playing && (exact || beatsSinceJump > 1.4)) {
-                ASSERT_LT(PhaseError(phase, beat * 0.75 + 0.1), exact ? 1e-5 : 1e-3) << block;
+                const double error = std::remainder(phase - beat * 0.75 - 0.1, 1.0);
+                ASSERT_LT(std::abs(error), exact ? 1e-5 : 1e-3) << block;
             }
         }
     }
+    // Those of effects glide after a jump. Two beats: one cycle a second.
+    Host<LFOSimple> simple({{LFOSimple::Shape, LFOSimple::RampUp}, {LFOSimple::RateType, LFOSimple::Beats}});
+    simple.lfo.SetParameterNormalized(LFOSimple::Rate, 0.5F);
+    simple.playing = true;
+    simple.beat = 7.0;
+    simple.ExpectPhases(200, 1e-4, [](u32 block) { return 0.5 + block * blockSeconds; });
+    const double jump = simple.beat += 1.2;
+    double last = simple.NextPhase();
+    for (u32 block = 1; block < 300; ++block) {
+        const double next = simple.NextPhase();
+        ASSERT_LT(std::abs(std::remainder(next - last, 1.0)), 0.03) << "no step";
+        last = next;
+    }
+    simple.ExpectPhases(99, 0.01, [=](u32 block) { return jump / 2.0 + (block + 300) * blockSeconds; });
+    simple.lfo.Reset(true);
+    simple.beat = 11.5;
+    simple.ExpectPhases(9, 1e-3, [](u32 block) { return 0.75 + block * blockSeconds; });
 }
 
 TEST(LFOTest, JumpsStopsAndStartsOfTheHostLeaveARetriggeredCycleAsItIs) {
@@ -125,133 +220,63 @@ TEST(LFOTest, JumpsStopsAndStartsOfTheHostLeaveARetriggeredCycleAsItIs) {
     for (const auto& [mode, index, beats] : {std::tuple(0.0F, 1.0F, 16.0), {1.0F, 4.0F, 2.0}}) {
         Source source({{LFO::Mode, mode}, {LFO::MidiSync, 1.0F}, {LFO::RateSynced, index}});
         source.Set({{LFO::GateIn, 1.0F}});
-        for (u32 block = 0; block < 7000; ++block) {
+        source.ExpectPhases(7000, 1e-5, [&source, beats = beats](u32 block) {
             source.playing = block % 1000 >= 300;
             if (block % 1000 == 700 || block % 1000 == 0) {
                 source.beat = block % 2000 < 1000 ? 0.0 : -250.0 * 2.0 * blockSeconds;
             } else if (block % 1000 == 300) {
                 source.beat += 50.0;
             }
-            const double expected = block * 2.0 * blockSeconds / beats;
-            ASSERT_LT(PhaseError(source.NextPhase(), expected), 1e-5) << block << " mode " << mode;
-        }
+            return block * 2.0 * blockSeconds / beats;
+        });
     }
 }
 
-TEST(LFOTest, AOneShotEndsOneCycleAfterItsGateAndRestsJustBeforeItsStart) {
+TEST(LFOTest, AOneShotEndsOneCycleAfterItsGateAndSwingStretchesEvenCycles) {
     for (const float synced : {0.0F, 1.0F}) {
         Source source(twoHertz);
         source.Set({{LFO::Mode, 0.0F}, {LFO::MidiSync, synced}, {LFO::PhaseInit, 90.0F}});
         for (const bool gated : {true, true, false}) {
-            source.Set({{LFO::GateIn, gated ? 1.0F : 0.0F}});
-            source.lfo.Retrigger();
-            for (u32 block = 0; block < 700; ++block) {
-                const double cycles = gated ? std::min(block * blockSeconds * 2.0, 0.999999) : 0.999999;
-                ASSERT_LT(PhaseError(source.NextPhase(), 0.25 + cycles), 1e-6) << block << " sync " << synced;
-            }
-            source.Set({{LFO::GateIn, 0.0F}});
-            source.Block();
+            source.Set({{LFO::GateIn, gated ? 1.0F : 0.0F}}).lfo.Retrigger();
+            source.ExpectPhases(700, 1e-6, [gated](u32 block) { // it rests just before its start
+                return 0.25 + (gated ? std::min(block * blockSeconds * 2.0, 0.999999) : 0.999999);
+            });
+            source.Set({{LFO::GateIn, 0.0F}}).Block();
         }
-    }
-}
-
-TEST(LFOTest, SwingStretchesEvenCyclesAndKeepsThePairsOnTheBeat) {
-    for (const float synced : {0.0F, 1.0F}) {
-        // The first takes 60 % of a pair.
+        // The first takes 60 % of a pair, which stays on the beat.
         Source swung(twoHertz);
-        swung.Set({{LFO::MidiSync, synced}, {LFO::Swing, 60.0F}});
-        swung.playing = true;
-        for (u32 block = 0; block < 20000; ++block) {
+        swung.Set({{LFO::MidiSync, synced}, {LFO::Swing, 60.0F}}).playing = true;
+        // At a change of speed a step is cut where the block is.
+        swung.ExpectPhases(20000, 2.5e-3, [](u32 block) {
             const double place = Fraction(block * blockSeconds);
-            const double expected = place < 0.6 ? place / 0.6 : (place - 0.6) / 0.4;
-            // At a change of speed a step is cut where the block is.
-            const double allowed = block < 500 ? 1e-6 : 2.5e-3;
-            ASSERT_LT(PhaseError(swung.NextPhase(), expected), allowed) << block << " sync " << synced;
-        }
+            return place < 0.6 ? place / 0.6 : (place - 0.6) / 0.4;
+        });
     }
-}
-
-TEST(LFOTest, KeysDoubleTheRatePerOctaveAndBySyncInWholeOctavesOnly) {
-    using Case = std::tuple<float, float, float, double>;
-    for (const auto& [synced, semitones, amount, factor] :
-         {Case{0, 12, 100, 2.0}, Case{0, -12, 100, 0.5}, Case{0, 24, 50, 2.0}, Case{1, 5, 100, 1.0},
-          Case{1, 7, 100, 2.0}, Case{1, -13, 100, 0.5}, Case{1, 12, 200, 4.0}}) {
-        Source source(twoHertz);
-        const float frequency = 261.6256F * std::exp2(semitones / 12.0F);
-        source.Set({{LFO::MidiSync, synced}, {LFO::KbTracking, 1.0F}});
-        source.Set({{LFO::KbTrackingAmount, amount}, {LFO::KbTrackingFreq, frequency}});
-        for (u32 block = 0; block < 5000; ++block) {
-            ASSERT_LT(PhaseError(source.NextPhase(), block * blockSeconds * 2.0 * factor), 1e-2)
-                << semitones << " by " << amount;
-        }
-    }
-}
-
-TEST(LFOTest, EveryNoteLengthIsExactInBeats) {
-    constexpr double scales[] = {1.0, 2.0 / 3.0, 1.5};
-    for (u32 choice = 0; choice < 27; ++choice) {
-        const u32 type = choice / 9;
-        const u32 length = choice % 9;
-        Source source({{LFO::MidiSync, 1.0F}, {LFO::Mode, LFO::RetriggeredCycle}});
-        source.Set({{LFO::RateSynced, static_cast<float>(length)}});
-        source.Set({{LFO::RateSyncedType, static_cast<float>(type)}});
-        source.tempo = 97.0F;
-        for (u32 block = 0; block < 3000; ++block) {
-            const double bars = block * blockSeconds * 97.0 / 240.0;
-            ASSERT_LT(PhaseError(source.NextPhase(), bars / (8.0 * std::exp2(-1.0 * length) * scales[type])),
-                      1e-4)
-                << "type " << type << ", length " << length << ", block " << block;
-        }
-    }
-}
-
-TEST(LFOTest, ARoutedRateMovesTheKnobAndTheTable) {
-    Source free({{LFO::RateUnSynced, 0.25F}});
-    Source synced({{LFO::MidiSync, 1.0F}, {LFO::RateSynced, 3.0F}});
-    for (Source* source : {&free, &synced}) {
-        source->Modulate(0, 0.25F);
-        source->Block();
-    }
-    // Half a hertz; two steps of eight on from one bar, a quarter.
-    EXPECT_NEAR(free.NextPhase(), 0.5 * blockSeconds, 1e-8);
-    EXPECT_NEAR(synced.NextPhase(), 2.0 * blockSeconds, 1e-8);
-    free.inputs[0][-1] = 0.0F;
-    const double before = free.NextPhase();
-    EXPECT_NEAR(free.NextPhase() - before, 0.25 * blockSeconds, 1e-8);
 }
 
 TEST(LFOTest, WaveformsFollowTheirFormulasUnderOffsetSpreadAmplitudeAndPolarity) {
-    constexpr std::pair<u32, u32> waveforms[] = {
-        {LFO::Sine, 0}, {LFO::Triangle, 1}, {LFO::RisingSaw, 2}, {LFO::FallingSaw, 3}, {LFO::Square, 4}};
-    for (const auto& [waveform, shape] : waveforms) {
-        for (const float single : {0.0F, 1.0F}) {
+    constexpr u32 waveforms[] = {LFO::Sine, LFO::Triangle, LFO::RisingSaw, LFO::FallingSaw, LFO::Square};
+    for (u32 shape = 0; shape < 5; ++shape) {
+        for (const bool single : {false, true}) {
             Source source({{LFO::RateUnSynced, 7.3F}, {LFO::PhaseInit, 45.0F}, {LFO::Amp, 0.5F}}, false);
-            source.Set({{LFO::Waveform, static_cast<float>(waveform)}, {LFO::Unipolar, single}});
-            source.Set({{LFO::Stereo, 1.0F}, {LFO::StereoSpread, 72.0F}});
-            source.Modulate(1, 0.25F);
-            source.Modulate(2, 0.3F);
-            for (u32 n = 0; n < 300 * blockSize; ++n) {
-                if (n % blockSize == 0) {
-                    source.Block();
-                }
-                for (const bool isRight : {false, true}) {
-                    const float out = (isRight ? source.right : source.left)[n % blockSize];
-                    const double x = 0.125 + 0.3 + n * 7.3 / 44100.0 + (isRight ? 0.2 : 0.0);
-                    if (std::abs(std::remainder(x, 0.5)) > 5e-5) {
-                        const double wave = Wave(shape, x);
-                        ASSERT_NEAR(out, 0.75 * (single > 0.5F ? (wave + 1.0) * 0.5 : wave), 2e-5)
-                            << waveform << " at " << x;
-                    }
-                }
-            }
+            source.Set({{LFO::Waveform, static_cast<float>(waveforms[shape])}, {LFO::Stereo, 1.0F}});
+            source.Set({{LFO::Unipolar, single ? 1.0F : 0.0F}, {LFO::StereoSpread, 72.0F}});
+            source.Modulate(1, 0.25F).Modulate(2, 0.3F);
+            source.ExpectWave(
+                shape, 0.125 + 0.3, 7.3, 0.2,
+                single ? [](double wave) { return 0.375 * (wave + 1.0); }
+                       : [](double wave) { return 0.75 * wave; });
         }
+        Host<LFOSimple> simple({{LFOSimple::Shape, static_cast<float>(shape)}, {LFOSimple::Phase, 36.0F}});
+        simple.Set({{LFOSimple::RateType, LFOSimple::Hertz}, {LFOSimple::Rate, 7.3F}}).lfo.SetShift(0.3F);
+        simple.ExpectWave(shape, 0.1, 7.3, 0.3, [](double wave) { return wave; });
     }
 }
 
-TEST(LFOTest, SampleAndHoldDrawsOncePerCycleAndTheSecondChannelFollowsByTwiceTheSpreadOrMirrored) {
+TEST(LFOTest, DrawnAndDrawingStepsStandForTheirPartOfTheCycle) {
     for (const auto& [degrees, frames, isMirror] :
          {std::tuple(0.0F, 0U, 0.0F), {45.0F, 25U, 0.0F}, {180.0F, 100U, 0.0F}, {45.0F, 0U, 1.0F}}) {
-        // 100 frames a cycle.
+        // 100 frames a cycle. The second channel follows by twice the spread, or mirrored.
         Source source({{LFO::Waveform, LFO::SampleAndHold}, {LFO::RateUnSynced, 441.0F}}, false);
         source.Set({{LFO::Stereo, 1.0F}, {LFO::StereoSpread, degrees}, {LFO::SnHStereoMode, isMirror}});
         std::vector<float> left;
@@ -259,53 +284,110 @@ TEST(LFOTest, SampleAndHoldDrawsOncePerCycleAndTheSecondChannelFollowsByTwiceThe
         double sum = 0.0;
         for (u32 block = 0; block < 10000; ++block) {
             source.Block();
-            left.insert(left.end(), source.left.begin(), source.left.end());
+            left.insert(left.end(), source.sound[0].begin(), source.sound[0].end());
             for (std::size_t i = 0; i < blockSize && block > 4; ++i) {
                 const float expected = left[left.size() - blockSize - frames + i];
-                different += source.right[i] != (isMirror > 0.5F ? -expected : expected) ? 1.0 : 0.0;
-                sum += static_cast<double>(source.left[i]);
+                different += source.sound[1][i] != (isMirror > 0.5F ? -expected : expected) ? 1.0 : 0.0;
+                sum += static_cast<double>(source.sound[0][i]);
             }
         }
         // Rounding may move a cycle's border by a frame.
         EXPECT_LE(different, isMirror > 0.5F ? 0.0 : 4400.0) << degrees << " degrees";
         const std::set<float> values(left.begin(), left.end());
         EXPECT_NEAR(static_cast<double>(values.size()), 4400.0, 1.0);
-        EXPECT_NEAR(*values.begin(), -0.995F, 0.005F);
+        EXPECT_NEAR(*values.begin() + *values.rbegin(), 0.0F, 0.01F);
         EXPECT_NEAR(*values.rbegin(), 0.995F, 0.005F);
         EXPECT_NEAR(sum / static_cast<double>(left.size()), 0.0, 0.03);
     }
+    LFOSimple::StepValues steps;
+    for (u32 i = 0; i < steps.size(); ++i) {
+        steps[i] = static_cast<float>(i * 7 % 16) / 8.0F - 1.0F;
+    }
+    // 1603 frames a cycle; the second channel is 481 ahead.
+    Host<LFOSimple> drawn({{LFOSimple::Rate, rate / 1603.0F}, {LFOSimple::Shape, LFOSimple::Steps}});
+    Host<LFOSimple> chance({{LFOSimple::Rate, rate / 1603.0F}, {LFOSimple::Shape, LFOSimple::Random}});
+    drawn.lfo.SetSteps(steps);
+    drawn.lfo.SetShift(0.3F);
+    chance.lfo.SetShift(0.3F);
+    std::vector<float> heard[2];
+    for (u32 n = 0; n < 300 * blockSize; ++n) {
+        if (n % blockSize == 0) {
+            drawn.Block();
+            chance.Block();
+        }
+        for (const u32 side : {0U, 1U}) {
+            heard[side].push_back(chance.sound[side][n % blockSize]);
+            const double place = Fraction(n / 1603.0 + 0.3 * side) * LFOSimple::stepCount;
+            ASSERT_TRUE(std::abs(std::remainder(place, 1.0)) < 0.01 ||
+                        drawn.sound[side][n % blockSize] == steps[static_cast<std::size_t>(place)])
+                << n;
+        }
+    }
+    u32 different = 0;
+    for (std::size_t n = 481; n < heard[0].size(); ++n) {
+        different += heard[0][n] != heard[1][n - 481] ? 1 : 0;
+    }
+    EXPECT_LE(different, 9U) << "a frame of each cycle";
+    const std::set<float> values(heard[0].begin(), heard[0].end());
+    EXPECT_EQ(values.size(), 9U);
+    EXPECT_TRUE(*values.begin() >= -1.0F && *values.rbegin() <= 1.0F);
+    EXPECT_GT(*values.rbegin() - *values.begin(), 1.0F);
 }
 
-TEST(LFOTest, TheFadeRisesExponentiallyAndNeverOvershoots) {
+TEST(LFOTest, TheFadeRisesExponentiallyAndSmoothingReachesAStepInItsTimeInSecondsOrInCycles) {
     for (const auto& [seconds, perBlock] : {std::pair(0.5F, true), {0.5F, false}, {1e-4F, false}}) {
         Source source({{LFO::Waveform, LFO::Square}, {LFO::RateUnSynced, 0.01F}}, perBlock);
-        source.Set({{LFO::Fade, seconds}});
-        source.lfo.Retrigger();
+        source.Set({{LFO::Fade, seconds}}).lfo.Retrigger();
         for (u32 block = 0; block < 600; ++block) {
             source.Block();
             const double place = std::min(block * blockSeconds / static_cast<double>(seconds), 1.0);
-            ASSERT_NEAR(source.left[0], std::expm1(10.0 * place) / std::expm1(10.0), 2e-3) << block;
-            ASSERT_LE(*std::max_element(source.left.begin(), source.left.end()), 1.0F);
+            ASSERT_NEAR(source.sound[0][0], std::expm1(10.0 * place) / std::expm1(10.0), 2e-3) << block;
+            ASSERT_LE(*std::max_element(source.sound[0].begin(), source.sound[0].end()), 1.0F);
         }
+    }
+    for (const Settings& settings :
+         {Settings{{LFO::RateUnSynced, 0.5F}, {LFO::Smooth, 0.4F}},
+          Settings{{LFO::RateUnSynced, 0.5F}, {LFO::Smooth, 0.2F}, {LFO::SmoothRateLinked, 1.0F}},
+          Settings{{LFO::MidiSync, 1.0F},
+                   {LFO::RateSynced, 3.0F},
+                   {LFO::Smooth, 0.2F},
+                   {LFO::SmoothRateLinked, 1.0F}}}) {
+        Source source(settings);
+        source.Set({{LFO::Waveform, LFO::Square}});
+        // From 0 to 1 within the first half cycle, 1 s.
+        for (u32 block = 0; block < 900; ++block) {
+            source.Block();
+            ASSERT_NEAR(source.sound[0][0], 1.0 - std::exp(-5.0 * (block + 1) * blockSeconds / 0.4), 1e-5);
+        }
+        source.lfo.Reset(true);
+        source.Block();
+        EXPECT_LT(source.sound[0][0], 0.02F) << "a reset brings back the start";
     }
 }
 
-TEST(LFOTest, SmoothingReachesAStepInItsTimeInSecondsOrInCycles) {
-    Source seconds({{LFO::RateUnSynced, 0.5F}, {LFO::Smooth, 0.4F}});
-    Source cycles({{LFO::RateUnSynced, 0.5F}, {LFO::Smooth, 0.2F}, {LFO::SmoothRateLinked, 1.0F}});
-    Source synced({{LFO::MidiSync, 1.0F}, {LFO::RateSynced, 3.0F}, {LFO::Smooth, 0.2F}});
-    synced.Set({{LFO::SmoothRateLinked, 1.0F}});
-    for (Source* source : {&seconds, &cycles, &synced}) {
-        source->Set({{LFO::Waveform, LFO::Square}});
-        // From 0 to 1 within the first half cycle, 1 s.
-        for (u32 block = 0; block < 900; ++block) {
-            source->Block();
-            ASSERT_NEAR(source->left[0], 1.0 - std::exp(-5.0 * (block + 1) * blockSeconds / 0.4), 1e-5)
-                << block;
+TEST(ChorusLfoTest, ShapesFollowTheirFormulasAndTheDriftsTurnAQuarterOfASecondApart) {
+    ChorusLfo lfo;
+    lfo.Prepare(8000.0F);
+    const ChorusLfo::Float4 offsets{0.0F, 0.2F, 0.45F, 0.9F};
+    std::array<float, 4> last{};
+    for (u32 n = 1; n < 20000; ++n) {
+        lfo.Advance(n < 10000 ? 3.3F : 1e9F);
+        const double cycles = (std::min(n, 9999U) * 3.3 + (n < 10000 ? 0 : n - 9999) * 20.0) / 2000.0;
+        for (u32 lane = 0; lane < 4; ++lane) {
+            const double x = cycles + static_cast<double>(offsets.get(lane));
+            const double wanted[] = {Wave(0, x), Wave(1, x), 0.9 * Wave(0, x) + 0.1 * Wave(0, 8.0 * x)};
+            for (u32 shape = 0; shape < 3; ++shape) {
+                std::array<float, ChorusLfo::shapeCount> weights{};
+                weights[shape] = 1.0F;
+                ASSERT_NEAR(lfo.Value(weights, offsets, 0.0F).get(lane), wanted[shape], 1e-4)
+                    << shape << ' ' << n;
+            }
+            // Each is flat where it turns to a new value.
+            const float drift = lfo.Drift(0.0F).get(lane);
+            const bool isTurning = (n + 500 * lane) % 2000 <= 1;
+            EXPECT_NEAR(drift, last[lane], n == 1 ? 1.0F : isTurning ? 4e-6F : 0.0016F) << lane << ' ' << n;
+            last[lane] = drift;
         }
-        source->lfo.Reset(true);
-        EXPECT_EQ(source->NextPhase(), 0.0) << "a reset brings back the start";
-        EXPECT_LT(source->left[0], 0.02F);
     }
 }
 

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The phase generator in closed form, and the shapes, each against its plain waveform.
+// The shapes, each against its plain waveform; phases and waveforms against the model: VoiceModelTest.
 #include "dsp/oscillators/PolyBlepPhaseGen.h"
 #include "dsp/oscillators/PolyBlepShape.h"
 #include "rigs/OscillatorRig.h"
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <string>
 
 namespace {
@@ -18,10 +17,6 @@ using Velmora::dsp::PolyBlepTriangle;
 using Generator = Velmora::dsp::PolyBlepPhaseGen;
 
 constexpr float rate = 44100.0F;
-constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
-
-/// Distance on the circle.
-double Apart(double a, double b) { return std::abs(std::remainder(a - b, 1.0)); }
 
 /// The five outputs of a phase generator. masters is what a master generator gave.
 std::vector<Signal> Phases(const Settings& settings, float sampleRate, std::size_t frames,
@@ -42,31 +37,6 @@ std::vector<Signal> SyncedPhases(float masterHertz, float slaveHertz, float star
     return Phases(
         {{Generator::Frequency, slaveHertz}, {Generator::HSSlave, 1.0F}, {Generator::HSPhase0, start}}, rate,
         frames, &master);
-}
-
-TEST(PolyBlepPhaseGen, StartsFromPhase0AndHealsFromBrokenInput) {
-    Generator generator;
-    Prepare(generator, rate, {{Generator::Frequency, 441.0F}, {Generator::FMOn, 1.0F}});
-    Signal fm(44, 0.0F);
-    const auto lastPhase = [&] {
-        return Render(generator, {nullptr, nullptr, nullptr, &fm}, 5, BlockSplit::Of(44))[0][43];
-    };
-    EXPECT_NEAR(lastPhase(), 0.44F, 1e-6F);
-    generator.SetParameterValue(Generator::Phase0, 0.5F);
-    EXPECT_NEAR(lastPhase(), 0.94F, 1e-6F);
-    EXPECT_NEAR(lastPhase(), 0.38F, 1e-6F) << "loads the start phase only once";
-    generator.Reset(false);
-    EXPECT_NEAR(lastPhase(), 0.94F, 1e-6F);
-    generator.SetParameterValue(Generator::Frequency, notANumber);
-    EXPECT_NEAR(lastPhase(), 0.94F, 1e-6F) << "stands still";
-    generator.SetParameterValue(Generator::Frequency, 441.0F);
-    for (const float broken : {notANumber, std::numeric_limits<float>::max(), -HUGE_VALF}) {
-        fm.assign(44, broken);
-        const float phase = lastPhase();
-        EXPECT_TRUE(phase >= 0.0F && phase <= 1.0F) << phase << " after " << broken;
-        fm.assign(44, 0.0F);
-        EXPECT_LT(Apart(lastPhase(), static_cast<double>(phase) + 0.44), 1e-6) << "after " << broken;
-    }
 }
 
 /// Calls check.operator()<Shape>(label, settings).
@@ -122,28 +92,6 @@ TEST(PolyBlepShape, AliasesLieFarBelowThoseOfThePlainWaveform) {
                 << label << " at " << c.hz << " Hz, " << c.slave << " from " << c.start;
         });
     }
-}
-
-TEST(PolyBlepShape, NothingOfAnEarlierOrBrokenBlockStays) {
-    const auto phases = SyncedPhases(700.0F, 1900.0F, 0.2F, 880);
-    ForEachShape([&]<class M>(const std::string& label, const Settings& settings) {
-        M shape;
-        Prepare(shape, rate, settings);
-        shape.SetParameterValue(M::AAOn, 1.0F);
-        shape.SetParameterValue(M::HSSlave, 1.0F);
-        shape.SetParameterValue(M::HSPhase0, 0.2F);
-        const Signal expected = RunShape(shape, phases);
-        shape.Reset(false);
-        EXPECT_EQ(RunShape(shape, phases), expected) << label << " after a reset";
-        RunShape(shape, std::vector<Signal>(5, Signal(44, notANumber)));
-        const Signal healed = RunShape(shape, phases);
-        // Two periods of the master later.
-        EXPECT_TRUE(std::equal(healed.begin() + 128, healed.end(), expected.begin() + 128)) << label;
-        shape.SetParameterValue(M::HSSlave, 0.0F);
-        RunShape(shape, phases);
-        shape.SetParameterValue(M::HSSlave, 1.0F);
-        EXPECT_EQ(RunShape(shape, phases), expected) << label << " after sync was off";
-    });
 }
 
 } // namespace

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "dsp/smoothing/GlidingControls.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/smoothing/SmootherSRL.h"
 
@@ -86,30 +85,6 @@ TEST(SmootherTest, AnApproachIsExponentialWithFiveTimeConstantsInItsTimeAlsoTowa
             });
         }
     }
-}
-
-TEST(SmootherTest, LanesGlideByQuadsInTheTimeOfTheirGroupAndArriveExactly) {
-    GlidingControls<2, 1> groups;
-    groups.Prepare(48000.0F, 0.01, 0.1);
-    for (u32 group = 0; group < 2; ++group) {
-        groups[group].GlideTo(simd::Float4(-2.0F));
-        double left = 1.0;
-        for (int quad = 1; quad <= 20000; ++quad) {
-            const double before = left;
-            left = std::exp(-4.0 * quad / (group == 0 ? 480.0 : 4800.0));
-            groups.Step();
-            // Half of the quad.
-            EXPECT_NEAR(groups[group].Over<true>(1).get(1), -2.0 + before + left, 1e-4);
-        }
-        EXPECT_FALSE(groups.IsMoving());
-        EXPECT_EQ(groups[group].Over<false>(2).get(0), -2.0F);
-    }
-    groups[0].GlideTo(simd::Float4(5.0F));
-    groups.Step();
-    EXPECT_TRUE(groups.IsMoving());
-    groups.Arrive();
-    EXPECT_FALSE(groups.IsMoving());
-    EXPECT_EQ(groups[0].Over<false>(2).get(0), 5.0F);
 }
 
 } // namespace

@@ -9,9 +9,10 @@
 
 #include <algorithm>
 #include <array>
-#include <numeric>
 #include <random>
 #include <set>
+#include <sstream>
+#include <string>
 
 using namespace Velmora;
 using dsp::Event;
@@ -20,194 +21,157 @@ using engine::ChordGenerator;
 
 namespace {
 
-using Midi = std::array<int, 3>;
-using Midis = std::vector<Midi>;
-using Notes = std::set<int>;
-
-Midi On(int note, int velocity = 100, int channel = 0) { return {0x90 | channel, note, velocity}; }
-Midi Off(int note, int velocity = 0, int channel = 0) { return {0x80 | channel, note, velocity}; }
-
 /// The stage as its parent runs it, and a receiver that counts each note as the voices do.
 struct Rig : dsp::IModuleObserver {
     dsp::Observable<ChordGenerator> chords;
     EventQueue input;
     EventQueue output;
     std::array<int, 128> presses{};
-    /// What observers heard of each parameter; -1 is nothing.
     std::array<float, ChordGenerator::parameterCount> heard{};
 
-    explicit Rig(const Notes& intervals, bool isOn = true) {
+    Rig() {
         chords.Attach(*this);
         chords.Initialize(44100.0F, 64);
-        Set(ChordGenerator::ChordOn, isOn);
-        for (const int interval : intervals) {
-            SetKey(interval, true);
-        }
-        Run({});
     }
-
     void OnParameterChanged(u32 id, float value) override { heard[id] = value; }
     void Set(u32 id, bool on) { chords.SetParameterNormalized(id, on ? 1.0F : 0.0F); }
-    void SetKey(int interval, bool on) { Set(ChordGenerator::ChordKey1 + static_cast<u32>(interval), on); }
-    Midis Run(const Midis& events) {
-        input.Clear();
+    void Run() {
         output.Clear();
-        for (const Midi& midi : events) {
-            input.AppendMidi(static_cast<u8>(midi[0]), static_cast<u8>(midi[1]), static_cast<u8>(midi[2]));
-        }
         dsp::ProcessContext context;
         context.inputEvents = &input;
         context.outputEvents = &output;
         const orphia_reference::AllocationCounter allocations;
         EXPECT_TRUE(dsp::RunChild(chords, context));
         EXPECT_EQ(allocations.Count(), 0U);
-        Midis result;
+        input.Clear();
         for (const Event& event : output) {
-            result.push_back({event.midi[0], event.midi[1], event.midi[2]});
-            Receive(result.back());
-        }
-        return result;
-    }
-    void Receive(const Midi& midi) {
-        const int status = midi[0] & 0xF0;
-        if ((status == 0x80 || status == 0x90) && midi[1] < 128) {
-            int& count = presses[static_cast<std::size_t>(midi[1])];
-            count = status == 0x90 && (midi[2] & 127) > 0 ? count + 1 : std::max(0, count - 1);
+            int& count = presses[event.midi[1]];
+            count = event.midi[0] < 0x90 ? std::max(0, count - 1) : count + 1;
         }
     }
-    int PressesMissingAnEnd() const { return std::accumulate(presses.begin(), presses.end(), 0); }
+    /// Plays words: +60 and -60 are keys, +60/2 one of channel 2, velocities 100 and 33; k7 and K7 put an
+    /// interval into the chord and out of it; c, C the chord on and off; r, R a take; i, I channels ignored
+    /// or apart; x a hard reset; a full stop is a block, as is the end. Gives the words of the keys that come
+    /// out.
+    std::string Play(const std::string& words) {
+        std::string heardKeys;
+        std::istringstream stream(words + " .");
+        for (std::string word; stream >> word;) {
+            const auto number = static_cast<u8>(word.size() > 1 ? std::stoul(word.substr(1)) : 0);
+            const std::size_t slash = word.find('/');
+            const int channel = slash == std::string::npos ? 0 : std::stoi(word.substr(slash + 1));
+            const bool isSmall = word[0] > 'Z';
+            switch (word[0]) {
+            case '+':
+            case '-':
+                input.AppendMidi(static_cast<u8>((word[0] == '+' ? 0x90 : 0x80) + channel), number,
+                                 word[0] == '+' ? 100 : 33);
+                break;
+            case '.':
+                Run();
+                for (const Event& event : output) {
+                    const bool isOn = event.midi[0] >= 0x90;
+                    EXPECT_TRUE(event.midi[2] == (isOn ? 100 : 33) || (!isOn && event.midi[2] == 0));
+                    heardKeys += (isOn ? '+' : '-') + std::to_string(event.midi[1]);
+                    heardKeys += event.midi[0] % 16 > 0 ? '/' + std::to_string(event.midi[0] % 16) : "";
+                    heardKeys += ' ';
+                }
+                break;
+            case 'x':
+                chords.Reset(true);
+                break;
+            case 'i':
+            case 'I':
+                chords.SetIgnoreChannel(isSmall);
+                break;
+            default:
+                Set(word[0] == 'c' || word[0] == 'C'   ? +ChordGenerator::ChordOn
+                    : word[0] == 'r' || word[0] == 'R' ? +ChordGenerator::RecordMode
+                                                       : ChordGenerator::ChordKey1 + number,
+                    isSmall);
+            }
+        }
+        return heardKeys.substr(0, heardKeys.find_last_not_of(' ') + 1);
+    }
 };
 
-} // namespace
-
-TEST(ChordGeneratorTest, PlaysTheChordOfEachKey) {
-    Rig rig({0, 4, 12});
-    EXPECT_EQ(rig.Run({On(60, 90, 5)}), (Midis{On(60, 90, 5), On(64, 90, 5), On(72, 90, 5)}));
-    EXPECT_EQ(rig.Run({Off(60, 33, 5)}), (Midis{Off(60, 33, 5), Off(64, 33, 5), Off(72, 33, 5)}));
-    EXPECT_EQ(rig.Run({On(120), On(120, 0)}), (Midis{On(120), On(124), Off(120), Off(124)}));
-    EXPECT_EQ(rig.Run({{0xB0, 1, 200}, {0xE3, 0, 64}}), (Midis{{0xB0, 1, 200}, {0xE3, 0, 64}}));
-    EXPECT_EQ(rig.Run({On(200), Off(200), On(60, 0xE4), On(60, 0x80), On(255, 255)}),
-              (Midis{On(60), On(64), On(72), Off(60), Off(64), Off(72)}))
-        << "bad data bytes";
-    EXPECT_EQ(Rig(Notes{}).Run({On(60), Off(60)}), Midis());
-}
-
-TEST(ChordGeneratorTest, CopiesEverythingWhileItIsOff) {
-    const Midis events = {On(60),       On(62), {0xB0, 64, 127}, Off(60),
-                          On(200, 255), Off(3), On(62, 0),       {0, 1, 2}};
-    EXPECT_EQ(Rig({}, false).Run(events), events);
+TEST(ChordGeneratorTest, GivesTheKeysOfItsChord) {
+    const char* cases[][2] = {
+        {"+60 +62 -60 -3 +60/5", "+60 +62 -60 -3 +60/5"},
+        {"c +60 -60", ""},
+        {"k0 k4 k12 c +60/5 -60/5", "+60/5 +64/5 +72/5 -60/5 -64/5 -72/5"},
+        {"k0 k4 k12 c +120 -120 +200 -200", "+120 +124 -120 -124"},
+        // a note sounds while any key has it, and a key that is down keeps its own
+        {"k0 k4 k7 c +60 +64 . -60 . -64", "+60 +64 +67 +64 +68 +71 -60 -67 -64 -64 -68 -71"},
+        // keys that were down before the chord: on two channels, and with a chord without the key itself
+        {"k4 +60 +60/1 +62 . c +50 -60", "+60 +60/1 +62 +54 -60 -60/1"},
+        // channels apart, each with its keys
+        {"k4 +62 . c I +58/2 -58 . -62", "+62 +62/2 -62"},
+        // what no longer belongs to the chord is released at once, but for a key that is held
+        {"k0 k4 k7 c +60 +67 . K7 k9 .", "+60 +64 +67 +67 +71 +74 -74"},
+        // flags do not act during a take, which plays its keys, and are read again by a reset
+        {"k0 k4 k9 c . r K9 . R . +50", "+50 +54 +59"},
+        {"k0 k4 k9 c . r K9 . R . x +50", "+50 +54"},
+        // a chord that comes on during a take is there after it
+        {"k0 k7 r . c . R . +60", "+60 +67"},
+        // a take becomes the chord, by its lowest key, up to two octaves; one key or less makes none
+        {"k0 k3 c . r +60 +67 . R . +20", "+60 +67 +20 +27"},
+        {"k0 k3 r +43 +36 . R . c +20", "+43 +36 +20 +27"},
+        {"k0 k3 c . r +60 +84 . R . +20", "+60 +84 +20 +44"},
+        {"k0 k3 c . r +0 +127 +24 . R . +20", "+0 +127 +24 +20 +44"},
+        {"k0 k3 c . r +72 +60 +64 +67 +64 . R . +20", "+72 +60 +64 +67 +64 +20 +24 +27 +32"},
+        {"k0 k3 c . r +40 +60 +64 +65 +66 . R . +20", "+40 +60 +64 +65 +66 +20 +40 +44"},
+        {"k0 k3 c . r . R . +20", "+20 +23"},
+        {"k0 k3 c . r +60 +60 . R . +20", "+60 +60 +20 +23"},
+        {"k0 k3 c . r +60 +85 +90 . R . +20", "+60 +85 +90 +20 +23"},
+    };
+    for (const auto& [played, expected] : cases) {
+        Rig rig;
+        EXPECT_EQ(rig.Play(played), expected) << played;
+        for (u32 id = ChordGenerator::ChordKey1; id < ChordGenerator::parameterCount; ++id) {
+            EXPECT_EQ(rig.heard[id], rig.chords.GetParameterNormalized(id)) << played;
+        }
+    }
 }
 
 TEST(ChordGeneratorTest, ANoteSoundsWhileAnyKeyHoldsItHoweverFullTheQueueIs) {
     std::mt19937 random(2);
     u32 overflows = 0;
     for (u32 round = 0; round < 40; ++round) {
-        Notes intervals;
+        Rig rig;
+        rig.Play("c");
+        std::set<int> intervals;
+        std::set<int> keys;
         for (u32 i = 0; i < round; ++i) {
             intervals.insert(static_cast<int>(random() % ChordGenerator::maxIntervals));
         }
-        Rig rig(intervals);
-        Notes keys;
+        for (const int interval : intervals) {
+            rig.Set(ChordGenerator::ChordKey1 + static_cast<u32>(interval), true);
+        }
+        const auto strike = [&](int key) { // one that is up; one that is down is lifted
+            const bool isDown = keys.erase(key) > 0 || !keys.insert(key).second;
+            rig.input.AppendMidi(isDown ? 0x80 : 0x90, static_cast<u8>(key), 100);
+        };
         for (u32 block = 0; block < 50; ++block) {
-            Midis events(random() % (2 * round + 1));
-            for (Midi& event : events) { // strikes keys that are up and lifts those that are down
-                const int key = 40 + static_cast<int>(random() % 80);
-                event = keys.erase(key) > 0 ? Off(key) : (keys.insert(key), On(key));
+            for (auto count = random() % (2 * round + 1); count > 0; --count) {
+                strike(40 + static_cast<int>(random() % 80));
             }
-            overflows += rig.Run(events).size() == EventQueue::capacity ? 1 : 0;
+            rig.Run();
+            overflows += rig.output.count == EventQueue::capacity ? 1 : 0;
             for (int note = 0; note < 128 && overflows == 0; ++note) {
                 const bool isHeld = std::any_of(intervals.begin(), intervals.end(),
                                                 [&](int interval) { return keys.contains(note - interval); });
                 ASSERT_EQ(rig.presses[static_cast<std::size_t>(note)] > 0, isHeld) << "note " << note;
             }
         }
-        for (const int key : keys) {
-            rig.Run({Off(key)});
+        while (!keys.empty()) {
+            strike(*keys.begin());
+            rig.Run();
         }
-        for (u32 block = 0; block < 10; ++block) {
-            rig.Run({}); // more ends than fit into one block come with the next ones
-        }
-        ASSERT_EQ(rig.PressesMissingAnEnd(), 0) << "round " << round;
+        rig.Play(". . . . . . . . ."); // more ends than fit into one block come with the next ones
+        ASSERT_EQ(std::count(rig.presses.begin(), rig.presses.end(), 0), 128) << "round " << round;
     }
     EXPECT_GT(overflows, 10U);
 }
 
-TEST(ChordGeneratorTest, AKeyThatIsDownKeepsItsNotesAndOneThatComesUpLeavesNone) {
-    Rig rig({0, 4, 7});
-    rig.Run({On(60), On(64)});
-    EXPECT_EQ(rig.Run({Off(60)}), (Midis{Off(60), Off(67)})) << "64 is a key";
-    EXPECT_EQ(rig.Run({Off(64)}), (Midis{Off(64), Off(64), Off(68), Off(71)}));
-    // Keys that went down before the chord: on two channels, and with a chord without the key itself.
-    Rig later({4}, false);
-    later.Run({On(60, 100, 0), On(60, 100, 1), On(62)});
-    later.Set(ChordGenerator::ChordOn, true);
-    EXPECT_EQ(later.Run({On(50), Off(60)}), (Midis{On(54), Off(60), Off(60, 0, 1)}));
-    // With channels apart each has its keys.
-    later.chords.SetIgnoreChannel(false);
-    EXPECT_EQ(later.Run({On(58, 100, 2), Off(58)}), Midis{On(62, 100, 2)});
-    EXPECT_EQ(later.Run({Off(62)}), Midis{Off(62)});
-    // A chord that comes on during a take is there after it.
-    Rig taking({0, 7}, false);
-    taking.Set(ChordGenerator::RecordMode, true);
-    taking.Run({});
-    taking.Set(ChordGenerator::ChordOn, true);
-    taking.Run({});
-    taking.Set(ChordGenerator::RecordMode, false);
-    EXPECT_EQ(taking.Run({On(60)}), (Midis{On(60), On(67)}));
-}
-
-TEST(ChordGeneratorTest, WhatNoLongerBelongsToTheChordIsReleasedAtOnce) {
-    Rig rig({0, 4, 7});
-    rig.Run({On(60), On(67), On(30), Off(30)});
-    rig.SetKey(7, false);
-    rig.SetKey(9, true);
-    EXPECT_EQ(rig.Run({}), (Midis{Off(74)})) << "67 is a held key";
-    rig.Set(ChordGenerator::RecordMode, true);
-    rig.SetKey(9, false);
-    rig.Run({});
-    rig.Set(ChordGenerator::RecordMode, false);
-    EXPECT_EQ(rig.Run({On(50)}), (Midis{On(50), On(54), On(59)})) << "flags do not act during a take";
-    rig.chords.Reset(true);
-    rig.Set(ChordGenerator::ChordOn, false);
-    dsp::ProcessContext withoutQueues;
-    EXPECT_TRUE(dsp::RunChild(rig.chords, withoutQueues)) << "the release waits";
-    rig.Run({});
-    EXPECT_EQ(rig.PressesMissingAnEnd(), 0);
-    rig.Set(ChordGenerator::ChordOn, true);
-    EXPECT_EQ(rig.Run({On(50)}), (Midis{On(50), On(54)})) << "the flags are read again";
-}
-
-TEST(ChordGeneratorTest, ATakeBecomesTheChordAndItsFlags) {
-    const Notes former = {0, 3};
-    const std::vector<std::pair<std::vector<int>, Notes>> takes = {// clang-format off
-        {{60, 67}, {0, 7}}, {{43, 36}, {0, 7}}, {{60, 84}, {0, 24}}, {{0, 127, 24}, {0, 24}},
-        {{72, 60, 64, 67, 64}, {0, 4, 7, 12}}, {{40, 60, 64, 65, 66}, {0, 20, 24}},
-        {{}, former}, {{60}, former}, {{60, 60}, former}, {{60, 85}, former}, {{60, 85, 90, 95}, former}};
-    // clang-format on
-    for (const auto& [take, expected] : takes) {
-        for (const bool isOn : {true, false}) {
-            Rig rig(former, isOn);
-            rig.Set(ChordGenerator::RecordMode, true);
-            Midis events;
-            for (const int note : take) {
-                events.push_back(On(note));
-            }
-            rig.Run(events);
-            rig.heard.fill(-1.0F);
-            rig.Set(ChordGenerator::RecordMode, false);
-            rig.Run({});
-            SCOPED_TRACE(testing::PrintToString(take));
-            EXPECT_EQ(rig.chords.HasRecorded(), expected != former);
-            Midis chord;
-            for (int i = 0; i < ChordGenerator::maxIntervals; ++i) {
-                const u32 id = ChordGenerator::ChordKey1 + static_cast<u32>(i);
-                const float flag = expected.count(i) > 0 ? 1.0F : 0.0F;
-                EXPECT_EQ(rig.chords.GetParameterNormalized(id), flag) << "interval " << i;
-                EXPECT_EQ(rig.heard[id], expected != former ? flag : -1.0F) << "interval " << i;
-                chord.insert(chord.end(), flag > 0.0F ? 1 : 0, On(20 + i));
-            }
-            rig.Set(ChordGenerator::ChordOn, true);
-            EXPECT_EQ(rig.Run({On(20)}), chord);
-        }
-    }
-}
+} // namespace

@@ -115,29 +115,6 @@ TEST_F(SampleManager, AFullCommandQueuePostponesRequests) {
     EXPECT_EQ(manager.Decoded().size(), 1U + 12U) << "nothing is read that nobody wants any more";
 }
 
-TEST_F(SampleManager, AFullResultQueueHoldsUpTheWorkerUntilTheEndOfTheManager) {
-    std::vector<int> seen;
-    std::atomic<int> posted{0};
-    bool accepted = true;
-    {
-        ScriptedSampleManager other;
-        other.PostToWorker([&](bool) {
-            for (; accepted; ++posted) {
-                accepted = other.PostToAudio([&seen, i = posted.load()](bool) { seen.push_back(i); });
-            }
-        });
-        while (seen.size() < 40) {
-            other.RunResults();
-        }
-        while (posted < static_cast<int>(seen.size()) + 12) {
-            std::this_thread::yield();
-        }
-    }
-    EXPECT_FALSE(accepted);
-    EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
-    EXPECT_EQ(seen.back() + 1, static_cast<int>(seen.size())) << "results got lost";
-}
-
 struct Service : Velmora::CSingleton<Service> {
     ~Service() override { std::_Exit(7); }
 };

@@ -267,6 +267,21 @@ TEST_F(InstrumentSamplesTest, PresetsMoveWithTheirSamples) {
     EXPECT_NEAR(late->Value("Sample3_Gain"), -6.0F, 1e-4F) << "the rest is there";
 }
 
+TEST(Instrument, ASmoothDriveStaysThroughPresetsAndRatesAndIsOffAtFirst) {
+    const auto play = [](const std::vector<bool>& switches) {
+        const auto instrument = Ready();
+        for (const bool isOn : switches) {
+            instrument->SetSmoothDrive(isOn);
+        }
+        instrument->SetSampleRate(48000);
+        instrument->LoadPreset({});
+        test::Apply(*instrument, {"OutputSelection=carrier", "Osc1Shape=0.3"});
+        return RenderChord(*instrument, 0.2).samples;
+    };
+    EXPECT_EQ(play({}), play({true, false}));
+    EXPECT_NE(play({}), play({true}));
+}
+
 } // namespace
 
 } // namespace orphia::host

@@ -2,7 +2,7 @@
 #include "vocoder/carrier/Oscillators.h"
 
 #include "engine/ModuleCloner.h"
-#include "rigs/ModuleRig.h"
+#include "rigs/OscillatorRig.h"
 
 #include <gtest/gtest.h>
 
@@ -10,6 +10,7 @@
 #include <cmath>
 #include <memory>
 #include <random>
+#include <tuple>
 
 namespace orphia::test {
 namespace {
@@ -121,28 +122,60 @@ TEST(Oscillators, SideBySideEachVoiceSoundsAsItDoesAloneWithAllReadAnew) {
     EXPECT_GT(heard, 2000U);
 }
 
-TEST(Oscillators, NoiseHasTheColourOfItsShape) {
-    constexpr float shape = 0.3F;
+/// What a voice of one oscillator plays under an open gate.
+Signal Play(u32 waveform, float shape, float hz, std::size_t frames, bool isSmooth = false) {
     Oscillators voice;
-    const auto set = [&voice](Oscillators::Additional index, float value) {
+    const std::pair<Oscillators::Additional, float> settings[] = {
+        {Oscillators::Osc1Waveform, static_cast<float>(waveform)},
+        {Oscillators::Osc1Coarse, 0.0F},
+        {Oscillators::Osc1Volume, 0.0F},
+        {Oscillators::Osc1Shape, shape},
+        {Oscillators::Frequency, hz}};
+    for (const auto& [index, value] : settings) {
         voice.SetParameterValue(Oscillators::ParameterId(index), value);
-    };
-    set(Oscillators::Osc1Waveform, Velmora::Processor::VoiceOscillator::Noise);
-    set(Oscillators::Osc1Volume, 0.0F);
-    set(Oscillators::Osc1Shape, shape);
+    }
     voice.SeedNoise(5);
+    voice.SetSmoothDrive(isSmooth);
     voice.SetParameterValue(Velmora::dsp::ADSR::Attack, 0.0F);
     voice.Initialize(rate, 64);
     voice.Envelope().Restart();
+    const Signal clock(frames, 0.0F);
+    const std::vector<const Signal*> none(Oscillators::InputCount, nullptr);
+    return Render(voice, none, 2, BlockSplit::Of(64), {&clock})[1];
+}
+
+TEST(Oscillators, NoiseHasTheColourOfItsShape) {
     Velmora::dsp::NoiseGenerator noise;
     noise.SetParameterValue(noise.NoiseType, noise.Morph);
-    noise.SetParameterValue(noise.NoiseColor, shape);
+    noise.SetParameterValue(noise.NoiseColor, 0.3F);
     noise.Initialize(rate, 64);
     noise.Seed(5);
     const Signal clock(640, 0.0F);
-    const std::vector<const Signal*> none(Oscillators::InputCount, nullptr);
-    EXPECT_EQ(Render(voice, none, 2, BlockSplit::Of(64), {&clock})[1],
+    EXPECT_EQ(Play(Velmora::Processor::VoiceOscillator::Noise, 0.3F, 440.0F, 640),
               Render(noise, {nullptr}, 1, BlockSplit::Of(64), {&clock})[0]);
+}
+
+TEST(Oscillators, ASmoothDriveFoldsBackLessAndIsElseTheSameHalfASampleLate) {
+    using Velmora::Processor::VoiceOscillator;
+    for (const auto& [waveform, shape, hz] :
+         {std::tuple(VoiceOscillator::Saw, 0.1F, 1046.5F), {VoiceOscillator::Triangle, 0.3F, 2093.0F}}) {
+        const auto play = [&, waveform = waveform, shape = shape](float pitch, bool isSmooth) {
+            return Play(waveform, shape, pitch, spectrumSize + 4096, isSmooth);
+        };
+        const double f = static_cast<double>(hz / rate);
+        const double audible = 15000.0 / static_cast<double>(rate);
+        EXPECT_LT(StrongestAlias(Spectrum(play(hz, true)), f, audible),
+                  StrongestAlias(Spectrum(play(hz, false)), f, audible) - 10.0)
+            << waveform;
+        // A note that is low enough has hardly any.
+        const Signal plain = play(30.0F, false);
+        const Signal smooth = play(30.0F, true);
+        Signal difference;
+        for (std::size_t n = 1; n < plain.size(); ++n) {
+            difference.push_back(smooth[n] - 0.5F * (plain[n] + plain[n - 1]));
+        }
+        EXPECT_LT(Rms(difference), 0.05 * Rms(plain)) << waveform;
+    }
 }
 
 } // namespace
