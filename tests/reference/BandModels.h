@@ -20,19 +20,19 @@ struct FilterBankModel {
     /// Replaces the coefficients and keeps the state. At 0 and 0 the plan of the analysis side.
     void Design(double shift, double width, double sampleRate) {
         constexpr double thirdOctave = 1.2599211;
-        double lower = shift * 69.0 + 159.0;
+        const double lower = shift * 69.0 + 159.0;
         const double spread = std::pow(thirdOctave, 0.4) * (width * 0.07 + 1.0);
+        const double centre = 0.5 * twoPi * lower * std::sqrt(thirdOctave) / sampleRate;
         for (Biquad& section : sections[0]) {
-            section.Design(Shape::LowPass, twoPi * lower * std::sqrt(thirdOctave) * 1.0733894, 0.5 / 0.7416,
-                           sampleRate);
+            section.Design(Shape::LowPass, centre * 1.0733894, 0.5 / 0.7416);
         }
         stageGains.fill(-1.7857);
         stageGains[0] = 1.0;
         const double damping = 0.5 * (spread - 1.0 / spread) / 1.4;
-        for (std::size_t band = 1; band < bandCount; ++band, lower *= thirdOctave) {
-            const double centre = twoPi * lower * std::sqrt(thirdOctave);
-            sections[band][0].Design(Shape::BandPass, centre / spread, damping, sampleRate);
-            sections[band][1].Design(Shape::BandPass, centre * spread, damping, sampleRate);
+        for (std::size_t band = 1; band < bandCount; ++band) {
+            const double angle = centre * std::pow(thirdOctave, static_cast<double>(band - 1));
+            sections[band][0].Design(Shape::BandPass, angle / spread, damping);
+            sections[band][1].Design(Shape::BandPass, angle * spread, damping);
         }
     }
     double StepBand(std::size_t band, double x) {
@@ -82,17 +82,15 @@ struct RectifierFollowerModel {
         gainPositive = lowestBand ? -2.501e-05 : -4.988e-05;
         gainNegative = lowestBand ? 2.481e-05 : 4.994e-05;
         currentToVoltage = lowestBand ? 40200.0 : 20000.0;
-        onePole.Design(Shape::LowPass, lowestBand ? 56.535503 : 249.99998, rate);
-        bias = (onePole.a1 + 1.0) * (lowestBand ? 0.000999001 : 0.00049875112) * -15.0;
-        biquad.Design(Shape::LowPass, lowestBand ? 48.621662 : 306.4545, lowestBand ? 0.6855655 : 0.6741998,
-                      rate);
+        onePole.Design(Shape::LowPass, (lowestBand ? 56.535503 : 249.99998) / rate);
+        bias = (onePole.a[1] + 1.0) * (lowestBand ? 0.000999001 : 0.00049875112) * -15.0;
+        biquad.Design(Shape::LowPass, (lowestBand ? 48.621662 : 306.4545) / rate / 2.0,
+                      lowestBand ? 0.6855655 : 0.6741998);
     }
     Output Step(double x) {
-        const double u = x > 0.0 ? x * gainPositive : x * gainNegative;
-        const double sum = (u * onePole.b0 + onePole.b1 * onePole.x1) * currentToVoltage;
-        onePole.x1 = u;
-        onePole.y1 = bias - (sum + onePole.a1 * onePole.y1);
-        const double direct = std::max(biquad.Step(onePole.y1), 0.0) * 0.0001327;
+        onePole.Step(x > 0.0 ? x * gainPositive : x * gainNegative, -currentToVoltage);
+        onePole.y[0] += bias;
+        const double direct = std::max(biquad.Step(onePole.y[0]), 0.0) * 0.0001327;
         return {follower.Step(direct), direct};
     }
 };

@@ -41,18 +41,18 @@ struct CarrierPreampModel : PreampModel {
     OnePole stage1, stage2;
 
     CarrierPreampModel(double rate, double maxBlock)
-        : PreampModel(rate, maxBlock), stage1(Shape::HighPass, 49.998447, rate),
-          stage2(Shape::HighPass, 54.946457, rate) {}
+        : PreampModel(rate, maxBlock), stage1(Shape::HighPass, 49.998447 / rate),
+          stage2(Shape::HighPass, 54.946457 / rate) {}
     double Step(double x) {
-        stage2.y1 = std::clamp(stage2.Step(stage1.Step(x * 2.8, level.Next()), -10.0), -13.5, 13.5);
-        return Watched(stage2.y1);
+        stage2.y[0] = std::clamp(stage2.Step(stage1.Step(x * 2.8, level.Next()), -10.0), -13.5, 13.5);
+        return Watched(stage2.y[0]);
     }
 };
 
 /// The high-pass in front of the analysis side.
 inline Biquad PreampAnalyzerModel(double sampleRate) {
     constexpr double c = 2.2e-08, r1 = 20000.0, r2 = 39000.0;
-    return {Shape::HighPass, 1.0 / (std::sqrt(r1 * r2) * c), 1.0 / std::sqrt(r2 / r1), sampleRate};
+    return {Shape::HighPass, 0.5 / (std::sqrt(r1 * r2) * c * sampleRate), 1.0 / std::sqrt(r2 / r1)};
 }
 
 } // namespace orphia_reference

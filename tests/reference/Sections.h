@@ -2,8 +2,11 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <functional>
 #include <numbers>
+#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -15,62 +18,62 @@ inline constexpr double twoPi = 2.0 * std::numbers::pi;
 
 enum class Shape { LowPass, HighPass, BandPass };
 
-/// A second-order section in direct form 1: the bilinear image of an analogue one, with its corner (2 pi Fc)
-/// kept in place. The damping is 1 / (2 Q).
-struct Biquad {
-    double b0 = 0.0, b1 = 0.0, b2 = 0.0, a0 = 1.0, a1 = 0.0, a2 = 0.0;
-    double x1 = 0.0, x2 = 0.0, y1 = 0.0, y2 = 0.0;
+/// A section of any order in direct form 1: the bilinear image of an analogue one.
+template <std::size_t N>
+struct Section {
+    using Polynomial = std::array<double, N + 1>;
+    /// By rising delay; in the histories, 0 is the newest.
+    Polynomial b{}, a{}, x{}, y{};
 
-    Biquad() = default;
-    Biquad(Shape shape, double corner, double damping, double rate) { Design(shape, corner, damping, rate); }
-    static Biquad OfQ(Shape shape, double fc, double q, double sampleRate) {
-        return {shape, twoPi * fc, 0.5 / q, sampleRate};
+    Section() = default;
+    /// The angle is half the corner in radians per sample, and kept in place; the damping is 1 / (2 Q).
+    Section(Shape shape, double angle, double damping = 0.5) { Design(shape, angle, damping); }
+    static Section OfQ(Shape shape, double fc, double q, double rate) {
+        return {shape, 0.5 * twoPi * fc / rate, 0.5 / q};
     }
-
     /// Replaces the coefficients and keeps the state.
-    void Design(Shape shape, double corner, double damping, double rate) {
-        const double cosine = std::cos(corner / rate);
-        const double alpha = std::sin(corner / rate) * damping;
-        b1 = shape == Shape::LowPass ? 1.0 - cosine : -(1.0 + cosine);
-        b0 = b2 = 0.5 * std::abs(b1);
-        if (shape == Shape::BandPass) {
-            b0 = alpha;
-            b1 = 0.0;
-            b2 = -alpha;
-        }
-        a0 = 1.0 + alpha;
-        a1 = -2.0 * cosine;
-        a2 = 1.0 - alpha;
+    void Design(Shape shape, double angle, double damping = 0.5) {
+        Polynomial numerator{};
+        Polynomial denominator{1.0, 2.0 * damping};
+        denominator[N] = 1.0;
+        const bool isBand = shape == Shape::BandPass;
+        numerator[isBand ? 1 : shape == Shape::HighPass ? N : 0] = isBand ? 2.0 * damping : 1.0;
+        Map(numerator, denominator, 1.0 / std::tan(angle));
     }
-
+    /// From polynomials by rising power of s = scale (1 - z^-1) / (1 + z^-1).
+    void Map(const Polynomial& numerator, const Polynomial& denominator, double scale) {
+        a = Image(denominator, scale, 1.0);
+        b = Image(numerator, scale, 1.0 / a[0]);
+        a = Image(denominator, scale, 1.0 / a[0]);
+    }
     /// `gain` stands on the feed-forward sum, before the feedback terms.
-    double Step(double x, double gain = 1.0) {
-        const double y = ((b0 * x + b1 * x1 + b2 * x2) * gain - a1 * y1 - a2 * y2) / a0;
-        x2 = std::exchange(x1, x);
-        y2 = std::exchange(y1, y);
-        return y;
+    double Step(double input, double gain = 1.0) {
+        std::shift_right(x.begin(), x.end(), 1);
+        std::shift_right(y.begin(), y.end(), 1);
+        x[0] = input;
+        y[0] = 0.0;
+        return y[0] = gain * std::inner_product(b.begin(), b.end(), x.begin(), 0.0) -
+                      std::inner_product(a.begin(), a.end(), y.begin(), 0.0);
+    }
+
+private:
+    static Polynomial Image(const Polynomial& p, double scale, double factor) {
+        Polynomial result{};
+        for (std::size_t k = 0; k <= N; ++k) {
+            Polynomial term{factor * p[k] * std::pow(scale, static_cast<double>(k))};
+            for (std::size_t i = 0; i < N; ++i) {
+                for (std::size_t delay = N; delay > 0; --delay) {
+                    term[delay] += (i < k ? -1.0 : 1.0) * term[delay - 1];
+                }
+            }
+            std::transform(term.begin(), term.end(), result.begin(), result.begin(), std::plus<>());
+        }
+        return result;
     }
 };
 
-/// A first-order section, low-pass or high-pass, by half its angular corner, pi Fc.
-struct OnePole {
-    double b0 = 0.0, b1 = 0.0, a1 = 0.0;
-    double x1 = 0.0, y1 = 0.0;
-
-    OnePole() = default;
-    OnePole(Shape shape, double halfCorner, double sampleRate) { Design(shape, halfCorner, sampleRate); }
-    void Design(Shape shape, double halfCorner, double sampleRate) {
-        const double t = std::tan(halfCorner / sampleRate);
-        b0 = (shape == Shape::HighPass ? 1.0 : t) / (1.0 + t);
-        b1 = shape == Shape::HighPass ? -b0 : b0;
-        a1 = -(1.0 - t) / (1.0 + t);
-    }
-    double Step(double x, double gain = 1.0) {
-        y1 = gain * (b0 * x + b1 * x1) - a1 * y1;
-        x1 = x;
-        return y1;
-    }
-};
+using Biquad = Section<2>;
+using OnePole = Section<1>;
 
 /// Exponential approach to a target: five time constants fit in the set time, and the tail is cut once a
 /// step would be below 1e-12 of the target.

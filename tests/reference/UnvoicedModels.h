@@ -3,9 +3,7 @@
 
 #include "reference/Sections.h"
 
-#include <array>
 #include <cstdint>
-#include <functional>
 
 /// The decision, the noise, the gates and the path of the high frequencies.
 namespace orphia_reference {
@@ -30,8 +28,8 @@ struct DiscriminatorModel {
     explicit DiscriminatorModel(double rate)
         : high{Biquad::OfQ(Shape::HighPass, 1860.4652, 0.72008, rate),
                2.0,
-               {Shape::LowPass, 249.99998, rate},
-               {Shape::LowPass, 636.4909, 0.7141428, rate}},
+               {Shape::LowPass, 249.99998 / rate},
+               {Shape::LowPass, 636.4909 / rate / 2.0, 0.7141428}},
           low(high) {
         low.crossover = Biquad::OfQ(Shape::LowPass, 1833.142, 0.73082, rate);
         low.gain = 1.5909;
@@ -55,7 +53,7 @@ struct BalanceModel {
     bool mixed = false;
 
     explicit BalanceModel(double rate)
-        : carrierHighPass(Shape::HighPass, 49.998447, rate), noiseHighPass(carrierHighPass),
+        : carrierHighPass(Shape::HighPass, 49.998447 / rate), noiseHighPass(carrierHighPass),
           glide(0.1, rate) {}
     void BeginBlock(double balance, bool noiseMix) {
         glide.Approach(balance);
@@ -82,23 +80,23 @@ struct GateModel {
     static GateModel ForHfChannel(double sampleRate) { return {0.087402, 10.438414, 39000.0, sampleRate}; }
 
     void SetCorners(double attackHz, double releaseHz) {
-        attack.Design(Shape::LowPass, 0.5 * twoPi * attackHz, rate);
-        release.Design(Shape::LowPass, 0.5 * twoPi * releaseHz, rate);
+        attack.Design(Shape::LowPass, 0.5 * twoPi * attackHz / rate);
+        release.Design(Shape::LowPass, 0.5 * twoPi * releaseHz / rate);
     }
     double Step(double signal, double control) {
         if (control > 0.0) {
-            gate = release.b1 * release.x1 - release.a1 * release.y1;
-            release.x1 = 0.0;
+            gate = release.b[1] * release.x[0] - release.a[1] * release.y[0];
+            release.x[0] = 0.0;
             // As if the attack filter had rested at this value.
-            attack.x1 = (attack.a1 * gate + gate) / attack.b1;
+            attack.x[0] = (attack.a[1] * gate + gate) / attack.b[1];
         } else {
             const double i = Current(control);
-            gate = attack.b1 * attack.x1 + attack.b0 * i - attack.a1 * attack.y1;
-            attack.x1 = i;
+            gate = attack.b[1] * attack.x[0] + attack.b[0] * i - attack.a[1] * attack.y[0];
+            attack.x[0] = i;
             // As if the release filter had arrived at the same value by itself.
-            release.x1 = (gate - release.b0 * i + release.a1 * gate) / release.b1;
+            release.x[0] = (gate - release.b[0] * i + release.a[1] * gate) / release.b[1];
         }
-        attack.y1 = release.y1 = gate;
+        attack.y[0] = release.y[0] = gate;
         return Limiter(inputGain * signal) * gate * outputGain;
     }
     static double Current(double c) {
@@ -161,52 +159,17 @@ struct WhiteNoiseModel {
     }
 };
 
-/// The fifth-order circuit that shapes the noise, and a high-pass at 2300 Hz.
+/// The fifth-order circuit that shapes the noise, without prewarping, and a high-pass at 2300 Hz.
 struct NoiseShapingModel {
-    /// By rising power of s, or of the delay.
-    using Polynomial = std::array<double, 6>;
-    static constexpr Polynomial analogueNumerator{-0.006567142,  0.00012259114, -1.7005057e-06,
-                                                  1.2277966e-13, 5.9999225e-19, -3.4062336e-25};
-    static constexpr Polynomial analogueDenominator{1.0,           0.0027577083,  1.7417563e-06,
-                                                    5.2809288e-11, 4.2178053e-16, 1.7793773e-22};
-    static constexpr double gain = 11.092;
-
-    double rate;
-    Polynomial numerator, denominator, inputs{}, outputs{};
+    Section<5> circuit;
     Biquad highPass;
 
-    explicit NoiseShapingModel(double sampleRate)
-        : rate(sampleRate), numerator(BilinearImage(analogueNumerator)),
-          denominator(BilinearImage(analogueDenominator)),
-          highPass(Shape::HighPass, 14451.326, 0.70710355, sampleRate) {}
-
-    /// Sum over k of p[k] (2 rate (1 - z^-1))^k (1 + z^-1)^(5 - k).
-    Polynomial BilinearImage(const Polynomial& p) const {
-        Polynomial result{};
-        for (std::size_t k = 0; k < p.size(); ++k) {
-            Polynomial term{p[k] * std::pow(2.0 * rate, static_cast<double>(k))};
-            for (std::size_t factor = 0; factor + 1 < p.size(); ++factor) {
-                for (std::size_t i = p.size(); --i > 0;) {
-                    term[i] += (factor < k ? -1.0 : 1.0) * term[i - 1];
-                }
-            }
-            std::transform(term.begin(), term.end(), result.begin(), result.begin(), std::plus<>());
-        }
-        return result;
+    explicit NoiseShapingModel(double rate) : highPass(Shape::HighPass, 14451.326 / rate / 2.0, 0.70710355) {
+        circuit.Map(
+            {-0.006567142, 0.00012259114, -1.7005057e-06, 1.2277966e-13, 5.9999225e-19, -3.4062336e-25},
+            {1.0, 0.0027577083, 1.7417563e-06, 5.2809288e-11, 4.2178053e-16, 1.7793773e-22}, 2.0 * rate);
     }
-    double Step(double x) {
-        const auto push = [](Polynomial& history, double value) {
-            std::copy_backward(history.begin(), history.end() - 1, history.end());
-            history[0] = value;
-        };
-        push(inputs, x);
-        double sum = 0.0;
-        for (std::size_t i = 0; i < inputs.size(); ++i) {
-            sum += gain * numerator[i] * inputs[i] - (i > 0 ? denominator[i] * outputs[i - 1] : 0.0);
-        }
-        push(outputs, sum / denominator[0]);
-        return highPass.Step(outputs[0]);
-    }
+    double Step(double x) { return highPass.Step(circuit.Step(x, 11.092)); }
 };
 
 } // namespace orphia_reference

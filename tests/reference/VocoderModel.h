@@ -45,7 +45,7 @@ struct VocoderChannelModel {
           preampAnalyzer(PreampAnalyzerModel(rate)), discriminator(rate), hfChannel(rate), noise{noiseSeed},
           noiseShaping(rate), carrierGate(noiseGate), balance(rate),
           rectifiers(bandCount, RectifierFollowerModel(false, rate)), patchBay(maxBlock),
-          synthesizerBank(rate, rate / stepRate), dcBlocker(Shape::HighPass, 5.0265484, rate),
+          synthesizerBank(rate, rate / stepRate), dcBlocker(Shape::HighPass, 5.0265484 / rate),
           sampleRate(rate) {
         rectifiers[0] = RectifierFollowerModel(true, rate);
         voiced.level = 1.0;
