@@ -3,88 +3,84 @@
 
 #include "reference/BandModels.h"
 
-#include <array>
+#include <cstdio>
+#include <map>
+#include <string>
 #include <vector>
 
 namespace orphia_reference {
 
-/// The patch panel. Amounts are indexed [synthesis band][analysis band], both from 0; only a positive amount
-/// is a route.
-struct PatchSettings {
-    BandValues gainBand{};
-    std::array<BandValues, bandCount> amount{};
-    bool activated = false;
-    bool sampleHold = false;
+/// Parameters in their units, by the names that they have in the core; the same for lights and meters.
+using Values = std::map<std::string, double>;
+
+/// What the vocoder is set by.
+struct VocoderSettings {
+    struct Route {
+        std::size_t from, to;
+        double amount;
+    };
+    Values values;
+    /// True while a modulation reaches shift or width: the synthesis bank then moves on every block.
+    bool bankIsModulated;
+    /// Bands from 0. Only a positive amount is a route.
+    std::vector<Route> routes;
+
+    VocoderSettings(const Values& newValues, bool modulated) : values(newValues), bankIsModulated(modulated) {
+        for (const auto& [name, amount] : values) {
+            unsigned from = 0;
+            unsigned to = 0;
+            const int found = std::sscanf(name.c_str(), "PatchBay_Analysis%u_Synthesis%u", &from, &to);
+            if (found == 2 && amount > 0.0) {
+                routes.push_back({from - 1, to - 1, amount});
+            }
+        }
+    }
 };
 
-/// The panel between the followers and the amplifiers. Lane 0 carries the smoothed envelopes, lane 1 the
+/// The panel between the followers and the amplifiers: sixteen lines of smoothed envelopes, then sixteen of
 /// direct rectifier signals; both take the same routes.
 struct PatchBayModel {
-    using Buffer = std::vector<double>;
+    using Buffers = std::array<std::vector<double>, 2 * bandCount>;
+    /// What the followers write their blocks into, and keep behind a short one; what the amplifiers read.
+    Buffers sources, outputs;
 
-    explicit PatchBayModel(std::size_t maxBlockSize) : silence(maxBlockSize, 0.0) {
-        sources.fill(silence);
-        Reset();
+    explicit PatchBayModel(std::size_t maxBlockSize) {
+        sources.fill(std::vector<double>(maxBlockSize, 0.0));
+        outputs = silence = sources;
     }
-
-    /// Silences the outputs; a hold goes on.
-    void Reset() {
-        outputs.fill(silence);
-        isBypassed = false;
-    }
-
-    /// The buffer that a follower writes its block into; it keeps what lies behind a short block.
-    Buffer& Source(std::size_t lane, std::size_t band) { return sources[lane * bandCount + band]; }
-    /// What the amplifier of this band reads; `maxBlockSize` samples.
-    const Buffer& Output(std::size_t lane, std::size_t band) const {
-        return outputs[lane * bandCount + band];
-    }
-
-    void Process(const PatchSettings& settings, std::size_t frames) {
-        const auto isRouted = [](const auto& amounts) {
-            return std::any_of(amounts.begin(), amounts.end(), [](double amount) { return amount > 0.0; });
-        };
+    void Process(const VocoderSettings& settings, std::size_t frames) {
         for (std::size_t i = 0; i < sources.size(); ++i) {
-            std::for_each_n(sources[i].begin(), frames, [&](double& x) { x *= settings.gainBand[i % 16]; });
+            const double gain = settings.values.at("PatchBay_GainBand" + std::to_string(i % bandCount + 1));
+            std::for_each_n(sources[i].begin(), frames, [gain](double& x) { x *= gain; });
         }
-        if (settings.sampleHold) {
-            Hold();
-            return;
+        const bool wasHolding = std::exchange(isHolding, settings.values.at("PatchBay_SampleHold") >= 0.5);
+        if (!isHolding) {
+            Pass(settings);
         }
-        holding = false;
-        isBypassed =
-            !settings.activated || std::none_of(settings.amount.begin(), settings.amount.end(), isRouted);
-        for (std::size_t i = 0; i < sources.size(); ++i) {
-            outputs[i] = isBypassed ? sources[i] : Mix(settings.amount[i % bandCount], i / bandCount);
+        // Freezes the last slot of each line's present buffer. The followers have already written this
+        // block, so a bypassed line holds its newest value; a routed one holds the last mixed block.
+        for (std::size_t i = 0; i < outputs.size() && isHolding && !wasHolding; ++i) {
+            outputs[i].assign(outputs[i].size(), (isBypassed ? sources : outputs)[i].back());
         }
     }
 
 private:
-    /// Freezes the last slot of each line's present buffer. The followers have already written this block, so
-    /// a bypassed line holds its newest value; a routed one holds the last mixed block.
-    void Hold() {
-        for (std::size_t i = 0; i < outputs.size() && !holding; ++i) {
-            outputs[i].assign(silence.size(), (isBypassed ? sources : outputs)[i].back());
-        }
-        holding = true;
-    }
-
     /// The mixer works on whole buffers in groups of four, whatever the length of the block.
-    Buffer Mix(const BandValues& amounts, std::size_t lane) {
-        Buffer out = silence;
-        for (std::size_t band = 0; band < bandCount; ++band) {
-            for (std::size_t n = 0; amounts[band] > 0.0 && n < out.size() / 4 * 4; ++n) {
-                out[n] += amounts[band] * Source(lane, band)[n];
+    void Pass(const VocoderSettings& settings) {
+        isBypassed = settings.values.at("PatchBay_Activated") <= 0.5 || settings.routes.empty();
+        outputs = isBypassed ? sources : silence;
+        for (const auto& [from, to, amount] : settings.routes) {
+            for (std::size_t i = 0; i < outputs.size() && !isBypassed; i += bandCount) {
+                for (std::size_t n = 0; n < silence[0].size() / 4 * 4; ++n) {
+                    outputs[i + to][n] += amount * sources[i + from][n];
+                }
             }
         }
-        return out;
     }
 
-    std::array<Buffer, 2 * bandCount> sources, outputs;
-    Buffer silence;
-    bool holding = false;
-    /// In the last block that was not held, since a reset.
-    bool isBypassed = false;
+    Buffers silence;
+    bool isHolding = false;
+    bool isBypassed = false; ///< in the last block that was not held
 };
 
 } // namespace orphia_reference

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <functional>
 #include <numbers>
-#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -48,12 +47,14 @@ struct Section {
     }
     /// `gain` stands on the feed-forward sum, before the feedback terms.
     double Step(double input, double gain = 1.0) {
-        std::shift_right(x.begin(), x.end(), 1);
-        std::shift_right(y.begin(), y.end(), 1);
+        double forward = b[0] * input;
+        double back = 0.0;
+        for (std::size_t i = N; i > 0; --i) {
+            forward += b[i] * (x[i] = x[i - 1]);
+            back += a[i] * (y[i] = y[i - 1]);
+        }
         x[0] = input;
-        y[0] = 0.0;
-        return y[0] = gain * std::inner_product(b.begin(), b.end(), x.begin(), 0.0) -
-                      std::inner_product(a.begin(), a.end(), y.begin(), 0.0);
+        return y[0] = gain * forward - back;
     }
 
 private:

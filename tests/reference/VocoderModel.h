@@ -1,41 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "reference/BandModels.h"
 #include "reference/InputModels.h"
 #include "reference/PatchBayModel.h"
 #include "reference/UnvoicedModels.h"
 
-#include <map>
-#include <string>
-
 namespace orphia_reference {
 
 using Signal = std::vector<double>;
-
-/// Parameters in their units, by the names that they have in the core; the same for lights and meters.
-using Values = std::map<std::string, double>;
-
-/// What the vocoder is set by.
-struct VocoderSettings {
-    Values values;
-    PatchSettings patch;
-    /// True while a modulation reaches shift or width: the synthesis bank then moves on every block.
-    bool bankIsModulated = false;
-
-    VocoderSettings(const Values& newValues, bool modulated) : values(newValues), bankIsModulated(modulated) {
-        patch.activated = values.at("PatchBay_Activated") > 0.5;
-        patch.sampleHold = values.at("PatchBay_SampleHold") >= 0.5;
-        for (std::size_t band = 0; band < bandCount; ++band) {
-            const std::string number = std::to_string(band + 1);
-            patch.gainBand[band] = values.at("PatchBay_GainBand" + number);
-            for (std::size_t source = 0; source < bandCount; ++source) {
-                patch.amount[band][source] =
-                    values.at("PatchBay_Analysis" + std::to_string(source + 1) + "_Synthesis" + number);
-            }
-        }
-    }
-};
 
 /// One complete vocoder channel.
 struct VocoderChannelModel {
@@ -71,12 +43,12 @@ struct VocoderChannelModel {
         }
         overload = preamp.EndBlock();
         carrierOverload = carrierPreamp.EndBlock();
-        patchBay.Process(settings.patch, frames);
+        patchBay.Process(settings, frames);
         for (std::size_t n = 0; n < frames; ++n) {
             BandValues bands{};
             for (std::size_t band = 0; band < bandCount; ++band) {
-                bands[band] = VcaModel(band, buses[n].carrier, buses[n].noise, patchBay.Output(0, band)[n],
-                                       patchBay.Output(1, band)[n]);
+                bands[band] = VcaModel(band, buses[n].carrier, buses[n].noise, patchBay.outputs[band][n],
+                                       patchBay.outputs[bandCount + band][n]);
             }
             output[n] = dcBlocker.Step(-(highFrequencies[n] + synthesizerBank.Step(bands)));
         }
@@ -128,8 +100,8 @@ private:
     void FollowBands(std::size_t n, double analyzed) {
         for (std::size_t band = 0; band < bandCount; ++band) {
             const auto [envelope, direct] = rectifiers[band].Step(analyzerBank.StepBand(band, analyzed));
-            patchBay.Source(0, band)[n] = envelope;
-            patchBay.Source(1, band)[n] = direct;
+            patchBay.sources[band][n] = envelope;
+            patchBay.sources[bandCount + band][n] = direct;
             bandMeters[band] = n == 0 ? envelope : bandMeters[band];
         }
     }
@@ -156,15 +128,19 @@ struct StereoVocoderModel {
     StereoVocoderModel(double rate, std::size_t maxBlock, std::uint32_t seedLeft, std::uint32_t seedRight)
         : channels{VocoderChannelModel(rate, maxBlock, seedLeft),
                    VocoderChannelModel(rate, maxBlock, seedRight)},
-          blockSize(maxBlock), dry(0.002, rate), wet(0.002, rate) {}
+          dry(0.002, rate), wet(0.002, rate) {}
 
-    /// A whole signal, left and right, in blocks of `maxBlock`; its length must be a multiple of 4.
+    /// A whole signal, left and right, in blocks of these sizes, of which the last one repeats.
     std::array<Signal, 2> Render(const VocoderSettings& settings, const std::array<Signal, 2>& carrier,
-                                 const std::array<Signal, 2>& modulator) {
+                                 const std::array<Signal, 2>& modulator,
+                                 const std::vector<std::uint32_t>& sizes) {
         std::array<Signal, 2> out;
         const double wetAngle = 0.25 * twoPi * settings.values.at("Wet");
-        for (std::size_t start = 0; start < carrier[0].size(); start += blockSize) {
-            const std::size_t count = std::min(blockSize, carrier[0].size() - start);
+        std::size_t count = 0;
+        std::size_t block = 0;
+        for (std::size_t start = 0; start < carrier[0].size(); start += count, ++block) {
+            const std::size_t size = sizes[std::min(block, sizes.size() - 1)];
+            count = std::min(size, carrier[0].size() - start);
             dry.Approach(std::cos(wetAngle));
             wet.Approach(std::sin(wetAngle));
             for (const std::size_t side : {0U, 1U}) {
@@ -197,7 +173,6 @@ struct StereoVocoderModel {
 
 private:
     std::array<VocoderChannelModel, 2> channels;
-    std::size_t blockSize;
     SmootherModel dry, wet;
 };
 

@@ -50,22 +50,6 @@ inline Complex AnalogueFrequency(double hz, double corner, double sampleRate) {
 }
 inline Complex HighPass1(Complex s) { return s / (s + 1.0); }
 inline Complex LowPass1(Complex s) { return 1.0 / (s + 1.0); }
-inline Complex HighPass2(Complex s, double q) { return s * s / (s * s + s / q + 1.0); }
-
-inline void ExpectSame(const Signals& got, const Signals& expected, const std::string& what) {
-    for (std::size_t channel = 0; channel < expected.size(); ++channel) {
-        for (std::size_t n = 0; n < expected[channel].size(); ++n) {
-            ASSERT_EQ(got[channel][n], expected[channel][n])
-                << what << ", output " << channel << ", frame " << n;
-        }
-    }
-}
-
-inline void ExpectFinite(const Signals& signals) {
-    for (const Signal& signal : signals) {
-        ASSERT_TRUE(AllFinite(signal));
-    }
-}
 
 /// An initialised module.
 template <class M>
