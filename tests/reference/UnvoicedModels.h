@@ -55,10 +55,6 @@ struct BalanceModel {
     explicit BalanceModel(double rate)
         : carrierHighPass(Shape::HighPass, 49.998447 / rate), noiseHighPass(carrierHighPass),
           glide(0.1, rate) {}
-    void BeginBlock(double balance, bool noiseMix) {
-        glide.Approach(balance);
-        mixed = noiseMix;
-    }
     Buses Step(double carrier, double noise) {
         const double b = glide.Next();
         const double y = carrierHighPass.Step(std::clamp(2.0 * b, 0.0, 1.0) * carrier);
@@ -117,32 +113,23 @@ struct GateModel {
     }
 };
 
-/// The settings of the path of the highest frequencies. Mode 0 is gated by the discriminator, mode 1 open.
-struct HfSettings {
-    double highPassGain, mode, level;
-};
-
-/// The path itself: two high-passes, a gate, a third high-pass, a low-pass.
+/// The path of the highest frequencies: two high-passes, a gate, a third high-pass, a low-pass.
 struct HfChannelModel {
     GateModel gate;
     Biquad highPass1, highPass2, highPass3, lowPass;
     SmootherModel level;
-    HfSettings settings{};
+    double highPassGain = 0.0;
+    bool isOpen = false; ///< not gated by the discriminator
 
     explicit HfChannelModel(double rate)
         : gate(GateModel::ForHfChannel(rate)),
           highPass1(Biquad::OfQ(Shape::HighPass, 5028.5923, 0.7102, rate)), highPass2(highPass1),
           highPass3(highPass1), lowPass(Biquad::OfQ(Shape::LowPass, 15005.0, 0.70711, rate)),
           level(0.1, rate) {}
-    void BeginBlock(const HfSettings& newSettings, double gateAttackHz, double gateReleaseHz) {
-        settings = newSettings;
-        level.Approach(settings.level);
-        gate.SetCorners(gateAttackHz, gateReleaseHz);
-    }
     double Step(double program, double hissControl) {
         const double highPassed = highPass2.Step(highPass1.Step(program, level.Next())) * 0.8912;
-        const double gated = gate.Step(highPassed, settings.mode < 0.5 ? hissControl : -15.0);
-        return lowPass.Step(highPass3.Step(gated, settings.highPassGain));
+        const double gated = gate.Step(highPassed, isOpen ? -15.0 : hissControl);
+        return lowPass.Step(highPass3.Step(gated, highPassGain));
     }
 };
 

@@ -72,14 +72,16 @@ private:
         const bool isFast = value("UnvoicedMode") == 0.0;
         noiseGate.SetCorners(isFast ? fastAttackHz : value("NoiseGateAttack"),
                              isFast ? fastReleaseHz : value("NoiseGateRelease"));
-        hfChannel.BeginBlock({value("HFChannel_H0HP"), value("HFChannel_HFMode"), value("HFChannel_HFLevel")},
-                             isFast ? fastAttackHz : value("HFAttack"),
-                             isFast ? fastReleaseHz : value("HFRelease"));
+        hfChannel.highPassGain = value("HFChannel_H0HP");
+        hfChannel.isOpen = value("HFChannel_HFMode") > 0.5;
+        hfChannel.level.Approach(value("HFChannel_HFLevel"));
+        hfChannel.gate.SetCorners(isFast ? fastAttackHz : value("HFAttack"),
+                                  isFast ? fastReleaseHz : value("HFRelease"));
         preamp.BeginBlock(value("Preamp_ProgramLevel"));
         carrierPreamp.BeginBlock(value("CarrierPreamp_CarrierLevel"));
         discriminator.BeginBlock(value("HissBuzzDiscriminator_HissBuzzTrimmer"));
-        balance.BeginBlock(value("NoiseCarrierBalance_NoiseCarrierBalance"),
-                           value("NoiseCarrierBalance_NoiseMix") > 0.5);
+        balance.glide.Approach(value("NoiseCarrierBalance_NoiseCarrierBalance"));
+        balance.mixed = value("NoiseCarrierBalance_NoiseMix") > 0.5;
         for (RectifierFollowerModel& rectifier : rectifiers) {
             rectifier.follower.SetTimes(value("AnalyzerRectifiers_Attack"),
                                         value("AnalyzerRectifiers_Release"), sampleRate);

@@ -12,6 +12,7 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -160,13 +161,9 @@ std::array<std::vector<Sample>, 2> Part(const StereoPair& pair, std::size_t from
 }
 
 TEST(BodeVocoder, SoundsAndLightsAsTheCircuitModelAtEverySettingAndRate) {
-    struct Rate {
-        float hz;
-        u32 block;
-        /// The rounding of the single-precision filter banks sets the limit; it grows with the rate.
-        double differenceDb;
-    };
-    for (const auto& [rate, block, limit] : {Rate{44100.0F, 44, -95.0}, Rate{192000.0F, 192, -85.0}}) {
+    // The rounding of the single-precision filter banks sets the limit in dB; it grows with the rate.
+    for (const auto& [rate, block, limit] :
+         {std::tuple(44100.0F, 44U, -95.0), std::tuple(192000.0F, 192U, -85.0)}) {
         // The lights are read after these many blocks, in the voiced, the unvoiced and the silent part, and
         // around a change to the next setting.
         const std::size_t stops[] = {0, 1, 60, 170, 300, 510, 512, 600, 760, 1000};

@@ -102,7 +102,7 @@ TEST(ModulationsManager, SwitchesActOnTheirSourcesOnly) {
     }
 }
 
-TEST(ModulationsManager, LfosOfVoicesRunByThemselves) {
+TEST(ModulationsManager, LfosOfVoicesRunByThemselvesAndTheirAmountTakesItsShareFromTheBase) {
     ManagerRig rig;
     rig.SetOwn(ModulationsManager::LFOInternalCycleMode, 1.0F); // free running
     rig.SetOwn(ModulationsManager::LFORetrig, 1.0F);
@@ -116,19 +116,13 @@ TEST(ModulationsManager, LfosOfVoicesRunByThemselves) {
     EXPECT_NEAR(rig.Source(0, LfoSource), std::sin(2.0 * std::numbers::pi * blockPhase * 50), 1e-3);
     EXPECT_NEAR(rig.Source(1, LfoSource), 0.0, 1e-3);
     EXPECT_EQ(rig.Source(2, LfoSource), 0.0F); // not running
-}
 
-TEST(ModulationsManager, LfoAmountTakesItsShareFromTheBase) {
-    ManagerRig rig;
-    rig.SetOwn(ModulationsManager::LFOInternalCycleMode, 1.0F);
-    rig.SetOwn(ModulationsManager::LFORetrig, 0.0F);
     rig.SetLfo(LFO::Waveform, 4.0F); // square
     rig.SetLfo(LFO::RateUnSynced, 0.01F);
     rig.manager->VoiceOn(5);
     rig.manager->WriteVoiceSource(5, VelocitySource, 0.5F);
     rig.Run(2);
-    const float whole = rig.Source(5, LfoSource);
-    EXPECT_NEAR(whole, 1.0F, 1e-6F);
+    EXPECT_NEAR(rig.Source(5, LfoSource), 1.0F, 1e-6F);
     rig.Route(VelocitySource, LfoAmountDestination, 0.8F);
     rig.Run(2);
     // The LFO's own amplitude input sits on the same destination and is at its upper end already.
