@@ -13,7 +13,8 @@ inline float ClampSampleRate(float sampleRate) {
     return sampleRate > 0.0F ? std::min(sampleRate, 384000.0F) : 44100.0F;
 }
 
-/// The rate that the engine is run at: filters and times hold from 8 kHz on, and a lower one is taken as that.
+/// The rate that the engine is run at: filters and times hold from 8 kHz on, and a lower one is taken as
+/// that.
 inline float EngineSampleRate(float sampleRate) { return std::max(ClampSampleRate(sampleRate), 8000.0F); }
 
 /// Frames of one block: whole groups of four, about a millisecond.
