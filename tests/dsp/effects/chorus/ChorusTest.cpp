@@ -48,30 +48,17 @@ TEST(ChorusTest, VoicesAreStaggeredOverTheCycleAndSpread) {
     }
 }
 
-TEST(ChorusTest, TheSwingHasTheDepthTheRateAndTheShapeAskedFor) {
-    for (u32 shape = 0; shape < 4; ++shape) {
-        double most = 0.0;
-        for (std::size_t start = 0; start < 88000; start += 5300) {
-            Signal impulse(90200, 0.0F);
-            impulse[start] = 1.0F;
-            const auto chorus = Make<Chorus>(still, {{Chorus::Delay, 20.0F},
-                                                     {Chorus::Depth, 10.0F},
-                                                     {Chorus::Freq, 2.0F},
-                                                     {Chorus::LFOShape, static_cast<float>(shape)}});
-            const Signal out = Play(*chorus, impulse, impulse)[0];
-            const auto place = static_cast<double>(std::max_element(out.begin(), out.end()) - out.begin());
-            const double way = (place - static_cast<double>(start) - 882.0) / 441.0;
-            most = std::max(most, std::abs(way));
-            const double sine = std::sin(twoPi * 2.0 * place / 44100.0);
-            EXPECT_NEAR(way,
-                        shape == 0   ? sine
-                        : shape == 1 ? std::asin(sine) * 4.0 / twoPi
-                                     : way,
-                        0.005)
-                << shape << " at " << start;
-        }
-        EXPECT_LT(most, 1.003) << shape;
-        EXPECT_GT(most, shape == 3 ? 0.3 : 0.8) << shape;
+/// Its shapes have a test of their own.
+TEST(ChorusTest, TheSwingHasTheDepthAndTheRateAskedFor) {
+    for (std::size_t start = 0; start < 44000; start += 5300) {
+        Signal impulse(46200, 0.0F);
+        impulse[start] = 1.0F;
+        const auto chorus =
+            Make<Chorus>(still, {{Chorus::Delay, 20.0F}, {Chorus::Depth, 10.0F}, {Chorus::Freq, 2.0F}});
+        const Signal out = Play(*chorus, impulse, impulse)[0];
+        const auto place = static_cast<double>(std::max_element(out.begin(), out.end()) - out.begin());
+        const double sine = std::sin(twoPi * 2.0 * place / 44100.0);
+        EXPECT_NEAR(place - static_cast<double>(start), 882.0 + 441.0 * sine, 2.2) << start;
     }
 }
 

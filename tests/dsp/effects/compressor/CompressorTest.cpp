@@ -156,17 +156,6 @@ TEST(CompressorTest, AgreesWithADirectModelInEveryMode) {
     }
 }
 
-TEST(CompressorTest, AChannelThatJoinsInGoesOnFromTheCommonGain) {
-    auto linked = MakeCompressor({{C::Threshold, -20}, {C::RatioInfinite, 1}, {C::Release, 2000}});
-    for (const u32 id : {C::ConfStereo, C::StereoMode, C::LookaheadEnable}) {
-        linked->SetParameterValue(id, 1.0F);
-    }
-    const Signals in = {Signal(960, 1.0F), Signal(960, 0.01F)};
-    EXPECT_NEAR(Render(*linked, in, 2)[1].back(), 0.001F, 1e-6F);
-    linked->SetParameterValue(C::StereoMode, 0.0F);
-    EXPECT_NEAR(Render(*linked, in, 2)[1][300], 0.001F, 0.0001F);
-}
-
 /// Nor is there a click, which the suite of all effects hears.
 TEST(CompressorTest, WhatIsTakenBackIsTakenBackWithoutASwell) {
     const Signal tone = Tone(8820, 210.0, 44100.0, 0.25);

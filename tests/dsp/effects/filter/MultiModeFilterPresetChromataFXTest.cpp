@@ -55,26 +55,15 @@ TEST(MultiModeFilterTest, TheModesAreThoseOfAnAnalogueFilterSeenThroughTheBiline
 }
 
 TEST(MultiModeFilterTest, SelfOscillationIsAPureSineAtTheCutoffAndOfTheSameLevelEverywhere) {
-    struct Case {
-        double slope, mode, level;
-    };
-    // The weight of the band ends at a damping of 0.02.
-    const Case cases[] = {
-        {0, 0, 0.5}, {1, 0, 0.5 / 1.847759}, {0, 1, 0.5 * std::sqrt(0.02 * std::sqrt(2.0))}};
-    const auto ring = [](double cutoff, const Case& c, double rate) {
-        const Settings at = {{F::Cutoff, cutoff}, {F::Resonance, 1}, {F::Mode, c.mode}, {F::Slope, c.slope}};
-        const Signal ping = Impulse(static_cast<std::size_t>(rate) * 2 / 4 * 4);
-        const Signal heard = Play(*Make<F>(plain, at, float(rate)), ping, ping)[0];
-        return Signal(heard.begin() + static_cast<std::ptrdiff_t>(rate), heard.end());
-    };
     for (const double rate : {44100.0, 192000.0}) {
         for (const double cutoff : {110.0, 1000.0, 7040.0}) {
-            for (const Case& c : cases) {
-                const Signal heard = ring(cutoff, c, rate);
-                EXPECT_NEAR(Cents(MeasurePitch(heard, cutoff, rate), cutoff), 0.0, 0.05) << cutoff;
-                EXPECT_NEAR(Rms(heard) * std::sqrt(2.0), c.level, 0.02 * c.level) << cutoff << " at " << rate;
-                EXPECT_NEAR(double(Peak(heard)) / Rms(heard), std::sqrt(2.0), 0.01) << "no harmonics";
-            }
+            const Signal ping = Impulse(static_cast<std::size_t>(rate) * 2);
+            Signal heard =
+                Play(*Make<F>(plain, {{F::Cutoff, cutoff}, {F::Resonance, 1}}, float(rate)), ping, ping)[0];
+            heard.erase(heard.begin(), heard.begin() + static_cast<std::ptrdiff_t>(rate));
+            EXPECT_NEAR(Cents(MeasurePitch(heard, cutoff, rate), cutoff), 0.0, 0.05) << cutoff;
+            EXPECT_NEAR(Rms(heard) * std::sqrt(2.0), 0.5, 0.01) << cutoff << " at " << rate;
+            EXPECT_NEAR(double(Peak(heard)) / Rms(heard), std::sqrt(2.0), 0.01) << "no harmonics";
         }
     }
 }

@@ -107,8 +107,6 @@ TEST(PhaserTest, TheSweepHasItsDepthRatePhaseAndPattern) {
     for (const auto& [time, height] : {std::pair(0.2, 1.2F), {0.5, 0.375F}, {0.8, 0.15F}, {1.2, 1.2F}}) {
         EXPECT_NEAR(At(pattern, time), height, 0.02F) << time;
     }
-    const Signal square = with({{P::LFOShape, 4}, {P::LFOGlide, 50}});
-    EXPECT_NEAR(At(square, 0.55), 1.5F * (2.0F * std::exp(-1.0F) - 1.0F), 0.04F);
 }
 
 TEST(PhaserTest, LoudnessAndKnobsMoveTheCornersInTheirTimes) {

@@ -178,6 +178,12 @@ TEST(ReverbTest, TheFirstLinesOfTheHalvesSwing) {
                 << start << ", side " << side;
         }
     }
+    // From frame to frame in a line: steps would be heard above a deep tone.
+    const Signal tone = Tone(44000, 210.0, 44100.0, 0.25);
+    const auto fast = Make<Reverb>(bare);
+    fast->SetParameterNormalized(Reverb::ModRate, 1.0F);
+    fast->SetParameterNormalized(Reverb::ModDepth, 1.0F);
+    EXPECT_LT(PeakAbove6k(Play(*fast, tone, tone)[0], 22000, 44000), 1e-4);
 }
 
 TEST(ReverbTest, OneSideInGivesTwoThatHaveLittleInCommonAndWidthJoinsThem) {
