@@ -1,14 +1,107 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "rigs/ScriptedSampleManager.h"
+#include "engine/samples/SampleManager.h"
+
+#include "rigs/AudioThread.h"
 #include "rigs/TestFiles.h"
 #include "support/CLog.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <condition_variable>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+
 namespace {
 
 using namespace orphia::test;
+using Velmora::u32;
 using Slots = std::vector<u32>;
+using Names = std::vector<std::string>;
+
+/// Takes names for files: "bad" gives nothing, "once" nothing but once, "throw" and "odd" raise.
+class ScriptedSampleManager final : public Velmora::engine::SampleManager {
+public:
+    ~ScriptedSampleManager() override {
+        SetOpen(true);
+        StopWorker();
+    }
+
+    bool Ask(u32 slot, const std::string& path) {
+        const AudioThread audio;
+        return SetPath(slot, path);
+    }
+    void Block() {
+        const AudioThread audio;
+        RunResults();
+        DispatchRequests();
+    }
+    void Settle() {
+        do {
+            Block();
+            std::this_thread::yield();
+        } while (IsLoading());
+    }
+    std::vector<u32> TakeUpdated() {
+        std::vector<u32> taken(Updated().begin(), Updated().end());
+        std::sort(taken.begin(), taken.end());
+        ClearUpdated();
+        return taken;
+    }
+    /// What the sample in a slot was read from, "" for none.
+    std::string Held(u32 slot) {
+        const std::lock_guard lock(mutex);
+        return Sample(slot) == nullptr ? "" : origins.at(Sample(slot).get());
+    }
+    /// All names, in the order of decoding.
+    Names Decoded() {
+        const std::lock_guard lock(mutex);
+        return decoded;
+    }
+    /// While not open, loads stay within the decoder.
+    void SetOpen(bool open) {
+        const std::lock_guard lock(mutex);
+        isOpen = open;
+        changed.notify_all();
+    }
+    void WaitForDecoding(const std::string& path) {
+        std::unique_lock lock(mutex);
+        changed.wait(lock, [&] { return !decoded.empty() && decoded.back() == path; });
+    }
+    bool PostToWorker(Call command) { return PostCommand(command); }
+
+private:
+    std::shared_ptr<const Data> Load(u32 /*slot*/, const std::string& name) override {
+        std::unique_lock lock(mutex);
+        const bool again = std::find(decoded.begin(), decoded.end(), name) != decoded.end();
+        decoded.push_back(name);
+        changed.notify_all();
+        changed.wait(lock, [&] { return isOpen; });
+        if (name == "throw") {
+            throw std::runtime_error("broken decoder");
+        }
+        if (name == "odd") {
+            throw 5;
+        }
+        if (name == "bad" || (name == "once" && again)) {
+            return nullptr;
+        }
+        auto sample = std::make_unique<const Data>(std::vector<float>(64, 0.5F), 1.0F, Data::Instrument{});
+        origins[sample.get()] = name;
+        return {sample.release(), [](const Data* old) {
+                    AudioThread::CountFree();
+                    std::default_delete<const Data>()(old);
+                }};
+    }
+
+    std::mutex mutex; // guards all below
+    std::condition_variable changed;
+    bool isOpen = true;
+    Names decoded;
+    std::map<const Data*, std::string> origins;
+};
 
 class SampleManager : public testing::Test {
 protected:
