@@ -22,7 +22,7 @@ public:
     static constexpr u32 channelCount = 2;
     using Input = Pins::Vocoder;
     using enum Pins::Vocoder;
-    static constexpr u32 InputCount = VocoderInputCount;
+    enum : u32 { InputCount = VocoderInputCount };
     /// The program preamps are the modulator as the dry path carries it.
     enum Output : u32 {
         MixLeft,

@@ -128,21 +128,4 @@ TEST(Carrier, TheEnsembleComesAndGoesUnderANoteWithoutAStepAndLeavesNothingBehin
     rig.Run(10);
 }
 
-TEST(Carrier, AKilledVoiceIsMutedOnceAndAVoiceIsOverWhenItsReleaseIs) {
-    Rig rig;
-    const u32 voice = rig.Start(57);
-    EXPECT_NEAR(Rms(rig.Run(20)), 0.5, 0.01) << "half as loud as its oscillators";
-    const u32 killed = rig.Start(64);
-    rig.carrier->KillVoice(killed);
-    EXPECT_FALSE(rig.carrier->CanKill(killed));
-    rig.Run(8);
-    rig.carrier->KillVoice(killed);
-    EXPECT_TRUE(rig.carrier->Killer(killed).IsMuted()) << "a second fade would be heard";
-    EXPECT_FALSE(rig.carrier->CanKill(killed)) << "muted, but the manager plays it";
-    EXPECT_FALSE(rig.carrier->CanKill(voice));
-    rig.carrier->Voice(voice).Envelope().SetGate(false);
-    rig.Run(30000);
-    EXPECT_TRUE(rig.carrier->CanKill(voice)) << "released, and the release is over";
-}
-
 } // namespace
