@@ -29,15 +29,17 @@ public:
         event.midi[2] = static_cast<u8>(data2);
         HandleEvent(event);
     }
-    void Block(bool endsAll) {
+    void Block(bool endsAll, u32 ending = 0) {
         mayEnd.fill(endsAll);
+        mayEnd[ending] = endsAll || ending > 0;
         AdvanceAge();
         ReapVoices();
     }
     /// Plays words: +60 and -60 are keys, +60/2 one of channel 2; p and P the pedal down and up; a full stop
     /// a block at whose end all fades and releases are over, a comma one at whose end none is; a letter and a
     /// number a setting: m the mode, a the allocation, s the steal mode, l the limit of one note, g legato, n
-    /// the priority, u the unison, c whether channels are ignored, x all keys off.
+    /// the priority, u the unison, c whether channels are ignored, x all keys off, e a block in
+    /// which that slot ends.
     std::string Play(const std::string& words) {
         orders.clear();
         std::istringstream stream(words);
@@ -64,6 +66,7 @@ public:
         : what == 'u'                ? SetUnison(number)
         : what == 'c'                ? SetIgnoreChannel(number > 0)
         : what == 'x'                ? LiftAllKeys()
+        : what == 'e'                ? Block(false, number)
         : what == 'p' || what == 'P' ? SetSustain(what == 'p')
                                      : Block(what == '.');
     }

@@ -3,13 +3,7 @@
 
 #include "rigs/ModuleRig.h"
 
-#include <algorithm>
-#include <cmath>
-#include <complex>
-#include <cstddef>
-#include <numbers>
 #include <utility>
-#include <vector>
 
 namespace orphia::test {
 

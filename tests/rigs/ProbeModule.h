@@ -7,10 +7,8 @@
 #include "support/NonBlocking.h"
 
 #include <array>
-#include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 namespace Velmora::Test {
 

@@ -4,14 +4,7 @@
 #include "dsp/framework/Observable.h"
 #include "rigs/ProbeModule.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <string>
 #include <tuple>
-#include <utility>
-#include <vector>
 
 namespace Velmora::dsp {
 namespace {

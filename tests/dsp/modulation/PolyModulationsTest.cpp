@@ -4,10 +4,6 @@
 #include "rigs/ProbeModule.h"
 #include "support/NonBlocking.h"
 
-#include <gtest/gtest.h>
-
-#include <random>
-
 namespace Velmora::dsp {
 namespace {
 

@@ -4,8 +4,6 @@
 #include "reference/UnvoicedModels.h"
 #include "rigs/ModuleRig.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 using namespace orphia::test;

@@ -4,10 +4,6 @@
 #include "dsp/oscillators/PolyBlepShape.h"
 #include "rigs/OscillatorRig.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 namespace {
 
 using namespace orphia::test;

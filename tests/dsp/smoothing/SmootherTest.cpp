@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/smoothing/SmootherLPF.h"
-#include "dsp/smoothing/SmootherSRL.h"
 
 #include <gtest/gtest.h>
 
@@ -43,21 +42,6 @@ void ExpectFollows(S ticking, u32 count, u32 unit, const Move& move, double tole
         ASSERT_NEAR(rendered[n - 1], expected, tolerance * scale) << move.to << ", tick " << n;
     }
     EXPECT_TRUE(ticking.IsAtTarget() && blocks.IsAtTarget()) << move.to;
-}
-
-TEST(SmootherTest, ARampIsStraightAndTakesItsTimeFromWhereItIs) {
-    SmootherSRL ramp;
-    for (const Move& move : moves) {
-        ramp.time = move.seconds;
-        ramp.sampleRate = move.rate;
-        ramp.decimation = move.decimation;
-        ramp.Set(move.from);
-        ramp.Retarget(move.to);
-        const double ticks = move.Ticks();
-        // Every tick rounds once.
-        ExpectFollows(ramp, static_cast<u32>(ticks) + 3, 1, move, 6e-8 * (ticks + 2),
-                      [&](u32 n) { return std::min(1.0, n / ticks); });
-    }
 }
 
 TEST(SmootherTest, AnApproachIsExponentialWithFiveTimeConstantsInItsTimeAlsoTowardsARamp) {

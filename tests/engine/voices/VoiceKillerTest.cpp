@@ -3,8 +3,6 @@
 
 #include "rigs/ModuleRig.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 using namespace orphia::test;

@@ -2,8 +2,6 @@
 #include "rigs/AllocationCounter.h"
 #include "rigs/VoiceGame.h"
 
-#include <random>
-
 namespace orphia::test {
 namespace {
 
@@ -43,6 +41,8 @@ TEST(VoiceManager, GivesTheOrdersOfItsPolicy) {
         {"+60 +62 +64 +65 m2 . +66", "S0:60 S1:62 S2:64 S3:65 K3 F3 K0"},
         // groups; slots 30 and 31 are none of three
         {"u3 +60 +64 -60", "S0:60 S1:60 S2:60 S3:64 S4:64 S5:64 R0 R1 R2"},
+        // a slot of a group that has ended has nothing to go on with
+        {"u2 s1 +60 -60 e1 +60", "S0:60 S1:60 R0 R1 F1 T0:60 S1:60"},
         // mono: fades to the new note, goes back to the key below
         {"m0 +60 +64 . -64 . -60 .", "S0:60 K0 F0 S0:64 K0 F0 S0:60< R0 F0"},
         {"m1 +60 +64 -64 -60", "S0:60 T0:64 T0:60< R0"},
@@ -66,8 +66,7 @@ TEST(VoiceManager, GivesTheOrdersOfItsPolicy) {
 
 TEST(VoiceManager, ThePedalLetsMoreKeysGoThanItCanHoldWithoutAllocation) {
     FakeVoices voices;
-    voices.SetIgnoreChannel(false);
-    voices.SetSustain(true);
+    voices.Play("c0 p");
     voices.orders.reserve(1U << 20U);
     const orphia_reference::AllocationCounter counter;
     for (const u32 status : {0x90U, 0x80U}) {
@@ -82,12 +81,9 @@ TEST(VoiceManager, ThePedalLetsMoreKeysGoThanItCanHoldWithoutAllocation) {
     for (u32 i = 0; i < 258; ++i) { // the counter of presses does not run over
         voices.Send(0x90, 99, 1);
     }
-    voices.Send(0xB0, 60, 100); // no notes
-    voices.Send(0x90, 128, 100);
+    voices.Send(0x90, 128, 100); // no note
     voices.Block(true);
     EXPECT_EQ(voices.FindVoice(99, 0), static_cast<i32>(voices.ActiveVoices()[0]));
-    EXPECT_EQ(voices.FindVoice(99, 1), -1);
-    EXPECT_EQ(voices.ActiveVoices().size(), 32U);
     EXPECT_EQ(counter.Count(), 0U);
     voices.ResetAll();
     EXPECT_EQ(voices.ActiveVoices().size() + voices.HeldNoteCount() + voices.PressTable()[99], 0U);

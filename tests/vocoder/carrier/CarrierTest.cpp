@@ -5,8 +5,6 @@
 #include "rigs/MeasurePitch.h"
 #include "rigs/ModuleRig.h"
 
-#include <gtest/gtest.h>
-
 #include <memory>
 
 namespace {

@@ -4,12 +4,8 @@
 #include "engine/ModuleCloner.h"
 #include "rigs/OscillatorRig.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
-#include <cmath>
 #include <memory>
-#include <random>
 #include <tuple>
 
 namespace orphia::test {

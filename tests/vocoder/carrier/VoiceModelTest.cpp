@@ -5,8 +5,6 @@
 #include "rigs/ModuleRig.h"
 #include "vocoder/carrier/Oscillators.h"
 
-#include <gtest/gtest.h>
-
 #include <functional>
 
 namespace orphia_reference {
