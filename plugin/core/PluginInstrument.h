@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "host/engine/MeterReading.h"
+#include "host/instrument/Instrument.h"
+#include "host/parameters/ParameterInfo.h"
+#include "host/player/BlockAdapter.h"
+#include "plugin/core/PluginParameters.h"
+#include "plugin/core/PluginState.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orphia::plugin {
+
+/// What a host gives and takes at once.
+struct PluginBlock {
+    /// The voice: voiceChannels buffers, 0 to 2, which may be those of the output.
+    const float* const* voice = nullptr;
+    std::uint32_t voiceChannels = 0;
+    /// Left and right.
+    float* const* output = nullptr;
+    std::uint32_t frames = 0;
+    /// In order of frame. A setting may be of a macro or the bypass.
+    std::span<const host::TimedEvent> events;
+    /// At the first frame; null when the host tells none: then it plays on by itself.
+    const host::Transport* transport = nullptr;
+};
+
+/// The instrument as hosts play it, whatever their format. All is decided here; a wrapper hands over.
+///
+/// Two threads may use it at the same time: the audio thread with Process and Reset, which neither allocate
+/// nor lock nor wait (when offline, a program change does), and message threads with all the rest. While it
+/// is not active there is no audio thread. Nothing here throws but the constructor for want of memory: what
+/// goes wrong is told by TakeMessages.
+class PluginInstrument {
+public:
+    enum class Kind {
+        /// Bypassed, it is silent.
+        Instrument,
+        /// Bypassed, it passes the voice on.
+        Effect
+    };
+
+    struct Options {
+        Kind kind = Kind::Instrument;
+        /// The engine; else the one in the folder of this code.
+        std::filesystem::path library;
+        /// Where the user's presets are; without one where they are for all of this user's programs.
+        std::optional<std::filesystem::path> presetFolder;
+        /// All instances have the same noise, so that a song sounds the same each time.
+        std::uint32_t seed = 1;
+    };
+
+    explicit PluginInstrument(const Options& options);
+    /// With those of its kind.
+    explicit PluginInstrument(Kind kind = Kind::Instrument);
+    ~PluginInstrument();
+    PluginInstrument(const PluginInstrument&) = delete;
+    PluginInstrument& operator=(const PluginInstrument&) = delete;
+
+    /// False when there is no engine: then it is silent, and all else goes on.
+    bool IsUsable() const;
+
+    // ---- Life: message threads, while the audio thread rests
+
+    /// From now on Process may be called. The first time it builds the instrument, which takes some 50 ms. It
+    /// may be called again at any time, with another rate; the sound begins anew. Rates are taken as the
+    /// nearest one from 8 to 384 kHz.
+    void Activate(double sampleRate);
+    void Deactivate();
+    bool IsActive() const;
+    /// Rendering need not be in time.
+    void SetOffline(bool isOffline);
+
+    // ---- Sound: the audio thread
+
+    /// Any number of frames. Does not depend on how the sound is cut into blocks; events act at the start of
+    /// the engine's block of about a millisecond that they fall into.
+    void Process(const PluginBlock& block);
+    /// Silence at once; what was on its way is forgotten, and nothing that is set changes.
+    void Reset();
+
+    // ---- For message threads, at any time
+
+    /// How late the sound is, bypassed or not; 0 before the first Activate.
+    std::uint32_t LatencyFrames() const;
+    /// How long it goes on behind the last note; a host that stops sooner cuts an echo.
+    static constexpr double tailSeconds = 30.0;
+
+    /// Of a parameter that hosts list, or any of the engine: its position, as it is set or will be at once.
+    float Position(std::uint32_t id) const;
+    /// Acts with the next block. As a player turns it: a macro moves what it is assigned to.
+    void Set(const host::ParameterSetting& setting);
+    void SetPosition(std::uint32_t id, float position) {
+        Set({id, host::ParameterSetting::Scale::Position, position});
+    }
+    /// Those of the listed parameters that moved by macros, messages, states and programs since the last
+    /// call; a host wants to be told. What it moved itself is not among them.
+    std::vector<std::uint32_t> TakeChangedParameters();
+    /// LatencyFrames() has another result since the last call.
+    bool TakeLatencyChange();
+
+    /// What macro 0 to 15 moves.
+    Macro MacroOf(unsigned macro) const;
+    void AssignMacro(unsigned macro, const Macro& assignment);
+
+    /// All that LoadState needs to bring this sound back exactly, as a text: a preset file with the macros
+    /// beside it. At any time, also while a state loads: then it is that state.
+    std::string SaveState(const PathMapping& mapping = {});
+    /// Replaces all of it, and comes back when samples are there; the sound goes over to it in 20 ms, and
+    /// notes end. False, and nothing has changed, for a text that is no state.
+    bool LoadState(std::string_view text, const PathMapping& mapping = {});
+
+    /// A sample from 0: the file that it plays or, when it is missing, should play; empty for none.
+    std::filesystem::path SamplePath(std::uint32_t sample);
+    /// An empty path clears it. False when there is no such sound; the path is kept.
+    bool LoadSample(std::uint32_t sample, const std::filesystem::path& path);
+
+    struct Program {
+        std::string id;
+        std::string name;
+        std::string description;
+        bool isFactory = true;
+    };
+    /// The built-in ones, then the user's. A program change chooses one of 128 of the bank that was selected
+    /// by controllers 0 and 32: bank 0 is that of the factory, 1 and on are the user's.
+    std::vector<Program> Programs() const;
+    /// Reads the user's folder anew.
+    void RefreshPrograms();
+    /// The one that was loaded last, also by a message or with a state; nothing for a state of its own.
+    std::optional<std::uint32_t> CurrentProgram();
+    /// As LoadState; macros and bypass stay. False when there is no such program.
+    bool LoadProgram(std::uint32_t index);
+    /// Writes a preset of the user's, and lists it. The id is its file's name. False when that is not
+    /// possible.
+    bool SaveProgram(const std::string& id, const std::string& name);
+    /// As CurrentProgram, when it was changed by a message since the last call.
+    bool TakeProgramChange();
+
+    /// The largest readings since the last call.
+    host::MeterReading TakeMeters();
+    /// A line each: what a user may want to know.
+    std::vector<std::string> TakeMessages();
+    /// Releases all notes with the next block.
+    void AllNotesOff();
+
+private:
+    struct Inside;
+
+    std::unique_ptr<Inside> inside;
+};
+
+/// The message of some bytes, when it is one of a channel.
+std::optional<host::MidiMessage> ChannelMessage(const std::uint8_t* bytes, std::size_t count);
+
+} // namespace orphia::plugin
