@@ -128,6 +128,9 @@ void Instrument::Panic() {
 void Instrument::Reset() {
     engine->ForgetNotes();
     engine->BeginLoading();
+    if (engine->limiter) {
+        engine->limiter->Reset();
+    }
 }
 
 unsigned Instrument::KeyOf(std::uint32_t slot) const {

@@ -129,6 +129,17 @@ public:
     /// Everything that LoadPreset needs to bring this sound back exactly.
     Preset CapturePreset(std::string name = {}) const;
 
+    /// All knobs at one moment. An audio thread can copy them into one that was made before, and another
+    /// thread make the preset of it.
+    struct Snapshot {
+        std::vector<float> positions;
+        std::vector<bool> touched;
+    };
+    Snapshot TakeSnapshot() const;
+    /// For an audio thread; into one of TakeSnapshot.
+    void TakeSnapshot(Snapshot& snapshot) const;
+    Preset CapturePreset(const Snapshot& snapshot, std::string name = {}) const;
+
     /// For the next block; while it plays, the beat goes on from block to block by itself.
     void SetTransport(const Transport& transport);
     const Transport& CurrentTransport() const;

@@ -145,14 +145,31 @@ void Instrument::Engine::Write(const Positions& positions) {
 }
 
 Preset Instrument::CapturePreset(std::string name) const {
+    return CapturePreset(TakeSnapshot(), std::move(name));
+}
+
+Instrument::Snapshot Instrument::TakeSnapshot() const {
+    Snapshot snapshot{std::vector<float>(Catalog().Parameters().size()), engine->isTouched};
+    TakeSnapshot(snapshot);
+    return snapshot;
+}
+
+void Instrument::TakeSnapshot(Snapshot& snapshot) const {
+    for (std::uint32_t id = 0; id < snapshot.positions.size(); ++id) {
+        snapshot.positions[id] = Position(id);
+    }
+    std::copy(engine->isTouched.begin(), engine->isTouched.end(), snapshot.touched.begin());
+}
+
+Preset Instrument::CapturePreset(const Snapshot& snapshot, std::string name) const {
     const NeutralStart& neutral = NeutralStart::Get();
     Preset preset;
     preset.name = std::move(name);
     for (const ParameterInfo& info : Catalog().Parameters()) {
-        const float position = Position(info.id);
+        const float position = snapshot.positions[info.id];
         const bool isControl = info.role == ParameterRole::Control;
         const bool isMovedRoute = info.role == ParameterRole::Route && position != neutral.Position(info.id);
-        if (isControl || isMovedRoute || (engine->isTouched[info.id] && info.IsSettable())) {
+        if (isControl || isMovedRoute || (snapshot.touched[info.id] && info.IsSettable())) {
             preset.settings.push_back(SettingAt(Catalog(), info.id, position));
         }
     }

@@ -87,7 +87,7 @@ public:
     /// Silence at once; what was on its way is forgotten, and nothing that is set changes.
     void Reset();
 
-    // ---- For message threads, at any time
+    // ---- Any thread, at any time; these do not wait
 
     /// How late the sound is, bypassed or not; 0 before the first Activate.
     std::uint32_t LatencyFrames() const;
@@ -101,6 +101,11 @@ public:
     void SetPosition(std::uint32_t id, float position) {
         Set({id, host::ParameterSetting::Scale::Position, position});
     }
+    /// Releases all notes with the next block.
+    void AllNotesOff();
+
+    // ---- Message threads, at any time
+
     /// Those of the listed parameters that moved by macros, messages, states and programs since the last
     /// call; a host wants to be told. What it moved itself is not among them.
     std::vector<std::uint32_t> TakeChangedParameters();
@@ -148,8 +153,6 @@ public:
     host::MeterReading TakeMeters();
     /// A line each: what a user may want to know.
     std::vector<std::string> TakeMessages();
-    /// Releases all notes with the next block.
-    void AllNotesOff();
 
 private:
     struct Inside;

@@ -21,10 +21,13 @@ struct MacroTarget {
     float from = 0.0F;
     float to = 1.0F;
 
+    float At(float position) const { return from + (to - from) * position; }
     bool operator==(const MacroTarget&) const = default;
 };
 
 struct Macro {
+    static constexpr std::size_t mostTargets = 16;
+
     /// As the player calls it; empty for "Macro 1".
     std::string name;
     std::vector<MacroTarget> targets;

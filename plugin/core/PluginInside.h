@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "host/presets/PresetLibrary.h"
+#include "plugin/core/DryPath.h"
+#include "plugin/core/PluginInstrument.h"
+#include "plugin/core/Stage.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace orphia::plugin {
+
+/// The default preset, then those of a library.
+struct ProgramList {
+    explicit ProgramList(const std::optional<std::filesystem::path>& folder);
+
+    host::Preset Read(std::uint32_t index, std::vector<std::string>& warnings) const;
+    /// Of a bank and number, as Stage::wantedProgram has them.
+    std::optional<std::uint32_t> IndexOf(std::int32_t bankAndNumber) const;
+
+    host::PresetLibrary library;
+    std::vector<PluginInstrument::Program> programs;
+    std::uint32_t factoryCount = 0;
+};
+
+/// What stands behind a PluginInstrument; for its own sources only.
+struct PluginInstrument::Inside {
+    explicit Inside(const Options& options);
+    ~Inside();
+    Inside(const Inside&) = delete;
+    Inside& operator=(const Inside&) = delete;
+
+    // ---- The audio thread
+
+    void Process(const PluginBlock& block);
+    void ProcessPiece(const PluginBlock& block, std::uint32_t start, std::uint32_t count);
+    void GatherEvents(const PluginBlock& block, std::uint32_t start, std::uint32_t count);
+    void KeepEvents(const PluginBlock& block);
+    void MixDry(float* const* output, std::uint32_t frames);
+    void LoadProgramOffline();
+
+    // ---- Message threads. Who needs `control` takes it himself, if nothing else is said.
+
+    using Lock = std::unique_lock<std::mutex>;
+    Lock TakeControl();
+    void Say(std::string message);
+    void Activate(std::uint32_t sampleRate);
+    void StartLoader();
+    void StopLoader();
+    void LoadWantedProgram();
+    bool Load(PluginState state);
+    bool LoadProgram(std::uint32_t index);
+    std::unique_ptr<Seat> Build(const PluginState& state, std::uint32_t sampleRate, std::uint32_t generation);
+
+    // ---- Under `control`
+
+    void Publish(const PluginState& state, std::unique_ptr<Seat> seat);
+    void ShowFrame(const PluginState& state);
+    void SetMacros(const Stage::Macros& next);
+    void TellAll();
+    bool IsBypassed() const { return exchange.Shown(exchange.IndexOf(PluginParameters::bypass)) >= 0.5F; }
+    /// All but the settings.
+    PluginState Frame() const;
+    PluginState Unbuilt() const;
+    PluginState CurrentState();
+    void WaitForSnapshot();
+
+    /// Who works on the stage: a message thread only while the audio thread has not come for long.
+    enum Holder : int { Nobody, AudioThread, MessageThread };
+
+    Options options;
+    std::shared_ptr<const host::EngineLibrary> engine;
+    ParameterExchange exchange;
+    Stage stage;
+    host::BlockAdapter adapter;
+    DryPath dry;
+    std::vector<host::TimedEvent> events;
+    /// Of calls without frames.
+    std::vector<host::TimedEvent> kept;
+
+    std::atomic<bool> isActive{false};
+    std::atomic<int> holder{Nobody};
+    /// When the audio thread should have come again, in nanoseconds of the steady clock.
+    std::atomic<std::int64_t> due{0};
+    std::atomic<std::uint32_t> latency{0};
+    std::atomic<int> wantedBypass{-1};
+    /// The audio thread while it loads offline.
+    std::atomic<std::thread::id> loadingAudioThread{};
+
+    std::mutex control;
+    /// The generation of what was loaded last.
+    std::atomic<std::uint32_t> newest{1};
+    /// What is being built; as long as nothing is, all that there is.
+    std::optional<PluginState> incoming;
+    std::uint32_t rate = 0;
+    /// The names and samples of the newest, without settings; samples that are missing too.
+    host::Preset identity;
+    std::string program;
+    Stage::Macros macros;
+    Seat* newestSeat = nullptr;
+    std::shared_ptr<const ProgramList> programs;
+    bool programChanged = false;
+    std::uint32_t toldLatency = 0;
+
+    std::mutex messagesLock;
+    std::vector<std::string> messages;
+
+    std::thread loader;
+    std::mutex loaderLock;
+    std::condition_variable loaderWakes;
+    bool loaderEnds = false;
+};
+
+} // namespace orphia::plugin

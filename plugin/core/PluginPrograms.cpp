@@ -1,0 +1,208 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// States, samples and programs of the plug-in.
+#include "host/common/Errors.h"
+#include "plugin/core/PluginInside.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+namespace orphia::plugin {
+
+namespace {
+
+constexpr std::uint32_t programsPerBank = 128;
+constexpr std::string_view defaultId = "default";
+
+const host::ParameterCatalog& Catalog() { return host::ParameterCatalog::OfInstrument(); }
+
+/// Paths in messages and presets alike begin at the root.
+std::filesystem::path Whole(const std::filesystem::path& path) {
+    std::error_code error;
+    const std::filesystem::path whole = path.empty() ? path : std::filesystem::absolute(path, error);
+    return error ? path : whole.lexically_normal();
+}
+
+} // namespace
+
+ProgramList::ProgramList(const std::optional<std::filesystem::path>& folder)
+    : library(folder ? host::PresetLibrary(*folder) : host::PresetLibrary()) {
+    const host::PresetSummary standard =
+        host::SummaryOf(host::DefaultPresetText(host::EngineTree::Instrument));
+    programs.push_back({std::string(defaultId), standard.name, standard.description, true});
+    for (const host::PresetLibrary::Entry& entry : library.Entries()) {
+        programs.push_back({entry.id, entry.name, entry.description, entry.IsBuiltIn()});
+    }
+    factoryCount = static_cast<std::uint32_t>(1 + host::BuiltInPresets().size());
+}
+
+host::Preset ProgramList::Read(std::uint32_t index, std::vector<std::string>& warnings) const {
+    return index == 0 ? host::DefaultPreset(Catalog())
+                      : host::PresetLibrary::Load(library.Entries().at(index - 1), Catalog(), warnings);
+}
+
+std::optional<std::uint32_t> ProgramList::IndexOf(std::int32_t bankAndNumber) const {
+    const auto wanted = static_cast<std::uint32_t>(bankAndNumber);
+    const bool isFactory = wanted < programsPerBank;
+    const std::uint32_t index = isFactory ? wanted : factoryCount + (wanted - programsPerBank);
+    return index < (isFactory ? factoryCount : programs.size()) ? std::optional(index) : std::nullopt;
+}
+
+bool PluginInstrument::Inside::LoadProgram(std::uint32_t index) {
+    PluginState state;
+    std::shared_ptr<const ProgramList> list;
+    {
+        const Lock lock = TakeControl();
+        list = programs;
+        state = incoming ? Unbuilt() : Frame();
+    }
+    if (index >= list->programs.size()) {
+        return false;
+    }
+    std::vector<std::string> warnings;
+    try {
+        auto samples = std::move(state.preset.samples);
+        state.preset = list->Read(index, warnings);
+        if (!state.preset.samples) {
+            state.preset.samples = std::move(samples);
+        }
+    } catch (const std::exception& error) {
+        Say(error.what());
+        return false;
+    }
+    std::for_each(warnings.begin(), warnings.end(), [this](const std::string& each) { Say(each); });
+    state.program = list->programs[index].id;
+    return Load(std::move(state));
+}
+
+/// Those that came by a message, on the loader's thread.
+void PluginInstrument::Inside::LoadWantedProgram() {
+    if (stage.isOffline && loadingAudioThread.load() != std::this_thread::get_id()) {
+        return;
+    }
+    const std::int32_t wanted = stage.wantedProgram.exchange(-1, std::memory_order_acquire);
+    std::shared_ptr<const ProgramList> list;
+    {
+        const Lock lock = TakeControl();
+        list = programs;
+    }
+    const auto index = wanted >= 0 ? list->IndexOf(wanted) : std::nullopt;
+    if (index && LoadProgram(*index)) {
+        const Lock lock = TakeControl();
+        programChanged = true;
+    }
+}
+
+void PluginInstrument::Inside::LoadProgramOffline() {
+    loadingAudioThread = std::this_thread::get_id();
+    LoadWantedProgram();
+    loadingAudioThread = std::thread::id();
+}
+
+std::string PluginInstrument::SaveState(const PathMapping& mapping) {
+    const Inside::Lock lock = inside->TakeControl();
+    return FormatState(inside->CurrentState(), mapping);
+}
+
+bool PluginInstrument::LoadState(std::string_view text, const PathMapping& mapping) {
+    std::vector<std::string> warnings;
+    try {
+        PluginState state = ParseState(text, warnings, mapping);
+        std::for_each(warnings.begin(), warnings.end(),
+                      [this](const std::string& each) { inside->Say(each); });
+        return inside->Load(std::move(state));
+    } catch (const std::exception& error) {
+        inside->Say(error.what());
+        return false;
+    }
+}
+
+std::filesystem::path PluginInstrument::SamplePath(std::uint32_t sample) {
+    const Inside::Lock lock = inside->TakeControl();
+    const auto& samples = inside->incoming ? inside->incoming->preset.samples : inside->identity.samples;
+    const bool isNamed = samples && samples->contains(sample);
+    return isNamed ? samples->at(sample) : std::filesystem::path();
+}
+
+bool PluginInstrument::LoadSample(std::uint32_t sample, const std::filesystem::path& path) {
+    if (sample >= host::Preset::sampleCount) {
+        return false;
+    }
+    PluginState state;
+    {
+        const Inside::Lock lock = inside->TakeControl();
+        state = inside->CurrentState();
+    }
+    if (!state.preset.samples) {
+        state.preset.samples.emplace();
+    }
+    if (path.empty()) {
+        state.preset.samples->erase(sample);
+    } else {
+        (*state.preset.samples)[sample] = Whole(path);
+    }
+    inside->Load(std::move(state));
+    const Inside::Lock lock = inside->TakeControl();
+    return path.empty() ||
+           (inside->newestSeat != nullptr && inside->newestSeat->instrument.HasSample(sample));
+}
+
+std::vector<PluginInstrument::Program> PluginInstrument::Programs() const {
+    const Inside::Lock lock = inside->TakeControl();
+    return inside->programs->programs;
+}
+
+void PluginInstrument::RefreshPrograms() {
+    auto list = std::make_shared<const ProgramList>(inside->options.presetFolder);
+    for (const std::string& warning : list->library.Warnings()) {
+        inside->Say(warning);
+    }
+    const Inside::Lock lock = inside->TakeControl();
+    inside->programs = std::move(list);
+}
+
+std::optional<std::uint32_t> PluginInstrument::CurrentProgram() {
+    const Inside::Lock lock = inside->TakeControl();
+    const auto& list = inside->programs->programs;
+    const std::string& id = inside->incoming ? inside->incoming->program : inside->program;
+    const auto found =
+        std::find_if(list.begin(), list.end(), [&id](const Program& each) { return each.id == id; });
+    return found == list.end() ? std::nullopt
+                               : std::optional(static_cast<std::uint32_t>(found - list.begin()));
+}
+
+bool PluginInstrument::LoadProgram(std::uint32_t index) { return inside->LoadProgram(index); }
+
+bool PluginInstrument::TakeProgramChange() {
+    const Inside::Lock lock = inside->TakeControl();
+    return std::exchange(inside->programChanged, false);
+}
+
+bool PluginInstrument::SaveProgram(const std::string& id, const std::string& name) {
+    const std::filesystem::path folder =
+        inside->options.presetFolder ? *inside->options.presetFolder : host::PresetLibrary::UserFolder();
+    const std::filesystem::path file(id);
+    if (folder.empty() || id.empty() || file.filename() != file || id.front() == '.') {
+        inside->Say(fmt::format("'{}' is no name for a preset", host::Excerpt(id)));
+        return false;
+    }
+    try {
+        std::filesystem::create_directories(folder);
+        {
+            const Inside::Lock lock = inside->TakeControl();
+            host::Preset preset = inside->CurrentState().preset;
+            preset.name = name;
+            host::WritePreset(folder / (id + ".json"), preset, Catalog());
+            inside->program = id;
+        }
+        RefreshPrograms();
+        return true;
+    } catch (const std::exception& error) {
+        inside->Say(error.what());
+        return false;
+    }
+}
+
+} // namespace orphia::plugin

@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "plugin/core/PluginState.h"
+
+#include "host/common/Errors.h"
+#include "host/parameters/ParameterCatalog.h"
+#include "host/parameters/ParameterText.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <utility>
+
+namespace orphia::plugin {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using host::ParameterCatalog;
+
+constexpr const char* ownKey = "plugin";
+
+const ParameterCatalog& Catalog() { return ParameterCatalog::OfInstrument(); }
+
+Json ToJson(const Macro& macro, float position) {
+    Json targets = Json::array();
+    for (const MacroTarget& target : macro.targets) {
+        targets.push_back({{"parameter", Catalog().Parameters().at(target.id).name},
+                           {"from", target.from},
+                           {"to", target.to}});
+    }
+    return {{"name", macro.name}, {"position", position}, {"targets", targets}};
+}
+
+float Number(const Json& object, const char* key, float otherwise) {
+    const auto found = object.find(key);
+    const bool isNumber = found != object.end() && found->is_number();
+    return isNumber ? std::clamp(found->get<float>(), 0.0F, 1.0F) : otherwise;
+}
+
+std::string Text(const Json& object, const char* key) {
+    const auto found = object.find(key);
+    return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
+}
+
+void ReadMacro(const Json& json, std::size_t index, PluginState& state, std::vector<std::string>& warnings) {
+    Macro& macro = state.macros[index];
+    macro.name = Text(json, "name");
+    state.macroPositions[index] = Number(json, "position", 0.0F);
+    if (!json.contains("targets") || !json["targets"].is_array()) {
+        return;
+    }
+    for (const Json& target : json["targets"]) {
+        const std::string name = target.is_object() ? Text(target, "parameter") : std::string();
+        const host::ParameterInfo* info = Catalog().FindExact(name);
+        if (info != nullptr && info->IsSettable() && macro.targets.size() < Macro::mostTargets) {
+            macro.targets.push_back({info->id, Number(target, "from", 0.0F), Number(target, "to", 1.0F)});
+        } else {
+            warnings.push_back(
+                fmt::format("macro {} cannot move '{}' and leaves it", index + 1, host::Excerpt(name)));
+        }
+    }
+}
+
+void ReadOwn(const Json& own, PluginState& state, std::vector<std::string>& warnings) {
+    if (!own.is_object()) {
+        return;
+    }
+    const auto bypass = own.find("bypass");
+    state.isBypassed = bypass != own.end() && bypass->is_boolean() && bypass->get<bool>();
+    state.program = Text(own, "program");
+    const auto macros = own.find("macros");
+    for (std::size_t index = 0;
+         macros != own.end() && macros->is_array() && index < std::min(macros->size(), state.macros.size());
+         ++index) {
+        if ((*macros)[index].is_object()) {
+            ReadMacro((*macros)[index], index, state, warnings);
+        }
+    }
+}
+
+/// What this version cannot read in the text of a newer one is taken out, so that the rest counts.
+void KeepWhatIsKnown(Json& root, std::vector<std::string>& warnings) {
+    const auto version = root.find("version");
+    if (version == root.end() || !version->is_number_integer() || *version <= host::Preset::currentVersion) {
+        return;
+    }
+    warnings.push_back(
+        fmt::format("the state is of version {}, and this program knows {}; it takes what it knows",
+                    version->dump(), host::Preset::currentVersion));
+    *version = host::Preset::currentVersion;
+    Json& parameters = root["parameters"];
+    for (auto item = parameters.is_object() ? parameters.begin() : parameters.end();
+         item != parameters.end();) {
+        const host::ParameterInfo* info = Catalog().FindExact(item.key());
+        try {
+            if (info != nullptr) {
+                const Json& value = item.value();
+                host::ParseSetting(*info, value.is_string() ? value.get<std::string>() : value.dump());
+            }
+            ++item;
+        } catch (const host::UsageError& reason) {
+            warnings.emplace_back(reason.what());
+            item = parameters.erase(item);
+        }
+    }
+    Json* const samples = root.contains("samples") ? &root["samples"] : nullptr;
+    if (samples != nullptr && !samples->is_object()) {
+        root.erase("samples");
+    }
+}
+
+void MapPaths(Json& root, const PathMapping& mapping) {
+    if (!mapping.toFile || !root.contains("samples") || !root["samples"].is_object()) {
+        return;
+    }
+    for (Json& path : root["samples"]) {
+        if (path.is_string()) {
+            path = mapping.toFile(path.get<std::string>()).generic_string();
+        }
+    }
+}
+
+} // namespace
+
+std::string FormatState(const PluginState& state, const PathMapping& mapping) {
+    host::Preset preset = state.preset;
+    if (mapping.toState && preset.samples) {
+        for (auto& [sample, path] : *preset.samples) {
+            path = mapping.toState(path);
+        }
+    }
+    Json root = Json::parse(host::FormatPreset(preset, Catalog()));
+    Json macros = Json::array();
+    for (std::size_t index = 0; index < state.macros.size(); ++index) {
+        macros.push_back(ToJson(state.macros[index], state.macroPositions[index]));
+    }
+    root[ownKey] = {{"version", PluginState::currentVersion},
+                    {"program", state.program},
+                    {"bypass", state.isBypassed},
+                    {"macros", macros}};
+    return root.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
+PluginState ParseState(std::string_view text, std::vector<std::string>& warnings,
+                       const PathMapping& mapping) {
+    PluginState state;
+    Json root = Json::parse(text.begin(), text.end(), nullptr, false);
+    if (!root.is_object()) {
+        // It tells where and why.
+        state.preset = host::ParsePreset(text, Catalog(), warnings);
+        return state;
+    }
+    KeepWhatIsKnown(root, warnings);
+    MapPaths(root, mapping);
+    state.preset =
+        host::ParsePreset(root.dump(-1, ' ', false, Json::error_handler_t::replace), Catalog(), warnings);
+    if (root.contains(ownKey)) {
+        ReadOwn(root[ownKey], state, warnings);
+    }
+    return state;
+}
+
+} // namespace orphia::plugin

@@ -1,0 +1,284 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "plugin/core/Stage.h"
+
+#include "host/parameters/ParameterText.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+namespace orphia::plugin {
+
+namespace {
+
+using Scale = host::ParameterSetting::Scale;
+
+constexpr double fadeSeconds = 0.02;
+constexpr unsigned controllerKind = 0xB0;
+constexpr unsigned programKind = 0xC0;
+constexpr std::uint8_t bankHigh = 0;
+constexpr std::uint8_t bankLow = 32;
+/// Parameters that one block looks after: all within a twentieth of a second.
+constexpr std::uint32_t watchedPerBlock = 4;
+/// As long as there is no instrument.
+constexpr std::uint32_t anyBlock = 44;
+
+} // namespace
+
+Stage::Stage(ParameterExchange& between)
+    : exchange(between), assigned(new Macros), placeInListed(PluginParameters::Get().EngineCount()) {
+    for (const PluginParameter& parameter : PluginParameters::Get().All()) {
+        if (parameter.id < placeInListed.size()) {
+            listed.push_back(parameter.id);
+            placeInListed[parameter.id] = static_cast<std::uint32_t>(listed.size());
+        }
+    }
+    seen.resize(listed.size());
+}
+
+Stage::~Stage() {
+    delete current;
+    delete leaving;
+    delete assigned;
+}
+
+void Stage::Place(std::unique_ptr<Seat> seat) {
+    delete current;
+    delete leaving;
+    leaving = nullptr;
+    current = seat.release();
+    snapshot = current->instrument.TakeSnapshot();
+    hasSounded = false;
+    for (std::uint32_t place = 0; place < listed.size(); ++place) {
+        See(place);
+    }
+}
+
+void Stage::Restart() {
+    EndFade();
+    if (current != nullptr) {
+        current->instrument.Reset();
+    }
+    hasSounded = false;
+    callStart = blockStart = 0;
+    callFrames = 0;
+}
+
+void Stage::Begin(const host::Transport* transport, std::uint32_t frames) {
+    callStart += callFrames;
+    callFrames = frames;
+    hasTransport = transport != nullptr;
+    given = hasTransport ? *transport : given;
+    if (callStart == blockStart) {
+        latched = given;
+    }
+    current->instrument.SetOffline(isOffline.load(std::memory_order_relaxed));
+    Adopt();
+    TakeWishes();
+}
+
+host::Transport Stage::TransportAt(std::int64_t frames) const {
+    host::Transport then = given;
+    if (then.isPlaying) {
+        then.beat += static_cast<double>(frames) / current->instrument.SampleRate() * then.tempo / 60.0;
+    }
+    return then;
+}
+
+void Stage::Adopt() {
+    if (leaving != nullptr) {
+        return;
+    }
+    Seat* const next = seats.Take();
+    if (next == nullptr) {
+        return;
+    }
+    next->instrument.SetTransport(current->instrument.CurrentTransport());
+    next->instrument.SetOffline(isOffline.load(std::memory_order_relaxed));
+    leaving = std::exchange(current, next);
+    fadeFrames = std::max(1U, static_cast<std::uint32_t>(fadeSeconds * current->instrument.SampleRate()));
+    fadeDone = 0;
+    for (std::uint32_t place = 0; place < listed.size(); ++place) {
+        See(place);
+    }
+    if (!hasSounded) {
+        EndFade();
+    }
+}
+
+void Stage::Settle() {
+    if (seats.IsOffered()) {
+        EndFade();
+        Adopt();
+    }
+    TakeWishes();
+}
+
+void Stage::EndFade() {
+    if (leaving != nullptr) {
+        seats.Retire(std::exchange(leaving, nullptr));
+    }
+}
+
+void Stage::TakeWishes() {
+    if (macros.IsOffered()) {
+        if (Macros* const next = macros.Take()) {
+            macros.Retire(std::exchange(assigned, next));
+        }
+    }
+    if (current == nullptr) {
+        return;
+    }
+    exchange.TakeWishes(current->generation, [this](std::uint32_t index, float position) {
+        if (index < placeInListed.size()) {
+            SetEngine(index, position);
+        } else if (index < exchange.Count() - 1) {
+            MoveMacro(index - static_cast<std::uint32_t>(placeInListed.size()), position);
+        }
+    });
+    if (endsNotes.load(std::memory_order_relaxed) && endsNotes.exchange(false)) {
+        current->instrument.AllNotesOff();
+    }
+}
+
+void Stage::ServeSnapshot() {
+    if (snapshotState.load(std::memory_order_acquire) == Asked && !seats.IsOffered()) {
+        current->instrument.TakeSnapshot(snapshot);
+        snapshotState.store(Served, std::memory_order_release);
+    }
+}
+
+std::uint32_t Stage::FramesPerBlock() const {
+    return current != nullptr ? current->instrument.FramesPerBlock() : anyBlock;
+}
+
+std::uint32_t Stage::LatencyFrames() const {
+    return current != nullptr ? current->instrument.LatencyFrames() : 0;
+}
+
+bool Stage::SelectBank(const host::MidiMessage& message) {
+    if (message.Kind() == programKind) {
+        wantedProgram.store((bank[0] << 7U | bank[1]) << 7U | (message.data1 & 0x7F),
+                            std::memory_order_release);
+        return true;
+    }
+    if (message.Kind() == controllerKind && (message.data1 == bankHigh || message.data1 == bankLow)) {
+        bank[message.data1 == bankHigh ? 0 : 1] = message.data2 & 0x7FU;
+        return true;
+    }
+    return false;
+}
+
+bool Stage::Send(const host::MidiMessage& message) {
+    return SelectBank(message) || current->instrument.Send(message);
+}
+
+void Stage::Set(const host::ParameterSetting& setting) {
+    const std::uint32_t index = exchange.IndexOf(setting.id);
+    if (!std::isfinite(setting.number) || index == exchange.Count()) {
+        return;
+    }
+    const bool isEngines = setting.id < placeInListed.size();
+    const float position = isEngines ? host::PositionOf(current->instrument.Catalog(), setting)
+                                     : std::clamp(setting.number, 0.0F, 1.0F);
+    exchange.Show(index, position);
+    if (isEngines) {
+        SetEngine(setting.id, position);
+    } else if (setting.id != PluginParameters::bypass) {
+        MoveMacro(setting.id - PluginParameters::firstMacro, position);
+    }
+}
+
+void Stage::SetEngine(std::uint32_t id, float position) {
+    current->instrument.Set({id, Scale::Position, position});
+    if (const std::uint32_t place = placeInListed[id]; place > 0) {
+        See(place - 1);
+    }
+}
+
+void Stage::MoveMacro(std::uint32_t macro, float position) {
+    for (const MacroTarget& target : (*assigned)[macro].targets) {
+        const float there = target.At(position);
+        SetEngine(target.id, there);
+        exchange.Show(target.id, there);
+        exchange.Tell(target.id);
+    }
+}
+
+void Stage::See(std::uint32_t place) { seen[place] = current->instrument.Position(listed[place]); }
+
+/// Messages and other parameters move some of them, which a host wants to know.
+void Stage::WatchListed() {
+    if (seats.IsOffered()) {
+        return;
+    }
+    for (std::uint32_t n = 0; n < watchedPerBlock; ++n) {
+        nextWatched = (nextWatched + 1) % static_cast<std::uint32_t>(listed.size());
+        const std::uint32_t id = listed[nextWatched];
+        const float before = seen[nextWatched];
+        See(nextWatched);
+        if (seen[nextWatched] != before && !exchange.IsWanted(id)) {
+            exchange.Show(id, seen[nextWatched]);
+            exchange.Tell(id);
+        }
+    }
+}
+
+void Stage::ProcessBlock(const float* const* voice, std::uint32_t channels, float* const* output) {
+    if (isOffline.load(std::memory_order_relaxed) && wantedProgram.load(std::memory_order_relaxed) >= 0) {
+        loadProgramNow();
+    }
+    Adopt();
+    TakeWishes();
+    host::Instrument& instrument = current->instrument;
+    if (hasTransport) {
+        instrument.SetTransport(latched);
+    }
+    instrument.ProcessBlock(voice, channels, output);
+    if (leaving != nullptr) {
+        FadeOver(voice, channels, output);
+    }
+    hasSounded = true;
+    blockStart += instrument.FramesPerBlock();
+    if (blockStart < callStart + callFrames) {
+        latched = TransportAt(static_cast<std::int64_t>(blockStart - callStart));
+    }
+    WatchListed();
+    ServeSnapshot();
+    PublishMeters();
+}
+
+void Stage::FadeOver(const float* const* voice, std::uint32_t channels, float* const* output) {
+    const std::array<float*, 2> old{rest[0].data(), rest[1].data()};
+    leaving->instrument.ProcessBlock(voice, channels, old.data());
+    const std::uint32_t frames = current->instrument.FramesPerBlock();
+    for (std::uint32_t n = 0; n < frames; ++n) {
+        fadeDone = std::min(fadeDone + 1, fadeFrames);
+        const float share = static_cast<float>(fadeFrames - fadeDone) / static_cast<float>(fadeFrames);
+        for (std::size_t side = 0; side < rest.size(); ++side) {
+            output[side][n] += share * (rest[side][n] - output[side][n]);
+        }
+    }
+    if (fadeDone == fadeFrames) {
+        EndFade();
+    }
+}
+
+void Stage::PublishMeters() {
+    const auto readings = std::bit_cast<std::array<float, meterCount>>(current->instrument.TakeMeters());
+    for (std::size_t n = 0; n < meterCount; ++n) {
+        if (readings[n] > meters[n].load(std::memory_order_relaxed)) {
+            meters[n].store(readings[n], std::memory_order_relaxed);
+        }
+    }
+}
+
+host::MeterReading Stage::TakeMeters() {
+    std::array<float, meterCount> readings{};
+    for (std::size_t n = 0; n < meterCount; ++n) {
+        readings[n] = meters[n].exchange(0.0F, std::memory_order_relaxed);
+    }
+    return std::bit_cast<host::MeterReading>(readings);
+}
+
+} // namespace orphia::plugin
