@@ -5,6 +5,8 @@
 #include "rigs/TestFiles.h"
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -16,17 +18,19 @@ using plugin::PluginInstrument;
 
 constexpr double pluginRate = 48000.0;
 
-inline std::unique_ptr<PluginInstrument> Plugin(const std::filesystem::path& presets = {},
-                                                PluginInstrument::Kind kind = PluginInstrument::Kind::Instrument) {
-    return std::make_unique<PluginInstrument>(PluginInstrument::Options{kind, ORPHIA_ENGINE_LIBRARY, presets, 1});
+inline std::unique_ptr<PluginInstrument>
+Plugin(const std::filesystem::path& presets = {},
+       PluginInstrument::Kind kind = PluginInstrument::Kind::Instrument) {
+    return std::make_unique<PluginInstrument>(
+        PluginInstrument::Options{kind, ORPHIA_ENGINE_LIBRARY, presets, 1});
 }
 
-/// What a host plays, in time; the voice is plain speech.
+/// What a host plays, in time; the voice is plain speech. The beat jumps back where a loop ends.
 struct PluginSong {
     std::vector<host::TimedEvent> events;
     std::size_t frames = 24000;
-    Sound voice = Syllables(1.0, 48000);
-    bool hasVoice = true;
+    Sound voice = Syllables(0.5, 48000);
+    std::size_t loop = 10000;
 };
 
 inline PluginSong Notes() {
@@ -37,37 +41,51 @@ inline PluginSong Notes() {
     return song;
 }
 
-/// From frame `from` on, in blocks of lengths that are asked for; interleaved.
+/// In blocks of lengths that are asked for, in place; interleaved. A call without frames gets the events of
+/// the frame that follows.
 inline std::vector<float> Play(PluginInstrument& plugin, const PluginSong& song,
-                               const std::function<std::size_t()>& nextLength, std::size_t from = 0) {
-    std::vector<float> left(song.frames), right(song.frames), result;
-    for (std::size_t n = 0; n < song.frames; ++n) {
-        left[n] = song.voice.samples[2 * (n % song.voice.Frames())];
-        right[n] = song.voice.samples[2 * (n % song.voice.Frames()) + 1];
+                               const std::function<std::size_t()>& nextLength) {
+    std::array<std::vector<float>, 2> sides{std::vector<float>(song.frames), std::vector<float>(song.frames)};
+    for (std::size_t n = 0; n < 2 * std::min(song.frames, song.voice.Frames()); ++n) {
+        sides[n % 2][n / 2] = song.voice.samples[n];
     }
-    for (std::size_t at = from; at < song.frames;) {
-        const std::size_t count = std::min(nextLength(), song.frames - at);
+    std::size_t next = 0;
+    for (std::size_t at = 0; at < song.frames;) {
+        const std::size_t untilLoop = song.loop - at % song.loop;
+        const std::size_t count = std::min({nextLength(), song.frames - at, untilLoop});
         std::vector<host::TimedEvent> events;
-        for (const host::TimedEvent& event : song.events) {
-            if (event.frame >= at && event.frame < at + std::max<std::size_t>(count, 1)) {
-                events.push_back({static_cast<std::uint32_t>(event.frame - at), event.what});
-            }
+        while (next < song.events.size() && song.events[next].frame < at + std::max<std::size_t>(count, 1)) {
+            events.push_back(song.events[next++]);
+            events.back().frame -= static_cast<std::uint32_t>(at);
         }
-        // A call without frames takes the events of the frame that follows; they must not come twice.
-        std::vector<host::TimedEvent> none;
-        float* const sound[] = {left.data() + at, right.data() + at};
-        plugin.Process({sound, song.hasVoice ? 2U : 0U, sound, static_cast<std::uint32_t>(count),
-                        count == 0 ? none : events, nullptr});
+        float* const sound[] = {sides[0].data() + at, sides[1].data() + at};
+        const host::Transport transport{120.0, static_cast<double>(at % song.loop) / 24000.0, true};
+        plugin.Process({sound, 2, sound, static_cast<std::uint32_t>(count), events, &transport});
         at += count;
     }
-    for (std::size_t n = from; n < song.frames; ++n) {
-        result.insert(result.end(), {left[n], right[n]});
+    std::vector<float> result;
+    for (std::size_t n = 0; n < 2 * song.frames; ++n) {
+        result.push_back(sides[n % 2][n / 2]);
     }
     return result;
 }
 
 inline std::vector<float> Play(PluginInstrument& plugin, const PluginSong& song, std::size_t block = 64) {
     return Play(plugin, song, [block] { return block; });
+}
+
+inline std::vector<float> Play(PluginInstrument& plugin, std::size_t frames) {
+    PluginSong song;
+    song.frames = frames;
+    return Play(plugin, song);
+}
+
+inline std::uint32_t IdOf(std::string_view name) {
+    return host::ParameterCatalog::OfInstrument().Find(name).id;
+}
+
+inline host::TimedEvent Turn(std::uint32_t frame, std::uint32_t id, float position) {
+    return {frame, host::ParameterSetting{id, host::ParameterSetting::Scale::Position, position}};
 }
 
 inline float Loudest(const std::vector<float>& sound) {
