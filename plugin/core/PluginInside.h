@@ -7,6 +7,7 @@
 #include "plugin/core/Stage.h"
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -71,6 +72,7 @@ struct PluginInstrument::Inside {
     PluginState Unbuilt() const;
     PluginState CurrentState();
     void WaitForSnapshot();
+    std::chrono::nanoseconds LongestPause() const;
 
     /// Who works on the stage: a message thread only while the audio thread has not come for long.
     enum Holder : int { Nobody, AudioThread, MessageThread };
@@ -87,8 +89,9 @@ struct PluginInstrument::Inside {
 
     std::atomic<bool> isActive{false};
     std::atomic<int> holder{Nobody};
-    /// When the audio thread should have come again, in nanoseconds of the steady clock.
-    std::atomic<std::int64_t> due{0};
+    /// Of Process, since Activate, and how many frames the last one had.
+    std::atomic<std::uint64_t> calls{0};
+    std::atomic<std::uint32_t> lastFrames{0};
     std::atomic<std::uint32_t> latency{0};
     std::atomic<int> wantedBypass{-1};
     /// The audio thread while it loads offline.

@@ -20,10 +20,6 @@ constexpr std::chrono::milliseconds loaderPause{50};
 constexpr std::size_t mostEvents = 8192;
 constexpr std::size_t mostMessages = 200;
 
-std::int64_t Now() {
-    return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
-}
-
 const host::ParameterCatalog& Catalog() { return host::ParameterCatalog::OfInstrument(); }
 
 } // namespace
@@ -100,7 +96,7 @@ void PluginInstrument::Inside::Activate(std::uint32_t sampleRate) {
         dry.SetBypassed(IsBypassed());
         dry.Restart(rate);
         kept.clear();
-        due = 0;
+        calls = 0;
         isActive = true;
     }
     StartLoader();
@@ -285,15 +281,30 @@ PluginState PluginInstrument::Inside::CurrentState() {
     return state;
 }
 
-/// The audio thread takes one with its next block. When it has not come for long, nothing sounds, and this
+/// Between two calls of the audio thread that is at work; none when it has not begun.
+std::chrono::nanoseconds PluginInstrument::Inside::LongestPause() const {
+    if (!isActive || calls.load(std::memory_order_relaxed) == 0) {
+        return std::chrono::nanoseconds(0);
+    }
+    const double seconds = 0.02 + 2.0 * lastFrames.load(std::memory_order_relaxed) / rate;
+    return std::chrono::nanoseconds(static_cast<std::int64_t>(1e9 * seconds));
+}
+
+/// The audio thread takes one with its next block. When it does not come for long, nothing sounds, and this
 /// thread stands in for it.
 void PluginInstrument::Inside::WaitForSnapshot() {
+    using Clock = std::chrono::steady_clock;
     stage.AskForSnapshot();
-    while (!stage.HasSnapshot()) {
+    std::uint64_t lastCall = calls.load(std::memory_order_relaxed);
+    for (Clock::time_point last = Clock::now(); !stage.HasSnapshot();) {
         stage.seats.Collect();
         stage.macros.Collect();
+        if (const std::uint64_t call = calls.load(std::memory_order_relaxed); call != lastCall) {
+            lastCall = call;
+            last = Clock::now();
+        }
         int nobody = Nobody;
-        const bool rests = !isActive || Now() > due.load(std::memory_order_relaxed);
+        const bool rests = Clock::now() - last >= LongestPause();
         if (rests && holder.compare_exchange_strong(nobody, MessageThread, std::memory_order_acquire)) {
             stage.Settle();
             stage.ServeSnapshot();

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <variant>
 
 namespace orphia::plugin {
@@ -12,10 +11,6 @@ namespace orphia::plugin {
 namespace {
 
 constexpr std::size_t mostEvents = 8192;
-
-std::int64_t Now() {
-    return std::chrono::steady_clock::now().time_since_epoch() / std::chrono::nanoseconds(1);
-}
 
 } // namespace
 
@@ -44,9 +39,8 @@ void PluginInstrument::Inside::Process(const PluginBlock& block) {
         ProcessPiece(block, start, std::min(block.frames - start, DryPath::mostFrames));
     }
     latency.store(adapter.Latency(), std::memory_order_relaxed);
-    constexpr std::int64_t second = 1'000'000'000;
-    due.store(Now() + second / 50 + 2 * second * block.frames / std::max(rate, 1U),
-              std::memory_order_relaxed);
+    lastFrames.store(block.frames, std::memory_order_relaxed);
+    calls.fetch_add(1, std::memory_order_relaxed);
     holder.store(Nobody, std::memory_order_release);
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/parameters/ParameterText.h"
 #include "plugin/core/PluginInstrument.h"
 #include "rigs/TestFiles.h"
 
@@ -86,6 +87,58 @@ inline std::uint32_t IdOf(std::string_view name) {
 
 inline host::TimedEvent Turn(std::uint32_t frame, std::uint32_t id, float position) {
     return {frame, host::ParameterSetting{id, host::ParameterSetting::Scale::Position, position}};
+}
+
+/// Notes, a macro, a bypass and parameters that move; a gate and an echo that follow the beat.
+inline PluginSong BusySong() {
+    PluginSong song = Notes();
+    song.events = {{0, host::MidiMessage{0x90, 48, 100}},
+                   {777, host::MidiMessage{0x90, 55, 90}},
+                   Turn(3001, IdOf("BodeVocoder_SynthesizerFilterBank_Shift"), 0.7F),
+                   Turn(5000, plugin::PluginParameters::firstMacro + 2, 0.4F),
+                   {6000, host::MidiMessage{0xB0, 1, 90}},
+                   Turn(8001, plugin::PluginParameters::bypass, 1.0F),
+                   Turn(11113, plugin::PluginParameters::bypass, 0.0F),
+                   {12345, host::MidiMessage{0x80, 48, 0}}};
+    return song;
+}
+
+inline std::unique_ptr<PluginInstrument> Busy(PluginInstrument::Kind kind) {
+    auto made = Plugin({}, kind);
+    made->AssignMacro(2,
+                      {"Dark", {{IdOf("FX1_Delay_Feedback"), 0.2F, 0.9F}, {IdOf("Osc1Shape"), 1.0F, 0.0F}}});
+    for (const char* const each :
+         {"FX1_ModuleType=delay", "FX1_Delay_TempoSync=on", "FX1_Delay_DryWet=0.5"}) {
+        made->Set(host::ParseAssignment(host::ParameterCatalog::OfInstrument(), each));
+    }
+    made->Activate(pluginRate);
+    return made;
+}
+
+/// Calls f(process) for calls in which something of all happens: f runs it under whatever it watches with.
+template <class F>
+void WhateverIsGoingOn(F&& f) {
+    auto made = Busy(PluginInstrument::Kind::Effect);
+    const std::string state = made->SaveState();
+    std::array<std::vector<float>, 2> sides{std::vector<float>(9000), std::vector<float>(9000)};
+    float* const sound[] = {sides[0].data(), sides[1].data()};
+    for (unsigned round = 0; round < 60; ++round) {
+        PluginSong song = BusySong();
+        song.events.push_back({20000, host::MidiMessage{0xC0, static_cast<std::uint8_t>(round % 20), 0}});
+        made->SetPosition(plugin::PluginParameters::firstMacro + 2, static_cast<float>(round % 7) / 7.0F);
+        if (round % 10 == 5) {
+            made->LoadState(state);
+            made->AssignMacro(round % 16, {});
+        }
+        constexpr std::uint32_t lengths[] = {0, 1, 64, 500, 9000};
+        const plugin::PluginBlock block{sound, round % 3, sound, lengths[round % 5], song.events, nullptr};
+        f([&] {
+            made->Process(block);
+            if (round == 30) {
+                made->Reset();
+            }
+        });
+    }
 }
 
 inline float Loudest(const std::vector<float>& sound) {

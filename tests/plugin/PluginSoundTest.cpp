@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "PluginRig.h"
 #include "host/midi/MidiFile.h"
-#include "host/parameters/ParameterText.h"
 #include "rigs/AllocationCounter.h"
 #include "rigs/MidiSong.h"
 
@@ -17,32 +16,6 @@ namespace {
 
 using plugin::PluginParameters;
 using Kind = PluginInstrument::Kind;
-
-/// Notes, a macro, a bypass and parameters that move; a gate and an echo that follow the beat.
-PluginSong BusySong() {
-    PluginSong song = Notes();
-    song.events = {{0, host::MidiMessage{0x90, 48, 100}},
-                   {777, host::MidiMessage{0x90, 55, 90}},
-                   Turn(3001, IdOf("BodeVocoder_SynthesizerFilterBank_Shift"), 0.7F),
-                   Turn(5000, PluginParameters::firstMacro + 2, 0.4F),
-                   {6000, host::MidiMessage{0xB0, 1, 90}},
-                   Turn(8001, PluginParameters::bypass, 1.0F),
-                   Turn(11113, PluginParameters::bypass, 0.0F),
-                   {12345, host::MidiMessage{0x80, 48, 0}}};
-    return song;
-}
-
-std::unique_ptr<PluginInstrument> Busy(Kind kind) {
-    auto plugin = Plugin({}, kind);
-    plugin->AssignMacro(
-        2, {"Dark", {{IdOf("FX1_Delay_Feedback"), 0.2F, 0.9F}, {IdOf("Osc1Shape"), 1.0F, 0.0F}}});
-    for (const char* const each :
-         {"FX1_ModuleType=delay", "FX1_Delay_TempoSync=on", "FX1_Delay_DryWet=0.5"}) {
-        plugin->Set(host::ParseAssignment(host::ParameterCatalog::OfInstrument(), each));
-    }
-    plugin->Activate(pluginRate);
-    return plugin;
-}
 
 TEST(PluginSound, IsTheSameToTheBitInBlocksOfAnySize) {
     for (const Kind kind : {Kind::Instrument, Kind::Effect}) {
@@ -148,26 +121,11 @@ TEST(PluginSound, EqualsWhatTheCommandRendersAsSoonAsTheLatencyIsOver) {
 #endif
 
 TEST(PluginSound, TheAudioThreadAllocatesNothingWhateverIsGoingOn) {
-    auto plugin = Busy(Kind::Effect);
-    const std::string state = plugin->SaveState();
-    std::array<std::vector<float>, 2> sides{std::vector<float>(9000), std::vector<float>(9000)};
-    float* const sound[] = {sides[0].data(), sides[1].data()};
-    for (unsigned round = 0; round < 60; ++round) {
-        PluginSong song = BusySong();
-        song.events.push_back({20000, host::MidiMessage{0xC0, static_cast<std::uint8_t>(round % 20), 0}});
-        plugin->SetPosition(PluginParameters::firstMacro + 2, static_cast<float>(round % 7) / 7.0F);
-        if (round % 10 == 5) {
-            ASSERT_TRUE(plugin->LoadState(state));
-            plugin->AssignMacro(round % 16, {});
-        }
-        const std::uint32_t lengths[] = {0, 1, 64, 500, 9000};
+    WhateverIsGoingOn([](const auto& process) {
         const orphia_reference::AllocationCounter counter;
-        plugin->Process({sound, round % 3, sound, lengths[round % 5], song.events, nullptr});
-        if (round == 30) {
-            plugin->Reset();
-        }
-        ASSERT_EQ(counter.Count(), 0U) << round;
-    }
+        process();
+        EXPECT_EQ(counter.Count(), 0U);
+    });
 }
 
 std::size_t ThreadCount() {
