@@ -56,7 +56,7 @@ struct PluginInstrument::Inside {
     void StartLoader();
     void StopLoader();
     void LoadWantedProgram();
-    bool Load(PluginState state);
+    bool Load(const PluginState& state);
     bool LoadProgram(std::uint32_t index);
     std::unique_ptr<Seat> Build(const PluginState& state, std::uint32_t sampleRate, std::uint32_t generation);
 

@@ -38,7 +38,7 @@ PluginInstrument::Inside::Inside(const Options& given)
     PluginState state;
     state.preset = host::DefaultPreset(Catalog());
     state.program = programs->programs.front().id;
-    Load(std::move(state));
+    Load(state);
     exchange.TakeTold([](std::uint32_t) {});
 }
 
@@ -144,7 +144,7 @@ std::unique_ptr<Seat> PluginInstrument::Inside::Build(const PluginState& state, 
     }
 }
 
-bool PluginInstrument::Inside::Load(PluginState state) {
+bool PluginInstrument::Inside::Load(const PluginState& state) {
     std::uint32_t generation = 0;
     std::uint32_t builtRate = 0;
     {

@@ -74,7 +74,7 @@ bool PluginInstrument::Inside::LoadProgram(std::uint32_t index) {
     }
     std::for_each(warnings.begin(), warnings.end(), [this](const std::string& each) { Say(each); });
     state.program = list->programs[index].id;
-    return Load(std::move(state));
+    return Load(state);
 }
 
 /// Those that came by a message, on the loader's thread.
@@ -109,10 +109,10 @@ std::string PluginInstrument::SaveState(const PathMapping& mapping) {
 bool PluginInstrument::LoadState(std::string_view text, const PathMapping& mapping) {
     std::vector<std::string> warnings;
     try {
-        PluginState state = ParseState(text, warnings, mapping);
+        const PluginState state = ParseState(text, warnings, mapping);
         std::for_each(warnings.begin(), warnings.end(),
                       [this](const std::string& each) { inside->Say(each); });
-        return inside->Load(std::move(state));
+        return inside->Load(state);
     } catch (const std::exception& error) {
         inside->Say(error.what());
         return false;
@@ -143,7 +143,7 @@ bool PluginInstrument::LoadSample(std::uint32_t sample, const std::filesystem::p
     } else {
         (*state.preset.samples)[sample] = Whole(path);
     }
-    inside->Load(std::move(state));
+    inside->Load(state);
     const Inside::Lock lock = inside->TakeControl();
     return path.empty() ||
            (inside->newestSeat != nullptr && inside->newestSeat->instrument.HasSample(sample));
