@@ -32,7 +32,11 @@ public:
         shown[index].store(position, std::memory_order_relaxed);
     }
     /// Moved by something else than the host.
-    void Tell(std::uint32_t index) { Mark(told, index); }
+    void Tell(std::uint32_t index) {
+        Mark(told, index);
+        hasTold.store(true, std::memory_order_release);
+    }
+    bool HasTold() const { return hasTold.load(std::memory_order_relaxed); }
 
     // ---- Message threads
 
@@ -79,6 +83,7 @@ private:
     Marks wished;
     Marks told;
     std::atomic<bool> hasWishes{false};
+    std::atomic<bool> hasTold{false};
 };
 
 template <class F>
@@ -95,6 +100,7 @@ void ParameterExchange::LookAtWishes(std::uint32_t generation, F&& f) const {
 
 template <class F>
 void ParameterExchange::TakeTold(F&& f) {
+    hasTold.store(false, std::memory_order_relaxed);
     for (std::uint32_t word = 0; word < told.size(); ++word) {
         ForEachBit(told[word].exchange(0, std::memory_order_acquire), word * bits, f);
     }

@@ -109,8 +109,8 @@ struct PluginInstrument::Inside {
     Stage::Macros macros;
     Seat* newestSeat = nullptr;
     std::shared_ptr<const ProgramList> programs;
-    bool programChanged = false;
-    std::uint32_t toldLatency = 0;
+    std::atomic<bool> programChanged{false};
+    std::atomic<std::uint32_t> toldLatency{0};
 
     std::mutex messagesLock;
     std::vector<std::string> messages;

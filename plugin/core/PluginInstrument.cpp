@@ -49,7 +49,7 @@ std::uint32_t PluginInstrument::LatencyFrames() const { return inside->latency; 
 bool PluginInstrument::TakeLatencyChange() {
     const Inside::Lock lock = inside->TakeControl();
     const std::uint32_t now = inside->latency;
-    return std::exchange(inside->toldLatency, now) != now;
+    return inside->toldLatency.exchange(now) != now;
 }
 
 float PluginInstrument::Position(std::uint32_t id) const {
@@ -76,6 +76,10 @@ void PluginInstrument::Set(const host::ParameterSetting& setting) {
 }
 
 void PluginInstrument::AllNotesOff() { inside->stage.endsNotes = true; }
+
+bool PluginInstrument::HasNews() const {
+    return inside->exchange.HasTold() || inside->programChanged || inside->toldLatency != inside->latency;
+}
 
 std::vector<std::uint32_t> PluginInstrument::TakeChangedParameters() {
     std::vector<std::uint32_t> changed;

@@ -103,6 +103,8 @@ public:
     }
     /// Releases all notes with the next block.
     void AllNotesOff();
+    /// One of TakeChangedParameters, TakeLatencyChange and TakeProgramChange has something to tell.
+    bool HasNews() const;
 
     // ---- Message threads, at any time
 

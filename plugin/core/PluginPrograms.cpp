@@ -177,7 +177,7 @@ bool PluginInstrument::LoadProgram(std::uint32_t index) { return inside->LoadPro
 
 bool PluginInstrument::TakeProgramChange() {
     const Inside::Lock lock = inside->TakeControl();
-    return std::exchange(inside->programChanged, false);
+    return inside->programChanged.exchange(false);
 }
 
 bool PluginInstrument::SaveProgram(const std::string& id, const std::string& name) {

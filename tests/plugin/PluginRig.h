@@ -32,6 +32,7 @@ struct PluginSong {
     std::size_t frames = 24000;
     Sound voice = Syllables(0.5, 48000);
     std::size_t loop = 10000;
+    bool hasTransport = true;
 };
 
 inline PluginSong Notes() {
@@ -61,7 +62,7 @@ inline std::vector<float> Play(PluginInstrument& plugin, const PluginSong& song,
         }
         float* const sound[] = {sides[0].data() + at, sides[1].data() + at};
         const host::Transport transport{120.0, static_cast<double>(at % song.loop) / 24000.0, true};
-        plugin.Process({sound, 2, sound, static_cast<std::uint32_t>(count), events, &transport});
+        plugin.Process({sound, 2, sound, static_cast<std::uint32_t>(count), events, song.hasTransport ? &transport : nullptr});
         at += count;
     }
     std::vector<float> result;

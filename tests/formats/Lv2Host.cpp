@@ -1,0 +1,182 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "FormatRig.h"
+
+#include <lilv/lilv.h>
+#include <lv2/atom/atom.h>
+#include <lv2/atom/util.h>
+#include <lv2/buf-size/buf-size.h>
+#include <lv2/midi/midi.h>
+#include <lv2/options/options.h>
+#include <lv2/state/state.h>
+#include <lv2/urid/urid.h>
+#include <lv2/worker/worker.h>
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <stdexcept>
+
+namespace orphia::test {
+
+namespace {
+
+/// Words for numbers, the same for all plug-ins.
+struct Words {
+    std::map<std::string, LV2_URID> numbers;
+    std::map<LV2_URID, std::string> words;
+    LV2_URID_Map map{this,
+                     [](void* self, const char* uri) { return static_cast<Words*>(self)->Number(uri); }};
+    LV2_URID_Unmap unmap{
+        this, [](void* self, LV2_URID number) { return static_cast<Words*>(self)->words[number].c_str(); }};
+
+    LV2_URID Number(const std::string& word) {
+        const auto [found, isNew] = numbers.try_emplace(word, static_cast<LV2_URID>(numbers.size() + 1));
+        words[found->second] = word;
+        return found->second;
+    }
+};
+
+class Lv2Plugin final : public HostedPlugin {
+public:
+    explicit Lv2Plugin(const std::string& uri) : world(lilv_world_new()) {
+        setenv("LV2_PATH", ORPHIA_BUNDLES "/lv2:/usr/lib/lv2", 1);
+        lilv_world_load_all(world);
+        LilvNode* const node = lilv_new_uri(world, uri.c_str());
+        plugin = lilv_plugins_get_by_uri(lilv_world_get_all_plugins(world), node);
+        lilv_node_free(node);
+        if (plugin == nullptr) {
+            throw std::runtime_error(uri + " is not there");
+        }
+        controls.resize(lilv_plugin_get_num_ports(plugin));
+        lilv_plugin_get_port_ranges_float(plugin, nullptr, nullptr, controls.data());
+    }
+    ~Lv2Plugin() override {
+        if (instance != nullptr) {
+            lilv_instance_deactivate(instance);
+            lilv_instance_free(instance);
+        }
+        lilv_world_free(world);
+    }
+
+    void Activate(double rate) override {
+        const LV2_Options_Option options[] = {
+            {LV2_OPTIONS_INSTANCE, 0, words.Number(LV2_BUF_SIZE__maxBlockLength), sizeof(std::int32_t),
+             words.Number(LV2_ATOM__Int), &longestBlock},
+            {LV2_OPTIONS_INSTANCE, 0, 0, 0, 0, nullptr}};
+        LV2_Worker_Schedule schedule{nullptr, [](LV2_Worker_Schedule_Handle, std::uint32_t, const void*) {
+                                         return LV2_WORKER_SUCCESS;
+                                     }};
+        const LV2_Feature features[] = {{LV2_URID__map, &words.map},
+                                        {LV2_OPTIONS__options, const_cast<LV2_Options_Option*>(options)},
+                                        {LV2_WORKER__schedule, &schedule}};
+        const LV2_Feature* const list[] = {&features[0], &features[1], &features[2], nullptr};
+        instance = lilv_plugin_instantiate(plugin, rate, list);
+        for (std::uint32_t port = 0; port < controls.size(); ++port) {
+            lilv_instance_connect_port(instance, port, &controls[port]);
+        }
+        lilv_instance_connect_port(instance, eventsIn, &in);
+        lilv_instance_connect_port(instance, eventsOut, &out);
+        lilv_instance_activate(instance);
+    }
+
+    void SetValue(const std::string& name, double value, std::uint32_t /*frame*/) override {
+        for (std::uint32_t port = 0; port < controls.size(); ++port) {
+            LilvNode* const label = lilv_port_get_name(plugin, lilv_plugin_get_port_by_index(plugin, port));
+            if (name == lilv_node_as_string(label)) {
+                controls[port] = static_cast<float>(value);
+            }
+            lilv_node_free(label);
+        }
+    }
+
+    void Process(float* const* sound, std::uint32_t frames,
+                 const std::vector<host::TimedEvent>& messages) override {
+        for (std::uint32_t side = 0; side < 2; ++side) {
+            lilv_instance_connect_port(instance, side, sound[side]);
+            lilv_instance_connect_port(instance, 2 + side, sound[side]);
+        }
+        in.sequence.atom = {sizeof(LV2_Atom_Sequence_Body), words.Number(LV2_ATOM__Sequence)};
+        in.sequence.body = {0, 0};
+        out.sequence.atom = {sizeof(out) - sizeof(LV2_Atom), words.Number(LV2_ATOM__Chunk)};
+        for (const host::TimedEvent& event : messages) {
+            const auto& message = std::get<host::MidiMessage>(event.what);
+            struct {
+                LV2_Atom_Event event;
+                std::uint8_t bytes[8];
+            } each{{{event.frame}, {3, words.Number(LV2_MIDI__MidiEvent)}},
+                   {message.status, message.data1, message.data2}};
+            lv2_atom_sequence_append_event(&in.sequence, sizeof(in), &each.event);
+        }
+        lilv_instance_run(instance, frames);
+    }
+
+    std::uint32_t Latency() override { return static_cast<std::uint32_t>(controls[latencyPort]); }
+
+    std::string Save() override {
+        const auto value = [](const char* symbol, void* self, std::uint32_t* size, std::uint32_t* type) {
+            auto& that = *static_cast<Lv2Plugin*>(self);
+            LilvNode* const name = lilv_new_string(that.world, symbol);
+            const auto port =
+                lilv_port_get_index(that.plugin, lilv_plugin_get_port_by_symbol(that.plugin, name));
+            lilv_node_free(name);
+            *size = sizeof(float);
+            *type = that.words.Number(LV2_ATOM__Float);
+            return static_cast<const void*>(&that.controls[port]);
+        };
+        LilvState* const state =
+            lilv_state_new_from_instance(plugin, instance, &words.map, nullptr, nullptr, nullptr, nullptr,
+                                         value, this, LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE, nullptr);
+        char* const text =
+            lilv_state_to_string(world, &words.map, &words.unmap, state, "urn:orphia:saved", nullptr);
+        std::string saved = text;
+        std::free(text);
+        lilv_state_free(state);
+        return saved;
+    }
+
+    void Load(const std::string& saved) override {
+        LilvState* const state = lilv_state_new_from_string(world, &words.map, saved.c_str());
+        const auto set = [](const char* symbol, void* self, const void* value, std::uint32_t, std::uint32_t) {
+            auto& that = *static_cast<Lv2Plugin*>(self);
+            LilvNode* const name = lilv_new_string(that.world, symbol);
+            const auto port =
+                lilv_port_get_index(that.plugin, lilv_plugin_get_port_by_symbol(that.plugin, name));
+            lilv_node_free(name);
+            that.controls[port] = *static_cast<const float*>(value);
+        };
+        lilv_state_restore(state, instance, set, this, LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE, nullptr);
+        lilv_state_free(state);
+    }
+
+    /// Without sound, events and the latency.
+    std::size_t ParameterCount() override { return controls.size() - (latencyPort + 1); }
+
+private:
+    static constexpr std::uint32_t eventsIn = 4;
+    static constexpr std::uint32_t eventsOut = 5;
+    static constexpr std::uint32_t latencyPort = 6;
+    static constexpr std::int32_t longestBlock = longest;
+
+    union Sequence {
+        LV2_Atom_Sequence sequence;
+        std::array<std::uint8_t, 8192> bytes;
+    };
+
+    Words words;
+    LilvWorld* world;
+    const LilvPlugin* plugin = nullptr;
+    LilvInstance* instance = nullptr;
+    std::vector<float> controls;
+    Sequence in{};
+    Sequence out{};
+};
+
+} // namespace
+
+std::unique_ptr<HostedPlugin> OpenLv2(bool isEffect) {
+    return std::make_unique<Lv2Plugin>(isEffect ? "urn:velmora:orphia-vx-effect-light"
+                                                : "urn:velmora:orphia-vx-light");
+}
+
+} // namespace orphia::test
