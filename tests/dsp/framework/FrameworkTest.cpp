@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What the frame of every module keeps: parameters of each kind, marks, and a tree of modules.
 #include "dsp/framework/ModuleContainer.h"
-#include "dsp/framework/Observable.h"
 #include "rigs/ProbeModule.h"
 
 #include <tuple>
@@ -176,33 +175,6 @@ TEST(ModuleContainerTest, SetUpResetAndEndRunThroughTheTreeChildrenFirstAndACont
     }
     tree.Terminate();
     expectCalls({"Input Terminate", "Output Terminate", "Terminate"});
-}
-
-struct Listener : IModuleObserver {
-    explicit Listener(std::vector<float>& sharedStory) : story(sharedStory) {}
-    void OnParameterChanged(u32 id, float normalizedValue) override {
-        const Velmora::MayBlock exception;
-        story.push_back(static_cast<float>(id) + normalizedValue);
-        delete this;
-    }
-    std::vector<float>& story;
-};
-
-TEST(ModuleContainerTest, ObserversHearOfAcceptedWritesAndMayEndWhileTheyDo) {
-    Calls calls;
-    std::vector<float> story;
-    Observable<Tree> tree(&calls);
-    tree.Attach(*new Listener(story));
-    tree.Attach(*new Listener(story));
-    tree.SetParameterNormalized(6, 1.0F); // refused
-    tree.SetParameterValue(3, 5.0F);
-    tree.SetParameterValue(3, 2.5F);
-    auto* moving = new Listener(story);
-    Observable<Tree>(&calls).Attach(*moving); // and ends, so that nobody tells it
-    tree.SetParameterNormalized(3, 1.0F);
-    tree.Attach(*moving);
-    tree.SetParameterNormalized(3, 1.0F);
-    EXPECT_EQ(story, (std::vector{3.5F, 3.5F, 4.0F}));
 }
 
 } // namespace

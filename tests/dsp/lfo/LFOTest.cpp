@@ -3,7 +3,6 @@
 #include "dsp/lfo/LFO.h"
 
 #include "dsp/framework/RunChild.h"
-#include "dsp/lfo/ChorusLfo.h"
 #include "dsp/lfo/LFOSimple.h"
 #include "dsp/modulation/ModulationChannels.h"
 
@@ -14,7 +13,6 @@
 #include <cmath>
 #include <functional>
 #include <numbers>
-#include <set>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -215,23 +213,6 @@ TEST(LFOTest, CyclesFromBeatZeroStayOnTheBeatOverTempoChangesLoopsAndRestarts) {
     simple.ExpectPhases(9, 1e-3, [](u32 block) { return 0.75 + block * blockSeconds; });
 }
 
-TEST(LFOTest, JumpsStopsAndStartsOfTheHostLeaveARetriggeredCycleAsItIs) {
-    // Sixteen beats a cycle, or two, at 2 beats a second. Half of the jumps lead before the song's start.
-    for (const auto& [mode, index, beats] : {std::tuple(0.0F, 1.0F, 16.0), {1.0F, 4.0F, 2.0}}) {
-        Source source({{LFO::Mode, mode}, {LFO::MidiSync, 1.0F}, {LFO::RateSynced, index}});
-        source.Set({{LFO::GateIn, 1.0F}});
-        source.ExpectPhases(7000, 1e-5, [&source, beats = beats](u32 block) {
-            source.playing = block % 1000 >= 300;
-            if (block % 1000 == 700 || block % 1000 == 0) {
-                source.beat = block % 2000 < 1000 ? 0.0 : -250.0 * 2.0 * blockSeconds;
-            } else if (block % 1000 == 300) {
-                source.beat += 50.0;
-            }
-            return block * 2.0 * blockSeconds / beats;
-        });
-    }
-}
-
 TEST(LFOTest, AOneShotEndsOneCycleAfterItsGateAndSwingStretchesEvenCycles) {
     for (const float synced : {0.0F, 1.0F}) {
         Source source(twoHertz);
@@ -270,124 +251,6 @@ TEST(LFOTest, WaveformsFollowTheirFormulasUnderOffsetSpreadAmplitudeAndPolarity)
         Host<LFOSimple> simple({{LFOSimple::Shape, static_cast<float>(shape)}, {LFOSimple::Phase, 36.0F}});
         simple.Set({{LFOSimple::RateType, LFOSimple::Hertz}, {LFOSimple::Rate, 7.3F}}).lfo.SetShift(0.3F);
         simple.ExpectWave(shape, 0.1, 7.3, 0.3, [](double wave) { return wave; });
-    }
-}
-
-TEST(LFOTest, DrawnAndDrawingStepsStandForTheirPartOfTheCycle) {
-    for (const auto& [degrees, frames, isMirror] :
-         {std::tuple(0.0F, 0U, 0.0F), {45.0F, 25U, 0.0F}, {180.0F, 100U, 0.0F}, {45.0F, 0U, 1.0F}}) {
-        // 100 frames a cycle. The second channel follows by twice the spread, or mirrored.
-        Source source({{LFO::Waveform, LFO::SampleAndHold}, {LFO::RateUnSynced, 441.0F}}, false);
-        source.Set({{LFO::Stereo, 1.0F}, {LFO::StereoSpread, degrees}, {LFO::SnHStereoMode, isMirror}});
-        std::vector<float> left;
-        double different = 0.0;
-        double sum = 0.0;
-        for (u32 block = 0; block < 10000; ++block) {
-            source.Block();
-            left.insert(left.end(), source.sound[0].begin(), source.sound[0].end());
-            for (std::size_t i = 0; i < blockSize && block > 4; ++i) {
-                const float expected = left[left.size() - blockSize - frames + i];
-                different += source.sound[1][i] != (isMirror > 0.5F ? -expected : expected) ? 1.0 : 0.0;
-                sum += static_cast<double>(source.sound[0][i]);
-            }
-        }
-        // Rounding may move a cycle's border by a frame.
-        EXPECT_LE(different, isMirror > 0.5F ? 0.0 : 4400.0) << degrees << " degrees";
-        const std::set<float> values(left.begin(), left.end());
-        EXPECT_NEAR(static_cast<double>(values.size()), 4400.0, 1.0);
-        EXPECT_NEAR(*values.begin() + *values.rbegin(), 0.0F, 0.01F);
-        EXPECT_NEAR(*values.rbegin(), 0.995F, 0.005F);
-        EXPECT_NEAR(sum / static_cast<double>(left.size()), 0.0, 0.03);
-    }
-    LFOSimple::StepValues steps;
-    for (u32 i = 0; i < steps.size(); ++i) {
-        steps[i] = static_cast<float>(i * 7 % 16) / 8.0F - 1.0F;
-    }
-    // 1603 frames a cycle; the second channel is 481 ahead.
-    Host<LFOSimple> drawn({{LFOSimple::Rate, rate / 1603.0F}, {LFOSimple::Shape, LFOSimple::Steps}});
-    Host<LFOSimple> chance({{LFOSimple::Rate, rate / 1603.0F}, {LFOSimple::Shape, LFOSimple::Random}});
-    drawn.lfo.SetSteps(steps);
-    drawn.lfo.SetShift(0.3F);
-    chance.lfo.SetShift(0.3F);
-    std::vector<float> heard[2];
-    for (u32 n = 0; n < 300 * blockSize; ++n) {
-        if (n % blockSize == 0) {
-            drawn.Block();
-            chance.Block();
-        }
-        for (const u32 side : {0U, 1U}) {
-            heard[side].push_back(chance.sound[side][n % blockSize]);
-            const double place = Fraction(n / 1603.0 + 0.3 * side) * LFOSimple::stepCount;
-            ASSERT_TRUE(std::abs(std::remainder(place, 1.0)) < 0.01 ||
-                        drawn.sound[side][n % blockSize] == steps[static_cast<std::size_t>(place)])
-                << n;
-        }
-    }
-    u32 different = 0;
-    for (std::size_t n = 481; n < heard[0].size(); ++n) {
-        different += heard[0][n] != heard[1][n - 481] ? 1 : 0;
-    }
-    EXPECT_LE(different, 9U) << "a frame of each cycle";
-    const std::set<float> values(heard[0].begin(), heard[0].end());
-    EXPECT_EQ(values.size(), 9U);
-    EXPECT_TRUE(*values.begin() >= -1.0F && *values.rbegin() <= 1.0F);
-    EXPECT_GT(*values.rbegin() - *values.begin(), 1.0F);
-}
-
-TEST(LFOTest, TheFadeRisesExponentiallyAndSmoothingReachesAStepInItsTimeInSecondsOrInCycles) {
-    for (const auto& [seconds, perBlock] : {std::pair(0.5F, true), {0.5F, false}, {1e-4F, false}}) {
-        Source source({{LFO::Waveform, LFO::Square}, {LFO::RateUnSynced, 0.01F}}, perBlock);
-        source.Set({{LFO::Fade, seconds}}).lfo.Retrigger();
-        for (u32 block = 0; block < 600; ++block) {
-            source.Block();
-            const double place = std::min(block * blockSeconds / static_cast<double>(seconds), 1.0);
-            ASSERT_NEAR(source.sound[0][0], std::expm1(10.0 * place) / std::expm1(10.0), 2e-3) << block;
-            ASSERT_LE(*std::max_element(source.sound[0].begin(), source.sound[0].end()), 1.0F);
-        }
-    }
-    for (const Settings& settings :
-         {Settings{{LFO::RateUnSynced, 0.5F}, {LFO::Smooth, 0.4F}},
-          Settings{{LFO::RateUnSynced, 0.5F}, {LFO::Smooth, 0.2F}, {LFO::SmoothRateLinked, 1.0F}},
-          Settings{{LFO::MidiSync, 1.0F},
-                   {LFO::RateSynced, 3.0F},
-                   {LFO::Smooth, 0.2F},
-                   {LFO::SmoothRateLinked, 1.0F}}}) {
-        Source source(settings);
-        source.Set({{LFO::Waveform, LFO::Square}});
-        // From 0 to 1 within the first half cycle, 1 s.
-        for (u32 block = 0; block < 900; ++block) {
-            source.Block();
-            ASSERT_NEAR(source.sound[0][0], 1.0 - std::exp(-5.0 * (block + 1) * blockSeconds / 0.4), 1e-5);
-        }
-        source.lfo.Reset(true);
-        source.Block();
-        EXPECT_LT(source.sound[0][0], 0.02F) << "a reset brings back the start";
-    }
-}
-
-TEST(ChorusLfoTest, ShapesFollowTheirFormulasAndTheDriftsTurnAQuarterOfASecondApart) {
-    ChorusLfo lfo;
-    lfo.Prepare(8000.0F);
-    const ChorusLfo::Float4 offsets{0.0F, 0.2F, 0.45F, 0.9F};
-    std::array<float, 4> last{};
-    for (u32 n = 1; n < 20000; ++n) {
-        lfo.Advance(n < 10000 ? 3.3F : 1e9F);
-        const double cycles = (std::min(n, 9999U) * 3.3 + (n < 10000 ? 0 : n - 9999) * 20.0) / 2000.0;
-        for (u32 lane = 0; lane < 4; ++lane) {
-            const double x = cycles + static_cast<double>(offsets.get(lane));
-            const double wanted[] = {Wave(0, x), Wave(1, x), 0.9 * Wave(0, x) + 0.1 * Wave(0, 8.0 * x)};
-            for (u32 shape = 0; shape < 3; ++shape) {
-                std::array<float, ChorusLfo::shapeCount> weights{};
-                weights[shape] = 1.0F;
-                ASSERT_NEAR(lfo.Value(weights, offsets, 0.0F).get(lane), wanted[shape], 1e-4)
-                    << shape << ' ' << n;
-            }
-            // Each is flat where it turns to a new value.
-            const float drift = lfo.Drift(0.0F).get(lane);
-            const bool isTurning = (n + 500 * lane) % 2000 <= 1;
-            EXPECT_NEAR(drift, last[lane], n == 1 ? 1.0F : isTurning ? 4e-6F : 0.0016F) << lane << ' ' << n;
-            last[lane] = drift;
-        }
     }
 }
 

@@ -2,7 +2,6 @@
 #include "dsp/math/Within.h"
 
 #include "dsp/framework/ParameterDeclaration.h"
-#include "dsp/math/DenormalGuard.h"
 #include "dsp/vectors/FrameLanes.h"
 #include "dsp/vectors/SilenceFaults.h"
 
@@ -51,19 +50,6 @@ TEST(WithinTest, OneRuleForWhatIsNotFiniteOrOutOfBounds) {
                                            : clipped == static_cast<double>(ruling.between));
         }
     }
-}
-
-TEST(DenormalGuardTest, FlushesWhileItLivesAndGivesTheModeBack) {
-    volatile float smallest = std::numeric_limits<float>::min();
-    volatile float half = 0.0F;
-    {
-        const DenormalGuard guard;
-        { const DenormalGuard inner; }
-        half = smallest * 0.5F;
-        EXPECT_EQ(half, 0.0F) << "the inner guard gave back the outer one's mode";
-    }
-    half = smallest * 0.5F;
-    EXPECT_GT(half, 0.0F);
 }
 
 } // namespace

@@ -10,15 +10,12 @@
 #include <cmath>
 #include <filesystem>
 #include <limits>
-#include <memory>
 #include <stdexcept>
 #include <string>
-#include <thread>
 
 using Velmora::u32;
 using Velmora::u8;
 using Velmora::engine::MtsClient;
-using Velmora::engine::MtsLibrary;
 
 namespace {
 
@@ -146,20 +143,6 @@ TEST(MtsClient, TakesAChannelsOwnTuningOnlyWhereItIsInForce) {
     client.UseMultiChannel(false);
     EXPECT_FALSE(hearsChannel(3)) << "channels are for expression";
     EXPECT_EQ(state.lastChannel, -1);
-}
-
-TEST(MtsClient, IsCountedByTheOneLibraryOfTheProcess) {
-    LoadedTuning tuning("complete");
-    std::shared_ptr<const MtsLibrary> elsewhere;
-    std::thread([&] {
-        const MtsClient first(tuning.path);
-        const MtsClient second(tuning.path);
-        EXPECT_EQ(tuning.state->clients, 2);
-        elsewhere = MtsLibrary::Bind(tuning.path);
-    }).join();
-    EXPECT_EQ(tuning.state->clients, 0);
-    EXPECT_NE(elsewhere, nullptr);
-    EXPECT_EQ(elsewhere, MtsLibrary::Bind(tuning.path));
 }
 
 } // namespace

@@ -6,16 +6,11 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <exception>
-#include <limits>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace Velmora::MappingTools {
 namespace {
-
-constexpr float infinity = std::numeric_limits<float>::infinity();
 
 using D = double;
 D Exp(D x, D a) { return std::expm1(a * x) / std::expm1(a); }
@@ -87,58 +82,6 @@ TEST(CurvesTest, MapBlockFormAndUnmapFollowTheReferenceAndEachOther) {
             }
         }
     }
-}
-
-TEST(CurvesTest, UnknownIdsRangesWithoutAReciprocalAndTablesThatDoNotRiseAreRefused) {
-    for (const i32 id : {-1, 17}) {
-        EXPECT_THROW(MakePotardMapping(id, 1.0F, 0.5F), std::exception);
-    }
-    for (const auto& [low, high] : {std::pair(-1.0F, 1.0F), {0.0F, 1.0F}, {-1.0F, 0.0F}, {2.0F, 2.0F}}) {
-        EXPECT_THROW(InversePotardMapping(low, high), std::exception) << low << " to " << high;
-    }
-    for (const auto& table : {std::vector<float>{}, {1.0F, 1.0F}, {1.0F, std::nanf(""), 3.0F}}) {
-        EXPECT_THROW(TablePotardMapping{std::vector(table)}, std::exception);
-    }
-}
-
-TEST(CurvesTest, TablesHoldTheirPointsAndTheirOwnRulesOutside) {
-    // The sum at the middles of the segments, which no point can leave unnoticed.
-    const auto sumOfMiddles = [](const IPotardMapping& mapping, int segments) {
-        float sum = 0.0F;
-        for (int i = 0; i < segments; ++i) {
-            sum += mapping.Map((static_cast<float>(i) + 0.5F) / static_cast<float>(segments));
-        }
-        return sum;
-    };
-    const EnveloppeTimeMapping envelope;
-    const MixerTimeMapping mixer;
-    EXPECT_NEAR(sumOfMiddles(envelope, 20), 3.077934F, 2e-6F);
-    EXPECT_NEAR(sumOfMiddles(mixer, 9), 1.502097F, 2e-6F);
-    for (const float x : {0.0F, 1.0F, -0.25F, 1.5F, -infinity, infinity}) {
-        const float end = x < 0.5F ? 0.0F : 1.0F;
-        EXPECT_EQ(envelope.Map(x), end);
-        EXPECT_EQ(envelope.Unmap(x), end);
-        EXPECT_EQ(mixer.Map(x), std::min(x, 1.0F));
-        EXPECT_EQ(mixer.Unmap(x), x);
-    }
-    const VuMeterMapping meter;
-    EXPECT_EQ(meter.Map(1.0F), 1.0F);
-    EXPECT_EQ(meter.Map(0.5F) + meter.Map(2.0F), 0.0F);
-    // Straight between these levels in dB below full scale, as deflections from the top.
-    const float marks[][2] = {{0, 0},       {20, 0.5F},  {30, 0.7F}, {40, 0.85F},
-                              {50, 0.925F}, {60, 0.95F}, {70, 1},    {72, 1}};
-    for (int i = 0; i < 7; ++i) {
-        for (const float part : {0.01F, 0.5F, 0.99F}) {
-            EXPECT_NEAR(meter.Unmap(std::lerp(marks[i][0], marks[i + 1][0], part) / 60.0F),
-                        std::lerp(marks[i][1], marks[i + 1][1], part), 1e-5F);
-        }
-    }
-    const TablePotardMapping ofOnesOwn({-2.0F, 0.0F, 1.0F, 5.0F, 6.0F});
-    for (const auto& [position, value] : {std::pair(0.125F, -1.0F), {0.625F, 3.0F}, {1.0F, 6.0F}}) {
-        EXPECT_EQ(ofOnesOwn.Map(position), value);
-        EXPECT_NEAR(ofOnesOwn.Unmap(value), position, 1e-6F);
-    }
-    EXPECT_TRUE(ofOnesOwn.Map(-0.25F) == -4.0F && ofOnesOwn.Map(1e30F) == 6.0F);
 }
 
 } // namespace
