@@ -40,7 +40,7 @@ public:
     };
     using Input = Pins::Voice;
     using enum Pins::Voice;
-    static constexpr u32 InputCount = VoiceInputCount;
+    enum : u32 { InputCount = VoiceInputCount };
     static constexpr u32 parameterCount = childParameterCount + AdditionalCount;
     static constexpr u32 outputCount = 2;
     static constexpr u32 ParameterId(Additional index) { return childParameterCount + index; }

@@ -114,7 +114,7 @@ enum Vocoder : u32 {
 };
 
 /// Of a module that takes one value.
-constexpr u32 Only = 0;
+enum Single : u32 { Only };
 
 } // namespace Pins
 

@@ -70,7 +70,7 @@ protected:
         return input == 0 ? UnitModule::HeldValue(id) : UnitModule::HeldValue(id, context, input);
     }
     /// Of a parameter of steps that are whole numbers from 0 up.
-    u32 HeldStep(u32 id) { return static_cast<u32>(UnitModule::HeldValue(id) + 0.5F); }
+    u32 HeldStep(u32 id) { return static_cast<u32>(std::lround(UnitModule::HeldValue(id))); }
     bool IsOn(u32 id) { return Value(id) > 0.5F; }
 
     Settings settings;
