@@ -264,29 +264,3 @@ TEST(SamplerTest, ResetsAndSamplesDecideWhatPlays) {
     sampler->SetSample(nullptr, 3);
     EXPECT_EQ(Listen(*sampler, 64)[0][0], 12345.0F) << "without a sample the outputs are left alone";
 }
-
-TEST(SamplerTest, SurvivesImpossibleSettingsAndSamples) {
-    const float odd[] = {
-        0, 1, -1, 0.5F, 1e-30F, 1e30F, -1e30F, std::numeric_limits<float>::infinity(), notANumber};
-    std::mt19937 random(5);
-    Signal poison = Noise(2000, 1.0F, 1);
-    poison[700] = notANumber;
-    poison[800] = std::numeric_limits<float>::infinity();
-    const SamplePointer samples[] = {Mono(poison), Mono({1.0F}, 1.0F), Mono({1.0F, -1.0F}),
-                                     Stereo(Noise(6000, 0.5F, 2), Noise(6000, 0.5F, 3))};
-    auto sampler = Make(samples[3]);
-    for (int round = 0; round < 400; ++round) {
-        for (u32 id = 0; id < Sampler::parameterCount; ++id) {
-            if (random() % 3 == 0) {
-                sampler->SetParameterValue(id, odd[random() % 9]);
-            }
-        }
-        sampler->SetParameterValue(Sampler::SelectedSlot, 0.0F);
-        sampler->SetSample(samples[random() % 4], 0);
-        if (random() % 2 == 0) {
-            sampler->Reset(false);
-        }
-        const auto split = BlockSplit::Of(4 * (1 + static_cast<u32>(random() % 100)));
-        ASSERT_TRUE(AllFinite(Listen(*sampler, 700, split)[0])) << "round " << round;
-    }
-}

@@ -116,24 +116,3 @@ TEST(FXContainerTest, ParallelPathsWaitForTheLatestAndMoveToNewPlacesWithoutACli
         EXPECT_EQ(rig.effects->Latency(), latency == 88 ? 16 : latency);
     }
 }
-
-/// What each moves is each unit's own test's.
-TEST(FXContainerTest, BothModulationSignalsOfASlotArriveAtThePlacesOfTheirTypeAndNowhereElse) {
-    const std::array<std::array<u32, FXVariant::typeCount>, 2> places = {
-        {{0, 3, 11, 19, 22, 25, 29, 33, 39, 47, 50, 58}, {0, 6, 18, 21, 23, 26, 30, 34, 40, 48, 0, 56}}};
-    EXPECT_EQ(FXVariant::signalInputs, places);
-    const Signal noise = Noise(2 * second, 0.5F, 6);
-    for (u32 input = 2; input < 8; ++input) {
-        Signals heard;
-        for (const float value : {-0.25F, 0.0F}) {
-            const Signal modulation(2 * second, value);
-            std::vector<const Signal*> inputs(8, nullptr);
-            inputs[0] = inputs[1] = &noise;
-            inputs[input] = &modulation;
-            const auto split = orphia::test::BlockSplit::Of(block);
-            heard.push_back(
-                orphia::test::Render(*Rig({0, FXVariant::DelayType, 0}).effects, inputs, 2, split)[0]);
-        }
-        EXPECT_EQ(heard[0] != heard[1], input % 3 == 0) << input;
-    }
-}

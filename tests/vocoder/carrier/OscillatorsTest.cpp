@@ -140,17 +140,6 @@ Signal Play(u32 waveform, float shape, float hz, std::size_t frames, bool isSmoo
     return Render(voice, none, 2, BlockSplit::Of(64), {&clock})[1];
 }
 
-TEST(Oscillators, NoiseHasTheColourOfItsShape) {
-    Velmora::dsp::NoiseGenerator noise;
-    noise.SetParameterValue(noise.NoiseType, noise.Morph);
-    noise.SetParameterValue(noise.NoiseColor, 0.3F);
-    noise.Initialize(rate, 64);
-    noise.Seed(5);
-    const Signal clock(640, 0.0F);
-    EXPECT_EQ(Play(Velmora::Processor::VoiceOscillator::Noise, 0.3F, 440.0F, 640),
-              Render(noise, {nullptr}, 1, BlockSplit::Of(64), {&clock})[0]);
-}
-
 TEST(Oscillators, ASmoothDriveFoldsBackLessAndIsElseTheSameHalfASampleLate) {
     using Velmora::Processor::VoiceOscillator;
     for (const auto& [waveform, shape, hz] :

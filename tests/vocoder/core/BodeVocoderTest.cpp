@@ -291,27 +291,4 @@ TEST(BodeVocoder, SoundComesBackAfterAnyInputWhichDoesNotReachTheOtherSide) {
     }
 }
 
-TEST(BodeVocoder, InputsAboveFortyDecibelsCountAsFortyAndNoneBelowIsChanged) {
-    const StereoPair chord = Chord(8800, 44100.0F);
-    StereoPair quiet = Speech(8800, 44100.0F);
-    const auto shocked = [&](float level) {
-        StereoPair carrier = chord;
-        StereoPair modulator = quiet;
-        std::fill_n(&carrier[0][4400], 44, -level);
-        std::fill_n(&modulator[0][4400], 44, level);
-        return CoreRig().Run(carrier, modulator);
-    };
-    EXPECT_EQ(shocked(1e6F), shocked(100.0F));
-    EXPECT_NE(shocked(100.0F), shocked(99.9F));
-    // The program's preamp is linear.
-    StereoPair loud = quiet;
-    for (std::size_t n = 0; n < quiet[0].size(); ++n) {
-        quiet[0][n] = std::clamp(quiet[0][n], -0.78F, 0.78F);
-        loud[0][n] = 128.0F * quiet[0][n];
-    }
-    Signal softer = CoreRig().Run(chord, quiet)[BodeVocoder::ProgramPreampLeft];
-    std::transform(softer.begin(), softer.end(), softer.begin(), [](float x) { return 128.0F * x; });
-    EXPECT_EQ(CoreRig().Run(chord, loud)[BodeVocoder::ProgramPreampLeft], softer);
-}
-
 } // namespace

@@ -87,21 +87,6 @@ TEST(ModulationsManager, VoicesShareTheirDestinationsOnlyWhereTheWiringSaysSo) {
     }
 }
 
-TEST(ModulationsManager, SwitchesActOnTheirSourcesOnly) {
-    ManagerRig rig;
-    for (const u32 source : {FollowerSource, LfoSource, EnvelopeSource, KeySource}) {
-        rig.Route(source, Osc1ShapeDestination, 0.25F);
-    }
-    float expected = 1.0F;
-    EXPECT_NEAR(rig.Matrix().RowSum(Osc1ShapeDestination), expected, 1e-6F);
-    for (const u32 index : ManagerRig::switches) {
-        rig.SetOwn(index, 0.0F);
-        rig.Run();
-        expected -= 0.25F;
-        EXPECT_NEAR(rig.Matrix().RowSum(Osc1ShapeDestination), expected, 1e-6F);
-    }
-}
-
 TEST(ModulationsManager, LfosOfVoicesRunByThemselvesAndTheirAmountTakesItsShareFromTheBase) {
     ManagerRig rig;
     rig.SetOwn(ModulationsManager::LFOInternalCycleMode, 1.0F); // free running
@@ -127,25 +112,6 @@ TEST(ModulationsManager, LfosOfVoicesRunByThemselvesAndTheirAmountTakesItsShareF
     rig.Run(2);
     // The LFO's own amplitude input sits on the same destination and is at its upper end already.
     EXPECT_NEAR(rig.Source(5, LfoSource), 0.2F + 0.8F * 0.5F, 1e-5F);
-}
-
-TEST(ModulationsManager, FollowerHearsBothSidesOrTheOnlyOne) {
-    ManagerRig rig;
-    rig.left = 0.4F;
-    rig.right = -0.2F;
-    rig.Run(400);
-    const float stereo = rig.Matrix().GlobalSource(FollowerSource)[0];
-    rig.hasRight = false;
-    rig.Run(400);
-    const float mono = rig.Matrix().GlobalSource(FollowerSource)[0];
-    EXPECT_NEAR(stereo / mono, 0.3F / 0.4F, 1e-3F);
-    // The gain is unity until it is set.
-    rig.SetOwn(ModulationsManager::EnvFollowerInputGain, -20.0F);
-    rig.Run(2);
-    EXPECT_NEAR(rig.Matrix().GlobalSource(FollowerSource)[0], 0.1F * mono, 1e-4F);
-    rig.SetOwn(ModulationsManager::EnvFollowerInputGain, 30.0F);
-    rig.Run(2);
-    EXPECT_EQ(rig.Matrix().GlobalSource(FollowerSource)[0], 1.0F);
 }
 
 } // namespace

@@ -371,15 +371,6 @@ TEST(VocoderModulator, ValuesThatItReportsAreNoCommands) {
     EXPECT_EQ(playing.SoundingSlot(), -1);
 }
 
-TEST(VocoderModulator, WithoutASampleACycleFallsBackToTheFirst) {
-    using Cycle = Velmora::Processor::SampleCycle;
-    Cycle cycle;
-    EXPECT_EQ(cycle.Choose(Cycle::Upward, 5, false, {}).next, 0U);
-    EXPECT_EQ(cycle.Choose(Cycle::Downward, 5, false, {}).next, 0U);
-    EXPECT_TRUE(cycle.Choose(Cycle::UpAndDown, 5, false, {}).foundNothing);
-    EXPECT_FALSE(cycle.Choose(Cycle::Random, 5, false, {}).next.has_value());
-}
-
 /// Hears the external input at unity gain.
 struct InputRig : Rig {
     InputRig() {
@@ -472,20 +463,6 @@ TEST(VocoderModulatorInput, EqualiserAndCompressorFadeIn50MsOneAfterTheOther) {
                     isOff ? dry[1][n] : share * after[1][n] + (1.0F - share) * before[1][n];
                 ASSERT_NEAR(rig.out[1][n], expected, 2e-5F) << on << n;
             }
-        }
-    }
-}
-
-TEST(VocoderModulatorInput, OneKnobTurnsTheWholeCompressor) {
-    InputRig rig;
-    for (const auto& [amount, decibels] :
-         {std::pair{0.0F, 0.0F}, {0.25F, -3.0F}, {0.5F, -6.0F}, {0.75F, -2.5F}, {1.0F, 1.0F}}) {
-        rig.modulator->SetParameterNormalized(rig.Id("CompressorAmount"), amount);
-        rig.Hear({&rig.tone});
-        EXPECT_NEAR(rig.Get("Compressor_OutputGain"), decibels, 1e-4F) << amount;
-        for (const char* follower : {"Threshold", "Ratio", "Attack", "Release"}) {
-            const u32 id = rig.Id(std::string("Compressor_") + follower);
-            EXPECT_EQ(rig.modulator->GetParameterNormalized(id), amount) << follower;
         }
     }
 }

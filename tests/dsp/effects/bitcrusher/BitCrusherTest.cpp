@@ -145,20 +145,3 @@ TEST(BitCrusherTest, NoiseIsOfItsKindAndSilenceStaysSilent) {
     const Signal silent(8800, 0.0F);
     EXPECT_EQ(PlayAll({{B::Dither, 1}, {B::BitErrors, 0.5}, {B::Bias, 0.5}}, {}, silent)[0], silent);
 }
-
-TEST(BitCrusherTest, ClocksAreSplitByCentsAndTheWetSoundIsInTime) {
-    const auto apart = PlayAll(fine, {{B::SampleRate, 8000}, {B::Split, 17}}, Sine(1000.0, 0.5));
-    for (const u32 side : {0U, 1U}) {
-        const double image = 8000.0 * std::exp2((side - 0.5) * 17.0 / 1200.0) - 1000.0;
-        EXPECT_NEAR(LevelAt(Spectrum(apart[side]), image / 44100.0), InDb(0.5 * Sinc(0.875)), 0.5);
-    }
-    // The mean of a hold is half a sample of it late; the low cut of 20 Hz advances by 0.04.
-    for (const double hold : {48000.0, 4000.0}) {
-        Complex ends[2];
-        for (const u32 mix : {0U, 1U}) {
-            const Signal out = PlayAll(fine, {{B::SampleRate, hold}, {B::DryWet, mix}}, Sine(500.0, 0.5))[0];
-            ends[mix] = Transform({out.end() - 44100, out.end()}, 500.0, 44100.0);
-        }
-        EXPECT_NEAR(std::arg(ends[0] / ends[1]) + 0.04, hold > 47000.0 ? 0.0 : 2.0 * pi * 250.0 / hold, 0.01);
-    }
-}

@@ -155,13 +155,3 @@ TEST(CompressorTest, AgreesWithADirectModelInEveryMode) {
         }
     }
 }
-
-/// Nor is there a click, which the suite of all effects hears.
-TEST(CompressorTest, WhatIsTakenBackIsTakenBackWithoutASwell) {
-    const Signal tone = Tone(8820, 210.0, 44100.0, 0.25);
-    auto compressor = MakeCompressor({{C::Ratio, 1}});
-    for (const float gain : {36.0F, -36.0F, 0.0F, -36.0F, 36.0F}) {
-        compressor->SetParameterValue(C::InGainCompensated, gain);
-        EXPECT_LT(Peak(Render(*compressor, {tone}, 1)[0]), 0.2501F) << gain;
-    }
-}

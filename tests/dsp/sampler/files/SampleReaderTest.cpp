@@ -155,25 +155,4 @@ TEST_F(SampleReaderTest, WhatIsNoNumberIsSilence) {
     ExpectHeadOf(*Read().data, expected);
 }
 
-TEST_F(SampleReaderTest, LogsTheOpenAndAFailingCloseAndLeavesNoFileOpenWhateverRaises) {
-    int open = 0;
-    library.sfOpen = [&](const char* name, int mode, SF_INFO* info) {
-        ++open;
-        return sf_open(name, mode, info);
-    };
-    library.sfClose = [&](SNDFILE* file) {
-        --open;
-        return sf_close(file) + 1;
-    };
-    recorder.log.SetThreshold("audio_engine", Velmora::LogLevel::Info);
-    Write(wav, 2, 100);
-    EXPECT_NE(Read().data, nullptr);
-    EXPECT_EQ(recorder.Tails(), (std::vector<std::string>{
-                                    "audio_engine |    info | libsndfile: Opened sample file " + path,
-                                    "audio_engine |   error | libsndfile: error while closing sample file"}));
-    library.sfReadfFloat = nullptr;
-    EXPECT_THROW(Read(), std::bad_function_call);
-    EXPECT_EQ(open, 0);
-}
-
 } // namespace
