@@ -291,4 +291,18 @@ TEST(BodeVocoder, SoundComesBackAfterAnyInputWhichDoesNotReachTheOtherSide) {
     }
 }
 
+TEST(BodeVocoder, InputsAboveFortyDecibelsCountAsForty) {
+    const StereoPair chord = Chord(8800, 44100.0F);
+    const StereoPair quiet = Speech(8800, 44100.0F);
+    const auto shocked = [&](float level) {
+        StereoPair carrier = chord;
+        StereoPair modulator = quiet;
+        std::fill_n(&carrier[0][4400], 44, -level);
+        std::fill_n(&modulator[0][4400], 44, level);
+        return CoreRig().Run(carrier, modulator);
+    };
+    EXPECT_EQ(shocked(1e6F), shocked(100.0F));
+    EXPECT_NE(shocked(100.0F), shocked(99.9F));
+}
+
 } // namespace

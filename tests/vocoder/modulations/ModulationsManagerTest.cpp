@@ -114,5 +114,32 @@ TEST(ModulationsManager, LfosOfVoicesRunByThemselvesAndTheirAmountTakesItsShareF
     EXPECT_NEAR(rig.Source(5, LfoSource), 0.2F + 0.8F * 0.5F, 1e-5F);
 }
 
+TEST(ModulationsManager, SwitchesActOnTheirSourcesOnly) {
+    ManagerRig rig;
+    for (const u32 source : {FollowerSource, LfoSource, EnvelopeSource, KeySource}) {
+        rig.Route(source, Osc1ShapeDestination, 0.25F);
+    }
+    float expected = 1.0F;
+    EXPECT_NEAR(rig.Matrix().RowSum(Osc1ShapeDestination), expected, 1e-6F);
+    for (const u32 index : ManagerRig::switches) {
+        rig.SetOwn(index, 0.0F);
+        rig.Run();
+        expected -= 0.25F;
+        EXPECT_NEAR(rig.Matrix().RowSum(Osc1ShapeDestination), expected, 1e-6F);
+    }
+}
+
+TEST(ModulationsManager, FollowerHearsBothSidesOrTheOnlyOne) {
+    ManagerRig rig;
+    rig.left = 0.4F;
+    rig.right = -0.2F;
+    rig.Run(400);
+    const float stereo = rig.Matrix().GlobalSource(FollowerSource)[0];
+    rig.hasRight = false;
+    rig.Run(400);
+    const float mono = rig.Matrix().GlobalSource(FollowerSource)[0];
+    EXPECT_NEAR(stereo / mono, 0.3F / 0.4F, 1e-3F);
+}
+
 } // namespace
 } // namespace orphia::test

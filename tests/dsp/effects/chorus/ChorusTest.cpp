@@ -61,20 +61,3 @@ TEST(ChorusTest, TheSwingHasTheDepthAndTheRateAskedFor) {
         EXPECT_NEAR(place - static_cast<double>(start), 882.0 + 441.0 * sine, 2.2) << start;
     }
 }
-
-TEST(ChorusTest, FeedbackDecaysByItsFactorOnTheSideThatTheModeSays) {
-    const Signal impulse = Impulse(4000);
-    const Signal silent(4000, 0.0F);
-    for (const auto& [mode, factor, voices] :
-         {std::tuple(0.0F, 0.5F, 1.0F), {1.0F, -0.8F, 4.0F}, {2.0F, 0.5F, 4.0F}}) {
-        const auto chorus = Make<Chorus>(still, {{Chorus::Delay, 10.0F},
-                                                 {Chorus::Feedback, factor},
-                                                 {Chorus::Voices, voices},
-                                                 {Chorus::StereoMode, mode}});
-        const auto out = Play(*chorus, impulse, silent);
-        const std::size_t side = mode == 2.0F ? 1 : 0;
-        EXPECT_NEAR(out[side][882] / out[0][441], factor, 0.03F) << "mode " << mode;
-        EXPECT_NEAR(out[0][1323] / out[0][441], factor * factor, 0.05F) << "mode " << mode;
-        EXPECT_LT(std::abs(out[1 - side][882]), 0.05F) << "mode " << mode;
-    }
-}

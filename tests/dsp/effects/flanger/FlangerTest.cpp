@@ -25,32 +25,6 @@ Signal Way(const Settings& settings, u32 side = 0) {
 
 } // namespace
 
-TEST(FlangerTest, TheCombHasItsNotchesAndPeaksWhereTheClosedFormPutsThem) {
-    for (const float rate : {44100.0F, 192000.0F}) {
-        for (const float feedback : {0.0F, 0.6F, -0.6F}) {
-            for (const float invert : {0.0F, 1.0F}) {
-                const Signal impulse = Impulse(static_cast<std::size_t>(rate * 0.2F) / 4 * 4);
-                const auto flanger = Make<Flanger>(
-                    still, {{Flanger::Delay, 2.0F}, {Flanger::Feedback, feedback}, {Flanger::Invert, invert}},
-                    rate);
-                const Signal out = Play(*flanger, impulse, impulse)[0];
-                // Peaks and notches of a delay of 2 ms lie at whole and half multiples of 500 Hz.
-                for (double hz = 500.0; hz < 5000.0; hz += 125.0) {
-                    const auto late = std::polar(1.0, -2.0 * Velmora::Test::pi * hz * 0.002);
-                    const auto g = static_cast<double>(feedback);
-                    const double wet = (invert > 0.0F ? -1.0 : 1.0) * std::sqrt(1.0 - g * g);
-                    // What is fed back loses its DC.
-                    const std::complex<double> pole(0.0, hz / 20.0);
-                    const auto loop = g * late * pole / (1.0 + pole);
-                    const auto expected = std::sqrt(0.5) * (1.0 + wet * late / (1.0 - loop));
-                    EXPECT_LT(std::abs(Transform(out, hz, static_cast<double>(rate)) - expected), 0.025)
-                        << hz << " Hz, feedback " << g << ", rate " << rate << ", expected " << expected;
-                }
-            }
-        }
-    }
-}
-
 TEST(FlangerTest, ThroughZeroDelaysTheDrySoundByTheDelayAndCancelsItAtTheCrossing) {
     const Signal impulse = Impulse(880);
     const Settings late = {{Flanger::ThroughZero, 1.0F}, {Flanger::Delay, 10.0F}, {Flanger::DryWet, 0.0F}};
