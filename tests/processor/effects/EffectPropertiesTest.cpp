@@ -279,6 +279,37 @@ TEST_P(EffectTest, NoControlClicks) {
     }
 }
 
+/// What has the spectrum of speech and a level of -20 dBFS keeps that.
+TEST_P(EffectTest, ADriveIsNoVolume) {
+    Signal programme = Noise(44000, 1.0F, 3);
+    float treble = 0.0F;
+    float bass = 0.0F;
+    for (float& x : programme) {
+        treble += 0.09F * (x - treble);
+        bass += 0.01F * (treble - bass);
+        x = 0.846F * (treble - bass);
+    }
+    ASSERT_NEAR(Rms(programme), 0.1, 0.003);
+    for (const auto& [id, first] : Make().Read(effect.Text("drives"))) {
+        const auto levelAt = [&, drive = id](float position) {
+            Unit unit = Make("open");
+            unit.Move(drive, position);
+            return InDb(Rms(unit.Play({programme, programme})[0], 4400));
+        };
+        for (float position = first; position <= 1.0F; position += 0.1F) {
+            EXPECT_NEAR(levelAt(position), levelAt(first), 2.0) << Make().Name(id) << " at " << position;
+        }
+        Unit unit = Make("open");
+        float peaks[4];
+        for (u32 i = 0; i < 4; ++i) {
+            unit.Move(id, i % 2 == 0 ? first : 1.0F);
+            peaks[i] = Peak(unit.Play({programme, programme})[0], i < 2 ? 4400 : 0);
+        }
+        EXPECT_LT(std::max(peaks[2], peaks[3]), 1.5F * std::max(peaks[0], peaks[1]))
+            << Make().Name(id) << " swells";
+    }
+}
+
 /// Types and bypasses, there and back, slowly and within the fades, while a low tone plays.
 TEST_P(EffectTest, SwitchedInAndOutAndBackItDoesNotClick) {
     using V = FXVariant;
