@@ -9,7 +9,7 @@
 // compared from minute to minute. From minute 5 on it may grow by 256 kB: an hour finds 100 bytes that every
 // preset leaves, which are 330 kB by then. The resident memory is told, not judged.
 //
-//   orphia_soak [--minutes N] [--seed N]      an hour, seed 1
+//   orphia_soak [MINUTES [SEED]]      an hour, seed 1
 #include "host/common/Errors.h"
 #include "host/presets/PresetLibrary.h"
 #include "realtime/CallTrap.h"
@@ -142,7 +142,7 @@ private:
     /// Keeps what is the first that does not hold.
     void Require(bool holds, const char* otherwise) {
         if (!holds && faults++ == 0) {
-            firstFault = {otherwise, blocks, player.lastKnob};
+            firstFault = {otherwise, blocks, played.rate, played.tempo, player.lastKnob};
         }
     }
 
@@ -372,8 +372,9 @@ private:
 
     bool Report() {
         if (faults > 0) {
-            std::printf("soak: the first fault: %s, in block %zu, after %s\n", firstFault.what,
-                        firstFault.block, NameOf(firstFault.knob).data());
+            std::printf("soak: the first fault: %s, in block %zu, at %g Hz and %g bpm, after %s\n",
+                        firstFault.what, firstFault.block, static_cast<double>(firstFault.rate),
+                        static_cast<double>(firstFault.tempo), NameOf(firstFault.knob).data());
         }
         const std::pair<const char*, std::size_t> lines[] = {{"blocks", blocks},
                                                              {"blocks that were heard", heardBlocks},
@@ -426,6 +427,8 @@ private:
     struct {
         const char* what;
         std::size_t block;
+        float rate;
+        float tempo;
         u32 knob;
     } firstFault{};
     /// When it had settled, and now.
@@ -436,18 +439,10 @@ private:
 } // namespace
 
 int main(int count, char** arguments) {
-    double minutes = 60.0;
-    double seed = 1.0;
-    bool isGood = count % 2 == 1;
-    for (int i = 1; i + 1 < count; i += 2) {
-        const std::string_view name = arguments[i];
-        char* end = nullptr;
-        const double number = std::strtod(arguments[i + 1], &end);
-        isGood = isGood && *end == '\0' && number > 0.0 && (name == "--minutes" || name == "--seed");
-        (name == "--seed" ? seed : minutes) = number;
-    }
-    if (!isGood) {
-        std::fputs("usage: orphia_soak [--minutes N] [--seed N]\n", stderr);
+    const double minutes = count > 1 ? std::strtod(arguments[1], nullptr) : 60.0;
+    const unsigned long seed = count > 2 ? std::strtoul(arguments[2], nullptr, 10) : 1;
+    if (!(minutes > 0.0) || count > 3) {
+        std::fputs("usage: orphia_soak [MINUTES [SEED]]\n", stderr);
         return 2;
     }
     try {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/modulator/VocoderModulator.h"
 
+#include "dsp/vectors/SilenceFaults.h"
+
 #include <tuple>
 #include <utility>
 
@@ -62,6 +64,10 @@ bool VocoderModulator::Process(dsp::ProcessContext& context) {
         input.Render(context, left, right != nullptr ? right : left);
     } else {
         playback.Render(context);
+    }
+    // Sound from outside, also in a file, has any level, and is heard without the core, too.
+    for (u32 side = 0; side < 2; ++side) {
+        dsp::AdmitInput(context.outputs[side], context.outputs[side], context.numFrames);
     }
     tone.Render(context);
     keys.Advance(context.numFrames);

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <tuple>
 
 namespace orphia::test {
 namespace {
@@ -133,49 +132,6 @@ TEST(VocoderProcessor, APresetBracketResetsAtItsEndOnly) {
     rig.Run();
     rig.Set(PresetLoading, 0.0F);
     EXPECT_EQ(rig.HeldCount(), 1U) << "set as a value it has no effect of its own";
-}
-
-TEST(VocoderProcessor, AllNotesOffLetsGoOfEveryKeyButNotOfThePedal) {
-    SpeakingRig rig;
-    for (const u8 key : std::initializer_list<u8>{0, 40, 60, 60, 127}) {
-        rig.NoteOn(key);
-    }
-    rig.Run();
-    rig.SetPosition(AllNotesOff, 1.0F);
-    rig.Run(100);
-    EXPECT_EQ(rig.HeldCount() + rig.ActiveCount(), 0U);
-    rig.SetPosition(AllNotesOff, 0.0F);
-    rig.SetPosition(Sustain, 1.0F);
-    rig.NoteOn(60);
-    rig.Run();
-    rig.SetPosition(AllNotesOff, 1.0F);
-    rig.Run(50);
-    EXPECT_EQ(rig.HeldCount(), 1U);
-    rig.SetPosition(Sustain, 0.0F);
-    rig.Run(100);
-    EXPECT_EQ(rig.ActiveCount(), 0U);
-}
-
-TEST(VocoderProcessor, NoVoiceIsStuckWhenAHeldKeyComesToSelectSamples) {
-    const std::tuple<VocoderModulator::Parameter, float, float, u8> changes[] = {
-        {VocoderModulator::KeyboardSampleOctave, 3.0F, 5.0F, 60},
-        {VocoderModulator::ExternalInput, 1.0F, 0.0F, 40},
-        {VocoderModulator::SamplerPlayMode, 1.0F, 0.0F, 40}};
-    for (const auto& [parameter, before, after, key] : changes) {
-        SpeakingRig rig;
-        rig.SetModulator(VocoderModulator::ExternalInput, 0.0F);
-        rig.SetModulator(VocoderModulator::SamplerPlayMode, 0.0F);
-        rig.SetModulator(VocoderModulator::KeyboardSampleOctave, 3.0F);
-        rig.SetModulator(parameter, before);
-        rig.NoteOn(key);
-        rig.Run();
-        EXPECT_EQ(rig.HeldCount(), 1U);
-        rig.SetModulator(parameter, after);
-        rig.Run(20);
-        rig.NoteOff(key);
-        rig.Run(200);
-        EXPECT_EQ(rig.ActiveCount() + rig.HeldCount(), 0U) << int{key};
-    }
 }
 
 } // namespace

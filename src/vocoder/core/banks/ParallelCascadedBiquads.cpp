@@ -120,7 +120,14 @@ void Biquads::TuneStage(u32 channel, u32 stage, bool isLowPass) {
         feedForward[s][lane] = {alpha * n, 0.0, -alpha * n};
     }
     // With a1 = -2 cos(w) n and a2 = (1 - alpha) n; written so that nothing cancels.
-    lanes.pull[s][lane] = static_cast<float>(2.0 * oneMinusCosine * n);
+    const auto pull = static_cast<float>(2.0 * oneMinusCosine * n);
+    // Its root goes with the corner. The last step of a high tone is that of a huge low one: when a corner
+    // falls by more than an octave at once, it shrinks along.
+    if (pull < 0.25F * lanes.pull[s][lane]) {
+        lanes.step[s][lane] *= std::sqrt(pull / lanes.pull[s][lane]);
+        lanes.past2[stage][lane] = lanes.past1[stage][lane] - lanes.step[s][lane];
+    }
+    lanes.pull[s][lane] = pull;
     lanes.carry[s][lane] = static_cast<float>(2.0 * (1.0 - oneMinusCosine) * n - 1.0);
 }
 

@@ -18,8 +18,6 @@ namespace {
 using dsp::simd::Float4;
 
 constexpr float overloadVolts = 9.3125F;
-/// Full scale is 1.
-constexpr float loudestInput = 100.0F;
 constexpr double programHighPassHz = 4.8;
 constexpr double programHighPassQ = 0.32;
 /// Half the corner in radians per second: 15.9 and 17.5 Hz.
@@ -166,10 +164,7 @@ void BasicPreamp<Circuit>::TakeInput(const dsp::ProcessContext& context) const {
         std::fill_n(block, context.numFrames, 0.0F);
         return;
     }
-    for (u32 n = 0; n < context.numFrames; n += Float4::size) {
-        const Float4 sound = dsp::SilenceFaults(input + n);
-        xsimd::min(xsimd::max(sound, Float4(-loudestInput)), Float4(loudestInput)).store_unaligned(block + n);
-    }
+    dsp::AdmitInput(input, block, context.numFrames);
 }
 
 template <template <class> class Circuit>
