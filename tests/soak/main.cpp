@@ -10,6 +10,7 @@
 // preset leaves, which are 330 kB by then. The resident memory is told, not judged.
 //
 //   orphia_soak [MINUTES [SEED]]      an hour, seed 1
+#include "dsp/vectors/SilenceFaults.h"
 #include "host/common/Errors.h"
 #include "host/presets/PresetLibrary.h"
 #include "realtime/CallTrap.h"
@@ -118,6 +119,7 @@ private:
             played.EndBlock();
         });
         Require(std::isfinite(played.Peak()), "a sample is not finite, not written, or should not be");
+        Require(played.Peak() <= Velmora::dsp::loudestSample, "it is louder than any sound");
         ++blocks;
         heardBlocks += played.Peak() > audible ? 1 : 0;
         loudest = std::max(loudest, played.Peak());

@@ -69,7 +69,7 @@ public:
 
     static constexpr u32 Cell(u32 destination, u32 source) { return destination * S + source; }
 
-    /// Ids beyond the last are ignored, and so is an amount that is not finite. Always true.
+    /// Ids beyond the last are ignored, and so is an amount that is not a number. Always true.
     bool SetParameterNormalized(u32 id, float value) override;
     /// The same in real units: an amount, bounded to -1..1, or a switch, on above 0.5.
     bool SetParameterValue(u32 id, float value);
@@ -155,7 +155,7 @@ ModulationsBase<S, D, Policy>::ModulationsBase(std::string moduleName, u32 alway
 template <u32 S, u32 D, class Policy>
 bool ModulationsBase<S, D, Policy>::SetParameterNormalized(u32 id, float value) {
     if (id < cellCount) {
-        SetAmount(id, amountParameter.ToValue(value));
+        SetParameterValue(id, amountParameter.ToValue(value));
     } else if (id < parameterCount) {
         SetActivated(id - cellCount, value > 0.5F);
     }
