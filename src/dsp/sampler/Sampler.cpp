@@ -177,9 +177,10 @@ void Sampler::UpdateStretch() {
     const bool isOn = SlotSwitch(SlotParameter::TimeStretchOn);
     double factor = 1.0;
     if (isOn) {
-        factor = SlotSwitch(SlotParameter::TimeStretchSync)
-                     ? SyncedFactor()
-                     : static_cast<double>(SlotValue(SlotParameter::TimeStretchFactor));
+        factor =
+            SlotSwitch(SlotParameter::TimeStretchSync)
+                ? SyncedFactor()
+                : static_cast<double>(HeldValue(SlotId(SlotParameter::TimeStretchFactor, CurrentIndex())));
     }
     player.SetStretch(isOn, Within(factor, smallestFactor, largestFactor));
 }
