@@ -62,7 +62,8 @@ inline std::vector<float> Play(PluginInstrument& plugin, const PluginSong& song,
         }
         float* const sound[] = {sides[0].data() + at, sides[1].data() + at};
         const host::Transport transport{120.0, static_cast<double>(at % song.loop) / 24000.0, true};
-        plugin.Process({sound, 2, sound, static_cast<std::uint32_t>(count), events, song.hasTransport ? &transport : nullptr});
+        plugin.Process({sound, 2, sound, static_cast<std::uint32_t>(count), events,
+                        song.hasTransport ? &transport : nullptr});
         at += count;
     }
     std::vector<float> result;
