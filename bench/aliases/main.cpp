@@ -2,6 +2,8 @@
 // Prints what the oscillators' drive folds back: the strongest line below 15 kHz that is no harmonic, in dB
 // relative to the strongest harmonic, as the table of docs/measurements.md.
 #include "dsp/framework/RunChild.h"
+#include "dsp/pitch/RealFft.h"
+#include "dsp/vectors/AlignedBuffer.h"
 #include "vocoder/carrier/Oscillators.h"
 
 #include <fmt/format.h>
@@ -9,10 +11,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <complex>
-#include <cstddef>
 #include <memory>
-#include <numbers>
+#include <string>
 #include <vector>
 
 namespace {
@@ -21,7 +21,7 @@ using Velmora::u32;
 using Velmora::Processor::Oscillators;
 using Velmora::Processor::VoiceOscillator;
 
-constexpr std::size_t points = 1U << 16U;
+constexpr u32 points = 1U << 16U;
 
 /// A held note of one oscillator, behind its attack.
 std::vector<float> Play(Velmora::i32 waveform, float shape, double hz, double rate, bool isSmooth) {
@@ -57,49 +57,30 @@ std::vector<float> Play(Velmora::i32 waveform, float shape, double hz, double ra
     return {played.end() - points, played.end()};
 }
 
-using Bins = std::vector<std::complex<double>>;
-
-Bins Transform(const Bins& x) {
-    const std::size_t half = x.size() / 2;
-    if (half == 0) {
-        return x;
-    }
-    Bins parts[2];
-    for (std::size_t n = 0; n < x.size(); ++n) {
-        parts[n % 2].push_back(x[n]);
-    }
-    const Bins even = Transform(parts[0]);
-    const Bins odd = Transform(parts[1]);
-    Bins out(x.size());
-    for (std::size_t k = 0; k < half; ++k) {
-        const auto turned =
-            odd[k] * std::polar(1.0, -std::numbers::pi * static_cast<double>(k) / static_cast<double>(half));
-        out[k] = even[k] + turned;
-        out[k + half] = even[k] - turned;
-    }
-    return out;
-}
-
 /// Under a Kaiser window with side lobes below -140 dB.
 double StrongestStray(const std::vector<float>& sound, double hz, double rate) {
-    Bins x;
-    for (std::size_t n = 0; n < points; ++n) {
-        const double t = (2.0 * static_cast<double>(n) + 1.0) / points - 1.0;
-        x.emplace_back(static_cast<double>(sound[n]) * std::cyl_bessel_i(0.0, 20.0 * std::sqrt(1.0 - t * t)));
+    Velmora::dsp::AlignedBuffer bins(Velmora::dsp::RealFft::BufferSize(points));
+    for (u32 n = 0; n < points; ++n) {
+        const double t = (2.0 * n + 1.0) / points - 1.0;
+        const double window = std::cyl_bessel_i(0.0, 20.0 * std::sqrt(1.0 - t * t));
+        bins.data()[n] = static_cast<float>(static_cast<double>(sound[n]) * window);
     }
-    const Bins bins = Transform(x);
+    Velmora::dsp::RealFft(points).Forward(bins.data());
     constexpr double lobe = 9.0;
     const double spacing = hz / rate * points;
     double harmonic = 0.0;
     double stray = 0.0;
-    for (std::size_t bin = 10; static_cast<double>(bin) < 15000.0 / rate * points; ++bin) {
-        const double order = std::round(static_cast<double>(bin) / spacing);
-        const bool isHarmonic = std::abs(static_cast<double>(bin) - order * spacing) < lobe;
+    for (u32 bin = 10; bin < 15000.0 / rate * points; ++bin) {
+        const bool isHarmonic = std::abs(bin - std::round(bin / spacing) * spacing) < lobe;
+        const double level = std::hypot(bins.data()[2 * bin], bins.data()[2 * bin + 1]);
         double& strongest = isHarmonic ? harmonic : stray;
-        strongest = std::max(strongest, std::abs(bins[bin]));
+        strongest = std::max(strongest, level);
     }
     return 20.0 * std::log10(stray / harmonic);
 }
+
+/// Below the side lobes of the window nothing can be told.
+std::string LevelText(double level) { return level < -140.0 ? "< -140" : fmt::format("{:.0f}", level); }
 
 } // namespace
 
@@ -116,12 +97,13 @@ int main() {
                 fmt::print("| {} | {:.0f} | {} |", names[static_cast<u32>(waveform)], hz, rate);
                 for (const float shape : shapes) {
                     const auto measure = [&](bool isSmooth) {
-                        return StrongestStray(Play(waveform, shape, hz, rate, isSmooth), hz, rate);
+                        const std::vector<float> sound = Play(waveform, shape, hz, rate, isSmooth);
+                        return LevelText(StrongestStray(sound, hz, rate));
                     };
                     if (waveform == VoiceOscillator::Square) {
-                        fmt::print(" {:.0f} |", measure(false));
+                        fmt::print(" {} |", measure(false));
                     } else {
-                        fmt::print(" {:.0f} ({:.0f}) |", measure(false), measure(true));
+                        fmt::print(" {} ({}) |", measure(false), measure(true));
                     }
                 }
                 fmt::print("\n");

@@ -175,6 +175,32 @@ std::string Seconds(float value) {
 
 } // namespace
 
+std::string_view UnitText(ParameterUnit unit) {
+    switch (unit) {
+    case ParameterUnit::Decibel:
+        return "dB";
+    case ParameterUnit::Second:
+        return "s";
+    case ParameterUnit::Millisecond:
+        return "ms";
+    case ParameterUnit::Hertz:
+        return "Hz";
+    case ParameterUnit::Percent:
+        return "%";
+    case ParameterUnit::Semitone:
+        return "st";
+    case ParameterUnit::Cent:
+        return "ct";
+    case ParameterUnit::Degree:
+        return "deg";
+    case ParameterUnit::Beat:
+        return "beats";
+    case ParameterUnit::None:
+        break;
+    }
+    return "";
+}
+
 std::string_view ChoiceOf(const ParameterInfo& info, unsigned step) {
     std::string_view rest = info.choices;
     for (unsigned n = 0; n < step; ++n) {

@@ -41,6 +41,9 @@ ParameterSetting ParseAssignment(const ParameterCatalog& catalog, std::string_vi
 /// A text that ParseSetting turns into the same setting.
 std::string FormatSetting(const ParameterInfo& info, const ParameterSetting& setting);
 
+/// "dB", "Hz", ...; empty for none.
+std::string_view UnitText(ParameterUnit unit);
+
 /// A real value with its unit.
 std::string FormatValue(const ParameterInfo& info, float value);
 

@@ -14,8 +14,6 @@ namespace orphia::plugin {
 
 namespace {
 
-constexpr std::size_t mostEvents = 8192;
-
 template <class Event>
 const Event& As(const clap_event_header_t& header) {
     return *static_cast<const Event*>(static_cast<const void*>(&header));
@@ -72,7 +70,7 @@ std::optional<host::Transport> TransportOf(const clap_event_transport_t* transpo
 ClapPlugin::ClapPlugin(const clap_plugin_descriptor_t& descriptor, PluginInstrument::Kind ownKind,
                        const clap_host_t& ownHost)
     : host(ownHost), kind(ownKind), instrument(ownKind) {
-    events.reserve(mostEvents);
+    events.reserve(PluginBlock::mostEvents);
     face.desc = &descriptor;
     face.plugin_data = this;
     face.init = [](const clap_plugin_t*) { return true; };
@@ -105,11 +103,11 @@ void ClapPlugin::Activate(double sampleRate) {
     }
 }
 
-void ClapPlugin::Gather(const clap_input_events_t& list) {
+void ClapPlugin::Gather(const clap_input_events_t* list) {
     events.clear();
-    const std::uint32_t count = list.size(&list);
-    for (std::uint32_t n = 0; n < count && events.size() < mostEvents; ++n) {
-        const clap_event_header_t& header = *list.get(&list, n);
+    const std::uint32_t count = list != nullptr ? list->size(list) : 0;
+    for (std::uint32_t n = 0; n < count && events.size() < PluginBlock::mostEvents; ++n) {
+        const clap_event_header_t& header = *list->get(list, n);
         if (const auto what = Meaning(header)) {
             events.push_back({header.time, *what});
         }
@@ -121,10 +119,7 @@ clap_process_status ClapPlugin::Process(const clap_process_t& process) {
         process.audio_outputs[0].channel_count < 2) {
         return CLAP_PROCESS_ERROR;
     }
-    events.clear();
-    if (process.in_events != nullptr) {
-        Gather(*process.in_events);
-    }
+    Gather(process.in_events);
     const bool hasVoice = process.audio_inputs_count > 0 && process.audio_inputs[0].data32 != nullptr;
     const std::optional<host::Transport> transport = TransportOf(process.transport);
     instrument.Process({hasVoice ? process.audio_inputs[0].data32 : nullptr,

@@ -32,7 +32,7 @@ private:
 
     void Activate(double sampleRate);
     clap_process_status Process(const clap_process_t& process);
-    void Gather(const clap_input_events_t& list);
+    void Gather(const clap_input_events_t* list);
     void Flush(const clap_input_events_t& list);
     void OnMainThread();
     bool Save(const clap_ostream_t& stream);

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/core/PluginInstrument.h"
 
-#include "host/parameters/ParameterText.h"
 #include "plugin/core/PluginInside.h"
 
 #include <algorithm>
@@ -63,12 +62,10 @@ void PluginInstrument::Set(const host::ParameterSetting& setting) {
         return;
     }
     const host::ParameterCatalog& catalog = host::ParameterCatalog::OfInstrument();
-    const bool isEngines = index < catalog.Parameters().size();
-    if (isEngines && !catalog.Parameters()[index].IsSettable()) {
+    if (index < catalog.Parameters().size() && !catalog.Parameters()[index].IsSettable()) {
         return;
     }
-    const float position =
-        isEngines ? host::PositionOf(catalog, setting) : std::clamp(setting.number, 0.0F, 1.0F);
+    const float position = PluginParameters::Get().PositionOf(setting);
     inside->exchange.Want(index, position, inside->newest.load(std::memory_order_acquire));
     if (setting.id == PluginParameters::bypass) {
         inside->wantedBypass = position >= 0.5F ? 1 : 0;

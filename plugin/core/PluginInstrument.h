@@ -8,6 +8,7 @@
 #include "plugin/core/PluginParameters.h"
 #include "plugin/core/PluginState.h"
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -21,6 +22,9 @@ namespace orphia::plugin {
 
 /// What a host gives and takes at once.
 struct PluginBlock {
+    /// Those beyond are left out.
+    static constexpr std::size_t mostEvents = 8192;
+
     /// The voice: voiceChannels buffers, 0 to 2, which may be those of the output.
     const float* const* voice = nullptr;
     std::uint32_t voiceChannels = 0;

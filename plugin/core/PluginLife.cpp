@@ -17,7 +17,6 @@ namespace {
 
 constexpr std::chrono::seconds longestLoad{30};
 constexpr std::chrono::milliseconds loaderPause{50};
-constexpr std::size_t mostEvents = 8192;
 constexpr std::size_t mostMessages = 200;
 
 const host::ParameterCatalog& Catalog() { return host::ParameterCatalog::OfInstrument(); }
@@ -26,8 +25,8 @@ const host::ParameterCatalog& Catalog() { return host::ParameterCatalog::OfInstr
 
 PluginInstrument::Inside::Inside(const Options& given)
     : options(given), stage(exchange), adapter(stage), dry(given.kind == Kind::Effect) {
-    events.reserve(mostEvents);
-    kept.reserve(mostEvents);
+    events.reserve(PluginBlock::mostEvents);
+    kept.reserve(PluginBlock::mostEvents);
     stage.loadProgramNow = [this] { LoadProgramOffline(); };
     try {
         engine = host::EngineLibrary::Load(options.library);

@@ -20,37 +20,10 @@ using host::ParameterCatalog;
 using host::ParameterInfo;
 using host::ParameterKind;
 using host::ParameterSetting;
-using host::ParameterUnit;
 
 constexpr std::string_view masterGroup = "Master";
 constexpr std::array<std::string_view, 3> slotGroups = {"Effect 1", "Effect 2", "Effect 3"};
 constexpr std::array<std::string_view, 3> slotPrefixes = {"FX1", "FX2", "FX3"};
-
-std::string_view UnitOf(const ParameterInfo& info) {
-    switch (info.unit) {
-    case ParameterUnit::Decibel:
-        return "dB";
-    case ParameterUnit::Hertz:
-        return "Hz";
-    case ParameterUnit::Second:
-        return "s";
-    case ParameterUnit::Millisecond:
-        return "ms";
-    case ParameterUnit::Percent:
-        return "%";
-    case ParameterUnit::Semitone:
-        return "st";
-    case ParameterUnit::Cent:
-        return "ct";
-    case ParameterUnit::Degree:
-        return "deg";
-    case ParameterUnit::Beat:
-        return "beats";
-    case ParameterUnit::None:
-        break;
-    }
-    return {};
-}
 
 std::string SymbolOf(std::string_view name) {
     std::string symbol(name);
@@ -82,7 +55,7 @@ PluginParameter Listed(std::string_view engineName, std::string label, std::stri
     parameter.symbol = SymbolOf(info.name);
     parameter.name = std::move(label);
     parameter.group = group;
-    parameter.unit = UnitOf(info);
+    parameter.unit = host::UnitText(info.unit);
     parameter.choices = ChoicesOf(info);
     parameter.stepCount = info.isSwitch ? 2 : info.kind == ParameterKind::Stepped ? info.stepCount : 0;
     parameter.isSwitch = info.isSwitch && info.choices.empty();
@@ -145,12 +118,15 @@ PluginParameters::PluginParameters() {
     bypassing.stepCount = 2;
     bypassing.isSwitch = true;
     parameters.push_back(bypassing);
+    for (const PluginParameter& parameter : parameters) {
+        byId.push_back(&parameter);
+    }
+    std::ranges::sort(byId, {}, &PluginParameter::id);
 }
 
 const PluginParameter* PluginParameters::Find(std::uint32_t id) const {
-    const auto found = std::find_if(parameters.begin(), parameters.end(),
-                                    [id](const PluginParameter& parameter) { return parameter.id == id; });
-    return found == parameters.end() ? nullptr : &*found;
+    const auto found = std::ranges::lower_bound(byId, id, {}, &PluginParameter::id);
+    return found == byId.end() || (*found)->id != id ? nullptr : *found;
 }
 
 std::uint32_t PluginParameters::EngineCount() const {
@@ -181,6 +157,11 @@ std::string PluginParameters::Text(std::uint32_t id, float position) const {
     return std::to_string(static_cast<int>(std::round(position * 100.0F))) + " %";
 }
 
+float PluginParameters::PositionOf(const ParameterSetting& setting) const {
+    return setting.id < EngineCount() ? host::PositionOf(ParameterCatalog::OfInstrument(), setting)
+                                      : std::clamp(setting.number, 0.0F, 1.0F);
+}
+
 std::optional<float> PluginParameters::PositionOf(std::uint32_t id, std::string_view text) const {
     const ParameterCatalog& catalog = ParameterCatalog::OfInstrument();
     // A macro reads as a knob, the bypass as a switch of the engine.
@@ -188,8 +169,9 @@ std::optional<float> PluginParameters::PositionOf(std::uint32_t id, std::string_
     ParameterInfo ours;
     ours.isSwitch = id == bypass;
     try {
-        const ParameterSetting setting = host::ParseSetting(isOurs ? ours : catalog.Parameters()[id], text);
-        return isOurs ? setting.number : host::PositionOf(catalog, setting);
+        ParameterSetting setting = host::ParseSetting(isOurs ? ours : catalog.Parameters()[id], text);
+        setting.id = id;
+        return PositionOf(setting);
     } catch (const host::UsageError&) {
         return std::nullopt;
     }

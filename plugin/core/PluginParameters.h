@@ -56,6 +56,8 @@ public:
     /// These know all parameters of the engine, too. An unknown id gives 0 and an empty text.
     float ToPosition(std::uint32_t id, float value) const;
     float ToValue(std::uint32_t id, float position) const;
+    /// Where a setting leads; a macro and the bypass are positions themselves.
+    float PositionOf(const host::ParameterSetting& setting) const;
     /// "-12 dB", "1/8", "on".
     std::string Text(std::uint32_t id, float position) const;
     /// Reads what Text writes, and what a user types instead. Nothing for what makes no sense.
@@ -66,8 +68,11 @@ public:
 
 private:
     PluginParameters();
+    PluginParameters(const PluginParameters&) = delete;
+    PluginParameters& operator=(const PluginParameters&) = delete;
 
     std::vector<PluginParameter> parameters;
+    std::vector<const PluginParameter*> byId;
 };
 
 } // namespace orphia::plugin

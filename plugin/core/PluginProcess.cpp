@@ -8,15 +8,9 @@
 
 namespace orphia::plugin {
 
-namespace {
-
-constexpr std::size_t mostEvents = 8192;
-
-} // namespace
-
 void PluginInstrument::Inside::KeepEvents(const PluginBlock& block) {
     for (const host::TimedEvent& event : block.events) {
-        if (kept.size() < mostEvents) {
+        if (kept.size() < PluginBlock::mostEvents) {
             kept.push_back({0, event.what});
         }
     }
@@ -51,7 +45,8 @@ void PluginInstrument::Inside::GatherEvents(const PluginBlock& block, std::uint3
     std::swap(events, kept);
     const bool isLast = start + count == block.frames;
     for (const host::TimedEvent& event : block.events) {
-        if (event.frame >= start && (isLast || event.frame < start + count) && events.size() < mostEvents) {
+        if (event.frame >= start && (isLast || event.frame < start + count) &&
+            events.size() < PluginBlock::mostEvents) {
             events.push_back({std::min(event.frame - start, count - 1), event.what});
         }
     }

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/core/Stage.h"
 
-#include "host/parameters/ParameterText.h"
-
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -178,11 +176,9 @@ void Stage::Set(const host::ParameterSetting& setting) {
     if (!std::isfinite(setting.number) || index == exchange.Count()) {
         return;
     }
-    const bool isEngines = setting.id < placeInListed.size();
-    const float position = isEngines ? host::PositionOf(current->instrument.Catalog(), setting)
-                                     : std::clamp(setting.number, 0.0F, 1.0F);
+    const float position = PluginParameters::Get().PositionOf(setting);
     exchange.Show(index, position);
-    if (isEngines) {
+    if (setting.id < placeInListed.size()) {
         SetEngine(setting.id, position);
     } else if (setting.id != PluginParameters::bypass) {
         MoveMacro(setting.id - PluginParameters::firstMacro, position);

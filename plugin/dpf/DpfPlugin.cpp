@@ -17,7 +17,6 @@ using orphia::plugin::PluginInstrument;
 using orphia::plugin::PluginParameter;
 using orphia::plugin::PluginParameters;
 
-constexpr std::size_t mostEvents = 4096;
 /// From which ratio of its ends on a range is shown by octaves.
 constexpr float leastOctaves = 8.0F;
 
@@ -73,7 +72,7 @@ public:
     DpfPlugin()
         : Plugin(static_cast<std::uint32_t>(All().size()), ProgramCount(), 1),
           instrument(OptionsOf(isDummyInstance())) {
-        events.reserve(mostEvents);
+        events.reserve(orphia::plugin::PluginBlock::mostEvents);
     }
 
 protected:
@@ -176,7 +175,7 @@ protected:
     void run(const float** inputs, float** outputs, uint32_t frames, const MidiEvent* midi,
              uint32_t midiCount) override {
         events.clear();
-        for (uint32_t n = 0; n < midiCount && events.size() < mostEvents; ++n) {
+        for (uint32_t n = 0; n < midiCount && events.size() < events.capacity(); ++n) {
             const uint8_t* const bytes = midi[n].size > MidiEvent::kDataSize ? midi[n].dataExt : midi[n].data;
             if (const auto message = orphia::plugin::ChannelMessage(bytes, midi[n].size)) {
                 events.push_back({midi[n].frame, *message});

@@ -21,7 +21,6 @@ namespace {
 using host::ParameterInfo;
 using host::ParameterKind;
 using host::ParameterRole;
-using host::ParameterUnit;
 
 constexpr std::string_view markdownHead =
     "# Parameters\n\n"
@@ -93,32 +92,6 @@ std::string_view RoleText(ParameterRole role) {
     return "circuit";
 }
 
-std::string_view UnitText(ParameterUnit unit) {
-    switch (unit) {
-    case ParameterUnit::Decibel:
-        return "dB";
-    case ParameterUnit::Second:
-        return "s";
-    case ParameterUnit::Millisecond:
-        return "ms";
-    case ParameterUnit::Hertz:
-        return "Hz";
-    case ParameterUnit::Percent:
-        return "%";
-    case ParameterUnit::Semitone:
-        return "st";
-    case ParameterUnit::Cent:
-        return "ct";
-    case ParameterUnit::Degree:
-        return "deg";
-    case ParameterUnit::Beat:
-        return "beats";
-    case ParameterUnit::None:
-        break;
-    }
-    return "";
-}
-
 /// Of a curve that is no straight line, with the value in the middle of the knob, to three digits.
 std::string RangeText(const ParameterInfo& info) {
     const float middle = host::ParameterCatalog::OfInstrument().ToValue(info.id, 0.5F);
@@ -138,7 +111,7 @@ TextTable::Row RowOf(const ParameterInfo& info) {
             KindText(info),
             std::string(RoleText(info.role)),
             RangeText(info),
-            std::string(UnitText(info.unit)),
+            std::string(host::UnitText(info.unit)),
             host::FormatValue(info, info.start),
             std::string(info.description)};
 }

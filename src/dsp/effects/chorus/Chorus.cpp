@@ -85,12 +85,7 @@ float Chorus::CycleHz(const ProcessContext& context) {
 }
 
 void Chorus::FollowSong(const ProcessContext& context) {
-    if (context.isPlaying != 0 && IsOn(TempoSync) && SyncRates::IsTempo(context.tempo)) {
-        song.Follow(SyncRates::CyclePhase(HeldValue(SyncRate, context), context.songPosition),
-                    settings.rateHz);
-    } else {
-        song.Release();
-    }
+    song.FollowSong(context, IsOn(TempoSync), HeldValue(SyncRate, context), settings.rateHz);
 }
 
 void Chorus::StartMotion() {

@@ -48,8 +48,7 @@ public:
         /// A ChorusLfo::Shape.
         LFOShape,
         /// When on, "SyncRate" and the tempo replace "Freq" and its modulation; while the song plays, the
-        /// cycle
-        /// drifts to where it would be had it started with the song.
+        /// cycle drifts to where it would be had it started with the song.
         TempoSync,
         /// Length of a cycle: 32, 16, 12, 8, 6, 4, 3, 2, 3/2, 1, 2/3, 1/2 beats.
         SyncRate,

@@ -86,12 +86,7 @@ float Flanger::CycleHz(const ProcessContext& context) {
 }
 
 void Flanger::FollowSong(const ProcessContext& context) {
-    if (context.isPlaying != 0 && IsOn(TempoSync) && SyncRates::IsTempo(context.tempo)) {
-        lfo.song.Follow(SyncRates::CyclePhase(HeldValue(SyncRate, context), context.songPosition),
-                        settings.rateHz);
-    } else {
-        lfo.song.Release();
-    }
+    lfo.song.FollowSong(context, IsOn(TempoSync), HeldValue(SyncRate, context), settings.rateHz);
 }
 
 void Flanger::StartMotion() {

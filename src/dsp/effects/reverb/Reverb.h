@@ -36,8 +36,7 @@ public:
         /// Seconds until the tail is 60 dB down, where no filter makes it shorter.
         Decay,
         /// Factor of the lengths of the tank; below 1 that of what is heard first, while the tank, which
-        /// would
-        /// ring, shrinks less.
+        /// would ring, shrinks less.
         Size,
         /// Corner in Hz of the low-pass in the loop, first order; off at the top.
         Damping,

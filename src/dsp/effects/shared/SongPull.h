@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/framework/ProcessContext.h"
 #include "dsp/lfo/ChorusLfo.h"
+#include "dsp/math/SyncRates.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,17 +20,15 @@ public:
         pullHz = 0.0F;
     }
 
-    /// From now on drifts towards a phase, 0..1, that is the one of this moment at a rate of hz.
-    void Follow(double phase, float hz) {
-        constexpr double pullSeconds = 0.25;
-        double lag = phase - counter.phase;
-        lag -= std::round(lag);
-        // It may wait for the song, but not run backwards.
-        const double slowest = -std::min(static_cast<double>(hz), fastestPullHz);
-        pullHz = static_cast<float>(std::clamp(lag / pullSeconds, slowest, fastestPullHz));
+    /// Once a block: while the song plays and cycles last a step of SyncRates, which makes hz of the tempo,
+    /// the oscillator drifts into step; else it runs freely.
+    void FollowSong(const ProcessContext& context, bool isSynced, float step, float hz) {
+        if (context.isPlaying != 0 && isSynced && SyncRates::IsTempo(context.tempo)) {
+            Follow(SyncRates::CyclePhase(step, context.songPosition), hz);
+        } else {
+            pullHz = 0.0F;
+        }
     }
-    /// Runs freely again.
-    void Release() { pullHz = 0.0F; }
 
     /// Moves on by a quad of frames, in which the oscillator, at a rate of its own of up to fastestHz, is to
     /// run at the rate returned.
@@ -39,6 +39,15 @@ public:
     }
 
 private:
+    /// Towards a phase, 0..1, that is the one of this moment at a rate of hz.
+    void Follow(double phase, float hz) {
+        constexpr double pullSeconds = 0.25;
+        double lag = phase - counter.phase;
+        lag -= std::round(lag);
+        // It may wait for the song, but not run backwards.
+        const double slowest = -std::min(static_cast<double>(hz), fastestPullHz);
+        pullHz = static_cast<float>(std::clamp(lag / pullSeconds, slowest, fastestPullHz));
+    }
     static constexpr double fastestPullHz = 1.0;
 
     /// Where the oscillator is in its cycle.
