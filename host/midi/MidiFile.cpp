@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace orphia::host {
 
@@ -148,6 +149,26 @@ MidiFile MidiFile::Parse(std::span<const std::uint8_t> bytes) {
     for (const MidiTracks::Event& event : tracks.events) {
         file.events.push_back({secondsAt(event.tick), event.message});
     }
+    return file;
+}
+
+MidiFile MidiFile::FromEvents(std::vector<MidiEvent> events, TempoMap tempo, double seconds) {
+    const auto isTime = [](double time) { return time >= 0.0 && time <= maxSeconds; };
+    const auto odd = std::find_if_not(events.begin(), events.end(),
+                                      [&isTime](const MidiEvent& event) { return isTime(event.seconds); });
+    if (!isTime(seconds) || odd != events.end()) {
+        throw UsageError(fmt::format("time {} s is outside 0 .. {:.0f} s",
+                                     odd != events.end() ? odd->seconds : seconds, maxSeconds));
+    }
+    if (events.size() > maxEvents) {
+        throw UsageError(fmt::format("{} events; at most {} are played", events.size(), maxEvents));
+    }
+    std::stable_sort(events.begin(), events.end(),
+                     [](const MidiEvent& a, const MidiEvent& b) { return a.seconds < b.seconds; });
+    MidiFile file;
+    file.tempo = std::move(tempo);
+    file.seconds = events.empty() ? seconds : std::max(seconds, events.back().seconds);
+    file.events = std::move(events);
     return file;
 }
 

@@ -32,6 +32,10 @@ public:
     static MidiFile Read(const std::filesystem::path& path);
     /// The same from memory; FileError holds the reason only.
     static MidiFile Parse(std::span<const std::uint8_t> bytes);
+    /// A song that was made and not read: events in any order, those of one time stay as they are given, and
+    /// a length, which is at least the time of the last one. Throws UsageError for a time that is negative or
+    /// no number, and beyond maxEvents and maxSeconds.
+    static MidiFile FromEvents(std::vector<MidiEvent> events, TempoMap tempo = {}, double seconds = 0.0);
 
     /// In order of time; those of one time as their tracks have them, one track after the other.
     const std::vector<MidiEvent>& Events() const { return events; }
