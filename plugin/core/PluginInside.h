@@ -112,6 +112,15 @@ struct PluginInstrument::Inside {
     std::atomic<bool> programChanged{false};
     std::atomic<std::uint32_t> toldLatency{0};
 
+    /// Of the last TakeLevels.
+    struct Clocks {
+        std::uint64_t ticks = 0;
+        std::chrono::steady_clock::time_point time;
+        std::uint64_t busy = 0;
+        std::uint64_t frames = 0;
+    };
+    Clocks clocks;
+
     std::mutex messagesLock;
     std::vector<std::string> messages;
 

@@ -8,6 +8,8 @@
 #include "plugin/core/PluginParameters.h"
 #include "plugin/core/PluginState.h"
 
+#include <array>
+#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -154,6 +156,31 @@ public:
     bool SaveProgram(const std::string& id, const std::string& name);
     /// As CurrentProgram, when it was changed by a message since the last call.
     bool TakeProgramChange();
+
+    // ---- For an editor: one message thread
+
+    /// While somebody watches, Position tells of lights, meters, wheels and pedals where the engine has them,
+    /// a hundred times a second, and the levels and keys below move. Once on for each off.
+    void SetWatched(bool isWatched);
+    /// A key of the editor, a wheel or a pedal; acts with the next block. False when too many wait.
+    bool Play(const host::MidiMessage& message);
+
+    struct Keys {
+        std::bitset<128> held;
+        /// The key that was pressed last, and how hard, 0 to 1.
+        unsigned newest = 60;
+        float velocity = 0.8F;
+    };
+    Keys HeldKeys() const;
+
+    struct Levels {
+        /// Peaks since the last call, 1 is full scale; behind the limiter.
+        float voice = 0.0F;
+        std::array<float, 2> output{};
+        /// Of the time that the sound lasts, the share that it took to compute.
+        float processor = 0.0F;
+    };
+    Levels TakeLevels();
 
     /// The largest readings since the last call.
     host::MeterReading TakeMeters();

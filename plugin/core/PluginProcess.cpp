@@ -26,11 +26,20 @@ void PluginInstrument::Inside::Process(const PluginBlock& block) {
         }
         return;
     }
+    Watch& watch = stage.watch;
+    const bool isWatched = watch.IsOn();
+    const std::uint64_t begun = isWatched ? Watch::Ticks() : 0;
     if (block.frames == 0) {
         KeepEvents(block);
     }
     for (std::uint32_t start = 0; start < block.frames; start += DryPath::mostFrames) {
         ProcessPiece(block, start, std::min(block.frames - start, DryPath::mostFrames));
+    }
+    if (isWatched) {
+        Watch::Raise(watch.outputPeak[0], block.output[0], block.frames);
+        Watch::Raise(watch.outputPeak[1], block.output[1], block.frames);
+        watch.busyTicks.fetch_add(Watch::Ticks() - begun, std::memory_order_relaxed);
+        watch.frames.fetch_add(block.frames, std::memory_order_relaxed);
     }
     latency.store(adapter.Latency(), std::memory_order_relaxed);
     lastFrames.store(block.frames, std::memory_order_relaxed);
@@ -43,6 +52,11 @@ void PluginInstrument::Inside::GatherEvents(const PluginBlock& block, std::uint3
                                             std::uint32_t count) {
     events.clear();
     std::swap(events, kept);
+    stage.watch.TakeMessages([this](const host::MidiMessage& message) {
+        if (events.size() < PluginBlock::mostEvents) {
+            events.push_back({0, message});
+        }
+    });
     const bool isLast = start + count == block.frames;
     for (const host::TimedEvent& event : block.events) {
         if (event.frame >= start && (isLast || event.frame < start + count) &&
@@ -61,6 +75,11 @@ void PluginInstrument::Inside::ProcessPiece(const PluginBlock& block, std::uint3
     }
     const std::array<float*, 2> output{block.output[0] + start, block.output[1] + start};
     GatherEvents(block, start, count);
+    if (stage.watch.IsOn()) {
+        for (std::uint32_t channel = 0; channel < channels; ++channel) {
+            Watch::Raise(stage.watch.voicePeak, voice[channel], count);
+        }
+    }
     if (wantedBypass.load(std::memory_order_relaxed) >= 0) {
         dry.SetBypassed(wantedBypass.exchange(-1) > 0);
     }

@@ -20,6 +20,7 @@ constexpr std::uint8_t bankLow = 32;
 constexpr std::uint32_t watchedPerBlock = 4;
 /// As long as there is no instrument.
 constexpr std::uint32_t anyBlock = 44;
+constexpr std::uint32_t readingsPerSecond = 100;
 
 } // namespace
 
@@ -32,6 +33,11 @@ Stage::Stage(ParameterExchange& between)
         }
     }
     seen.resize(listed.size());
+    for (const host::ParameterInfo& info : host::ParameterCatalog::OfInstrument().Parameters()) {
+        if (info.role == host::ParameterRole::Output || info.role == host::ParameterRole::Controller) {
+            readable.push_back(info.id);
+        }
+    }
 }
 
 Stage::~Stage() {
@@ -94,6 +100,7 @@ void Stage::Adopt() {
     next->instrument.SetTransport(current->instrument.CurrentTransport());
     next->instrument.SetOffline(isOffline.load(std::memory_order_relaxed));
     leaving = std::exchange(current, next);
+    watch.ForgetKeys();
     fadeFrames = std::max(1U, static_cast<std::uint32_t>(fadeSeconds * current->instrument.SampleRate()));
     fadeDone = 0;
     for (std::uint32_t place = 0; place < listed.size(); ++place) {
@@ -136,6 +143,7 @@ void Stage::TakeWishes() {
     });
     if (endsNotes.load(std::memory_order_relaxed) && endsNotes.exchange(false)) {
         current->instrument.AllNotesOff();
+        watch.ForgetKeys();
     }
 }
 
@@ -168,7 +176,14 @@ bool Stage::SelectBank(const host::MidiMessage& message) {
 }
 
 bool Stage::Send(const host::MidiMessage& message) {
-    return SelectBank(message) || current->instrument.Send(message);
+    if (SelectBank(message)) {
+        return true;
+    }
+    const bool isTaken = current->instrument.Send(message);
+    if (isTaken) {
+        host::MidiControls::EndsNotes(message) ? watch.ForgetKeys() : watch.See(message);
+    }
+    return isTaken;
 }
 
 void Stage::Set(const host::ParameterSetting& setting) {
@@ -242,6 +257,7 @@ void Stage::ProcessBlock(const float* const* voice, std::uint32_t channels, floa
     WatchListed();
     ServeSnapshot();
     PublishMeters();
+    PublishReadings();
 }
 
 void Stage::FadeOver(const float* const* voice, std::uint32_t channels, float* const* output) {
@@ -265,6 +281,19 @@ void Stage::PublishMeters() {
     for (std::size_t n = 0; n < meterCount; ++n) {
         if (readings[n] > meters[n].load(std::memory_order_relaxed)) {
             meters[n].store(readings[n], std::memory_order_relaxed);
+        }
+    }
+}
+
+void Stage::PublishReadings() {
+    framesUnread += current->instrument.FramesPerBlock();
+    if (!watch.IsOn() || framesUnread < current->instrument.SampleRate() / readingsPerSecond) {
+        return;
+    }
+    framesUnread = 0;
+    for (const std::uint32_t id : readable) {
+        if (!exchange.IsWanted(id)) {
+            exchange.Show(id, current->instrument.Position(id));
         }
     }
 }

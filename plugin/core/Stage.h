@@ -7,6 +7,7 @@
 #include "plugin/core/Handover.h"
 #include "plugin/core/ParameterExchange.h"
 #include "plugin/core/PluginState.h"
+#include "plugin/core/Watch.h"
 
 #include <array>
 #include <atomic>
@@ -77,6 +78,7 @@ public:
 
     Handover<Seat> seats;
     Handover<Macros> macros;
+    Watch watch;
     std::atomic<bool> isOffline{false};
     std::atomic<bool> endsNotes{false};
     /// The program that a message asked for, by bank and number; below 0 for none.
@@ -101,6 +103,7 @@ private:
     void WatchListed();
     void See(std::uint32_t listed);
     void PublishMeters();
+    void PublishReadings();
     bool SelectBank(const host::MidiMessage& message);
     host::Transport TransportAt(std::int64_t framesFromCall) const;
 
@@ -119,6 +122,9 @@ private:
     std::vector<std::uint32_t> placeInListed;
     std::vector<float> seen;
     std::uint32_t nextWatched = 0;
+    /// What an editor reads: what the engine writes, and wheels and pedals.
+    std::vector<std::uint32_t> readable;
+    std::uint32_t framesUnread = 0;
 
     bool hasTransport = false;
     host::Transport given;

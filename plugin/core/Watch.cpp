@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "plugin/core/Watch.h"
+
+#include "plugin/core/PluginInside.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <utility>
+
+namespace orphia::plugin {
+
+void Watch::Raise(std::atomic<float>& peak, const float* samples, std::uint32_t count) {
+    float largest = peak.load(std::memory_order_relaxed);
+    for (std::uint32_t n = 0; n < count; ++n) {
+        largest = std::max(largest, std::fabs(samples[n]));
+    }
+    peak.store(largest, std::memory_order_relaxed);
+}
+
+std::uint64_t Watch::Ticks() {
+#if defined(__x86_64__) || defined(__i386__)
+    return __builtin_ia32_rdtsc();
+#else
+    return 0;
+#endif
+}
+
+void PluginInstrument::SetWatched(bool isWatched) {
+    Watch& watch = inside->stage.watch;
+    isWatched ? watch.Add() : watch.Remove();
+}
+
+bool PluginInstrument::Play(const host::MidiMessage& message) { return inside->stage.watch.Play(message); }
+
+PluginInstrument::Keys PluginInstrument::HeldKeys() const {
+    const Watch& watch = inside->stage.watch;
+    Keys keys;
+    for (unsigned key = 0; key < 128; ++key) {
+        keys.held[key] = (watch.held[key / 64].load(std::memory_order_relaxed) >> (key % 64) & 1U) != 0;
+    }
+    const std::uint32_t newest = watch.newest.load(std::memory_order_relaxed);
+    keys.newest = newest & 0x7FU;
+    keys.velocity = static_cast<float>(newest >> 8U) / 127.0F;
+    return keys;
+}
+
+/// The share of the processor comes from the ratio of its own clock to the system's, between two calls of
+/// this.
+PluginInstrument::Levels PluginInstrument::TakeLevels() {
+    Watch& watch = inside->stage.watch;
+    Levels levels;
+    levels.voice = Watch::Take(watch.voicePeak);
+    levels.output = {Watch::Take(watch.outputPeak[0]), Watch::Take(watch.outputPeak[1])};
+    Inside::Clocks now;
+    now.ticks = Watch::Ticks();
+    now.time = std::chrono::steady_clock::now();
+    now.busy = watch.busyTicks.load(std::memory_order_relaxed);
+    now.frames = watch.frames.load(std::memory_order_relaxed);
+    const Inside::Clocks before = std::exchange(inside->clocks, now);
+    const double seconds = std::chrono::duration<double>(now.time - before.time).count();
+    const auto ticks = static_cast<double>(now.ticks - before.ticks);
+    const double sound = static_cast<double>(now.frames - before.frames) / std::max(1U, inside->rate);
+    if (before.ticks != 0 && seconds > 0.0 && ticks > 0.0 && sound > 0.0) {
+        levels.processor =
+            static_cast<float>(static_cast<double>(now.busy - before.busy) / ticks * seconds / sound);
+    }
+    return levels;
+}
+
+} // namespace orphia::plugin

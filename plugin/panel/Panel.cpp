@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "plugin/panel/Panel.h"
+
+#include "plugin/panel/frame/Header.h"
+#include "plugin/panel/look/PanelLook.h"
+#include "plugin/panel/model/Layout.h"
+#include "plugin/panel/model/PanelModel.h"
+#include "plugin/panel/pages/Page.h"
+#include "plugin/panel/pages/SectionView.h"
+
+#include <vector>
+
+namespace orphia::panel {
+
+namespace {
+
+constexpr int picturesPerSecond = 32;
+
+} // namespace
+
+struct Panel::Inside {
+    Inside(Panel& ofPanel, plugin::PluginInstrument& instrument, const std::filesystem::path& settingsFile)
+        : panel(ofPanel), model(instrument, settingsFile), look(model.settings.isBright),
+          header(model, {[this](std::size_t page) { panel.ShowPage(page); },
+                         [this](float scale) { panel.SetScale(scale); },
+                         [this](bool isBright) { panel.SetBright(isBright); }}),
+          pages(PageList().size()) {}
+
+    Panel& panel;
+    PanelModel model;
+    PanelLook look;
+    /// At 100 %; a transform makes it as large as the panel is.
+    juce::Component content;
+    Header header;
+    std::vector<std::unique_ptr<Page>> pages;
+    std::size_t shown = 0;
+    double lastPicture = 0.0;
+    std::unique_ptr<juce::TooltipWindow> tooltips;
+};
+
+Panel::Panel(plugin::PluginInstrument& instrument) : Panel(instrument, PanelSettings::DefaultFile()) {}
+
+Panel::Panel(plugin::PluginInstrument& instrument, const std::filesystem::path& settingsFile)
+    : inside(std::make_unique<Inside>(*this, instrument, settingsFile)) {
+    Inside& in = *inside;
+    setLookAndFeel(&in.look);
+    setOpaque(true);
+    setWantsKeyboardFocus(true);
+    setTitle("Orphia VX");
+    in.content.setInterceptsMouseClicks(false, true);
+    addAndMakeVisible(in.content);
+    in.content.setSize(Grid::panelWidth, Grid::panelHeight);
+    in.content.addAndMakeVisible(in.header);
+    in.header.setBounds(0, 0, Grid::panelWidth, Grid::headerHeight);
+    in.tooltips = std::make_unique<juce::TooltipWindow>(this, 600);
+    ShowPage(0);
+    SetScale(in.model.settings.scale);
+}
+
+Panel::~Panel() {
+    stopTimer();
+    setLookAndFeel(nullptr);
+}
+
+float Panel::Scale() const { return static_cast<float>(getWidth()) / static_cast<float>(width); }
+
+void Panel::SetScale(float scale) {
+    scale = juce::jlimit(PanelSettings::minimumScale, PanelSettings::maximumScale, scale);
+    inside->model.settings.scale = scale;
+    inside->model.KeepSettings();
+    setSize(juce::roundToInt(scale * static_cast<float>(width)),
+            juce::roundToInt(scale * static_cast<float>(height)));
+    if (onScale) {
+        onScale();
+    }
+}
+
+void Panel::SetBright(bool isBright) {
+    inside->model.settings.isBright = isBright;
+    inside->model.KeepSettings();
+    inside->look.SetBright(isBright);
+    sendLookAndFeelChange();
+    repaint();
+}
+
+std::size_t Panel::PageCount() const { return PageList().size(); }
+juce::String Panel::PageTitle(std::size_t page) const { return PageList()[page].title; }
+
+void Panel::ShowPage(std::size_t page) {
+    Inside& in = *inside;
+    if (page >= in.pages.size()) {
+        return;
+    }
+    if (in.pages[in.shown] != nullptr) {
+        in.pages[in.shown]->setVisible(false);
+    }
+    in.shown = page;
+    if (in.pages[page] == nullptr) {
+        in.pages[page] = PageList()[page].make(in.model);
+        in.content.addChildComponent(*in.pages[page]);
+        in.pages[page]->setBounds(ToJuce(Grid::page));
+    }
+    in.pages[page]->setVisible(true);
+    in.header.ShowChosen(page);
+}
+
+void Panel::Tick(double seconds) {
+    Inside& in = *inside;
+    in.model.Tick(seconds);
+    in.header.Refresh();
+    in.pages[in.shown]->Refresh();
+}
+
+void Panel::timerCallback() {
+    const double now = juce::Time::getMillisecondCounterHiRes() * 0.001;
+    Tick(juce::jlimit(0.001, 0.5, now - inside->lastPicture));
+    inside->lastPicture = now;
+}
+
+void Panel::StartOrStop() {
+    if (isShowing() && !isTimerRunning()) {
+        inside->lastPicture = juce::Time::getMillisecondCounterHiRes() * 0.001;
+        startTimerHz(picturesPerSecond);
+    } else if (!isShowing()) {
+        stopTimer();
+    }
+}
+
+void Panel::visibilityChanged() { StartOrStop(); }
+void Panel::parentHierarchyChanged() { StartOrStop(); }
+
+void Panel::paint(juce::Graphics& g) { g.fillAll(ToJuce(inside->look.Colours().background)); }
+
+void Panel::resized() {
+    const float scale = std::min(static_cast<float>(getWidth()) / static_cast<float>(width),
+                                 static_cast<float>(getHeight()) / static_cast<float>(height));
+    inside->content.setTransform(juce::AffineTransform::scale(scale));
+}
+
+bool Panel::keyPressed(const juce::KeyPress& key) {
+    History& history = inside->model.history;
+    const juce::ModifierKeys mods = key.getModifiers();
+    const int code = key.getKeyCode();
+    if (mods.isCommandDown() && (code == 'Z' || code == 'z')) {
+        mods.isShiftDown() ? history.Redo() : history.Undo();
+        return true;
+    }
+    if (mods.isCommandDown() && (code == 'Y' || code == 'y')) {
+        history.Redo();
+        return true;
+    }
+    if (code >= juce::KeyPress::F1Key && code < juce::KeyPress::F1Key + static_cast<int>(PageCount())) {
+        ShowPage(static_cast<std::size_t>(code - juce::KeyPress::F1Key));
+        return true;
+    }
+    return false;
+}
+
+bool Panel::keyStateChanged(bool /*isDown*/) { return false; }
+
+} // namespace orphia::panel

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "plugin/panel/model/Modulation.h"
+
+#include "host/parameters/ModulationRoutes.h"
+#include "host/parameters/ParameterCatalog.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace orphia::panel {
+
+namespace {
+
+using host::ModulationRoutes;
+
+enum Source : unsigned { Follower, Lfo, Envelope, Velocity, Key, Pressure, Wheel, Brightness };
+
+struct Destination {
+    std::string_view label;
+    /// The engine's name; empty where it depends on the effect.
+    std::string_view parameter;
+};
+
+constexpr std::array<std::string_view, Modulation::sourceCount> sourceLabels = {
+    "Voice level", "LFO", "Envelope", "Velocity", "Key", "Pressure", "Mod wheel", "Brightness"};
+
+constexpr std::array<Destination, Modulation::destinationCount> destinations = {{
+    {"LFO Rate", "LFO_RateUnSynced"},
+    {"LFO Amount", "LFO_Amp"},
+    {"FX 1 First", ""},
+    {"FX 2 First", ""},
+    {"FX 3 First", ""},
+    {"FX 1 Second", ""},
+    {"FX 2 Second", ""},
+    {"FX 3 Second", ""},
+    {"Attack", "Attack"},
+    {"Release", "Release"},
+    {"Osc 1 Pitch", "Carrier_Oscillators_Osc1Coarse"},
+    {"Osc 2 Pitch", "Carrier_Oscillators_Osc2Coarse"},
+    {"Osc 2 Fine", "Carrier_Oscillators_Osc2Fine"},
+    {"Osc 1 Shape", "Carrier_Oscillators_Osc1Shape"},
+    {"Osc 2 Shape", "Carrier_Oscillators_Osc2Shape"},
+    {"FM", "Carrier_Oscillators_FMAmount"},
+    {"Osc 1 Volume", "Carrier_Oscillators_Osc1Volume"},
+    {"Osc 2 Volume", "Carrier_Oscillators_Osc2Volume"},
+    {"Bands Attack", "BodeVocoder_AnalyzerRectifiers_Attack"},
+    {"Bands Release", "BodeVocoder_AnalyzerRectifiers_Release"},
+    {"Vocoder Mix", "BodeVocoder_Wet"},
+    {"Noise/Carrier", "BodeVocoder_NoiseCarrierBalance_NoiseCarrierBalance"},
+    {"Bands Shift", "BodeVocoder_SynthesizerFilterBank_Shift"},
+    {"Bands Width", "BodeVocoder_SynthesizerFilterBank_Width"},
+    {"Carrier Level", "BodeVocoder_CarrierPreamp_CarrierLevel"},
+    {"Voice Level", "BodeVocoder_Preamp_ProgramLevel"},
+    {"Master Volume", "MasterVolume"},
+    {"Freeze", "BodeVocoder_PatchBay_SampleHold"},
+    {"Ensemble", "Carrier_EnsembleAmount"},
+    {"Follower Gain", "EnvFollower_Input Gain"},
+}};
+
+std::uint32_t IdOf(std::string_view name) { return host::ParameterCatalog::OfInstrument().Find(name).id; }
+
+struct Ids {
+    std::array<std::optional<std::uint32_t>, Modulation::destinationCount> parameters;
+    std::uint32_t follower = IdOf("EnvFollower_Enable");
+    std::uint32_t lfo = IdOf("LFO_Enable");
+    std::uint32_t controls = IdOf("Controls_Enable");
+    std::uint32_t lfoValue = IdOf("LFO_CurrentValueLFeedback");
+    std::uint32_t envelopeStage = IdOf("Carrier_Oscillators_ADSR_OutState");
+    std::uint32_t envelopePhase = IdOf("Carrier_Oscillators_ADSR_OutStatePhase");
+    std::uint32_t sustain = IdOf("Carrier_Oscillators_ADSR_Sustain");
+    std::uint32_t pressure = IdOf("VST3_AfterTouch");
+    std::uint32_t wheel = IdOf("VST3_CtrlModWheel");
+    std::uint32_t brightness = IdOf("MPE_GlobalBrightness");
+
+    Ids() {
+        for (unsigned n = 0; n < destinations.size(); ++n) {
+            if (!destinations[n].parameter.empty()) {
+                parameters[n] = IdOf(destinations[n].parameter);
+            }
+        }
+    }
+    static const Ids& Get() {
+        static const Ids ids;
+        return ids;
+    }
+};
+
+} // namespace
+
+Modulation::Modulation(const plugin::PluginInstrument& ofInstrument) : instrument(ofInstrument) {
+    static_assert(sourceLabels.size() == sourceCount);
+    Update(0.0F);
+}
+
+std::string_view Modulation::SourceLabel(unsigned source) { return sourceLabels[source]; }
+std::string_view Modulation::DestinationLabel(unsigned destination) {
+    return destinations[destination].label;
+}
+
+std::optional<std::uint32_t> Modulation::SwitchOf(unsigned source) {
+    const Ids& ids = Ids::Get();
+    switch (source) {
+    case Follower:
+        return ids.follower;
+    case Lfo:
+        return ids.lfo;
+    case Envelope:
+        return std::nullopt;
+    default:
+        return ids.controls;
+    }
+}
+
+std::optional<std::uint32_t> Modulation::ParameterOf(unsigned destination) {
+    return Ids::Get().parameters[destination];
+}
+
+std::optional<unsigned> Modulation::DestinationOf(std::uint32_t parameter) {
+    const auto& all = Ids::Get().parameters;
+    const auto found = std::ranges::find(all, std::optional(parameter));
+    return found == all.end() ? std::nullopt : std::optional(static_cast<unsigned>(found - all.begin()));
+}
+
+float Modulation::Amount(unsigned source, unsigned destination) const {
+    return 2.0F * instrument.Position(ModulationRoutes::AmountId(source, destination)) - 1.0F;
+}
+
+std::vector<Modulation::Route> Modulation::UsedRoutes() const {
+    std::vector<Route> used;
+    for (unsigned destination = 0; destination < destinationCount; ++destination) {
+        for (unsigned source = 0; source < sourceCount; ++source) {
+            if (const float amount = Amount(source, destination); std::fabs(amount) > 1e-4F) {
+                used.push_back({source, destination, amount});
+            }
+        }
+    }
+    return used;
+}
+
+void Modulation::Update(float voiceLevel) {
+    const Ids& ids = Ids::Get();
+    const plugin::PluginInstrument::Keys keys = instrument.HeldKeys();
+    values[Follower] = std::clamp(voiceLevel, 0.0F, 1.0F);
+    values[Lfo] = 2.0F * instrument.Position(ids.lfoValue) - 1.0F;
+    const float phase = instrument.Position(ids.envelopePhase);
+    const float sustain = instrument.Position(ids.sustain);
+    const std::array<float, 5> stages = {0.0F, phase, 1.0F + (sustain - 1.0F) * phase, sustain,
+                                         sustain * (1.0F - phase)};
+    values[Envelope] =
+        stages[static_cast<std::size_t>(std::lround(4.0F * instrument.Position(ids.envelopeStage)))];
+    values[Velocity] = keys.velocity;
+    values[Key] = static_cast<float>(keys.newest) / 127.0F;
+    values[Pressure] = instrument.Position(ids.pressure);
+    values[Wheel] = instrument.Position(ids.wheel);
+    values[Brightness] = instrument.Position(ids.brightness);
+    for (unsigned source = 0; source < sourceCount; ++source) {
+        const std::optional<std::uint32_t> gate = SwitchOf(source);
+        isOn[source] = !gate || instrument.Position(*gate) >= 0.5F;
+    }
+    isUsed.fill(false);
+    for (const Route& route : UsedRoutes()) {
+        isUsed[route.destination] = isUsed[route.destination] || isOn[route.source];
+    }
+}
+
+std::optional<float> Modulation::ModulatedPosition(std::uint32_t parameter) const {
+    const std::optional<unsigned> destination = DestinationOf(parameter);
+    if (!destination || !isUsed[*destination]) {
+        return std::nullopt;
+    }
+    float position = instrument.Position(parameter);
+    for (unsigned source = 0; source < sourceCount; ++source) {
+        position += isOn[source] ? Amount(source, *destination) * values[source] : 0.0F;
+    }
+    return std::clamp(position, 0.0F, 1.0F);
+}
+
+} // namespace orphia::panel

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "plugin/core/PluginInstrument.h"
+#include "plugin/panel/model/History.h"
+#include "plugin/panel/model/Meters.h"
+#include "plugin/panel/model/Modulation.h"
+#include "plugin/panel/model/PanelSettings.h"
+#include "plugin/panel/model/PatchBay.h"
+
+#include <filesystem>
+
+namespace orphia::panel {
+
+/// What all parts of an open panel share: the instrument, what can be undone, and what the picture of this
+/// moment shows. Everything is for the message thread. While it lives the instrument is watched.
+class PanelModel {
+public:
+    /// An empty file keeps no settings.
+    explicit PanelModel(plugin::PluginInstrument& instrument,
+                        std::filesystem::path settingsFile = PanelSettings::DefaultFile());
+    ~PanelModel();
+    PanelModel(const PanelModel&) = delete;
+    PanelModel& operator=(const PanelModel&) = delete;
+
+    /// Once for each picture, so many seconds after the last one: asks the instrument what it plays.
+    void Tick(double seconds);
+    void KeepSettings() const;
+    /// Can be undone; nothing counts as changed afterwards.
+    bool LoadProgram(std::uint32_t program);
+
+    plugin::PluginInstrument& instrument;
+    History history;
+    PatchBay patchBay;
+    Modulation modulation;
+    BandPicture bands;
+    Meter voice;
+    Meter left;
+    Meter right;
+    /// Of the last Tick.
+    host::MeterReading lights;
+    plugin::PluginInstrument::Keys keys;
+    /// Smoothed, 0 to 1.
+    float processorShare = 0.0F;
+    PanelSettings settings;
+
+private:
+    std::filesystem::path settingsFile;
+};
+
+} // namespace orphia::panel

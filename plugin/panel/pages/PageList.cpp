@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "plugin/panel/pages/MainPage.h"
+#include "plugin/panel/pages/Page.h"
+
+namespace orphia::panel {
+
+namespace {
+
+template <class P>
+PageEntry Entry(const char* title) {
+    return {title, [](PanelModel& panel) { return std::make_unique<P>(panel); }};
+}
+
+} // namespace
+
+const std::vector<PageEntry>& PageList() {
+    static const std::vector<PageEntry> pages = {
+        Entry<MainPage>("Play"),
+    };
+    return pages;
+}
+
+} // namespace orphia::panel
