@@ -179,6 +179,8 @@ public:
         std::array<float, 2> output{};
         /// Of the time that the sound lasts, the share that it took to compute.
         float processor = 0.0F;
+        /// 0 before the first Activate.
+        double sampleRate = 0.0;
     };
     Levels TakeLevels();
 

@@ -34,7 +34,10 @@ Stage::Stage(ParameterExchange& between)
     }
     seen.resize(listed.size());
     for (const host::ParameterInfo& info : host::ParameterCatalog::OfInstrument().Parameters()) {
-        if (info.role == host::ParameterRole::Output || info.role == host::ParameterRole::Controller) {
+        const bool isRead = info.role == host::ParameterRole::Output ||
+                            info.role == host::ParameterRole::Controller ||
+                            info.name == "Modulator_CurrentSlot";
+        if (isRead) {
             readable.push_back(info.id);
         }
     }

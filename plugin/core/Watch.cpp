@@ -52,6 +52,7 @@ PluginInstrument::Levels PluginInstrument::TakeLevels() {
     Levels levels;
     levels.voice = Watch::Take(watch.voicePeak);
     levels.output = {Watch::Take(watch.outputPeak[0]), Watch::Take(watch.outputPeak[1])};
+    levels.sampleRate = inside->rate;
     Inside::Clocks now;
     now.ticks = Watch::Ticks();
     now.time = std::chrono::steady_clock::now();

@@ -2,11 +2,13 @@
 #include "plugin/panel/Panel.h"
 
 #include "plugin/panel/frame/Header.h"
+#include "plugin/panel/frame/KeyStrip.h"
+#include "plugin/panel/frame/MacroStrip.h"
 #include "plugin/panel/look/PanelLook.h"
 #include "plugin/panel/model/Layout.h"
 #include "plugin/panel/model/PanelModel.h"
 #include "plugin/panel/pages/Page.h"
-#include "plugin/panel/pages/SectionView.h"
+#include "plugin/panel/parts/SectionView.h"
 
 #include <vector>
 
@@ -24,7 +26,7 @@ struct Panel::Inside {
           header(model, {[this](std::size_t page) { panel.ShowPage(page); },
                          [this](float scale) { panel.SetScale(scale); },
                          [this](bool isBright) { panel.SetBright(isBright); }}),
-          pages(PageList().size()) {}
+          macros(model), keys(model), pages(PageList().size()) {}
 
     Panel& panel;
     PanelModel model;
@@ -32,6 +34,8 @@ struct Panel::Inside {
     /// At 100 %; a transform makes it as large as the panel is.
     juce::Component content;
     Header header;
+    MacroStrip macros;
+    KeyStrip keys;
     std::vector<std::unique_ptr<Page>> pages;
     std::size_t shown = 0;
     double lastPicture = 0.0;
@@ -52,6 +56,13 @@ Panel::Panel(plugin::PluginInstrument& instrument, const std::filesystem::path& 
     in.content.setSize(Grid::panelWidth, Grid::panelHeight);
     in.content.addAndMakeVisible(in.header);
     in.header.setBounds(0, 0, Grid::panelWidth, Grid::headerHeight);
+    in.content.addAndMakeVisible(in.macros);
+    in.content.addAndMakeVisible(in.keys);
+    juce::Rectangle<int> below =
+        juce::Rectangle<int>(Grid::panelWidth, Grid::panelHeight).reduced(Grid::margin, Grid::margin);
+    in.keys.setBounds(below.removeFromBottom(Grid::keysHeight));
+    below.removeFromBottom(Grid::gap);
+    in.macros.setBounds(below.removeFromBottom(Grid::macrosHeight));
     in.tooltips = std::make_unique<juce::TooltipWindow>(this, 600);
     ShowPage(0);
     SetScale(in.model.settings.scale);
@@ -109,6 +120,8 @@ void Panel::Tick(double seconds) {
     in.model.Tick(seconds);
     in.header.Refresh();
     in.pages[in.shown]->Refresh();
+    in.macros.Refresh();
+    in.keys.Refresh();
 }
 
 void Panel::timerCallback() {
@@ -156,6 +169,6 @@ bool Panel::keyPressed(const juce::KeyPress& key) {
     return false;
 }
 
-bool Panel::keyStateChanged(bool /*isDown*/) { return false; }
+bool Panel::keyStateChanged(bool /*isDown*/) { return inside->keys.Keys().FollowComputer(); }
 
 } // namespace orphia::panel

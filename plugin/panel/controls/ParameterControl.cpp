@@ -26,6 +26,16 @@ ParameterControl::ParameterControl(PanelModel& ofPanel, ControlModel control)
 
 ParameterControl::~ParameterControl() { EndDrag(); }
 
+void ParameterControl::SetTexts(const std::string& label, const juce::String& tooltip, bool isInUse) {
+    setTooltip(tooltip);
+    setAlpha(isInUse ? 1.0F : 0.6F);
+    if (model.label != label) {
+        model.label = label;
+        setTitle(label);
+        repaint();
+    }
+}
+
 void ParameterControl::SetPosition(float next) {
     panel.history.Set(model.id, model.Snap(next));
     Refresh();

@@ -37,6 +37,7 @@ void PanelModel::Tick(double seconds) {
     left.Update(levels.output[0], seconds);
     right.Update(levels.output[1], seconds);
     processorShare += 0.1F * (std::min(levels.processor, 1.0F) - processorShare);
+    sampleRate = levels.sampleRate;
     bands.Update(instrument, lights.bands, seconds);
     modulation.Update(levels.voice);
 }

@@ -42,6 +42,8 @@ public:
     plugin::PluginInstrument::Keys keys;
     /// Smoothed, 0 to 1.
     float processorShare = 0.0F;
+    /// 0 before the first sound.
+    double sampleRate = 0.0;
     PanelSettings settings;
 
 private:

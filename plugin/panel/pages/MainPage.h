@@ -2,10 +2,10 @@
 #pragma once
 
 #include "plugin/panel/pages/Page.h"
-#include "plugin/panel/pages/SectionView.h"
-
-#include <memory>
-#include <vector>
+#include "plugin/panel/parts/BandsView.h"
+#include "plugin/panel/parts/EffectsView.h"
+#include "plugin/panel/parts/LevelMeter.h"
+#include "plugin/panel/parts/SlotsView.h"
 
 namespace orphia::panel {
 
@@ -15,7 +15,17 @@ public:
     explicit MainPage(PanelModel& panel);
 
 private:
-    std::vector<std::unique_ptr<SectionView>> sections;
+    SectionView voiceIn;
+    LevelMeter voiceLevel;
+    SectionView sampler;
+    SlotsView slots;
+    BandsView bands;
+    SectionView vocoder;
+    SectionView carrier;
+    EffectsView effects;
+    SectionView master;
+    LevelMeter left;
+    LevelMeter right;
 };
 
 } // namespace orphia::panel

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "plugin/panel/pages/SectionView.h"
+#include "plugin/panel/parts/SectionView.h"
 
 namespace orphia::panel {
 

@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "plugin/panel/controls/Live.h"
+#include "plugin/panel/look/PanelLook.h"
+#include "plugin/panel/model/Meters.h"
+
+#include <juce_gui_basics/juce_gui_basics.h>
+
+namespace orphia::panel {
+
+/// A bar with a held peak; its end lights when it has clipped, until it is clicked.
+class LevelMeter final : public juce::Component, public Live, public juce::SettableTooltipClient {
+public:
+    LevelMeter(Meter& meter, const juce::String& title);
+
+    void Refresh() override;
+    void paint(juce::Graphics& g) override;
+    void mouseDown(const juce::MouseEvent& event) override;
+
+private:
+    Meter& meter;
+    float level = 0.0F;
+    float peak = 0.0F;
+    bool clipped = false;
+};
+
+} // namespace orphia::panel

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "plugin/panel/parts/SlotsView.h"
+
+#include "host/parameters/ParameterCatalog.h"
+
+#include <cmath>
+
+namespace orphia::panel {
+
+namespace {
+
+constexpr std::uint8_t velocity = 100;
+constexpr float octaveSteps = 8.0F;
+constexpr float slotSteps = 11.0F;
+
+std::uint32_t IdOf(const char* name) { return host::ParameterCatalog::OfInstrument().Find(name).id; }
+
+} // namespace
+
+SlotsView::SlotsView(PanelModel& ofPanel)
+    : panel(ofPanel), firstLoaded(IdOf("Modulator_Sample1_Loaded")),
+      octave(IdOf("Modulator_KeyboardSampleOctave")), isPlaying(IdOf("Modulator_IsPlayingSample")),
+      current(IdOf("Modulator_CurrentSlot")) {
+    setTitle("Samples");
+    setTooltip("The twelve samples: bright ones are loaded. A click plays one.");
+}
+
+SlotsView::~SlotsView() { Release(); }
+
+juce::Rectangle<int> SlotsView::CellOf(int slot) const {
+    const int rows = count / columns;
+    const int column = slot % columns;
+    const int row = slot / columns;
+    return juce::Rectangle<int>(getWidth() * column / columns, getHeight() * row / rows, getWidth() / columns,
+                                getHeight() / rows)
+        .reduced(1);
+}
+
+void SlotsView::Refresh() {
+    std::array<bool, count> now{};
+    for (unsigned n = 0; n < count; ++n) {
+        now[n] = panel.instrument.Position(firstLoaded + n) >= 0.5F;
+    }
+    const bool sounds = panel.instrument.Position(isPlaying) >= 0.5F;
+    const int plays = sounds ? juce::roundToInt(slotSteps * panel.instrument.Position(current)) : -1;
+    if (now != loaded || plays != playing) {
+        loaded = now;
+        playing = plays;
+        repaint();
+    }
+}
+
+void SlotsView::paint(juce::Graphics& g) {
+    const Palette& colours = PanelLook::Of(*this);
+    for (int slot = 0; slot < count; ++slot) {
+        const bool isLoaded = loaded[static_cast<std::size_t>(slot)];
+        const juce::Rectangle<float> cell = CellOf(slot).toFloat();
+        FillBox(g, cell, slot == playing ? colours.accent : colours.field, 3.0F);
+        const Palette::Colour text = slot == playing ? colours.onAccent
+                                     : isLoaded      ? colours.text
+                                                     : colours.dimText;
+        DrawText(g, juce::String(slot + 1), cell, Sizes::labelFont, text, juce::Justification::centred,
+                 isLoaded);
+        if (isLoaded && slot != playing) {
+            FillBox(g, cell.withTop(cell.getBottom() - 2.0F), colours.accent, 1.0F);
+        }
+    }
+}
+
+void SlotsView::mouseDown(const juce::MouseEvent& event) {
+    for (int slot = 0; slot < count; ++slot) {
+        if (CellOf(slot).contains(event.getPosition())) {
+            const int first = 12 * juce::roundToInt(octaveSteps * panel.instrument.Position(octave));
+            pressedKey = first + slot;
+            panel.instrument.Play({0x90, static_cast<std::uint8_t>(pressedKey), velocity});
+        }
+    }
+}
+
+void SlotsView::mouseUp(const juce::MouseEvent& /*event*/) { Release(); }
+
+void SlotsView::Release() {
+    if (pressedKey >= 0) {
+        panel.instrument.Play({0x80, static_cast<std::uint8_t>(pressedKey), 0});
+        pressedKey = -1;
+    }
+}
+
+} // namespace orphia::panel

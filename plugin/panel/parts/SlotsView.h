@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "plugin/panel/controls/Live.h"
+#include "plugin/panel/look/PanelLook.h"
+#include "plugin/panel/model/PanelModel.h"
+
+#include <juce_gui_basics/juce_gui_basics.h>
+
+#include <array>
+
+namespace orphia::panel {
+
+/// The twelve samples at a glance: which are there, which one plays. A click plays one, as its key would.
+class SlotsView final : public juce::Component, public Live, public juce::SettableTooltipClient {
+public:
+    explicit SlotsView(PanelModel& panel);
+    ~SlotsView() override;
+
+    void Refresh() override;
+    void paint(juce::Graphics& g) override;
+    void mouseDown(const juce::MouseEvent& event) override;
+    void mouseUp(const juce::MouseEvent& event) override;
+
+private:
+    static constexpr int count = 12;
+    static constexpr int columns = 6;
+
+    juce::Rectangle<int> CellOf(int slot) const;
+    void Release();
+
+    PanelModel& panel;
+    std::uint32_t firstLoaded;
+    std::uint32_t octave;
+    std::uint32_t isPlaying;
+    std::uint32_t current;
+    std::array<bool, count> loaded{};
+    int playing = -1;
+    int pressedKey = -1;
+};
+
+} // namespace orphia::panel
