@@ -81,6 +81,25 @@ MidiFile Together(const MidiFile& song, const MidiFile& other) {
     return MidiFile::FromEvents(std::move(events), song.Tempo(), std::max(song.Seconds(), other.Seconds()));
 }
 
+/// Cut to a length, or repeated up to it; what is down at the end of a pass is released.
+MidiFile Fitted(const MidiFile& song, double length) {
+    constexpr std::uint8_t allNotesOff = 123;
+    constexpr double shortest = 0.1; // of what is repeated
+    std::vector<MidiEvent> events;
+    for (double start = 0.0; start < length && events.size() < MidiFile::maxEvents;
+         start += std::max(song.Seconds(), shortest)) {
+        for (std::uint8_t channel = 0; start > 0.0 && channel < 16; ++channel) {
+            events.push_back({start, {static_cast<std::uint8_t>(0xB0U | channel), allNotesOff, 0}});
+        }
+        for (const MidiEvent& event : song.Events()) {
+            if (start + event.seconds < length) {
+                events.push_back({start + event.seconds, event.message});
+            }
+        }
+    }
+    return MidiFile::FromEvents(std::move(events), song.Tempo(), length);
+}
+
 std::size_t NoteCount(const MidiFile& song) {
     return static_cast<std::size_t>(
         std::count_if(song.Events().begin(), song.Events().end(), [](const MidiEvent& event) {
@@ -183,6 +202,7 @@ void BindFiles(py::module_& module) {
         .def_static("make", &MakeSong, py::arg("seconds"), py::arg("messages"), py::arg("length"),
                     py::arg("tempo"))
         .def("together", &Together, py::arg("other"))
+        .def("fitted", &Fitted, py::arg("seconds"))
         .def_property_readonly("seconds", &MidiFile::Seconds)
         .def_property_readonly("note_count", &NoteCount);
 

@@ -9,10 +9,15 @@ namespace py = pybind11;
 
 namespace {
 
+/// Names of files need not be text in any coding.
+void Raise(const py::handle& type, const std::exception& error) {
+    const auto text = py::reinterpret_steal<py::object>(PyUnicode_DecodeFSDefault(error.what()));
+    PyErr_SetObject(type.ptr(), text.ptr());
+}
+
 /// As classes of the package itself.
 void RaiseAs(const char* className, const std::exception& error) {
-    const py::object type = py::module_::import("orphia.errors").attr(className);
-    PyErr_SetString(type.ptr(), error.what());
+    Raise(py::module_::import("orphia.errors").attr(className), error);
 }
 
 void Translate(std::exception_ptr thrown) {
@@ -21,7 +26,7 @@ void Translate(std::exception_ptr thrown) {
             std::rethrow_exception(thrown);
         }
     } catch (const orphia::host::UsageError& error) {
-        PyErr_SetString(PyExc_ValueError, error.what());
+        Raise(PyExc_ValueError, error);
     } catch (const orphia::host::FileError& error) {
         RaiseAs("FileError", error);
     } catch (const orphia::host::EngineError& error) {

@@ -13,16 +13,14 @@ from orphia.native import _core
 Path = Union[str, "os.PathLike[str]"]
 
 
-def path_of(path: Any, name: str = "path") -> str:
-    """As text, with which files are opened."""
+def path_of(path: Any, name: str = "path") -> bytes:
+    """As the system has it, which need not be text."""
     if not isinstance(path, (str, os.PathLike)):
         raise TypeError(f"{name} must be a str or a path, not {type(path).__name__}")
-    text = os.fspath(path)
-    if not isinstance(text, str):
-        raise TypeError(f"{name} must be a str or a path of such")
-    if "\0" in text:
+    encoded = os.fsencode(path)
+    if b"\0" in encoded:
         raise ValueError(f"{name} holds a null character")
-    return text
+    return encoded
 
 
 def read(path: Path, sample_rate: Optional[int] = None) -> tuple[Sound, int]:

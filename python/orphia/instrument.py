@@ -216,13 +216,17 @@ class Instrument:
         >>> pad.render(hum, [(0, 1, 48, 0.9)], automation={"Wet": [(0, 0), (1, "100 %")]}, tail=1).shape
         (2, 88200)
         """
-        native = self._open()
+        self._open()
         if voice is None and notes is None and midi is None:
             raise ValueError("there is nothing to play: give a voice, notes or midi")
         sound = None if voice is None else as_sound(voice, "voice")
-        song = song_of(notes, midi)
-        passage = max(song.seconds, 0 if sound is None else sound.shape[1] / self._rate)
-        result = native.render(sound, song, lanes_of(automation, passage), None if tail is None else as_tail(tail))
+        return self.render_song(sound, song_of(notes, midi), None if tail is None else as_tail(tail), automation)
+
+    def render_song(self, voice: Optional[Sound], song: _core.Song, tail: Optional[float],
+                    automation: Optional[Mapping[str, Any]] = None) -> Sound:
+        """`render` of what has been checked already: for the package itself."""
+        passage = max(song.seconds, 0 if voice is None else voice.shape[1] / self._rate)
+        result = self._open().render(voice, song, lanes_of(automation, passage), tail)
         warn_all(result["warnings"])
         if result["is_cut"]:
             warn_all([f"the sound was cut {_core.longest_fade:g} s after its end; a longer tail keeps it"])

@@ -9,6 +9,7 @@ from dataclasses import dataclass
 from typing import Any, Union
 
 from orphia.errors import warn_all
+from orphia.files import path_of
 from orphia.native import _core
 from orphia.parameters import find, parse
 
@@ -52,10 +53,7 @@ def preset_text(preset: PresetLike) -> str:
         return _text_of_mapping(preset)
     if not isinstance(preset, (str, os.PathLike)):
         raise TypeError(f"a preset is a name, a path or a mapping, not {type(preset).__name__}")
-    path = os.fspath(preset)
-    if not isinstance(path, str):
-        raise TypeError("the path of a preset must be a str")
-    text, warnings = _core.open_preset(path)
+    text, warnings = _core.open_preset(path_of(preset, "preset"))
     warn_all(warnings, stacklevel=5)
     return text
 

@@ -11,6 +11,7 @@ from typing import Any, Optional
 import numpy as np
 
 from orphia.arrays import as_number
+from orphia.files import path_of
 from orphia.native import _core
 
 LONGEST = 6 * 3600.0
@@ -66,7 +67,7 @@ def _song_of_midi(midi: Any) -> _core.Song:
     if isinstance(midi, (bytes, bytearray)):
         return _core.Song.parse(bytes(midi))
     if isinstance(midi, (str, os.PathLike)):
-        return _core.Song.read(os.fspath(midi))
+        return _core.Song.read(path_of(midi, "midi"))
     data = io.BytesIO()
     if hasattr(midi, "tracks") and hasattr(midi, "save"):
         midi.save(file=data)
