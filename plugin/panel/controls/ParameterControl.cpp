@@ -26,9 +26,8 @@ ParameterControl::ParameterControl(PanelModel& ofPanel, ControlModel control)
 
 ParameterControl::~ParameterControl() { EndDrag(); }
 
-void ParameterControl::SetTexts(const std::string& label, const juce::String& tooltip, bool isInUse) {
+void ParameterControl::SetTexts(const std::string& label, const juce::String& tooltip) {
     setTooltip(tooltip);
-    setAlpha(isInUse ? 1.0F : 0.6F);
     if (model.label != label) {
         model.label = label;
         setTitle(label);

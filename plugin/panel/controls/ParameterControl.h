@@ -29,8 +29,8 @@ public:
     float Position() const { return position; }
     juce::String Value() const { return ValueText(model.id, position); }
 
-    /// Other texts than the model's; a control that moves nothing is drawn faintly.
-    void SetTexts(const std::string& label, const juce::String& tooltip, bool isInUse = true);
+    /// Other texts than the model's.
+    void SetTexts(const std::string& label, const juce::String& tooltip);
     void SetPosition(float next);
     void Nudge(int clicks, bool isFine);
     void ResetToStart();

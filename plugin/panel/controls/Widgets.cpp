@@ -99,7 +99,7 @@ private:
             .withTrimmedRight(54.0F)
             .withSizeKeepingCentre(area.getWidth() - LabelWidth() - 54.0F, 6.0F);
     }
-    float LabelWidth() const { return std::min(80.0F, Bounds().getWidth() * 0.38F); }
+    float LabelWidth() const { return Bounds().getWidth() * (Bounds().getWidth() > 300.0F ? 0.5F : 0.3F); }
 
     juce::Point<float> PlaceOn(const juce::Rectangle<float>& track, float at) const {
         return IsUpright()
@@ -203,8 +203,8 @@ public:
             DrawLabel(g, area.removeFromTop(16.0F), juce::Justification::centred);
             area = area.withTrimmedBottom(17.0F).withSizeKeepingCentre(area.getWidth() - 4.0F, 24.0F);
         } else {
-            if (Model().label.size() > 0 && area.getWidth() > 90.0F) {
-                DrawLabel(g, area.removeFromLeft(44.0F).withTrimmedLeft(2.0F),
+            if (!Model().label.empty() && area.getWidth() > 90.0F) {
+                DrawLabel(g, area.removeFromLeft(LabelWidth(area.getWidth())).withTrimmedLeft(2.0F),
                           juce::Justification::centredLeft);
             }
             area = area.withSizeKeepingCentre(area.getWidth() - 2.0F, 22.0F);
@@ -212,11 +212,13 @@ public:
         FillBox(g, area, colours.field);
         DrawFocus(g, *this, area);
         juce::Path arrow;
-        const juce::Rectangle<float> tip = area.removeFromRight(14.0F).withSizeKeepingCentre(7.0F, 4.0F);
+        const bool isNarrow = area.getWidth() < 60.0F;
+        const juce::Rectangle<float> tip =
+            area.removeFromRight(isNarrow ? 11.0F : 16.0F).withSizeKeepingCentre(7.0F, 4.0F);
         arrow.addTriangle(tip.getTopLeft(), tip.getTopRight(), {tip.getCentreX(), tip.getBottom()});
         g.setColour(ToJuce(colours.dimText));
         g.fillPath(arrow);
-        DrawText(g, Value(), area.withTrimmedLeft(6.0F), Sizes::valueFont, colours.text,
+        DrawText(g, Value(), area.withTrimmedLeft(isNarrow ? 4.0F : 7.0F), Sizes::valueFont, colours.text,
                  juce::Justification::centredLeft);
     }
 
@@ -234,6 +236,12 @@ protected:
     void Clicked(const juce::MouseEvent& /*event*/) override { Open(); }
 
 private:
+    /// In a wide list names stand in a column; else as wide as the name is.
+    float LabelWidth(float whole) const {
+        return whole > 300.0F ? 0.5F * whole
+                              : 10.0F + PanelLook::Font(Sizes::labelFont).getStringWidthFloat(Model().label);
+    }
+
     void Open() {
         juce::PopupMenu menu;
         menu.setLookAndFeel(&getLookAndFeel());

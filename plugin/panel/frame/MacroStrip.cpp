@@ -15,8 +15,7 @@ void Name(ParameterControl& control, unsigned number, const plugin::Macro& macro
     }
     control.SetTexts(macro.name.empty() ? "Macro " + std::to_string(number + 1) : macro.name,
                      moves.isEmpty() ? "moves nothing yet: the menu of any other control assigns it to this"
-                                     : moves,
-                     !macro.targets.empty());
+                                     : moves);
 }
 
 } // namespace

@@ -116,7 +116,8 @@ void DrawText(juce::Graphics& g, const juce::String& text, juce::Rectangle<float
               Palette::Colour colour, juce::Justification where, bool isBold) {
     g.setColour(ToJuce(colour));
     g.setFont(PanelLook::Font(size, isBold));
-    g.drawText(text, box, where, false);
+    // A text that is a little too long is set a little closer.
+    g.drawFittedText(text, box.toNearestInt(), where, 1, 0.8F);
 }
 
 } // namespace orphia::panel

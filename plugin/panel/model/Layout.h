@@ -99,4 +99,12 @@ inline constexpr Area effects{788, 316, 232, 204};
 std::vector<const Section*> Sections();
 } // namespace MainLayout
 
+/// Beside the matrix of modulation.
+namespace ModulationLayout {
+inline constexpr Area matrix{0, 0, 816, 520};
+const Section& Lfo();
+const Section& Follower();
+const Section& Controllers();
+} // namespace ModulationLayout
+
 } // namespace orphia::panel

@@ -29,6 +29,8 @@ constexpr auto bandsOfEqualiser = std::to_array<Cell>({
     {"Modulator_ParamEq_Gain3", "3", Slider},
     {"Modulator_ParamEq_Gain4", "4", Slider},
     {"Modulator_ParamEq_Gain5", "High", Slider},
+});
+constexpr auto compressor = std::to_array<Cell>({
     {"Modulator_CompressorAmount", "Comp", Slider},
 });
 constexpr auto voiceRows = std::to_array<Row>({
@@ -36,6 +38,7 @@ constexpr auto voiceRows = std::to_array<Row>({
     {Height::Knobs, gate},
     {Height::Line, shaping},
     {Height::Faders, bandsOfEqualiser},
+    {Height::Line, compressor},
 });
 // The level of the voice stands below.
 constexpr Section voiceIn{"Voice in", {0, 0, 172, 308}, voiceRows};
@@ -116,12 +119,12 @@ constexpr auto carrierRows = std::to_array<Row>({
 constexpr Section carrier{"Carrier", {788, 0, 368, 308}, carrierRows};
 
 constexpr auto volume = std::to_array<Cell>({
-    {"MasterVolume", "Volume", Knob},
+    {"MasterVolume", "Volume", Knob, 3},
 });
 constexpr auto output = std::to_array<Cell>({
-    {"OutputSelection", "Output", Choice},
+    {"OutputSelection", "Output", Choice, 3},
 });
-constexpr auto masterRows = std::to_array<Row>({{Height::Knobs, volume, 2}, {Height::Line, output}});
+constexpr auto masterRows = std::to_array<Row>({{Height::Knobs, volume, 4}, {Height::Line, output, 4}});
 // The levels stand beside the volume.
 constexpr Section master{"Master", {1028, 316, 128, 204}, masterRows};
 

@@ -5,6 +5,7 @@
 #include "plugin/panel/parts/BandsView.h"
 #include "plugin/panel/parts/EffectsView.h"
 #include "plugin/panel/parts/LevelMeter.h"
+#include "plugin/panel/parts/Readout.h"
 #include "plugin/panel/parts/SlotsView.h"
 
 namespace orphia::panel {
@@ -17,6 +18,8 @@ public:
 private:
     SectionView voiceIn;
     LevelMeter voiceLevel;
+    Readout gate;
+    Readout pitch;
     SectionView sampler;
     SlotsView slots;
     BandsView bands;
@@ -26,6 +29,8 @@ private:
     SectionView master;
     LevelMeter left;
     LevelMeter right;
+    Readout limiter;
+    Button silence;
 };
 
 } // namespace orphia::panel

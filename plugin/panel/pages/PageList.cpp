@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "plugin/panel/pages/CircuitPage.h"
 #include "plugin/panel/pages/MainPage.h"
+#include "plugin/panel/pages/ModulationPage.h"
 #include "plugin/panel/pages/Page.h"
 
 namespace orphia::panel {
@@ -16,6 +18,8 @@ PageEntry Entry(const char* title) {
 const std::vector<PageEntry>& PageList() {
     static const std::vector<PageEntry> pages = {
         Entry<MainPage>("Play"),
+        Entry<ModulationPage>("Modulation"),
+        Entry<CircuitPage>("Circuit"),
     };
     return pages;
 }

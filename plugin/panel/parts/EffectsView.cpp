@@ -8,7 +8,7 @@ namespace orphia::panel {
 namespace {
 
 constexpr Section frame{"Effects", MainLayout::effects, {}, "FX_Enable"};
-constexpr int typeWidth = 128;
+constexpr int typeWidth = 124;
 constexpr int lineHeight = 28;
 
 } // namespace
