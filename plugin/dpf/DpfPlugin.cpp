@@ -73,6 +73,9 @@ public:
         : Plugin(static_cast<std::uint32_t>(All().size()), ProgramCount(), 1),
           instrument(OptionsOf(isDummyInstance())) {
         events.reserve(orphia::plugin::PluginBlock::mostEvents);
+        if (isDummyInstance()) {
+            fresh = instrument.SaveState();
+        }
     }
 
 protected:
@@ -153,7 +156,13 @@ protected:
         }
     }
 
-    void loadProgram(uint32_t index) override { instrument.LoadProgram(index); }
+    /// Where bundles are written, none inherits samples from the one in front of it.
+    void loadProgram(uint32_t index) override {
+        if (!fresh.empty()) {
+            instrument.LoadState(fresh);
+        }
+        instrument.LoadProgram(index);
+    }
 
     String getState(const char*) const override { return String(instrument.SaveState().c_str()); }
 
@@ -221,6 +230,8 @@ private:
     /// A state is saved by a call that DPF takes for a mere question.
     mutable PluginInstrument instrument;
     std::vector<orphia::host::TimedEvent> events;
+    /// The state at the start, of an instance that only describes itself.
+    std::string fresh;
 
     DISTRHO_DECLARE_NON_COPYABLE_WITH_LEAK_DETECTOR(DpfPlugin)
 };

@@ -163,7 +163,7 @@ private:
 } // namespace
 
 std::unique_ptr<HostedPlugin> OpenClap(bool isEffect) {
-    return std::make_unique<ClapPlugin>(ORPHIA_BUNDLES "/clap/orphia-vx/orphia-vx.clap", isEffect ? 1U : 0U);
+    return std::make_unique<ClapPlugin>(Bundles() + "/clap/orphia-vx/orphia-vx.clap", isEffect ? 1U : 0U);
 }
 
 } // namespace orphia::test

@@ -3,8 +3,11 @@
 
 #include "plugin/PluginRig.h"
 
+#include <array>
 #include <cstddef>
+#include <cstdlib>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -27,10 +30,64 @@ public:
     virtual std::string Save() = 0;
     virtual void Load(const std::string& state) = 0;
     virtual std::size_t ParameterCount() = 0;
+    /// The names of those that are there as files for hosts; loaded after Activate.
+    virtual std::vector<std::string> Presets() { return {}; }
+    virtual void LoadPreset(const std::string& /*name*/) {}
 };
+
+/// Where the bundles are: those that were built, or what the environment names.
+inline std::string Bundles() {
+    const char* const elsewhere = std::getenv("ORPHIA_BUNDLES");
+    return elsewhere != nullptr ? elsewhere : ORPHIA_BUNDLES;
+}
 
 using MakePlugin = std::unique_ptr<HostedPlugin> (*)(bool isEffect);
 std::unique_ptr<HostedPlugin> OpenClap(bool isEffect);
 std::unique_ptr<HostedPlugin> OpenLv2(bool isEffect);
+
+struct Format {
+    const char* name;
+    MakePlugin open;
+    /// How far into a block its hosts can move a parameter.
+    std::uint32_t delay;
+};
+inline constexpr Format formats[] = {{"clap", OpenClap, 37}, {"lv2", OpenLv2, 0}};
+
+/// A slider of a host moves.
+struct Move {
+    std::uint32_t frame;
+    const char* name;
+    double value;
+};
+
+/// All of a song in blocks of one length, which a song has some of; interleaved.
+inline std::vector<float> PlayHosted(HostedPlugin& plugin, const PluginSong& song,
+                                     std::span<const Move> moves = {}, std::uint32_t block = 64) {
+    std::vector<float> result;
+    std::array<std::vector<float>, 2> sides{std::vector<float>(block), std::vector<float>(block)};
+    for (std::uint32_t at = 0; at < song.frames; at += block) {
+        for (std::size_t n = 0; n < 2U * block; ++n) {
+            const std::size_t from = 2U * at + n;
+            sides[n % 2][n / 2] = from < song.voice.samples.size() ? song.voice.samples[from] : 0.0F;
+        }
+        std::vector<host::TimedEvent> events;
+        for (const host::TimedEvent& event : song.events) {
+            if (event.frame >= at && event.frame < at + block) {
+                events.push_back({event.frame - at, event.what});
+            }
+        }
+        for (const Move& move : moves) {
+            if (move.frame >= at && move.frame < at + block) {
+                plugin.SetValue(move.name, move.value, move.frame - at);
+            }
+        }
+        float* const sound[] = {sides[0].data(), sides[1].data()};
+        plugin.Process(sound, block, events);
+        for (std::size_t n = 0; n < 2U * block; ++n) {
+            result.push_back(sides[n % 2][n / 2]);
+        }
+    }
+    return result;
+}
 
 } // namespace orphia::test

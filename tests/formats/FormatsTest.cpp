@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What comes out of the bundles is what the core renders, which equals the command (tests/plugin).
+#include "CommandRender.h"
 #include "FormatRig.h"
 
 #include <gtest/gtest.h>
@@ -13,51 +14,11 @@ namespace {
 constexpr std::uint32_t block = 64;
 constexpr std::uint32_t frames = 375 * block;
 
-struct Format {
-    const char* name;
-    MakePlugin open;
-    /// How far into a block its hosts can move a parameter.
-    std::uint32_t delay;
-};
-
-/// A slider of a host moves.
-struct Move {
-    std::uint32_t frame;
-    const char* name;
-    double value;
-};
 std::vector<Move> Moves(std::uint32_t delay) {
     return {{50 * block + delay, "Master Volume", -20.0},
             {100 * block + delay, "Osc 1 Wave", 2.0},
             {150 * block + delay, "Bands Shift", 0.5},
             {200 * block + delay, "FX1 Type", 2.0}};
-}
-
-std::vector<float> PlayHosted(HostedPlugin& plugin, const PluginSong& song, std::span<const Move> moves) {
-    std::vector<float> result;
-    for (std::uint32_t at = 0; at < frames; at += block) {
-        std::array<std::array<float, block>, 2> sides{};
-        for (std::uint32_t n = 0; n < 2 * block; ++n) {
-            sides[n % 2][n / 2] = song.voice.samples[2 * at + n];
-        }
-        std::vector<host::TimedEvent> events;
-        for (const host::TimedEvent& event : song.events) {
-            if (event.frame >= at && event.frame < at + block) {
-                events.push_back({event.frame - at, event.what});
-            }
-        }
-        for (const Move& move : moves) {
-            if (move.frame >= at && move.frame < at + block) {
-                plugin.SetValue(move.name, move.value, move.frame - at);
-            }
-        }
-        float* const sound[] = {sides[0].data(), sides[1].data()};
-        plugin.Process(sound, block, events);
-        for (std::uint32_t n = 0; n < 2 * block; ++n) {
-            result.push_back(sides[n % 2][n / 2]);
-        }
-    }
-    return result;
 }
 
 const plugin::PluginParameter& Named(std::string_view name) {
@@ -82,7 +43,7 @@ std::vector<float> PlayCore(PluginInstrument& core, PluginSong song, std::span<c
 }
 
 TEST(Formats, SoundAndComeBackLikeTheCore) {
-    for (const Format format : {Format{"clap", OpenClap, 37}, Format{"lv2", OpenLv2, 0}}) {
+    for (const Format& format : formats) {
         for (const bool isEffect : {false, true}) {
             SCOPED_TRACE(std::string(format.name) + (isEffect ? " effect" : ""));
             const auto core =
@@ -104,6 +65,62 @@ TEST(Formats, SoundAndComeBackLikeTheCore) {
             restored->Activate(pluginRate);
             ASSERT_TRUE(restored->LoadState(core->SaveState()));
             EXPECT_TRUE(PlayHosted(*again, Notes(), {}) == PlayCore(*restored, Notes(), {}));
+        }
+    }
+}
+
+/// What a host keeps of it: without the first frames, which are as many as it is late.
+std::vector<float> OnTime(HostedPlugin& plugin, PluginSong song) {
+    const std::size_t asked = song.frames;
+    song.frames += 64 * 16;
+    std::vector<float> sound = PlayHosted(plugin, song);
+    sound.erase(sound.begin(), sound.begin() + 2 * plugin.Latency());
+    sound.resize(2 * asked);
+    return sound;
+}
+
+TEST(Formats, EqualWhatTheCommandRendersAsSoonAsTheLatencyIsOver) {
+    const std::vector<float> expected = RenderByCommand(HostSong(2.0));
+    ASSERT_GT(Loudest(expected), 0.01F);
+    for (const Format& format : formats) {
+        for (const bool isEffect : {false, true}) {
+            SCOPED_TRACE(std::string(format.name) + (isEffect ? " effect" : ""));
+            const auto plugin = format.open(isEffect);
+            plugin->Activate(pluginRate);
+            EXPECT_TRUE(OnTime(*plugin, HostSong(2.0)) == expected);
+        }
+    }
+}
+
+std::string Quoted(const std::string& name) { return "--preset '" + name + "'"; }
+
+/// Where two sounds begin to differ, and how much at most.
+std::string Difference(const std::vector<float>& ours, const std::vector<float>& theirs) {
+    std::size_t first = theirs.size();
+    float most = 0.0F;
+    for (std::size_t n = theirs.size(); n-- > 0;) {
+        first = ours[n] != theirs[n] ? n : first;
+        most = std::max(most, std::abs(ours[n] - theirs[n]));
+    }
+    return "from frame " + std::to_string(first / 2) + ", at most " + std::to_string(most);
+}
+
+/// A preset that plays samples goes on doing so when there is a voice, too; the command would listen to it.
+TEST(Formats, FactoryPresetsOfABundleSoundAsInTheCommand) {
+    const std::size_t factory = Plugin()->Programs().size();
+    for (const Format& format : formats) {
+        for (const bool isEffect : {false, true}) {
+            const auto names = format.open(isEffect)->Presets();
+            for (const std::string& name : names) {
+                SCOPED_TRACE(name + ", " + format.name + (isEffect ? " effect" : ""));
+                const auto plugin = format.open(isEffect);
+                plugin->Activate(pluginRate);
+                plugin->LoadPreset(name);
+                const std::vector<float> sound = OnTime(*plugin, HostSong());
+                const auto expected = RenderByCommand(HostSong(), Quoted(name));
+                EXPECT_TRUE(sound == expected) << Difference(sound, expected);
+            }
+            EXPECT_TRUE(names.empty() || names.size() == factory) << names.size();
         }
     }
 }

@@ -7,6 +7,7 @@
 #include <lv2/buf-size/buf-size.h>
 #include <lv2/midi/midi.h>
 #include <lv2/options/options.h>
+#include <lv2/presets/presets.h>
 #include <lv2/state/state.h>
 #include <lv2/urid/urid.h>
 #include <lv2/worker/worker.h>
@@ -40,7 +41,7 @@ struct Words {
 class Lv2Plugin final : public HostedPlugin {
 public:
     explicit Lv2Plugin(const std::string& uri) : world(lilv_world_new()) {
-        setenv("LV2_PATH", ORPHIA_BUNDLES "/lv2:/usr/lib/lv2", 1);
+        setenv("LV2_PATH", (Bundles() + "/lv2:/usr/lib/lv2").c_str(), 1);
         lilv_world_load_all(world);
         LilvNode* const node = lilv_new_uri(world, uri.c_str());
         plugin = lilv_plugins_get_by_uri(lilv_world_get_all_plugins(world), node);
@@ -50,6 +51,7 @@ public:
         }
         controls.resize(lilv_plugin_get_num_ports(plugin));
         lilv_plugin_get_port_ranges_float(plugin, nullptr, nullptr, controls.data());
+        FindPresets();
     }
     ~Lv2Plugin() override {
         if (instance != nullptr) {
@@ -116,13 +118,9 @@ public:
     std::string Save() override {
         const auto value = [](const char* symbol, void* self, std::uint32_t* size, std::uint32_t* type) {
             auto& that = *static_cast<Lv2Plugin*>(self);
-            LilvNode* const name = lilv_new_string(that.world, symbol);
-            const auto port =
-                lilv_port_get_index(that.plugin, lilv_plugin_get_port_by_symbol(that.plugin, name));
-            lilv_node_free(name);
             *size = sizeof(float);
             *type = that.words.Number(LV2_ATOM__Float);
-            return static_cast<const void*>(&that.controls[port]);
+            return static_cast<const void*>(&that.controls[that.PortOf(symbol)]);
         };
         LilvState* const state =
             lilv_state_new_from_instance(plugin, instance, &words.map, nullptr, nullptr, nullptr, nullptr,
@@ -136,23 +134,68 @@ public:
     }
 
     void Load(const std::string& saved) override {
-        LilvState* const state = lilv_state_new_from_string(world, &words.map, saved.c_str());
-        const auto set = [](const char* symbol, void* self, const void* value, std::uint32_t, std::uint32_t) {
-            auto& that = *static_cast<Lv2Plugin*>(self);
-            LilvNode* const name = lilv_new_string(that.world, symbol);
-            const auto port =
-                lilv_port_get_index(that.plugin, lilv_plugin_get_port_by_symbol(that.plugin, name));
-            lilv_node_free(name);
-            that.controls[port] = *static_cast<const float*>(value);
-        };
-        lilv_state_restore(state, instance, set, this, LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE, nullptr);
-        lilv_state_free(state);
+        Restore(lilv_state_new_from_string(world, &words.map, saved.c_str()));
+    }
+
+    std::vector<std::string> Presets() override {
+        std::vector<std::string> names;
+        for (const auto& [name, uri] : presets) {
+            names.push_back(name);
+        }
+        return names;
+    }
+
+    void LoadPreset(const std::string& name) override {
+        LilvNode* const preset = lilv_new_uri(world, presets.at(name).c_str());
+        Restore(lilv_state_new_from_world(world, &words.map, preset));
+        lilv_node_free(preset);
     }
 
     /// Without sound, events and the latency.
     std::size_t ParameterCount() override { return controls.size() - (latencyPort + 1); }
 
 private:
+    std::uint32_t PortOf(const char* symbol) {
+        LilvNode* const name = lilv_new_string(world, symbol);
+        const std::uint32_t port = lilv_port_get_index(plugin, lilv_plugin_get_port_by_symbol(plugin, name));
+        lilv_node_free(name);
+        return port;
+    }
+
+    /// As other hosts do: their sound, and where the sliders stand.
+    void Restore(LilvState* state) {
+        const auto set = [](const char* symbol, void* self, const void* value, std::uint32_t,
+                            std::uint32_t type) {
+            auto& that = *static_cast<Lv2Plugin*>(self);
+            const auto as = [value]<class Number>(Number number) {
+                std::memcpy(&number, value, sizeof(number));
+                return static_cast<float>(number);
+            };
+            that.controls[that.PortOf(symbol)] = type == that.words.Number(LV2_ATOM__Double) ? as(double{})
+                                                 : type == that.words.Number(LV2_ATOM__Int)
+                                                     ? as(std::int32_t{})
+                                                     : as(float{});
+        };
+        lilv_state_restore(state, instance, set, this, LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE, nullptr);
+        lilv_state_free(state);
+    }
+
+    void FindPresets() {
+        LilvNode* const kind = lilv_new_uri(world, LV2_PRESETS__Preset);
+        LilvNode* const label = lilv_new_uri(world, LILV_NS_RDFS "label");
+        LilvNodes* const found = lilv_plugin_get_related(plugin, kind);
+        LILV_FOREACH(nodes, at, found) {
+            const LilvNode* const preset = lilv_nodes_get(found, at);
+            lilv_world_load_resource(world, preset);
+            LilvNode* const name = lilv_world_get(world, preset, label, nullptr);
+            presets[lilv_node_as_string(name)] = lilv_node_as_uri(preset);
+            lilv_node_free(name);
+        }
+        lilv_nodes_free(found);
+        lilv_node_free(label);
+        lilv_node_free(kind);
+    }
+
     static constexpr std::uint32_t eventsIn = 4;
     static constexpr std::uint32_t eventsOut = 5;
     static constexpr std::uint32_t latencyPort = 6;
@@ -167,6 +210,8 @@ private:
     LilvWorld* world;
     const LilvPlugin* plugin = nullptr;
     LilvInstance* instance = nullptr;
+    /// By their names, as hosts list them.
+    std::map<std::string, std::string> presets;
     std::vector<float> controls;
     Sequence in{};
     Sequence out{};
