@@ -51,8 +51,8 @@ inline std::string SongFile(const PluginSong& song, std::size_t lead) {
     return Text(Song(0, 24000, {track + "end"}));
 }
 
-/// As many frames as the song has, behind a silence of so many; more arguments as a shell takes them. Throws
-/// when the command fails.
+/// As many frames as the song has, behind a silence of so many; without a voice when it is empty; more
+/// arguments as a shell takes them. Throws when the command fails.
 inline std::vector<float> RenderByCommand(const PluginSong& song, const std::string& arguments = "",
                                           std::size_t lead = 0) {
     const TemporaryFolder folder;
@@ -60,10 +60,11 @@ inline std::vector<float> RenderByCommand(const PluginSong& song, const std::str
     voice.samples.insert(voice.samples.begin(), 2 * lead, 0.0F);
     WriteSound(folder / "voice.wav", voice);
     WriteText(folder / "song.mid", SongFile(song, lead));
-    const std::string command =
-        std::string(ORPHIA_COMMAND) + " render --rate 48000 --format float --tail 2 --voice " +
-        (folder / "voice.wav").string() + " --midi " + (folder / "song.mid").string() + " -o " +
-        (folder / "out.wav").string() + " " + arguments + " >/dev/null 2>&1";
+    const std::string voiceOption =
+        song.voice.samples.empty() ? "" : " --voice " + (folder / "voice.wav").string();
+    const std::string command = std::string(ORPHIA_COMMAND) + " render --rate 48000 --format float --tail 2" +
+                                voiceOption + " --midi " + (folder / "song.mid").string() + " -o " +
+                                (folder / "out.wav").string() + " " + arguments + " >/dev/null 2>&1";
     if (std::system(command.c_str()) != 0) {
         throw std::runtime_error(command);
     }
