@@ -51,7 +51,6 @@ public:
         }
         controls.resize(lilv_plugin_get_num_ports(plugin));
         lilv_plugin_get_port_ranges_float(plugin, nullptr, nullptr, controls.data());
-        FindPresets();
     }
     ~Lv2Plugin() override {
         if (instance != nullptr) {
@@ -138,6 +137,7 @@ public:
     }
 
     std::vector<std::string> Presets() override {
+        FindPresets();
         std::vector<std::string> names;
         for (const auto& [name, uri] : presets) {
             names.push_back(name);
@@ -146,6 +146,7 @@ public:
     }
 
     void LoadPreset(const std::string& name) override {
+        FindPresets();
         LilvNode* const preset = lilv_new_uri(world, presets.at(name).c_str());
         Restore(lilv_state_new_from_world(world, &words.map, preset));
         lilv_node_free(preset);
