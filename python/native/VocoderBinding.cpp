@@ -44,12 +44,19 @@ void Load(const Planes& sound, std::size_t start, std::vector<float>& target) {
     std::fill(target.begin() + static_cast<std::ptrdiff_t>(2 * count), target.end(), 0.0F);
 }
 
+/// Without settings.
+const host::Preset& StartPreset() {
+    static const host::Preset preset =
+        host::DefaultPreset(host::ParameterCatalog(host::EngineTree::Vocoder));
+    return preset;
+}
+
 /// What `vocode` begins with.
 const VocoderSession& StartSession() {
     static const std::unique_ptr<const VocoderSession> session = [] {
         constexpr std::uint32_t anyRate = 44100;
         auto made = std::make_unique<VocoderSession>(anyRate);
-        made->Apply(host::DefaultPreset(host::ParameterCatalog(host::EngineTree::Vocoder)));
+        made->Apply(StartPreset());
         return made;
     }();
     return *session;
@@ -59,7 +66,7 @@ const VocoderSession& StartSession() {
 void Vocode(const VocodeJob& job, float* output, Interruption& interruption) {
     VocoderSession session(job.rate, job.seed);
     session.SetLimiter(job.hasLimiter);
-    session.Apply(host::DefaultPreset(host::ParameterCatalog(host::EngineTree::Vocoder)));
+    session.Apply(StartPreset());
     for (const ParameterSetting& setting : job.settings) {
         session.Set(setting);
     }
