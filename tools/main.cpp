@@ -10,6 +10,7 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -17,6 +18,7 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -61,13 +63,37 @@ int RunChosen(const std::vector<std::unique_ptr<tools::Command>>& commands) {
     }
 }
 
+/// Whole folders are the work of the Python package, which is there or not. Returns only when it cannot.
+int RunBatch(int argc, char** argv) {
+    std::string python = "python3";
+    std::string option = "-c";
+    std::string program =
+        "import sys\n"
+        "try:\n"
+        "    from orphia.__main__ import main\n"
+        "except ImportError as error:\n"
+        "    print(f'orphia: batch needs the Python package, which scripts/python installs: '\n"
+        "          f'{error}', file=sys.stderr)\n"
+        "    sys.exit(1)\n"
+        "sys.exit(main())\n";
+    std::vector<char*> arguments{python.data(), option.data(), program.data()};
+    arguments.insert(arguments.end(), argv + 1, argv + argc);
+    arguments.push_back(nullptr);
+    ::execvp(python.c_str(), arguments.data());
+    return Fail("batch needs python3", fileStatus);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc > 1 && std::string_view(argv[1]) == "batch") {
+        return RunBatch(argc, argv);
+    }
     tools::WatchStopSignals();
     CLI::App app{"Orphia VX, a sixteen-band vocoder instrument", "orphia"};
     app.set_version_flag("--version", "orphia " ORPHIA_VERSION);
     app.require_subcommand(1);
+    app.footer("batch renders whole folders; it comes with the Python package: orphia batch --help");
     std::vector<std::unique_ptr<tools::Command>> commands;
     commands.push_back(std::make_unique<tools::RenderCommand>(app));
     commands.push_back(std::make_unique<tools::VocodeCommand>(app));

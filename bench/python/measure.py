@@ -4,6 +4,7 @@
 Both sides of a ratio are taken by turns, and of each the least, since whatever else a machine does only adds to it.
 """
 import argparse
+import contextlib
 import json
 import os
 import resource
@@ -87,38 +88,52 @@ def vocode_against_yardstick(repetitions):
 
 
 def threads(repetitions):
-    """Two renders one after the other, over two side by side."""
+    """Seconds of two renders one after the other, and side by side, and of the latter without what they waited in vain
+    for a processor that other programs had."""
     voice = speech(30)
     instruments = [orphia.Instrument(RATE, "talking-pad") for _ in range(2)]
+    waits = []
 
-    def render(instrument):
+    def render(instrument, waited=None):
+        before = schedule(threading.get_native_id())[1]
         instrument.render(voice, [(0, 30, 45)], tail=0)
+        if waited is not None:
+            waited.append(schedule(threading.get_native_id())[1] - before)
 
     def side_by_side():
-        running = [threading.Thread(target=render, args=(instrument,)) for instrument in instruments]
+        waited = []
+        running = [threading.Thread(target=render, args=(instrument, waited)) for instrument in instruments]
+        begin = time.perf_counter()
         for thread in running:
             thread.start()
         for thread in running:
             thread.join()
+        waits.append(time.perf_counter() - begin - max(waited))
 
-    return least(repetitions, lambda: [render(instrument) for instrument in instruments], side_by_side,
-                 clock=time.perf_counter)
+    serial, parallel = least(repetitions, lambda: [render(instrument) for instrument in instruments], side_by_side,
+                             clock=time.perf_counter)
+    return serial, parallel, min(waits)
 
 
-def _times_of(pid, seen):
-    """Of all descendants' threads: seconds that they ran, and that they were ready and waited for a processor."""
-    for task in Path(f"/proc/{pid}/task").glob("*"):
+def schedule(thread):
+    """Seconds that a thread ran, and that it was ready and waited for a processor."""
+    ran, waited = Path(f"/proc/{thread}/schedstat").read_text().split()[:2]
+    return int(ran) / 1e9, int(waited) / 1e9
+
+
+def look_at_workers(pid, seen):
+    """Of each process of a pool, as long as there is one."""
+    for child in Path(f"/proc/{pid}/task/{pid}/children").read_text().split():
         try:
-            ran, waited = (task / "schedstat").read_text().split()[:2]
-            seen[task.name] = (int(ran) / 1e9, int(waited) / 1e9)
-            for child in (task / "children").read_text().split():
-                _times_of(child, seen)
+            if b"spawn_main" in Path(f"/proc/{child}/cmdline").read_bytes():
+                seen[child] = schedule(child)
         except OSError:
             continue
 
 
 def batch(files):
-    """Shares of two processors over a whole run of files of 5 s: used, and used or waited for."""
+    """Shares of two processors over a whole run of files of 5 s: used by all of it, and used or waited for by the two
+    workers."""
     with tempfile.TemporaryDirectory() as folder:
         corpus = Path(folder) / "corpus"
         corpus.mkdir()
@@ -131,7 +146,8 @@ def batch(files):
                                    stdout=subprocess.PIPE, text=True)
         seen = {}
         while process.poll() is None:
-            _times_of(process.pid, seen)
+            with contextlib.suppress(OSError):
+                look_at_workers(process.pid, seen)
             time.sleep(0.02)
         elapsed = time.perf_counter() - begin
         used = processor_time() - before
@@ -150,7 +166,7 @@ def main():
     load = os.getloadavg()[0]
     package, command = render_against_command(options.repetitions)
     ours, plain, stereo, mono = vocode_against_yardstick(options.repetitions)
-    serial, parallel = threads(2 * options.repetitions)
+    serial, parallel, undisturbed = threads(2 * options.repetitions)
     elapsed, used, ready = batch(options.files)
     rows = [("render of a minute", f"{package:.3f} s", ""),
             ("over that of the command", f"{package / command:.2f}", "at most 1.05"),
@@ -159,9 +175,10 @@ def main():
             ("over it without the limiter", f"{stereo / plain:.1f}", ""),
             ("NumPy and SciPy, mono, over it", f"{mono / ours:.1f}", ""),
             ("two threads, times as fast", f"{serial / parallel:.2f}", "at least 1.8"),
+            ("without waits for other programs", f"{serial / undisturbed:.2f}", ""),
             (f"batch of {options.files} files of 5 s", f"{elapsed:.1f} s", ""),
             ("share of two processors used", f"{100 * used:.0f} %", "at least 90 %"),
-            ("share used or waited for", f"{100 * ready:.0f} %", "")]
+            ("share used or waited for by workers", f"{100 * ready:.0f} %", "")]
     if options.markdown:
         print("| What | Measured | Target |\n|---|---|---|")
     for row in rows:
