@@ -88,17 +88,23 @@ def vocode_against_yardstick(repetitions):
 
 
 def threads(repetitions):
-    """Seconds of two renders one after the other, and side by side, and of the latter without what they waited in vain
-    for a processor that other programs had."""
+    """Seconds of two renders one after the other and side by side, and both without what they waited for a processor
+    that other programs had."""
     voice = speech(30)
     instruments = [orphia.Instrument(RATE, "talking-pad") for _ in range(2)]
-    waits = []
+    undisturbed = [[], []]
 
-    def render(instrument, waited=None):
+    def render(instrument, waited):
         before = schedule(threading.get_native_id())[1]
         instrument.render(voice, [(0, 30, 45)], tail=0)
-        if waited is not None:
-            waited.append(schedule(threading.get_native_id())[1] - before)
+        waited.append(schedule(threading.get_native_id())[1] - before)
+
+    def in_turn():
+        waited = []
+        begin = time.perf_counter()
+        for instrument in instruments:
+            render(instrument, waited)
+        undisturbed[0].append(time.perf_counter() - begin - sum(waited))
 
     def side_by_side():
         waited = []
@@ -108,11 +114,10 @@ def threads(repetitions):
             thread.start()
         for thread in running:
             thread.join()
-        waits.append(time.perf_counter() - begin - max(waited))
+        undisturbed[1].append(time.perf_counter() - begin - min(waited))
 
-    serial, parallel = least(repetitions, lambda: [render(instrument) for instrument in instruments], side_by_side,
-                             clock=time.perf_counter)
-    return serial, parallel, min(waits)
+    serial, parallel = least(repetitions, in_turn, side_by_side, clock=time.perf_counter)
+    return serial / parallel, min(undisturbed[0]) / min(undisturbed[1])
 
 
 def schedule(thread):
@@ -166,7 +171,7 @@ def main():
     load = os.getloadavg()[0]
     package, command = render_against_command(options.repetitions)
     ours, plain, stereo, mono = vocode_against_yardstick(options.repetitions)
-    serial, parallel, undisturbed = threads(2 * options.repetitions)
+    twice, undisturbed = threads(2 * options.repetitions)
     elapsed, used, ready = batch(options.files)
     rows = [("render of a minute", f"{package:.3f} s", ""),
             ("over that of the command", f"{package / command:.2f}", "at most 1.05"),
@@ -174,8 +179,8 @@ def main():
             ("NumPy and SciPy, stereo, over it", f"{stereo / ours:.1f}", "at least 30"),
             ("over it without the limiter", f"{stereo / plain:.1f}", ""),
             ("NumPy and SciPy, mono, over it", f"{mono / ours:.1f}", ""),
-            ("two threads, times as fast", f"{serial / parallel:.2f}", "at least 1.8"),
-            ("without waits for other programs", f"{serial / undisturbed:.2f}", ""),
+            ("two threads, times as fast", f"{twice:.2f}", "at least 1.8"),
+            ("without waits for other programs", f"{undisturbed:.2f}", ""),
             (f"batch of {options.files} files of 5 s", f"{elapsed:.1f} s", ""),
             ("share of two processors used", f"{100 * used:.0f} %", "at least 90 %"),
             ("share used or waited for by workers", f"{100 * ready:.0f} %", "")]

@@ -117,7 +117,6 @@ void BindCatalog(py::module_& module) {
                 return host::PositionOf(catalog, setting);
             },
             py::arg("setting"))
-        .def("to_value", &ParameterCatalog::ToValue, py::arg("id"), py::arg("position"))
         .def(
             "value_text",
             [](const ParameterCatalog& catalog, std::uint32_t id, float value) {

@@ -121,10 +121,8 @@ void BindInstrument(py::module_& module) {
         .def("capture_preset", Unlocked(&Self::CapturePreset), py::arg("name"))
         .def("set", Unlocked(&Self::Set), py::arg("setting"))
         .def("value", Unlocked(&Self::Value), py::arg("id"))
-        .def("position", Unlocked(&Self::Position), py::arg("id"))
         .def("load_sample", Unlocked(&Self::LoadSample), py::arg("sample"), py::arg("path"))
         .def("clear_sample", Unlocked(&Self::ClearSample), py::arg("sample"))
-        .def("sample_paths", Unlocked(&Self::SamplePaths))
         .def(
             "send",
             [](Self& self, std::uint8_t status, std::uint8_t data1, std::uint8_t data2) {
@@ -135,7 +133,6 @@ void BindInstrument(py::module_& module) {
         .def("reset", Unlocked(&Self::Reset))
         .def("process", &Process, py::arg("voice").noconvert(), py::arg("frames"))
         .def("latency", Unlocked(&Self::Latency))
-        .def("block_frames", Unlocked(&Self::BlockFrames))
         .def("take_meters", [](Self& self) { return DictOf(WithoutLock([&] { return self.TakeMeters(); })); })
         .def("render", &Render, py::arg("voice").noconvert(), py::arg("song"), py::arg("lanes"),
              py::arg("tail"));

@@ -65,11 +65,6 @@ float NativeInstrument::Value(std::uint32_t id) {
     return instrument->Value(id);
 }
 
-float NativeInstrument::Position(std::uint32_t id) {
-    const Lock lock(mutex);
-    return instrument->Position(id);
-}
-
 void NativeInstrument::LoadSample(std::uint32_t sample, const std::string& path) {
     const Lock lock(mutex);
     instrument->LoadSample(sample, path);
@@ -78,15 +73,6 @@ void NativeInstrument::LoadSample(std::uint32_t sample, const std::string& path)
 void NativeInstrument::ClearSample(std::uint32_t sample) {
     const Lock lock(mutex);
     instrument->ClearSample(sample);
-}
-
-std::vector<std::string> NativeInstrument::SamplePaths() {
-    const Lock lock(mutex);
-    std::vector<std::string> paths;
-    for (std::uint32_t sample = 0; sample < host::Instrument::sampleCount; ++sample) {
-        paths.push_back(instrument->SamplePath(sample).string());
-    }
-    return paths;
 }
 
 void NativeInstrument::Send(const host::MidiMessage& message) {
@@ -125,11 +111,6 @@ void NativeInstrument::Process(const Planes& voice, std::span<float> left, std::
 std::uint32_t NativeInstrument::Latency() {
     const Lock lock(mutex);
     return adapter->Latency();
-}
-
-std::uint32_t NativeInstrument::BlockFrames() {
-    const Lock lock(mutex);
-    return instrument->FramesPerBlock();
 }
 
 host::MeterReading NativeInstrument::TakeMeters() {

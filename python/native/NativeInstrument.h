@@ -35,11 +35,9 @@ public:
 
     void Set(const host::ParameterSetting& setting);
     float Value(std::uint32_t id);
-    float Position(std::uint32_t id);
 
     void LoadSample(std::uint32_t sample, const std::string& path);
     void ClearSample(std::uint32_t sample);
-    std::vector<std::string> SamplePaths();
 
     /// Acts with the next frame that is processed, as far as blocks allow.
     void Send(const host::MidiMessage& message);
@@ -49,7 +47,6 @@ public:
     /// Late by Latency().
     void Process(const Planes& voice, std::span<float> left, std::span<float> right);
     std::uint32_t Latency();
-    std::uint32_t BlockFrames();
     host::MeterReading TakeMeters();
 
     /// Warnings are what its preset asks for in vain.

@@ -46,8 +46,7 @@ void Load(const Planes& sound, std::size_t start, std::vector<float>& target) {
 
 /// Without settings.
 const host::Preset& StartPreset() {
-    static const host::Preset preset =
-        host::DefaultPreset(host::ParameterCatalog(host::EngineTree::Vocoder));
+    static const host::Preset preset = host::DefaultPreset(host::ParameterCatalog(host::EngineTree::Vocoder));
     return preset;
 }
 

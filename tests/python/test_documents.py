@@ -11,6 +11,7 @@ import unittest
 from pathlib import Path
 
 import orphia
+from rig import EXAMPLES
 
 PACKAGE = Path(orphia.__file__).parent
 
@@ -26,6 +27,15 @@ class DocumentsTest(unittest.TestCase):
             attempted += result.attempted
         self.assertEqual(doctest.testmod(orphia).failed, 0)
         self.assertGreater(attempted, 15)
+
+    def test_the_document_tells_what_is_so(self):
+        document = EXAMPLES.parent / "docs" / "python.md"
+        self.addCleanup(os.chdir, os.getcwd())
+        with tempfile.TemporaryDirectory() as folder:
+            os.chdir(folder)
+            os.symlink(EXAMPLES, "examples")
+            self.assertEqual(doctest.testfile(str(document), module_relative=False).failed, 0)
+            os.chdir("/")
 
     def test_types_hold(self):
         try:

@@ -3,11 +3,13 @@
 from __future__ import annotations
 
 import concurrent.futures
+import functools
 import itertools
 import multiprocessing
 import os
 import signal
 import threading
+import time
 from collections.abc import Iterable, Iterator
 from concurrent.futures.process import BrokenProcessPool
 from typing import Any
@@ -98,9 +100,13 @@ def on_cluster(tasks: Iterable[Task], address: str) -> Iterator[dict[str, Any]]:
     names: dict[str, Task] = {}
     with distributed.Client(address, timeout="20s") as client:
 
+        @functools.lru_cache(maxsize=1)
+        def threads(second: int) -> int:
+            """Workers come and go, but to ask costs more than to hand out a file."""
+            return max(1, sum(client.nthreads().values()))
+
         def submit_more() -> list[Any]:
-            """Workers come and go."""
-            wanted = WAITING * max(1, sum(client.nthreads().values())) - len(names)
+            wanted = WAITING * threads(int(time.monotonic())) - len(names)
             futures = []
             for task in itertools.islice(left, max(0, wanted)):
                 futures.append(client.submit(perform, task, pure=False, retries=MOST_DEATHS))
