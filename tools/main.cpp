@@ -12,8 +12,6 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <new>
@@ -29,11 +27,8 @@ constexpr int fileStatus = 1;
 constexpr int usageStatus = 2;
 constexpr int signalStatus = 128;
 
-/// One line, whatever the message is made of.
-int Fail(std::string message, int status) {
-    std::replace_if(
-        message.begin(), message.end(), [](unsigned char c) { return c < ' ' || c == 127; }, ' ');
-    fmt::print(stderr, "orphia: {}\n", message);
+int Fail(std::string_view message, int status) {
+    fmt::print(stderr, "orphia: {}\n", tools::LineOf(message));
     return status;
 }
 
@@ -113,8 +108,7 @@ int main(int argc, char** argv) {
         if (error.get_exit_code() == 0) {
             return app.exit(error); // prints help or version
         }
-        constexpr std::size_t mostShown = 400; // of a value that is repeated
-        return Fail(std::string(error.what()).substr(0, mostShown) + "; see orphia --help", usageStatus);
+        return Fail(std::string(error.what()) + "; see orphia --help", usageStatus);
     }
     return RunChosen(commands);
 }

@@ -12,9 +12,6 @@ namespace {
 constexpr unsigned keyPressureKind = 0xA0;
 /// From nothing to full, so that a volume may jump without a click.
 constexpr float gainSeconds = 0.02F;
-/// Of sound in front of a hold: behind the first consonant. A band's meter tells what is sound.
-constexpr float secondsBeforeHold = 0.2F;
-constexpr float leastSound = 0.01F;
 
 } // namespace
 
@@ -26,9 +23,7 @@ void Instrument::Engine::Start() {
         const Velmora::dsp::DenormalGuard guard;
         if (Position(ids.hold) > 0.5F) {
             Write(ids.hold, 0.0F);
-            blocksUntilHold =
-                1 +
-                static_cast<std::uint32_t>(secondsBeforeHold * static_cast<float>(sampleRate)) / blockFrames;
+            late.DelayHold(sampleRate, blockFrames);
         }
         Run(0, 0);
         Write(ids.presetLoading, 0.0F);
@@ -39,7 +34,7 @@ void Instrument::Engine::Start() {
             Write(id, position);
         }
         gain = controls->Gain();
-        settlingBlocks = 0;
+        late.Arrive();
         hasStarted = true;
     }
 }
@@ -149,24 +144,20 @@ void Instrument::Engine::Run(std::uint32_t frames, std::uint32_t channels) {
 }
 
 void Instrument::Engine::LetShiftArrive() {
-    if (settlingBlocks > 0) {
+    if (late.TakesStep()) {
         // A value that is equal is none that has changed.
         const float position = Position(ids.shift);
         processor->SetParameter(ids.shift, position > 0.5F ? 0.0F : 1.0F);
         processor->SetParameter(ids.shift, position);
-        --settlingBlocks;
     }
 }
 
 void Instrument::Engine::HoldOnceItSounds() {
-    if (blocksUntilHold == 0) {
-        return;
-    }
     float loudest = 0.0F;
-    for (std::uint32_t band = 0; band < MeterReading::bandCount; ++band) {
+    for (std::uint32_t band = 0; late.HoldWaits() && band < MeterReading::bandCount; ++band) {
         loudest = std::max(loudest, Position(ids.firstBand + band));
     }
-    if (loudest > leastSound && --blocksUntilHold == 0) {
+    if (late.LetsHold(loudest)) {
         Write(ids.hold, 1.0F);
     }
 }

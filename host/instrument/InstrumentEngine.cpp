@@ -69,19 +69,16 @@ void Instrument::Engine::Initialize(std::uint32_t rate) {
 }
 
 void Instrument::Engine::Write(std::uint32_t id, float position) {
-    // Each step goes a quarter of the way and more: behind these, what is left is below the float's own
-    // steps.
-    constexpr std::uint32_t stepsToArrive = 64;
     processor->SetParameter(id, position);
     if (id == ids.shift || id == ids.width) {
-        settlingBlocks = stepsToArrive;
+        late.Move();
     } else if (id == ids.hold) {
-        blocksUntilHold = 0;
+        late.ForgetHold();
     }
 }
 
 void Instrument::Engine::BeginLoading() {
-    if (blocksUntilHold > 0) {
+    if (late.HoldWaits()) {
         Write(ids.hold, 1.0F);
     }
     Write(ids.presetLoading, 1.0F);

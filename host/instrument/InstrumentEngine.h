@@ -3,6 +3,7 @@
 
 #include "dsp/vectors/AlignedBuffer.h"
 #include "host/audio/SafetyLimiter.h"
+#include "host/engine/LateControls.h"
 #include "host/instrument/Instrument.h"
 #include "host/instrument/MidiControls.h"
 #include "host/midi/HeldNotes.h"
@@ -75,8 +76,6 @@ struct Instrument::Engine {
     void ReleaseWaiting();
     void LoadInput(const float* const* voice, std::uint32_t channels);
     void Run(std::uint32_t frames, std::uint32_t channels);
-    /// The synthesis bank makes one step towards a new place whenever "Shift" or "Width" has changed, and
-    /// then stays: it is told until it has arrived.
     void LetShiftArrive();
     void HoldOnceItSounds();
     void ApplyGain(float* const* output);
@@ -109,10 +108,7 @@ struct Instrument::Engine {
     std::uint32_t releasing = 0;
     float gain = 1.0F;
     std::optional<SafetyLimiter> limiter;
-    /// Blocks in which "Shift" is still on its way.
-    std::uint32_t settlingBlocks = 0;
-    /// Blocks in which the voice has to sound before a hold that was on from the start takes hold; 0 without.
-    std::uint32_t blocksUntilHold = 0;
+    LateControls late;
     /// Constants that a user has set, which a preset has to know.
     std::vector<bool> isTouched;
     std::array<std::filesystem::path, sampleCount> paths;

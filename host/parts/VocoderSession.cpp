@@ -6,6 +6,8 @@
 #include "dsp/vectors/AlignedBuffer.h"
 #include "host/audio/SafetyLimiter.h"
 #include "host/common/Errors.h"
+#include "host/engine/LateControls.h"
+#include "host/parameters/ParameterCatalog.h"
 #include "processor/adapter/BlockSize.h"
 #include "vocoder/core/BodeVocoder.h"
 
@@ -13,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <optional>
 
 namespace orphia::host {
@@ -32,6 +35,11 @@ struct VocoderSession::Engine {
     std::array<const float*, 2> modulators{};
     std::array<float*, outputCount> outputs{};
     std::optional<SafetyLimiter> limiter;
+    LateControls late;
+    struct LateIds {
+        std::uint32_t shift, width, hold;
+    };
+    LateIds ids = FindIds();
 
     explicit Engine(std::uint32_t size) : blockSize(size) {
         buffers.Allocate(carrierCount + 2 + outputCount, blockSize);
@@ -44,6 +52,36 @@ struct VocoderSession::Engine {
         for (float*& output : outputs) {
             output = buffers[next++];
         }
+    }
+
+    static LateIds FindIds() {
+        static const ParameterCatalog catalog(EngineTree::Vocoder);
+        return {catalog.Find("SynthesizerFilterBank_Shift").id,
+                catalog.Find("SynthesizerFilterBank_Width").id, catalog.Find("PatchBay_SampleHold").id};
+    }
+
+    void LetShiftArrive() {
+        if (late.TakesStep()) {
+            // A value that is equal is none that has changed.
+            const float position = core.GetParameterNormalized(ids.shift);
+            core.SetParameterNormalized(ids.shift, position > 0.5F ? 0.0F : 1.0F);
+            core.SetParameterNormalized(ids.shift, position);
+        }
+    }
+
+    /// By the band meters.
+    void HoldOnceItSounds() {
+        float loudest = 0.0F;
+        for (std::uint32_t band = 0; late.HoldWaits() && band < MeterReading::bandCount; ++band) {
+            loudest = std::max(loudest, core.GetParameterNormalized(IdOf(BodeVocoder::CVFB1 + band)));
+        }
+        if (late.LetsHold(loudest)) {
+            core.SetParameterNormalized(ids.hold, 1.0F);
+        }
+    }
+
+    static std::uint32_t IdOf(std::uint32_t index) {
+        return BodeVocoder::ParameterId(static_cast<BodeVocoder::Parameter>(index));
     }
 
     /// Both sides of an interleaved block of at most blockSize frames, filled up with silence.
@@ -99,15 +137,21 @@ std::uint32_t VocoderSession::LatencyFrames() const {
 }
 
 void VocoderSession::Set(const ParameterSetting& setting) {
-    if (setting.id >= BodeVocoder::parameterCount) {
+    if (setting.id >= BodeVocoder::parameterCount || !std::isfinite(setting.number)) {
         return;
     }
+    ParameterSetting& kept = settings[setting.id] = setting;
     if (setting.scale == ParameterSetting::Scale::Position) {
-        engine->core.SetParameterNormalized(setting.id, setting.number);
+        kept.number = std::clamp(setting.number, 0.0F, 1.0F);
+        engine->core.SetParameterNormalized(setting.id, kept.number);
     } else {
         engine->core.SetParameterValue(setting.id, setting.number);
     }
-    settings[setting.id] = setting;
+    if (setting.id == engine->ids.shift || setting.id == engine->ids.width) {
+        engine->late.Move();
+    } else if (setting.id == engine->ids.hold) {
+        engine->late.ForgetHold();
+    }
 }
 
 void VocoderSession::Apply(const Preset& preset) {
@@ -125,6 +169,9 @@ std::vector<ParameterSetting> VocoderSession::Settings() const {
 }
 
 float VocoderSession::Value(std::uint32_t id) const {
+    if (id == engine->ids.hold && engine->late.HoldWaits()) {
+        return 1.0F;
+    }
     const Velmora::dsp::ModuleParam* record = engine->core.FindParameter(id);
     return record != nullptr ? record->PeekValue() : 0.0F;
 }
@@ -133,16 +180,14 @@ void VocoderSession::Process(std::span<const float> modulator, std::span<const f
                              std::span<float> output) {
     const Velmora::dsp::DenormalGuard guard;
     if (!started) {
-        // Smoothers take what is set now. Without it the synthesis bands would stay near their start: the
-        // engine moves them by one step per change of "Shift" only.
-        engine->core.Reset(true);
-        started = true;
+        Start();
     }
     const std::size_t block = std::size_t{engine->blockSize} * 2;
     for (std::size_t start = 0; start < output.size(); start += block) {
         const std::size_t count = std::min(block, output.size() - start);
         engine->Load(carrier.subspan(start, count), 0);
         engine->Load(modulator.subspan(start, count), Engine::carrierCount);
+        engine->LetShiftArrive();
         engine->Run();
         if (engine->limiter) {
             engine->limiter->Process(engine->outputs.data(), engine->blockSize);
@@ -151,13 +196,24 @@ void VocoderSession::Process(std::span<const float> modulator, std::span<const f
             output[start + n] = engine->outputs[n % 2][n / 2];
         }
         CollectMeters();
+        engine->HoldOnceItSounds();
     }
+}
+
+/// Smoothers take what is set now.
+void VocoderSession::Start() {
+    if (Value(engine->ids.hold) > 0.5F) {
+        engine->core.SetParameterNormalized(engine->ids.hold, 0.0F);
+        engine->late.DelayHold(sampleRate, engine->blockSize);
+    }
+    engine->core.Reset(true);
+    engine->late.Arrive();
+    started = true;
 }
 
 void VocoderSession::CollectMeters() {
     const auto collect = [this](float& largest, std::uint32_t index) {
-        const auto id = BodeVocoder::ParameterId(static_cast<BodeVocoder::Parameter>(index));
-        largest = std::max(largest, engine->core.GetParameterNormalized(id));
+        largest = std::max(largest, engine->core.GetParameterNormalized(Engine::IdOf(index)));
     };
     collect(meters.hiss, BodeVocoder::HissLED);
     collect(meters.buzz, BodeVocoder::BuzzLED);

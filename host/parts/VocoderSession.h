@@ -39,8 +39,9 @@ public:
     /// Of the limiter: the core has none.
     std::uint32_t LatencyFrames() const;
 
-    /// Before the first block a setting is there at once; later the engine moves to it in its own time. An
-    /// id beyond the last parameter is ignored.
+    /// Before the first block a setting is there at once; later the engine moves to it in its own time, and
+    /// "Shift" and "Width" arrive. A hold that is on from the start waits for sound. A position outside 0 to
+    /// 1 is taken to the nearest; an id beyond the last parameter and what is not finite are ignored.
     void Set(const ParameterSetting& setting);
     void Apply(const Preset& preset);
     /// What was set, the last of each parameter, in order of id.
@@ -59,6 +60,7 @@ public:
 private:
     struct Engine;
 
+    void Start();
     void CollectMeters();
 
     std::uint32_t sampleRate;

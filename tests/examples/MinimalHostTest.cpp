@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The host of one file that the documents begin with: built as they say, and run as a user would.
-#include "rigs/TestFiles.h"
+#include "rigs/SoundChecks.h"
 
 #include <gtest/gtest.h>
 
@@ -19,7 +19,7 @@ int RunHost(const std::filesystem::path& engine, const std::filesystem::path& vo
     return std::system((line + result.string() + "' >/dev/null").c_str());
 }
 
-TEST(MinimalHost, SpeaksAsLoudAsTheVoice) {
+TEST(MinimalHost, SpeaksThroughItsChordAsLoudAsTheVoice) {
     const TemporaryFolder folder;
     const auto voice = std::filesystem::path(ORPHIA_EXAMPLES) / "voice.flac";
     ASSERT_EQ(RunHost(ORPHIA_ENGINE_LIBRARY, voice, folder / "out.wav"), 0);
@@ -33,6 +33,7 @@ TEST(MinimalHost, SpeaksAsLoudAsTheVoice) {
         }
     }
     EXPECT_GT(loud, 5);
+    ExpectSound(sung, "key 0 9 48 -20~20 key 0 9 55 -20~20 key 0 9 60 -20~20 key 0 9 64 -20~20");
     EXPECT_NE(RunHost("/nowhere", "/nowhere", "/nowhere"), 0);
 }
 

@@ -18,12 +18,9 @@ using Bytes = std::vector<std::uint8_t>;
 inline void Append(Bytes& bytes, const Bytes& more) { bytes.insert(bytes.end(), more.begin(), more.end()); }
 
 /// "90 3C64" are three bytes.
-inline Bytes Hex(const std::string& text) {
+inline Bytes Hex(std::string digits) {
     Bytes bytes;
-    std::string digits;
-    for (const char c : text) {
-        digits += c == ' ' ? "" : std::string(1, c);
-    }
+    std::erase(digits, ' ');
     for (std::size_t at = 0; at + 1 < digits.size(); at += 2) {
         bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(at, 2), nullptr, 16)));
     }
@@ -55,12 +52,12 @@ inline Bytes Event(const std::string& text) {
         return Hex(text);
     }
     char name[16] = "";
-    unsigned a = 0, b = 100, channel = 0;
+    unsigned a = 0, b = 100;
     const auto at = text.find('@');
     std::sscanf(text.c_str(), "%15[a-z]%u=%u", name, &a, &b);
-    channel = at == std::string::npos ? 0 : static_cast<unsigned>(std::stoul(text.substr(at + 1)));
+    const unsigned channel =
+        at == std::string::npos ? 0 : static_cast<unsigned>(std::stoul(text.substr(at + 1)));
     const auto byte = [](unsigned number) { return static_cast<std::uint8_t>(number); };
-    const std::string_view kind = name;
     const std::map<std::string_view, Bytes> events = {
         {"on", {byte(0x90 | channel), byte(a), byte(b)}},
         {"off", {byte(0x80 | channel), byte(a), 0}},
@@ -69,7 +66,7 @@ inline Bytes Event(const std::string& text) {
         {"rpn", {byte(0xB0 | channel), 101, 0, 0, 100, byte(a), 0, 6, byte(b)}},
         {"tempo", {0xFF, 0x51, 3, byte(a >> 16U), byte(a >> 8U), byte(a)}},
         {"end", {0xFF, 0x2F, 0}}};
-    return events.at(kind);
+    return events.at(name);
 }
 
 /// Events, each +N ticks behind the one before; a word behind "=" is bytes as they are, without a time.

@@ -9,6 +9,7 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <numbers>
 #include <random>
@@ -64,6 +65,12 @@ struct Sound {
             peak = std::max(peak, std::abs(sample));
         }
         return peak;
+    }
+    Sound operator-(const Sound& other) const {
+        Sound rest = *this;
+        std::transform(samples.begin(), samples.end(), other.samples.begin(), rest.samples.begin(),
+                       std::minus<float>());
+        return rest;
     }
     double Seconds() const { return static_cast<double>(Frames()) / sampleRate; }
     /// Over both channels, between two times in seconds.

@@ -124,7 +124,7 @@ void SampleCommand::Report() const {
     std::size_t refused = 0;
     for (const auto& path : paths) {
         const SampleReport report = host::InspectSample(path);
-        fmt::print("{}: {}\n", path.string(), ReportText(report));
+        fmt::print("{}: {}\n", LineOf(path.string()), ReportText(report));
         refused += report.isAccepted ? 0 : 1;
         if (StopSignal() != 0) {
             throw Stopped();

@@ -3,12 +3,16 @@
 
 #include <cstdio>
 #include <exception>
+#include <string>
 #include <string_view>
 
 namespace orphia::tools {
 
 /// Whether someone watches the stream, so that a line may be refreshed.
 bool IsTerminal(std::FILE* stream);
+
+/// As one line, without the middle of what is too long to be read.
+std::string LineOf(std::string_view message);
 
 /// A line on the error stream; the run goes on.
 void Warn(std::string_view message);

@@ -29,9 +29,6 @@ std::optional<std::string> UserDataFolder();
 /// A variable of the process's environment; nothing when it is not set or empty.
 std::optional<std::string> Environment(const std::string& name);
 
-/// Sets such a variable, or takes it away with an empty value. While no other thread reads any.
-void SetEnvironment(const std::string& name, const std::string& value);
-
 /// The name of a file that holds a loadable library, from the library's own, for instance "engine".
 std::string LibraryFileName(std::string_view name);
 

@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <functional>
 #include <random>
 #include <string>
 
@@ -28,17 +27,6 @@ Sound RenderChord(Instrument& instrument, double seconds) {
         instrument.NoteOn(note);
     }
     return Render(instrument, seconds, test::Syllables(seconds, static_cast<int>(instrument.SampleRate())));
-}
-
-TEST(Instrument, SpeaksChordsAtOnceAndIsSilentWithoutVoiceOrNotes) {
-    const auto instrument = Ready();
-    EXPECT_LT(Render(*instrument, 0.5, test::Syllables(0.5)).Rms(), 0.02) << "no note: only hiss";
-    EXPECT_GT(RenderChord(*instrument, 1.0).Rms(), 0.05);
-    const MeterReading meters = instrument->TakeMeters();
-    EXPECT_GT(*std::max_element(meters.bands.begin(), meters.bands.end()), 0.02F);
-    EXPECT_GT(meters.hiss, 0.5F);
-    EXPECT_EQ(instrument->TakeMeters().hiss, 0.0F) << "taken";
-    EXPECT_LT(Render(*instrument, 0.5).Rms(0.4), 1e-3) << "no voice";
 }
 
 TEST(Instrument, AllNotesOffAndPanicEndWhatSounds) {
@@ -115,9 +103,7 @@ TEST(Instrument, APresetLeavesNothingOfTheOneBefore) {
 
 TEST(Instrument, NonsenseComesToNoHarm) {
     const auto instrument = Ready();
-    EXPECT_THROW(instrument->Set("Foo", "1"), UsageError);
     EXPECT_THROW(instrument->Set("Panic", "on"), UsageError);
-    EXPECT_THROW(Instrument(test::Engine(), 7999), UsageError);
     EXPECT_THROW(instrument->SetSampleRate(384001), UsageError);
     const auto before = instrument->CapturePreset();
     const std::uint32_t volume = instrument->Catalog().Find("MasterVolume").id;
@@ -133,25 +119,6 @@ TEST(Instrument, NonsenseComesToNoHarm) {
     EXPECT_EQ(instrument->TakeMessages(), std::vector<std::string>{});
 }
 
-TEST(Instrument, TheLimiterHoldsPeaksAndChangesNothingElse) {
-    for (const bool isLoud : {false, true}) {
-        const char* const level = isLoud ? "CarrierLevel=0 dB" : "CarrierLevel=-30 dB";
-        const auto plain = Ready({level, "MasterVolume=0 dB"});
-        const auto safe = Ready({level, "MasterVolume=0 dB"});
-        EXPECT_EQ(safe->LatencyFrames(), 0U);
-        safe->SetLimiter(true);
-        const std::size_t late = 2 * safe->LatencyFrames();
-        EXPECT_EQ(BlockAdapter(*safe).Latency(), 44 + late / 2);
-        const Sound wild = RenderChord(*plain, 0.5);
-        const Sound held = RenderChord(*safe, 0.5);
-        EXPECT_EQ(wild.Peak() > 1.0F, isLoud);
-        EXPECT_LE(held.Peak(), 0.8913F);
-        const auto begin = held.samples.begin() + static_cast<std::ptrdiff_t>(late);
-        EXPECT_EQ(std::equal(begin, held.samples.end(), wild.samples.begin()), !isLoud);
-        EXPECT_EQ(safe->TakeMeters().limiterReduction > 1.0F, isLoud);
-    }
-}
-
 TEST(Instrument, ShiftAndWidthThatMoveWhileItPlaysArriveWhereTheyWouldHaveBegun) {
     // Narrow bands ring longer.
     for (const auto& [there, from] : {std::pair{"Shift=1", 0.1}, {"SynthesizerFilterBank_Width=-1", 0.4}}) {
@@ -161,14 +128,11 @@ TEST(Instrument, ShiftAndWidthThatMoveWhileItPlaysArriveWhereTheyWouldHaveBegun)
         RenderChord(*moved, 0.2);
         test::Apply(*moved, {there});
         const Sound expected = RenderChord(*begun, 0.8);
-        Sound difference = RenderChord(*moved, 0.8);
-        std::transform(difference.samples.begin(), difference.samples.end(), expected.samples.begin(),
-                       difference.samples.begin(), std::minus<float>());
-        EXPECT_LT(difference.Rms(from), expected.Rms(from) * 1e-3) << there;
+        EXPECT_LT((RenderChord(*moved, 0.8) - expected).Rms(from), expected.Rms(from) * 1e-3) << there;
     }
 }
 
-TEST(Instrument, AHoldThatIsOnFromTheStartHoldsTheFirstSound) {
+TEST(Instrument, AHoldThatIsOnFromTheStartHoldsTheFirstSoundAtEveryRate) {
     const auto rests = [](Instrument& instrument) {
         RenderChord(instrument, 1.0);
         return Render(instrument, 0.5).Rms(0.2);
@@ -179,24 +143,12 @@ TEST(Instrument, AHoldThatIsOnFromTheStartHoldsTheFirstSound) {
     EXPECT_EQ(fresh->Value("SampleHold"), 1.0F);
     const double held = rests(*fresh);
     EXPECT_GT(held, 0.004) << "sounds on without a voice";
+    fresh->SetTransport({120.0, 4.0, true});
     fresh->SetSampleRate(48000);
     EXPECT_GT(rests(*fresh), held / 4) << "and at another rate";
+    EXPECT_NEAR(fresh->CurrentTransport().beat, 7.0, 0.01) << "a second and a half later";
     fresh->Set("SampleHold", "off");
     EXPECT_LT(rests(*fresh), held / 50);
-}
-
-TEST(Instrument, KeepsItsSettingsAtAnotherRateAndCountsTheBeatsWhileItPlays) {
-    const auto instrument = Ready({"MasterVolume=-6 dB"});
-    const double level = RenderChord(*instrument, 0.5).Rms();
-    instrument->SetSampleRate(96000);
-    EXPECT_EQ(instrument->FramesPerBlock(), 96U);
-    EXPECT_NEAR(instrument->Value("MasterVolume"), -6.0F, 1e-4F);
-    EXPECT_NEAR(RenderChord(*instrument, 0.5).Rms() / level, 1.0, 0.3);
-    for (const bool isPlaying : {true, false}) {
-        instrument->SetTransport({120.0, 4.0, isPlaying});
-        Render(*instrument, 1.0);
-        EXPECT_NEAR(instrument->CurrentTransport().beat, isPlaying ? 6.0 : 4.0, 0.01);
-    }
 }
 
 /// What the sampler plays is heard as it is, but for the monitor's own gain.

@@ -104,14 +104,6 @@ std::optional<std::string> Environment(const std::string& name) {
     return value != nullptr && *value != '\0' ? std::optional<std::string>(value) : std::nullopt;
 }
 
-void SetEnvironment(const std::string& name, const std::string& value) {
-    if (value.empty()) {
-        ::unsetenv(name.c_str());
-    } else {
-        ::setenv(name.c_str(), value.c_str(), 1);
-    }
-}
-
 std::string LibraryFileName(std::string_view name) {
     return "lib" + std::string(name) + std::string(LibrarySuffix());
 }

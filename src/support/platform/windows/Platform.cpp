@@ -85,10 +85,6 @@ std::optional<std::string> Environment(const std::string& name) {
     return value.empty() ? std::nullopt : std::optional(ToUtf8(value));
 }
 
-void SetEnvironment(const std::string& name, const std::string& value) {
-    SetEnvironmentVariableW(ToWide(name).c_str(), value.empty() ? nullptr : ToWide(value).c_str());
-}
-
 std::string LibraryFileName(std::string_view name) {
     return std::string(name) + std::string(LibrarySuffix());
 }
