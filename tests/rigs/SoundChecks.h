@@ -16,9 +16,9 @@ namespace orphia::test {
 inline double Decibels(double magnitude) { return 20.0 * std::log10(std::max(magnitude, 1e-10)); }
 
 /// What is written of a sound, each with its value or "low~high": rate, frames, seconds, peak in dBFS, the
-/// time at which it is above -26 dBFS for the last time; between two times in seconds the level, as RMS in
-/// dBFS or over that of the reference, and in cents how far it is from a pitch in hertz or from a key: "rate
-/// 44100 reference 0.5 0.6 level 0.1 0.4 -20~-18 pitch 0.1 0.4 440 -2~2 key 0.5 0.6 69 -2~2".
+/// time at which it is up to 20 dB below its peak for the last time; between two times in seconds the level,
+/// as RMS in dBFS or over that of the reference, and in cents how far it is from a pitch in hertz or from a
+/// key: "rate 44100 reference 0.5 0.6 level 0.1 0.4 -20~-18 pitch 0.1 0.4 440 -2~2 key 0.5 0.6 69 -2~2".
 inline void ExpectSound(const Sound& sound, const std::string& checks) {
     std::istringstream words(checks);
     const auto next = [&words] {
@@ -38,8 +38,9 @@ inline void ExpectSound(const Sound& sound, const std::string& checks) {
         } else if (kind == "peak") {
             measured = Decibels(static_cast<double>(sound.Peak()));
         } else if (kind == "ends") {
+            const float least = 0.1F * sound.Peak();
             const auto last = std::find_if(sound.samples.rbegin(), sound.samples.rend(),
-                                           [](float sample) { return std::abs(sample) > 0.05F; });
+                                           [least](float sample) { return std::abs(sample) > least; });
             measured = static_cast<double>(sound.samples.rend() - last) / sound.channels / sound.sampleRate;
         } else {
             const double from = next();

@@ -58,11 +58,11 @@ struct Sound {
     std::vector<float> samples;
 
     std::size_t Frames() const { return samples.size() / static_cast<std::size_t>(channels); }
-    /// The largest magnitude.
+    /// The largest magnitude; infinite when some sample is not finite.
     float Peak() const {
         float peak = 0.0F;
         for (const float sample : samples) {
-            peak = std::max(peak, std::abs(sample));
+            peak = std::max(peak, std::isfinite(sample) ? std::abs(sample) : HUGE_VALF);
         }
         return peak;
     }

@@ -32,10 +32,12 @@ protected:
         WriteText(folder / "song.mid", Text(Song(0, 500, {"on57 +800 off57 end"})));
     }
 
-    /// Runs a shell line in the folder of the test, in which orphia is $ORPHIA.
+    /// Runs a shell line in the folder of the test, in which orphia is $ORPHIA and the example of a host
+    /// $HOST.
     Outcome Shell(const std::string& command) const {
         const std::string line = "cd '" + folder.Path().string() + "' && ORPHIA='" + ORPHIA_COMMAND +
-                                 "' DOCS='" + ORPHIA_EXAMPLES + "/../docs'\n(" + command +
+                                 "' HOST='" + ORPHIA_MINIMAL_HOST + "' ENGINE='" + ORPHIA_ENGINE_LIBRARY +
+                                 "' EXAMPLES='" + ORPHIA_EXAMPLES + "'\n(" + command +
                                  "\n) >out.txt 2>err.txt </dev/null";
         const int result = std::system(line.c_str());
         Outcome outcome{WIFEXITED(result) ? WEXITSTATUS(result) : -1, ReadText(folder / "out.txt"),
@@ -61,7 +63,7 @@ TEST_F(CommandTest, RunsDoAndTellWhatIsAskedFor) {
     WriteSound(folder / "none.wav", Generate(0.1, 44100, 1, [](double) { return NAN; }));
     WriteSound(folder / "gap.wav", Generate(0.1, 44100, 2, [](double t) { return t < 0.01 ? NAN : 0.5; }));
     const auto rows = Table("tools/runs.txt");
-    EXPECT_EQ(rows.size(), 82U);
+    EXPECT_EQ(rows.size(), 85U);
     for (const auto& row : rows) {
         SCOPED_TRACE(row[1]);
         if (row[0] == "song") {

@@ -7,9 +7,7 @@
 #include "rigs/TestFiles.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <limits>
 #include <memory>
 #include <string>
@@ -64,34 +62,6 @@ TEST(AudioFile, WhatIsWrittenReadsBackInEveryFormat) {
         ASSERT_EQ(read.size(), sound.samples.size());
         ExpectSame(read, sound.samples, tolerance);
     }
-}
-
-/// A limit of the process stands for a disk that gets full.
-TEST(AudioFile, WhatFindsNoRoomIsRefusedAndLeavesTheFileThatWasThere) {
-    const TemporaryFolder folder;
-    const Sound sound = test::Chord(1.0);
-    const auto write = [&](const std::filesystem::path& path) {
-        AudioFileWriter writer(path, 44100, std::nullopt);
-        writer.Write(sound.samples);
-        writer.Finish();
-    };
-    std::signal(SIGXFSZ, SIG_IGN);
-    for (const char* name : {"a.wav", "a.flac", "a.ogg"}) {
-        write(folder / name);
-        const std::string whole = test::ReadText(folder / name);
-        rlimit before{};
-        getrlimit(RLIMIT_FSIZE, &before);
-        for (const std::size_t room :
-             {whole.size() - 1, whole.size() - 300, whole.size() / 2, std::size_t{10}}) {
-            const rlimit limit{room, before.rlim_max};
-            setrlimit(RLIMIT_FSIZE, &limit);
-            EXPECT_PRED2(test::Has, test::Refusal([&] { write(folder / name); }), "File too large")
-                << name << " with room for " << room << " of " << whole.size();
-            setrlimit(RLIMIT_FSIZE, &before);
-            EXPECT_TRUE(test::ReadText(folder / name) == whole);
-        }
-    }
-    EXPECT_EQ(folder.Names().size(), 3U) << "nothing else is left";
 }
 
 TEST(AudioFile, ALoopOfMonoRepeatsWithoutAGapOnBothSidesAndWhatIsNoNumberIsSilence) {

@@ -67,15 +67,12 @@ TEST(MidiFile, TempoLeadsFromSecondsToBeatsAndBack) {
     tempo.ChangeAtBeat(2.0, 90.0);
     tempo.ChangeAtSecond(1.0, 60.0);
     tempo.ChangeAtSecond(3.0, 240.0);
-    const struct {
-        double seconds, beat, tempo;
-    } places[] = {{-1.0, -2.0, 120.0}, {0.999, 1.998, 120.0}, {1.0, 2.0, 60.0},
-                  {2.5, 3.5, 60.0},    {3.0, 4.0, 240.0},     {13.0, 44.0, 240.0}};
-    for (const auto& place : places) {
-        EXPECT_DOUBLE_EQ(tempo.BeatAt(place.seconds), place.beat);
-        EXPECT_DOUBLE_EQ(tempo.SecondsAt(place.beat), place.seconds);
-        EXPECT_EQ(tempo.TempoAt(place.seconds), place.tempo) << place.seconds;
+    for (const double seconds : {-1.0, 0.999, 1.0, 2.5, 3.0, 13.0}) {
+        EXPECT_DOUBLE_EQ(tempo.SecondsAt(tempo.BeatAt(seconds)), seconds);
     }
+    EXPECT_DOUBLE_EQ(tempo.BeatAt(-1.0), -2.0);
+    EXPECT_DOUBLE_EQ(tempo.BeatAt(13.0), 44.0);
+    EXPECT_EQ(tempo.TempoAt(2.5), 60.0);
     const Bytes film = Song(0, 0xE750, {"+80 tempo250000 +80 end"});
     EXPECT_DOUBLE_EQ(MidiFile::Parse(film).Tempo().BeatAt(0.08), 0.04 * 2.0 + 0.04 * 4.0);
 }

@@ -29,21 +29,6 @@ std::string File(const std::string& parameters, const std::string& name = "") {
            "\",\n\"parameters\": {\n" + parameters + "}}";
 }
 
-/// Whatever a disk does to a preset, it is either read or refused.
-TEST(Preset, DamagedFilesAreRefusedWithTheirLine) {
-    const std::string_view whole = DefaultPresetText(EngineTree::Vocoder);
-    const std::string text(whole.substr(0, whole.rfind('}')));
-    const auto refusal = [](const std::string& part) {
-        std::vector<std::string> ignored;
-        return test::Refusal([&] { ParsePreset(part, Vocoder(), ignored); });
-    };
-    for (std::size_t length = 0; length <= text.size(); length += 7) {
-        EXPECT_TRUE(refusal(text.substr(0, length)).starts_with("line ")) << length;
-    }
-    EXPECT_TRUE(refusal(std::string(100000, '[')).starts_with("line 1: "));
-    EXPECT_TRUE(refusal("{\"\xff\xfe\": 1}").starts_with("line 1: "));
-}
-
 TEST(Preset, TheDefaultPresetsNameEveryControlOnce) {
     for (const ParameterCatalog* catalog : {&Vocoder(), &Whole()}) {
         std::multiset<std::uint32_t> ids;
