@@ -37,10 +37,11 @@ std::unique_ptr<Instrument> Loaded(const Entry& entry, std::uint32_t rate = 4410
 /// voice, which does as well, though not for loudness.
 std::vector<float> Voice(const Instrument& instrument, std::uint32_t seconds, float peak) {
     static const test::Sound voice = test::ReadSound(std::filesystem::path(ORPHIA_EXAMPLES) / "voice.flac");
+    const float gain = peak / voice.Peak();
     const std::uint32_t block = instrument.FramesPerBlock();
     std::vector<float> both(seconds * instrument.SampleRate() / block * block * std::size_t{2});
     for (std::size_t n = 0; n < both.size(); ++n) {
-        both[n] = voice.samples[n / 2 % voice.samples.size()] * peak / voice.Peak();
+        both[n] = gain * voice.samples[n / 2 % voice.samples.size()];
     }
     return both;
 }

@@ -29,6 +29,20 @@ std::string File(const std::string& parameters, const std::string& name = "") {
            "\",\n\"parameters\": {\n" + parameters + "}}";
 }
 
+/// Whatever a disk does to a preset, it is either read or refused.
+TEST(Preset, WhatIsCutOrNestedIsRefusedWithItsLine) {
+    const std::string_view text = DefaultPresetText(EngineTree::Vocoder);
+    std::vector<std::string> parts = {std::string(100000, '['), "{\"\xff\xfe\": 1}"};
+    for (std::size_t length = 0; length < text.rfind('}'); length += 7) {
+        parts.emplace_back(text.substr(0, length));
+    }
+    for (const std::string& part : parts) {
+        std::vector<std::string> ignored;
+        EXPECT_TRUE(test::Refusal([&] { ParsePreset(part, Vocoder(), ignored); }).starts_with("line "))
+            << part.size();
+    }
+}
+
 TEST(Preset, TheDefaultPresetsNameEveryControlOnce) {
     for (const ParameterCatalog* catalog : {&Vocoder(), &Whole()}) {
         std::multiset<std::uint32_t> ids;
