@@ -264,7 +264,10 @@ PluginState PluginInstrument::Inside::Unbuilt() const {
         }
         state.macroPositions[index - engineCount] = position;
         for (const MacroTarget& target : state.macros[index - engineCount].targets) {
-            set(target.id, target.At(position));
+            // What is wished for by itself has its own place, as in Stage::MoveMacro.
+            if (!exchange.IsWanted(target.id)) {
+                set(target.id, target.At(position));
+            }
         }
     });
     return state;

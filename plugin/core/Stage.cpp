@@ -33,6 +33,7 @@ Stage::Stage(ParameterExchange& between)
         }
     }
     seen.resize(listed.size());
+    wishedIn.resize(placeInListed.size());
     for (const host::ParameterInfo& info : host::ParameterCatalog::OfInstrument().Parameters()) {
         const bool isRead = info.role == host::ParameterRole::Output ||
                             info.role == host::ParameterRole::Controller ||
@@ -137,11 +138,13 @@ void Stage::TakeWishes() {
     if (current == nullptr) {
         return;
     }
+    ++moment;
     exchange.TakeWishes(current->generation, [this](std::uint32_t index, float position) {
         if (index < placeInListed.size()) {
+            wishedIn[index] = moment;
             SetEngine(index, position);
         } else if (index < exchange.Count() - 1) {
-            MoveMacro(index - static_cast<std::uint32_t>(placeInListed.size()), position);
+            MoveMacro(index - static_cast<std::uint32_t>(placeInListed.size()), position, moment);
         }
     });
     if (endsNotes.load(std::memory_order_relaxed) && endsNotes.exchange(false)) {
@@ -199,7 +202,7 @@ void Stage::Set(const host::ParameterSetting& setting) {
     if (setting.id < placeInListed.size()) {
         SetEngine(setting.id, position);
     } else if (setting.id != PluginParameters::bypass) {
-        MoveMacro(setting.id - PluginParameters::firstMacro, position);
+        MoveMacro(setting.id - PluginParameters::firstMacro, position, ++moment);
     }
 }
 
@@ -210,8 +213,11 @@ void Stage::SetEngine(std::uint32_t id, float position) {
     }
 }
 
-void Stage::MoveMacro(std::uint32_t macro, float position) {
+void Stage::MoveMacro(std::uint32_t macro, float position, std::uint32_t now) {
     for (const MacroTarget& target : (*assigned)[macro].targets) {
+        if (wishedIn[target.id] == now) {
+            continue;
+        }
         const float there = target.At(position);
         SetEngine(target.id, there);
         exchange.Show(target.id, there);

@@ -99,7 +99,8 @@ private:
     void FadeOver(const float* const* voice, std::uint32_t channels, float* const* output);
     void EndFade();
     void SetEngine(std::uint32_t id, float position);
-    void MoveMacro(std::uint32_t macro, float position);
+    /// Leaves alone what was wished for in the same moment.
+    void MoveMacro(std::uint32_t macro, float position, std::uint32_t moment);
     void WatchListed();
     void See(std::uint32_t listed);
     void PublishMeters();
@@ -133,6 +134,10 @@ private:
     std::uint64_t callStart = 0;
     std::uint32_t callFrames = 0;
     std::uint64_t blockStart = 0;
+
+    /// In which moment each parameter was wished for.
+    std::vector<std::uint32_t> wishedIn;
+    std::uint32_t moment = 0;
 
     std::array<std::uint8_t, 2> bank{};
 

@@ -1,14 +1,62 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// orphia_panel_tests [of GoogleTest], or orphia_panel_tests --pictures FOLDER: a picture of each page.
+// orphia_panel_tests [of GoogleTest]; orphia_panel_tests --pictures FOLDER: a picture of each page;
+// orphia_panel_tests --measure: what docs/panel.md tells of times.
+#include "panel/DisplayAtoms.h"
+#include "panel/PanelHands.h"
 #include "panel/PanelRig.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cstdio>
-#include <cstdlib>
+#include <ctime>
 #include <string_view>
+#include <thread>
+#include <vector>
 
 namespace {
+
+double ThreadSeconds() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+}
+
+/// What docs/panel.md tells: opening, and drawing in a window while the instrument plays speech.
+int Measure() {
+    orphia::test::PanelRig rig;
+    std::vector<double> opening;
+    for (int n = 0; n < 21; ++n) {
+        const auto begin = std::chrono::steady_clock::now();
+        orphia::panel::Panel another(rig.instrument, std::filesystem::path());
+        another.createComponentSnapshot(another.getLocalBounds());
+        opening.push_back(std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count());
+    }
+    std::printf("opening with its first picture: first %.0f ms, ", 1e3 * opening.front());
+    std::ranges::nth_element(opening, opening.begin() + 10);
+    std::printf("median %.0f ms\n", 1e3 * opening[10]);
+    const orphia::test::PanelHands hands(rig.panel);
+    std::atomic<bool> ends{false};
+    std::thread audio([&] {
+        for (auto next = std::chrono::steady_clock::now(); !ends; next += std::chrono::milliseconds(32)) {
+            rig.PlaySound(0.032);
+            std::this_thread::sleep_until(next);
+        }
+    });
+    for (std::size_t page = 0; page < rig.panel.PageCount(); ++page) {
+        rig.panel.ShowPage(page);
+        hands.Wait(500);
+        const double begin = ThreadSeconds();
+        hands.Wait(5000);
+        std::printf("%s: %.1f %% of a core\n", rig.panel.PageTitle(page).toRawUTF8(),
+                    100.0 * (ThreadSeconds() - begin) / 5.0);
+    }
+    ends = true;
+    audio.join();
+    return 0;
+}
 
 int WritePictures(const std::filesystem::path& folder) {
     orphia::test::PanelRig rig;
@@ -35,13 +83,16 @@ int WritePictures(const std::filesystem::path& folder) {
 } // namespace
 
 int main(int count, char** words) {
-    if (std::getenv("DISPLAY") == nullptr) {
+    if (!orphia::test::MakeDisplayAtoms()) {
         std::puts("no display: skipped");
         return 77;
     }
     const juce::ScopedJuceInitialiser_GUI juce;
     if (count == 3 && std::string_view(words[1]) == "--pictures") {
         return WritePictures(words[2]);
+    }
+    if (count == 2 && std::string_view(words[1]) == "--measure") {
+        return Measure();
     }
     testing::InitGoogleTest(&count, words);
     return RUN_ALL_TESTS();

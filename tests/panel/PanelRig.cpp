@@ -26,18 +26,28 @@ PanelRig::PanelRig(const std::filesystem::path& presets)
                                                    ORPHIA_ENGINE_LIBRARY, presets, 1}),
       panel((instrument.Activate(rate), instrument), std::filesystem::path()) {}
 
-void PanelRig::Play(double seconds) {
-    std::array<std::vector<float>, 2> sides{std::vector<float>(block), std::vector<float>(block)};
-    const auto blocks = static_cast<std::size_t>(seconds * rate / block);
+void PanelRig::PlayBlock() {
+    std::array<std::array<float, block>, 2> sides{};
     const std::vector<float>& voice = Voice();
+    for (std::size_t frame = 0; frame < block; ++frame) {
+        const std::size_t at = 2 * (voiceFrame++ % (voice.size() / 2));
+        sides[0][frame] = voice[at];
+        sides[1][frame] = voice[at + 1];
+    }
+    float* const sound[] = {sides[0].data(), sides[1].data()};
+    instrument.Process({sound, 2, sound, block, {}, nullptr});
+}
+
+void PanelRig::PlaySound(double seconds) {
+    for (auto left = static_cast<std::size_t>(seconds * rate / block); left > 0; --left) {
+        PlayBlock();
+    }
+}
+
+void PanelRig::Play(double seconds) {
+    const auto blocks = static_cast<std::size_t>(seconds * rate / block);
     for (std::size_t n = 0; n < blocks; ++n) {
-        for (std::size_t frame = 0; frame < block; ++frame) {
-            const std::size_t at = 2 * (voiceFrame++ % (voice.size() / 2));
-            sides[0][frame] = voice[at];
-            sides[1][frame] = voice[at + 1];
-        }
-        float* const sound[] = {sides[0].data(), sides[1].data()};
-        instrument.Process({sound, 2, sound, block, {}, nullptr});
+        PlayBlock();
         if (n % 6 == 5) {
             panel.Tick(6.0 * block / rate);
         }

@@ -20,6 +20,8 @@ public:
 
     /// Speech and what keys were pressed, so long, with pictures in between.
     void Play(double seconds);
+    /// Without the pictures, on any thread.
+    void PlaySound(double seconds);
     /// A picture of all of it as a file; scale 1 is 100 %.
     bool WritePicture(const std::filesystem::path& file, float scale);
     /// The control of a parameter on the shown page, by the engine's name; null when there is none.
@@ -30,6 +32,8 @@ public:
     panel::Panel panel;
 
 private:
+    void PlayBlock();
+
     std::size_t voiceFrame = 0;
 };
 

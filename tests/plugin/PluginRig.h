@@ -122,12 +122,14 @@ template <class F>
 void WhateverIsGoingOn(F&& f) {
     auto made = Busy(PluginInstrument::Kind::Effect);
     const std::string state = made->SaveState();
+    made->SetWatched(true);
     std::array<std::vector<float>, 2> sides{std::vector<float>(9000), std::vector<float>(9000)};
     float* const sound[] = {sides[0].data(), sides[1].data()};
     for (unsigned round = 0; round < 60; ++round) {
         PluginSong song = BusySong();
         song.events.push_back({20000, host::MidiMessage{0xC0, static_cast<std::uint8_t>(round % 20), 0}});
         made->SetPosition(plugin::PluginParameters::firstMacro + 2, static_cast<float>(round % 7) / 7.0F);
+        made->Play({0x90, static_cast<std::uint8_t>(40 + round), 80});
         if (round % 10 == 5) {
             made->LoadState(state);
             made->AssignMacro(round % 16, {});

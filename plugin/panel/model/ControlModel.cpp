@@ -75,7 +75,8 @@ std::string Rounded(float value, std::string_view unit) {
         shown = "ms";
     }
     const float size = std::fabs(value);
-    const int digits = size >= 99.95F ? 0 : size >= 9.995F || shown == "dB" || shown == "st" ? 1 : 2;
+    const bool isCoarse = shown == "dB" || shown == "st";
+    const int digits = size >= 99.95F ? 0 : size >= 9.995F || isCoarse ? 1 : size >= 0.9995F ? 2 : 3;
     std::string number = fmt::format("{:.{}f}", value, digits);
     if (number.find('.') != std::string::npos) {
         number.erase(number.find_last_not_of('0') + 1);
@@ -172,7 +173,17 @@ std::optional<float> ReadValue(std::uint32_t id, std::string_view text) {
     while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())) != 0) {
         text.remove_suffix(1);
     }
-    return text.empty() ? std::nullopt : PluginParameters::Get().PositionOf(id, text);
+    if (text.empty()) {
+        return std::nullopt;
+    }
+    const std::optional<float> read = PluginParameters::Get().PositionOf(id, text);
+    // What is shown at an end may be rounded beyond it.
+    for (const float end : {0.0F, 1.0F}) {
+        if (!read && text == ValueText(id, end)) {
+            return end;
+        }
+    }
+    return read;
 }
 
 } // namespace orphia::panel

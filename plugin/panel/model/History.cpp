@@ -38,7 +38,10 @@ void History::End() {
     if (depth == 0 || --depth > 0 || open.IsEmpty()) {
         return;
     }
-    std::erase_if(open.moves, [](const Move& move) { return move.from == move.to; });
+    std::erase_if(open.moves, [](const Move& move) { return !move.isByMacro && move.from == move.to; });
+    if (std::ranges::all_of(open.moves, &Move::isByMacro)) {
+        open.moves.clear();
+    }
     if (!open.IsEmpty()) {
         Add(std::exchange(open, {}));
         lastSet = -1e9;
@@ -47,8 +50,9 @@ void History::End() {
 
 bool History::GoesOn(std::uint32_t id, double now) const {
     return done > 0 && done == steps.size() && done != saved && now - lastSet < mergeSeconds &&
-           steps.back().assignments.empty() && !steps.back().states && steps.back().moves.size() == 1 &&
-           steps.back().moves.front().id == id;
+           steps.back().assignments.empty() && !steps.back().states && !steps.back().moves.empty() &&
+           steps.back().moves.back().id == id &&
+           std::ranges::count(steps.back().moves, false, &Move::isByMacro) == 1;
 }
 
 void History::Set(std::uint32_t id, float position) {
@@ -63,19 +67,19 @@ void History::Set(std::uint32_t id, float position) {
         if (found != open.moves.end()) {
             found->to = position;
         } else {
-            open.moves.push_back({id, before, position});
+            AddMove(open, id, before, position);
         }
         Changed();
         return;
     }
     const double now = clock();
     if (GoesOn(id, now)) {
-        steps.back().moves.front().to = position;
+        steps.back().moves.back().to = position;
         Changed();
     } else {
         Step step;
         step.name = LabelOf(id);
-        step.moves.push_back({id, before, position});
+        AddMove(step, id, before, position);
         Add(std::move(step));
     }
     lastSet = now;
@@ -102,6 +106,19 @@ bool History::ChangeAll(std::string name, const std::function<bool()>& change) {
     Add(std::move(step));
     lastSet = -1e9;
     return true;
+}
+
+/// A macro forgets where its targets were before it moved them.
+void History::AddMove(Step& step, std::uint32_t id, float from, float to) const {
+    const std::uint32_t macro = id - plugin::PluginParameters::firstMacro;
+    if (macro < plugin::PluginParameters::macroCount) {
+        for (const plugin::MacroTarget& target : instrument.MacroOf(macro).targets) {
+            if (std::ranges::find(step.moves, target.id, &Move::id) == step.moves.end()) {
+                step.moves.push_back({target.id, instrument.Position(target.id), 0.0F, true});
+            }
+        }
+    }
+    step.moves.push_back({id, from, to, false});
 }
 
 void History::Add(Step step) {
@@ -148,7 +165,9 @@ void History::Redo() {
         instrument.AssignMacro(each.macro, each.to);
     }
     for (const Move& each : step.moves) {
-        Apply(each.id, each.to);
+        if (!each.isByMacro) {
+            Apply(each.id, each.to);
+        }
     }
     lastSet = -1e9;
     Changed();

@@ -60,6 +60,8 @@ private:
         std::uint32_t id = 0;
         float from = 0.0F;
         float to = 0.0F;
+        /// What a macro moved along: it does so again by itself.
+        bool isByMacro = false;
     };
     struct Assignment {
         unsigned macro = 0;
@@ -77,6 +79,7 @@ private:
     };
 
     void Add(Step step);
+    void AddMove(Step& step, std::uint32_t id, float from, float to) const;
     void Changed() const;
     bool GoesOn(std::uint32_t id, double now) const;
     void Apply(std::uint32_t id, float position) { instrument.SetPosition(id, position); }

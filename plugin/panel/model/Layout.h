@@ -95,7 +95,7 @@ const Section& Vocoder();
 const Section& Carrier();
 const Section& Master();
 inline constexpr Area bands{180, 0, 600, 380};
-inline constexpr Area effects{788, 316, 232, 204};
+inline constexpr Area effects{788, 320, 232, 200};
 std::vector<const Section*> Sections();
 } // namespace MainLayout
 

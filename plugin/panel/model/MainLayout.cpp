@@ -41,7 +41,7 @@ constexpr auto voiceRows = std::to_array<Row>({
     {Height::Line, compressor},
 });
 // The level of the voice stands below.
-constexpr Section voiceIn{"Voice in", {0, 0, 172, 308}, voiceRows};
+constexpr Section voiceIn{"Voice in", {0, 0, 172, 312}, voiceRows};
 
 constexpr auto playMode = std::to_array<Cell>({
     {"Modulator_SamplerPlayMode", "Play", Choice},
@@ -53,7 +53,7 @@ constexpr auto samplerKnobs = std::to_array<Cell>({
 });
 constexpr auto samplerRows = std::to_array<Row>({{Height::Line, playMode}, {Height::Knobs, samplerKnobs}});
 // The twelve slots stand below.
-constexpr Section sampler{"Sampler", {0, 316, 172, 204}, samplerRows};
+constexpr Section sampler{"Sampler", {0, 320, 172, 200}, samplerRows};
 
 constexpr auto vocoderKnobs = std::to_array<Cell>({
     {"BodeVocoder_Wet", "Mix"},
@@ -116,7 +116,7 @@ constexpr auto carrierRows = std::to_array<Row>({
     {Height::Knobs, notes},
     {Height::Knobs, tuning},
 });
-constexpr Section carrier{"Carrier", {788, 0, 368, 308}, carrierRows};
+constexpr Section carrier{"Carrier", {788, 0, 368, 312}, carrierRows};
 
 constexpr auto volume = std::to_array<Cell>({
     {"MasterVolume", "Volume", Knob, 3},
@@ -126,7 +126,7 @@ constexpr auto output = std::to_array<Cell>({
 });
 constexpr auto masterRows = std::to_array<Row>({{Height::Knobs, volume, 4}, {Height::Line, output, 4}});
 // The levels stand beside the volume.
-constexpr Section master{"Master", {1028, 316, 128, 204}, masterRows};
+constexpr Section master{"Master", {1028, 320, 128, 200}, masterRows};
 
 } // namespace
 

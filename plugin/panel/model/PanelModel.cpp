@@ -6,8 +6,9 @@
 
 namespace orphia::panel {
 
-PanelModel::PanelModel(plugin::PluginInstrument& ofInstrument, std::filesystem::path file)
-    : instrument(ofInstrument), history(ofInstrument), patchBay(ofInstrument, history),
+PanelModel::PanelModel(plugin::PluginInstrument& ofInstrument, std::filesystem::path file,
+                       History::Clock clock)
+    : instrument(ofInstrument), history(ofInstrument, std::move(clock)), patchBay(ofInstrument, history),
       modulation(ofInstrument), settings(PanelSettings::Read(file)), settingsFile(std::move(file)) {
     instrument.SetWatched(true);
 }

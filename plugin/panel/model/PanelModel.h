@@ -18,7 +18,8 @@ class PanelModel {
 public:
     /// An empty file keeps no settings.
     explicit PanelModel(plugin::PluginInstrument& instrument,
-                        std::filesystem::path settingsFile = PanelSettings::DefaultFile());
+                        std::filesystem::path settingsFile = PanelSettings::DefaultFile(),
+                        History::Clock clock = {});
     ~PanelModel();
     PanelModel(const PanelModel&) = delete;
     PanelModel& operator=(const PanelModel&) = delete;

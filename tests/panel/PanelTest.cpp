@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The panel in a window, worked by mouse and keys; what the engine then has.
+#include "host/parameters/ParameterCatalog.h"
+#include "panel/PanelHands.h"
+#include "panel/PanelRig.h"
+#include "plugin/panel/controls/ParameterControl.h"
+#include "plugin/panel/frame/KeyStrip.h"
+#include "plugin/panel/frame/MacroStrip.h"
+#include "plugin/panel/pages/CircuitPage.h"
+#include "plugin/panel/parts/CablesView.h"
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <stdexcept>
+#include <vector>
+
+namespace orphia::test {
+
+using namespace panel;
+
+namespace {
+
+const auto command = juce::ModifierKeys::commandModifier;
+
+/// All components that are shown, the panel itself first.
+std::vector<juce::Component*> ShownIn(juce::Component& top) {
+    std::vector<juce::Component*> all{&top};
+    for (std::size_t n = 0; n < all.size(); ++n) {
+        for (juce::Component* const child : all[n]->getChildren()) {
+            if (child->isVisible()) {
+                all.push_back(child);
+            }
+        }
+    }
+    return all;
+}
+
+template <class C>
+C& FirstOf(juce::Component& top) {
+    for (juce::Component* const each : ShownIn(top)) {
+        if (auto* const found = dynamic_cast<C*>(each)) {
+            return *found;
+        }
+    }
+    throw std::runtime_error("no such part is shown");
+}
+
+struct Desk {
+    Desk() { rig.Play(0.05); }
+
+    PanelRig rig;
+    PanelHands hands{rig.panel};
+};
+
+} // namespace
+
+TEST(Panel, TurnsAKnobFinelyAndCoarselyAndSetsItBack) {
+    Desk desk;
+    auto* const knob = desk.rig.ControlOf("BodeVocoder_AnalyzerRectifiers_Release");
+    ASSERT_NE(knob, nullptr);
+    const float before = desk.rig.Position("BodeVocoder_AnalyzerRectifiers_Release");
+    desk.hands.Drag(*knob, {28.0F, 34.0F}, {28.0F, -2.0F});
+    const float coarse = desk.rig.Position("BodeVocoder_AnalyzerRectifiers_Release") - before;
+    EXPECT_NEAR(coarse, 33.0F / 180.0F, 0.03F);
+    desk.hands.Drag(*knob, {28.0F, 34.0F}, {28.0F, -2.0F}, juce::ModifierKeys::shiftModifier);
+    const float fine = desk.rig.Position("BodeVocoder_AnalyzerRectifiers_Release") - before - coarse;
+    EXPECT_NEAR(fine, coarse / 10.0F, 0.005F);
+    desk.rig.Play(0.05);
+    EXPECT_NEAR(desk.rig.Position("BodeVocoder_AnalyzerRectifiers_Release"), before + coarse + fine, 1e-5F)
+        << "the engine has it";
+    desk.hands.DoubleClick(*knob, {28.0F, 34.0F});
+    EXPECT_EQ(desk.rig.Position("BodeVocoder_AnalyzerRectifiers_Release"),
+              dynamic_cast<ParameterControl&>(*knob).Model().start);
+    for (int n = 0; n < 3; ++n) {
+        desk.hands.Key('z', command);
+    }
+    EXPECT_EQ(desk.rig.Position("BodeVocoder_AnalyzerRectifiers_Release"), before);
+    desk.hands.Key('z', juce::ModifierKeys(command | juce::ModifierKeys::shiftModifier));
+    EXPECT_EQ(desk.rig.Position("BodeVocoder_AnalyzerRectifiers_Release"), before + coarse);
+}
+
+TEST(Panel, TakesTypedValuesAndKeepsTheFieldForWhatMakesNoSense) {
+    Desk desk;
+    auto& knob = dynamic_cast<ParameterControl&>(*desk.rig.ControlOf("MasterVolume"));
+    const auto field = [&knob] { return dynamic_cast<juce::TextEditor*>(knob.getChildComponent(0)); };
+    desk.hands.Click(knob, knob.getLocalBounds().removeFromBottom(16).toFloat().getCentre());
+    ASSERT_NE(field(), nullptr);
+    desk.hands.Type("loud");
+    desk.hands.Key(juce::KeyPress::returnKey);
+    ASSERT_NE(field(), nullptr);
+    field()->selectAll();
+    desk.hands.Type("-24 dB");
+    desk.hands.Key(juce::KeyPress::returnKey);
+    EXPECT_EQ(field(), nullptr);
+    EXPECT_EQ(knob.Value(), "-24 dB");
+    const auto& catalog = host::ParameterCatalog::OfInstrument();
+    EXPECT_NEAR(catalog.ToValue(knob.Model().id, desk.rig.Position("MasterVolume")), -24.0F, 1e-3F);
+    desk.hands.Type("-9");
+    desk.hands.Key(juce::KeyPress::escapeKey);
+    EXPECT_EQ(knob.Value(), "-24 dB");
+}
+
+TEST(Panel, IsMovedByWheelAndByKeys) {
+    Desk desk;
+    auto& knob = dynamic_cast<ParameterControl&>(*desk.rig.ControlOf("BodeVocoder_Wet"));
+    desk.hands.Wheel(knob, -0.4F);
+    EXPECT_NEAR(knob.Position(), 0.95F, 1e-4F);
+    knob.grabKeyboardFocus();
+    desk.hands.Key(juce::KeyPress::downKey);
+    desk.hands.Key(juce::KeyPress::downKey, juce::ModifierKeys::shiftModifier);
+    EXPECT_NEAR(desk.rig.Position("BodeVocoder_Wet"), 0.939F, 1e-4F);
+    desk.hands.Key(juce::KeyPress::homeKey);
+    EXPECT_EQ(desk.rig.Position("BodeVocoder_Wet"), 0.0F);
+    desk.hands.Click(*desk.rig.ControlOf("BodeVocoder_PatchBay_SampleHold"));
+    EXPECT_EQ(desk.rig.Position("BodeVocoder_PatchBay_SampleHold"), 1.0F);
+    EXPECT_EQ(desk.rig.panel.PageTitle(1), "Modulation");
+    desk.hands.Key(juce::KeyPress::F1Key + 1);
+    EXPECT_NE(desk.rig.ControlOf("LFO_Fade"), nullptr);
+}
+
+TEST(Panel, PatchesACableWithItsAmountAndTakesItOut) {
+    Desk desk;
+    auto& cables = FirstOf<CablesView>(desk.rig.panel);
+    desk.hands.Drag(cables, cables.Socket(false, 3), cables.Socket(true, 11));
+    const char* const route = "BodeVocoder_PatchBay_Analysis4_Synthesis12";
+    EXPECT_EQ(desk.rig.Position(route), 1.0F);
+    EXPECT_EQ(desk.rig.Position("BodeVocoder_PatchBay_Activated"), 1.0F);
+    const juce::Point<float> middle = (cables.Socket(false, 3) + cables.Socket(true, 11)) / 2.0F;
+    desk.hands.Drag(cables, middle, middle.translated(0.0F, 45.0F));
+    EXPECT_NEAR(desk.rig.Position(route), 0.75F, 0.02F);
+    desk.rig.Play(0.1);
+    EXPECT_NEAR(desk.rig.Position(route), 0.75F, 0.02F);
+    desk.hands.DoubleClick(cables, middle);
+    EXPECT_EQ(desk.rig.Position(route), 0.5F);
+    desk.hands.Key('z', command);
+    desk.hands.Key('z', command);
+    desk.hands.Key('z', command);
+    EXPECT_EQ(desk.rig.Position(route), 0.5F);
+    EXPECT_EQ(desk.rig.Position("BodeVocoder_PatchBay_Activated"), 0.0F);
+}
+
+TEST(Panel, PlaysKeysThatTheInstrumentHolds) {
+    Desk desk;
+    auto& keys = FirstOf<Keyboard>(desk.rig.panel);
+    const juce::Rectangle<float> key = keys.AreaOf(60);
+    desk.hands.Press(desk.hands.PlaceOf(keys, key.getCentre().withY(key.getBottom() - 8.0F)));
+    desk.rig.Play(0.05);
+    EXPECT_TRUE(desk.rig.instrument.HeldKeys().held[60]);
+    EXPECT_EQ(desk.rig.instrument.HeldKeys().held.count(), 1U);
+    desk.hands.Release();
+    desk.rig.Play(0.05);
+    EXPECT_TRUE(desk.rig.instrument.HeldKeys().held.none());
+}
+
+TEST(Panel, LoadsAPresetAndTakesItBack) {
+    Desk desk;
+    const std::string before = desk.rig.instrument.SaveState();
+    for (juce::Component* const each : ShownIn(desk.rig.panel)) {
+        if (auto* const button = dynamic_cast<panel::Button*>(each);
+            button != nullptr && button->getButtonText() == ">") {
+            desk.hands.Click(*button);
+        }
+    }
+    desk.rig.Play(0.05);
+    EXPECT_EQ(desk.rig.instrument.CurrentProgram(), 1U);
+    EXPECT_FALSE(desk.rig.instrument.SaveState() == before);
+    desk.hands.Key('z', command);
+    desk.rig.Play(0.05);
+    EXPECT_TRUE(desk.rig.instrument.SaveState() == before);
+}
+
+TEST(Panel, ReachesEveryControlOfTheEngine) {
+    Desk desk;
+    std::size_t circuit = 0;
+    while (desk.rig.panel.PageTitle(circuit) != "Circuit") {
+        ++circuit;
+    }
+    desk.rig.panel.ShowPage(circuit);
+    auto& page = FirstOf<CircuitPage>(desk.rig.panel);
+    page.Search("sampler slot7 fine");
+    PanelHands::Wait(20);
+    auto* const slider = desk.rig.ControlOf("Modulator_Sampler_Slot7_Fine");
+    ASSERT_NE(slider, nullptr);
+    slider->grabKeyboardFocus();
+    desk.hands.Key(juce::KeyPress::endKey);
+    EXPECT_EQ(desk.rig.Position("Modulator_Sampler_Slot7_Fine"), 1.0F);
+}
+
+TEST(Panel, NamesAllThatTheKeyboardReachesAndCutsNothing) {
+    Desk desk;
+    for (std::size_t number = 0; number < desk.rig.panel.PageCount(); ++number) {
+        desk.rig.panel.ShowPage(number);
+        desk.rig.Play(0.05);
+        std::size_t reached = 0;
+        for (juce::Component* const each : ShownIn(desk.rig.panel)) {
+            if (each->getWantsKeyboardFocus() && each != &desk.rig.panel) {
+                ++reached;
+                EXPECT_TRUE(each->getTitle().isNotEmpty() || each->getName().isNotEmpty()) << number;
+                EXPECT_TRUE(each->getParentComponent()->getLocalBounds().contains(each->getBounds()) ||
+                            each->findParentComponentOfClass<juce::Viewport>() != nullptr)
+                    << each->getTitle() << " on page " << number;
+            }
+            if (auto* const control = dynamic_cast<ParameterControl*>(each)) {
+                EXPECT_TRUE(control->getTooltip().isNotEmpty()) << control->getTitle();
+                const juce::AccessibilityHandler* const access = control->getAccessibilityHandler();
+                ASSERT_NE(access, nullptr);
+                EXPECT_EQ(access->getValueInterface()->getCurrentValueAsString(), control->Value());
+            }
+        }
+        EXPECT_GT(reached, 30U) << number;
+    }
+}
+
+TEST(Panel, OpensAndClosesTwoHundredTimesWithoutALeak) {
+    PanelRig rig;
+    const auto open = [&rig](int times) {
+        for (int n = 0; n < times; ++n) {
+            Panel another(rig.instrument, std::filesystem::path());
+            another.ShowPage(static_cast<std::size_t>(n) % another.PageCount());
+            another.Tick(0.03);
+            another.createComponentSnapshot(another.getLocalBounds());
+        }
+        PanelHands::Wait(5);
+        return static_cast<std::size_t>(mallinfo2().uordblks);
+    };
+    const std::size_t before = open(30);
+    const std::size_t after = open(200);
+    // Caches of fonts and glyphs still fill; a panel alone has some megabytes.
+    EXPECT_LT(after, before + 200 * 1024);
+}
+
+TEST(Panel, AssignsAMacroThatMovesTheControl) {
+    Desk desk;
+    desk.rig.instrument.AssignMacro(
+        0, {"Bright", {{host::ParameterCatalog::OfInstrument().Find("BodeVocoder_Wet").id, 1.0F, 0.0F}}});
+    for (int n = 0; n < 20; ++n) {
+        desk.rig.panel.Tick(0.03);
+    }
+    auto& strip = FirstOf<MacroStrip>(desk.rig.panel);
+    auto& macro = FirstOf<ParameterControl>(strip);
+    EXPECT_EQ(macro.getTitle(), "Bright");
+    macro.grabKeyboardFocus();
+    desk.hands.Key(juce::KeyPress::endKey);
+    desk.rig.Play(0.05);
+    EXPECT_EQ(desk.rig.Position("BodeVocoder_Wet"), 0.0F);
+}
+
+} // namespace orphia::test
