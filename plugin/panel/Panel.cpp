@@ -49,9 +49,10 @@ Panel::Panel(plugin::PluginInstrument& instrument, const std::filesystem::path& 
     Inside& in = *inside;
     setLookAndFeel(&in.look);
     setOpaque(true);
-    setWantsKeyboardFocus(true);
     setTitle("Orphia VX");
     in.content.setInterceptsMouseClicks(false, true);
+    // Not the panel itself: a window that gets the focus late would take it from the control that was clicked.
+    in.content.setWantsKeyboardFocus(true);
     addAndMakeVisible(in.content);
     in.content.setSize(Grid::panelWidth, Grid::panelHeight);
     in.content.addAndMakeVisible(in.header);

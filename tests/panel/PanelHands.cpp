@@ -11,7 +11,7 @@ namespace orphia::test {
 namespace {
 
 constexpr int stepsOfDrag = 12;
-constexpr int mostWaits = 500;
+constexpr int mostWaits = 200;
 
 } // namespace
 
@@ -19,12 +19,10 @@ PanelHands::PanelHands(juce::Component& onWindow) : window(onWindow), time(juce:
     window.addToDesktop(0);
     window.setTopLeftPosition(0, 0);
     window.setVisible(true);
-    // What the display tells of the focus arrives later, and would take it from a control that has it by then.
     for (int n = 0; n < mostWaits && !window.getPeer()->isFocused(); ++n) {
         window.getPeer()->grabFocus();
         Wait(20);
     }
-    Wait(100);
     window.grabKeyboardFocus();
 }
 

@@ -179,7 +179,8 @@ void ParameterControl::StartTyping(const juce::String& text) {
     };
     field->onFocusLost = [this] {
         juce::MessageManager::callAsync([safe = juce::Component::SafePointer(this)] {
-            if (safe != nullptr) {
+            const bool hasField = safe != nullptr && safe->field != nullptr;
+            if (hasField && !safe->field->hasKeyboardFocus(true)) {
                 safe->field.reset();
             }
         });
