@@ -51,7 +51,8 @@ Panel::Panel(plugin::PluginInstrument& instrument, const std::filesystem::path& 
     setOpaque(true);
     setTitle("Orphia VX");
     in.content.setInterceptsMouseClicks(false, true);
-    // Not the panel itself: a window that gets the focus late would take it from the control that was clicked.
+    // Not the panel itself: a window that gets the focus late would take it from the control that was
+    // clicked.
     in.content.setWantsKeyboardFocus(true);
     addAndMakeVisible(in.content);
     in.content.setSize(Grid::panelWidth, Grid::panelHeight);

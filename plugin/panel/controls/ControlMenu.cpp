@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The menu of a control.
 #include "host/parameters/ModulationRoutes.h"
+#include "plugin/panel/controls/MacroMenu.h"
 #include "plugin/panel/controls/ModulationBox.h"
 #include "plugin/panel/controls/ParameterControl.h"
 
@@ -27,6 +28,10 @@ void ParameterControl::FillMenu(juce::PopupMenu& menu) {
     menu.addItem("Set to " + juce::String(ValueText(model.id, model.start)),
                  [self] { self->ResetToStart(); });
     menu.addSeparator();
+    const std::uint32_t macro = model.id - PluginParameters::firstMacro;
+    if (macro < PluginParameters::macroCount) {
+        AddMacroItems(menu, panel, macro, *this);
+    }
     if (model.id < PluginParameters::Get().EngineCount()) {
         menu.addSubMenu("Assign to macro", MacroMenu());
     }

@@ -127,6 +127,7 @@ void Keyboard::paint(juce::Graphics& g) {
     // The ivory of keys is no part of a palette: both looks have it.
     const Palette::Colour white = 0xFFE9E6DF;
     const Palette::Colour black = 0xFF24272D;
+    FillBox(g, getLocalBounds().toFloat(), black, 2.0F);
     for (const bool isBlack : {false, true}) {
         for (int key = firstKey; key < firstKey + keyCount; ++key) {
             if (Keys::IsBlack(key) != isBlack) {

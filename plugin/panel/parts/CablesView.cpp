@@ -15,6 +15,8 @@ constexpr float socketMargin = 9.0F;
 constexpr float touchDistance = 6.0F;
 constexpr float dragLength = 90.0F;
 constexpr int brightnessSteps = 16;
+constexpr float hintWidth = 520.0F;
+constexpr float hintHeight = 26.0F;
 
 } // namespace
 
@@ -72,9 +74,13 @@ void CablesView::Refresh() {
     for (unsigned band = 0; band < PatchBay::bandCount; ++band) {
         bright[band] = juce::roundToInt(BandPicture::Height(panel.bands.Analysis()[band]) * brightnessSteps);
     }
-    const bool isSame = nowActive == isActive && now == cables && (bright == brightness || !nowActive);
+    const bool nowQuiet =
+        std::ranges::all_of(bright, [](int step) { return step == 0; }) && panel.keys.held.none();
+    const bool isSame =
+        nowActive == isActive && nowQuiet == isQuiet && now == cables && (bright == brightness || !nowActive);
     if (!isSame) {
         isActive = nowActive;
+        isQuiet = nowQuiet;
         cables = std::move(now);
         brightness = bright;
         repaint();
@@ -133,6 +139,13 @@ void CablesView::paint(juce::Graphics& g) {
         g.strokePath(PathOf(from, mouse), juce::PathStrokeType(2.5F));
     }
     DrawSockets(g);
+    if (isQuiet && !isPatched) {
+        const juce::Rectangle<float> box =
+            getLocalBounds().toFloat().withSizeKeepingCentre(hintWidth, hintHeight);
+        FillBox(g, box, colours.section, 0.0F);
+        DrawText(g, "Speak, and play the keys below: with the mouse, by MIDI, or A to P of your computer.",
+                 box, Sizes::textFont, colours.dimText);
+    }
     if (touched) {
         const juce::String text = juce::String(touched->analysis + 1) + " to " +
                                   juce::String(touched->synthesis + 1) + ": " +

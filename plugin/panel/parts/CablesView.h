@@ -55,6 +55,8 @@ private:
     PanelModel& panel;
     std::vector<Cable> cables;
     bool isActive = false;
+    /// No voice and no key: a hint for who is new.
+    bool isQuiet = true;
     /// Of the cables, in sixteen steps.
     std::array<int, PatchBay::bandCount> brightness{};
     std::optional<Cable> touched;

@@ -38,8 +38,8 @@ public:
         DrawFocus(g, *this, Bounds());
         if (std::fabs(amount) > 1e-3F) {
             const float at = amount > 0.0F ? box.getBottom() - 15.0F : box.getY() + 1.0F;
-            DrawText(g, juce::String(100.0F * amount, std::fabs(amount) < 0.0995F ? 1 : 0), box.withY(at).withHeight(14.0F),
-                     Sizes::labelFont, colours.text);
+            DrawText(g, juce::String(100.0F * amount, std::fabs(amount) < 0.0995F ? 1 : 0),
+                     box.withY(at).withHeight(14.0F), Sizes::labelFont, colours.text);
         }
     }
 
