@@ -20,6 +20,7 @@ void RaiseAs(const char* className, const std::exception& error) {
     Raise(py::module_::import("orphia.errors").attr(className), error);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the type that pybind11 asks for
 void Translate(std::exception_ptr thrown) {
     try {
         if (thrown) {
