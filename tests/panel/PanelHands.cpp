@@ -56,7 +56,8 @@ void PanelHands::Send(juce::ModifierKeys modifiers) {
 void PanelHands::Press(juce::Point<float> place, juce::ModifierKeys modifiers) {
     mouse = place;
     Send(modifiers.withoutMouseButtons());
-    Send(modifiers.withFlags(juce::ModifierKeys::leftButtonModifier));
+    Send(modifiers.isAnyMouseButtonDown() ? modifiers
+                                          : modifiers.withFlags(juce::ModifierKeys::leftButtonModifier));
 }
 
 void PanelHands::MoveTo(juce::Point<float> place) {

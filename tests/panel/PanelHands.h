@@ -12,6 +12,7 @@ public:
     explicit PanelHands(juce::Component& window);
     ~PanelHands();
 
+    /// The left button, if the modifiers tell no other.
     void Press(juce::Point<float> place, juce::ModifierKeys modifiers = {});
     void MoveTo(juce::Point<float> place);
     void Release();

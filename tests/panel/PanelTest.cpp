@@ -7,12 +7,15 @@
 #include "plugin/panel/frame/KeyStrip.h"
 #include "plugin/panel/frame/MacroStrip.h"
 #include "plugin/panel/pages/CircuitPage.h"
+#include "plugin/panel/pages/ModulationPage.h"
 #include "plugin/panel/parts/CablesView.h"
 
 #include <gtest/gtest.h>
 #include <malloc.h>
 
+#include <cstdlib>
 #include <stdexcept>
+#include <string>
 #include <vector>
 
 namespace orphia::test {
@@ -210,6 +213,67 @@ TEST(Panel, NamesAllThatTheKeyboardReachesAndCutsNothing) {
         }
         EXPECT_GT(reached, 30U) << number;
     }
+}
+
+TEST(Panel, AssignsAMacroByTheMenuOfAControl) {
+    Desk desk;
+    auto& knob = dynamic_cast<ParameterControl&>(*desk.rig.ControlOf("BodeVocoder_Wet"));
+    knob.SetPosition(0.25F);
+    desk.hands.Press(desk.hands.PlaceOf(knob, {28.0F, 34.0F}), juce::ModifierKeys::rightButtonModifier);
+    desk.hands.Release();
+    PanelHands::Wait(100);
+    // To "Assign to macro", into its list, to the second one.
+    for (const int key : {juce::KeyPress::downKey, juce::KeyPress::downKey, juce::KeyPress::downKey,
+                          juce::KeyPress::rightKey, juce::KeyPress::downKey, juce::KeyPress::returnKey}) {
+        desk.hands.Key(key);
+        PanelHands::Wait(50);
+    }
+    const plugin::Macro macro = desk.rig.instrument.MacroOf(1);
+    ASSERT_EQ(macro.targets.size(), 1U);
+    EXPECT_EQ(macro.targets.front(), (plugin::MacroTarget{knob.Model().id, 0.25F, 1.0F}));
+    EXPECT_EQ(macro.name, "Mix");
+    desk.hands.Key('z', command);
+    EXPECT_TRUE(desk.rig.instrument.MacroOf(1).targets.empty());
+}
+
+TEST(Panel, ModulatesByDraggingACellOfTheMatrix) {
+    Desk desk;
+    desk.rig.panel.ShowPage(1);
+    auto& matrix = FirstOf<MatrixView>(desk.rig.panel);
+    const unsigned mix =
+        *Modulation::DestinationOf(host::ParameterCatalog::OfInstrument().Find("BodeVocoder_Wet").id);
+    matrix.ShowDestination(mix);
+    const std::string amount = "Modulations_Dst" + std::to_string(mix + 1) + "_Src7_Amount";
+    auto* const cell = desk.rig.ControlOf(amount);
+    ASSERT_NE(cell, nullptr);
+    const juce::Point<float> middle = cell->getLocalBounds().toFloat().getCentre();
+    desk.hands.Drag(*cell, middle, middle.translated(0.0F, 35.0F));
+    desk.rig.Play(0.05);
+    // Behind the few points that make a drag of a click.
+    EXPECT_NEAR(desk.rig.Position(amount), 0.5F - 32.0F / 120.0F, 0.03F);
+}
+
+/// The system's own events, which come through the display.
+TEST(Panel, HearsTheMouseAndTheKeysOfTheDisplay) {
+    if (std::system("command -v xdotool >/dev/null") != 0) {
+        GTEST_SKIP() << "no xdotool";
+    }
+    Desk desk;
+    const auto run = [](const juce::String& words) {
+        EXPECT_EQ(std::system(("xdotool " + words).toRawUTF8()), 0);
+        PanelHands::Wait(150);
+    };
+    auto* const freeze = desk.rig.ControlOf("BodeVocoder_PatchBay_SampleHold");
+    const juce::Point<int> place = freeze->getScreenBounds().getCentre();
+    run("mousemove " + juce::String(place.x) + " " + juce::String(place.y));
+    run("click 1");
+    EXPECT_EQ(desk.rig.Position("BodeVocoder_PatchBay_SampleHold"), 1.0F);
+    run("keydown a");
+    desk.rig.Play(0.05);
+    EXPECT_TRUE(desk.rig.instrument.HeldKeys().held[60]);
+    run("keyup a");
+    desk.rig.Play(0.05);
+    EXPECT_TRUE(desk.rig.instrument.HeldKeys().held.none());
 }
 
 TEST(Panel, OpensAndClosesTwoHundredTimesWithoutALeak) {

@@ -11,6 +11,8 @@ namespace {
 
 constexpr std::array<float, 6> scales = {0.75F, 1.0F, 1.25F, 1.5F, 1.75F, 2.0F};
 constexpr int nameWidth = 116;
+/// Names of presets are copied, and nobody reads faster.
+constexpr int picturesBetween = 6;
 
 } // namespace
 
@@ -44,6 +46,10 @@ void Header::ShowChosen(std::size_t page) {
 }
 
 void Header::Refresh() {
+    if (untilAsked-- > 0) {
+        return;
+    }
+    untilAsked = picturesBetween;
     const auto current = panel.instrument.CurrentProgram();
     const auto programs = panel.instrument.Programs();
     juce::String name = current ? juce::String(programs[*current].name) : juce::String("Own sound");
@@ -63,6 +69,7 @@ void Header::StepProgram(int step) {
     const auto count = static_cast<int>(panel.instrument.Programs().size());
     const int current = static_cast<int>(panel.instrument.CurrentProgram().value_or(0));
     panel.LoadProgram(static_cast<std::uint32_t>((current + step + count) % count));
+    untilAsked = 0;
     Refresh();
 }
 

@@ -43,6 +43,7 @@ private:
     Button redo;
     Button look;
     std::vector<std::unique_ptr<Button>> tabs;
+    int untilAsked = 0;
 };
 
 } // namespace orphia::panel

@@ -114,6 +114,10 @@ void DrawFocus(juce::Graphics& g, const juce::Component& component, juce::Rectan
 
 void DrawText(juce::Graphics& g, const juce::String& text, juce::Rectangle<float> box, float size,
               Palette::Colour colour, juce::Justification where, bool isBold) {
+    // To set a text takes longer than all else on a control.
+    if (!g.clipRegionIntersects(box.getSmallestIntegerContainer())) {
+        return;
+    }
     g.setColour(ToJuce(colour));
     g.setFont(PanelLook::Font(size, isBold));
     // A text that is a little too long is set a little closer.

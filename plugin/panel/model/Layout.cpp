@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/model/Layout.h"
 
+#include <algorithm>
+
 namespace orphia::panel {
 
 namespace {
@@ -21,7 +23,7 @@ int ColumnsOf(const Row& row) {
     for (const Cell& cell : row.cells) {
         columns += cell.span;
     }
-    return row.columns > 0 ? row.columns : columns;
+    return std::max(1, row.columns > 0 ? row.columns : columns);
 }
 
 constexpr int titleSwitchWidth = 44;

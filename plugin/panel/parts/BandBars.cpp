@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/parts/BandBars.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace orphia::panel {
@@ -19,9 +20,15 @@ public:
             std::round(BandPicture::Height(panel.bands.Analysis()[band]) * Bar().getHeight());
         const float nextPeak = std::round(panel.bands.Peaks()[band] * Bar().getHeight());
         if (nextLevel != level || nextPeak != peak) {
+            const juce::Rectangle<float> bar = Bar();
+            const float highest = std::max({level, peak, nextLevel, nextPeak});
+            const float lowest = std::min({level, peak, nextLevel, nextPeak});
             level = nextLevel;
             peak = nextPeak;
-            repaint();
+            repaint(bar.withTop(bar.getBottom() - highest)
+                        .withBottom(bar.getBottom() - lowest)
+                        .expanded(0.0F, 4.0F)
+                        .getSmallestIntegerContainer());
         }
     }
 

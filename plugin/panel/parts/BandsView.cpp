@@ -75,14 +75,19 @@ public:
     }
 
     void Refresh() override {
-        bool hasChanged = wasHeld != panel.bands.IsHeld();
         for (unsigned band = 0; band < BandPicture::bandCount; ++band) {
-            const float height = std::round(BandPicture::Height(panel.bands.Synthesis()[band]) * barsHeight);
-            hasChanged = hasChanged || height != heights[band];
-            heights[band] = height;
+            const juce::Rectangle<float> bar = Bar(band);
+            const float before = heights[band];
+            heights[band] = std::round(BandPicture::Height(panel.bands.Synthesis()[band]) * bar.getHeight());
+            if (heights[band] != before) {
+                repaint(bar.withTop(bar.getBottom() - std::max(before, heights[band]))
+                            .withBottom(bar.getBottom() - std::min(before, heights[band]))
+                            .expanded(0.0F, 4.0F)
+                            .getSmallestIntegerContainer());
+            }
         }
-        wasHeld = panel.bands.IsHeld();
-        if (hasChanged) {
+        if (wasHeld != panel.bands.IsHeld()) {
+            wasHeld = panel.bands.IsHeld();
             repaint();
         }
     }
@@ -91,16 +96,20 @@ public:
         const Palette& colours = PanelLook::Of(*this);
         for (unsigned band = 0; band < BandPicture::bandCount; ++band) {
             const juce::Rectangle<float> column = ColumnOf(getLocalBounds().toFloat(), band);
-            const juce::Rectangle<float> bar = column.withTrimmedBottom(16.0F).reduced(6.0F, 0.0F);
+            const juce::Rectangle<float> bar = Bar(band);
             FillBox(g, bar, colours.field, 3.0F);
-            const float height = heights[band] / barsHeight * bar.getHeight();
-            FillBox(g, bar.withTop(bar.getBottom() - height), wasHeld ? colours.text : colours.accent, 3.0F);
+            FillBox(g, bar.withTop(bar.getBottom() - heights[band]), wasHeld ? colours.text : colours.accent,
+                    3.0F);
             DrawText(g, juce::String(band + 1), column.withTop(column.getBottom() - 15.0F), Sizes::labelFont,
                      colours.dimText);
         }
     }
 
 private:
+    juce::Rectangle<float> Bar(unsigned band) const {
+        return ColumnOf(getLocalBounds().toFloat(), band).withTrimmedBottom(16.0F).reduced(6.0F, 0.0F);
+    }
+
     PanelModel& panel;
     std::array<float, BandPicture::bandCount> heights{};
     bool wasHeld = false;
