@@ -16,7 +16,6 @@ namespace Velmora::dsp {
 /// missing. A change of rate keeps the phase.
 class LFOSimple final : public UnitModule {
 public:
-    static constexpr u32 parameterCount = 4;
     enum Parameter : u32 {
         /// Hz, 0.02 to 20. In note lengths its knob position picks one, see StraightBeats.
         Rate,
@@ -25,8 +24,10 @@ public:
         /// A ShapeValue.
         Shape,
         /// Of the start of the cycle, in degrees, 0 to 360.
-        Phase
+        Phase,
+        ParameterCount
     };
+    static constexpr u32 parameterCount = ParameterCount;
     /// Straight, dotted (half as long again) and triplet (two thirds) notes.
     enum RateTypeValue : u32 { Hertz, Beats, Dotted, Triplet, RateTypeCount };
     /// A new value per cycle; the steps of the pattern, one cycle for all.

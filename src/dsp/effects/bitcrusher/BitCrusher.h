@@ -61,10 +61,10 @@ public:
         ParameterCount
     };
     static constexpr u32 parameterCount = ParameterCount;
-    static constexpr std::array<u32, 8> modulationInputs = {Bits,   SampleRate, DryWet,  Drive,
-                                                            Jitter, Curve,      HighCut, Split};
+    static constexpr auto modulationInputs =
+        std::to_array<u32>({Bits, SampleRate, DryWet, Drive, Jitter, Curve, HighCut, Split});
     static constexpr u32 inputCount = 2 + modulationInputs.size();
-    static constexpr std::array<u32, 2> slotSignals = {Bits, SampleRate};
+    static constexpr auto slotSignals = std::to_array<u32>({Bits, SampleRate});
 
     explicit BitCrusher(std::string moduleName = "BitCrusher");
 

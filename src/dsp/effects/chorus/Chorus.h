@@ -27,7 +27,6 @@ namespace Velmora::dsp {
 /// too. At a "DryWet" of 0 the output is the input to the bit.
 class Chorus final : public EffectUnit<ChorusSettings, ChorusControls> {
 public:
-    static constexpr u32 parameterCount = 16;
     enum Parameter : u32 {
         /// 0..1, of equal power.
         DryWet,
@@ -60,11 +59,13 @@ public:
         /// 0..1: a slow random way of each voice, up to 1.5 ms.
         Drift,
         /// Level of the wet sound in dB.
-        WetGain
+        WetGain,
+        ParameterCount
     };
-    static constexpr std::array<u32, 3> modulationInputs = {DryWet, Depth, Freq};
+    static constexpr u32 parameterCount = ParameterCount;
+    static constexpr auto modulationInputs = std::to_array<u32>({DryWet, Depth, Freq});
     static constexpr u32 inputCount = 2 + modulationInputs.size();
-    static constexpr std::array<u32, 2> slotSignals = {DryWet, Freq};
+    static constexpr auto slotSignals = std::to_array<u32>({DryWet, Freq});
 
     explicit Chorus(std::string moduleName = "Chorus");
 

@@ -71,10 +71,10 @@ public:
         ParameterCount
     };
     static constexpr u32 parameterCount = ParameterCount;
-    static constexpr std::array<u32, 4> modulationInputs = {Wet, Release, Threshold, Ratio};
+    static constexpr auto modulationInputs = std::to_array<u32>({Wet, Release, Threshold, Ratio});
     /// The last two are the sidechain.
     static constexpr u32 inputCount = 2 + modulationInputs.size() + 2;
-    static constexpr std::array<u32, 2> slotSignals = {Wet, Release};
+    static constexpr auto slotSignals = std::to_array<u32>({Wet, Release});
 
     explicit Compressor(std::string moduleName = "Compressor");
 

@@ -25,7 +25,6 @@ namespace Velmora::dsp {
 /// but its own time.
 class Delay final : public EffectUnit<DelaySettings, DelayControls> {
 public:
-    static constexpr u32 parameterCount = 13;
     enum Parameter : u32 {
         /// 0..1, of equal power.
         DryWet,
@@ -52,12 +51,14 @@ public:
         /// Largest way in ms from the set time, slow with a flutter on top and never quite regular.
         Wow,
         /// 0..1: how low the tape saturates.
-        Saturation
+        Saturation,
+        ParameterCount
     };
-    static constexpr std::array<u32, 8> modulationInputs = {DryWet,  Time, Offset,     LowCut,
-                                                            HighCut, Wow,  Saturation, Feedback};
+    static constexpr u32 parameterCount = ParameterCount;
+    static constexpr auto modulationInputs =
+        std::to_array<u32>({DryWet, Time, Offset, LowCut, HighCut, Wow, Saturation, Feedback});
     static constexpr u32 inputCount = 2 + modulationInputs.size();
-    static constexpr std::array<u32, 2> slotSignals = {DryWet, Feedback};
+    static constexpr auto slotSignals = std::to_array<u32>({DryWet, Feedback});
 
     explicit Delay(std::string moduleName = "Delay");
 

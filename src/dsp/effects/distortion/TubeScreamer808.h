@@ -44,9 +44,9 @@ public:
         ParameterCount
     };
     static constexpr u32 parameterCount = ParameterCount;
-    static constexpr std::array<u32, 4> modulationInputs = {Drive, Tone, Level, DryWet};
+    static constexpr auto modulationInputs = std::to_array<u32>({Drive, Tone, Level, DryWet});
     static constexpr u32 inputCount = 2 + modulationInputs.size();
-    static constexpr std::array<u32, 2> slotSignals = {Drive, Tone};
+    static constexpr auto slotSignals = std::to_array<u32>({Drive, Tone});
 
     explicit TubeScreamer808(std::string moduleName = "TS808");
 

@@ -48,7 +48,7 @@ public:
         return ids;
     }();
     static constexpr u32 inputCount = 2 + modulationInputs.size();
-    static constexpr std::array<u32, 1> slotSignals = {Scale};
+    static constexpr auto slotSignals = std::to_array<u32>({Scale});
 
     explicit ParamEq(std::string moduleName = "ParamEq");
 

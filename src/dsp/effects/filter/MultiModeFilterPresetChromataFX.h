@@ -59,9 +59,9 @@ public:
         ParameterCount
     };
     static constexpr u32 parameterCount = ParameterCount;
-    static constexpr std::array<u32, 3> modulationInputs = {Cutoff, Resonance, Mode};
+    static constexpr auto modulationInputs = std::to_array<u32>({Cutoff, Resonance, Mode});
     static constexpr u32 inputCount = 2 + modulationInputs.size();
-    static constexpr std::array<u32, 2> slotSignals = {Cutoff, Resonance};
+    static constexpr auto slotSignals = std::to_array<u32>({Cutoff, Resonance});
 
     explicit MultiModeFilterPresetChromataFX(std::string moduleName = "MultiModeFilter");
 

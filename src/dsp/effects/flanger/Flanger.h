@@ -29,7 +29,6 @@ namespace Velmora::dsp {
 /// to the bit.
 class Flanger final : public EffectUnit<FlangerSettings, FlangerControls> {
 public:
-    static constexpr u32 parameterCount = 18;
     enum Parameter : u32 {
         /// 0: as "DryWet" says; 1: the wet sound alone.
         DryWetMode,
@@ -67,11 +66,13 @@ public:
         /// 0..1: how low the line saturates.
         Drive,
         /// Level of the wet sound in dB.
-        WetGain
+        WetGain,
+        ParameterCount
     };
-    static constexpr std::array<u32, 3> modulationInputs = {DryWet, Manual, Depth};
+    static constexpr u32 parameterCount = ParameterCount;
+    static constexpr auto modulationInputs = std::to_array<u32>({DryWet, Manual, Depth});
     static constexpr u32 inputCount = 2 + modulationInputs.size();
-    static constexpr std::array<u32, 2> slotSignals = {DryWet, Manual};
+    static constexpr auto slotSignals = std::to_array<u32>({DryWet, Manual});
 
     explicit Flanger(std::string moduleName = "Flanger");
 

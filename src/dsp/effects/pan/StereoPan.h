@@ -57,10 +57,10 @@ public:
     /// Of the two oscillators.
     enum ChildIndex : u32 { PanLFO, LevelLFO };
     static constexpr u32 LFOId(ChildIndex lfo, LFOSimple::Parameter id) { return firstIds[lfo] + id; }
-    static constexpr std::array<u32, 3> modulationInputs = {
-        childParameterCount + PanDepth, childParameterCount + Pan, childParameterCount + Width};
+    static constexpr auto modulationInputs = std::to_array<u32>(
+        {childParameterCount + PanDepth, childParameterCount + Pan, childParameterCount + Width});
     static constexpr u32 inputCount = 2 + modulationInputs.size();
-    static constexpr std::array<u32, 1> slotSignals = {childParameterCount + Pan};
+    static constexpr auto slotSignals = std::to_array<u32>({childParameterCount + Pan});
 
     explicit StereoPan(std::string moduleName = "StereoPan");
 

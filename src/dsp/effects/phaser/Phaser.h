@@ -82,9 +82,9 @@ public:
         ParameterCount
     };
     static constexpr u32 parameterCount = ParameterCount;
-    static constexpr std::array<u32, 4> modulationInputs = {Freq, Feedback, LFOFreq, DryWet};
+    static constexpr auto modulationInputs = std::to_array<u32>({Freq, Feedback, LFOFreq, DryWet});
     static constexpr u32 inputCount = 2 + modulationInputs.size();
-    static constexpr std::array<u32, 2> slotSignals = {Freq, Feedback};
+    static constexpr auto slotSignals = std::to_array<u32>({Freq, Feedback});
 
     explicit Phaser(std::string moduleName = "Phaser");
 

@@ -23,7 +23,6 @@ namespace Velmora::dsp {
 /// Every control is smoothed; delays glide. At a "DryWet" of 0 the output is the input to the bit.
 class Reverb final : public EffectUnit<ReverbSettings, ReverbControls> {
 public:
-    static constexpr u32 parameterCount = 18;
     enum Parameter : u32 {
         /// 0..1, of equal power.
         DryWet,
@@ -57,12 +56,14 @@ public:
         /// 0 or 1: keeps the tail at its level for ever, closed to the input, and stops the swing.
         Freeze,
         /// Level of the wet sound in dB.
-        WetGain
+        WetGain,
+        ParameterCount
     };
-    static constexpr std::array<u32, 8> modulationInputs = {DryWet,  PreDelay, Size,     Decay,
-                                                            Damping, HighCut,  ModDepth, Width};
+    static constexpr u32 parameterCount = ParameterCount;
+    static constexpr auto modulationInputs =
+        std::to_array<u32>({DryWet, PreDelay, Size, Decay, Damping, HighCut, ModDepth, Width});
     static constexpr u32 inputCount = 2 + modulationInputs.size();
-    static constexpr std::array<u32, 2> slotSignals = {DryWet, Decay};
+    static constexpr auto slotSignals = std::to_array<u32>({DryWet, Decay});
 
     explicit Reverb(std::string moduleName = "Dattorro");
 

@@ -37,7 +37,7 @@ public:
     }();
     static constexpr u32 inputCount = M::inputCount + 1;
     /// The first is that of M.
-    static constexpr std::array<u32, 2> slotSignals = {M::slotSignals[0], dryWetId};
+    static constexpr auto slotSignals = std::to_array<u32>({M::slotSignals[0], dryWetId});
 
     /// moduleName stands before the names of M's parameters too; M itself has no prefix.
     explicit WithDryWet(std::string moduleName)
