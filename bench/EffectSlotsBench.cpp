@@ -37,10 +37,7 @@ void Off(benchmark::State& state) { MeasureSection(state, {{enable, 0.0F}}); }
 void OneType(benchmark::State& state) {
     constexpr u32 type = FXContainer::SlotId(0, FXVariant::ParameterId(FXVariant::ModuleType));
     MeasureSection(state, {{enable, 1.0F}, {type, static_cast<float>(state.range(0))}});
-    constexpr const char* names[FXVariant::typeCount] = {"bypassed",    "reverb", "delay",     "chorus",
-                                                         "flanger",     "phaser", "overdrive", "compressor",
-                                                         "bit crusher", "filter", "equaliser", "panner"};
-    state.SetLabel(names[state.range(0)]);
+    state.SetLabel(FXVariant::typeNames[static_cast<std::size_t>(state.range(0))]);
 }
 
 BENCHMARK(Empty)->Name("Effect slots empty, series and parallel")->Arg(0)->Arg(1);
