@@ -4,6 +4,7 @@
 #include "host/common/Errors.h"
 #include "plugin/standalone/Window.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -18,16 +19,31 @@ std::string& FirstState() {
     return state;
 }
 
-class Application final : public juce::JUCEApplication {
+volatile std::sig_atomic_t stopSignal = 0;
+
+/// Who asks it to end gets what was played last remembered.
+class Application final : public juce::JUCEApplication, private juce::Timer {
 public:
     const juce::String getApplicationName() override { return "Orphia VX"; }
     const juce::String getApplicationVersion() override { return ORPHIA_VERSION; }
     bool moreThanOneInstanceAllowed() override { return true; }
-    void initialise(const juce::String&) override { window = std::make_unique<Window>(FirstState()); }
+    void initialise(const juce::String&) override {
+        window = std::make_unique<Window>(FirstState());
+        for (const int number : {SIGTERM, SIGHUP}) {
+            std::signal(number, [](int received) { stopSignal = received; });
+        }
+        startTimer(100);
+    }
     void shutdown() override { window.reset(); }
     void systemRequestedQuit() override { quit(); }
 
 private:
+    void timerCallback() override {
+        if (stopSignal != 0) {
+            quit();
+        }
+    }
+
     std::unique_ptr<Window> window;
 };
 

@@ -1,0 +1,245 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What JUCE's wrappers hold, as they use it.
+#include "plugin/juce/Processor.h"
+
+#include "plugin/PluginRig.h"
+#include "realtime/CallTrap.h"
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+
+namespace orphia::test {
+
+namespace {
+
+using Kind = PluginInstrument::Kind;
+using plugin::Processor;
+
+class ProcessorTest : public testing::Test {
+protected:
+    static std::unique_ptr<Processor> Make(Kind kind = Kind::Effect) {
+        setenv("ORPHIA_ENGINE", ORPHIA_ENGINE_LIBRARY, 1);
+        return std::make_unique<Processor>(kind);
+    }
+
+    const juce::ScopedJuceInitialiser_GUI juce;
+};
+
+/// Where the host is in the song, as VST3 tells it.
+struct LoopingHost final : juce::AudioPlayHead {
+    juce::Optional<PositionInfo> getPosition() const override {
+        PositionInfo info;
+        info.setBpm(120.0);
+        info.setPpqPosition(beat);
+        info.setIsPlaying(true);
+        return info;
+    }
+    double beat = 0.0;
+};
+
+/// As Play does on the core.
+std::vector<float> PlayProcessor(Processor& processor, const PluginSong& song, std::size_t block) {
+    LoopingHost host;
+    processor.setPlayHead(&host);
+    std::vector<float> result;
+    std::size_t next = 0;
+    juce::MidiBuffer messages;
+    for (std::size_t at = 0; at < song.frames;) {
+        const std::size_t count = std::min({block, song.frames - at, song.loop - at % song.loop});
+        juce::AudioBuffer<float> sound(2, static_cast<int>(count));
+        for (std::size_t n = 0; n < 2 * count; ++n) {
+            const std::size_t from = 2 * at + n;
+            sound.setSample(static_cast<int>(n % 2), static_cast<int>(n / 2),
+                            from < song.voice.samples.size() ? song.voice.samples[from] : 0.0F);
+        }
+        for (; next < song.events.size() && song.events[next].frame < at + count; ++next) {
+            const auto& message = std::get<host::MidiMessage>(song.events[next].what);
+            messages.addEvent(juce::MidiMessage(message.status, message.data1, message.data2),
+                              static_cast<int>(song.events[next].frame - at));
+        }
+        host.beat = static_cast<double>(at % song.loop) / 24000.0;
+        processor.processBlock(sound, messages);
+        for (std::size_t n = 0; n < 2 * count; ++n) {
+            result.push_back(sound.getSample(static_cast<int>(n % 2), static_cast<int>(n / 2)));
+        }
+        at += count;
+    }
+    processor.setPlayHead(nullptr);
+    return result;
+}
+
+TEST_F(ProcessorTest, SoundsAsTheCoreWithNotesAtTheirFramesAndTheHostsLoop) {
+    auto core = Plugin({}, Kind::Effect);
+    const auto processor = Make();
+    // A gate that follows the beat.
+    const auto programs = core->Programs();
+    const auto gate = std::find_if(programs.begin(), programs.end(),
+                                   [](const auto& program) { return program.id == "rhythm-gate"; });
+    ASSERT_TRUE(core->LoadProgram(static_cast<std::uint32_t>(gate - programs.begin())));
+    const std::string state = core->SaveState();
+    processor->setStateInformation(state.data(), static_cast<int>(state.size()));
+    core->Activate(pluginRate);
+    processor->setRateAndBufferSizeDetails(pluginRate, 512);
+    processor->prepareToPlay(pluginRate, 512);
+    EXPECT_EQ(processor->getLatencySamples(), static_cast<int>(core->LatencyFrames()));
+    PluginSong song = Notes();
+    song.loop = 7000;
+    const std::vector<float> expected = Play(*core, song, 500);
+    EXPECT_GT(Loudest(expected), 0.01F);
+    EXPECT_EQ(PlayProcessor(*processor, song, 500), expected);
+}
+
+TEST_F(ProcessorTest, IdsAreTheEnginesAndTextsTheCoresThereAndBack) {
+    const auto processor = Make();
+    const auto& all = plugin::PluginParameters::Get().All();
+    std::vector<juce::uint32> hashes;
+    for (juce::AudioProcessorParameter* const parameter : processor->getParameters()) {
+        auto& ours = dynamic_cast<juce::AudioProcessorParameterWithID&>(*parameter);
+        const auto* const listed = plugin::PluginParameters::Get().Find(
+            static_cast<std::uint32_t>(ours.paramID.substring(1).getIntValue()));
+        ASSERT_NE(listed, nullptr) << ours.paramID;
+        EXPECT_EQ(ours.getValueForText(ours.getText(listed->start, 100)),
+                  plugin::PluginParameters::Get()
+                      .PositionOf(listed->id, plugin::PluginParameters::Get().Text(listed->id, listed->start))
+                      .value_or(-1.0F))
+            << listed->symbol;
+        // So a VST3 knows them.
+        hashes.push_back(static_cast<juce::uint32>(ours.paramID.hashCode()));
+    }
+    std::sort(hashes.begin(), hashes.end());
+    EXPECT_EQ(hashes.size(), all.size());
+    EXPECT_EQ(std::unique(hashes.begin(), hashes.end()), hashes.end());
+}
+
+/// A host hears of what others moved, and not of what it set itself.
+TEST_F(ProcessorTest, TellsTheHostWhatItDoesNotKnow) {
+    struct Ears final : juce::AudioProcessorParameter::Listener {
+        void parameterValueChanged(int, float value) override { heard.push_back(value); }
+        void parameterGestureChanged(int, bool) override {}
+        std::vector<float> heard;
+    } ears;
+    PluginInstrument& core = *Plugin().release();
+    plugin::HostParameter parameter(core, plugin::PluginParameters::Get().All().front());
+    parameter.addListener(&ears);
+    parameter.setValue(0.25F);
+    parameter.TellHost(false);
+    EXPECT_TRUE(ears.heard.empty());
+    core.SetPosition(plugin::PluginParameters::Get().All().front().id, 0.75F);
+    parameter.TellHost(true);
+    parameter.TellHost(true);
+    EXPECT_EQ(ears.heard, std::vector<float>{0.75F});
+    parameter.removeListener(&ears);
+    delete &core;
+}
+
+TEST_F(ProcessorTest, AudioThreadCallsNothingOfTheSystem) {
+    const auto processor = Make();
+    processor->setRateAndBufferSizeDetails(pluginRate, 512);
+    processor->prepareToPlay(pluginRate, 512);
+    const bool isTold = SystemCallTrap::Prepare();
+    LoopingHost host;
+    processor->setPlayHead(&host);
+    juce::AudioBuffer<float> sound(2, 512);
+    juce::MidiBuffer messages;
+    messages.ensureSize(4096);
+    for (int round = 0; round < 40; ++round) {
+        messages.addEvent(juce::MidiMessage::noteOn(1, 40 + round, 0.8F), round);
+        sound.setSize(2, round % 4 == 0 ? 1 : 512, false, false, true);
+        const auto process = [&] {
+            processor->getParameters()[round]->setValue(0.3F);
+            processor->processBlock(sound, messages);
+        };
+        const bool isTrappedBySystem = isTold && round % 2 == 1;
+        long systemCall = SystemCallTrap::none;
+        std::size_t calls = 0;
+        std::string first;
+        if (isTrappedBySystem) {
+            const SystemCallTrap trap;
+            process();
+            systemCall = trap.FirstCall();
+        } else {
+            const CallTrap trap;
+            process();
+            calls = trap.Count();
+            first = trap.FirstCall();
+        }
+        EXPECT_EQ(calls, 0U) << first;
+        EXPECT_EQ(systemCall, SystemCallTrap::none);
+    }
+    processor->setPlayHead(nullptr);
+}
+
+struct Held {
+    static std::size_t Entries(const char* folder) {
+        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+    }
+    std::size_t threads = Entries("/proc/self/task");
+    std::size_t files = Entries("/proc/self/fd");
+    std::size_t memory = mallinfo2().uordblks;
+};
+
+TEST_F(ProcessorTest, TwoHundredClosedInstancesLeaveNoThreadNoFileAndNoMemory) {
+    const auto open = [](unsigned count) {
+        double seconds = 0.0;
+        for (unsigned n = 0; n < count; ++n) {
+            const auto start = std::chrono::steady_clock::now();
+            const auto processor = Make(n % 2 == 0 ? Kind::Instrument : Kind::Effect);
+            processor->prepareToPlay(pluginRate, 512);
+            seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+            juce::MemoryBlock state;
+            processor->getStateInformation(state);
+        }
+        return seconds / count;
+    };
+    open(10);
+    const Held before;
+    const double seconds = open(200);
+    const Held after;
+    EXPECT_EQ(after.threads, before.threads);
+    EXPECT_EQ(after.files, before.files);
+    EXPECT_LT(after.memory, before.memory + (std::size_t{1} << 20U));
+    std::printf("VST3 and LV2 with the panel: %.0f ms to create and activate\n", 1000.0 * seconds);
+}
+
+/// Told, not judged: what a block costs beside the core, where both play the same.
+TEST_F(ProcessorTest, CostBesideTheCore) {
+    for (const std::size_t block : {std::size_t{64}, std::size_t{16}}) {
+        auto core = Plugin({}, Kind::Effect);
+        const auto processor = Make();
+        core->Activate(pluginRate);
+        processor->setRateAndBufferSizeDetails(pluginRate, 512);
+        processor->prepareToPlay(pluginRate, 512);
+        std::array<std::vector<float>, 2> sides{std::vector<float>(block, 0.1F),
+                                                std::vector<float>(block, 0.1F)};
+        float* const pointers[] = {sides[0].data(), sides[1].data()};
+        juce::AudioBuffer<float> sound(pointers, 2, static_cast<int>(block));
+        juce::MidiBuffer messages;
+        const auto time = [&](const auto& process) {
+            const auto start = std::chrono::steady_clock::now();
+            for (std::size_t at = 0; at < 4800; at += block) {
+                process();
+            }
+            return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+        };
+        std::vector<double> ratios;
+        for (int round = 0; round < 600; ++round) {
+            const double alone = time([&] {
+                core->Process({pointers, 2, pointers, static_cast<std::uint32_t>(block), {}, nullptr});
+            });
+            ratios.push_back(time([&] { processor->processBlock(sound, messages); }) / alone);
+        }
+        std::nth_element(ratios.begin(), ratios.begin() + 300, ratios.end());
+        EXPECT_GT(ratios[300], 0.0);
+        std::printf("blocks of %zu: %+.2f %% beside the core\n", block, 100.0 * (ratios[300] - 1.0));
+    }
+}
+
+} // namespace
+
+} // namespace orphia::test
