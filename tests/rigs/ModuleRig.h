@@ -113,10 +113,11 @@ inline Signal Impulse(std::size_t frames, float height = 1.0F) {
     return signal;
 }
 
+/// Infinite where a sample is no number.
 inline float Peak(const Signal& signal, std::size_t from = 0) {
     float peak = 0.0F;
     for (std::size_t n = from; n < signal.size(); ++n) {
-        peak = std::max(peak, std::abs(signal[n]));
+        peak = std::max(peak, std::isnan(signal[n]) ? HUGE_VALF : std::abs(signal[n]));
     }
     return peak;
 }

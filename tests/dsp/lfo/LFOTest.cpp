@@ -13,6 +13,7 @@
 #include <cmath>
 #include <functional>
 #include <numbers>
+#include <set>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -251,6 +252,55 @@ TEST(LFOTest, WaveformsFollowTheirFormulasUnderOffsetSpreadAmplitudeAndPolarity)
         Host<LFOSimple> simple({{LFOSimple::Shape, static_cast<float>(shape)}, {LFOSimple::Phase, 36.0F}});
         simple.Set({{LFOSimple::RateType, LFOSimple::Hertz}, {LFOSimple::Rate, 7.3F}}).lfo.SetShift(0.3F);
         simple.ExpectWave(shape, 0.1, 7.3, 0.3, [](double wave) { return wave; });
+    }
+}
+
+TEST(LFOTest, TheFadeRisesExponentiallyAndSmoothingTakesItsTimeInSecondsOrInCycles) {
+    for (const auto& [seconds, perBlock] : {std::pair(0.5F, true), {0.5F, false}, {1e-4F, false}}) {
+        Source source({{LFO::Waveform, LFO::Square}, {LFO::RateUnSynced, 0.01F}}, perBlock);
+        source.Set({{LFO::Fade, seconds}}).lfo.Retrigger();
+        for (u32 block = 0; block < 600; ++block) {
+            source.Block();
+            const double place = std::min(block * blockSeconds / static_cast<double>(seconds), 1.0);
+            ASSERT_NEAR(source.sound[0][0], std::expm1(10.0 * place) / std::expm1(10.0), 2e-3) << block;
+            ASSERT_LE(*std::max_element(source.sound[0].begin(), source.sound[0].end()), 1.0F);
+        }
+    }
+    // A cycle of 2 s, in hertz and in beats.
+    for (const auto& [synced, linked, smooth] : {std::tuple(0.0F, 0.0F, 0.4F), {0, 1, 0.2F}, {1, 1, 0.2F}}) {
+        Source source({{LFO::Waveform, LFO::Square}, {LFO::RateUnSynced, 0.5F}, {LFO::RateSynced, 3.0F}});
+        source.Set({{LFO::MidiSync, synced}, {LFO::SmoothRateLinked, linked}, {LFO::Smooth, smooth}});
+        for (u32 block = 0; block < 900; ++block) {
+            source.Block();
+            ASSERT_NEAR(source.sound[0][0], 1.0 - std::exp(-5.0 * (block + 1) * blockSeconds / 0.4), 1e-5);
+        }
+        source.lfo.Reset(true);
+        source.Block();
+        EXPECT_LT(source.sound[0][0], 0.02F) << "a reset brings back the start";
+    }
+}
+
+TEST(LFOTest, EachCycleDrawsAValueWhichTheSecondChannelFollowsOrMirrors) {
+    for (const auto& [degrees, late, mirrors] :
+         {std::tuple(0.0F, 0U, false), {45.0F, 25U, false}, {180.0F, 100U, false}, {45.0F, 0U, true}}) {
+        // 100 frames a cycle; the second channel follows by twice the spread.
+        Source source({{LFO::Waveform, LFO::SampleAndHold}, {LFO::RateUnSynced, 441.0F}}, false);
+        source.Set({{LFO::Stereo, 1.0F}, {LFO::StereoSpread, degrees}, {LFO::SnHStereoMode, mirrors}});
+        std::vector<float> left;
+        u32 different = 0;
+        for (u32 n = 0; n < 10000 * blockSize; ++n) {
+            if (n % blockSize == 0) {
+                source.Block();
+            }
+            left.push_back(source.sound[0][n % blockSize]);
+            const float expected = n < 200 ? 0.0F : left[n - late] * (mirrors ? -1.0F : 1.0F);
+            different += n < 200 || source.sound[1][n % blockSize] == expected ? 0 : 1;
+        }
+        // Rounding may move a cycle's border by a frame.
+        EXPECT_LE(different, mirrors ? 0U : 4400U) << degrees << " degrees";
+        const std::set<float> values(left.begin(), left.end());
+        EXPECT_NEAR(static_cast<double>(values.size()), 4400.0, 1.0);
+        EXPECT_NEAR(*values.rbegin() - *values.begin(), 1.99F, 0.01F) << "all of the range";
     }
 }
 

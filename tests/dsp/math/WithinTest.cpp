@@ -2,6 +2,7 @@
 #include "dsp/math/Within.h"
 
 #include "dsp/framework/ParameterDeclaration.h"
+#include "dsp/math/DenormalGuard.h"
 #include "dsp/vectors/FrameLanes.h"
 #include "dsp/vectors/SilenceFaults.h"
 
@@ -50,6 +51,20 @@ TEST(WithinTest, OneRuleForWhatIsNotFiniteOrOutOfBounds) {
                                            : clipped == static_cast<double>(ruling.between));
         }
     }
+}
+
+TEST(DenormalGuardTest, FlushesWhatComesInAndGoesOutAndGivesTheModeBack) {
+    volatile float smallest = std::numeric_limits<float>::min();
+    volatile float denormal = smallest * 0.5F;
+    {
+        const DenormalGuard guard;
+        { const DenormalGuard inner; }
+        volatile float out = smallest * 0.5F;
+        EXPECT_EQ(out, 0.0F) << "the inner guard gave back the outer one's mode";
+        out = denormal * 1e30F;
+        EXPECT_EQ(out, 0.0F);
+    }
+    EXPECT_GT(denormal * 1e30F, 0.0F);
 }
 
 } // namespace

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Against recursions of their own in double precision; resets and faults: ModulePromisesTest.
 #include "dsp/meters/InputDetector.h"
+#include "dsp/meters/VuMeter.h"
+#include "reference/Sections.h"
 #include "rigs/ModuleRig.h"
 
 #include <tuple>
@@ -42,5 +44,28 @@ TEST(InputDetectorTest, FollowsTheMeanOfItsChannelsAsDefined) {
                 right.clear();
             }
         }
+    }
+}
+
+TEST(VuMeterTest, ReadsThePowerOverThreeTenthsOfASecondWithinItsScale) {
+    constexpr double references[] = {-18.0, -14.0, -8.0};
+    for (std::size_t place = 0; place < 12; ++place) {
+        const double rate = place % 2 == 0 ? 48000.0 : 192000.0;
+        Signal signal = Noise(2400, 0.15F, 9);
+        signal[signal.size() - 1 - place] = 5.0F; // near the end each frame of a quad weighs differently
+        // 99 % of the way in 0.3 s, by the bilinear transform.
+        orphia_reference::OnePole smooth(orphia_reference::Shape::LowPass,
+                                         std::atan(std::log(100.0) / (0.6 * rate)));
+        double power = 0.0;
+        for (const float x : signal) {
+            power = smooth.Step(static_cast<double>(x) * static_cast<double>(x));
+        }
+        VuMeter meter;
+        meter.Initialize(static_cast<float>(rate), 256);
+        meter.SetParameterValue(VuMeter::Calibration, static_cast<float>(place % 3));
+        Render(meter, {&signal}, 0, BlockSplit::Random(256, 30, 1));
+        // A sine of amplitude 1 reads 0 dB.
+        EXPECT_NEAR(meter.FindParameter(VuMeter::Output)->GetValue(),
+                    std::clamp(10.0 * std::log10(2.0 * power) - references[place % 3], -20.0, 3.0), 1e-4);
     }
 }

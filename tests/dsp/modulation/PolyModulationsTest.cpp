@@ -80,7 +80,7 @@ TEST(ControlMatrix, AgreesWithANaiveMatrixOverRandomOperations) {
         const u32 kind = below(7);
         switch (kind) {
         case 0:
-            matrix.SetParameterNormalized(Control::Cell(d, s), (value + 1.0F) / 2.0F);
+            matrix.SetParameterNormalized(Control::Cell(d, s), value < 1.0F ? (value + 1.0F) / 2.0F : 1e30F);
             model.amount[d][s] = static_cast<double>(value);
             break;
         case 1:

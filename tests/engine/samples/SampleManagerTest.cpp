@@ -4,11 +4,13 @@
 #include "rigs/AudioThread.h"
 #include "rigs/TestFiles.h"
 #include "support/CLog.h"
+#include "support/CSingleton.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <condition_variable>
+#include <cstdlib>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -192,6 +194,20 @@ TEST_F(SampleManager, AFullCommandQueuePostponesRequests) {
     EXPECT_EQ(manager.Held(0), "the thirteenth");
     EXPECT_EQ(manager.Held(11), "11");
     EXPECT_EQ(manager.Decoded().size(), 1U + 12U) << "nothing is read that nobody wants any more";
+}
+
+struct Service : Velmora::CSingleton<Service> {
+    ~Service() override { std::_Exit(7); }
+};
+
+TEST(SampleManagerAtTheEnd, AWorkerThatStillRunsMeetsTheServicesOfTheProcess) {
+    const auto endTheProcess = [](bool hasWorker) {
+        Service::GetInstance();
+        static const auto* manager = hasWorker ? new ScriptedSampleManager : nullptr; // nobody ends it
+        std::exit(manager != nullptr && manager->IsLoading() ? 1 : 0);
+    };
+    EXPECT_EXIT(endTheProcess(true), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(endTheProcess(false), testing::ExitedWithCode(7), "") << "else they end with it";
 }
 
 } // namespace

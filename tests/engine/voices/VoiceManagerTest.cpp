@@ -37,6 +37,7 @@ TEST(VoiceManager, GivesTheOrdersOfItsPolicy) {
         {"m2 +60 +62 +64 +65 +66 +67 +68 .", "S0:60 S1:62 S2:64 K0 K1 K2 K0 F0 S0:68 F1 S1:66 F2 S2:67"},
         {"a2 +60 +62 -60 -62 +64 +65 +66 .", "S0:60 S1:62 R0 R1 K1 K0 S2:66 F0 S0:65 F1 S1:64"},
         {"l1 a0 +60 +60 . +60", "S0:60 K0 F0 S0:60 K0"},
+        {"l2 a0 +60 , +60 , +60", "S0:60 S1:60 K0"},
         // fewer voices
         {"+60 +62 +64 +65 m2 . +66", "S0:60 S1:62 S2:64 S3:65 K3 F3 K0"},
         // groups; slots 30 and 31 are none of three

@@ -243,15 +243,26 @@ TEST(BodeVocoder, AnyCornerAtItsTopIsBoundedAtAnyRateAndReturnsWithItsKnob) {
         };
         const float loudest = Peak(run(400).first);
         for (const auto& [name, id] : turned.ids) {
-            if (IsCorner(name)) {
-                const float before = turned.Position(name);
-                turned.core->SetParameterNormalized(id, 1.0F);
+            const bool isQuality = name.ends_with("_Q") && rate == 8000.0F;
+            if (IsCorner(name) || isQuality) {
+                // A quality of 0 is none, and changes nothing.
+                const float before = isQuality ? 0.0F : turned.Position(name);
+                turned.core->SetParameterNormalized(id, isQuality ? 0.0F : 1.0F);
                 EXPECT_LT(Peak(run(20).second), 16.0F * loudest) << name << ", " << rate;
                 turned.core->SetParameterNormalized(id, before);
                 run(120); // the lowest band is slow
                 auto [expected, got] = run(20);
                 std::transform(got.begin(), got.end(), expected.begin(), got.begin(), std::minus<>());
                 ASSERT_LT(Peak(got), 0.02F * loudest) << name << ", " << rate;
+            }
+        }
+        for (const auto& [name, id] : turned.ids) {
+            if (name.ends_with("_Fc")) {
+                const float before = turned.Position(name);
+                for (const float position : {1.0F, 0.0F, before}) {
+                    turned.core->SetParameterNormalized(id, position);
+                    EXPECT_LT(Peak(run(20).second), 16.0F * loudest) << name << " to " << position;
+                }
             }
         }
     }

@@ -56,6 +56,18 @@ const std::vector<Family> families = {
      [](D x, D a, D b) { return (1 / ((1 - x) / b + x / a) - a) / (b - a); }},
     {SemitonesToHz, {{110, 49}}, [](D x, D a, D b) { return a * std::exp2(x * (b - 1) / 12); }}};
 
+TEST(CurvesTest, MeasuredCurvesHaveTheirPoints) {
+    const auto sum = [](const IPotardMapping& mapping, float steps) {
+        double roots = 0.0; // small ones count, too
+        for (float n = 0.0F; n <= steps; ++n) {
+            roots += std::sqrt(static_cast<double>(mapping.Map(n / steps)));
+        }
+        return roots;
+    };
+    EXPECT_NEAR(sum(EnveloppeTimeMapping(), 20.0F), 6.27371, 1e-4);
+    EXPECT_NEAR(sum(MixerTimeMapping(), 9.0F), 3.11061, 1e-4);
+}
+
 TEST(CurvesTest, MapBlockFormAndUnmapFollowTheReferenceAndEachOther) {
     for (const auto& [curve, constants, form] : families) {
         for (const auto& [a, b] : constants) {

@@ -3,13 +3,10 @@
 
 #include "rigs/EffectRig.h"
 
-#include <numeric>
-
 namespace {
 
 using namespace orphia::test;
 using B = Velmora::dsp::BitCrusher;
-using Velmora::Test::Complex;
 using Velmora::Test::pi;
 
 /// A converter with equal steps that converts each frame; a hold whose samples are as good as exact.
@@ -37,13 +34,6 @@ double LevelAt(const std::vector<double>& spectrum, double cyclesPerFrame) {
     }();
     const auto at = spectrum.begin() + std::lround(cyclesPerFrame * static_cast<double>(spectrumSize));
     return InDb(*std::max_element(at - 3, at + 4) / fullScale);
-}
-
-/// Root of the power from a frequency to one a hundredth of the rate above it.
-double Level(const Signal& signal, double from) {
-    const std::vector<double> spectrum = Spectrum(signal);
-    const auto at = spectrum.begin() + std::lround(from * static_cast<double>(spectrumSize));
-    return std::sqrt(std::inner_product(at, at + spectrumSize / 100, at, 0.0));
 }
 
 } // namespace
@@ -94,54 +84,4 @@ TEST(BitCrusherTest, ImagesOfTheHoldAreWhereAndAsStrongAsTheoryHasThem) {
                 << f << " Hz, hold " << c.hold << " at " << c.rate;
         }
     }
-}
-
-TEST(BitCrusherTest, FiltersAreButterworthAheadOfTheHoldAndBehind) {
-    const auto butterworth = [](double hz, double corner, double order) {
-        const double w = std::abs(Velmora::Test::AnalogueFrequency(hz, corner, 44100.0));
-        return 0.5 / std::sqrt(1.0 + std::pow(w, 2.0 * order));
-    };
-    for (const double hz : {300.0, 4500.0, 6000.0}) {
-        // At 0.4 of the hold's rate; what folds is heard at the distance from it.
-        const Signal out = PlayAll(fine, {{B::SampleRate, 8000}, {B::AntiAlias, 1}}, Sine(hz, 0.5))[0];
-        const double level = butterworth(hz, 3200.0, 6.0) * std::abs(Sinc(1.0 - hz / 8000.0));
-        EXPECT_NEAR(LevelAt(Spectrum(out), (8000.0 - hz) / 44100.0), InDb(level), 0.35) << hz;
-        const Settings cuts = {{B::Bits, 16}, {B::LowCut, 300}, {B::HighCut, 4000}, {B::WetGain, -3}};
-        const double behind = butterworth(hz, 4000.0, 2.0) / std::hypot(1.0, 300.0 / hz) * 0.7079;
-        EXPECT_NEAR(LevelAt(Spectrum(PlayAll(unheld, cuts, Sine(hz, 0.5))[1]), hz / 44100.0), InDb(behind),
-                    0.4);
-    }
-}
-
-TEST(BitCrusherTest, NoiseIsOfItsKindAndSilenceStaysSilent) {
-    const double level = 0.3 / 128.0;
-    const auto carried = [&](u32 id, double value) {
-        return PlayAll(unheld, {{B::Bits, 8}, {id, value}}, Sine(1000.0, level));
-    };
-    EXPECT_EQ(Peak(carried(B::Dither, 0.0)[0], 100), 0.0F);
-    const auto dithered = carried(B::Dither, 1.0);
-    EXPECT_NEAR(LevelAt(Spectrum(dithered[0]), 1000.0 / 44100.0), InDb(level), 0.5);
-    // Triangular noise of one step either way makes the error white and half a step strong.
-    EXPECT_NEAR(Rms(dithered[2], 100) * 128.0, 0.5, 0.01);
-    EXPECT_NEAR(Level(dithered[2], 0.05) / Level(dithered[2], 0.45), 1.0, 0.1);
-    const Signal square = carried(B::Bias, 0.5)[0];
-    EXPECT_NEAR(LevelAt(Spectrum(square), 1000.0 / 44100.0), InDb(2.0 / 128.0 / pi), 0.3);
-    const Signal noise = Noise(spectrumSize + 4000, 0.5F, 1);
-    const auto error = [&](u32 id, double value) {
-        return PlayAll(unheld, {{B::Bits, 8}, {id, value}}, noise)[2];
-    };
-    const Signal shaped = error(B::Shaping, 1.0);
-    for (const double f : {0.01, 0.2, 0.48}) {
-        const double expected = 2.0 * std::sin(pi * (f + 0.005));
-        EXPECT_NEAR(Level(shaped, f) / Level(error(B::Shaping, 0.0), f) / expected, 1.0, 0.12) << f;
-    }
-    for (const double share : {0.01, 0.2}) {
-        const Signal wrong = error(B::BitErrors, share);
-        const auto far = [](float e) { return std::abs(e) > 0.51F / 128.0F; };
-        const auto count = static_cast<double>(std::count_if(wrong.begin(), wrong.end(), far));
-        // The lowest bit shows in half the cases only.
-        EXPECT_NEAR(count / static_cast<double>(noise.size()) / share, 15.0 / 16.0, 0.06) << share;
-    }
-    const Signal silent(8800, 0.0F);
-    EXPECT_EQ(PlayAll({{B::Dither, 1}, {B::BitErrors, 0.5}, {B::Bias, 0.5}}, {}, silent)[0], silent);
 }

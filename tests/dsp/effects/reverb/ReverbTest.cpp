@@ -113,7 +113,7 @@ struct DrawnPlate {
 TEST(ReverbTest, ItsResponseIsThatOfThePlateAsDrawn) {
     for (DrawnPlate plate : {DrawnPlate{44100.0, 2.2, 1.0, 20000.0, 20.0, 20000.0, {0.75, 0.625, 0.7, 0.5}},
                              DrawnPlate{22050.0, 0.4, 1.7, 2000.0, 300.0, 4000.0, {0.3, 0.9, 0.2, 0.8}},
-                             DrawnPlate{96000.0, 9.0, 0.4, 700.0, 20.0, 2500.0, {0.0, 0.5, 0.0, 0.6}}}) {
+                             DrawnPlate{96000.0, 9.0, 0.25, 700.0, 20.0, 2500.0, {0.0, 0.5, 0.0, 0.6}}}) {
         Settings settings = {{Reverb::Decay, static_cast<float>(plate.decay)},
                              {Reverb::Size, static_cast<float>(plate.size)},
                              {Reverb::Damping, static_cast<float>(plate.dampingHz)},

@@ -110,6 +110,10 @@ TEST_F(SampleReaderTest, RefusesWhatIsNoSampleAndSaysWhy) {
         {"2^31 frames promised", bytes(Promising(1ULL << 31U)), SampleRefusal::TooLong},
         {"one frame too many promised", bytes(Promising(3001)), SampleRefusal::Truncated},
         {"FLAC of unknown length", bytes(Promising(0)), SampleRefusal::None}};
+    const auto openFiles = [] {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    };
+    const auto before = openFiles();
     for (const auto& [name, make, expected] : cases) {
         std::filesystem::remove_all(path);
         make();
@@ -118,6 +122,7 @@ TEST_F(SampleReaderTest, RefusesWhatIsNoSampleAndSaysWhy) {
         EXPECT_EQ(result.data != nullptr, expected == SampleRefusal::None) << name;
         EXPECT_EQ(result.reason.empty(), expected != SampleRefusal::NotReadable || result.channelCount)
             << name;
+        EXPECT_EQ(openFiles(), before) << name;
     }
     EXPECT_EQ(Read().data->Frames(), 3000U) << "read to its end, though that is not told";
 }
