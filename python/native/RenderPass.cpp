@@ -107,6 +107,10 @@ private:
                 sound.meters.push_back(instrument.TakeMeters());
             }
         }
+        // Effects tell how late they are when they have started.
+        if (done == chunk) {
+            latency = instrument.LatencyFrames();
+        }
     }
 
     /// Whole blocks, at most up to the next look at the meters.

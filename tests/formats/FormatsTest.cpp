@@ -75,13 +75,12 @@ std::size_t LateWithoutEffects() {
     return core->LatencyFrames();
 }
 
-/// What a host keeps of it: without the first frames, which are as many as it is late without effects; the
-/// command does not make up for those either.
+/// What a host keeps of it: without the first frames, which are as many as it is late once it plays.
 std::vector<float> OnTime(HostedPlugin& plugin, PluginSong song) {
     const std::size_t asked = song.frames;
     song.frames += 64 * 16;
     std::vector<float> sound = PlayHosted(plugin, song);
-    sound.erase(sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(2 * LateWithoutEffects()));
+    sound.erase(sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(2 * plugin.Latency()));
     sound.resize(2 * asked);
     return sound;
 }

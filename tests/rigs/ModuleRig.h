@@ -46,8 +46,8 @@ struct BlockSplit {
 
 /// Runs whole signals through a module, block by block, as its parent would. A null input is absent; aux
 /// inputs and further inputs that a module expects stay null. Every other input counts as an active
-/// modulation where the module reads it as one. Outputs start as garbage, so that a skipped block shows. No
-/// block may allocate.
+/// modulation where the module reads it as one. Outputs start as garbage, so that a skipped block shows, and
+/// a frame behind the block that is not the module's. No block may allocate.
 template <class M>
 std::vector<Signal> Render(M& module, const std::vector<const Signal*>& inputs, u32 outputCount,
                            const BlockSplit& split, const std::vector<const Signal*>& auxInputs = {}) {
@@ -64,7 +64,8 @@ std::vector<Signal> Render(M& module, const std::vector<const Signal*>& inputs, 
         }
     }
     frames -= frames % 4;
-    std::vector<Signal> outputs(outputCount, Signal(frames, 12345.0F));
+    constexpr float untouched = 12345.0F;
+    std::vector<Signal> outputs(outputCount, Signal(frames + 1, untouched));
     std::vector<const float*> in(padded.size(), nullptr);
     std::vector<float*> out(outputCount);
     std::size_t at = 0;
@@ -85,7 +86,11 @@ std::vector<Signal> Render(M& module, const std::vector<const Signal*>& inputs, 
         EXPECT_TRUE(Velmora::dsp::RunChild(module, context));
         EXPECT_EQ(allocations.Count(), 0U);
         at += context.numFrames;
+        for (const Signal& output : outputs) {
+            EXPECT_EQ(output[at], untouched) << "behind frame " << at;
+        }
     }
+    std::for_each(outputs.begin(), outputs.end(), [](Signal& output) { output.pop_back(); });
     return outputs;
 }
 

@@ -35,18 +35,15 @@ std::string Decibels(double magnitude) {
 }
 
 RenderOutput::RenderOutput(std::filesystem::path outputPath, std::uint32_t rate, std::uint32_t framesPerBlock,
-                           std::uint32_t latencyFrames, std::optional<host::SampleFormat> format)
+                           std::function<std::uint32_t()> howLate, std::optional<host::SampleFormat> format)
     : path(std::move(outputPath)), sampleRate(rate), writer(path, rate, format), loudness(rate),
-      chunk(FramesOfChunk(rate, framesPerBlock) * outputChannels),
-      latencySamples(std::min(latencyFrames * outputChannels, chunk.size())) {}
+      chunk(FramesOfChunk(rate, framesPerBlock) * outputChannels), latencyFrames(std::move(howLate)) {}
 
 std::size_t RenderOutput::Render(const Renderer& render) {
-    if (latencySamples == 0) {
-        return RenderTimed(render, chunk);
-    }
     if (ahead.empty()) {
         ahead.resize(chunk.size());
         aheadPassage = RenderTimed(render, ahead);
+        latencySamples = std::min(latencyFrames() * outputChannels, chunk.size());
     }
     const auto late = static_cast<std::ptrdiff_t>(latencySamples);
     const auto rest = std::copy(ahead.begin() + late, ahead.end(), chunk.begin());

@@ -19,18 +19,19 @@ namespace orphia::tools {
 /// The file that a run renders into, a tenth of a second at a time, with what is told of it at the end.
 class RenderOutput {
 public:
-    /// For an engine whose blocks are so long, and whose sound is so late, which the file does not show.
-    /// Throws FileError and UsageError as host::AudioFileWriter.
+    /// For an engine whose blocks are so long, and whose sound is as late as `latencyFrames` tells after the
+    /// first chunk, when its effects have started; the file does not show it. Throws FileError and UsageError
+    /// as host::AudioFileWriter.
     RenderOutput(std::filesystem::path path, std::uint32_t sampleRate, std::uint32_t framesPerBlock,
-                 std::uint32_t latencyFrames, std::optional<host::SampleFormat> format);
+                 std::function<std::uint32_t()> latencyFrames, std::optional<host::SampleFormat> format);
 
     std::uint32_t SampleRate() const { return sampleRate; }
     /// Frames that are rendered at a time: whole engine blocks.
     std::size_t ChunkFrames() const { return chunk.size() / 2; }
 
     using Renderer = std::function<std::size_t(std::span<float>)>;
-    /// Lets a chunk of interleaved stereo be rendered, and returns what `render` returns for it. With latency
-    /// it renders one chunk ahead.
+    /// Lets a chunk of interleaved stereo be rendered, and returns what `render` returns for it. It
+    /// renders one chunk ahead.
     std::size_t Render(const Renderer& render);
     /// Remembers what the limiter took away, in dB, for the summary.
     void NoteReduction(float decibels) { reduction = std::max(reduction, decibels); }
@@ -64,7 +65,8 @@ private:
     /// The chunk that is rendered ahead, from which the latency has to be made up; empty before the first.
     std::vector<float> ahead;
     std::size_t aheadPassage = 0;
-    std::size_t latencySamples;
+    std::function<std::uint32_t()> latencyFrames;
+    std::size_t latencySamples = 0;
     float reduction = 0.0F;
     /// Silence that may be the end.
     std::vector<float> held;

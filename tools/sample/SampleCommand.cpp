@@ -150,8 +150,9 @@ void SampleCommand::Render() const {
     slot.Apply(*instrument, report.Seconds());
     instrument->LoadSample(0, paths.front());
     const std::unique_ptr<host::PendingFile> presetFile = options.BeginPresetOf(*instrument);
-    RenderOutput output(options.Output(), rate, instrument->FramesPerBlock(), instrument->LatencyFrames(),
-                        options.Format());
+    RenderOutput output(
+        options.Output(), rate, instrument->FramesPerBlock(), [&] { return instrument->LatencyFrames(); },
+        options.Format());
     const double playedSeconds = SlotOptions::PlayedSeconds(*instrument, report.Seconds());
     KeyPerformance performance(*instrument, instrument->KeyOf(0), HeldSeconds(*instrument, playedSeconds),
                                playedSeconds);

@@ -116,8 +116,9 @@ void RenderSong(const SongJob& job, const InstrumentOptions& options) {
     const std::unique_ptr<host::PendingFile> presetFile = options.BeginPresetOf(*instrument);
     SongPerformance performance(song, *instrument, voice.get(), moves ? &*moves : nullptr);
     WarnWithoutNotes(job, *instrument, performance.NoteCount());
-    RenderOutput output(options.Output(), rate, instrument->FramesPerBlock(), instrument->LatencyFrames(),
-                        options.Format());
+    RenderOutput output(
+        options.Output(), rate, instrument->FramesPerBlock(), [&] { return instrument->LatencyFrames(); },
+        options.Format());
     RunDisplay display(job.showsMeters);
     RenderWhole(performance, output, job.tail, display);
     output.Finish();

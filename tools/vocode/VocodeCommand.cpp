@@ -100,8 +100,9 @@ void VocodeCommand::Render() const {
         preset.settings = session.Settings();
         presetFile = options.BeginPreset(preset);
     }
-    RenderOutput output(options.Output(), rate, VocoderSession::BlockSize(static_cast<float>(rate)),
-                        session.LatencyFrames(), options.Format());
+    RenderOutput output(
+        options.Output(), rate, VocoderSession::BlockSize(static_cast<float>(rate)),
+        [&] { return session.LatencyFrames(); }, options.Format());
     RunDisplay display(showsMeters);
     VocodePerformance performance(modulator, carrier, session);
     RenderWhole(performance, output, tailSeconds, display);

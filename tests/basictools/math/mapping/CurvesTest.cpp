@@ -96,5 +96,13 @@ TEST(CurvesTest, MapBlockFormAndUnmapFollowTheReferenceAndEachOther) {
     }
 }
 
+TEST(CurvesTest, ATableIsReadBothWays) {
+    const TablePotardMapping table({-2.0F, 1.0F, 1.5F, 9.0F});
+    for (const auto& [x, y] : {std::pair(0.0F, -2.0F), {1.0F / 6, -0.5F}, {0.5F, 1.25F}, {0.75F, 3.375F}}) {
+        EXPECT_NEAR(table.Map(x), y, 1e-5F);
+        EXPECT_NEAR(table.Unmap(y), x, 1e-5F);
+    }
+}
+
 } // namespace
 } // namespace Velmora::MappingTools

@@ -155,3 +155,15 @@ TEST(CompressorTest, AgreesWithADirectModelInEveryMode) {
         }
     }
 }
+
+TEST(CompressorTest, AGainThatIsTakenBackBehindTheCompressorDoesNotSwellWhileItMoves) {
+    const Signals tone = {Signal(9600, 0.1F), Signal(9600, 0.1F)};
+    auto compressor = MakeCompressor({{C::Ratio, 1}, {C::Makeup, 0}, {C::InGainCompensated, -36}});
+    for (const float decibels : {36.0F, 0.0F, -36.0F, 24.0F}) {
+        compressor->SetParameterValue(C::InGainCompensated, decibels);
+        const Signals heard = Render(*compressor, tone, 2);
+        for (const float sample : heard[0]) {
+            ASSERT_NEAR(sample, 0.1F, 0.001F) << "to " << decibels << " dB";
+        }
+    }
+}
