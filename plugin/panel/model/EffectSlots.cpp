@@ -11,25 +11,56 @@ namespace orphia::panel {
 
 namespace {
 
-/// In the order of the types.
-constexpr auto mixNames =
-    std::to_array<std::string_view>({"", "Dattorro_DryWet", "Delay_DryWet", "Chorus_DryWet", "Flanger_DryWet",
-                                     "Phaser_DryWet", "TS808_DryWet", "Compressor_Wet", "BitCrusher_DryWet",
-                                     "MultiModeFilter_DryWet", "ParamEq_Scale", "StereoPan_DryWet"});
+struct Effect {
+    std::string_view module;
+    std::string_view mix;
+};
 
-std::uint32_t IdOf(unsigned slot, std::string_view name) {
-    return host::ParameterCatalog::OfInstrument()
-        .Find("FX" + std::to_string(slot + 1) + "_" + std::string(name))
-        .id;
-}
+/// In the order of the types.
+constexpr auto effects = std::to_array<Effect>({
+    {"", ""},
+    {"Dattorro", "DryWet"},
+    {"Delay", "DryWet"},
+    {"Chorus", "DryWet"},
+    {"Flanger", "DryWet"},
+    {"Phaser", "DryWet"},
+    {"TS808", "DryWet"},
+    {"Compressor", "Wet"},
+    {"BitCrusher", "DryWet"},
+    {"MultiModeFilter", "DryWet"},
+    {"ParamEq", "Scale"},
+    {"StereoPan", "DryWet"},
+});
+
+const host::ParameterCatalog& Catalog() { return host::ParameterCatalog::OfInstrument(); }
+
+std::string PrefixOf(unsigned slot) { return "FX" + std::to_string(slot + 1) + "_"; }
 
 } // namespace
 
-std::uint32_t EffectSlots::TypeId(unsigned slot) { return IdOf(slot, "ModuleType"); }
-std::uint32_t EffectSlots::BypassId(unsigned slot) { return IdOf(slot, "Bypass"); }
+std::uint32_t EffectSlots::TypeId(unsigned slot) { return Catalog().Find(PrefixOf(slot) + "ModuleType").id; }
+std::uint32_t EffectSlots::BypassId(unsigned slot) { return Catalog().Find(PrefixOf(slot) + "Bypass").id; }
 
 std::optional<std::uint32_t> EffectSlots::MixId(unsigned slot, unsigned type) {
-    return type == 0 || type >= mixNames.size() ? std::nullopt : std::optional(IdOf(slot, mixNames[type]));
+    if (type == 0 || type >= effects.size()) {
+        return std::nullopt;
+    }
+    const Effect& effect = effects[type];
+    return Catalog().Find(PrefixOf(slot) + std::string(effect.module) + "_" + std::string(effect.mix)).id;
+}
+
+std::vector<std::uint32_t> EffectSlots::Controls(unsigned slot, unsigned type) {
+    std::vector<std::uint32_t> controls;
+    if (type == 0 || type >= effects.size()) {
+        return controls;
+    }
+    const std::string prefix = PrefixOf(slot) + std::string(effects[type].module) + "_";
+    for (const host::ParameterInfo& info : Catalog().Parameters()) {
+        if (info.role == host::ParameterRole::Control && info.name.starts_with(prefix)) {
+            controls.push_back(info.id);
+        }
+    }
+    return controls;
 }
 
 } // namespace orphia::panel

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 namespace orphia::panel {
 
@@ -14,6 +15,8 @@ struct EffectSlots {
     static std::uint32_t BypassId(unsigned slot);
     /// How much of the effect is heard; nothing for type 0.
     static std::optional<std::uint32_t> MixId(unsigned slot, unsigned type);
+    /// All controls of the effect, in order of id.
+    static std::vector<std::uint32_t> Controls(unsigned slot, unsigned type);
 };
 
 } // namespace orphia::panel

@@ -9,7 +9,8 @@ namespace orphia::panel {
 PanelModel::PanelModel(plugin::PluginInstrument& ofInstrument, std::filesystem::path file,
                        History::Clock clock)
     : instrument(ofInstrument), history(ofInstrument, std::move(clock)), patchBay(ofInstrument, history),
-      modulation(ofInstrument), settings(PanelSettings::Read(file)), settingsFile(std::move(file)) {
+      modulation(ofInstrument), settings(PanelSettings::Read(file)), presets(ofInstrument, history, settings),
+      settingsFile(std::move(file)) {
     instrument.SetWatched(true);
 }
 

@@ -7,6 +7,7 @@
 #include "plugin/panel/model/Modulation.h"
 #include "plugin/panel/model/PanelSettings.h"
 #include "plugin/panel/model/PatchBay.h"
+#include "plugin/panel/model/Presets.h"
 
 #include <filesystem>
 
@@ -46,6 +47,7 @@ public:
     /// 0 before the first sound.
     double sampleRate = 0.0;
     PanelSettings settings;
+    Presets presets;
 
 private:
     std::filesystem::path settingsFile;

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/pages/CircuitPage.h"
+#include "plugin/panel/pages/EffectsPage.h"
 #include "plugin/panel/pages/MainPage.h"
 #include "plugin/panel/pages/ModulationPage.h"
 #include "plugin/panel/pages/Page.h"
+#include "plugin/panel/pages/PresetsPage.h"
 
 namespace orphia::panel {
 
@@ -17,9 +19,8 @@ PageEntry Entry(const char* title) {
 
 const std::vector<PageEntry>& PageList() {
     static const std::vector<PageEntry> pages = {
-        Entry<MainPage>("Play"),
-        Entry<ModulationPage>("Modulation"),
-        Entry<CircuitPage>("Circuit"),
+        Entry<MainPage>("Play"),       Entry<ModulationPage>("Modulation"), Entry<EffectsPage>("Effects"),
+        Entry<PresetsPage>("Presets"), Entry<CircuitPage>("Circuit"),
     };
     return pages;
 }

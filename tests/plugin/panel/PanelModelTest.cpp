@@ -5,6 +5,7 @@
 #include "host/parameters/ParameterCatalog.h"
 #include "plugin/PluginRig.h"
 #include "plugin/panel/model/ControlModel.h"
+#include "plugin/panel/model/EffectSlots.h"
 #include "plugin/panel/model/Meters.h"
 #include "plugin/panel/model/Search.h"
 
@@ -254,6 +255,64 @@ TEST(PanelSearch, FindsByBeginningsOfWords) {
         EXPECT_EQ(found.contains(info.id), info.role == host::ParameterRole::Control) << info.name;
     }
     EXPECT_EQ(FindParameters("fx2 delay feedback", false), (std::vector{IdOf("FX2_Delay_Feedback")}));
+}
+
+TEST(PanelPresets, AreFoundSavedComparedAndCarriedByFiles) {
+    const TemporaryFolder folder;
+    const auto plugin = Plugin(folder.Path() / "presets");
+    plugin->Activate(pluginRate);
+    PanelModel model(*plugin, {});
+    Presets& presets = model.presets;
+    const std::size_t count = presets.Find("", Presets::Show::All).size();
+    EXPECT_TRUE(presets.Find("", Presets::Show::Own).empty());
+    const auto first = plugin->Programs()[1];
+    presets.ToggleFavourite(first.id);
+    EXPECT_EQ(presets.Find("", Presets::Show::Favourites), (std::vector<std::uint32_t>{1}));
+    model.history.Set(IdOf("MasterVolume"), 0.25F);
+    EXPECT_FALSE(presets.Save(" -- "));
+    EXPECT_TRUE(presets.Save("Mine, all mine!"));
+    EXPECT_FALSE(model.history.IsModified());
+    EXPECT_TRUE(presets.Save(first.id)) << "beside the factory's";
+    EXPECT_EQ(plugin->Programs()[1].name, first.name);
+    EXPECT_EQ(presets.Find("", Presets::Show::Own).size(), 2U);
+    EXPECT_EQ(presets.Find("", Presets::Show::All).size(), count + 2);
+    EXPECT_EQ(plugin->Programs()[presets.Find("mine", Presets::Show::Own).at(0)].id, "mine-all-mine");
+
+    ASSERT_TRUE(presets.Export(folder.Path() / "sound.json"));
+    presets.Compare();
+    model.history.Set(IdOf("MasterVolume"), 0.75F);
+    presets.Compare();
+    EXPECT_NEAR(plugin->Position(IdOf("MasterVolume")), 0.25F, 1e-6F);
+    presets.Compare();
+    EXPECT_NEAR(plugin->Position(IdOf("MasterVolume")), 0.75F, 1e-6F);
+    ASSERT_TRUE(presets.Import(folder.Path() / "sound.json"));
+    EXPECT_NEAR(plugin->Position(IdOf("MasterVolume")), 0.25F, 1e-6F);
+    model.history.Undo();
+    EXPECT_NEAR(plugin->Position(IdOf("MasterVolume")), 0.75F, 1e-6F);
+    WriteText(folder.Path() / "other.json", "no preset");
+    EXPECT_FALSE(presets.Import(folder.Path() / "other.json"));
+    EXPECT_FALSE(presets.Export(folder.Path() / "none" / "sound.json"));
+}
+
+TEST(PanelEffects, KnowTheControlsOfEveryType) {
+    std::set<std::uint32_t> all;
+    for (unsigned slot = 0; slot < EffectSlots::slotCount; ++slot) {
+        const unsigned types = Describe(EffectSlots::TypeId(slot)).stepCount;
+        for (unsigned type = 1; type < types; ++type) {
+            const auto controls = EffectSlots::Controls(slot, type);
+            EXPECT_GT(controls.size(), 5U);
+            EXPECT_EQ(std::ranges::count(controls, *EffectSlots::MixId(slot, type)), 1) << type;
+            all.insert(controls.begin(), controls.end());
+        }
+    }
+    EXPECT_TRUE(EffectSlots::Controls(0, 0).empty());
+    for (const host::ParameterInfo& info : ParameterCatalog::OfInstrument().Parameters()) {
+        const bool isOfEffect = info.name.starts_with("FX") && info.name.find('_', 4) != std::string::npos &&
+                                info.role == host::ParameterRole::Control &&
+                                !info.name.ends_with("_Dry_Wet") &&
+                                info.name.find("LFOSimple") == std::string::npos;
+        EXPECT_TRUE(!isOfEffect || all.contains(info.id)) << info.name;
+    }
 }
 
 TEST(PanelWatch, SeesKeysWheelsAndLevelsWhileSomebodyWatches) {

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "plugin/panel/controls/Button.h"
+#include "plugin/panel/pages/Page.h"
+#include "plugin/panel/parts/SectionView.h"
+
+#include <memory>
+#include <vector>
+
+namespace orphia::panel {
+
+/// The browser of presets: search, favourites, description; save, compare, import and export.
+class PresetsPage final : public Page, private juce::ListBoxModel {
+public:
+    explicit PresetsPage(PanelModel& panel);
+    ~PresetsPage() override;
+
+    void Search(const juce::String& text);
+    void Refresh() override;
+    void resized() override;
+    void paintOverChildren(juce::Graphics& g) override;
+
+private:
+    int getNumRows() override { return static_cast<int>(found.size()); }
+    void paintListBoxItem(int row, juce::Graphics& g, int width, int height, bool isSelected) override;
+    void listBoxItemClicked(int row, const juce::MouseEvent& event) override;
+    void returnKeyPressed(int row) override { Load(row); }
+    juce::String getNameForRow(int row) override;
+
+    void Update();
+    void Load(int row);
+    void Choose(Presets::Show next);
+    void SaveAs();
+    void ChooseFile(bool isImport);
+    /// What a line tells under the fields, as why nothing was saved.
+    void Tell(const juce::String& text);
+
+    PanelModel& panel;
+    SectionView browser;
+    SectionView details;
+    juce::TextEditor search;
+    Button all;
+    Button favourites;
+    Button own;
+    juce::ListBox list;
+    juce::TextEditor name;
+    Button save;
+    Button compare;
+    Button import;
+    Button exporting;
+    juce::String told;
+    std::unique_ptr<juce::FileChooser> chooser;
+    Presets::Show show = Presets::Show::All;
+    std::vector<plugin::PluginInstrument::Program> programs;
+    std::vector<std::uint32_t> found;
+    std::optional<std::uint32_t> current;
+    int untilAsked = 0;
+};
+
+} // namespace orphia::panel
