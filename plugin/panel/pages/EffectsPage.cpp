@@ -13,6 +13,17 @@ constexpr int slotLine = 26;
 constexpr int topHeight = 32;
 constexpr int scrollWidth = 10;
 
+/// "FX1 Chorus Mix" is "Mix" here.
+std::string LabelWithin(std::uint32_t id) {
+    std::string label = LabelOf(id);
+    if (label.starts_with("FX")) {
+        const std::size_t slotEnd = label.find(' ');
+        const std::size_t effectEnd = label.find(' ', slotEnd + 1);
+        label.erase(0, (effectEnd == std::string::npos ? slotEnd : effectEnd) + 1);
+    }
+    return label;
+}
+
 } // namespace
 
 EffectSlotView::EffectSlotView(PanelModel& ofPanel, unsigned ofSlot)
@@ -24,6 +35,7 @@ EffectSlotView::EffectSlotView(PanelModel& ofPanel, unsigned ofSlot)
     view.setViewedComponent(&lines, false);
     view.setScrollBarsShown(true, false);
     view.setScrollBarThickness(scrollWidth);
+    view.setWantsKeyboardFocus(false);
     addAndMakeVisible(view);
     MakeControls();
 }
@@ -32,7 +44,7 @@ void EffectSlotView::MakeControls() {
     shownType = type->Model().StepAt(type->Position());
     controls.clear();
     for (const std::uint32_t id : EffectSlots::Controls(slot, shownType)) {
-        ControlModel model = Describe(id);
+        ControlModel model = Describe(id, LabelWithin(id));
         if (model.kind == ControlKind::Knob || model.kind == ControlKind::Stepper) {
             model.kind = ControlKind::Slider;
         }

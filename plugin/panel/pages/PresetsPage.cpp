@@ -205,9 +205,9 @@ void PresetsPage::resized() {
     name.setBounds(line.withTrimmedRight(8));
     side.removeFromTop(16);
     line = side.removeFromTop(26);
-    compare.setBounds(line.removeFromLeft(110));
-    import.setBounds(line.removeFromLeft(100));
-    exporting.setBounds(line.removeFromLeft(100));
+    compare.setBounds(line.removeFromLeft(92));
+    import.setBounds(line.removeFromLeft(72));
+    exporting.setBounds(line.removeFromLeft(72));
 }
 
 } // namespace orphia::panel
