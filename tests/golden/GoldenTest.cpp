@@ -246,9 +246,9 @@ std::string Format(const Json& golden) {
 
 std::vector<std::string> SceneNames() {
     std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
         if (entry.path().extension() == ".json") {
-            names.push_back(entry.path().stem());
+            names.push_back(entry.path().lexically_relative(folder).replace_extension());
         }
     }
     std::sort(names.begin(), names.end());
@@ -275,7 +275,8 @@ TEST_P(GoldenRender, SoundsAsItDid) {
 
 INSTANTIATE_TEST_SUITE_P(All, GoldenRender, testing::ValuesIn(SceneNames()), [](const auto& each) {
     std::string name = each.param;
-    std::replace(name.begin(), name.end(), '-', '_');
+    std::replace_if(
+        name.begin(), name.end(), [](char c) { return c == '-' || c == '/'; }, '_');
     return name;
 });
 

@@ -96,6 +96,18 @@ TEST(CurvesTest, MapBlockFormAndUnmapFollowTheReferenceAndEachOther) {
     }
 }
 
+// The middle between the marks of the face, which are straight in decibels: 0, -20, -30, ... -60.
+TEST(CurvesTest, TheMeterStandsBetweenItsMarks) {
+    for (const auto& [decibels, position] : {std::pair(-10.0F, 0.25F),
+                                             {-25.0F, 0.6F},
+                                             {-35.0F, 0.775F},
+                                             {-45.0F, 0.8875F},
+                                             {-55.0F, 0.9375F},
+                                             {-65.0F, 0.975F}}) {
+        EXPECT_NEAR(VuMeterMapping().Unmap(decibels / -60.0F), position, 1e-5F) << decibels;
+    }
+}
+
 TEST(CurvesTest, ATableIsReadBothWays) {
     const TablePotardMapping table({-2.0F, 1.0F, 1.5F, 9.0F});
     for (const auto& [x, y] : {std::pair(0.0F, -2.0F), {1.0F / 6, -0.5F}, {0.5F, 1.25F}, {0.75F, 3.375F}}) {
