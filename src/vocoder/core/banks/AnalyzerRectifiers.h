@@ -78,7 +78,6 @@ public:
     /// Behind those of the followers.
     enum Parameter : u32 { Attack, Release, ParameterCount };
     static constexpr u32 parameterCount = childParameterCount + ParameterCount;
-    static constexpr u32 ParameterId(Parameter parameter) { return childParameterCount + parameter; }
     enum Input : u32 { AttackModulation = bandCount, ReleaseModulation, InputCount };
 
     explicit AnalyzerRectifiers(std::string moduleName = "AnalyzerRectifiers");
