@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <span>
 #include <utility>
 
 namespace orphia::python {
@@ -136,15 +135,9 @@ private:
     }
 
     std::span<const float> Voice(std::size_t frames) {
-        const std::size_t first = std::min(done, job.voice.frames);
-        const std::size_t count = std::min(frames, job.voice.frames - first);
-        for (std::size_t n = 0; n < count; ++n) {
-            voice[2 * n] = job.voice.left[first + n];
-            voice[2 * n + 1] = job.voice.right[first + n];
-        }
-        std::fill(voice.begin() + static_cast<std::ptrdiff_t>(count * 2),
-                  voice.begin() + static_cast<std::ptrdiff_t>(frames * 2), 0.0F);
-        return std::span(voice).first(frames * 2);
+        const std::span<float> heard = std::span(voice).first(frames * 2);
+        Interleave(job.voice, done, heard);
+        return heard;
     }
 
     void Cut(std::size_t length) {
@@ -172,6 +165,16 @@ private:
 };
 
 } // namespace
+
+void Interleave(const Planes& sound, std::size_t start, std::span<float> target) {
+    const std::size_t first = std::min(start, sound.frames);
+    const std::size_t count = std::min(target.size() / 2, sound.frames - first);
+    for (std::size_t n = 0; n < count; ++n) {
+        target[2 * n] = sound.left[first + n];
+        target[2 * n + 1] = sound.right[first + n];
+    }
+    std::fill(target.begin() + static_cast<std::ptrdiff_t>(2 * count), target.end(), 0.0F);
+}
 
 RenderedSound RenderAll(host::Instrument& instrument, RenderJob job) {
     return Pass(instrument, std::move(job)).Run();

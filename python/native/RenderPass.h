@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <span>
 #include <vector>
 
 namespace orphia::python {
@@ -20,6 +21,9 @@ struct Planes {
     const float* right = nullptr;
     std::size_t frames = 0;
 };
+
+/// Fills `target` with interleaved frames from `start` on; behind the end of the sound there is silence.
+void Interleave(const Planes& sound, std::size_t start, std::span<float> target);
 
 /// A whole passage in memory, as the command `orphia render` does it in a file: as long as the longer one of
 /// song and voice, and a tail.

@@ -33,17 +33,6 @@ struct VocodeJob {
     std::vector<ParameterSetting> settings;
 };
 
-/// Interleaves frames from `start` on; behind the end of the sound there is silence.
-void Load(const Planes& sound, std::size_t start, std::vector<float>& target) {
-    const std::size_t first = std::min(start, sound.frames);
-    const std::size_t count = std::min(target.size() / 2, sound.frames - first);
-    for (std::size_t n = 0; n < count; ++n) {
-        target[2 * n] = sound.left[first + n];
-        target[2 * n + 1] = sound.right[first + n];
-    }
-    std::fill(target.begin() + static_cast<std::ptrdiff_t>(2 * count), target.end(), 0.0F);
-}
-
 /// Without settings.
 const host::Preset& StartPreset() {
     static const host::Preset preset = host::DefaultPreset(host::ParameterCatalog(host::EngineTree::Vocoder));
@@ -78,8 +67,8 @@ void Vocode(const VocodeJob& job, float* output, Interruption& interruption) {
     std::vector<float> carrier(chunk * 2);
     std::vector<float> sound(chunk * 2);
     for (std::size_t start = 0; start < job.length + latency && !interruption.HasCome(); start += chunk) {
-        Load(job.voice, start, voice);
-        Load(job.carrier, start, carrier);
+        Interleave(job.voice, start, voice);
+        Interleave(job.carrier, start, carrier);
         session.Process(voice, carrier, sound);
         for (std::size_t n = start < latency ? latency - start : 0; n < chunk; ++n) {
             const std::size_t frame = start + n - latency;

@@ -36,16 +36,22 @@ def as_sound(array: npt.ArrayLike, name: str, may_be_empty: bool = False) -> Sou
     return sound
 
 
+def _float_of(value: Any, name: str, kind: str = "a number") -> float:
+    """Of anything that is a number; what is too large is infinite."""
+    refusal = f"{name} must be {kind}, not {type(value).__name__}"
+    if isinstance(value, (bool, np.bool_, str, bytes)):
+        raise TypeError(refusal)
+    try:
+        return float(value)
+    except OverflowError:
+        return float("inf")
+    except (TypeError, ValueError):
+        raise TypeError(refusal) from None
+
+
 def as_rate(sample_rate: Any) -> int:
     """A sample rate in Hz that the engine runs at."""
-    if isinstance(sample_rate, (bool, np.bool_, str, bytes)):
-        raise TypeError(f"sample_rate must be a number of Hz, not {type(sample_rate).__name__}")
-    try:
-        rate = float(sample_rate)
-    except OverflowError:
-        rate = float("inf")
-    except (TypeError, ValueError):
-        raise TypeError(f"sample_rate must be a number of Hz, not {type(sample_rate).__name__}") from None
+    rate = _float_of(sample_rate, "sample_rate", "a number of Hz")
     if not _core.minimum_rate <= rate <= _core.maximum_rate or rate != int(rate):
         raise ValueError(f"sample_rate {sample_rate} is no whole number from {_core.minimum_rate} to "
                          f"{_core.maximum_rate} Hz")
@@ -63,14 +69,7 @@ def as_seed(seed: Any) -> int:
 
 def as_number(value: Any, name: str, least: float, most: float) -> float:
     """A finite number within a range."""
-    if isinstance(value, (bool, np.bool_, str, bytes)):
-        raise TypeError(f"{name} must be a number, not {type(value).__name__}")
-    try:
-        number = float(value)
-    except OverflowError:
-        number = float("inf")
-    except (TypeError, ValueError):
-        raise TypeError(f"{name} must be a number, not {type(value).__name__}") from None
+    number = _float_of(value, name)
     if not least <= number <= most:
         raise ValueError(f"{name}: {value} is outside {least:g} .. {most:g}")
     return number

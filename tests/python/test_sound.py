@@ -17,7 +17,8 @@ class RenderTest(Case):
         voice, rate = orphia.read(VOICE)
         for preset, options, settings, tail in (
                 ("talking-pad", [], {}, None), ("dub-echo-robot", ["--set", "Wet=50 %"], {"Wet": "50 %"}, 1.5),
-                ("frozen-vowels", ["--no-limiter", "--seed", "7"], {}, 0), ("classic-robot", [], {"Shift": 0.3}, None)):
+                ("frozen-vowels", ["--no-limiter", "--seed", "7"], {}, 0), ("classic-robot", [], {"Shift": 0.3}, None),
+                ("crushed-radio", [], {}, None), ("crushed-radio", ["--no-limiter"], {}, 0)):
             if settings.get("Shift"):
                 options = ["--set", "Shift=0.3"]
             if tail is not None:
