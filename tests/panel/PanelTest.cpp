@@ -4,6 +4,7 @@
 #include "panel/PanelHands.h"
 #include "panel/PanelRig.h"
 #include "plugin/panel/controls/ParameterControl.h"
+#include "plugin/panel/controls/TextField.h"
 #include "plugin/panel/frame/KeyStrip.h"
 #include "plugin/panel/frame/MacroStrip.h"
 #include "plugin/panel/pages/CircuitPage.h"
@@ -13,6 +14,8 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <stdexcept>
 #include <string>
@@ -251,6 +254,28 @@ TEST(Panel, ModulatesByDraggingACellOfTheMatrix) {
     desk.rig.Play(0.05);
     // Behind the few points that make a drag of a click.
     EXPECT_NEAR(desk.rig.Position(amount), 0.5F - 32.0F / 120.0F, 0.03F);
+}
+
+TEST(Panel, ShowsWhatWasTypedAlsoInTheOtherColours) {
+    Desk desk;
+    desk.rig.panel.SetBright(false);
+    std::size_t presets = 0;
+    while (desk.rig.panel.PageTitle(presets) != "Presets") {
+        ++presets;
+    }
+    desk.rig.panel.ShowPage(presets);
+    auto& field = FirstOf<TextField>(desk.rig.panel);
+    field.setText("MMMM");
+    for (const bool isBright : {true, false}) {
+        desk.rig.panel.SetBright(isBright);
+        const juce::Image picture = field.createComponentSnapshot(field.getLocalBounds());
+        const float behind = picture.getPixelAt(picture.getWidth() - 20, 11).getBrightness();
+        float farthest = 0.0F;
+        for (int x = 3; x < 60; ++x) {
+            farthest = std::max(farthest, std::fabs(picture.getPixelAt(x, 11).getBrightness() - behind));
+        }
+        EXPECT_GT(farthest, 0.5F) << isBright;
+    }
 }
 
 /// The system's own events, which come through the display.

@@ -136,7 +136,7 @@ private:
 
     void DrawFlat(juce::Graphics& g) {
         juce::Rectangle<float> area = Bounds().reduced(2.0F, 0.0F);
-        DrawLabel(g, area.removeFromLeft(LabelWidth() - 4.0F), juce::Justification::centredLeft);
+        DrawLabel(g, area.removeFromLeft(LabelWidth() - 10.0F), juce::Justification::centredLeft);
         DrawValue(g, area.removeFromRight(52.0F), juce::Justification::centredRight);
         DrawTrack(g);
     }

@@ -26,7 +26,8 @@ int ColumnsOf(const Row& row) {
     return std::max(1, row.columns > 0 ? row.columns : columns);
 }
 
-constexpr int titleSwitchWidth = 44;
+/// Of a switch without a name.
+constexpr int titleSwitchWidth = 32;
 
 } // namespace
 

@@ -75,9 +75,6 @@ CircuitPage::CircuitPage(PanelModel& ofPanel)
     addAndMakeVisible(trims);
     addAndMakeVisible(count);
     addAndMakeVisible(list);
-    search.setTitle("Search");
-    search.setFont(PanelLook::Font(Sizes::textFont));
-    search.setTextToShowWhenEmpty("Search: attack, delay time, band 3 ...", juce::Colours::grey);
     search.onTextChange = [this] { Search(search.getText()); };
     list.setModel(this);
     list.setRowHeight(lineHeight);

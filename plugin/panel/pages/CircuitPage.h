@@ -2,6 +2,7 @@
 #pragma once
 
 #include "plugin/panel/controls/Button.h"
+#include "plugin/panel/controls/TextField.h"
 #include "plugin/panel/pages/Page.h"
 #include "plugin/panel/parts/SectionView.h"
 
@@ -31,7 +32,7 @@ private:
 
     PanelModel& panel;
     SectionView frame;
-    juce::TextEditor search;
+    TextField search{"Search", "Search: attack, delay time, band 3 ..."};
     Button trims;
     juce::Label count;
     juce::ListBox list;

@@ -17,13 +17,7 @@ namespace orphia::panel {
 /// shown, and kept.
 class Page : public juce::Component, public Live {
 public:
-    void Refresh() override {
-        for (juce::Component* const child : getChildren()) {
-            if (auto* const live = dynamic_cast<Live*>(child); live != nullptr && child->isVisible()) {
-                live->Refresh();
-            }
-        }
-    }
+    void Refresh() override { RefreshChildren(*this); }
 };
 
 /// How the panel finds its pages, in the order of their tabs. To add one: a class on Page, and a line in

@@ -40,13 +40,7 @@ PresetsPage::PresetsPage(PanelModel& ofPanel)
                                                  &name, &save, &compare, &import, &exporting}) {
         addAndMakeVisible(part);
     }
-    search.setTitle("Search");
-    search.setFont(PanelLook::Font(Sizes::textFont));
-    search.setTextToShowWhenEmpty("Search by name or description", juce::Colours::grey);
     search.onTextChange = [this] { Update(); };
-    name.setTitle("Name of the preset");
-    name.setFont(PanelLook::Font(Sizes::textFont));
-    name.setTextToShowWhenEmpty("Name", juce::Colours::grey);
     name.onReturnKey = [this] { SaveAs(); };
     list.setModel(this);
     list.setRowHeight(rowHeight);

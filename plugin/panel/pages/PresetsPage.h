@@ -2,6 +2,7 @@
 #pragma once
 
 #include "plugin/panel/controls/Button.h"
+#include "plugin/panel/controls/TextField.h"
 #include "plugin/panel/pages/Page.h"
 #include "plugin/panel/parts/SectionView.h"
 
@@ -39,12 +40,12 @@ private:
     PanelModel& panel;
     SectionView browser;
     SectionView details;
-    juce::TextEditor search;
+    TextField search{"Search", "Search by name or description"};
     Button all;
     Button favourites;
     Button own;
     juce::ListBox list;
-    juce::TextEditor name;
+    TextField name{"Name of the preset", "Name"};
     Button save;
     Button compare;
     Button import;

@@ -23,13 +23,7 @@ SectionView::SectionView(PanelModel& panel, const Section& section)
     filledTo = HeightOf(section) - Grid::padding;
 }
 
-void SectionView::Refresh() {
-    for (juce::Component* const child : getChildren()) {
-        if (auto* const live = dynamic_cast<Live*>(child); live != nullptr && child->isVisible()) {
-            live->Refresh();
-        }
-    }
-}
+void SectionView::Refresh() { RefreshChildren(*this); }
 
 void SectionView::paint(juce::Graphics& g) {
     const Palette& colours = PanelLook::Of(*this);
