@@ -201,6 +201,24 @@ std::string_view UnitText(ParameterUnit unit) {
     return "";
 }
 
+std::string_view RoleText(ParameterRole role) {
+    switch (role) {
+    case ParameterRole::Control:
+        return "control";
+    case ParameterRole::Route:
+        return "route";
+    case ParameterRole::Controller:
+        return "controller";
+    case ParameterRole::Output:
+        return "output";
+    case ParameterRole::Command:
+        return "command";
+    case ParameterRole::Circuit:
+        break;
+    }
+    return "circuit";
+}
+
 std::string_view ChoiceOf(const ParameterInfo& info, unsigned step) {
     std::string_view rest = info.choices;
     for (unsigned n = 0; n < step; ++n) {

@@ -44,6 +44,9 @@ std::string FormatSetting(const ParameterInfo& info, const ParameterSetting& set
 /// "dB", "Hz", ...; empty for none.
 std::string_view UnitText(ParameterUnit unit);
 
+/// "control", "route", ...
+std::string_view RoleText(ParameterRole role);
+
 /// A real value with its unit.
 std::string FormatValue(const ParameterInfo& info, float value);
 

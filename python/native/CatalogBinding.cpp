@@ -32,24 +32,6 @@ const char* KindName(const ParameterInfo& info) {
     return info.isSwitch ? "switch" : "knob";
 }
 
-const char* RoleName(const ParameterInfo& info) {
-    switch (info.role) {
-    case host::ParameterRole::Control:
-        return "control";
-    case host::ParameterRole::Route:
-        return "route";
-    case host::ParameterRole::Controller:
-        return "controller";
-    case host::ParameterRole::Output:
-        return "output";
-    case host::ParameterRole::Command:
-        return "command";
-    case host::ParameterRole::Circuit:
-        break;
-    }
-    return "circuit";
-}
-
 std::vector<std::string> Choices(const ParameterInfo& info) {
     std::vector<std::string> names;
     for (unsigned step = 0; !info.choices.empty() && step < info.stepCount; ++step) {
@@ -98,7 +80,7 @@ void BindCatalog(py::module_& module) {
         .def_property_readonly(
             "is_stepped", [](const ParameterInfo& info) { return info.kind == host::ParameterKind::Stepped; })
         .def_property_readonly("kind", &KindName)
-        .def_property_readonly("role", &RoleName)
+        .def_property_readonly("role", [](const ParameterInfo& info) { return host::RoleText(info.role); })
         .def_property_readonly("unit", [](const ParameterInfo& info) { return host::UnitText(info.unit); })
         .def_property_readonly("choices", &Choices)
         .def_property_readonly("range_text", &host::FormatRange);

@@ -20,7 +20,6 @@ namespace {
 
 using host::ParameterInfo;
 using host::ParameterKind;
-using host::ParameterRole;
 
 constexpr std::string_view markdownHead =
     "# Parameters\n\n"
@@ -74,24 +73,6 @@ std::string KindText(const ParameterInfo& info) {
     return "curve";
 }
 
-std::string_view RoleText(ParameterRole role) {
-    switch (role) {
-    case ParameterRole::Control:
-        return "control";
-    case ParameterRole::Route:
-        return "route";
-    case ParameterRole::Controller:
-        return "controller";
-    case ParameterRole::Output:
-        return "output";
-    case ParameterRole::Command:
-        return "command";
-    case ParameterRole::Circuit:
-        break;
-    }
-    return "circuit";
-}
-
 /// Of a curve that is no straight line, with the value in the middle of the knob, to three digits.
 std::string RangeText(const ParameterInfo& info) {
     const float middle = host::ParameterCatalog::OfInstrument().ToValue(info.id, 0.5F);
@@ -109,7 +90,7 @@ TextTable::Row RowOf(const ParameterInfo& info) {
     return {fmt::format("{}", info.id),
             info.name,
             KindText(info),
-            std::string(RoleText(info.role)),
+            std::string(host::RoleText(info.role)),
             RangeText(info),
             std::string(host::UnitText(info.unit)),
             host::FormatValue(info, info.start),
