@@ -36,9 +36,8 @@ bool PluginInstrument::Play(const host::MidiMessage& message) { return inside->s
 PluginInstrument::Keys PluginInstrument::HeldKeys() const {
     const Watch& watch = inside->stage.watch;
     Keys keys;
-    for (unsigned key = 0; key < 128; ++key) {
-        keys.held[key] = (watch.held[key / 64].load(std::memory_order_relaxed) >> (key % 64) & 1U) != 0;
-    }
+    keys.held = std::bitset<128>(watch.held[1].load(std::memory_order_relaxed)) << 64U |
+                std::bitset<128>(watch.held[0].load(std::memory_order_relaxed));
     const std::uint32_t newest = watch.newest.load(std::memory_order_relaxed);
     keys.newest = newest & 0x7FU;
     keys.velocity = static_cast<float>(newest >> 8U) / 127.0F;

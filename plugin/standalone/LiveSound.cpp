@@ -20,7 +20,7 @@ LiveSound::LiveSound(plugin::PluginInstrument& ofInstrument, MidiLearn& midiLear
     collector.reset(48000.0);
 }
 
-void LiveSound::Add(std::uint32_t frame, const std::uint8_t* bytes, std::size_t count) {
+void LiveSound::Take(std::uint32_t frame, const std::uint8_t* bytes, std::size_t count) {
     const auto message = plugin::ChannelMessage(bytes, count);
     if (!message || events.size() >= plugin::PluginBlock::mostEvents) {
         return;
@@ -32,10 +32,6 @@ void LiveSound::Add(std::uint32_t frame, const std::uint8_t* bytes, std::size_t 
     }
 }
 
-void LiveSound::Take(std::uint32_t frame, const std::uint8_t* bytes, std::size_t count) {
-    Add(frame, bytes, count);
-}
-
 void LiveSound::handleIncomingMidiMessage(juce::MidiInput*, const juce::MidiMessage& message) {
     collector.addMessageToQueue(message);
 }
@@ -45,8 +41,8 @@ void LiveSound::Gather(int frames) {
     collected.clear();
     collector.removeNextBlockOfMessages(collected, frames);
     for (const juce::MidiMessageMetadata message : collected) {
-        Add(static_cast<std::uint32_t>(message.samplePosition), message.data,
-            static_cast<std::size_t>(message.numBytes));
+        Take(static_cast<std::uint32_t>(message.samplePosition), message.data,
+             static_cast<std::size_t>(message.numBytes));
     }
 }
 

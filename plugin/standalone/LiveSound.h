@@ -19,7 +19,7 @@ public:
     /// A song, which may be null, is played from the first block on and must outlive this.
     LiveSound(plugin::PluginInstrument& instrument, MidiLearn& learn, Song* song = nullptr);
 
-    /// Of JACK, on the audio thread: at a frame of the block that comes next.
+    /// On the audio thread: at a frame of the block that comes next.
     void Take(std::uint32_t frame, const std::uint8_t* bytes, std::size_t count);
     /// Of ALSA, on a thread of its own.
     void handleIncomingMidiMessage(juce::MidiInput* source, const juce::MidiMessage& message) override;
@@ -38,7 +38,6 @@ public:
 
 private:
     void Gather(int frames);
-    void Add(std::uint32_t frame, const std::uint8_t* bytes, std::size_t count);
 
     plugin::PluginInstrument& instrument;
     MidiLearn& learn;

@@ -3,11 +3,13 @@
 
 #include "plugin/PluginRig.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -60,15 +62,22 @@ struct Move {
     double value;
 };
 
-/// All of a song in blocks of one length, which a song has some of; interleaved.
+/// All of a song in blocks of these lengths in turn; interleaved. Throws when a block is left.
 inline std::vector<float> PlayHosted(HostedPlugin& plugin, const PluginSong& song,
-                                     std::span<const Move> moves = {}, std::uint32_t block = 64) {
+                                     std::span<const Move> moves = {},
+                                     const std::vector<std::uint32_t>& lengths = {64}) {
+    constexpr std::size_t guard = 64;
+    constexpr float untouched = 12345.0F;
     std::vector<float> result;
-    std::array<std::vector<float>, 2> sides{std::vector<float>(block), std::vector<float>(block)};
-    for (std::uint32_t at = 0; at < song.frames; at += block) {
+    std::size_t round = 0;
+    for (std::uint32_t at = 0; at < song.frames;) {
+        const std::uint32_t block =
+            std::min(lengths[round++ % lengths.size()], static_cast<std::uint32_t>(song.frames - at));
+        std::array<std::vector<float>, 2> sides;
+        sides.fill(std::vector<float>(block + 2 * guard, untouched));
         for (std::size_t n = 0; n < 2U * block; ++n) {
             const std::size_t from = 2U * at + n;
-            sides[n % 2][n / 2] = from < song.voice.samples.size() ? song.voice.samples[from] : 0.0F;
+            sides[n % 2][guard + n / 2] = from < song.voice.samples.size() ? song.voice.samples[from] : 0.0F;
         }
         std::vector<host::TimedEvent> events;
         for (const host::TimedEvent& event : song.events) {
@@ -81,11 +90,18 @@ inline std::vector<float> PlayHosted(HostedPlugin& plugin, const PluginSong& son
                 plugin.SetValue(move.name, move.value, move.frame - at);
             }
         }
-        float* const sound[] = {sides[0].data(), sides[1].data()};
+        float* const sound[] = {sides[0].data() + guard, sides[1].data() + guard};
         plugin.Process(sound, block, events);
         for (std::size_t n = 0; n < 2U * block; ++n) {
-            result.push_back(sides[n % 2][n / 2]);
+            result.push_back(sound[n % 2][n / 2]);
         }
+        for (const std::vector<float>& side : sides) {
+            if (std::count(side.begin(), side.begin() + guard, untouched) != guard ||
+                std::count(side.end() - guard, side.end(), untouched) != guard) {
+                throw std::runtime_error("something was written outside of a block");
+            }
+        }
+        at += block;
     }
     return result;
 }

@@ -99,6 +99,23 @@ TEST(Formats, EqualWhatTheCommandRendersAsSoonAsTheLatencyIsOver) {
     }
 }
 
+/// Also without frames, and longer than what the host announced.
+TEST(Formats, SoundTheSameInBlocksOfAnyLength) {
+    for (const Format& format : formats) {
+        for (const bool isEffect : {false, true}) {
+            SCOPED_TRACE(std::string(format.name) + (isEffect ? " effect" : ""));
+            const auto even = format.open(isEffect);
+            const auto odd = format.open(isEffect);
+            even->Activate(pluginRate);
+            odd->Activate(pluginRate);
+            const std::vector<float> expected = PlayHosted(*even, HostSong());
+            ASSERT_GT(Loudest(expected), 0.01F);
+            EXPECT_TRUE(PlayHosted(*odd, HostSong(), {}, {1, 0, 7, HostedPlugin::longest + 1, 9000}) ==
+                        expected);
+        }
+    }
+}
+
 /// Where two sounds begin to differ, and how much at most.
 std::string Difference(const std::vector<float>& ours, const std::vector<float>& theirs) {
     std::size_t first = theirs.size();

@@ -124,18 +124,17 @@ TEST_F(ProcessorTest, TellsTheHostWhatItDoesNotKnow) {
         void parameterGestureChanged(int, bool) override {}
         std::vector<float> heard;
     } ears;
-    PluginInstrument& core = *Plugin().release();
-    plugin::HostParameter parameter(core, plugin::PluginParameters::Get().All().front());
+    const auto core = Plugin();
+    plugin::HostParameter parameter(*core, plugin::PluginParameters::Get().All().front());
     parameter.addListener(&ears);
     parameter.setValue(0.25F);
     parameter.TellHost(false);
     EXPECT_TRUE(ears.heard.empty());
-    core.SetPosition(plugin::PluginParameters::Get().All().front().id, 0.75F);
+    core->SetPosition(plugin::PluginParameters::Get().All().front().id, 0.75F);
     parameter.TellHost(true);
     parameter.TellHost(true);
     EXPECT_EQ(ears.heard, std::vector<float>{0.75F});
     parameter.removeListener(&ears);
-    delete &core;
 }
 
 TEST_F(ProcessorTest, AudioThreadCallsNothingOfTheSystem) {

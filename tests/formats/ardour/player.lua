@@ -20,9 +20,10 @@ end
 function dsp_run(ins, outs, frames)
 	local start, count = Session:transport_sample(), 1
 	if not Session:transport_rolling() then start = -frames end
-	for place = 0, frames - 1 do
-		local value = voice(start + place)
-		outs[1]:array()[place + 1], outs[2]:array()[place + 1] = value, value
+	local left, right = outs[1]:array(), outs[2]:array()
+	for place = 1, frames do
+		local value = voice(start + place - 1)
+		left[place], right[place] = value, value
 	end
 	for _, key in ipairs(keys) do
 		if key[1] >= start and key[1] < start + frames then
