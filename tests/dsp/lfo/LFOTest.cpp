@@ -302,6 +302,16 @@ TEST(LFOTest, EachCycleDrawsAValueWhichTheSecondChannelFollowsOrMirrors) {
         EXPECT_NEAR(static_cast<double>(values.size()), 4400.0, 1.0);
         EXPECT_NEAR(*values.rbegin() - *values.begin(), 1.99F, 0.01F) << "all of the range";
     }
+    Source slow({{LFO::Waveform, LFO::SampleAndHold}, {LFO::RateUnSynced, 0.1F}});
+    slow.Set({{LFO::Stereo, 1.0F}, {LFO::StereoSpread, 45.0F}});
+    for (u32 gate = 0; gate < 5; ++gate) {
+        slow.Block();
+        const float held[] = {slow.sound[0][0], slow.sound[1][0]};
+        slow.lfo.Retrigger();
+        slow.Block();
+        EXPECT_NE(slow.sound[0][0], held[0]) << "a gate draws anew";
+        EXPECT_NE(slow.sound[1][0], held[1]) << "for the second channel too, at once";
+    }
 }
 
 } // namespace

@@ -209,10 +209,21 @@ TEST(BodeVocoder, NeitherBlockSplitsNorInstructionSetsNorAPastBeforeTheResetShow
         }
     }
     CoreRig rig;
+    StereoPair loud = Chord(4410, 44100.0F);
+    for (Signal& side : loud) {
+        std::transform(side.begin(), side.end(), side.begin(), [](float x) { return 30.0F * x; });
+    }
     rig.Run(modulator, carrier);
+    rig.Run(loud, loud);
+    EXPECT_GT(rig.Position("PreampOverloadLED"), 0.0F);
+    EXPECT_GT(rig.Position("CarrierPreampOverloadLED"), 0.0F);
     rig.core->Reset(true);
     rig.SeedNoise();
+    const StereoPair silence = {Signal(44), Signal(44)};
+    rig.Run(silence, silence);
     EXPECT_EQ(rig.Position("PreampOverloadLED") + rig.Position("CarrierPreampOverloadLED"), 0.0F);
+    rig.core->Reset(true);
+    rig.SeedNoise();
     EXPECT_EQ(rig.Run(carrier, modulator), first);
 }
 

@@ -166,4 +166,9 @@ TEST(CompressorTest, AGainThatIsTakenBackBehindTheCompressorDoesNotSwellWhileItM
             ASSERT_NEAR(sample, 0.1F, 0.001F) << "to " << decibels << " dB";
         }
     }
+    // One that stays glides, and is there within 30 ms.
+    compressor->SetParameterValue(C::InputGain, 12.0F);
+    const Signals louder = Render(*compressor, tone, 2);
+    EXPECT_LT(louder[0][48], 0.15F);
+    EXPECT_NEAR(louder[0][1440], 0.1 * Gain(12.0), 0.002);
 }
