@@ -4,6 +4,7 @@
 #include "host/common/Errors.h"
 #include "host/common/Files.h"
 #include "host/parameters/ParameterText.h"
+#include "host/presets/PresetLibrary.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -170,6 +171,15 @@ void ReadSettings(const Json& parameters, std::string_view text, const Parameter
     }
 }
 
+/// The folder of what comes with the program.
+std::filesystem::path ShippedFolder() { return PresetLibrary::FactoryFolder().parent_path(); }
+
+std::filesystem::path PathOf(std::string_view text, const std::filesystem::path& folder) {
+    const bool isShipped = text.starts_with(Preset::shippedPrefix);
+    text.remove_prefix(isShipped ? Preset::shippedPrefix.size() : 0);
+    return ((isShipped ? ShippedFolder() : folder) / text).lexically_normal();
+}
+
 std::map<std::uint32_t, std::filesystem::path> ReadSamples(const Json& samples, std::string_view text,
                                                            const std::filesystem::path& folder) {
     std::map<std::uint32_t, std::filesystem::path> paths;
@@ -186,22 +196,31 @@ std::map<std::uint32_t, std::filesystem::path> ReadSamples(const Json& samples, 
         if (!value.is_string() || value.get<std::string>().empty()) {
             Refuse(LineOfKey(text, key), fmt::format("the path of sample {} must be a text", key));
         }
-        paths[number - 1] = (folder / value.get<std::string>()).lexically_normal();
+        paths[number - 1] = PathOf(value.get<std::string>(), folder);
     }
     return paths;
 }
 
-/// Within the folder or beside it a path can move along with the preset.
-std::string PathText(const std::filesystem::path& path, const std::filesystem::path& folder) {
-    if (folder.empty()) {
-        return path.generic_string();
-    }
+/// The way from a folder to a path with at most so many steps up; empty when there is none.
+std::filesystem::path WayTo(const std::filesystem::path& path, const std::filesystem::path& folder,
+                            std::ptrdiff_t stepsUp) {
     const std::filesystem::path whole = std::filesystem::absolute(folder).lexically_normal();
     const std::filesystem::path base = whole.has_filename() ? whole : whole.parent_path();
-    const std::filesystem::path relative = path.lexically_relative(base);
-    const bool isNear = !relative.empty() && base.has_relative_path() &&
-                        std::count(relative.begin(), relative.end(), "..") < 2;
-    return isNear ? relative.generic_string() : path.generic_string();
+    const std::filesystem::path way = path.lexically_relative(base);
+    const bool isNear = base.has_relative_path() && std::count(way.begin(), way.end(), "..") <= stepsUp;
+    return isNear ? way : std::filesystem::path();
+}
+
+/// Within the folder or beside it a path can move along with the preset, and what is shipped with the
+/// program.
+std::string PathText(const std::filesystem::path& path, const std::filesystem::path& folder) {
+    const std::filesystem::path near = folder.empty() ? folder : WayTo(path, folder, 1);
+    if (!near.empty()) {
+        return near.generic_string();
+    }
+    const std::filesystem::path shipped = WayTo(path, ShippedFolder(), 0);
+    return shipped.empty() ? path.generic_string()
+                           : std::string(Preset::shippedPrefix) + shipped.generic_string();
 }
 
 } // namespace

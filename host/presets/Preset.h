@@ -22,10 +22,11 @@ namespace orphia::host {
 ///
 /// Names are full names; values are texts as for ParseSetting, or plain numbers. A preset changes only what
 /// it names. Samples, of the whole instrument only, are counted from 1; their paths are relative to the
-/// folder of the file.
+/// folder of the file, or, behind "factory:", to the folder of what comes with the program.
 struct Preset {
     static constexpr int currentVersion = 1;
     static constexpr std::uint32_t sampleCount = 12;
+    static constexpr std::string_view shippedPrefix = "factory:";
 
     std::string name;
     /// A sentence for lists; may be empty.
@@ -58,7 +59,8 @@ PresetSummary SummaryOf(std::string_view text);
 PresetSummary ReadPresetSummary(const std::filesystem::path& path);
 
 /// The text of a preset file; reading it back gives the same preset. Paths of samples within `folder` and
-/// beside it become relative to it; an empty folder leaves them.
+/// beside it become relative to it, others that come with the program to where that keeps them; an empty
+/// folder leaves the rest as they are.
 std::string FormatPreset(const Preset& preset, const ParameterCatalog& catalog,
                          const std::filesystem::path& folder = {});
 

@@ -48,10 +48,15 @@ std::filesystem::path PresetLibrary::UserFolder() {
 std::filesystem::path PresetLibrary::FactoryFolder() {
     const std::filesystem::path programFolder =
         std::filesystem::path(Velmora::Platform::LibraryPath()).parent_path();
-    const std::filesystem::path installed =
-        (programFolder / ".." / "share" / "orphia-vx" / "presets" / "factory").lexically_normal();
-    std::error_code error;
-    return std::filesystem::is_directory(installed, error) ? installed : FactoryFolderOfSources();
+    // A plug-in brings them in its bundle, a program has them beside the folder it lies in.
+    for (const char* const place : {"presets/factory", "../share/orphia-vx/presets/factory"}) {
+        const std::filesystem::path folder = (programFolder / place).lexically_normal();
+        std::error_code error;
+        if (std::filesystem::is_directory(folder, error)) {
+            return folder;
+        }
+    }
+    return FactoryFolderOfSources();
 }
 
 void PresetLibrary::ReadFolder(const std::filesystem::path& folder, std::vector<Entry>& own) {

@@ -29,8 +29,9 @@ public:
     /// Where a user's own presets lie, which need not exist; empty when the system knows no place.
     static std::filesystem::path UserFolder();
 
-    /// The folder that samples of built-in presets are relative to: share/orphia-vx/presets/factory beside
-    /// the folder of the running program, or else where this was built. It may not exist.
+    /// The folder that samples of built-in presets are relative to: presets/factory in the folder of the
+    /// running program or plug-in, share/orphia-vx/presets/factory beside that folder, or else where this
+    /// was built. It may not exist.
     static std::filesystem::path FactoryFolder();
 
     /// With the presets of UserFolder().

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <functional>
 #include <utility>
 
 namespace orphia::plugin {
@@ -110,13 +111,16 @@ void KeepWhatIsKnown(Json& root, std::vector<std::string>& warnings) {
     }
 }
 
-void MapPaths(Json& root, const PathMapping& mapping) {
-    if (!mapping.toFile || !root.contains("samples") || !root["samples"].is_object()) {
+/// Of the user's own samples; what comes with the program is found without the host.
+void MapPaths(Json& root, const std::function<std::string(const std::string&)>& map) {
+    const auto samples = root.find("samples");
+    if (samples == root.end() || !samples->is_object()) {
         return;
     }
-    for (Json& path : root["samples"]) {
-        if (path.is_string()) {
-            path = mapping.toFile(path.get<std::string>()).generic_string();
+    for (Json& path : *samples) {
+        if (path.is_string() &&
+            !path.get_ref<const std::string&>().starts_with(host::Preset::shippedPrefix)) {
+            path = map(path.get<std::string>());
         }
     }
 }
@@ -124,13 +128,10 @@ void MapPaths(Json& root, const PathMapping& mapping) {
 } // namespace
 
 std::string FormatState(const PluginState& state, const PathMapping& mapping) {
-    host::Preset preset = state.preset;
-    if (mapping.toState && preset.samples) {
-        for (auto& [sample, path] : *preset.samples) {
-            path = mapping.toState(path);
-        }
+    Json root = Json::parse(host::FormatPreset(state.preset, Catalog()));
+    if (mapping.toState) {
+        MapPaths(root, mapping.toState);
     }
-    Json root = Json::parse(host::FormatPreset(preset, Catalog()));
     Json macros = Json::array();
     for (std::size_t index = 0; index < state.macros.size(); ++index) {
         macros.push_back(ToJson(state.macros[index], state.macroPositions[index]));
@@ -152,7 +153,9 @@ PluginState ParseState(std::string_view text, std::vector<std::string>& warnings
         return state;
     }
     KeepWhatIsKnown(root, warnings);
-    MapPaths(root, mapping);
+    if (mapping.toFile) {
+        MapPaths(root, [&mapping](const std::string& path) { return mapping.toFile(path).generic_string(); });
+    }
     state.preset =
         host::ParsePreset(root.dump(-1, ' ', false, Json::error_handler_t::replace), Catalog(), warnings);
     if (root.contains(ownKey)) {

@@ -160,6 +160,15 @@ TEST(PluginState, AMissingSampleKeepsItsPathAndPathsGoThroughTheHost) {
     EXPECT_EQ(missing->SamplePath(3), folder / "none.wav");
     EXPECT_TRUE(missing->LoadSample(3, {}));
     EXPECT_EQ(missing->SaveState(), plain);
+    // What comes with the program needs neither path nor host.
+    const std::vector<PluginInstrument::Program> programs = other->Programs();
+    const auto drums = std::find_if(programs.begin(), programs.end(),
+                                    [](const auto& each) { return each.id == "drummed-chords"; });
+    EXPECT_TRUE(other->LoadProgram(static_cast<std::uint32_t>(drums - programs.begin())));
+    const std::string shipped = other->SaveState(mapping);
+    EXPECT_PRED2(Has, shipped, "\"factory:samples/beat.flac\"");
+    EXPECT_TRUE(missing->LoadState(shipped, mapping));
+    EXPECT_TRUE(std::filesystem::exists(missing->SamplePath(0)));
 }
 
 /// The largest step from sample to sample.
