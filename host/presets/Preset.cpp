@@ -171,8 +171,12 @@ void ReadSettings(const Json& parameters, std::string_view text, const Parameter
     }
 }
 
-/// The folder of what comes with the program.
-std::filesystem::path ShippedFolder() { return PresetLibrary::FactoryFolder().parent_path(); }
+/// The folder of what comes with the program: presets/ with their samples, and examples/.
+std::filesystem::path ShippedFolder() { return PresetLibrary::FactoryFolder().parent_path().parent_path(); }
+
+bool IsShipped(const std::filesystem::path& way) {
+    return !way.empty() && (*way.begin() == "presets" || *way.begin() == "examples");
+}
 
 std::filesystem::path PathOf(std::string_view text, const std::filesystem::path& folder) {
     const bool isShipped = text.starts_with(Preset::shippedPrefix);
@@ -219,8 +223,8 @@ std::string PathText(const std::filesystem::path& path, const std::filesystem::p
         return near.generic_string();
     }
     const std::filesystem::path shipped = WayTo(path, ShippedFolder(), 0);
-    return shipped.empty() ? path.generic_string()
-                           : std::string(Preset::shippedPrefix) + shipped.generic_string();
+    return IsShipped(shipped) ? std::string(Preset::shippedPrefix) + shipped.generic_string()
+                              : path.generic_string();
 }
 
 } // namespace

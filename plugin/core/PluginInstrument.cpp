@@ -89,6 +89,8 @@ std::vector<std::uint32_t> PluginInstrument::TakeChangedParameters() {
     return changed;
 }
 
+MidiLearn& PluginInstrument::Controllers() { return inside->stage.learn; }
+
 Macro PluginInstrument::MacroOf(unsigned macro) const {
     const Inside::Lock lock = inside->TakeControl();
     return macro < inside->macros.size() ? inside->macros[macro] : Macro();

@@ -5,6 +5,7 @@
 #include "host/instrument/Instrument.h"
 #include "host/parameters/ParameterInfo.h"
 #include "host/player/BlockAdapter.h"
+#include "plugin/core/MidiLearn.h"
 #include "plugin/core/PluginParameters.h"
 #include "plugin/core/PluginState.h"
 
@@ -124,8 +125,11 @@ public:
     Macro MacroOf(unsigned macro) const;
     void AssignMacro(unsigned macro, const Macro& assignment);
 
+    /// Which controllers the player has taught what to move; any thread.
+    MidiLearn& Controllers();
+
     /// All that LoadState needs to bring this sound back exactly, as a text: a preset file with the macros
-    /// beside it. At any time, also while a state loads: then it is that state.
+    /// and the controllers beside it. At any time, also while a state loads: then it is that state.
     std::string SaveState(const PathMapping& mapping = {});
     /// Replaces all of it, and comes back when samples are there; the sound goes over to it in 20 ms, and
     /// notes end. False, and nothing has changed, for a text that is no state.

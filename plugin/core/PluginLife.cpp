@@ -154,6 +154,7 @@ bool PluginInstrument::Inside::Load(const PluginState& state) {
         incoming = state;
         if (rate == 0 || engine == nullptr) {
             Publish(state, nullptr);
+            incoming->controllers.reset();
             return true;
         }
     }
@@ -181,6 +182,9 @@ void PluginInstrument::Inside::Publish(const PluginState& state, std::unique_ptr
     identity = {state.preset.name, state.preset.description, {}, state.preset.samples};
     program = state.program;
     SetMacros(state.macros);
+    if (state.controllers) {
+        stage.learn.Replace(*state.controllers);
+    }
     for (const host::ParameterInfo& info : Catalog().Parameters()) {
         exchange.Show(info.id, seat != nullptr ? seat->instrument.Position(info.id)
                                                : host::NeutralStart::Get().Position(info.id));
@@ -234,12 +238,16 @@ PluginState PluginInstrument::Inside::Frame() const {
         state.macroPositions[macro] = exchange.Shown(exchange.IndexOf(PluginParameters::firstMacro + macro));
     }
     state.isBypassed = IsBypassed();
+    state.controllers = stage.learn.All();
     return state;
 }
 
 /// What is on its way, and what was wished since.
 PluginState PluginInstrument::Inside::Unbuilt() const {
     PluginState state = *incoming;
+    if (!state.controllers) {
+        state.controllers = stage.learn.All();
+    }
     if (rate == 0 || engine == nullptr) {
         const host::Preset preset = std::move(state.preset);
         state = Frame();

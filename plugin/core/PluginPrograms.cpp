@@ -57,6 +57,7 @@ bool PluginInstrument::Inside::LoadProgram(std::uint32_t index) {
         const Lock lock = TakeControl();
         list = programs;
         state = incoming ? Unbuilt() : Frame();
+        state.controllers.reset();
     }
     if (index >= list->programs.size()) {
         return false;
@@ -134,6 +135,7 @@ bool PluginInstrument::LoadSample(std::uint32_t sample, const std::filesystem::p
     {
         const Inside::Lock lock = inside->TakeControl();
         state = inside->CurrentState();
+        state.controllers.reset();
     }
     if (!state.preset.samples) {
         state.preset.samples.emplace();

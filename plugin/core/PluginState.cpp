@@ -9,7 +9,10 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <functional>
+#include <optional>
+#include <string>
 #include <utility>
 
 namespace orphia::plugin {
@@ -44,6 +47,49 @@ std::string Text(const Json& object, const char* key) {
     return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
 }
 
+/// What a macro or a parameter of the engine is called for good.
+std::string KeptName(std::uint32_t id) {
+    const PluginParameter* const macro =
+        id >= PluginParameters::firstMacro ? PluginParameters::Get().Find(id) : nullptr;
+    return macro != nullptr ? macro->symbol : Catalog().Parameters().at(id).name;
+}
+
+std::optional<std::uint32_t> IdOfKept(const std::string& name) {
+    if (const host::ParameterInfo* const info = Catalog().FindExact(name)) {
+        return info->id;
+    }
+    const auto& all = PluginParameters::Get().All();
+    const auto found = std::find_if(all.begin(), all.end(), [&name](const PluginParameter& each) {
+        return each.id >= PluginParameters::firstMacro && each.symbol == name;
+    });
+    return found != all.end() ? std::optional(found->id) : std::nullopt;
+}
+
+Json ToJson(const MidiLearn::Assignments& controllers) {
+    Json json = Json::object();
+    for (const auto& [controller, parameter] : controllers) {
+        json[std::to_string(controller)] = KeptName(parameter);
+    }
+    return json;
+}
+
+MidiLearn::Assignments ReadControllers(const Json& json, std::vector<std::string>& warnings) {
+    MidiLearn::Assignments controllers;
+    for (const auto& [key, value] : json.items()) {
+        const std::string name = value.is_string() ? value.get<std::string>() : std::string();
+        std::uint32_t controller = MidiLearn::controllerCount;
+        std::from_chars(key.data(), key.data() + key.size(), controller);
+        const std::optional<std::uint32_t> parameter = IdOfKept(name);
+        if (parameter && MidiLearn::IsFree(controller)) {
+            controllers[controller] = *parameter;
+        } else {
+            warnings.push_back(fmt::format("controller {} cannot move '{}' and leaves it", host::Excerpt(key),
+                                           host::Excerpt(name)));
+        }
+    }
+    return controllers;
+}
+
 void ReadMacro(const Json& json, std::size_t index, PluginState& state, std::vector<std::string>& warnings) {
     Macro& macro = state.macros[index];
     macro.name = Text(json, "name");
@@ -70,6 +116,10 @@ void ReadOwn(const Json& own, PluginState& state, std::vector<std::string>& warn
     const auto bypass = own.find("bypass");
     state.isBypassed = bypass != own.end() && bypass->is_boolean() && bypass->get<bool>();
     state.program = Text(own, "program");
+    if (const auto controllers = own.find("controllers");
+        controllers != own.end() && controllers->is_object()) {
+        state.controllers = ReadControllers(*controllers, warnings);
+    }
     const auto macros = own.find("macros");
     for (std::size_t index = 0;
          macros != own.end() && macros->is_array() && index < std::min(macros->size(), state.macros.size());
@@ -140,6 +190,9 @@ std::string FormatState(const PluginState& state, const PathMapping& mapping) {
                     {"program", state.program},
                     {"bypass", state.isBypassed},
                     {"macros", macros}};
+    if (state.controllers) {
+        root[ownKey]["controllers"] = ToJson(*state.controllers);
+    }
     return root.dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

@@ -2,12 +2,14 @@
 #pragma once
 
 #include "host/presets/Preset.h"
+#include "plugin/core/MidiLearn.h"
 #include "plugin/core/PluginParameters.h"
 
 #include <array>
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -53,6 +55,8 @@ struct PluginState {
     bool isBypassed = false;
     /// The id of the program that it began with; empty for none.
     std::string program;
+    /// Without them those that are there stay.
+    std::optional<MidiLearn::Assignments> controllers;
 };
 
 std::string FormatState(const PluginState& state, const PathMapping& mapping = {});

@@ -185,6 +185,11 @@ bool Stage::Send(const host::MidiMessage& message) {
     if (SelectBank(message)) {
         return true;
     }
+    if (const auto setting = learn.Hear(message)) {
+        Set(*setting);
+        exchange.Tell(exchange.IndexOf(setting->id));
+        return true;
+    }
     const bool isTaken = current->instrument.Send(message);
     if (isTaken) {
         host::MidiControls::EndsNotes(message) ? watch.ForgetKeys() : watch.See(message);

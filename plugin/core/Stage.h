@@ -5,6 +5,7 @@
 #include "host/engine/MeterReading.h"
 #include "host/instrument/Instrument.h"
 #include "plugin/core/Handover.h"
+#include "plugin/core/MidiLearn.h"
 #include "plugin/core/ParameterExchange.h"
 #include "plugin/core/PluginState.h"
 #include "plugin/core/Watch.h"
@@ -79,6 +80,7 @@ public:
     Handover<Seat> seats;
     Handover<Macros> macros;
     Watch watch;
+    MidiLearn learn;
     std::atomic<bool> isOffline{false};
     std::atomic<bool> endsNotes{false};
     /// The program that a message asked for, by bank and number; below 0 for none.

@@ -134,8 +134,6 @@ int RunHeadless(const Job& job) {
     plugin::PluginInstrument instrument(OwnOptions());
     PrepareSound(instrument, job);
 
-    MidiLearn learn;
-    learn.Parse(Settings::Read(Settings().learned).value_or(""));
     LiveSound* target = nullptr;
     DeviceManager manager([&target](std::uint32_t frame, const std::uint8_t* bytes, std::size_t count) {
         target->Take(frame, bytes, count);
@@ -148,7 +146,7 @@ int RunHeadless(const Job& job) {
         writer.emplace(job.output, rate, std::nullopt);
         song.Record();
     }
-    LiveSound sound(instrument, learn, &song);
+    LiveSound sound(instrument, &song);
     target = &sound;
     const auto port = juce::MidiInput::createNewDevice("Orphia VX", &sound);
     if (port != nullptr) {

@@ -12,8 +12,8 @@ constexpr std::size_t bytesOfMessages = 65536;
 
 } // namespace
 
-LiveSound::LiveSound(plugin::PluginInstrument& ofInstrument, MidiLearn& midiLearn, Song* playedSong)
-    : instrument(ofInstrument), learn(midiLearn), song(playedSong) {
+LiveSound::LiveSound(plugin::PluginInstrument& ofInstrument, Song* playedSong)
+    : instrument(ofInstrument), song(playedSong) {
     events.reserve(plugin::PluginBlock::mostEvents);
     collected.ensureSize(bytesOfMessages);
     collector.ensureStorageAllocated(bytesOfMessages);
@@ -22,12 +22,7 @@ LiveSound::LiveSound(plugin::PluginInstrument& ofInstrument, MidiLearn& midiLear
 
 void LiveSound::Take(std::uint32_t frame, const std::uint8_t* bytes, std::size_t count) {
     const auto message = plugin::ChannelMessage(bytes, count);
-    if (!message || events.size() >= plugin::PluginBlock::mostEvents) {
-        return;
-    }
-    if (const auto setting = learn.Hear(*message)) {
-        Insert(events, {frame, *setting});
-    } else {
+    if (message && events.size() < plugin::PluginBlock::mostEvents) {
         Insert(events, {frame, *message});
     }
 }

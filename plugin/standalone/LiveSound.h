@@ -2,7 +2,6 @@
 #pragma once
 
 #include "plugin/core/PluginInstrument.h"
-#include "plugin/standalone/MidiLearn.h"
 #include "plugin/standalone/Song.h"
 
 #include <juce_audio_devices/juce_audio_devices.h>
@@ -17,7 +16,7 @@ namespace orphia::standalone {
 class LiveSound final : public juce::AudioIODeviceCallback, public juce::MidiInputCallback {
 public:
     /// A song, which may be null, is played from the first block on and must outlive this.
-    LiveSound(plugin::PluginInstrument& instrument, MidiLearn& learn, Song* song = nullptr);
+    explicit LiveSound(plugin::PluginInstrument& instrument, Song* song = nullptr);
 
     /// On the audio thread: at a frame of the block that comes next.
     void Take(std::uint32_t frame, const std::uint8_t* bytes, std::size_t count);
@@ -40,7 +39,6 @@ private:
     void Gather(int frames);
 
     plugin::PluginInstrument& instrument;
-    MidiLearn& learn;
     Song* song;
     juce::MidiMessageCollector collector;
     juce::MidiBuffer collected;

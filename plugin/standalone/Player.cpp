@@ -18,7 +18,6 @@ Player::Player(const std::string& firstState)
     : manager([this](std::uint32_t frame, const std::uint8_t* bytes, std::size_t count) {
           sound.Take(frame, bytes, count);
       }) {
-    learn.Parse(Settings::Read(settings.learned).value_or(""));
     const std::string state =
         firstState.empty() ? Settings::Read(settings.lastState).value_or("") : firstState;
     if (!state.empty()) {
@@ -77,10 +76,6 @@ void Player::Remember() {
     const std::string state = instrument.SaveState();
     if (state != writtenState && Settings::Write(settings.lastState, state)) {
         writtenState = state;
-    }
-    const std::string assigned = learn.Format();
-    if (assigned != Settings::Read(settings.learned).value_or("{}\n")) {
-        Settings::Write(settings.learned, assigned);
     }
     if (const std::unique_ptr<juce::XmlElement> xml = manager.createStateXml()) {
         const std::string text = xml->toString().toStdString();

@@ -21,8 +21,7 @@ public:
     juce::String Status() const;
 
     plugin::PluginInstrument instrument{OwnOptions()};
-    MidiLearn learn;
-    LiveSound sound{instrument, learn};
+    LiveSound sound{instrument};
     DeviceManager manager;
 
 private:

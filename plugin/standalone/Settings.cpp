@@ -34,7 +34,6 @@ Settings::Settings() {
     const std::filesystem::path state = Folder("XDG_STATE_HOME", ".local/state");
     if (!config.empty()) {
         devices = config / "devices.xml";
-        learned = config / "midi-learn.json";
     }
     if (!state.empty()) {
         lastState = state / "last-state.json";

@@ -16,7 +16,6 @@ public:
     Settings();
 
     std::filesystem::path devices;
-    std::filesystem::path learned;
     std::filesystem::path lastState;
 
     /// Nothing when there is no such file, or none that can be read.

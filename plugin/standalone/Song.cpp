@@ -14,6 +14,8 @@ namespace orphia::standalone {
 namespace {
 
 constexpr std::uint32_t longestPiece = 8192;
+/// Far beyond what devices have.
+constexpr std::uint32_t longestBlock = 65536;
 constexpr std::uint32_t ringSeconds = 20;
 constexpr double longestTail = 30.0;
 constexpr double silence = 1.0;
@@ -56,7 +58,7 @@ Song::Song(const std::filesystem::path& voiceFile, const std::filesystem::path& 
         voice = ReadVoiceFile(voiceFile, rate);
         end = std::max<std::uint64_t>(end, voice.size() / 2);
         for (auto& side : heard) {
-            side.resize(longestPiece);
+            side.resize(longestBlock);
         }
     }
 }
@@ -65,8 +67,11 @@ void Song::Record() { kept.assign(std::size_t{2} * ringSeconds * rate, 0.0F); }
 
 void Song::Play(plugin::PluginInstrument& instrument, plugin::PluginBlock block,
                 std::vector<host::TimedEvent>& events) {
-    if (block.frames > longestPiece) {
-        return; // no device has such blocks
+    if (block.frames > longestBlock) {
+        std::fill_n(block.output[0], block.frames, 0.0F);
+        std::fill_n(block.output[1], block.frames, 0.0F);
+        lost += block.frames;
+        return;
     }
     AddEvents(block.frames, events);
     block.events = events;

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/standalone/Window.h"
 
+#include "host/parameters/ParameterCatalog.h"
 #include "plugin/panel/Panel.h"
 #include "plugin/standalone/Player.h"
 
 #include <juce_audio_utils/juce_audio_utils.h>
 
 #include <map>
+#include <string_view>
 
 namespace orphia::standalone {
 
@@ -48,10 +50,8 @@ private:
     void FitPanel() { setSize(panel.getWidth(), panel.getHeight() + barHeight); }
 
     void timerCallback() override {
-        if (!player.learn.IsWaiting()) {
-            waitedFor.clear();
-        }
-        hint.setText(waitedFor.isEmpty() ? player.Status() : "Move a controller for " + waitedFor,
+        const auto waitsFor = Controllers().WaitsFor();
+        hint.setText(waitsFor ? "Move a controller for " + NameOf(*waitsFor) : player.Status(),
                      juce::dontSendNotification);
     }
 
@@ -75,7 +75,9 @@ private:
         juce::PopupMenu forget;
         const auto& all = plugin::PluginParameters::Get().All();
         for (const plugin::PluginParameter& parameter : all) {
-            groups[parameter.group].addItem(Utf8(parameter.name), [this, &parameter] { WaitFor(parameter); });
+            groups[parameter.group].addItem(Utf8(parameter.name),
+                                            parameter.id != plugin::PluginParameters::bypass, false,
+                                            [this, &parameter] { Controllers().Wait(parameter.id); });
         }
         std::string_view last;
         for (const plugin::PluginParameter& parameter : all) {
@@ -84,22 +86,24 @@ private:
                 menu.addSubMenu(Utf8(last), groups[last]);
             }
         }
-        for (std::uint32_t controller = 0; controller < MidiLearn::controllerCount; ++controller) {
-            if (const auto id = player.learn.ParameterOf(controller)) {
-                const auto* const parameter = plugin::PluginParameters::Get().Find(*id);
-                forget.addItem("Controller " + juce::String(controller) + ": " + Utf8(parameter->name),
-                               [this, controller] { player.learn.Clear(controller); });
-            }
+        for (const auto& [controller, id] : Controllers().All()) {
+            forget.addItem("Controller " + juce::String(controller) + ": " + NameOf(id),
+                           [this, moved = controller] { Controllers().Forget(moved); });
         }
         menu.addSeparator();
         menu.addSubMenu("Forget", forget, forget.getNumItems() > 0);
-        menu.addItem("Stop waiting", player.learn.IsWaiting(), false, [this] { player.learn.StopWaiting(); });
+        menu.addItem("Stop waiting", Controllers().WaitsFor().has_value(), false,
+                     [this] { Controllers().StopWaiting(); });
         menu.showMenuAsync(juce::PopupMenu::Options().withTargetComponent(learn));
     }
 
-    void WaitFor(const plugin::PluginParameter& parameter) {
-        player.learn.Wait(parameter.id);
-        waitedFor = Utf8(parameter.name);
+    plugin::MidiLearn& Controllers() { return player.instrument.Controllers(); }
+
+    /// As hosts list it, or in full.
+    static juce::String NameOf(std::uint32_t id) {
+        const auto* const listed = plugin::PluginParameters::Get().Find(id);
+        return listed != nullptr ? Utf8(listed->name)
+                                 : Utf8(host::ParameterCatalog::OfInstrument().Parameters().at(id).name);
     }
 
     Player player;
@@ -107,7 +111,6 @@ private:
     juce::Label hint;
     juce::TextButton sound{"Sound..."};
     juce::TextButton learn{"MIDI learn..."};
-    juce::String waitedFor;
 };
 
 } // namespace

@@ -166,9 +166,63 @@ TEST(PluginState, AMissingSampleKeepsItsPathAndPathsGoThroughTheHost) {
                                     [](const auto& each) { return each.id == "drummed-chords"; });
     EXPECT_TRUE(other->LoadProgram(static_cast<std::uint32_t>(drums - programs.begin())));
     const std::string shipped = other->SaveState(mapping);
-    EXPECT_PRED2(Has, shipped, "\"factory:samples/beat.flac\"");
+    EXPECT_PRED2(Has, shipped, "\"factory:presets/samples/beat.flac\"");
     EXPECT_TRUE(missing->LoadState(shipped, mapping));
     EXPECT_TRUE(std::filesystem::exists(missing->SamplePath(0)));
+}
+
+TEST(PluginControllers, MoveWhatTheyWereTaughtAreToldToTheHostAndKeptInTheState) {
+    const std::uint32_t wet = IdOf("BodeVocoder_Wet"), macro = PluginParameters::firstMacro + 4;
+    auto plugin = Plugin();
+    plugin->Activate(pluginRate);
+    plugin::MidiLearn& learn = plugin->Controllers();
+    PluginSong song;
+    song.frames = 4800;
+    const auto move = [&](std::uint8_t controller, std::uint8_t value) {
+        song.events = {{100, host::MidiMessage{0xB3, controller, value}}};
+        plugin->TakeChangedParameters();
+        Play(*plugin, song);
+        return plugin->TakeChangedParameters();
+    };
+    const auto has = [](const std::vector<std::uint32_t>& ids, std::uint32_t id) {
+        return std::find(ids.begin(), ids.end(), id) != ids.end();
+    };
+    // Banks and registered parameters are passed over, lights cannot be moved.
+    EXPECT_FALSE(learn.Wait(IdOf("BodeVocoder_HissLED")));
+    EXPECT_FALSE(learn.Wait(PluginParameters::bypass));
+    EXPECT_TRUE(learn.Wait(wet));
+    for (const int taken : {0, 6, 32, 38, 98, 101, 121}) {
+        move(static_cast<std::uint8_t>(taken), 0);
+        EXPECT_EQ(learn.WaitsFor(), wet) << taken;
+    }
+    EXPECT_TRUE(has(move(21, 127), wet));
+    EXPECT_EQ(learn.WaitsFor(), std::nullopt);
+    EXPECT_EQ(plugin->Position(wet), 1.0F);
+    EXPECT_TRUE(has(move(21, 0), wet));
+    EXPECT_EQ(plugin->Position(wet), 0.0F);
+    // Another controller takes its place; one for a macro moves what that moves.
+    EXPECT_TRUE(learn.Wait(wet));
+    move(22, 64);
+    EXPECT_FALSE(has(move(21, 127), wet));
+    plugin->AssignMacro(4, {"", {{IdOf("Release"), 0.0F, 0.5F}}});
+    EXPECT_TRUE(learn.Wait(macro));
+    EXPECT_TRUE(has(move(1, 127), macro));
+    EXPECT_EQ(plugin->Position(IdOf("Release")), 0.5F);
+    const plugin::MidiLearn::Assignments taught = {{1, macro}, {22, wet}};
+    EXPECT_EQ(learn.All(), taught);
+    // They come back with the state; a preset leaves them.
+    const std::string state = plugin->SaveState();
+    auto other = Sounding(state);
+    EXPECT_EQ(other->Controllers().All(), taught);
+    EXPECT_TRUE(other->LoadProgram(4));
+    EXPECT_EQ(other->Controllers().All(), taught);
+    EXPECT_TRUE(other->LoadState(Plugin()->SaveState()));
+    EXPECT_TRUE(other->Controllers().All().empty());
+    EXPECT_TRUE(other->LoadState(Replaced(state, "\"22\"", "\"32\"")));
+    EXPECT_EQ(other->Controllers().ControllerOf(wet), std::nullopt);
+    EXPECT_EQ(other->Controllers().ControllerOf(macro), 1U);
+    learn.Forget(22);
+    EXPECT_FALSE(has(move(22, 0), wet));
 }
 
 /// The largest step from sample to sample.
