@@ -2,62 +2,13 @@
 """Compares what Ardour exported with what the command renders: compare.py EXPORTED COMMAND"""
 
 import array
-import struct
-import subprocess
+import pathlib
 import sys
-import wave
 
-KEYS = [(4801, 0x90, 48, 100), (9607, 0x90, 55, 90), (30011, 0x80, 48, 0), (40000, 0x80, 55, 0)]
-FIRST, LAST = 5000, 60000
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
+from rendered import FIRST, LAST, left_channel, render  # noqa: E402
+
 TOLERANCE = 0.001
-
-
-def voice(frame: int) -> int:
-    """That of player.lua, as 16 bits."""
-    if not 4800 <= frame < 43200:
-        return 0
-    period = 400 + frame // 4800
-    return (frame % period) * 64 // period * 256 - 8192
-
-
-VOICE = b"".join(struct.pack("<hh", voice(frame), voice(frame)) for frame in range(LAST))
-
-
-def left_channel(name: str) -> array.array:
-    """Of a file of floats."""
-    with open(name, "rb") as file:
-        content = file.read()
-    place = 12
-    while content[place : place + 4] != b"data":
-        size = struct.unpack("<I", content[place + 4 : place + 8])[0]
-        place += 8 + size + size % 2
-    size = struct.unpack("<I", content[place + 4 : place + 8])[0]
-    return array.array("f", content[place + 8 : place + 8 + size])[::2]
-
-
-def variable_length(number: int) -> bytes:
-    groups = [number & 127]
-    while number := number >> 7:
-        groups.insert(0, number & 127 | 128)
-    return bytes(groups)
-
-
-def render(command: str, lead: int) -> array.array:
-    """What the command makes of it behind so many silent frames, without these."""
-    with wave.open("voice.wav", "wb") as file:
-        file.setparams((2, 2, 48000, 0, "NONE", ""))
-        file.writeframes(bytes(4 * lead) + VOICE)
-    # A tick is a frame.
-    track, last = b"\0\xff\x51\x03\x07\xa1\x20", 0
-    for frame, *message in KEYS:
-        track += variable_length(frame + lead - last) + bytes(message)
-        last = frame + lead
-    track += b"\0\xff\x2f\0"
-    with open("song.mid", "wb") as file:
-        file.write(b"MThd" + struct.pack(">IHHH", 6, 0, 1, 24000) + b"MTrk" + struct.pack(">I", len(track)) + track)
-    arguments = "--rate 48000 --format float --tail 1 --set BodeVocoder_Wet=0.75 --voice voice.wav --midi song.mid"
-    subprocess.run([command, "render", *arguments.split(), "-o", "rendered.wav"], check=True, capture_output=True)
-    return left_channel("rendered.wav")[lead:]
 
 
 def difference(exported: array.array, rendered: array.array, late: int) -> float:
