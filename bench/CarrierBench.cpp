@@ -27,6 +27,8 @@ using Velmora::dsp::RunChild;
 void SetUpVoice(auto& setter, i32 waveform, float shape) {
     setter(Oscillators::ParameterId(Oscillators::Osc1Waveform), static_cast<float>(waveform));
     setter(Oscillators::ParameterId(Oscillators::Osc2Waveform), static_cast<float>(waveform));
+    setter(Oscillators::ParameterId(Oscillators::Osc1Coarse), 0.0F);
+    setter(Oscillators::ParameterId(Oscillators::Osc2Coarse), 0.0F);
     setter(Oscillators::ParameterId(Oscillators::Osc1Volume), -6.0F);
     setter(Oscillators::ParameterId(Oscillators::Osc2Volume), -6.0F);
     setter(Oscillators::ParameterId(Oscillators::Osc1Shape), shape);

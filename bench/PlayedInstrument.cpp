@@ -34,8 +34,10 @@ void PlayedInstrument::SetUp(Load load) {
         const std::string prefix = std::string("Carrier_Oscillators_") + oscillator;
         instrument->Set(prefix + "Waveform", "1");
         instrument->Set(prefix + "Volume", "-20 dB");
+        instrument->Set(prefix + "Coarse", "0 st");
     }
     instrument->Set("Carrier_Oscillators_Osc2Fine", "0.1");
+    instrument->Set("Carrier_Oscillators_Osc2KeyTrack", "on");
     if (load != Load::Everything) {
         return;
     }
