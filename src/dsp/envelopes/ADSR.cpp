@@ -54,9 +54,9 @@ void ADSR::OnReset(bool /*hard*/) {
 }
 
 bool ADSR::UpdateParameters(ProcessContext& context) {
-    // A stage counted in blocks is scaled below, so it starts from its time each time.
-    if (watch.Sees(context, 0, numInputs) || anyParameterChanged || runsOncePerBlock) {
-        ReadStages(context);
+    const u32 moved = watch.Changes(context, 0, numInputs);
+    if (moved != 0 || anyParameterChanged || runsOncePerBlock) {
+        ReadStages(context, moved);
     }
     if (anyParameterChanged) {
         ReadSwitches();
@@ -72,20 +72,26 @@ bool ADSR::UpdateParameters(ProcessContext& context) {
     return true;
 }
 
-void ADSR::ReadStages(const ProcessContext& context) {
-    const auto read = [&](u32 id) { return parameters[id].GetModulatedValue(context, id); };
-    const auto step = [&](u32 id, float atZero) {
-        return EnvelopeStage::PhaseStep(read(id) * sampleRate, atZero);
+/// Reads what changed or was moved by an input; a bit of `moved` stands for the input of the same number.
+void ADSR::ReadStages(const ProcessContext& context, u32 moved) {
+    // A stage counted in blocks is scaled after this, so it starts from its time each time.
+    const bool readsAll = runsOncePerBlock || Changed(ReleaseLink);
+    const auto readStage = [&](EnvelopeStage& timed, u32 timeId, u32 curveId, float stepAtZero) {
+        const auto read = [&](u32 id) { return parameters[id].GetModulatedValue(context, id); };
+        const auto isNew = [&](u32 id) { return readsAll || Changed(id) || (moved >> id & 1U) != 0; };
+        if (isNew(timeId)) {
+            timed.inc = EnvelopeStage::PhaseStep(read(timeId) * sampleRate, stepAtZero);
+        }
+        if (isNew(curveId)) {
+            timed.SetCurve(read(curveId));
+        }
     };
-    attackStage.inc = step(Attack, 1.0F);
-    attackStage.SetCurve(read(AttackCurve));
-    decayStage.inc = step(Decay, infinity);
-    decayStage.SetCurve(read(DecayCurve));
+    readStage(attackStage, Attack, AttackCurve, 1.0F);
+    readStage(decayStage, Decay, DecayCurve, infinity);
     if (Value(ReleaseLink) > 0.5F) {
         releaseStage = decayStage;
     } else {
-        releaseStage.inc = step(Release, infinity);
-        releaseStage.SetCurve(read(ReleaseCurve));
+        readStage(releaseStage, Release, ReleaseCurve, infinity);
     }
 }
 

@@ -65,7 +65,7 @@ public:
     bool IsRunning() const { return stage != Stage::Idle; }
 
 private:
-    void ReadStages(const ProcessContext& context);
+    void ReadStages(const ProcessContext& context, u32 moved);
     void ReadSwitches();
     void OnModeChanged();
     void OnGateChanged();

@@ -5,6 +5,8 @@
 #include "dsp/vectors/AlignedBuffer.h"
 #include "support/platform/Types.h"
 
+#include <array>
+#include <bit>
 #include <cstddef>
 
 namespace Velmora::dsp {
@@ -31,21 +33,32 @@ private:
     std::size_t stride = 0;
 };
 
-/// Tells whether modulated parameters have to be read: while an input modulates, and once after.
+/// Tells which modulated parameters have to be read: those whose input has another first sample than in the
+/// last block, or has begun or ceased to be active.
 class ModulationWatch {
 public:
-    /// Once per block, for the inputs from first to before end.
-    bool Sees(const ProcessContext& context, u32 first, u32 end) {
-        const bool before = active;
-        active = false;
+    static constexpr u32 mostInputs = 16;
+
+    ModulationWatch() { last.fill(inactive); }
+
+    /// Once per block, for the same inputs from first to before end each time. Bit n stands for input first +
+    /// n.
+    u32 Changes(const ProcessContext& context, u32 first, u32 end) {
+        u32 changes = 0;
         for (u32 input = first; input < end; ++input) {
-            active = active || context.ActiveModulation(input) != nullptr;
+            const u32 n = input - first;
+            const float* modulation = context.ActiveModulation(input);
+            const u64 now = modulation != nullptr ? std::bit_cast<u32>(modulation[0]) : inactive;
+            changes |= now != last[n] ? 1U << n : 0U;
+            last[n] = now;
         }
-        return active || before;
+        return changes;
     }
 
 private:
-    bool active = false;
+    /// No pattern of a sample.
+    static constexpr u64 inactive = ~u64{0};
+    std::array<u64, mostInputs> last;
 };
 
 } // namespace Velmora::dsp

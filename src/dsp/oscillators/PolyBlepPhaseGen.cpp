@@ -121,6 +121,12 @@ bool PolyBlepPhaseGen::Process(ProcessContext& context) {
     return true;
 }
 
+SteadyPhase PolyBlepPhaseGen::RunSteadily(u32 frames) {
+    const SteadyPhase run{phase, ToPhase(increment), static_cast<float>(increment)};
+    phase += run.step * frames;
+    return run;
+}
+
 void PolyBlepPhaseGen::RunOff(const ProcessContext& context) const {
     constexpr std::array<float, 5> values = {0.0F, 0.0F, 0.0F, far, far};
     for (u32 output = 0; output < values.size(); ++output) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/framework/UnitModule.h"
+#include "dsp/oscillators/SteadyPhase.h"
 #include "support/platform/Types.h"
 
 #include <string>
@@ -32,6 +33,9 @@ public:
     void OnReset(bool hard) override;
     bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
+
+    /// Runs over a block without sync and FM whose phases the caller makes from this.
+    SteadyPhase RunSteadily(u32 frames);
 
 private:
     template <bool Master, bool Slave, bool Fm>

@@ -13,22 +13,13 @@ namespace {
 
 using simd::Float4;
 
-constexpr float c0 = 0.014249048F;
-constexpr float c1 = -0.05980679F;
-constexpr float c2 = 0.2597721F;
-constexpr float c3 = -0.8253973F;
-constexpr float c4 = 2.2223659F;
-
 /// Frames filtered at a time, through a copy on the stack: the output may be the input.
 constexpr u32 chunkLength = 64;
 
 /// line holds eight frames more than are written.
 void FilterLine(const float* line, float* out, u32 length) {
-    const auto at = [line](u32 frame) { return Float4::load_unaligned(line + frame); };
     for (u32 n = 0; n < length; n += 4) {
-        const Float4 y = c0 * (at(n + 8) + at(n)) + c1 * (at(n + 7) + at(n + 1)) +
-                         c2 * (at(n + 6) + at(n + 2)) + c3 * (at(n + 5) + at(n + 3)) + c4 * at(n + 4);
-        y.store_unaligned(out + n);
+        PostFiltered<Float4>(line + n).store_unaligned(out + n);
     }
 }
 
@@ -63,15 +54,15 @@ bool PolyBlepPostFilter::Process(ProcessContext& context) {
         return true;
     }
     // The last inputs and the present ones in a row.
-    alignas(16) std::array<float, historyLength + chunkLength> line;
-    std::copy_n(history.begin(), historyLength, line.begin());
+    alignas(16) std::array<float, postFilterPast + chunkLength> line;
+    std::copy_n(history.begin(), postFilterPast, line.begin());
     for (u32 start = 0; start < count; start += chunkLength) {
         const u32 length = std::min(count - start, chunkLength);
-        std::copy_n(in + start, length, line.begin() + historyLength);
+        std::copy_n(in + start, length, line.begin() + postFilterPast);
         FilterLine(line.data(), out + start, length);
-        std::copy_n(line.begin() + length, historyLength, line.begin());
+        std::copy_n(line.begin() + length, postFilterPast, line.begin());
     }
-    std::copy_n(line.begin(), historyLength, history.begin());
+    std::copy_n(line.begin(), postFilterPast, history.begin());
     return true;
 }
 

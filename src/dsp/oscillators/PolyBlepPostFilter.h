@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/framework/UnitModule.h"
+#include "dsp/oscillators/PostFilterTaps.h"
 #include "support/platform/Types.h"
 
 #include <array>
@@ -25,12 +26,12 @@ public:
     bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
 
-private:
-    static constexpr u32 historyLength = 8;
+    /// The last eight inputs, oldest first, for who filters himself.
+    float* History() { return history.data(); }
 
+private:
     bool isOn = false;
-    /// The last inputs, oldest first.
-    std::array<float, historyLength> history{};
+    std::array<float, postFilterPast> history{};
 };
 
 } // namespace Velmora::dsp

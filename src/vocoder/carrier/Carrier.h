@@ -104,6 +104,7 @@ private:
     void ListActiveVoices();
     void RunVoices(const dsp::ProcessContext& context);
     void MixVoices(const dsp::ProcessContext& context);
+    void MixSide(u32 side, const dsp::ProcessContext& context);
     void SwitchEnsemble(bool isUnderSound);
     void RunEnsemble(const dsp::ProcessContext& context);
     void StopEnsemble();

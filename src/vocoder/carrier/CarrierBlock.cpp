@@ -88,17 +88,25 @@ void Carrier::RunVoices(const dsp::ProcessContext& context) {
 }
 
 void Carrier::MixVoices(const dsp::ProcessContext& context) {
+    MixSide(0, context);
+    // A voice is mono: only killers that fade one side alone make the sides differ.
+    if (Child<1>().FindParameter(engine::VoiceKiller::Stereo)->PeekValue() > 0.5F) {
+        std::copy_n(context.outputs[0], context.numFrames, context.outputs[1]);
+    } else {
+        MixSide(1, context);
+    }
+}
+
+void Carrier::MixSide(u32 side, const dsp::ProcessContext& context) {
     constexpr float voiceLevel = 0.5F;
     const Float4 gain(voiceLevel);
     const u32 groupedFrames = context.numFrames & ~3U;
-    for (u32 side = 0; side < outputCount; ++side) {
-        float* out = context.outputs[side];
-        std::fill_n(out, context.numFrames, 0.0F);
-        for (const u32 voice : activeVoices) {
-            const float* in = voiceOutputs[voice * Oscillators::outputCount + side];
-            for (u32 n = 0; n < groupedFrames; n += 4) {
-                (Float4::load_aligned(out + n) + gain * Float4::load_aligned(in + n)).store_aligned(out + n);
-            }
+    float* out = context.outputs[side];
+    std::fill_n(out, context.numFrames, 0.0F);
+    for (const u32 voice : activeVoices) {
+        const float* in = voiceOutputs[voice * Oscillators::outputCount + side];
+        for (u32 n = 0; n < groupedFrames; n += 4) {
+            (Float4::load_aligned(out + n) + gain * Float4::load_aligned(in + n)).store_aligned(out + n);
         }
     }
 }

@@ -59,7 +59,7 @@ void Oscillators::OnInitialize(float sampleRate, u32 maxBlockSize) {
         oscillator.Initialize(sampleRate, maxBlockSize);
     }
     silence = dsp::DecibelsToGain(additional.parameters[Osc1Volume].minValue);
-    buffers.Allocate(BufferCount, maxBlockSize);
+    buffers.Allocate(BufferCount, VoiceKernels::PaddedFrames(maxBlockSize));
     envelope = buffers[EnvelopeBuffer];
     shared = {.phase = buffers[PhaseBuffer],
               .increment = buffers[IncrementBuffer],
@@ -111,12 +111,12 @@ bool Oscillators::IsPositionOn(Additional index, float threshold) {
 
 bool Oscillators::UpdateParameters(dsp::ProcessContext& context) {
     // What did not move is not read again: with many voices the records are far from the caches.
-    const bool isModulated = watch.Sees(context, 0, InputCount);
-    if (!isModulated && !additional.anyParameterChanged) {
+    const u32 moved = watch.Changes(context, 0, InputCount);
+    if (moved == 0 && !additional.anyParameterChanged) {
         return true;
     }
-    if (isModulated || HasChangedBeyondFrequency()) {
-        UpdateSound(context);
+    if (moved != 0 || HasChangedBeyondFrequency()) {
+        UpdateSound(context, moved);
     }
     const float played = AdditionalValue(Frequency);
     hertz[0] = ratios[0] * played;
@@ -130,28 +130,54 @@ bool Oscillators::HasChangedBeyondFrequency() const {
     return std::any_of(marks.begin() + 1, marks.end(), [](u8 mark) { return mark != 0; });
 }
 
-void Oscillators::UpdateSound(const dsp::ProcessContext& context) {
-    UpdateRatios(context);
+void Oscillators::UpdateSound(const dsp::ProcessContext& context, u32 moved) {
+    UpdateRatios(context, moved);
     UpdateWaveforms();
-    oscillators[0].SetLevel(ModulatedValue(context, Osc1Volume, Osc1VolumeMod));
-    oscillators[1].SetLevel(ModulatedValue(context, Osc2Volume, Osc2VolumeMod));
-    oscillators[0].SetShape(ModulatedValue(context, Osc1Shape, Osc1ShapeMod));
-    oscillators[1].SetShape(ModulatedValue(context, Osc2Shape, Osc2ShapeMod));
+    UpdateLevels(context, moved);
+    UpdateShapes(context, moved);
     UpdateSync();
-    UpdateFM(context);
+    if (IsNew(FMAmount, FMAmountMod, moved)) {
+        UpdateFM(context);
+    }
 }
 
-void Oscillators::UpdateRatios(const dsp::ProcessContext& context) {
-    const float fine = ModulatedValue(context, Osc2Fine, Osc2FineMod);
-    const std::array<float, 2> wanted{ModulatedCoarse(context, Osc1Coarse, Osc1CoarseMod),
-                                      ModulatedCoarse(context, Osc2Coarse, Osc2CoarseMod) + fine};
-    for (u32 i = 0; i < 2; ++i) {
-        if (wanted[i] != semitones[i]) {
-            semitones[i] = wanted[i];
-            ratios[i] = SemitonesToRatio(wanted[i]);
+bool Oscillators::IsNew(Additional index, Input input, u32 moved) const {
+    return additional.parameterChanged[index] != 0 || (moved >> input & 1U) != 0;
+}
+
+void Oscillators::UpdateRatios(const dsp::ProcessContext& context, u32 moved) {
+    const auto set = [this](u32 i, float wanted) {
+        if (wanted != semitones[i]) {
+            semitones[i] = wanted;
+            ratios[i] = SemitonesToRatio(wanted);
         }
+    };
+    if (IsNew(Osc1Coarse, Osc1CoarseMod, moved)) {
+        set(0, ModulatedCoarse(context, Osc1Coarse, Osc1CoarseMod));
+    }
+    if (IsNew(Osc2Coarse, Osc2CoarseMod, moved) || IsNew(Osc2Fine, Osc2FineMod, moved)) {
+        set(1, ModulatedCoarse(context, Osc2Coarse, Osc2CoarseMod) +
+                   ModulatedValue(context, Osc2Fine, Osc2FineMod));
     }
     isTracking = additional.parameters[Osc2KeyTrack].GetNormalized() >= 0.5F;
+}
+
+void Oscillators::UpdateLevels(const dsp::ProcessContext& context, u32 moved) {
+    if (IsNew(Osc1Volume, Osc1VolumeMod, moved)) {
+        oscillators[0].SetLevel(ModulatedValue(context, Osc1Volume, Osc1VolumeMod));
+    }
+    if (IsNew(Osc2Volume, Osc2VolumeMod, moved)) {
+        oscillators[1].SetLevel(ModulatedValue(context, Osc2Volume, Osc2VolumeMod));
+    }
+}
+
+void Oscillators::UpdateShapes(const dsp::ProcessContext& context, u32 moved) {
+    if (IsNew(Osc1Shape, Osc1ShapeMod, moved)) {
+        oscillators[0].SetShape(ModulatedValue(context, Osc1Shape, Osc1ShapeMod));
+    }
+    if (IsNew(Osc2Shape, Osc2ShapeMod, moved)) {
+        oscillators[1].SetShape(ModulatedValue(context, Osc2Shape, Osc2ShapeMod));
+    }
 }
 
 void Oscillators::UpdateWaveforms() {

@@ -74,10 +74,14 @@ private:
     bool IsPositionOn(Additional index, float threshold);
 
     bool HasChangedBeyondFrequency() const;
-    /// Everything but the played frequency.
-    void UpdateSound(const dsp::ProcessContext& context);
-    void UpdateRatios(const dsp::ProcessContext& context);
+    /// Everything but the played frequency. Of these only what changed or was moved by an input is read; a
+    /// bit of `moved` stands for an Input.
+    void UpdateSound(const dsp::ProcessContext& context, u32 moved);
+    bool IsNew(Additional index, Input input, u32 moved) const;
+    void UpdateRatios(const dsp::ProcessContext& context, u32 moved);
     void UpdateWaveforms();
+    void UpdateLevels(const dsp::ProcessContext& context, u32 moved);
+    void UpdateShapes(const dsp::ProcessContext& context, u32 moved);
     void UpdateSync();
     void UpdateFM(const dsp::ProcessContext& context);
     /// One oscillator of each voice, up to what drives it.

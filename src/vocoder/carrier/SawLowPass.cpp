@@ -2,80 +2,11 @@
 #include "vocoder/carrier/SawLowPass.h"
 
 #include "dsp/math/CornerAngle.h"
-#include "dsp/vectors/Simd.h"
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 
 namespace Velmora::Processor {
-
-using dsp::simd::Float4;
-
-/// Up to four filters. What is left over repeats the first job: it writes the same once more.
-class SawLowPass::Lanes {
-public:
-    explicit Lanes(std::span<const Job> jobs) {
-        const auto gather = [&jobs](float SawLowPass::*field) {
-            const auto of = [&](u32 lane) { return Lane(jobs, lane).filter->*field; };
-            return Float4{of(0), of(1), of(2), of(3)};
-        };
-        a1 = gather(&SawLowPass::a1);
-        a2 = gather(&SawLowPass::a2);
-        a3 = gather(&SawLowPass::a3);
-        z1 = gather(&SawLowPass::s1);
-        z2 = gather(&SawLowPass::s2);
-        for (u32 lane = 0; lane < rows.size(); ++lane) {
-            rows[lane] = Lane(jobs, lane).samples;
-        }
-    }
-
-    void RunFourFrames(u32 frame) {
-        std::array<Float4, 4> x;
-        for (u32 lane = 0; lane < x.size(); ++lane) {
-            x[lane] = Float4::load_aligned(rows[lane] + frame);
-        }
-        dsp::simd::Transpose(x[0], x[1], x[2], x[3]);
-        for (Float4& sample : x) {
-            sample = Tick(sample);
-        }
-        dsp::simd::Transpose(x[0], x[1], x[2], x[3]);
-        for (u32 lane = 0; lane < x.size(); ++lane) {
-            x[lane].store_aligned(rows[lane] + frame);
-        }
-    }
-
-    void KeepStates(std::span<const Job> jobs) const {
-        std::array<float, 4> first;
-        std::array<float, 4> second;
-        z1.store_unaligned(first.data());
-        z2.store_unaligned(second.data());
-        for (u32 lane = 0; lane < jobs.size(); ++lane) {
-            jobs[lane].filter->Keep(first[lane], second[lane]);
-        }
-    }
-
-private:
-    static const Job& Lane(std::span<const Job> jobs, u32 lane) {
-        return jobs[lane < jobs.size() ? lane : 0];
-    }
-
-    Float4 Tick(Float4 x) {
-        const Float4 v3 = x - z2;
-        const Float4 v1 = a1 * z1 + a2 * v3;
-        const Float4 v2 = z2 + a2 * z1 + a3 * v3;
-        z1 = 2.0F * v1 - z1;
-        z2 = 2.0F * v2 - z2;
-        return v2;
-    }
-
-    Float4 a1;
-    Float4 a2;
-    Float4 a3;
-    Float4 z1;
-    Float4 z2;
-    std::array<float*, 4> rows;
-};
 
 void SawLowPass::Prepare(float rate) {
     sampleRate = rate;
@@ -101,27 +32,21 @@ void SawLowPass::SetCutoff(float hz) {
 }
 
 void SawLowPass::Run(std::span<const Job> jobs, u32 frames) {
-    constexpr u32 laneCount = 4;
-    if (jobs.empty()) {
-        return;
+    LowPassLanes lanes{};
+    std::array<float*, mostJobs> channels;
+    for (u32 lane = 0; lane < jobs.size(); ++lane) {
+        const SawLowPass& filter = *jobs[lane].filter;
+        lanes.a1[lane] = filter.a1;
+        lanes.a2[lane] = filter.a2;
+        lanes.a3[lane] = filter.a3;
+        lanes.z1[lane] = filter.s1;
+        lanes.z2[lane] = filter.s2;
+        channels[lane] = jobs[lane].samples;
     }
-    const auto near = jobs.first(std::min<std::size_t>(jobs.size(), laneCount));
-    const auto far = jobs.subspan(near.size());
-    Lanes nearLanes(near);
-    if (far.empty()) {
-        for (u32 n = 0; n < frames; n += 4) {
-            nearLanes.RunFourFrames(n);
-        }
-    } else {
-        // Two chains that do not wait for each other.
-        Lanes farLanes(far);
-        for (u32 n = 0; n < frames; n += 4) {
-            nearLanes.RunFourFrames(n);
-            farLanes.RunFourFrames(n);
-        }
-        farLanes.KeepStates(far);
+    SelectVoiceKernels().lowPass(lanes, channels.data(), static_cast<u32>(jobs.size()), frames);
+    for (u32 lane = 0; lane < jobs.size(); ++lane) {
+        jobs[lane].filter->Keep(lanes.z1[lane], lanes.z2[lane]);
     }
-    nearLanes.KeepStates(near);
 }
 
 void SawLowPass::Keep(float z1, float z2) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "support/platform/Types.h"
+#include "vocoder/carrier/kernels/VoiceKernels.h"
 
 #include <span>
 
@@ -9,7 +10,7 @@ namespace Velmora::Processor {
 
 /// The two-pole low-pass behind the saw of a voice, in trapezoidal form (A. Simper, "Linear trapezoidal
 /// integrated SVF"). Each sample waits for the one before it, so one filter leaves the processor idle most of
-/// the time; those of several voices run in the lanes of vectors, which takes no longer than one.
+/// the time; those of several voices run in the lanes of vectors, which takes hardly longer than one.
 class SawLowPass {
 public:
     /// A filter and its samples, 16-byte aligned, filtered in place.
@@ -18,7 +19,7 @@ public:
         float* samples;
     };
     /// The most jobs of one call.
-    static constexpr u32 mostJobs = 8;
+    static constexpr u32 mostJobs = LowPassLanes::width;
 
     /// Forgets the cutoff.
     void Prepare(float rate);
@@ -29,8 +30,6 @@ public:
     static void Run(std::span<const Job> jobs, u32 frames);
 
 private:
-    class Lanes;
-
     void Keep(float z1, float z2);
 
     float sampleRate = 44100.0F;

@@ -8,6 +8,7 @@
 #include "dsp/math/Within.h"
 #include "dsp/vectors/Simd.h"
 #include "vocoder/carrier/VoiceFrequency.h"
+#include "vocoder/carrier/kernels/VoiceKernels.h"
 
 #include <algorithm>
 #include <cmath>
@@ -43,7 +44,6 @@ VoiceOscillator::VoiceOscillator()
     : driveCurve(dsp::Declare::Exponential({}, -12.0F, 24.0F, -6.0F).Record()), lastFrequency(unknown),
       lastLevel(unknown), lastShape(unknown) {
     phaseGen.SetParameterNormalized(PhaseGen::On, 1.0F);
-    postFilter.SetParameterNormalized(dsp::PolyBlepPostFilter::On, 1.0F);
     ForEachShape([]<class Shape>(Shape& shape) {
         shape.SetParameterNormalized(Shape::On, 1.0F);
         shape.SetParameterNormalized(Shape::AAOn, 1.0F);
@@ -110,10 +110,12 @@ void VoiceOscillator::SetShape(float position) {
 }
 
 void VoiceOscillator::SetSyncMaster(bool on) {
+    isSynced = on;
     phaseGen.SetParameterNormalized(PhaseGen::HSMaster, on ? 1.0F : 0.0F);
 }
 
 void VoiceOscillator::SetSyncSlave(bool on) {
+    isSynced = on;
     const float position = on ? 1.0F : 0.0F;
     phaseGen.SetParameterNormalized(PhaseGen::HSSlave, position);
     ForEachShape(
@@ -142,10 +144,10 @@ void VoiceOscillator::JumpToTargets() {
 
 void VoiceOscillator::Render(const dsp::ProcessContext& context, float frequency,
                              const VoiceBuffers& buffers) {
-    const float limited = LimitVoiceFrequency(frequency);
-    if (limited != lastFrequency) {
-        lastFrequency = limited;
-        phaseGen.SetParameterValue(PhaseGen::Frequency, limited);
+    SetFrequency(LimitVoiceFrequency(frequency));
+    if (waveform == Saw && !isSynced && !isModulated) {
+        RenderSteadySaw(context, buffers.out);
+        return;
     }
     RunPhase(context, buffers);
     RunWaveform(context, buffers);
@@ -155,8 +157,27 @@ void VoiceOscillator::Render(const dsp::ProcessContext& context, float frequency
         }
     }
     if (waveform != Noise) {
-        RunPostFilter(context, buffers);
+        SelectVoiceKernels().postFilter(postFilter.History(), buffers.out, context.numFrames);
     }
+}
+
+void VoiceOscillator::SetFrequency(float hz) {
+    if (hz != lastFrequency) {
+        lastFrequency = hz;
+        phaseGen.SetParameterValue(PhaseGen::Frequency, hz);
+    }
+}
+
+void VoiceOscillator::RenderSteadySaw(const dsp::ProcessContext& context, float* out) {
+    dsp::ProcessContext none = context.ForChild(nullptr, 0, nullptr, 0);
+    const auto update = [&none](auto& module) {
+        module.UpdateParameters(none);
+        dsp::FinishChild(module);
+    };
+    update(phaseGen);
+    update(saw);
+    SelectVoiceKernels().renderSaw(phaseGen.RunSteadily(context.numFrames), postFilter.History(), out,
+                                   context.numFrames);
 }
 
 void VoiceOscillator::Finish(const VoiceBuffers& buffers, u32 frames) {
@@ -197,41 +218,26 @@ void VoiceOscillator::RunWaveform(const dsp::ProcessContext& context, const Voic
     }
 }
 
-void VoiceOscillator::RunPostFilter(const dsp::ProcessContext& context, const VoiceBuffers& buffers) {
-    const float* inputs[] = {buffers.out};
-    float* outputs[] = {buffers.out};
-    dsp::ProcessContext child = context.ForChild(inputs, 1, outputs, 1);
-    dsp::RunChild(postFilter, child);
-}
-
-/// A sine as waveshaper. Below unity drive it is brought back to full height; above, it folds.
 void VoiceOscillator::Drive(const VoiceBuffers& buffers, u32 frames) {
+    const VoiceKernels& kernels = SelectVoiceKernels();
     if (isDriveSmooth) {
-        DriveBy([this](Float4 turns) { return MeanSine(turns, lastTurns); }, buffers, frames);
+        DriveSmoothly(buffers, frames);
+    } else if (driveGain.IsAtTarget()) {
+        kernels.drive(buffers.out, static_cast<float>(driveGain.target), frames);
     } else {
-        DriveBy([](Float4 turns) { return QuarterTurnSine(turns); }, buffers, frames);
+        driveGain.RenderBlock(buffers.drive, frames);
+        kernels.driveMoving(buffers.out, buffers.drive, frames);
     }
 }
 
-template <class Fold>
-void VoiceOscillator::DriveBy(Fold fold, const VoiceBuffers& buffers, u32 frames) {
-    if (driveGain.IsAtTarget()) {
-        const auto gain = static_cast<float>(driveGain.target);
-        const Float4 g(gain);
-        const Float4 height = gain >= 1.0F ? Float4(1.0F) : 1.0F / QuarterTurnSine(g);
-        for (u32 n = 0; n < frames; n += 4) {
-            const Float4 y = Float4::load_aligned(buffers.out + n);
-            (fold(g * y) * height).store_aligned(buffers.out + n);
-        }
-        return;
-    }
+void VoiceOscillator::DriveSmoothly(const VoiceBuffers& buffers, u32 frames) {
     driveGain.RenderBlock(buffers.drive, frames);
     const Float4 one(1.0F);
     for (u32 n = 0; n < frames; n += 4) {
         const Float4 g = Float4::load_aligned(buffers.drive + n);
         const Float4 y = Float4::load_aligned(buffers.out + n);
         const Float4 height = xsimd::select(g >= one, one, 1.0F / QuarterTurnSine(g));
-        (fold(g * y) * height).store_aligned(buffers.out + n);
+        (MeanSine(g * y, lastTurns) * height).store_aligned(buffers.out + n);
     }
 }
 

@@ -55,11 +55,12 @@ public:
     /// Levels and drive are at their targets at once, without a glide.
     void JumpToTargets();
 
-    /// Renders the bare waveform into buffers.out. The frequency in Hz is brought into 20 to 20000.
+    /// Renders the bare waveform into buffers.out. The frequency in Hz is brought into 20 to 20000. May
+    /// overwrite what lies behind the block, up to VoiceKernels::PaddedFrames.
     void Render(const dsp::ProcessContext& context, float frequency, const VoiceBuffers& buffers);
     /// What has to filter buffers.out then; null when nothing has.
     SawLowPass* LowPass() { return waveform == Saw ? &lowPass : nullptr; }
-    /// Drives the filtered waveform when it is one that can be driven.
+    /// Drives the filtered waveform when it is one that can be driven. Overwrites as Render does.
     void Finish(const VoiceBuffers& buffers, u32 frames);
 
     /// Renders the level, linear, into `out`.
@@ -79,12 +80,13 @@ private:
         operation(square);
     }
 
+    void SetFrequency(float hz);
+    /// Most voices of most patches: phase, waveform and post filter in one.
+    void RenderSteadySaw(const dsp::ProcessContext& context, float* out);
     void RunPhase(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
     void RunWaveform(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
-    void RunPostFilter(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
     void Drive(const VoiceBuffers& buffers, u32 frames);
-    template <class Fold>
-    void DriveBy(Fold fold, const VoiceBuffers& buffers, u32 frames);
+    void DriveSmoothly(const VoiceBuffers& buffers, u32 frames);
 
     PhaseGen phaseGen;
     dsp::PolyBlepTriangle triangle;
@@ -98,6 +100,7 @@ private:
     dsp::ModuleParam driveCurve;
 
     i32 waveform = Triangle;
+    bool isSynced = false;
     bool isModulated = false;
     bool isDriveSmooth = false;
     /// The argument of the drive's sine at the last sample, in quarter turns.

@@ -27,7 +27,7 @@ template <class Settings, class Controls>
 class EffectUnit : public UnitModule {
 public:
     bool UpdateParameters(ProcessContext& context) final {
-        const bool modulated = modulations.Sees(context, 2, numInputs);
+        const bool modulated = modulations.Changes(context, 2, numInputs) != 0;
         // A tempo that is not a number differs from itself, which costs a little time and no more.
         if (needsUpdate || anyParameterChanged || modulated || context.tempo != lastTempo) {
             lastTempo = context.tempo;
@@ -52,6 +52,7 @@ protected:
         : UnitModule(std::move(moduleName), 2 + static_cast<u32>(count), outputCount,
                      RecordsOf(declarations)),
           inputOf(declarations.size(), 0) {
+        static_assert(count <= ModulationWatch::mostInputs);
         for (u32 input = 0; input < count; ++input) {
             inputOf[modulationInputs[input]] = 2 + input;
         }
