@@ -21,7 +21,8 @@ class IProcessor_V8;
 namespace orphia::host {
 
 /// The engine as other programs get it: a shared library with one export, loaded at run time. It stays loaded
-/// as long as something made from it is held. Safe to share between threads once it is made.
+/// as long as something made from it is held. Safe to share between threads once it is made. Where nothing
+/// can be loaded it is a part of the program: paths are ignored, and there is nothing to search.
 class EngineLibrary {
 public:
     using Processor = Velmora::Processor::IProcessor_V8;
@@ -59,6 +60,7 @@ public:
 
 private:
     explicit EngineLibrary(std::filesystem::path path);
+    Velmora::Processor::IProcessorFactory* MakeFactory(std::filesystem::path file);
     [[noreturn]] void Refuse(std::string_view reason) const;
 
     std::filesystem::path path;

@@ -2,12 +2,12 @@
 #include "host/parameters/ParameterText.h"
 
 #include "host/common/Errors.h"
+#include "support/platform/Numbers.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <optional>
 
@@ -54,14 +54,13 @@ std::optional<double> TakeNumber(std::string_view& text) {
     if (rest.starts_with('+') && !rest.starts_with("+-")) {
         rest.remove_prefix(1);
     }
-    double number = 0.0;
-    const auto result = std::from_chars(rest.data(), rest.data() + rest.size(), number);
-    if (result.ec != std::errc() || !std::isfinite(number)) {
+    const Velmora::Platform::ParsedNumber parsed = Velmora::Platform::ParseNumber(rest);
+    if (parsed.length == 0) {
         return std::nullopt;
     }
-    rest.remove_prefix(static_cast<std::size_t>(result.ptr - rest.data()));
+    rest.remove_prefix(parsed.length);
     text = Trim(rest);
-    return number;
+    return parsed.number;
 }
 
 std::string_view NameOfUnit(ParameterUnit unit) {
@@ -156,19 +155,13 @@ std::optional<unsigned> StepOfChoice(const ParameterInfo& info, std::string_view
 }
 
 /// The shortest digits that give the same float, without an exponent.
-std::string Digits(float number) {
-    std::array<char, 64> text{};
-    const auto result = std::to_chars(text.data(), text.data() + text.size(), number == 0.0F ? 0.0F : number,
-                                      std::chars_format::fixed);
-    return {text.data(), result.ptr};
-}
+std::string Digits(float number) { return Velmora::Platform::FixedDigits(number == 0.0F ? 0.0F : number); }
 
 /// Short times read better in ms; but only where that is the same number.
 std::string Seconds(float value) {
     const float milliseconds = value * 1000.0F;
     const std::string digits = Digits(milliseconds);
-    double readBack = 0.0;
-    std::from_chars(digits.data(), digits.data() + digits.size(), readBack);
+    const double readBack = Velmora::Platform::ParseNumber(digits).number;
     const bool exact = static_cast<float>(readBack * 1e-3) == value;
     return value < 1.0F && value > 0.0F && exact ? digits + " ms" : Digits(value) + " s";
 }
@@ -269,9 +262,7 @@ ParameterSetting SettingAt(const ParameterCatalog& catalog, std::uint32_t id, fl
     const float value = catalog.ToValue(id, position);
     for (int digits = 1; digits <= mostDigits; ++digits) {
         const std::string text = fmt::format("{:.{}g}", value, digits);
-        double rounded = 0.0;
-        std::from_chars(text.data(), text.data() + text.size(), rounded);
-        const auto candidate = static_cast<float>(rounded);
+        const auto candidate = static_cast<float>(Velmora::Platform::ParseNumber(text).number);
         const bool isInRange =
             candidate >= catalog.Parameters()[id].minimum && candidate <= catalog.Parameters()[id].maximum;
         if (isInRange && catalog.ToPosition(id, candidate) == position) {

@@ -2,6 +2,7 @@
 #include "host/player/BlockAdapter.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace orphia::host {
 
@@ -151,7 +152,7 @@ void BlockAdapter::GiveOut(const Passage& passage, std::uint32_t count) {
 
 void BlockAdapter::FillUp(std::uint32_t from) {
     for (std::vector<float>& side : in) {
-        std::fill(side.begin() + from, side.end(), 0.0F);
+        std::fill(side.begin() + static_cast<std::ptrdiff_t>(from), side.end(), 0.0F);
     }
 }
 

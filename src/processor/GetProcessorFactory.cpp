@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The export of the library, and what it makes.
+#include "dsp/pitch/RealFft.h"
 #include "processor/adapter/DsplibProcessor-Impl.h"
 #include "processor/boundary/IProcessorFactory.h"
 #include "processor/instrument/VocoderProcessor.h"
-#include "support/platform/KeepLoaded.h"
-
-#include <fftw3.h>
 
 #include <new>
 
@@ -31,10 +29,6 @@ static_assert(sizeof(VocoderProcessorFactory) == sizeof(IProcessorFactory));
 
 /// The one function of the library that hosts call. Each call makes a factory, which the caller deletes.
 extern "C" Velmora::Processor::IProcessorFactory* GetProcessorFactory() {
-    // What FFTW remembers of its plans would be lost each time that it is unloaded with this library. To
-    // clear it instead would take away the plans of others in the process.
-    Velmora::Platform::KeepLoaded(&fftwf_cleanup);
-    // Its planner calls the locks of the other one of its libraries.
-    Velmora::Platform::KeepLoaded(&fftwf_make_planner_thread_safe);
+    Velmora::dsp::RealFft::KeepLoaded();
     return new VocoderProcessorFactory();
 }

@@ -22,7 +22,7 @@ struct Event {
     u8 reserved[13] = {};
 };
 
-static_assert(sizeof(Event) == 24, "hosts know this size");
+static_assert(!has64BitPointers || sizeof(Event) == 24, "hosts know this size");
 
 /// The events of one block in order. It never grows: what does not fit is dropped.
 struct EventQueue {

@@ -2,9 +2,8 @@
 #pragma once
 
 #include "dsp/vectors/Simd.h"
+#include "support/platform/Standard.h"
 #include "support/platform/Types.h"
-
-#include <bit>
 
 /// Exponential and logarithm for control curves, within 1e-4: both build on the bit pattern of a
 /// float, whose exponent field is a logarithm already, and correct the mantissa by a fraction of one pole.
@@ -36,7 +35,7 @@ inline float FastExp(float x) {
     p = p < details::highestPower ? p : details::highestPower;
     const float whole = static_cast<float>(static_cast<i32>(p));
     const float fraction = p < 0.0F ? p - whole + 1.0F : p - whole;
-    return std::bit_cast<float>(static_cast<i32>(details::PatternOfPower(p, fraction)));
+    return BitCast<float>(static_cast<i32>(details::PatternOfPower(p, fraction)));
 }
 
 /// The same of four numbers, to the bit.
@@ -53,8 +52,8 @@ inline simd::Float4 FastExp(simd::Float4 x) {
 
 /// Natural logarithm of a positive number.
 inline float FastLog(float y) {
-    const u32 pattern = std::bit_cast<u32>(y);
-    const float mantissa = std::bit_cast<float>((pattern & 0x007FFFFFU) | 0x3F000000U);
+    const u32 pattern = BitCast<u32>(y);
+    const float mantissa = BitCast<float>((pattern & 0x007FFFFFU) | 0x3F000000U);
     const float log2 = static_cast<float>(pattern) * 1.1920929e-07F - 124.22552F - mantissa * 1.4980303F -
                        1.72588F / (mantissa + 0.35208872F);
     return log2 * 0.6931472F;

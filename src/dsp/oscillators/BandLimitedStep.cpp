@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/oscillators/BandLimitedStep.h"
 
+#include "support/platform/Standard.h"
+
 #include <cmath>
 #include <numbers>
 #include <vector>
@@ -18,7 +20,7 @@ double WindowedSinc(double distance) {
     if (edge * edge >= 1.0) {
         return 0.0;
     }
-    const double window = std::cyl_bessel_i(0.0, windowShape * std::sqrt(1.0 - edge * edge));
+    const double window = Platform::BesselI0(windowShape * std::sqrt(1.0 - edge * edge));
     const double angle = std::numbers::pi * distance;
     return window * (angle == 0.0 ? 1.0 : std::sin(angle) / angle);
 }

@@ -53,7 +53,7 @@ private:
         /// A call that is still here must not be written over: it would die unrun, on the wrong thread.
         bool movedOut = true;
     };
-    static_assert(captureSize != 64 || sizeof(Cell) == 80);
+    static_assert(!has64BitPointers || captureSize != 64 || sizeof(Cell) == 80);
 
     // One cell stays free, so that equal indices always mean an empty ring.
     static constexpr u32 cellCount = usableCells + 1;

@@ -3,6 +3,7 @@
 
 #include "support/CLog.h"
 #include "support/platform/Platform.h"
+#include "support/platform/Threads.h"
 
 #include <exception>
 #include <string>
@@ -12,7 +13,9 @@ namespace Velmora::dsp {
 
 template <std::size_t captureSize, u32 queueSize>
 ResourceManager<captureSize, queueSize>::ResourceManager() {
-    worker = std::thread([this] { WorkerLoop(); });
+    if (Platform::HasThreads()) {
+        worker = std::thread([this] { WorkerLoop(); });
+    }
 }
 
 template <std::size_t captureSize, u32 queueSize>
@@ -22,13 +25,22 @@ ResourceManager<captureSize, queueSize>::~ResourceManager() {
 
 template <std::size_t captureSize, u32 queueSize>
 void ResourceManager<captureSize, queueSize>::StopWorker() {
-    if (!stopping.exchange(true, std::memory_order_acq_rel)) {
+    if (!stopping.exchange(true, std::memory_order_acq_rel) && worker.joinable()) {
         worker.join();
     }
 }
 
 template <std::size_t captureSize, u32 queueSize>
 void ResourceManager<captureSize, queueSize>::RunResults() {
+    if (!Platform::HasThreads()) {
+        FreeUnused();
+        RunCommands();
+    }
+    RunFinished();
+}
+
+template <std::size_t captureSize, u32 queueSize>
+void ResourceManager<captureSize, queueSize>::RunFinished() {
     Call result;
     while (results.Pop(result)) {
         result(true);
@@ -41,7 +53,11 @@ bool ResourceManager<captureSize, queueSize>::PostResult(Call& result) noexcept 
         if (IsStopping()) {
             return false;
         }
-        std::this_thread::sleep_for(retryTime);
+        if (Platform::HasThreads()) {
+            std::this_thread::sleep_for(retryTime);
+        } else {
+            RunFinished();
+        }
     }
     return true;
 }

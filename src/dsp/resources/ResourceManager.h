@@ -19,7 +19,8 @@ namespace Velmora::dsp {
 
 /// Does for the audio thread what that thread must not do: a worker thread runs commands which may block and
 /// allocate, and answers by results, which the audio thread runs. Whatever is made on the way is owned here,
-/// too, and freed by the worker once nobody else holds it.
+/// too, and freed by the worker once nobody else holds it. On a system without threads RunResults does the
+/// worker's part as well, in its place.
 ///
 /// Commands and results hold captureSize bytes; each queue holds queueSize of them. The implementation is in
 /// ResourceManager.cpp, for <64, 12>.
@@ -66,6 +67,7 @@ private:
     void WorkerLoop() noexcept;
     void FreeUnused();
     void RunCommands();
+    void RunFinished();
     bool IsStopping() const { return stopping.load(std::memory_order_acquire); }
 
     const ServiceUser user;

@@ -95,8 +95,9 @@ void SamplePlayer::EnterLoop() {
 }
 
 void SamplePlayer::SetStretch(bool on, double factor) {
-    wantsStretch = on;
-    wantedFactor = factor;
+    const bool isPossible = SampleStretcher::IsPossible();
+    wantsStretch = on && isPossible;
+    wantedFactor = isPossible ? factor : 1.0;
     FollowStretch();
 }
 

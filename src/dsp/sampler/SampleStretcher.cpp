@@ -32,12 +32,18 @@ public:
 
 } // namespace
 
+struct SampleStretcher::Library : RubberBandStretcher {
+    using RubberBandStretcher::RubberBandStretcher;
+};
+
+bool SampleStretcher::IsPossible() { return true; }
+
 SampleStretcher::SampleStretcher() = default;
 SampleStretcher::~SampleStretcher() = default;
 
 void SampleStretcher::Make(float sampleRate) {
     const auto rate = static_cast<std::size_t>(std::max(sampleRate, lowestRate));
-    engine = std::make_unique<RubberBandStretcher>(rate, 1, std::make_shared<SilentLogger>(), options);
+    engine = std::make_unique<Library>(rate, 1, std::make_shared<SilentLogger>(), options);
     engine->setMaxProcessSize(processSize);
     // The output ring grows with the largest ratio so far, the window below a ratio of about 0.19: now, so
     // that they need not in a block.

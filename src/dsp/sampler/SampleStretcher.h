@@ -7,10 +7,6 @@
 #include <array>
 #include <memory>
 
-namespace RubberBand {
-class RubberBandStretcher;
-}
-
 namespace Velmora::dsp {
 
 /// Stretches one channel in time while it plays, at unchanged pitch. Its delay is not compensated: the first
@@ -20,6 +16,9 @@ public:
     /// Output per input; the range within which nothing allocates.
     static constexpr double longestRatio = 10.0;
     static constexpr double shortestRatio = 0.125;
+
+    /// Whether this build has a stretcher at all. Without, none is ever made.
+    static bool IsPossible();
 
     SampleStretcher();
     ~SampleStretcher();
@@ -42,6 +41,8 @@ public:
 private:
     static constexpr u32 portionSize = 512;
 
+    struct Library;
+
     template <class Source>
     void Refill(Source& read);
     u32 Available() const;
@@ -49,7 +50,7 @@ private:
     void Feed(u32 count);
     u32 Retrieve(float* out, u32 count);
 
-    std::unique_ptr<RubberBand::RubberBandStretcher> engine;
+    std::unique_ptr<Library> engine;
     std::array<float, portionSize> portion{};
     bool hasInput = false;
 };

@@ -10,8 +10,6 @@
 /// touched.
 namespace Velmora::Processor {
 
-static_assert(sizeof(void*) == 8, "the host interface is laid out for 64-bit pointers");
-
 /// What Initialize reads of the host's set-up record: nothing behind the first field.
 struct ProcessorSetup {
     /// In Hz.
@@ -33,8 +31,8 @@ struct HostEventRecord {
     u64 length = midiLength;
 };
 
-static_assert(sizeof(HostEventRecord) == 16);
-static_assert(offsetof(HostEventRecord, length) == 8);
+static_assert(!has64BitPointers || sizeof(HostEventRecord) == 16);
+static_assert(!has64BitPointers || offsetof(HostEventRecord, length) == 8);
 
 /// Tells the host of new data of a parameter. The data stay where they are, in the processor.
 struct ParameterDataRecord {
@@ -45,9 +43,9 @@ struct ParameterDataRecord {
     const void* data = nullptr;
 };
 
-static_assert(sizeof(ParameterDataRecord) == 24);
-static_assert(offsetof(ParameterDataRecord, size) == 8);
-static_assert(offsetof(ParameterDataRecord, data) == 16);
+static_assert(!has64BitPointers || sizeof(ParameterDataRecord) == 24);
+static_assert(!has64BitPointers || offsetof(ParameterDataRecord, size) == 8);
+static_assert(!has64BitPointers || offsetof(ParameterDataRecord, data) == 16);
 
 /// Tells the host of a new value of a parameter.
 struct ParameterValueRecord {
@@ -55,8 +53,8 @@ struct ParameterValueRecord {
     u8 value[8] = {};
 };
 
-static_assert(sizeof(ParameterValueRecord) == 12);
-static_assert(offsetof(ParameterValueRecord, value) == 4);
+static_assert(!has64BitPointers || sizeof(ParameterValueRecord) == 12);
+static_assert(!has64BitPointers || offsetof(ParameterValueRecord, value) == 4);
 
 /// The host's description of a parameter, which the processor fills. Zeroed by the host: a name may be copied
 /// without its terminator.
@@ -71,9 +69,9 @@ struct ParameterInfoRecord {
     u64 dataSize;
 };
 
-static_assert(offsetof(ParameterInfoRecord, name) == 0);
-static_assert(offsetof(ParameterInfoRecord, dataKind) == 272);
-static_assert(offsetof(ParameterInfoRecord, dataSize) == 280);
+static_assert(!has64BitPointers || offsetof(ParameterInfoRecord, name) == 0);
+static_assert(!has64BitPointers || offsetof(ParameterInfoRecord, dataKind) == 272);
+static_assert(!has64BitPointers || offsetof(ParameterInfoRecord, dataSize) == 280);
 
 /// The outgoing events of one port.
 struct HostPortEvents {
@@ -81,8 +79,8 @@ struct HostPortEvents {
     const HostEventRecord* records;
 };
 
-static_assert(sizeof(HostPortEvents) == 16);
-static_assert(offsetof(HostPortEvents, records) == 8);
+static_assert(!has64BitPointers || sizeof(HostPortEvents) == 16);
+static_assert(!has64BitPointers || offsetof(HostPortEvents, records) == 8);
 
 /// One block, as the host hands it over.
 struct HostProcessData {
@@ -124,24 +122,24 @@ struct HostProcessData {
     float hostValueB;
 };
 
-static_assert(offsetof(HostProcessData, outputs) == 16);
-static_assert(offsetof(HostProcessData, inputs) == 24);
-static_assert(offsetof(HostProcessData, numInputs) == 32);
-static_assert(offsetof(HostProcessData, numOutputs) == 36);
-static_assert(offsetof(HostProcessData, numFrames) == 40);
-static_assert(offsetof(HostProcessData, numOutEvents) == 128);
-static_assert(offsetof(HostProcessData, outEvents) == 136);
-static_assert(offsetof(HostProcessData, auxOutputs) == 144);
-static_assert(offsetof(HostProcessData, numAuxOutputs) == 152);
-static_assert(offsetof(HostProcessData, processMode) == 160);
-static_assert(offsetof(HostProcessData, tempo) == 168);
-static_assert(offsetof(HostProcessData, isPlaying) == 172);
-static_assert(offsetof(HostProcessData, songPosition) == 176);
-static_assert(offsetof(HostProcessData, auxInputs) == 184);
-static_assert(offsetof(HostProcessData, numAuxInputs) == 192);
-static_assert(offsetof(HostProcessData, portOutputs) == 200);
-static_assert(offsetof(HostProcessData, numPorts) == 208);
-static_assert(offsetof(HostProcessData, hostValueA) == 216);
-static_assert(offsetof(HostProcessData, hostValueB) == 220);
+static_assert(!has64BitPointers || offsetof(HostProcessData, outputs) == 16);
+static_assert(!has64BitPointers || offsetof(HostProcessData, inputs) == 24);
+static_assert(!has64BitPointers || offsetof(HostProcessData, numInputs) == 32);
+static_assert(!has64BitPointers || offsetof(HostProcessData, numOutputs) == 36);
+static_assert(!has64BitPointers || offsetof(HostProcessData, numFrames) == 40);
+static_assert(!has64BitPointers || offsetof(HostProcessData, numOutEvents) == 128);
+static_assert(!has64BitPointers || offsetof(HostProcessData, outEvents) == 136);
+static_assert(!has64BitPointers || offsetof(HostProcessData, auxOutputs) == 144);
+static_assert(!has64BitPointers || offsetof(HostProcessData, numAuxOutputs) == 152);
+static_assert(!has64BitPointers || offsetof(HostProcessData, processMode) == 160);
+static_assert(!has64BitPointers || offsetof(HostProcessData, tempo) == 168);
+static_assert(!has64BitPointers || offsetof(HostProcessData, isPlaying) == 172);
+static_assert(!has64BitPointers || offsetof(HostProcessData, songPosition) == 176);
+static_assert(!has64BitPointers || offsetof(HostProcessData, auxInputs) == 184);
+static_assert(!has64BitPointers || offsetof(HostProcessData, numAuxInputs) == 192);
+static_assert(!has64BitPointers || offsetof(HostProcessData, portOutputs) == 200);
+static_assert(!has64BitPointers || offsetof(HostProcessData, numPorts) == 208);
+static_assert(!has64BitPointers || offsetof(HostProcessData, hostValueA) == 216);
+static_assert(!has64BitPointers || offsetof(HostProcessData, hostValueB) == 220);
 
 } // namespace Velmora::Processor

@@ -71,6 +71,6 @@ protected:
     ILogSink* logger = nullptr;
 };
 
-static_assert(sizeof(IProcessor) == 40);
+static_assert(!has64BitPointers || sizeof(IProcessor) == 40);
 
 } // namespace Velmora::Processor

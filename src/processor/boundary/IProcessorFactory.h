@@ -36,6 +36,6 @@ protected:
     }
 };
 
-static_assert(sizeof(IProcessorFactory) == 8 + 3 * IProcessorFactory::textCapacity);
+static_assert(!has64BitPointers || sizeof(IProcessorFactory) == 8 + 3 * IProcessorFactory::textCapacity);
 
 } // namespace Velmora::Processor

@@ -21,7 +21,7 @@ protected:
     IProcessor_V2() { info.interfaceVersion = 2; }
 };
 
-static_assert(sizeof(IProcessor_V2) == sizeof(IProcessor));
+static_assert(!has64BitPointers || sizeof(IProcessor_V2) == sizeof(IProcessor));
 
 /// Level 3 of the host interface: events. No data of its own.
 class IProcessor_V3 : public IProcessor_V2 {
@@ -43,7 +43,7 @@ protected:
     IProcessor_V3() { info.interfaceVersion = 3; }
 };
 
-static_assert(sizeof(IProcessor_V3) == sizeof(IProcessor));
+static_assert(!has64BitPointers || sizeof(IProcessor_V3) == sizeof(IProcessor));
 
 /// Level 4 of the host interface: changes that the engine reports to the host. Bytes 40 to 67 of the object.
 class IProcessor_V4 : public IProcessor_V3 {
@@ -75,7 +75,7 @@ private:
     }
 };
 
-static_assert(sizeof(IProcessor_V4) == 72);
+static_assert(!has64BitPointers || sizeof(IProcessor_V4) == 72);
 
 /// Level 5 of the host interface: blocks whose size depends on the sample rate. Bytes 72 to 103 of the
 /// object.
@@ -93,7 +93,7 @@ protected:
     alignas(8) Info_V3 infoV5;
 };
 
-static_assert(sizeof(IProcessor_V5) == 104);
+static_assert(!has64BitPointers || sizeof(IProcessor_V5) == 104);
 
 /// Level 6 of the host interface: latency, and a description that later levels can extend, since it lies
 /// outside the object. Its pointer is at byte 104.
@@ -127,7 +127,7 @@ protected:
     std::unique_ptr<Info_V5> newestInfo;
 };
 
-static_assert(sizeof(IProcessor_V6) == 112);
+static_assert(!has64BitPointers || sizeof(IProcessor_V6) == 112);
 
 /// Level 7 of the host interface: loading in the background. No data of its own.
 class IProcessor_V7 : public IProcessor_V6 {
@@ -143,7 +143,7 @@ protected:
         : IProcessor_V6(description ? std::move(description) : std::make_unique<Info_V5>(7U)) {}
 };
 
-static_assert(sizeof(IProcessor_V7) == sizeof(IProcessor_V6));
+static_assert(!has64BitPointers || sizeof(IProcessor_V7) == sizeof(IProcessor_V6));
 
 /// Level 8 of the host interface: the block. No data of its own.
 class IProcessor_V8 : public IProcessor_V7 {
@@ -158,6 +158,6 @@ protected:
     explicit IProcessor_V8(std::unique_ptr<Info_V5> description) : IProcessor_V7(std::move(description)) {}
 };
 
-static_assert(sizeof(IProcessor_V8) == sizeof(IProcessor_V6));
+static_assert(!has64BitPointers || sizeof(IProcessor_V8) == sizeof(IProcessor_V6));
 
 } // namespace Velmora::Processor

@@ -42,10 +42,10 @@ struct Info_V5 : Info_V4 {
 };
 
 // Without room for gaps, the sizes fix all offsets.
-static_assert(sizeof(Info) == 24);
-static_assert(sizeof(Info_V2) == 28);
-static_assert(sizeof(Info_V3) == 32);
-static_assert(sizeof(Info_V4) == 36);
-static_assert(sizeof(Info_V5) == 48);
+static_assert(!has64BitPointers || sizeof(Info) == 24);
+static_assert(!has64BitPointers || sizeof(Info_V2) == 28);
+static_assert(!has64BitPointers || sizeof(Info_V3) == 32);
+static_assert(!has64BitPointers || sizeof(Info_V4) == 36);
+static_assert(!has64BitPointers || sizeof(Info_V5) == 48);
 
 } // namespace Velmora::Processor

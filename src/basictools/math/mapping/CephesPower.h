@@ -2,10 +2,10 @@
 #pragma once
 
 #include "basictools/math/mapping/CephesExpLog.h"
+#include "support/platform/Standard.h"
 #include "support/platform/Types.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -34,7 +34,7 @@ private:
     // The bits that a negative base adds to the power of its magnitude: none, the sign, or those of a NaN.
     static i32 BitsOfNegativeBase(float powerExponent) {
         if (std::trunc(powerExponent) != powerExponent) {
-            return std::bit_cast<i32>(std::numeric_limits<float>::quiet_NaN());
+            return BitCast<i32>(std::numeric_limits<float>::quiet_NaN());
         }
         return std::fmod(powerExponent, 2.0F) == 0.0F ? 0 : std::numeric_limits<i32>::min();
     }
@@ -56,10 +56,10 @@ private:
     }
 
     float WithSign(float base, float power) const {
-        const auto bits = std::bit_cast<i32>(base);
+        const auto bits = BitCast<i32>(base);
         const i32 isNegative = bits >> 31;
         const i32 isZero = ((bits & 0x7FFFFFFF) - 1) >> 31;
-        const auto withSign = std::bit_cast<float>(std::bit_cast<i32>(power) | (isNegative & negativeBits));
+        const auto withSign = BitCast<float>(BitCast<i32>(power) | (isNegative & negativeBits));
         return SelectByMask(isZero, atZero, withSign);
     }
 

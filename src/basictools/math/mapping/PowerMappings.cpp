@@ -2,8 +2,8 @@
 #include "basictools/math/mapping/PowerMappings.h"
 
 #include "basictools/math/mapping/CephesPower.h"
+#include "support/platform/Standard.h"
 
-#include <bit>
 #include <cmath>
 
 namespace Velmora::MappingTools {
@@ -74,7 +74,7 @@ void BipolarVariableCenterInvPowPotardMapping::MapBlock(float* values, u32 count
     const float c = center;
     const float width = 1.0F - c;
     // The side is read off the sign bit, since a comparison of floats would keep the loop scalar.
-    const auto isHigh = [c](float x) { return std::bit_cast<i32>(c - x) >> 31; };
+    const auto isHigh = [c](float x) { return BitCast<i32>(c - x) >> 31; };
     CephesPower(shape).MapBlock(
         values, count, [=](float x) { return SelectByMask(isHigh(x), 1.0F - (x - c) / width, x / c); },
         [=](float x, float power) { return SelectByMask(isHigh(x), (1.0F - power) * width + c, power * c); });

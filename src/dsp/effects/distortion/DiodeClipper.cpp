@@ -32,7 +32,7 @@ double LogOmega(double z) {
 std::vector<float> DiodeKnee::MakeTable() {
     std::vector<float> chords;
     const auto start = [](u32 segment) {
-        return static_cast<double>(std::bit_cast<float>((firstSegment + segment) << segmentBits));
+        return static_cast<double>(BitCast<float>((firstSegment + segment) << segmentBits));
     };
     for (u32 segment = 0; segment <= segmentCount + 1; ++segment) {
         const double from = start(segment);

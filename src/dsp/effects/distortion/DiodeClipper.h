@@ -2,9 +2,9 @@
 #pragma once
 
 #include "dsp/vectors/StereoPair.h"
+#include "support/platform/Standard.h"
 #include "support/platform/Types.h"
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -48,8 +48,8 @@ private:
     static constexpr float tableStart = 4.0F;
     static constexpr float tableEnd = 16384.0F;
     static constexpr u32 segmentBits = 15;
-    static constexpr u32 firstSegment = std::bit_cast<u32>(tableStart) >> segmentBits;
-    static constexpr u32 segmentCount = (std::bit_cast<u32>(tableEnd) >> segmentBits) - firstSegment;
+    static constexpr u32 firstSegment = BitCast<u32>(tableStart) >> segmentBits;
+    static constexpr u32 segmentCount = (BitCast<u32>(tableEnd) >> segmentBits) - firstSegment;
 
     struct Table;
     static std::vector<float> MakeTable();

@@ -2,6 +2,7 @@
 #include "dsp/sampler/files/SampleReader.h"
 
 #include "dsp/sampler/files/SampleFile.h"
+#include "dsp/sampler/files/SampleShelf.h"
 #include "dsp/sampler/files/SndFileLibrary.h"
 #include "support/CLog.h"
 #include "support/platform/Platform.h"
@@ -116,6 +117,13 @@ SampleReader::SampleReader(const SndFileLibrary& libraryToUse, CLog& logToUse, s
 
 SampleReader::Result SampleReader::Read(const std::string& path) const {
     Result result;
+    result.data = SampleShelf::GetInstance().Find(path);
+    if (result.data != nullptr) {
+        result.channelCount = result.data->ChannelCount();
+        result.sampleRate = static_cast<i32>(result.data->SampleRate());
+        result.frames = result.data->Frames();
+        return result;
+    }
     // Opening a pipe would wait for its other end, and a device may never end.
     if (!Platform::IsRegularFile(path)) {
         result.refusal = SampleRefusal::NotAFile;

@@ -33,9 +33,9 @@ constexpr double biquadDamping = 0.7141428;
 
 } // namespace
 
-void HissBuzzDiscriminator::Side::Prepare(double sampleRate) {
-    onePole.SetLowPass(std::tan(onePoleHalfCorner / sampleRate));
-    const double w = biquadCorner / sampleRate;
+void HissBuzzDiscriminator::Side::Prepare(double rate) {
+    onePole.SetLowPass(std::tan(onePoleHalfCorner / rate));
+    const double w = biquadCorner / rate;
     biquad.SetLowPass(w, std::sin(w) * biquadDamping);
 }
 

@@ -40,7 +40,7 @@ private:
         dsp::BiquadSection biquad;
         float* block = nullptr;
 
-        void Prepare(double sampleRate);
+        void Prepare(double rate);
         void Reset();
         void Rectify(u32 numFrames) const;
         void Heal(u32 numFrames);
