@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/common/Errors.h"
+#include "tools/help/Completion.h"
+#include "tools/help/ManualPages.h"
 #include "tools/lists/ListCommands.h"
 #include "tools/sample/SampleCommand.h"
 #include "tools/songs/PlayCommand.h"
@@ -15,6 +17,8 @@
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,6 +30,25 @@ using namespace orphia;
 constexpr int fileStatus = 1;
 constexpr int usageStatus = 2;
 constexpr int signalStatus = 128;
+
+constexpr std::string_view footer =
+    "A parameter is named by its full path or by any ending of it that is clear: Wet, ProgramLevel, "
+    "GainBand3. A value\n"
+    "has its unit, \"-12 dB\", \"5 ms\", \"1.2 kHz\", 1/8, on, or is a knob position, \"40 %\" or @0.4.\n"
+    "orphia COMMAND --help tells the options of a command.\n\n"
+    "Example:\n"
+    "  orphia render --voice voice.wav --midi song.mid --preset talking-pad -o out.wav\n\n"
+    "Exit status:\n"
+    "  0     done\n"
+    "  1     a file could not be read or written\n"
+    "  2     the command line was wrong\n"
+    "  128+  a signal ended the run\n\n"
+    "Files:\n"
+    "  ~/.local/share/Velmora/Orphia VX/Presets   presets of your own, or in $XDG_DATA_HOME";
+constexpr std::string_view batchFooter =
+    "It is done by the Python package orphia, whose options orphia batch --help tells.\n\n"
+    "Example:\n"
+    "  orphia batch corpus/ -o results/ --preset talking-pad --midi song.mid --jobs 2";
 
 int Fail(std::string_view message, int status) {
     fmt::print(stderr, "orphia: {}\n", tools::LineOf(message));
@@ -43,7 +66,7 @@ int FailWith(const std::exception& error) {
 int RunChosen(const std::vector<std::unique_ptr<tools::Command>>& commands) {
     try {
         for (const auto& command : commands) {
-            if (command->IsChosen()) {
+            if (command->Line().parsed()) {
                 command->Run();
             }
         }
@@ -78,6 +101,26 @@ int RunBatch(int argc, char** argv) {
     return Fail("batch needs python3", fileStatus);
 }
 
+/// What the build and the scripts of the shells ask for, and nobody else: the folder and the date of the
+/// manual, and words to complete. Nothing when it is neither.
+std::optional<int> RunHidden(const CLI::App& program,
+                             const std::vector<std::unique_ptr<tools::Command>>& commands,
+                             const std::vector<std::string>& words) {
+    try {
+        if (words.size() == 3 && words[0] == "manual") {
+            tools::WriteManualPages(program, words[1], ORPHIA_VERSION, words[2]);
+            return 0;
+        }
+        if (!words.empty() && words[0] == "complete") {
+            tools::PrintCompletion(tools::Complete(program, commands, std::span(words).subspan(1)));
+            return 0;
+        }
+        return std::nullopt;
+    } catch (const std::exception& error) {
+        return FailWith(error);
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -88,7 +131,7 @@ int main(int argc, char** argv) {
     CLI::App app{"Orphia VX, a sixteen-band vocoder instrument", "orphia"};
     app.set_version_flag("--version", "orphia " ORPHIA_VERSION);
     app.require_subcommand(1);
-    app.footer("batch renders whole folders; it comes with the Python package: orphia batch --help");
+    app.footer(std::string(footer));
     std::vector<std::unique_ptr<tools::Command>> commands;
     commands.push_back(std::make_unique<tools::RenderCommand>(app));
     commands.push_back(std::make_unique<tools::VocodeCommand>(app));
@@ -97,6 +140,11 @@ int main(int argc, char** argv) {
     commands.push_back(std::make_unique<tools::ParamsCommand>(app));
     commands.push_back(std::make_unique<tools::PresetsCommand>(app));
     commands.push_back(std::make_unique<tools::InfoCommand>(app));
+    // For the lists; it has run above.
+    app.add_subcommand("batch", "Render whole folders")->footer(std::string(batchFooter));
+    if (const auto status = RunHidden(app, commands, {argv + 1, argv + argc})) {
+        return *status;
+    }
     const auto isNamed = [argv](const CLI::App* command) { return command->check_name(argv[1]); };
     if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isNamed).empty()) {
         return Fail(fmt::format("unknown command '{}'; see orphia --help", host::Excerpt(argv[1])),

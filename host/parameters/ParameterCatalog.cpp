@@ -141,6 +141,11 @@ const ParameterCatalog& ParameterCatalog::OfInstrument() {
     return catalog;
 }
 
+const ParameterCatalog& ParameterCatalog::OfVocoder() {
+    static const ParameterCatalog catalog(EngineTree::Vocoder);
+    return catalog;
+}
+
 const std::vector<ParameterInfo>& ParameterCatalog::Parameters() const { return contents->parameters; }
 
 float ParameterCatalog::ToValue(std::uint32_t id, float position) const {

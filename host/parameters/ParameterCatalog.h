@@ -25,8 +25,9 @@ class ParameterCatalog {
 public:
     explicit ParameterCatalog(EngineTree tree = EngineTree::Vocoder);
 
-    /// That of the instrument, built once when it is first asked for.
+    /// That of the instrument, and of the vocoder core, each built once when it is first asked for.
     static const ParameterCatalog& OfInstrument();
+    static const ParameterCatalog& OfVocoder();
 
     EngineTree Tree() const { return tree; }
 

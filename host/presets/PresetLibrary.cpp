@@ -104,17 +104,21 @@ PresetLibrary::PresetLibrary(const std::filesystem::path& folder) {
     }
 }
 
-const PresetLibrary::Entry& PresetLibrary::Find(std::string_view idOrName) const {
-    const std::string wanted = Plain(idOrName);
-    for (const Entry& entry : entries) {
-        if (Plain(entry.id) == wanted) {
-            return entry;
+const PresetLibrary::Entry* PresetLibrary::FindPlain(std::string_view wanted) const {
+    for (const std::string Entry::*part : {&Entry::id, &Entry::name}) {
+        for (const Entry& entry : entries) {
+            if (Plain(entry.*part) == wanted) {
+                return &entry;
+            }
         }
     }
-    for (const Entry& entry : entries) {
-        if (Plain(entry.name) == wanted) {
-            return entry;
-        }
+    return nullptr;
+}
+
+const PresetLibrary::Entry& PresetLibrary::Find(std::string_view idOrName) const {
+    const std::string wanted = Plain(idOrName);
+    if (const Entry* entry = FindPlain(wanted)) {
+        return *entry;
     }
     const std::size_t tolerance = std::max<std::size_t>(2, wanted.size() / 3);
     std::vector<std::string_view> similar;
@@ -143,10 +147,17 @@ Preset PresetLibrary::Load(const Entry& entry, const ParameterCatalog& catalog,
 
 Preset PresetLibrary::Open(const std::string& pathOrName, const ParameterCatalog& catalog,
                            std::vector<std::string>& warnings) const {
+    if (pathOrName == defaultId) {
+        return DefaultPreset(catalog);
+    }
     if (pathOrName.ends_with(ending) || IsFile(pathOrName)) {
         return ReadPreset(pathOrName, catalog, warnings);
     }
     warnings.insert(warnings.end(), leftOut.begin(), leftOut.end());
+    const std::string wanted = Plain(pathOrName);
+    if (FindPlain(wanted) == nullptr && wanted == Plain(SummaryOf(DefaultPresetText(catalog.Tree())).name)) {
+        return DefaultPreset(catalog);
+    }
     return Load(Find(pathOrName), catalog, warnings);
 }
 

@@ -26,6 +26,9 @@ public:
         bool IsBuiltIn() const { return path.empty(); }
     };
 
+    /// What the preset is called that sounds when none is chosen; it is none of Entries().
+    static constexpr std::string_view defaultId = "default";
+
     /// Where a user's own presets lie, which need not exist; empty when the system knows no place.
     static std::filesystem::path UserFolder();
 
@@ -54,11 +57,14 @@ public:
                        std::vector<std::string>& warnings);
 
     /// What a user gives for a preset: the path of a file, when it ends in .json or there is such a file,
-    /// else as for Find, with Warnings(). Throws UsageError and FileError.
+    /// else as for Find, with Warnings(), or the default preset by defaultId or by its own name. Throws
+    /// UsageError and FileError.
     Preset Open(const std::string& pathOrName, const ParameterCatalog& catalog,
                 std::vector<std::string>& warnings) const;
 
 private:
+    /// By an id or else a name of which only what counts is left; null for an unknown one.
+    const Entry* FindPlain(std::string_view wanted) const;
     void ReadFolder(const std::filesystem::path& folder, std::vector<Entry>& own);
 
     std::vector<Entry> entries;

@@ -117,8 +117,7 @@ std::string StateOfPreset(const std::string& pathOrName) {
     const host::ParameterCatalog& catalog = host::ParameterCatalog::OfInstrument();
     plugin::PluginState state;
     std::vector<std::string> warnings;
-    state.preset = pathOrName == "default" ? host::DefaultPreset(catalog)
-                                           : host::PresetLibrary().Open(pathOrName, catalog, warnings);
+    state.preset = host::PresetLibrary().Open(pathOrName, catalog, warnings);
     for (const std::string& warning : warnings) {
         std::fprintf(stderr, "orphia-vx: %s\n", warning.c_str());
     }

@@ -102,12 +102,11 @@ void PrintCosts(const Costs& costs) {
 } // namespace
 
 InfoCommand::InfoCommand(CLI::App& app)
-    : command(app.add_subcommand("info", "Tell of the engine, and measure what an instance takes")) {
+    : Command(app, "info", "Tell of the engine, and measure what an instance takes") {
     AddEngineOption(*command, enginePath);
     command->add_option("--rate", sampleRate, "sample rate; else 44100")->type_name("HZ");
+    command->footer("Example:\n  orphia info --rate 48000");
 }
-
-bool InfoCommand::IsChosen() const { return command->parsed(); }
 
 void InfoCommand::Run() {
     CheckRate(sampleRate);

@@ -7,10 +7,6 @@
 #include <filesystem>
 #include <string>
 
-namespace CLI {
-class App;
-}
-
 /// The commands that only tell.
 namespace orphia::tools {
 
@@ -19,11 +15,9 @@ class ParamsCommand final : public Command {
 public:
     explicit ParamsCommand(CLI::App& app);
 
-    bool IsChosen() const override;
     void Run() override;
 
 private:
-    CLI::App* command;
     std::string pattern;
     bool writesMarkdown = false;
 };
@@ -33,14 +27,12 @@ class PresetsCommand final : public Command {
 public:
     explicit PresetsCommand(CLI::App& app);
 
-    bool IsChosen() const override;
     void Run() override;
 
 private:
     void List() const;
     void Show() const;
 
-    CLI::App* command;
     std::string name;
 };
 
@@ -49,11 +41,9 @@ class InfoCommand final : public Command {
 public:
     explicit InfoCommand(CLI::App& app);
 
-    bool IsChosen() const override;
     void Run() override;
 
 private:
-    CLI::App* command;
     std::filesystem::path enginePath;
     std::uint32_t sampleRate = 44100;
 };

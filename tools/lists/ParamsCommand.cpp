@@ -100,14 +100,13 @@ TextTable::Row RowOf(const ParameterInfo& info) {
 } // namespace
 
 ParamsCommand::ParamsCommand(CLI::App& app)
-    : command(app.add_subcommand("params", "List the parameters of the instrument")) {
+    : Command(app, "params", "List the parameters of the instrument") {
     command
         ->add_option("PATTERN", pattern, "only names with this in them, in any case; * stands for anything")
         ->type_name("");
     command->add_flag("--markdown", writesMarkdown, "as a document");
+    command->footer("Example:\n  orphia params \"FX1*Delay\"");
 }
-
-bool ParamsCommand::IsChosen() const { return command->parsed(); }
 
 void ParamsCommand::Run() {
     TextTable table({"id", "name", "kind", "role", "range", "unit", "start", "description"});

@@ -13,12 +13,10 @@
 
 namespace orphia::tools {
 
-PresetsCommand::PresetsCommand(CLI::App& app)
-    : command(app.add_subcommand("presets", "List the presets, or show one")) {
+PresetsCommand::PresetsCommand(CLI::App& app) : Command(app, "presets", "List the presets, or show one") {
     command->add_option("NAME", name, "show this one: a name, or a file")->type_name("");
+    command->footer("Example:\n  orphia presets talking-pad");
 }
-
-bool PresetsCommand::IsChosen() const { return command->parsed(); }
 
 void PresetsCommand::Run() {
     if (command->count("NAME") > 0) {
@@ -32,7 +30,7 @@ void PresetsCommand::List() const {
     using host::PresetLibrary;
     TextTable table({"NAME", "TITLE", "DESCRIPTION"});
     const host::Preset standard = host::DefaultPreset(host::ParameterCatalog::OfInstrument());
-    table.Add({std::string(defaultPresetName), standard.name, standard.description});
+    table.Add({std::string(PresetLibrary::defaultId), standard.name, standard.description});
     const PresetLibrary library;
     for (const PresetLibrary::Entry& entry : library.Entries()) {
         table.Add({entry.id, entry.name, entry.description});

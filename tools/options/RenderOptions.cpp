@@ -30,11 +30,7 @@ bool SameFile(const std::filesystem::path& a, const std::filesystem::path& b) {
 } // namespace
 
 host::Preset OpenPreset(const std::string& pathOrName, std::vector<std::string>& warnings) {
-    const host::ParameterCatalog& catalog = host::ParameterCatalog::OfInstrument();
-    if (pathOrName == defaultPresetName) {
-        return host::DefaultPreset(catalog);
-    }
-    return host::PresetLibrary().Open(pathOrName, catalog, warnings);
+    return host::PresetLibrary().Open(pathOrName, host::ParameterCatalog::OfInstrument(), warnings);
 }
 
 RenderOptions::RenderOptions(CLI::App& app, host::EngineTree engineTree, const std::string& rateDefault)
@@ -64,13 +60,8 @@ RenderOptions::RenderOptions(CLI::App& app, host::EngineTree engineTree, const s
 }
 
 const host::ParameterCatalog& RenderOptions::Catalog() const {
-    if (tree == host::EngineTree::Instrument) {
-        return host::ParameterCatalog::OfInstrument();
-    }
-    if (!catalog) {
-        catalog.emplace(tree);
-    }
-    return *catalog;
+    return tree == host::EngineTree::Instrument ? host::ParameterCatalog::OfInstrument()
+                                                : host::ParameterCatalog::OfVocoder();
 }
 
 bool RenderOptions::PrintListIfAsked() const {

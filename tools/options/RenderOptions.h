@@ -22,11 +22,8 @@ class App;
 
 namespace orphia::tools {
 
-/// The name of the preset that sounds when none is chosen.
-constexpr std::string_view defaultPresetName = "default";
-
-/// A preset of the instrument as users name it: a file, a preset of the library, or the default one. Throws
-/// FileError and UsageError.
+/// A preset of the instrument as users name it: a file, or a preset of the library. Throws FileError and
+/// UsageError.
 host::Preset OpenPreset(const std::string& pathOrName, std::vector<std::string>& warnings);
 
 /// Refuses a length of --tail that nobody means: throws UsageError.
@@ -84,7 +81,6 @@ private:
     bool noLimiter = false;
     bool listsParameters = false;
     bool listsAll = false;
-    mutable std::optional<host::ParameterCatalog> catalog;
 };
 
 } // namespace orphia::tools

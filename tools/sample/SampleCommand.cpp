@@ -71,16 +71,20 @@ std::string ReportText(const SampleReport& report) {
 } // namespace
 
 SampleCommand::SampleCommand(CLI::App& app)
-    : command(app.add_subcommand("sample", "Tell what the sampler makes of sound files, or render one")),
-      slot(*command), options(*command, "that of the file") {
+    : Command(app, "sample", "Tell what the sampler makes of sound files, or render one"), slot(*command),
+      options(*command, "that of the file") {
     command->add_option("FILE", paths, "sound files; with -o a single one")->type_name("");
     command
         ->add_option("--seconds", heldSeconds,
                      "hold the key so long; else until the sample ends, a loop for twice its length")
         ->type_name("LENGTH");
+    command->footer("Without -o it tells of each file, in a line: accepted or refused, and why.\n\n"
+                    "Examples:\n"
+                    "  orphia sample voice.wav song.flac\n"
+                    "  orphia sample voice.wav -o long.wav --stretch 2\n"
+                    "  orphia sample voice.wav -o loop.wav --loop=back --loop-range 0.4:1.1 --crossfade 50ms "
+                    "--seconds 10");
 }
-
-bool SampleCommand::IsChosen() const { return command->parsed(); }
 
 void SampleCommand::Run() {
     if (options.PrintListIfAsked()) {

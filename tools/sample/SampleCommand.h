@@ -15,7 +15,6 @@ class SampleCommand final : public Command {
 public:
     explicit SampleCommand(CLI::App& app);
 
-    bool IsChosen() const override;
     void Run() override;
 
 private:
@@ -25,7 +24,6 @@ private:
     void Render() const;
     double HeldSeconds(const host::Instrument& instrument, double playedSeconds) const;
 
-    CLI::App* command;
     std::vector<std::filesystem::path> paths;
     double heldSeconds = 0.0;
     SlotOptions slot;

@@ -8,17 +8,18 @@
 namespace orphia::tools {
 
 PlayCommand::PlayCommand(CLI::App& app)
-    : command(app.add_subcommand("play", "Render a MIDI file through the carrier alone")),
-      options(*command, "44100") {
+    : Command(app, "play", "Render a MIDI file through the carrier alone"), options(*command, "44100") {
     command->add_option("MIDIFILE", job.song, "the song: a standard MIDI file of format 0 or 1")
         ->type_name("");
     command
         ->add_option("--tail", tailSeconds,
                      "go on after the song's end; else until it is silent, at most 30 s")
         ->type_name("SECONDS");
+    command->footer(
+        "Examples:\n"
+        "  orphia play song.mid -o song.wav --set Osc1Waveform=square --set \"Release=1.5 s\" --tail 3\n"
+        "  orphia play song.mid -o song.wav --set PolyphonyMode=legato --save-preset lead.json");
 }
-
-bool PlayCommand::IsChosen() const { return command->parsed(); }
 
 void PlayCommand::Run() {
     if (options.PrintListIfAsked()) {

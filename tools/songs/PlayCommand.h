@@ -12,13 +12,11 @@ class PlayCommand final : public Command {
 public:
     explicit PlayCommand(CLI::App& app);
 
-    bool IsChosen() const override;
     void Run() override;
 
 private:
     void Check();
 
-    CLI::App* command;
     SongJob job;
     double tailSeconds = 0.0;
     InstrumentOptions options;

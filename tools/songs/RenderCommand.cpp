@@ -29,7 +29,7 @@ void AppendSlots(std::string_view list, std::vector<std::filesystem::path>& path
 } // namespace
 
 RenderCommand::RenderCommand(CLI::App& app)
-    : command(app.add_subcommand("render", "Play the instrument: a voice speaks, a song sings")),
+    : Command(app, "render", "Play the instrument: a voice speaks, a song sings"),
       options(*command, "that of the voice, at least 44100") {
     command->add_option("--voice", job.voice, "a sound file for the external input")->type_name("FILE");
     command
@@ -54,9 +54,16 @@ RenderCommand::RenderCommand(CLI::App& app)
                      "go on after the end of song and voice; else until it is silent, at most 30 s")
         ->type_name("SECONDS");
     command->add_flag("--meters", job.showsMeters, "show band meters and lights");
+    command->footer(
+        "The result is as long as the longer one of song and voice. A failed run leaves what was there.\n\n"
+        "Examples:\n"
+        "  orphia render --voice voice.wav --midi song.mid -o out.wav\n"
+        "  orphia render --voice voice.wav --midi song.mid -o out.flac --preset mine.json --loop --tail 2\n"
+        "  orphia render --voice voice.wav --midi song.mid -o out.wav --set Wet=0.8 --set "
+        "FX1_ModuleType=delay\n"
+        "  orphia render --slots kick.wav,snare.wav --midi beat.mid -o out.wav\n"
+        "  orphia render --voice voice.wav -o out.wav --set Carrier_PitchTrack=on");
 }
-
-bool RenderCommand::IsChosen() const { return command->parsed(); }
 
 void RenderCommand::Run() {
     if (options.PrintListIfAsked()) {

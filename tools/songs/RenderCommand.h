@@ -15,7 +15,6 @@ class RenderCommand final : public Command {
 public:
     explicit RenderCommand(CLI::App& app);
 
-    bool IsChosen() const override;
     void Run() override;
 
 private:
@@ -23,7 +22,6 @@ private:
     void CheckSlots();
     InstrumentOptions::Wishes Wishes() const;
 
-    CLI::App* command;
     SongJob job;
     std::vector<std::string> slotLists;
     std::string monitor;

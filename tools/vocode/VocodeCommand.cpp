@@ -50,16 +50,18 @@ private:
 } // namespace
 
 VocodeCommand::VocodeCommand(CLI::App& app)
-    : command(app.add_subcommand("vocode", "Vocode a sound file with another one")),
+    : Command(app, "vocode", "Vocode a sound file with another one"),
       options(*command, host::EngineTree::Vocoder, "the higher one of both files, at least 44100") {
     command->add_option("MODULATOR", modulatorPath, "what speaks; gives the length")->type_name("");
     command->add_option("CARRIER", carrierPath, "what sounds; a shorter one ends in silence")->type_name("");
     command->add_flag("--loop-carrier", loopsCarrier, "begin the carrier anew when it ends");
     command->add_option("--tail", tailSeconds, "go on after the modulator's end")->type_name("SECONDS");
     command->add_flag("--meters", showsMeters, "show band meters and lights");
+    command->footer("Examples:\n"
+                    "  orphia vocode voice.wav pad.wav -o out.wav --loop-carrier --tail 1\n"
+                    "  orphia vocode voice.wav pad.wav -o out.wav --set \"ProgramLevel=-12 dB\" --set "
+                    "Shift=0.4 --meters");
 }
-
-bool VocodeCommand::IsChosen() const { return command->parsed(); }
 
 void VocodeCommand::Run() {
     if (options.PrintListIfAsked()) {

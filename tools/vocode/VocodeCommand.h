@@ -6,10 +6,6 @@
 
 #include <filesystem>
 
-namespace CLI {
-class App;
-}
-
 namespace orphia::tools {
 
 /// orphia vocode: lets the sound of one file speak with the voice of another.
@@ -17,14 +13,13 @@ class VocodeCommand final : public Command {
 public:
     explicit VocodeCommand(CLI::App& app);
 
-    bool IsChosen() const override;
+    const host::ParameterCatalog& Parameters() const override { return options.Catalog(); }
     void Run() override;
 
 private:
     void Check();
     void Render() const;
 
-    CLI::App* command;
     std::filesystem::path modulatorPath;
     std::filesystem::path carrierPath;
     double tailSeconds = 0.0;
