@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 """What the project measures, and what it wants each figure to be."""
 from dataclasses import dataclass
+from pathlib import Path
 from typing import Optional, Union
 
 
@@ -155,13 +156,18 @@ def instrument(minutes):
     ]
 
 
+def effect_names():
+    """Of the types of a slot, by number, as the list of parameters tells them."""
+    parameters = Path(__file__).parents[2] / "docs" / "parameters.md"
+    types = next(line for line in parameters.read_text().splitlines() if "| FX1_ModuleType |" in line)
+    return [name.strip() for name in types.split("|")[5].split(",")]
+
+
 def effects():
-    names = ("reverb", "delay", "chorus", "flanger", "phaser", "overdrive", "compressor", "bit crusher", "filter",
-             "equaliser", "panner")
     empty = per_frame("Effect slots empty, series and parallel/0")
     return [Figure("three empty slots", empty)] + [
         Figure(f"{name} in a slot", per_frame(f"Effect slot of type/{index}"))
-        for index, name in enumerate(names, 1)]
+        for index, name in enumerate(effect_names()) if name != "none"]
 
 
 def groups(minutes):

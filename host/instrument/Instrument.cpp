@@ -91,7 +91,7 @@ void Instrument::Control(std::uint32_t id, float value) {
 }
 
 float Instrument::Position(std::uint32_t id) const {
-    return id == engine->ids.hold && engine->late.HoldWaits() ? 1.0F : engine->Position(id);
+    return engine->late.IsWaitingHold(id) ? 1.0F : engine->Position(id);
 }
 
 float Instrument::Value(std::uint32_t id) const { return Catalog().ToValue(id, Position(id)); }

@@ -21,10 +21,7 @@ constexpr float gainSeconds = 0.02F;
 void Instrument::Engine::Start() {
     if (!hasStarted) {
         const Velmora::dsp::DenormalGuard guard;
-        if (Position(ids.hold) > 0.5F) {
-            Write(ids.hold, 0.0F);
-            late.DelayHold(sampleRate, blockFrames);
-        }
+        late.DelayHold(*this, sampleRate, blockFrames);
         Run(0, 0);
         Write(ids.presetLoading, 0.0F);
         // The end of the bracket lets go of both.
@@ -97,7 +94,7 @@ void Instrument::ProcessBlock(const float* const* voice, std::uint32_t voiceChan
     const Velmora::dsp::DenormalGuard guard;
     engine->Start();
     engine->ReleaseWaiting();
-    engine->LetShiftArrive();
+    engine->late.LetShiftArrive(*engine);
     engine->LoadInput(voice, voiceChannels);
     engine->Run(engine->blockFrames, voiceChannels);
     for (std::uint32_t side = 0; side < 2; ++side) {
@@ -108,7 +105,7 @@ void Instrument::ProcessBlock(const float* const* voice, std::uint32_t voiceChan
         engine->limiter->Process(output, engine->blockFrames);
     }
     engine->CollectMeters();
-    engine->HoldOnceItSounds();
+    engine->late.HoldOnceItSounds(*engine);
 }
 
 void Instrument::Engine::LoadInput(const float* const* voice, std::uint32_t channels) {
@@ -143,25 +140,6 @@ void Instrument::Engine::Run(std::uint32_t frames, std::uint32_t channels) {
     }
 }
 
-void Instrument::Engine::LetShiftArrive() {
-    if (late.TakesStep()) {
-        // A value that is equal is none that has changed.
-        const float position = Position(ids.shift);
-        processor->SetParameter(ids.shift, position > 0.5F ? 0.0F : 1.0F);
-        processor->SetParameter(ids.shift, position);
-    }
-}
-
-void Instrument::Engine::HoldOnceItSounds() {
-    float loudest = 0.0F;
-    for (std::uint32_t band = 0; late.HoldWaits() && band < MeterReading::bandCount; ++band) {
-        loudest = std::max(loudest, Position(ids.firstBand + band));
-    }
-    if (late.LetsHold(loudest)) {
-        Write(ids.hold, 1.0F);
-    }
-}
-
 void Instrument::Engine::ApplyGain(float* const* output) {
     const float target = controls->Gain();
     if (gain == 1.0F && target == 1.0F) {
@@ -184,7 +162,7 @@ void Instrument::Engine::CollectMeters() {
     collect(meters.programOverload, ids.programOverload);
     collect(meters.carrierOverload, ids.carrierOverload);
     for (std::uint32_t band = 0; band < MeterReading::bandCount; ++band) {
-        collect(meters.bands[band], ids.firstBand + band);
+        collect(meters.bands[band], ids.late.firstBand + band);
     }
     if (limiter) {
         meters.limiterReduction = std::max(meters.limiterReduction, limiter->TakeReduction());

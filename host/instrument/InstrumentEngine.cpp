@@ -16,10 +16,8 @@ Instrument::Engine::Ids::Ids(const ParameterCatalog& catalog)
       pedal(catalog.Find("VST3_CtrlSustainOnOff").id), mpeEnabled(catalog.Find("MPE_Enabled").id),
       keyOctave(catalog.Find("KeyboardSampleOctave").id), pressure(catalog.Find("VST3_AfterTouch").id),
       brightness(catalog.Find("MPE_GlobalBrightness").id), firstPath(catalog.Find("Sample1_Path").id),
-      firstLoaded(catalog.Find("Sample1_Loaded").id), shift(catalog.Find("SynthesizerFilterBank_Shift").id),
-      width(catalog.Find("SynthesizerFilterBank_Width").id), hold(catalog.Find("PatchBay_SampleHold").id),
-      firstBand(catalog.Find("CVFB1").id), hiss(catalog.Find("HissLED").id), buzz(catalog.Find("BuzzLED").id),
-      programOverload(catalog.Find("PreampOverloadLED").id),
+      firstLoaded(catalog.Find("Sample1_Loaded").id), late(catalog), hiss(catalog.Find("HissLED").id),
+      buzz(catalog.Find("BuzzLED").id), programOverload(catalog.Find("PreampOverloadLED").id),
       carrierOverload(catalog.Find("CarrierPreampOverloadLED").id) {}
 
 Instrument::Engine::Engine(std::shared_ptr<const EngineLibrary> engineLibrary, std::uint32_t rate,
@@ -69,18 +67,12 @@ void Instrument::Engine::Initialize(std::uint32_t rate) {
 }
 
 void Instrument::Engine::Write(std::uint32_t id, float position) {
-    processor->SetParameter(id, position);
-    if (id == ids.shift || id == ids.width) {
-        late.Move();
-    } else if (id == ids.hold) {
-        late.ForgetHold();
-    }
+    WriteNow(id, position);
+    late.Note(id);
 }
 
 void Instrument::Engine::BeginLoading() {
-    if (late.HoldWaits()) {
-        Write(ids.hold, 1.0F);
-    }
+    late.EndWaiting(*this);
     Write(ids.presetLoading, 1.0F);
     hasStarted = false;
 }

@@ -48,8 +48,8 @@ struct Instrument::Engine {
 
         std::uint32_t panic, presetLoading, pedal, mpeEnabled, keyOctave, pressure, brightness;
         std::uint32_t firstPath, firstLoaded;
-        std::uint32_t shift, width, hold;
-        std::uint32_t firstBand, hiss, buzz, programOverload, carrierOverload;
+        LateControls::Ids late;
+        std::uint32_t hiss, buzz, programOverload, carrierOverload;
     };
 
     Engine(std::shared_ptr<const EngineLibrary> engineLibrary, std::uint32_t rate,
@@ -62,6 +62,8 @@ struct Instrument::Engine {
     void Initialize(std::uint32_t rate);
     float Position(std::uint32_t id) const;
     void Write(std::uint32_t id, float position);
+    /// As the engine does it, with nothing that follows.
+    void WriteNow(std::uint32_t id, float position) { processor->SetParameter(id, position); }
     /// By id; nothing for what stays as it is.
     using Positions = std::vector<std::optional<float>>;
     void Write(const Positions& positions);
@@ -76,8 +78,6 @@ struct Instrument::Engine {
     void ReleaseWaiting();
     void LoadInput(const float* const* voice, std::uint32_t channels);
     void Run(std::uint32_t frames, std::uint32_t channels);
-    void LetShiftArrive();
-    void HoldOnceItSounds();
     void ApplyGain(float* const* output);
     void CollectMeters();
 
@@ -108,7 +108,7 @@ struct Instrument::Engine {
     std::uint32_t releasing = 0;
     float gain = 1.0F;
     std::optional<SafetyLimiter> limiter;
-    LateControls late;
+    LateControls late{ids.late};
     /// Constants that a user has set, which a preset has to know.
     std::vector<bool> isTouched;
     std::array<std::filesystem::path, sampleCount> paths;

@@ -35,11 +35,7 @@ struct VocoderSession::Engine {
     std::array<const float*, 2> modulators{};
     std::array<float*, outputCount> outputs{};
     std::optional<SafetyLimiter> limiter;
-    LateControls late;
-    struct LateIds {
-        std::uint32_t shift, width, hold;
-    };
-    LateIds ids = FindIds();
+    LateControls late{LateControls::Ids(ParameterCatalog::OfVocoder())};
 
     explicit Engine(std::uint32_t size) : blockSize(size) {
         buffers.Allocate(carrierCount + 2 + outputCount, blockSize);
@@ -54,31 +50,8 @@ struct VocoderSession::Engine {
         }
     }
 
-    static LateIds FindIds() {
-        static const ParameterCatalog catalog(EngineTree::Vocoder);
-        return {catalog.Find("SynthesizerFilterBank_Shift").id,
-                catalog.Find("SynthesizerFilterBank_Width").id, catalog.Find("PatchBay_SampleHold").id};
-    }
-
-    void LetShiftArrive() {
-        if (late.TakesStep()) {
-            // A value that is equal is none that has changed.
-            const float position = core.GetParameterNormalized(ids.shift);
-            core.SetParameterNormalized(ids.shift, position > 0.5F ? 0.0F : 1.0F);
-            core.SetParameterNormalized(ids.shift, position);
-        }
-    }
-
-    /// By the band meters.
-    void HoldOnceItSounds() {
-        float loudest = 0.0F;
-        for (std::uint32_t band = 0; late.HoldWaits() && band < MeterReading::bandCount; ++band) {
-            loudest = std::max(loudest, core.GetParameterNormalized(IdOf(BodeVocoder::CVFB1 + band)));
-        }
-        if (late.LetsHold(loudest)) {
-            core.SetParameterNormalized(ids.hold, 1.0F);
-        }
-    }
+    float Position(std::uint32_t id) { return core.GetParameterNormalized(id); }
+    void WriteNow(std::uint32_t id, float position) { core.SetParameterNormalized(id, position); }
 
     static std::uint32_t IdOf(std::uint32_t index) {
         return BodeVocoder::ParameterId(static_cast<BodeVocoder::Parameter>(index));
@@ -147,11 +120,7 @@ void VocoderSession::Set(const ParameterSetting& setting) {
     } else {
         engine->core.SetParameterValue(setting.id, setting.number);
     }
-    if (setting.id == engine->ids.shift || setting.id == engine->ids.width) {
-        engine->late.Move();
-    } else if (setting.id == engine->ids.hold) {
-        engine->late.ForgetHold();
-    }
+    engine->late.Note(setting.id);
 }
 
 void VocoderSession::Apply(const Preset& preset) {
@@ -169,7 +138,7 @@ std::vector<ParameterSetting> VocoderSession::Settings() const {
 }
 
 float VocoderSession::Value(std::uint32_t id) const {
-    if (id == engine->ids.hold && engine->late.HoldWaits()) {
+    if (engine->late.IsWaitingHold(id)) {
         return 1.0F;
     }
     const Velmora::dsp::ModuleParam* record = engine->core.FindParameter(id);
@@ -187,7 +156,7 @@ void VocoderSession::Process(std::span<const float> modulator, std::span<const f
         const std::size_t count = std::min(block, output.size() - start);
         engine->Load(carrier.subspan(start, count), 0);
         engine->Load(modulator.subspan(start, count), Engine::carrierCount);
-        engine->LetShiftArrive();
+        engine->late.LetShiftArrive(*engine);
         engine->Run();
         if (engine->limiter) {
             engine->limiter->Process(engine->outputs.data(), engine->blockSize);
@@ -196,16 +165,13 @@ void VocoderSession::Process(std::span<const float> modulator, std::span<const f
             output[start + n] = engine->outputs[n % 2][n / 2];
         }
         CollectMeters();
-        engine->HoldOnceItSounds();
+        engine->late.HoldOnceItSounds(*engine);
     }
 }
 
 /// Smoothers take what is set now.
 void VocoderSession::Start() {
-    if (Value(engine->ids.hold) > 0.5F) {
-        engine->core.SetParameterNormalized(engine->ids.hold, 0.0F);
-        engine->late.DelayHold(sampleRate, engine->blockSize);
-    }
+    engine->late.DelayHold(*engine, sampleRate, engine->blockSize);
     engine->core.Reset(true);
     engine->late.Arrive();
     started = true;

@@ -53,11 +53,6 @@ ParameterSetting Parse(const ParameterCatalog& catalog, std::uint32_t id, const 
     return host::ParseSetting(info, text);
 }
 
-const ParameterCatalog& OfVocoder() {
-    static const ParameterCatalog catalog(host::EngineTree::Vocoder);
-    return catalog;
-}
-
 } // namespace
 
 void BindCatalog(py::module_& module) {
@@ -106,10 +101,8 @@ void BindCatalog(py::module_& module) {
             },
             py::arg("id"), py::arg("value"));
 
-    module.def(
-        "instrument_catalog", []() -> const ParameterCatalog& { return ParameterCatalog::OfInstrument(); },
-        py::return_value_policy::reference);
-    module.def("vocoder_catalog", &OfVocoder, py::return_value_policy::reference);
+    module.def("instrument_catalog", &ParameterCatalog::OfInstrument, py::return_value_policy::reference);
+    module.def("vocoder_catalog", &ParameterCatalog::OfVocoder, py::return_value_policy::reference);
 }
 
 } // namespace orphia::python

@@ -46,8 +46,7 @@ std::vector<std::tuple<std::string, std::string, std::string, std::string>> List
 std::pair<std::string, std::vector<std::string>> OpenPreset(const std::string& pathOrName) {
     const auto& catalog = host::ParameterCatalog::OfInstrument();
     std::vector<std::string> warnings;
-    const host::Preset preset = pathOrName == "default" ? host::DefaultPreset(catalog)
-                                                        : PresetLibrary().Open(pathOrName, catalog, warnings);
+    const host::Preset preset = PresetLibrary().Open(pathOrName, catalog, warnings);
     return {host::FormatPreset(preset, catalog), std::move(warnings)};
 }
 

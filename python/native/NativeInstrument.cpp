@@ -46,6 +46,7 @@ std::vector<std::string> NativeInstrument::LoadPreset(std::string_view text) {
     std::vector<std::string> warnings;
     const host::Preset preset = Parse(text, instrument->Catalog(), warnings);
     const std::vector<std::string> problems = instrument->LoadPreset(preset);
+    hasNews = true;
     warnings.insert(warnings.end(), problems.begin(), problems.end());
     return warnings;
 }
@@ -58,6 +59,7 @@ std::string NativeInstrument::CapturePreset(const std::string& name) {
 void NativeInstrument::Set(const host::ParameterSetting& setting) {
     const Lock lock(mutex);
     instrument->Set(setting);
+    hasNews = true;
 }
 
 float NativeInstrument::Value(std::uint32_t id) {
@@ -95,6 +97,7 @@ void NativeInstrument::Reset() {
     instrument = std::move(fresh);
     adapter.emplace(*instrument);
     waiting.clear();
+    hasNews = true;
 }
 
 void NativeInstrument::Process(const Planes& voice, std::span<float> left, std::span<float> right) {
@@ -105,12 +108,22 @@ void NativeInstrument::Process(const Planes& voice, std::span<float> left, std::
                      waiting);
     if (!left.empty()) {
         waiting.clear();
+        hasNews = hasNews && left.size() < instrument->FramesPerBlock();
     }
 }
 
+/// Effects tell how late they are behind a block, so a twin plays one.
 std::uint32_t NativeInstrument::Latency() {
     const Lock lock(mutex);
-    return adapter->Latency();
+    if (!hasNews) {
+        return adapter->Latency();
+    }
+    std::vector<std::string> warnings;
+    const std::unique_ptr<host::Instrument> twin = Make(instrument->CapturePreset(), warnings);
+    host::BlockAdapter ahead(*twin);
+    std::vector<float> block(std::size_t{twin->FramesPerBlock()} * 2);
+    ahead.Process({}, block);
+    return ahead.Latency();
 }
 
 host::MeterReading NativeInstrument::TakeMeters() {

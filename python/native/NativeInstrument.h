@@ -46,6 +46,7 @@ public:
     void Reset();
     /// Late by Latency().
     void Process(const Planes& voice, std::span<float> left, std::span<float> right);
+    /// With the settings as they are, also before any block has shown them to the effects.
     std::uint32_t Latency();
     host::MeterReading TakeMeters();
 
@@ -61,6 +62,8 @@ private:
     std::unique_ptr<host::Instrument> instrument;
     std::optional<host::BlockAdapter> adapter;
     std::vector<host::TimedEvent> waiting;
+    /// Settings that no block has seen yet.
+    bool hasNews = true;
 };
 
 /// The engine that all share, loaded when it is first asked for.

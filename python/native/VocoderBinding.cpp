@@ -35,7 +35,7 @@ struct VocodeJob {
 
 /// Without settings.
 const host::Preset& StartPreset() {
-    static const host::Preset preset = host::DefaultPreset(host::ParameterCatalog(host::EngineTree::Vocoder));
+    static const host::Preset preset = host::DefaultPreset(host::ParameterCatalog::OfVocoder());
     return preset;
 }
 

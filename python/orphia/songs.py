@@ -57,7 +57,7 @@ def _song_of_notes(notes: Iterable[Sequence[float]]) -> _core.Song:
         seconds += [begin, end]
         messages += [(0x90, pitch, max(1, math.floor(strength * 127 + 0.5))), (0x80, pitch, 0)]
     # A key that ends when it begins again must end first.
-    order = sorted(range(len(seconds)), key=lambda n: (seconds[n], messages[n][0] == 0x90 and n % 2 == 0))
+    order = sorted(range(len(seconds)), key=lambda n: (seconds[n], messages[n][0] == 0x90))
     return _core.Song.make(np.array([seconds[n] for n in order], dtype=np.float64),
                            np.array([messages[n] for n in order], dtype=np.uint8).reshape(-1, 3), 0.0, 120.0)
 

@@ -73,11 +73,23 @@ class RenderTest(Case):
         with_more = instrument.render(noise(0.7), [(0.1, 0.3, 60)], midi=song, tail=0.2)
         self.assert_same_sound(with_more, instrument.render(noise(0.7), [(0, 0.5, 48, 1), (0.1, 0.3, 60)], tail=0.2))
 
+    def test_an_object_as_of_pretty_midi_is_a_song(self):
+        class Song:
+            instruments = ()
+
+            def write(self, file):
+                file.write(SONG.read_bytes())
+
+        instrument = orphia.Instrument(RATE, "talking-pad")
+        self.assert_same_sound(instrument.render(midi=Song(), tail=0), instrument.render(midi=SONG, tail=0))
+
     def test_a_key_that_begins_as_it_ends_sounds_on(self):
-        instrument = orphia.Instrument(RATE, "classic-robot")
-        voice = noise(1)
-        repeated = instrument.render(voice, [(0.5, 0.5, 40), (0, 0.5, 40)], tail=0)
-        self.assertGreater(np.abs(repeated[:, 30000:]).max(), 0.5 * np.abs(repeated[:, :20000]).max())
+        instrument = orphia.Instrument(RATE, "talking-pad")
+        first, second = (0, 0.5, 40), (0.5, 0.5, 40)
+        repeated, backwards, once = (instrument.render(noise(1), notes, tail=0)
+                                     for notes in ([first, second], [second, first], [first]))
+        self.assert_same_sound(backwards, repeated)
+        self.assertGreater(np.abs(repeated - once)[:, 30000:].max(), 0.01)
 
     def test_an_array_moves_as_its_points(self):
         instrument = orphia.Instrument(RATE, "classic-robot")
@@ -120,6 +132,21 @@ class StreamTest(Case):
         instrument.reset()
         instrument.note_on(45)
         self.assert_same_sound(instrument.process(voice)[:, late:], rendered[:, :len(voice) - late])
+
+    def test_latency_counts_what_is_set_but_not_heard_yet(self):
+        instrument = orphia.Instrument(RATE)
+        plain = instrument.latency
+        for milliseconds in (5, 10):
+            instrument.preset = {"FX1_ModuleType": "compressor", "FX1_Compressor_LookaheadEnable": "on",
+                                 "FX1_Compressor_LookaheadTimeMs": f"{milliseconds} ms"}
+            told = instrument.latency
+            self.assertGreater(told, plain)
+            self.assertEqual(told, instrument.latency)
+            instrument.reset()
+            self.assertEqual(told, instrument.latency)
+            instrument.process(RATE // 10)
+            self.assertEqual(told, instrument.latency)
+            plain = told
 
     def test_meters_show_what_sounds(self):
         instrument = orphia.Instrument(RATE, "clear-speech")
