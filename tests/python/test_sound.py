@@ -81,7 +81,8 @@ class RenderTest(Case):
                 file.write(SONG.read_bytes())
 
         instrument = orphia.Instrument(RATE, "talking-pad")
-        self.assert_same_sound(instrument.render(midi=Song(), tail=0), instrument.render(midi=SONG, tail=0))
+        self.assert_same_sound(instrument.render(noise(2), midi=Song(), tail=0),
+                               instrument.render(noise(2), midi=SONG, tail=0))
 
     def test_a_key_that_begins_as_it_ends_sounds_on(self):
         instrument = orphia.Instrument(RATE, "talking-pad")
