@@ -133,6 +133,10 @@ void Instrument::Reset() {
     }
 }
 
+void Instrument::SeedNoise(std::uint32_t seed) {
+    EngineLibrary::SendOption(*engine->processor, fmt::format("seed={}", seed));
+}
+
 unsigned Instrument::KeyOf(std::uint32_t slot) const {
     return static_cast<unsigned>(Value(engine->ids.keyOctave)) * keysPerOctave + slot;
 }

@@ -108,6 +108,8 @@ public:
     void Panic();
     /// As Panic, but gently: what is set stays where it is and need not be moved to again.
     void Reset();
+    /// Noise and random modulation go on as in a new instrument with this seed. Allocates.
+    void SeedNoise(std::uint32_t seed);
 
     /// Replaces a sample, from 0, by the one in a file, and waits until it is there. Throws FileError when
     /// the file gives none, which leaves the sample empty, or when it takes longer than `limit`.

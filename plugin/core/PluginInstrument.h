@@ -78,8 +78,8 @@ public:
     // ---- Life: message threads, while the audio thread rests
 
     /// From now on Process may be called. The first time it builds the instrument, which takes some 50 ms. It
-    /// may be called again at any time, with another rate; the sound begins anew. Rates are taken as the
-    /// nearest one from 8 to 384 kHz.
+    /// may be called again at any time, with another rate; the sound, and its noise, begins anew. Rates are
+    /// taken as the nearest one from 8 to 384 kHz.
     void Activate(double sampleRate);
     void Deactivate();
     bool IsActive() const;

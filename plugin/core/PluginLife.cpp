@@ -87,6 +87,8 @@ void PluginInstrument::Inside::Activate(std::uint32_t sampleRate) {
         }
         if (stage.Current() != nullptr) {
             stage.Settle();
+            // An export sounds the same each time, whatever was played before.
+            stage.Current()->instrument.SeedNoise(options.seed);
             stage.Current()->LetLatencyShow();
             latency = stage.FramesPerBlock() + stage.LatencyFrames();
         }

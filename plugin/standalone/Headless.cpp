@@ -9,6 +9,8 @@
 #include "plugin/standalone/LiveSound.h"
 #include "plugin/standalone/Settings.h"
 
+#include <alsa/asoundlib.h>
+
 #include <csignal>
 #include <cstdio>
 #include <exception>
@@ -68,8 +70,14 @@ void PrepareSound(plugin::PluginInstrument& instrument, const Job& job) {
         const auto messages = instrument.TakeMessages();
         throw host::EngineError(messages.empty() ? "the engine cannot be used" : messages.front());
     }
-    if (!job.preset.empty() && !instrument.LoadState(StateOfPreset(job.preset))) {
-        throw host::FileError(job.preset + ": it cannot be loaded");
+    // Controllers are those of the last time, the sound is that of the preset.
+    if (const auto last = Settings::Read(Settings().lastState)) {
+        instrument.LoadState(*last);
+        instrument.TakeMessages();
+    }
+    const std::string preset = job.preset.empty() ? "default" : job.preset;
+    if (!instrument.LoadState(StateOfPreset(preset))) {
+        throw host::FileError(preset + ": it cannot be loaded");
     }
     if (!job.voice.empty()) {
         const host::ParameterCatalog& catalog = host::ParameterCatalog::OfInstrument();
@@ -111,7 +119,11 @@ void TellUser(plugin::PluginInstrument& instrument) {
     }
 }
 
+void SayNothing(const char*, int, const char*, int, const char*, ...) {}
+
 } // namespace
+
+void HushAlsa() { snd_lib_error_set_handler(SayNothing); }
 
 std::string StateOfPreset(const std::string& pathOrName) {
     const host::ParameterCatalog& catalog = host::ParameterCatalog::OfInstrument();
@@ -138,6 +150,7 @@ int RunHeadless(const Job& job) {
         target->Take(frame, bytes, count);
     });
     const std::unique_ptr<juce::AudioIODevice> device = OpenDevice(manager);
+    HushAlsa();
     const auto rate = static_cast<std::uint32_t>(device->getCurrentSampleRate());
     Song song(job.voice, job.midi, rate);
     std::optional<host::AudioFileWriter> writer;

@@ -17,6 +17,10 @@ struct Job {
     std::filesystem::path output;
 };
 
+/// ALSA says nothing by itself: what there is not is told by this program, in a line. JUCE undoes that
+/// whenever it is through with looking for devices.
+void HushAlsa();
+
 /// Plays in real time until the song is over or a signal comes. Returns the exit code; throws UsageError,
 /// FileError and EngineError.
 int RunHeadless(const Job& job);

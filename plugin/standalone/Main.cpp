@@ -5,7 +5,6 @@
 #include "plugin/standalone/Headless.h"
 
 #include <CLI/CLI.hpp>
-#include <alsa/asoundlib.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -27,13 +26,10 @@ int Fail(std::string message, int status) {
     return status;
 }
 
-void SayNothing(const char*, int, const char*, int, const char*, ...) {}
-
 } // namespace
 
 int main(int argc, char** argv) {
-    // What there is not is told by ourselves, in a line.
-    snd_lib_error_set_handler(SayNothing);
+    standalone::HushAlsa();
     standalone::Job job;
     CLI::App app{"Orphia VX, a vocoder that is played by keys: a window, or without one by --headless",
                  "orphia-vx"};

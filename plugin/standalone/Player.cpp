@@ -2,6 +2,7 @@
 #include "plugin/standalone/Player.h"
 
 #include <cstdio>
+#include <utility>
 
 namespace orphia::standalone {
 
@@ -18,10 +19,11 @@ Player::Player(const std::string& firstState)
     : manager([this](std::uint32_t frame, const std::uint8_t* bytes, std::size_t count) {
           sound.Take(frame, bytes, count);
       }) {
-    const std::string state =
-        firstState.empty() ? Settings::Read(settings.lastState).value_or("") : firstState;
-    if (!state.empty()) {
-        instrument.LoadState(state);
+    // A preset leaves the controllers as they were.
+    for (const std::string& state : {Settings::Read(settings.lastState).value_or(""), firstState}) {
+        if (!state.empty()) {
+            instrument.LoadState(state);
+        }
     }
     OpenDevices();
     startTimer(millisecondsPerLook);
@@ -91,8 +93,14 @@ void Player::timerCallback() {
     }
     idleLooks = sound.Calls() == lastCalls ? idleLooks + 1 : 0;
     lastCalls = sound.Calls();
+    if (idleLooks == 0) {
+        isGone = false;
+    }
     if (idleLooks >= mostIdleLooks) {
         idleLooks = 3;
+        if (!std::exchange(isGone, true)) {
+            std::fprintf(stderr, "orphia-vx: no sound device plays; it is looked for\n");
+        }
         manager.closeAudioDevice();
         for (juce::AudioIODeviceType* const type : manager.getAvailableDeviceTypes()) {
             type->scanForDevices();

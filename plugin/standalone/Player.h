@@ -36,6 +36,7 @@ private:
     std::string writtenState;
     std::uint64_t lastCalls = 0;
     int idleLooks = 0;
+    bool isGone = false;
     int looks = 0;
 };
 

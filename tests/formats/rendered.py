@@ -4,6 +4,7 @@
 import array
 import struct
 import subprocess
+import sys
 import wave
 
 KEYS = [(4801, 0x90, 48, 100), (9607, 0x90, 55, 90), (30011, 0x80, 48, 0), (40000, 0x80, 55, 0)]
@@ -61,3 +62,17 @@ def render(command: str, lead: int) -> array.array:
     arguments = "--rate 48000 --format float --tail 1 --set BodeVocoder_Wet=0.75 --voice voice.wav --midi song.mid"
     subprocess.run([command, "render", *arguments.split(), "-o", "rendered.wav"], check=True, capture_output=True)
     return left_channel("rendered.wav")[lead:]
+
+
+def compare(heard: array.array, command: str, leads: range) -> None:
+    """Ends this program: with 0 when what was heard is what the command renders behind one of these silences."""
+    peak = max(map(abs, heard))
+    if peak < 0.05:
+        sys.exit(print(f"silence came: a peak of {peak}") or 1)
+    sound = heard.tobytes()
+    for lead in leads:
+        late = sound.find(render(command, lead)[FIRST:LAST].tobytes(), 4 * FIRST) // 4 - FIRST
+        if late >= 0:
+            print(f"{LAST - FIRST} frames equal those of the command, {late} frames late, after {lead} silent ones")
+            sys.exit()
+    sys.exit(print("what came is not what the command renders") or 1)

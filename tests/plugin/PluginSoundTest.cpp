@@ -30,6 +30,21 @@ TEST(PluginSound, IsTheSameToTheBitInBlocksOfAnySize) {
     }
 }
 
+TEST(PluginSound, ActivatedAnewItIsTheSameWhateverWasPlayedBefore) {
+    for (const std::uint32_t program : {0U, 5U, 26U}) {
+        auto plugin = Plugin();
+        plugin->LoadProgram(program);
+        plugin->Activate(pluginRate);
+        const std::vector<float> expected = Play(*plugin, Notes());
+        ASSERT_GT(Loudest(expected), 0.01F);
+        for (const std::size_t before : {1024U, 7777U}) {
+            Play(*plugin, before);
+            plugin->Activate(pluginRate);
+            EXPECT_TRUE(Play(*plugin, Notes()) == expected) << program << " after " << before;
+        }
+    }
+}
+
 /// Where the loudest frame is.
 std::size_t PeakOf(const std::vector<float>& sound) {
     const auto louder = [](float a, float b) { return std::abs(a) < std::abs(b); };
