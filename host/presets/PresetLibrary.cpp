@@ -50,7 +50,7 @@ std::filesystem::path PresetLibrary::FactoryFolder() {
         std::filesystem::path(Velmora::Platform::LibraryPath()).parent_path();
     // A plug-in brings them in its bundle, a program has them beside the folder it lies in.
     for (const char* const place : {"presets/factory", "../share/orphia-vx/presets/factory"}) {
-        const std::filesystem::path folder = (programFolder / place).lexically_normal();
+        std::filesystem::path folder = (programFolder / place).lexically_normal();
         std::error_code error;
         if (std::filesystem::is_directory(folder, error)) {
             return folder;
