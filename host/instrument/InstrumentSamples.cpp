@@ -4,6 +4,7 @@
 #include "host/instrument/InstrumentEngine.h"
 #include "host/parameters/ParameterText.h"
 #include "host/presets/NeutralStart.h"
+#include "support/platform/Threads.h"
 
 #include <fmt/format.h>
 
@@ -38,7 +39,9 @@ bool Instrument::Engine::WaitForLoads(std::chrono::milliseconds limit) {
         if (std::chrono::steady_clock::now() >= end) {
             return false;
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (Velmora::Platform::HasThreads()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
     }
     // What was emptied at once is told in the next round.
     processor->Idle();

@@ -3,10 +3,10 @@
 
 #include "dsp/framework/ProcessContext.h"
 #include "dsp/vectors/AlignedBuffer.h"
+#include "support/platform/Standard.h"
 #include "support/platform/Types.h"
 
 #include <array>
-#include <bit>
 #include <cstddef>
 
 namespace Velmora::dsp {
@@ -48,7 +48,7 @@ public:
         for (u32 input = first; input < end; ++input) {
             const u32 n = input - first;
             const float* modulation = context.ActiveModulation(input);
-            const u64 now = modulation != nullptr ? std::bit_cast<u32>(modulation[0]) : inactive;
+            const u64 now = modulation != nullptr ? BitCast<u32>(modulation[0]) : inactive;
             changes |= now != last[n] ? 1U << n : 0U;
             last[n] = now;
         }

@@ -142,6 +142,9 @@ TEST(SamplerTest, GainPanAndVolumeMoveInTheirTimesAndStereoIsTold) {
 }
 
 TEST(SamplerTest, StretchesInTimeKeepsThePitchAndFadesOut) {
+    if (!dsp::SampleStretcher::IsPossible()) {
+        GTEST_SKIP() << "built without a stretcher";
+    }
     for (const float factor : {0.25F, 0.8F, 1.0F, 3.0F}) {
         auto sampler = Make(Mono(Sine(441.0, 48000)),
                             {{First(Key::TimeStretchOn), 1.0F}, {First(Key::TimeStretchFactor), factor}});
@@ -161,6 +164,9 @@ TEST(SamplerTest, StretchesInTimeKeepsThePitchAndFadesOut) {
 
 /// A tone has no second difference beyond its own: what is left is clicks and grit.
 TEST(SamplerTest, SwitchingTheStretchWhileATonePlaysDoesNotClick) {
+    if (!dsp::SampleStretcher::IsPossible()) {
+        GTEST_SKIP() << "built without a stretcher";
+    }
     constexpr double hz = 210.0;
     const double turn = 2.0 * std::cos(2.0 * std::numbers::pi * hz / static_cast<double>(rate));
     for (const float factor : {0.3F, 0.9F, 2.0F}) {
@@ -192,6 +198,9 @@ TEST(SamplerTest, SwitchingTheStretchWhileATonePlaysDoesNotClick) {
 }
 
 TEST(SamplerTest, SyncedStretchFillsTheBars) {
+    if (!dsp::SampleStretcher::IsPossible()) {
+        GTEST_SKIP() << "built without a stretcher";
+    }
     // Two seconds between the trims; a bar at 120 beats per minute lasts as long.
     auto sampler = Make(Mono(Signal(200000, 0.1F)), {{First(Key::TrimStart), 0.1F},
                                                      {First(Key::TrimStop), 0.58F},
