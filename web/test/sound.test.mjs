@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// The sound of the module in a browser is that of the command.
+import assert from 'node:assert/strict';
+import { join } from 'node:path';
+import { after, before, test } from 'node:test';
+import { open, renderNatively, root } from './browser.mjs';
+
+const seconds = 7;
+const rate = 44100;
+let session;
+
+before(async () => {
+    session = await open();
+});
+after(() => session.close());
+
+/** The example song and voice with a preset, offline, as Base64 of floats, and how late it is. */
+async function renderInBrowser(preset) {
+    const page = await session.page();
+    await page.goto(session.address);
+    const result = await page.evaluate(async (id, length, hz) => {
+        const { Engine, request } = await import('/engine.js');
+        const fetched = async (name) => (await fetch(`/sounds/${name}`)).arrayBuffer();
+        const context = new OfflineAudioContext(2, length * hz, hz);
+        const voice = new AudioBufferSourceNode(context, { buffer: await context.decodeAudioData(await fetched('voice.flac')) });
+        const engine = await Engine.create(context, {
+            seed: 1,
+            setup: [
+                request('orphia_load_named', [], id),
+                request('orphia_insert_song', [], new Uint8Array(await fetched('song.mid'))),
+                request('orphia_play'),
+            ],
+        });
+        voice.connect(engine.node);
+        engine.node.connect(context.destination);
+        voice.start();
+        const ready = new Promise((resolve) => {
+            engine.addEventListener('ready', resolve);
+        });
+        const started = performance.now();
+        const sound = await context.startRendering();
+        const spent = performance.now() - started;
+        await ready;
+        const packed = [0, 1].map((channel) => {
+            const bytes = new Uint8Array(sound.getChannelData(channel).buffer);
+            let text = '';
+            for (let at = 0; at < bytes.length; at += 32768) {
+                text += String.fromCharCode(...bytes.subarray(at, at + 32768));
+            }
+            return btoa(text);
+        });
+        return { packed, latency: engine.latency, spent };
+    }, preset, seconds, rate);
+    assert.deepEqual(page.faults, []);
+    await page.close();
+    const [left, right] = result.packed.map((text) => {
+        const bytes = Buffer.from(text, 'base64');
+        return new Float32Array(bytes.buffer, bytes.byteOffset, bytes.length / 4);
+    });
+    console.log(`${preset}: ${seconds} s rendered in ${(result.spent / 1000).toFixed(2)} s`);
+    return { left, right, latency: result.latency };
+}
+
+const power = (samples, from, to) => samples.subarray(from, to).reduce((sum, sample) => sum + sample * sample, 0) / (to - from);
+const decibels = (value) => 10 * Math.log10(Math.max(value, 1e-20));
+
+for (const preset of ['default', 'whisper', 'talking-pad']) {
+    test(`${preset} sounds as from the command`, { timeout: 240000 }, async () => {
+        const [native, browser] = await Promise.all([
+            renderNatively(['--voice', join(root, 'examples/voice.flac'), '--midi', join(root, 'examples/song.mid'),
+                '--preset', preset, '--seed', '1', '--rate', String(rate), '--tail', '2']),
+            renderInBrowser(preset),
+        ]);
+        const frames = seconds * rate - browser.latency;
+        assert.ok(decibels(power(native.left, 0, frames)) > -45, 'there is something to compare');
+        let equal = 0;
+        let worst = -Infinity;
+        const window = 4410;
+        for (const side of ['left', 'right']) {
+            const here = browser[side].subarray(browser.latency);
+            const there = native[side];
+            for (let at = 0; at + window <= frames; at += window) {
+                const level = decibels(power(there, at, at + window));
+                const difference = here.subarray(at, at + window).map((sample, n) => sample - there[at + n]);
+                equal += difference.filter((sample) => sample === 0).length;
+                if (level > -60) {
+                    worst = Math.max(worst, decibels(power(difference, 0, window)) - level);
+                }
+            }
+        }
+        console.log(`${preset}: differs by at most ${worst.toFixed(1)} dB; ${((50 * equal) / frames).toFixed(1)} % of the samples are equal to the bit`);
+        assert.ok(worst < -90, `differs by ${worst.toFixed(1)} dB`);
+    });
+}
+
+test('noise is heard', { timeout: 120000 }, async () => {
+    const page = await session.page();
+    await page.goto(session.address);
+    // Nothing but the noise behind the bands, from a voice.
+    const loudest = await page.evaluate(async () => {
+        const { Engine, request } = await import('/engine.js');
+        const context = new OfflineAudioContext(2, 44100 * 2, 44100);
+        const bytes = await (await fetch('/sounds/voice.flac')).arrayBuffer();
+        const voice = new AudioBufferSourceNode(context, { buffer: await context.decodeAudioData(bytes) });
+        const settings = ['NoiseCarrierBalance_NoiseCarrierBalance=0', 'Osc1Volume=-70 dB', 'Osc2Volume=-70 dB', 'HFLevel=0', 'FX_Enable=off'];
+        const engine = await Engine.create(context, { seed: 1, setup: settings.map((text) => request('orphia_set', [], text)) });
+        voice.connect(engine.node).connect(context.destination);
+        voice.start();
+        const sound = (await context.startRendering()).getChannelData(0);
+        return sound.reduce((most, sample) => Math.max(most, Math.abs(sample)), 0);
+    });
+    assert.ok(loudest > 0.003, `the noise reaches ${loudest}`);
+    await page.close();
+});
+
+test('nothing was asked of another computer', () => assert.deepEqual(session.foreign, []));
