@@ -61,7 +61,7 @@ void CheckNumbers(const std::filesystem::path& path, SampleReport& report) {
 }
 
 /// The tracker's reading all along the sample, 0 where it finds nothing.
-std::vector<float> TrackPitch(const SampleData& sample) {
+std::vector<float> TrackPitch(const SampleData& sample, const std::function<bool()>& goesOn) {
     // Shorter than a window at every usual rate, so that no reading is missed.
     constexpr u32 blockSize = 64;
     constexpr float instrumentThreshold = 0.75F;
@@ -72,6 +72,9 @@ std::vector<float> TrackPitch(const SampleData& sample) {
     float* const output = signal.data();
     std::vector<float> readings;
     for (u32 at = 0; at < sample.Frames(); at += blockSize) {
+        if (goesOn && !goesOn()) {
+            return {};
+        }
         std::array<const float*, 2> inputs{sample.Channel(0) + at, nullptr};
         if (const float* const right = sample.Channel(1)) {
             inputs[1] = right + at;
@@ -88,10 +91,10 @@ std::vector<float> TrackPitch(const SampleData& sample) {
     return readings;
 }
 
-std::optional<double> PitchOf(const SampleData& sample) {
+std::optional<double> PitchOf(const SampleData& sample, const std::function<bool()>& goesOn) {
     // A breath or a rumble within noise is no pitch of the sample.
     constexpr std::size_t leastShare = 20;
-    std::vector<float> readings = TrackPitch(sample);
+    std::vector<float> readings = TrackPitch(sample, goesOn);
     const std::size_t all = readings.size();
     std::erase_if(readings, [](float hertz) { return !(hertz > 0.0F); });
     if (readings.empty() || readings.size() * leastShare < all) {
@@ -104,7 +107,7 @@ std::optional<double> PitchOf(const SampleData& sample) {
 
 } // namespace
 
-SampleReport InspectSample(const std::filesystem::path& path) {
+SampleReport InspectSample(const std::filesystem::path& path, const std::function<bool()>& goesOn) {
     using Manager = Velmora::engine::SampleManager;
     SampleReport report;
     if (path.string().size() > Manager::maximumPathLength) {
@@ -128,7 +131,7 @@ SampleReport InspectSample(const std::filesystem::path& path) {
     }
     report.frames = result.data->Frames();
     report.peak = PeakOf(*result.data);
-    report.pitch = PitchOf(*result.data);
+    report.pitch = PitchOf(*result.data, goesOn);
     return report;
 }
 

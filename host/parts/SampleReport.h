@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -30,7 +31,8 @@ struct SampleReport {
     double Seconds() const { return sampleRate > 0 ? static_cast<double>(frames) / sampleRate : 0.0; }
 };
 
-/// Reads the whole file. Throws std::exception when no file can be read at all, as without libsndfile.
-SampleReport InspectSample(const std::filesystem::path& path);
+/// Reads the whole file. Throws std::exception when no file can be read at all, as without libsndfile. The
+/// search for the pitch, which takes longest, ends without one as soon as `goesOn` tells no.
+SampleReport InspectSample(const std::filesystem::path& path, const std::function<bool()>& goesOn = {});
 
 } // namespace orphia::host

@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -139,6 +140,9 @@ public:
     std::filesystem::path SamplePath(std::uint32_t sample);
     /// An empty path clears it. False when there is no such sound; the path is kept.
     bool LoadSample(std::uint32_t sample, const std::filesystem::path& path);
+    /// Several at once, by the sample, with one change of the sound; the rest stays. False when one of them is
+    /// no such sound.
+    bool LoadSamples(const std::map<std::uint32_t, std::filesystem::path>& paths);
 
     struct Program {
         std::string id;

@@ -128,8 +128,12 @@ std::filesystem::path PluginInstrument::SamplePath(std::uint32_t sample) {
 }
 
 bool PluginInstrument::LoadSample(std::uint32_t sample, const std::filesystem::path& path) {
-    if (sample >= host::Preset::sampleCount) {
-        return false;
+    return LoadSamples({{sample, path}});
+}
+
+bool PluginInstrument::LoadSamples(const std::map<std::uint32_t, std::filesystem::path>& paths) {
+    if (paths.empty() || paths.rbegin()->first >= host::Preset::sampleCount) {
+        return paths.empty();
     }
     PluginState state;
     {
@@ -140,15 +144,19 @@ bool PluginInstrument::LoadSample(std::uint32_t sample, const std::filesystem::p
     if (!state.preset.samples) {
         state.preset.samples.emplace();
     }
-    if (path.empty()) {
-        state.preset.samples->erase(sample);
-    } else {
-        (*state.preset.samples)[sample] = Whole(path);
+    for (const auto& [sample, path] : paths) {
+        if (path.empty()) {
+            state.preset.samples->erase(sample);
+        } else {
+            (*state.preset.samples)[sample] = Whole(path);
+        }
     }
     inside->Load(state);
     const Inside::Lock lock = inside->TakeControl();
-    return path.empty() ||
-           (inside->newestSeat != nullptr && inside->newestSeat->instrument.HasSample(sample));
+    return std::ranges::all_of(paths, [this](const auto& each) {
+        return each.second.empty() ||
+               (inside->newestSeat != nullptr && inside->newestSeat->instrument.HasSample(each.first));
+    });
 }
 
 std::vector<PluginInstrument::Program> PluginInstrument::Programs() const {

@@ -160,6 +160,12 @@ TEST(PluginState, AMissingSampleKeepsItsPathAndPathsGoThroughTheHost) {
     EXPECT_EQ(missing->SamplePath(3), folder / "none.wav");
     EXPECT_TRUE(missing->LoadSample(3, {}));
     EXPECT_EQ(missing->SaveState(), plain);
+    EXPECT_FALSE(missing->LoadSamples({{5, folder / "none.wav"}, {6, folder / "gone.wav"}}));
+    EXPECT_EQ(missing->Position(IdOf("Modulator_Sample6_Loaded")), 0.0F);
+    EXPECT_EQ(missing->Position(IdOf("Modulator_Sample7_Loaded")), 1.0F);
+    EXPECT_TRUE(missing->LoadSamples({{2, folder / "gone.wav"}, {5, {}}, {6, {}}}));
+    EXPECT_EQ(missing->SamplePath(2), folder / "gone.wav");
+    EXPECT_TRUE(missing->SamplePath(6).empty());
     // What comes with the program needs neither path nor host.
     const std::vector<PluginInstrument::Program> programs = other->Programs();
     const auto drums = std::find_if(programs.begin(), programs.end(),

@@ -5,6 +5,7 @@
 #include "plugin/panel/pages/ModulationPage.h"
 #include "plugin/panel/pages/Page.h"
 #include "plugin/panel/pages/PresetsPage.h"
+#include "plugin/panel/pages/SamplesPage.h"
 
 namespace orphia::panel {
 
@@ -20,7 +21,7 @@ PageEntry Entry(const char* title) {
 const std::vector<PageEntry>& PageList() {
     static const std::vector<PageEntry> pages = {
         Entry<MainPage>("Play"),       Entry<ModulationPage>("Modulation"), Entry<EffectsPage>("Effects"),
-        Entry<PresetsPage>("Presets"), Entry<CircuitPage>("Circuit"),
+        Entry<SamplesPage>("Samples"), Entry<PresetsPage>("Presets"),       Entry<CircuitPage>("Circuit"),
     };
     return pages;
 }

@@ -1,0 +1,243 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "plugin/panel/model/samples/SampleSlots.h"
+
+#include "host/audio/AudioFileSource.h"
+#include "host/parameters/ParameterCatalog.h"
+#include "host/presets/NeutralStart.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <cmath>
+#include <exception>
+#include <string_view>
+
+namespace orphia::panel {
+
+namespace {
+
+using host::ParameterCatalog;
+
+constexpr float slotSteps = 11.0F;
+constexpr float octaveSteps = 8.0F;
+constexpr std::uint32_t keysPerOctave = 12;
+constexpr auto edgeNames =
+    std::to_array<std::string_view>({"TrimStart", "TrimStop", "LoopStart", "LoopStop", "CrossFade"});
+
+std::uint32_t Id(std::string_view name) { return ParameterCatalog::OfInstrument().Find(name).id; }
+
+/// Of the first sample; those of the others follow it.
+struct Ids {
+    static const Ids& Get() {
+        static const Ids ids;
+        return ids;
+    }
+
+    std::uint32_t loaded = Id("Modulator_Sample1_Loaded");
+    std::uint32_t loopOn = Id("Modulator_Sample1_LoopOn");
+    std::uint32_t loopType = Id("Modulator_Sampler_Slot1_LoopType");
+    std::uint32_t reverse = Id("Modulator_Sampler_Slot1_Reverse");
+    std::uint32_t root = Id("Modulator_Sampler_Slot1_RootNote");
+    std::uint32_t inSlot = Id("Modulator_Slot1_Sample");
+    std::uint32_t mode = Id("Modulator_SamplerPlayMode");
+    std::uint32_t octave = Id("Modulator_KeyboardSampleOctave");
+    std::uint32_t isPlaying = Id("Modulator_IsPlayingSample");
+    std::uint32_t currentSlot = Id("Modulator_CurrentSlot");
+    std::uint32_t playhead = Id("Modulator_Sampler_PlayheadPosition");
+    std::array<std::uint32_t, SampleEdges::Count> edges = [] {
+        std::array<std::uint32_t, SampleEdges::Count> found{};
+        for (std::size_t n = 0; n < found.size(); ++n) {
+            found[n] = Id(fmt::format("Modulator_Sampler_Sample1_{}", edgeNames[n]));
+        }
+        return found;
+    }();
+};
+
+bool IsOn(float position) { return position >= 0.5F; }
+
+std::string NameOf(const std::filesystem::path& path) { return path.filename().string(); }
+
+/// Why a file is no sound; empty for one.
+std::string ProblemOf(const std::filesystem::path& path) {
+    try {
+        const host::AudioFileSource source(path);
+        return {};
+    } catch (const std::exception& error) {
+        const std::string text = error.what();
+        const std::string prefix = path.string() + ": ";
+        return NameOf(path) + ": " + (text.starts_with(prefix) ? text.substr(prefix.size()) : text);
+    }
+}
+
+std::string Counted(std::size_t count, std::string_view what) {
+    return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
+}
+
+} // namespace
+
+SampleSlots::SampleSlots(plugin::PluginInstrument& ofInstrument, History& ofHistory)
+    : instrument(ofInstrument), history(ofHistory) {}
+
+std::uint32_t SampleSlots::IdOf(std::uint32_t sample, SampleEdges::Edge edge) {
+    return Ids::Get().edges.at(edge) + sample;
+}
+
+std::uint32_t SampleSlots::RootId(std::uint32_t sample) { return Ids::Get().root + sample; }
+
+bool SampleSlots::IsLoaded(std::uint32_t sample) const { return IsOn(Position(Ids::Get().loaded + sample)); }
+
+SamplePaths SampleSlots::Missing() const {
+    SamplePaths missing;
+    for (std::uint32_t sample = 0; sample < count; ++sample) {
+        std::filesystem::path path = PathOf(sample);
+        if (!path.empty() && !IsLoaded(sample)) {
+            missing[sample] = std::move(path);
+        }
+    }
+    return missing;
+}
+
+std::set<std::uint32_t> SampleSlots::Taken() const {
+    std::set<std::uint32_t> taken;
+    for (std::uint32_t sample = 0; sample < count; ++sample) {
+        if (!PathOf(sample).empty()) {
+            taken.insert(sample);
+        }
+    }
+    return taken;
+}
+
+std::string SampleSlots::Load(const SamplePaths& paths) {
+    SamplePaths sounds;
+    std::string problem;
+    for (const auto& [sample, path] : paths) {
+        std::string wrong = ProblemOf(path);
+        if (wrong.empty()) {
+            sounds[sample] = path;
+        } else if (problem.empty()) {
+            problem = std::move(wrong);
+        }
+    }
+    if (sounds.empty()) {
+        return problem;
+    }
+    const std::string name =
+        sounds.size() == 1 ? fmt::format("Sample {}", sounds.begin()->first + 1) : "Samples";
+    history.ChangeAll(name, [&] {
+        const bool isWhole = instrument.LoadSamples(sounds);
+        const host::NeutralStart& start = host::NeutralStart::Get();
+        for (const auto& [sample, path] : sounds) {
+            for (const auto edge : {SampleEdges::TrimStart, SampleEdges::TrimStop, SampleEdges::LoopStart,
+                                    SampleEdges::LoopStop}) {
+                instrument.SetPosition(IdOf(sample, edge), start.Position(IdOf(sample, edge)));
+            }
+            instrument.SetPosition(RootId(sample), start.Position(RootId(sample)));
+        }
+        if (!isWhole && problem.empty()) {
+            problem = "Not all of it can be played as a sample";
+        }
+        return true;
+    });
+    return problem;
+}
+
+std::string SampleSlots::Drop(const std::vector<std::filesystem::path>& dropped, std::uint32_t sample) {
+    const SampleFill fill = FillWith(dropped, sample, Taken());
+    if (fill.paths.empty()) {
+        return fill.leftOut > 0 ? "No sample is free" : "There is no sound in it";
+    }
+    const std::string problem = Load(fill.paths);
+    if (!problem.empty() || fill.leftOut == 0) {
+        return problem;
+    }
+    return fmt::format("{} found no free place", Counted(fill.leftOut, "sound"));
+}
+
+void SampleSlots::Clear(std::uint32_t sample) {
+    if (!PathOf(sample).empty()) {
+        history.ChangeAll(fmt::format("Clear sample {}", sample + 1),
+                          [&] { return instrument.LoadSample(sample, {}); });
+    }
+}
+
+std::string SampleSlots::Found(std::uint32_t sample, const std::filesystem::path& path) {
+    if (std::string problem = ProblemOf(path); !problem.empty()) {
+        return problem;
+    }
+    SamplePaths found = FindMissing(sample, path, Missing());
+    std::erase_if(found, [](const auto& each) { return !ProblemOf(each.second).empty(); });
+    history.ChangeAll("Find samples", [&] {
+        instrument.LoadSamples(found);
+        return true;
+    });
+    return found.size() == 1 ? std::string() : fmt::format("Found {}", Counted(found.size(), "sample"));
+}
+
+SampleEdges SampleSlots::EdgesOf(std::uint32_t sample) const {
+    const Ids& ids = Ids::Get();
+    SampleEdges edges;
+    for (std::size_t n = 0; n < edges.values.size(); ++n) {
+        edges.values.at(n) = Position(ids.edges.at(n) + sample);
+    }
+    edges.isLooped = IsOn(Position(ids.loopOn + sample));
+    edges.turnsRound = IsOn(Position(ids.loopType + sample));
+    edges.isReversed = IsOn(Position(ids.reverse + sample));
+    return edges;
+}
+
+void SampleSlots::Move(std::uint32_t sample, SampleEdges::Edge edge, float place) {
+    history.Set(IdOf(sample, edge), EdgesOf(sample).Moved(edge, place));
+}
+
+void SampleSlots::ResetEdge(std::uint32_t sample, SampleEdges::Edge edge) {
+    history.Set(IdOf(sample, edge), host::NeutralStart::Get().Position(IdOf(sample, edge)));
+}
+
+bool SampleSlots::SetRoot(std::uint32_t sample, double hertz) {
+    const auto position =
+        plugin::PluginParameters::Get().PositionOf(RootId(sample), fmt::format("{} Hz", hertz));
+    if (position) {
+        history.Set(RootId(sample), *position);
+    }
+    return position.has_value();
+}
+
+std::uint32_t SampleSlots::SampleInSlot(std::uint32_t slot) const {
+    return static_cast<std::uint32_t>(std::lround(slotSteps * Position(Ids::Get().inSlot + slot)));
+}
+
+std::optional<std::uint8_t> SampleSlots::KeyOf(std::uint32_t sample) const {
+    const Ids& ids = Ids::Get();
+    for (std::uint32_t slot = 0; slot < count && !IsOn(Position(ids.mode)); ++slot) {
+        if (SampleInSlot(slot) == sample) {
+            const auto octave = static_cast<std::uint32_t>(std::lround(octaveSteps * Position(ids.octave)));
+            return static_cast<std::uint8_t>(octave * keysPerOctave + slot);
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<SampleSlots::Head> SampleSlots::Playhead() const {
+    const Ids& ids = Ids::Get();
+    if (!IsOn(Position(ids.isPlaying))) {
+        return std::nullopt;
+    }
+    const auto slot = static_cast<std::uint32_t>(std::lround(slotSteps * Position(ids.currentSlot)));
+    return Head{SampleInSlot(slot), Position(ids.playhead)};
+}
+
+std::string NoteName(double hertz) {
+    constexpr std::array names = {"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
+    if (!(hertz > 1.0)) {
+        return {};
+    }
+    const double note = 69.0 + 12.0 * std::log2(hertz / 440.0);
+    const double nearest = std::round(note);
+    const int cents = static_cast<int>(std::lround(100.0 * (note - nearest)));
+    const int key = static_cast<int>(nearest);
+    const std::string name = fmt::format("{}{}", names.at(static_cast<std::size_t>(key + 120) % names.size()),
+                                         (key + 120) / 12 - 11);
+    return cents == 0 ? name : fmt::format("{} {:+} ct", name, cents);
+}
+
+} // namespace orphia::panel

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "plugin/core/PluginInstrument.h"
+#include "plugin/panel/model/History.h"
+#include "plugin/panel/model/samples/SampleEdges.h"
+#include "plugin/panel/model/samples/SampleFiles.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <set>
+#include <string>
+
+namespace orphia::panel {
+
+/// The twelve samples of the instrument, from 0, and all that a player does with them; it can be undone. For
+/// the message thread.
+class SampleSlots {
+public:
+    static constexpr std::uint32_t count = 12;
+
+    SampleSlots(plugin::PluginInstrument& instrument, History& history);
+
+    /// The file that it plays or, when it is missing, should play; empty for none.
+    std::filesystem::path PathOf(std::uint32_t sample) const { return instrument.SamplePath(sample); }
+    bool IsLoaded(std::uint32_t sample) const;
+    /// Those with a path and without a sound.
+    SamplePaths Missing() const;
+    std::set<std::uint32_t> Taken() const;
+
+    /// Of new sounds: they are played whole, and not where the ones before them began and ended. Returns what
+    /// is wrong, a line: one that is no sound is not taken.
+    std::string Load(const SamplePaths& paths);
+    /// Files and folders that were dropped on a sample. Returns a line for the player, empty when all is as
+    /// he wished.
+    std::string Drop(const std::vector<std::filesystem::path>& dropped, std::uint32_t sample);
+    void Clear(std::uint32_t sample);
+    /// One that is missing, and others beside it; all else of them stays. Returns a line that tells how many.
+    std::string Found(std::uint32_t sample, const std::filesystem::path& path);
+
+    static std::uint32_t IdOf(std::uint32_t sample, SampleEdges::Edge edge);
+    static std::uint32_t RootId(std::uint32_t sample);
+    SampleEdges EdgesOf(std::uint32_t sample) const;
+    /// To a place of the sample, as the mouse does it.
+    void Move(std::uint32_t sample, SampleEdges::Edge edge, float place);
+    void ResetEdge(std::uint32_t sample, SampleEdges::Edge edge);
+    /// The pitch at which it was recorded; false when it is out of range.
+    bool SetRoot(std::uint32_t sample, double hertz);
+
+    /// The key that plays it; nothing while keys choose no samples, or none chooses this one.
+    std::optional<std::uint8_t> KeyOf(std::uint32_t sample) const;
+    struct Head {
+        std::uint32_t sample = 0;
+        float place = 0.0F;
+
+        bool operator==(const Head&) const = default;
+    };
+    /// What sounds.
+    std::optional<Head> Playhead() const;
+
+private:
+    float Position(std::uint32_t id) const { return instrument.Position(id); }
+    std::uint32_t SampleInSlot(std::uint32_t slot) const;
+
+    plugin::PluginInstrument& instrument;
+    History& history;
+};
+
+/// The name of a pitch: "A3", or "A3 +12 ct" where it is not quite that.
+std::string NoteName(double hertz);
+
+} // namespace orphia::panel

@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "plugin/panel/controls/Button.h"
+#include "plugin/panel/model/samples/SampleShelf.h"
+#include "plugin/panel/model/samples/SampleSlots.h"
+#include "plugin/panel/pages/Page.h"
+#include "plugin/panel/parts/SampleRow.h"
+#include "plugin/panel/parts/SectionView.h"
+#include "plugin/panel/parts/WaveView.h"
+
+#include <array>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace orphia::panel {
+
+/// The twelve samples: a list, and the chosen one large. Files and folders are dropped on either.
+class SamplesPage final : public Page, public juce::FileDragAndDropTarget {
+public:
+    explicit SamplesPage(PanelModel& panel);
+    ~SamplesPage() override;
+
+    void Choose(std::uint32_t sample);
+    /// As the file choosers do.
+    void Take(const std::vector<std::filesystem::path>& dropped, std::uint32_t sample);
+    void TakeFound(const std::filesystem::path& path);
+
+    void Refresh() override;
+    void paintOverChildren(juce::Graphics& g) override;
+
+    bool isInterestedInFileDrag(const juce::StringArray& files) override { return !files.isEmpty(); }
+    void fileDragMove(const juce::StringArray& files, int x, int y) override;
+    void fileDragExit(const juce::StringArray& files) override;
+    void filesDropped(const juce::StringArray& files, int x, int y) override;
+
+private:
+    static constexpr std::uint32_t count = SampleSlots::count;
+
+    std::uint32_t SampleAt(int x, int y) const;
+    void MakeOwn();
+    /// Asks the instrument which files it has.
+    void Look();
+    void ShowAll();
+    void Tell(const juce::String& text);
+    void Clear();
+    void ChooseFiles(bool isMissing);
+    void SeekRoot();
+    void FollowRoot();
+    void Sound(bool isDown);
+
+    PanelModel& panel;
+    SampleSlots slots;
+    SampleShelf shelf;
+    SectionView list;
+    SectionView picture;
+    WaveView wave;
+    SectionView common;
+    std::array<std::unique_ptr<SampleRow>, count> rows;
+    Button play;
+    Button open;
+    Button clear;
+    Button find;
+    Button root;
+    std::unique_ptr<SectionView> own;
+    std::unique_ptr<juce::FileChooser> chooser;
+
+    struct File {
+        std::filesystem::path path;
+        bool isLoaded = false;
+        std::shared_ptr<const SampleShelf::Sound> sound;
+    };
+    std::array<File, count> sounds;
+    std::uint32_t chosen = 0;
+    std::optional<std::uint32_t> target;
+    /// Whose pitch is sought.
+    std::optional<std::pair<std::uint32_t, std::filesystem::path>> sought;
+    std::optional<std::uint8_t> pressedKey;
+    juce::String rootText;
+    int untilAsked = 0;
+};
+
+} // namespace orphia::panel
