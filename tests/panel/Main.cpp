@@ -80,6 +80,17 @@ void Furnish(orphia::plugin::PluginInstrument& instrument) {
             catalog, "BodeVocoder_PatchBay_Analysis" + std::to_string(band) + "_Synthesis" +
                          std::to_string(to) + (band % 3 == 0 ? "=0.4" : "=1")));
     }
+    const std::filesystem::path sources = ORPHIA_EXAMPLES;
+    instrument.LoadSamples({{0, sources / "voice.flac"},
+                            {1, sources / "../presets/samples/beat.flac"},
+                            {2, sources / "chord.flac"},
+                            {3, "/home/somebody/samples/choir.wav"}});
+    for (const char* const each :
+         {"Modulator_Sampler_Sample1_TrimStart=0.06", "Modulator_Sampler_Sample1_TrimStop=0.93",
+          "Modulator_Sample1_LoopOn=on", "Modulator_Sampler_Sample1_LoopStart=0.36",
+          "Modulator_Sampler_Sample1_LoopStop=0.78"}) {
+        instrument.Set(orphia::host::ParseAssignment(catalog, each));
+    }
     instrument.AssignMacro(0, {"Brighter", {{catalog.Find("Osc1Shape").id, 0.0F, 1.0F}}});
     instrument.AssignMacro(1, {"Farther", {{catalog.Find("FX3_Dattorro_DryWet").id, 0.1F, 0.9F}}});
     instrument.SetPosition(orphia::plugin::PluginParameters::firstMacro + 1, 0.6F);
@@ -99,6 +110,9 @@ int WritePictures(const std::filesystem::path& folder) {
         for (std::size_t page = 0; page < rig.panel.PageCount(); ++page) {
             rig.panel.ShowPage(page);
             rig.Play(0.05);
+            // Files are read beside it.
+            std::this_thread::sleep_for(std::chrono::milliseconds(400));
+            rig.Play(0.3);
             const std::string name = rig.panel.PageTitle(page).toLowerCase().toStdString();
             const std::filesystem::path file = folder / (name + (isBright ? "-bright" : ""));
             isDone &= rig.WritePicture(file.string() + "-100.png", 1.0F);

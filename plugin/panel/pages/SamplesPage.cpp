@@ -114,12 +114,11 @@ void SamplesPage::Look() {
 }
 
 void SamplesPage::ShowAll() {
-    const auto head = slots.Playhead();
     for (std::uint32_t sample = 0; sample < count; ++sample) {
         const File& file = sounds[sample];
         const bool isMissing = !file.path.empty() && !file.isLoaded;
-        rows[sample]->Show({NameOf(file.path), file.sound, isMissing, sample == chosen,
-                            head && head->sample == sample, target == sample});
+        rows[sample]->Show({NameOf(file.path), file.sound, isMissing, sample == chosen, playing == sample,
+                            target == sample});
     }
     const File& file = sounds[chosen];
     const bool isMissing = !file.path.empty() && !file.isLoaded;
@@ -138,11 +137,26 @@ void SamplesPage::ShowAll() {
     root.setButtonText(sought ? "Listening..." : "Root from pitch");
     picture.setName("Sample " + juce::String(chosen + 1));
     picture.setTitle(picture.getName());
-    repaint();
+    juce::String nextFacts;
+    if (file.sound != nullptr) {
+        nextFacts = file.sound->problem.empty()
+                        ? juce::String(file.sound->Seconds(), 2) + " s, " +
+                              juce::String(file.sound->sampleRate / 1000.0, 1) + " kHz"
+                        : juce::String(file.sound->problem);
+    }
+    if (title != NameOf(file.path) || facts != nextFacts || shownSample != chosen) {
+        title = NameOf(file.path);
+        facts = nextFacts;
+        shownSample = chosen;
+        repaint();
+    }
 }
 
 void SamplesPage::Refresh() {
-    if (untilAsked-- <= 0) {
+    const auto head = slots.Playhead();
+    const auto plays = head ? std::optional(head->sample) : std::nullopt;
+    if (plays != playing || untilAsked-- <= 0) {
+        playing = plays;
         Look();
     }
     FollowRoot();
@@ -267,23 +281,16 @@ void SamplesPage::filesDropped(const juce::StringArray& dropped, int x, int y) {
 
 void SamplesPage::paintOverChildren(juce::Graphics& g) {
     const Palette& colours = PanelLook::Of(*this);
-    const File& file = sounds[chosen];
     juce::Rectangle<float> line =
         picture.getBounds().reduced(Grid::padding, 0).withHeight(Grid::titleHeight).toFloat();
     line.removeFromLeft(titleWidth);
     line = line.withTrimmedRight(200.0F);
-    const juce::String name = NameOf(file.path);
     const float width = std::min(line.getWidth() - 150.0F,
-                                 PanelLook::Font(Sizes::textFont, true).getStringWidthFloat(name) + 6.0F);
-    DrawText(g, name, line.removeFromLeft(width), Sizes::textFont, colours.text,
+                                 PanelLook::Font(Sizes::textFont, true).getStringWidthFloat(title) + 6.0F);
+    DrawText(g, title, line.removeFromLeft(width), Sizes::textFont, colours.text,
              juce::Justification::centredLeft, true);
-    if (file.sound != nullptr) {
-        const juce::String facts = juce::String(file.sound->Seconds(), 2) + " s, " +
-                                   juce::String(file.sound->sampleRate / 1000.0, 1) + " kHz";
-        DrawText(g, file.sound->problem.empty() ? facts : juce::String(file.sound->problem),
-                 line.withTrimmedLeft(10.0F), Sizes::labelFont, colours.dimText,
-                 juce::Justification::centredLeft);
-    }
+    DrawText(g, facts, line.withTrimmedLeft(10.0F), Sizes::labelFont, colours.dimText,
+             juce::Justification::centredLeft);
     juce::Rectangle<float> note = RootArea().removeFromLeft(96).toFloat();
     DrawText(g, "Root note", note.removeFromTop(16.0F), Sizes::labelFont, colours.dimText);
     note.removeFromBottom(17.0F);

@@ -78,7 +78,11 @@ private:
     /// Whose pitch is sought.
     std::optional<std::pair<std::uint32_t, std::filesystem::path>> sought;
     std::optional<std::uint8_t> pressedKey;
+    std::optional<std::uint32_t> playing;
     juce::String rootText;
+    juce::String title;
+    juce::String facts;
+    std::uint32_t shownSample = 0;
     int untilAsked = 0;
 };
 

@@ -14,13 +14,13 @@ constexpr float middle = 0.5F;
 
 float SampleEdges::First() const { return values[TrimStart]; }
 float SampleEdges::Last() const { return std::max(values[TrimStop], First()); }
-float SampleEdges::LoopLast() const { return std::clamp(values[LoopStop], First(), Last()); }
-float SampleEdges::LoopFirst() const { return std::clamp(values[LoopStart], First(), LoopLast()); }
+float SampleEdges::LoopLast() const { return std::min(values[LoopStop], Last()); }
+float SampleEdges::LoopFirst() const { return std::min(std::max(values[LoopStart], First()), LoopLast()); }
 
 /// What fades in lies before the loop, behind it when it is played from the end, and on both sides when it
 /// turns round.
 float SampleEdges::FadeLength() const {
-    const float before = LoopFirst() - First();
+    const float before = std::max(0.0F, LoopFirst() - First());
     const float behind = Last() - LoopLast();
     const float limit = turnsRound ? std::min(before, behind) : isReversed ? behind : before;
     return std::min(values[CrossFade] * (LoopLast() - LoopFirst()), limit);
@@ -91,7 +91,7 @@ float SampleEdges::Moved(Edge edge, float place) const {
     case LoopStart:
         return std::clamp(place, First(), std::max(First(), LoopLast() - leastLength));
     case LoopStop:
-        return std::clamp(place, std::min(Last(), LoopFirst() + leastLength), Last());
+        return std::clamp(place, std::min(Last(), std::max(First(), LoopFirst()) + leastLength), Last());
     default: {
         const float length = LoopLast() - LoopFirst();
         const float asked = isReversed ? place - LoopFirst() : LoopLast() - place;

@@ -29,7 +29,8 @@ struct SampleEdges {
 
     bool operator==(const SampleEdges&) const = default;
 
-    /// What is in force: the trims in order, the loop within them.
+    /// What is in force: the trims in order, the loop no farther than they reach. One that lies in front of
+    /// them is a point.
     float First() const;
     float Last() const;
     float LoopFirst() const;
