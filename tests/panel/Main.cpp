@@ -104,15 +104,23 @@ int WritePictures(const std::filesystem::path& folder) {
     }
     Furnish(rig.instrument);
     rig.Play(1.2);
+    const std::uint32_t liveVoice =
+        orphia::host::ParameterCatalog::OfInstrument().Find("Modulator_ExternalInput").id;
     bool isDone = true;
     for (const bool isBright : {false, true}) {
         rig.panel.SetBright(isBright);
         for (std::size_t page = 0; page < rig.panel.PageCount(); ++page) {
             rig.panel.ShowPage(page);
             rig.Play(0.05);
-            // Files are read beside it.
-            std::this_thread::sleep_for(std::chrono::milliseconds(400));
-            rig.Play(0.3);
+            // Files are read beside it, and one of them plays.
+            const bool isSamples = rig.panel.PageTitle(page) == "Samples";
+            rig.instrument.SetPosition(liveVoice, isSamples ? 0.0F : 1.0F);
+            if (isSamples) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(400));
+                rig.instrument.Play({0x90, 36, 100});
+                rig.Play(2.4);
+                rig.instrument.Play({0x80, 36, 0});
+            }
             const std::string name = rig.panel.PageTitle(page).toLowerCase().toStdString();
             const std::filesystem::path file = folder / (name + (isBright ? "-bright" : ""));
             isDone &= rig.WritePicture(file.string() + "-100.png", 1.0F);

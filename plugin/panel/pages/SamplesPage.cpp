@@ -65,7 +65,7 @@ SamplesPage::SamplesPage(PanelModel& ofPanel)
         list.addAndMakeVisible(*rows[sample]);
     }
     area = picture.getLocalBounds().reduced(Grid::padding, 0).withTrimmedBottom(Grid::padding);
-    juce::Rectangle<int> top = area.removeFromTop(Grid::titleHeight + 6).withTrimmedTop(4);
+    juce::Rectangle<int> top = area.removeFromTop(Grid::titleHeight + 4).withTrimmedTop(1);
     for (Button* const button : {&clear, &open, &play}) {
         button->setBounds(top.removeFromRight(64).withHeight(buttonHeight));
         picture.addAndMakeVisible(*button);
@@ -74,7 +74,7 @@ SamplesPage::SamplesPage(PanelModel& ofPanel)
     picture.addAndMakeVisible(wave);
     find.setBounds(area.withSizeKeepingCentre(80, buttonHeight).translated(0, 34));
     picture.addChildComponent(find);
-    root.setBounds(RootArea().withTrimmedLeft(96).withSizeKeepingCentre(120, 24));
+    root.setBounds(RootArea().withTrimmedLeft(92).withWidth(124).withSizeKeepingCentre(124, 24));
     addAndMakeVisible(root);
     play.onStateChange = [this] { Sound(play.isDown()); };
     MakeOwn();
@@ -291,7 +291,7 @@ void SamplesPage::paintOverChildren(juce::Graphics& g) {
              juce::Justification::centredLeft, true);
     DrawText(g, facts, line.withTrimmedLeft(10.0F), Sizes::labelFont, colours.dimText,
              juce::Justification::centredLeft);
-    juce::Rectangle<float> note = RootArea().removeFromLeft(96).toFloat();
+    juce::Rectangle<float> note = RootArea().removeFromLeft(84).toFloat();
     DrawText(g, "Root note", note.removeFromTop(16.0F), Sizes::labelFont, colours.dimText);
     note.removeFromBottom(17.0F);
     DrawText(g, rootText, note, Sizes::headerFont, colours.text, juce::Justification::centred, true);

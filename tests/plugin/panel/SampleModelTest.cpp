@@ -293,6 +293,8 @@ TEST(SampleSlots, TellWhichOnePlaysAndWhere) {
     ASSERT_TRUE(head);
     EXPECT_EQ(head->sample, 5U);
     EXPECT_NEAR(head->place, 0.25F, 0.02F);
+    plugin->SetPosition(IdOf("Modulator_ExternalInput"), 1.0F);
+    EXPECT_FALSE(slots.Playhead()) << "a live voice is heard";
     plugin->SetPosition(IdOf("Modulator_SamplerPlayMode"), 1.0F);
     EXPECT_FALSE(slots.KeyOf(5)) << "keys do not choose";
 }

@@ -41,6 +41,7 @@ struct Ids {
     std::uint32_t inSlot = Id("Modulator_Slot1_Sample");
     std::uint32_t mode = Id("Modulator_SamplerPlayMode");
     std::uint32_t octave = Id("Modulator_KeyboardSampleOctave");
+    std::uint32_t liveVoice = Id("Modulator_ExternalInput");
     std::uint32_t isPlaying = Id("Modulator_IsPlayingSample");
     std::uint32_t currentSlot = Id("Modulator_CurrentSlot");
     std::uint32_t playhead = Id("Modulator_Sampler_PlayheadPosition");
@@ -219,7 +220,7 @@ std::optional<std::uint8_t> SampleSlots::KeyOf(std::uint32_t sample) const {
 
 std::optional<SampleSlots::Head> SampleSlots::Playhead() const {
     const Ids& ids = Ids::Get();
-    if (!IsOn(Position(ids.isPlaying))) {
+    if (!IsOn(Position(ids.isPlaying)) || IsOn(Position(ids.liveVoice))) {
         return std::nullopt;
     }
     const auto slot = static_cast<std::uint32_t>(std::lround(slotSteps * Position(ids.currentSlot)));

@@ -56,7 +56,7 @@ public:
 
         bool operator==(const Head&) const = default;
     };
-    /// What sounds.
+    /// What is heard; nothing while a live voice is.
     std::optional<Head> Playhead() const;
 
 private:
