@@ -140,8 +140,8 @@ public:
     std::filesystem::path SamplePath(std::uint32_t sample);
     /// An empty path clears it. False when there is no such sound; the path is kept.
     bool LoadSample(std::uint32_t sample, const std::filesystem::path& path);
-    /// Several at once, by the sample, with one change of the sound; the rest stays. False when one of them is
-    /// no such sound.
+    /// Several at once, by the sample, with one change of the sound; the rest stays. False when one of them
+    /// is no such sound.
     bool LoadSamples(const std::map<std::uint32_t, std::filesystem::path>& paths);
 
     struct Program {

@@ -147,7 +147,7 @@ std::string SampleSlots::Drop(const std::vector<std::filesystem::path>& dropped,
     if (fill.paths.empty()) {
         return fill.leftOut > 0 ? "No sample is free" : "There is no sound in it";
     }
-    const std::string problem = Load(fill.paths);
+    std::string problem = Load(fill.paths);
     if (!problem.empty() || fill.leftOut == 0) {
         return problem;
     }
