@@ -50,46 +50,44 @@ async function clickToSound() {
     return milliseconds;
 }
 
-/** Renders offline, where nothing else runs: the share of a core that so many keys take at 44.1 kHz. */
-async function share(page, keys, speaks = true) {
-    return page.evaluate(async (count, hasVoice) => {
-        const { Engine, request } = await import('/engine.js');
-        const seconds = 20;
-        const context = new OfflineAudioContext(2, seconds * 44100, 44100);
-        const bytes = await (await fetch('/sounds/voice.flac')).arrayBuffer();
-        const voice = new AudioBufferSourceNode(context, { buffer: await context.decodeAudioData(bytes), loop: true });
-        const notes = Array.from({ length: count }, (_, n) => request('orphia_send', [0x90, 48 + 2 * n, 100]));
-        const engine = await Engine.create(context, { setup: notes });
-        if (hasVoice) {
-            voice.connect(engine.node);
-        }
-        engine.node.connect(context.destination);
-        voice.start();
-        const started = performance.now();
-        await context.startRendering();
-        return (performance.now() - started) / 10 / seconds;
-    }, keys, speaks);
+/** Processor time that the browser's pages have taken, in seconds: what else runs on the machine does not count. */
+async function processorSeconds() {
+    const client = await session.browser.target().createCDPSession();
+    const { processInfo } = await client.send('SystemInfo.getProcessInfo');
+    await client.detach();
+    return processInfo.filter(({ type }) => type === 'renderer').reduce((sum, { cpuTime }) => sum + cpuTime, 0);
 }
 
-/** Sound for a second, then silence, offline: whether what decays costs more than what sounds. */
-async function decay(page) {
-    return page.evaluate(async () => {
-        const { Engine, request } = await import('/engine.js');
-        const bytes = await (await fetch('/sounds/voice.flac')).arrayBuffer();
-        const time = async (seconds) => {
-            const context = new OfflineAudioContext(2, seconds * 44100, 44100);
-            const voice = new AudioBufferSourceNode(context, { buffer: await context.decodeAudioData(bytes.slice(0)) });
-            const engine = await Engine.create(context, { seed: 1, setup: [request('orphia_load_named', [], 'plate-monk')] });
-            voice.connect(engine.node).connect(context.destination);
-            voice.start(0, 0, 1);
-            const started = performance.now();
-            await context.startRendering();
-            return performance.now() - started;
-        };
-        await time(2);
-        const [short, long] = [await time(20), await time(60)];
-        return (long - short) / 10 / 40;
-    });
+/** Renders so many seconds of a preset at 44.1 kHz offline, with so many keys, and a voice for a time. */
+const render = (page, seconds, job) => page.evaluate(async (length, { preset = 'default', keys, voiceSeconds }) => {
+    const { Engine, request } = await import('/engine.js');
+    const context = new OfflineAudioContext(2, length * 44100, 44100);
+    const bytes = await (await fetch('/sounds/voice.flac')).arrayBuffer();
+    const voice = new AudioBufferSourceNode(context, { buffer: await context.decodeAudioData(bytes), loop: true });
+    const notes = Array.from({ length: keys }, (_, n) => request('orphia_send', [0x90, 48 + 2 * n, 100]));
+    const engine = await Engine.create(context, { setup: [request('orphia_load_named', [], preset), ...notes] });
+    if (voiceSeconds > 0) {
+        voice.connect(engine.node);
+    }
+    engine.node.connect(context.destination);
+    voice.start();
+    voice.stop(voiceSeconds);
+    await context.startRendering();
+}, seconds, job);
+
+/** The share of a core that a job takes, in percent; least of some, without what a start costs. */
+async function share(page, job, short = 5, long = 35) {
+    const time = async (seconds) => {
+        const before = await processorSeconds();
+        await render(page, seconds, job);
+        return (await processorSeconds()) - before;
+    };
+    const shares = [];
+    for (let n = 0; n < 3; ++n) {
+        const less = await time(short);
+        shares.push((100 * ((await time(long)) - less)) / (long - short));
+    }
+    return `${Math.min(...shares).toFixed(1)} %`;
 }
 
 /** A live minute or more with eight keys and the song's voice. */
@@ -126,14 +124,14 @@ starts.sort((a, b) => a - b);
 row('click to sound, middle of 5', `${starts[2].toFixed(0)} ms`, '300 ms');
 const page = await session.page();
 await page.goto(session.address);
-for (const [name, keys, speaks] of [['share of a core, silent', 0, false], ['with a voice, no key', 0, true], ['1 key', 1, true], ['8 keys', 8, true], ['16 keys', 16, true]]) {
-    const times = [];
-    for (let n = 0; n < 3; ++n) {
-        times.push(await share(page, keys, speaks));
-    }
-    row(name, `${Math.min(...times).toFixed(1)} %`);
+const always = 1000;
+row('share of a core, silent', await share(page, { keys: 0, voiceSeconds: 0 }));
+row('with a voice, no key', await share(page, { keys: 0, voiceSeconds: always }));
+for (const keys of [1, 8, 16]) {
+    row(`${keys} key${keys > 1 ? 's' : ''}`, await share(page, { keys, voiceSeconds: always }));
 }
-row('after the sound, in the silence of a reverb', `${(await decay(page)).toFixed(1)} %`);
+row('the same in a long reverb, 8 keys', await share(page, { preset: 'plate-monk', keys: 8, voiceSeconds: always }));
+row('there, a minute after the sound', await share(page, { preset: 'plate-monk', keys: 0, voiceSeconds: 1 }, 60, 120));
 await page.close();
 const { seconds, late, wasm, heap } = await live();
 row(`late blocks of 128 frames in ${seconds.toFixed(0)} s, 8 keys`, late, '0');
