@@ -37,6 +37,9 @@ public:
 
     void Clear() { std::fill(ring.begin(), ring.end(), 0.0F); }
 
+    /// How many samples it keeps.
+    u32 Size() const { return mask + 1; }
+
     /// Four neighbours from a delay on, counted back from the quad that is written next.
     Float4 Read(u32 delay) const { return Load(writeIndex - delay); }
 

@@ -31,11 +31,13 @@ constexpr std::array<float, reach + 1> coefficientFilter = CoefficientFilter();
 void SplineDelayLine::Allocate(u32 longestDelay) {
     ring.Allocate(longestDelay + historySize);
     history.fill(0.0F);
+    silentFrames = ring.Size() + historySize;
 }
 
 void SplineDelayLine::Clear() {
     ring.Clear();
     history.fill(0.0F);
+    silentFrames = ring.Size() + historySize;
 }
 
 void SplineDelayLine::Write(Float4 samples) {
@@ -51,6 +53,7 @@ void SplineDelayLine::Write(Float4 samples) {
     Float4::load_aligned(past + 8).store_aligned(past + 4);
     samples.store_aligned(past + 8);
     ring.Write(sum);
+    silentFrames = xsimd::any(samples != Float4(0.0F)) ? 0 : silentFrames + Float4::size;
 }
 
 } // namespace Velmora::dsp

@@ -40,6 +40,9 @@ public:
     /// Appends four samples, which must be finite.
     void Write(Float4 samples);
 
+    /// Nothing but zeros is kept: taps are zero, and to write more of them changes nothing.
+    bool IsSilent() const { return silentFrames >= ring.Size() + historySize; }
+
 private:
     /// From the first slot of the next quad of coefficients to the oldest point of a tap without delay.
     static constexpr u32 pointsToHead = reach + Float4::size - 2;
@@ -49,6 +52,8 @@ private:
     QuadRing ring;
     /// The last samples.
     alignas(16) std::array<float, historySize> history{};
+    /// Since the last sample that was not zero.
+    u32 silentFrames = 0;
 };
 
 } // namespace Velmora::dsp

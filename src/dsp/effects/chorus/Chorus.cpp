@@ -99,7 +99,11 @@ void Chorus::StepDelays() {
     channels[0].delays.Advance(TapDelays(Controls::LeftOffsets, 0.0F), longest);
     channels[1].delays.Advance(TapDelays(Controls::RightOffsets, motion.value[Controls::RandomShift]),
                                longest);
-    lfo.Advance(song.Advance(motion.value[Controls::RateHz], Limits::fastestHz));
+    StepSwing();
+}
+
+void Chorus::StepSwing() {
+    lfo.Advance(song.Advance(controls[Controls::Motion].value[Controls::RateHz], Limits::fastestHz));
 }
 
 Float4 Chorus::TapDelays(Controls::Group offsets, float randomShift) const {
@@ -112,7 +116,16 @@ Float4 Chorus::TapDelays(Controls::Group offsets, float randomShift) const {
     return delays;
 }
 
+bool Chorus::IsAtRest() const {
+    return channels[0].line.IsSilent() && channels[1].line.IsSilent() && entry.IsOver() &&
+           !controls.IsMoving() && xsimd::all(highCutState == Float4(0.0F) && lowCutState == Float4(0.0F));
+}
+
 bool Chorus::Process(ProcessContext& context) {
+    if (IsAtRest() && IsSilent(context)) {
+        RenderSilence(context, [this] { StepSwing(); });
+        return true;
+    }
     RenderStereoQuads(context, controls,
                       [this](auto moving, StereoQuad& sound) { RenderQuad<moving.value>(sound); });
     return true;

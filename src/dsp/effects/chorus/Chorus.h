@@ -90,7 +90,9 @@ private:
     void StartMotion() override;
     float CycleHz(const ProcessContext& context);
 
+    bool IsAtRest() const;
     void StepDelays();
+    void StepSwing();
     Float4 TapDelays(ChorusControls::Group offsets, float randomShift) const;
     template <bool moving>
     void RenderQuad(StereoQuad& sound);

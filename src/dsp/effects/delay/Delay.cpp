@@ -106,7 +106,22 @@ void Delay::StepDelays() {
     wow.Advance(wowHz);
 }
 
+bool Delay::IsAtRest() const {
+    return lines[0].IsSilent() && lines[1].IsSilent() && cuts.IsAtRest() && entry.IsOver() &&
+           !controls.IsMoving();
+}
+
+/// What StepDelays does besides the delays themselves.
+void Delay::StepSwing() {
+    controls.StepTimes();
+    wow.Advance(wowHz);
+}
+
 bool Delay::Process(ProcessContext& context) {
+    if (IsAtRest() && IsSilent(context)) {
+        RenderSilence(context, [this] { StepSwing(); });
+        return true;
+    }
     linesUsed = linesUsed || context.numFrames != 0;
     RenderStereoQuads(context, controls,
                       [this](auto moving, StereoQuad& sound) { RenderQuad<moving.value>(sound); });

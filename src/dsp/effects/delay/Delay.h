@@ -75,7 +75,9 @@ private:
     DelaySettings ReadSettings(const ProcessContext& context) override;
     void StartMotion() override;
     float EchoSeconds(const ProcessContext& context);
+    bool IsAtRest() const;
     void StepDelays();
+    void StepSwing();
     template <bool moving>
     void RenderQuad(StereoQuad& sound);
     template <bool moving>

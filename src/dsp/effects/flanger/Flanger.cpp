@@ -5,6 +5,7 @@
 #include "dsp/math/SyncRates.h"
 #include "dsp/math/Within.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Velmora::dsp {
@@ -100,10 +101,23 @@ void Flanger::StepDelays() {
     const Float4 wet{1.0F, 1.0F, 0.0F, 0.0F};
     const Float4 swing = hand[Controls::ManualSamples] + motion[Controls::DepthSamples] * lfo.Value(controls);
     delays.Advance(motion[Controls::BaseSamples] + wet * swing, controls.LongestDelay());
-    lfo.Advance(motion[Controls::RateHz]);
+    StepSwing();
+}
+
+void Flanger::StepSwing() { lfo.Advance(controls[Controls::Motion].value[Controls::RateHz]); }
+
+bool Flanger::IsAtRest() const {
+    const bool isSilent = std::all_of(channels.begin(), channels.end(), [](const Channel& channel) {
+        return channel.wet.IsSilent() && channel.dry.IsSilent();
+    });
+    return isSilent && cuts.IsAtRest() && entry.IsOver() && !controls.IsMoving();
 }
 
 bool Flanger::Process(ProcessContext& context) {
+    if (IsAtRest() && IsSilent(context)) {
+        RenderSilence(context, [this] { StepSwing(); });
+        return true;
+    }
     RenderStereoQuads(context, controls,
                       [this](auto moving, StereoQuad& sound) { RenderQuad<moving.value>(sound); });
     return true;

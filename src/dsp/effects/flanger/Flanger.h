@@ -96,7 +96,9 @@ private:
     float CycleHz(const ProcessContext& context);
     void FollowSong(const ProcessContext& context) override;
     void StartMotion() override;
+    bool IsAtRest() const;
     void StepDelays();
+    void StepSwing();
     template <bool moving>
     void RenderQuad(StereoQuad& sound);
     template <bool moving>

@@ -16,6 +16,7 @@ public:
     void Prepare(float sampleRate) { step = 1.0F / (seconds * sampleRate); }
     void Reset() { gain = 1.0F; }
     void Start() { gain = 0.0F; }
+    bool IsOver() const { return gain == 1.0F; }
 
     /// The coming quad; to the bit once the fade is over.
     StereoQuad Next(const StereoQuad& sound) {

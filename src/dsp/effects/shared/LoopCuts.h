@@ -33,6 +33,7 @@ public:
     }
 
     void Clear() { lowState = highState = Float4(0.0F); }
+    bool IsAtRest() const { return xsimd::all(lowState == Float4(0.0F) && highState == Float4(0.0F)); }
 
     /// Filters both channels of a sound, and gives what goes into the loop.
     StereoQuad Run(const Float4& coefficients, StereoQuad& sound) {

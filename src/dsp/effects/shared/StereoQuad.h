@@ -5,9 +5,12 @@
 #include "dsp/smoothing/SmoothedLanes.h"
 #include "dsp/vectors/FrameLanes.h"
 #include "dsp/vectors/SilenceFaults.h"
+#include "support/platform/Standard.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <numeric>
 #include <type_traits>
 
 namespace Velmora::dsp {
@@ -93,6 +96,29 @@ void RenderStereoQuads(const ProcessContext& context, Controls& controls, Render
     } else {
         run(std::false_type());
     }
+}
+
+/// Whether inputs 0 and 1 are zero without a sign, or not there, throughout the block.
+inline bool IsSilent(const ProcessContext& context) {
+    u32 bits = 0;
+    for (u32 channel = 0; channel < 2; ++channel) {
+        if (const float* input = context.InputOrNull(channel)) {
+            bits = std::accumulate(input, input + context.numFrames, bits,
+                                   [](u32 all, float x) { return all | BitCast<u32>(x); });
+        }
+    }
+    return bits == 0;
+}
+
+/// One block of an effect at rest under a silent input: all that would add up are zeros, so that only what
+/// swings goes on, step by step. Delays are stepped again before sound comes out of the lines.
+template <class Step>
+void RenderSilence(const ProcessContext& context, Step step) {
+    for (u32 n = 0; n < context.numFrames; n += simd::Float4::size) {
+        step();
+    }
+    std::fill_n(context.outputs[0], context.numFrames, 0.0F);
+    std::fill_n(context.outputs[1], context.numFrames, 0.0F);
 }
 
 } // namespace Velmora::dsp
