@@ -57,6 +57,8 @@ VoiceOscillator::VoiceOscillator()
 }
 
 void VoiceOscillator::Initialize(float rate, u32 maxBlockSize) {
+    // The first call allocates: not in the first block.
+    SelectVoiceKernels();
     phaseGen.Initialize(rate, maxBlockSize);
     ForEachShape([=](auto& shape) { shape.Initialize(rate, maxBlockSize); });
     postFilter.Initialize(rate, maxBlockSize);
