@@ -35,6 +35,7 @@ void Run(benchmark::State& state, std::initializer_list<Setting> settings, bool 
     const Velmora::dsp::DenormalGuard guard;
     const auto sample = ChordSample();
     Sampler sampler;
+    sampler.MakeStretchers();
     sampler.Initialize(sampleRate, blockSize);
     sampler.SetSample(sample, 0);
     sampler.SetParameterValue(Sampler::Coarse, 7.0F);

@@ -16,10 +16,33 @@ float Soft(float t) { return t * t * (3.0F - 2.0F * t); }
 } // namespace
 
 void SamplePlayer::Initialize(float rate) {
+    const std::lock_guard lock(making);
     sampleRate = rate;
     fadeLength = std::max(1U, static_cast<u32>(fadeSeconds * rate));
+    if (CanStretch()) {
+        Make();
+    }
+}
+
+void SamplePlayer::MakeStretchers() {
+    const std::lock_guard lock(making);
+    if (!CanStretch()) {
+        Make();
+        hasStretchers.store(true, std::memory_order_release);
+    }
+}
+
+void SamplePlayer::Make() {
     for (SampleStretcher& stretcher : stretchers) {
-        stretcher.Make(rate);
+        stretcher.Make(sampleRate);
+    }
+}
+
+void SamplePlayer::ResetStretchers() {
+    if (CanStretch()) {
+        for (SampleStretcher& stretcher : stretchers) {
+            stretcher.Reset();
+        }
     }
 }
 
@@ -28,9 +51,7 @@ void SamplePlayer::Reset() {
         head.Reset();
     }
     timeline.Reset();
-    for (SampleStretcher& stretcher : stretchers) {
-        stretcher.Reset();
-    }
+    ResetStretchers();
     isStopPending = false;
     isFinished = false;
     fadeLeft = 0;
@@ -110,7 +131,7 @@ void SamplePlayer::FollowStretch() {
     stretchFactor = wantedFactor;
     const bool fades = switches && !isFresh;
     // A stretcher that fades out keeps its ratio.
-    if (isStretched || !(fades || fadeLeft > 0)) {
+    if (CanStretch() && (isStretched || !(fades || fadeLeft > 0))) {
         for (SampleStretcher& stretcher : stretchers) {
             stretcher.SetTimeRatio(1.0 / stretchFactor);
         }
@@ -130,10 +151,8 @@ void SamplePlayer::StartFade() {
         std::for_each(heads.begin(), heads.end(), [](Playhead& head) { head.ClearWrapped(); });
         return;
     }
-    for (SampleStretcher& stretcher : stretchers) {
-        stretcher.Reset();
-    }
-    fadeLeft += stretchers[0].Delay();
+    ResetStretchers();
+    fadeLeft += CanStretch() ? stretchers[0].Delay() : 0;
 }
 
 void SamplePlayer::Render(float step, float* left, float* right, u32 frames) {
@@ -214,7 +233,7 @@ void SamplePlayer::Read(u32 channel, Playhead& head, bool stretched, float step,
             reader.ReadOnce(head, settings.repeatsOnce, to, count);
         }
     };
-    if (stretched && stretchers[channel].IsMade()) {
+    if (stretched && CanStretch()) {
         stretchers[channel].Render(read, out, frames);
     } else {
         read(out, frames);

@@ -9,6 +9,8 @@
 #include "support/platform/Types.h"
 
 #include <array>
+#include <atomic>
+#include <mutex>
 
 namespace Velmora::dsp {
 
@@ -25,8 +27,11 @@ public:
         bool repeatsOnce = false;
     };
 
-    /// Makes the stretchers; the rate in Hz.
+    /// The rate in Hz. Makes the stretchers anew if there are any.
     void Initialize(float sampleRate);
+    /// Not on the audio thread, which may run meanwhile: from now on samples can be stretched; until then
+    /// they play as they are. Allocates when it is called first.
+    void MakeStretchers();
     void Reset();
     /// From the next block on; start in 0..1 of the trimmed part. The sample must outlive its playing.
     void Start(const SampleData& newSample, const Settings& newSettings, float start);
@@ -51,6 +56,9 @@ public:
 private:
     static constexpr u32 mostChannels = 2;
 
+    void Make();
+    void ResetStretchers();
+    bool CanStretch() const { return hasStretchers.load(std::memory_order_acquire); }
     void SetRange(const SampleData& newSample);
     bool IsBeforeLoopEnd(double position) const;
     void EnterLoop();
@@ -70,7 +78,11 @@ private:
     Settings settings;
     PlayRange range;
     std::array<Playhead, mostChannels> heads;
+    /// They cost more than all the rest of a player that never gets a sample.
     std::array<SampleStretcher, mostChannels> stretchers;
+    std::atomic<bool> hasStretchers{false};
+    /// Held while stretchers are made, and guards the rate from then on.
+    std::mutex making;
     Playhead timeline;
     bool isLooping = false;
     bool isStopPending = false;

@@ -54,7 +54,7 @@ void SampleStretcher::Make(float sampleRate) {
 }
 
 void SampleStretcher::Reset() {
-    if (engine != nullptr && hasInput) {
+    if (hasInput) {
         engine->reset();
         engine->setMaxProcessSize(processSize);
         hasInput = false;
@@ -63,7 +63,7 @@ void SampleStretcher::Reset() {
 
 void SampleStretcher::SetTimeRatio(double ratio) {
     const double admitted = ratio > shortestRatio ? std::min(ratio, longestRatio) : shortestRatio;
-    if (engine != nullptr && engine->getTimeRatio() != admitted) {
+    if (engine->getTimeRatio() != admitted) {
         // Across a ratio of about 0.19, which only a stretch to the beat reaches, one block is allocated
         // anew.
         const MayBlock exception;
@@ -71,7 +71,7 @@ void SampleStretcher::SetTimeRatio(double ratio) {
     }
 }
 
-u32 SampleStretcher::Delay() const { return engine != nullptr ? static_cast<u32>(engine->getLatency()) : 0; }
+u32 SampleStretcher::Delay() const { return static_cast<u32>(engine->getLatency()); }
 
 u32 SampleStretcher::Available() const { return static_cast<u32>(std::max(0, engine->available())); }
 

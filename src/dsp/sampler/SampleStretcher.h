@@ -23,9 +23,8 @@ public:
     SampleStretcher();
     ~SampleStretcher();
 
-    /// Allocates; before it there is no stretcher. The rate in Hz.
+    /// Allocates; to be called before anything else. The rate in Hz.
     void Make(float sampleRate);
-    bool IsMade() const { return engine != nullptr; }
     /// Forgets what was fed; the ratio stays.
     void Reset();
     /// Clamped to the range above.

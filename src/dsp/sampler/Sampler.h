@@ -108,6 +108,8 @@ public:
     /// Publishes a sample in a slot, on the thread that runs the blocks. Taking away the sample that plays by
     /// a null stops playback. The one that it replaces must be held elsewhere, or it is freed here.
     void SetSample(std::shared_ptr<const SampleData> sample, u32 index);
+    /// SamplePlayer::MakeStretchers; to be called before the first sample.
+    void MakeStretchers() { player.MakeStretchers(); }
 
     bool HasSample(u32 index) const { return index < slotCount && samples[index] != nullptr; }
     /// The slot that plays, -1 for none.

@@ -170,6 +170,7 @@ std::shared_ptr<const SampleManager::Data> SampleManager::Load(u32 /*slot*/, con
 void SampleManager::RunLoad(u32 slot, const std::string& path) noexcept {
     try {
         if (std::shared_ptr<const Data> sample = Load(slot, path)) {
+            beforeSample();
             Keep(std::make_unique<dsp::Resource<Data>>(sample));
             Call result = [this, slot, sample = std::move(sample)](bool /*run*/) {
                 TakeResult(slot, sample);

@@ -9,10 +9,12 @@
 #include <atomic>
 #include <bitset>
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Velmora::engine {
@@ -49,6 +51,9 @@ public:
     /// The sample in a slot; null when it is empty or out of range. As long as the manager lives, whoever
     /// drops a copy of it frees nothing: the worker does.
     const std::shared_ptr<const Data>& Sample(u32 slot) const;
+
+    /// Set-up only: what the worker calls before it hands a sample over.
+    void CallBeforeSamples(std::function<void()> call) { beforeSample = std::move(call); }
 
     /// Some request waits or is being loaded. A file that could not be loaded is neither.
     bool IsLoading() const;
@@ -97,6 +102,8 @@ private:
     void TakeResult(u32 slot, const std::shared_ptr<const Data>& sample);
 
     static inline const std::shared_ptr<const Data> noSample;
+
+    std::function<void()> beforeSample = [] {};
 
     std::array<Slot, slotCount> slots;
     /// Requests that wait for dispatch.

@@ -67,6 +67,7 @@ ModulatorPlayback::ModulatorPlayback(Sampler& samplePlayer, ADSR& gateEnvelope,
     : sampler(samplePlayer), envelope(gateEnvelope), killer(voiceKiller), own(parameters) {
     SetUp(sampler);
     SetUp(envelope);
+    samples.CallBeforeSamples([this] { sampler.MakeStretchers(); });
 }
 
 // Parameters and slots.

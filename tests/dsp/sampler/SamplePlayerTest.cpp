@@ -144,6 +144,7 @@ TEST(SamplePlayerTest, PlaysLikeAPlayerThatDecidesFrameByFrame) {
         return below(3) == 0 ? odd[below(7)] : static_cast<float>(random()) * 0x1p-32F;
     };
     SamplePlayer player;
+    player.MakeStretchers();
     player.Initialize(hostRate);
     for (u32 round = 0; round < 1500; ++round) {
         // Now and then for long, or of a few frames, or with steps beyond the loop's length.

@@ -35,6 +35,7 @@ constexpr u32 First(Key key) { return Sampler::SlotId(key, 0); }
 
 std::unique_ptr<Sampler> Make(const SamplePointer& sample, const Values& values = {}, float hostRate = rate) {
     auto sampler = std::make_unique<Sampler>();
+    sampler->MakeStretchers();
     sampler->Initialize(hostRate, longestBlock);
     sampler->SeedRandomStart(1);
     sampler->SetSample(sample, 0);
