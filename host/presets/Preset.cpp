@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <functional>
 #include <iterator>
 #include <set>
 #include <system_error>
@@ -146,6 +147,17 @@ std::string TextOf(const Json& root, std::string_view text, const char* key) {
     return root[key].get<std::string>();
 }
 
+std::vector<std::string> TagsOf(const Json& root, std::string_view text) {
+    if (!root.contains("tags")) {
+        return {};
+    }
+    const Json& tags = root["tags"];
+    if (!tags.is_array() || !std::all_of(tags.begin(), tags.end(), std::mem_fn(&Json::is_string))) {
+        Refuse(LineOfKey(text, "tags"), "\"tags\" must be a list of texts");
+    }
+    return tags.get<std::vector<std::string>>();
+}
+
 void ReadSettings(const Json& parameters, std::string_view text, const ParameterCatalog& catalog,
                   Preset& preset, std::vector<std::string>& warnings) {
     const auto isKnown = [&catalog](const auto& item) { return catalog.FindExact(item.key()) != nullptr; };
@@ -236,6 +248,7 @@ Preset ParsePreset(std::string_view text, const ParameterCatalog& catalog, std::
     Preset preset;
     preset.name = TextOf(root, text, "name");
     preset.description = TextOf(root, text, "description");
+    preset.tags = TagsOf(root, text);
     ReadSettings(root["parameters"], text, catalog, preset, warnings);
     if (root.contains("samples") && catalog.Tree() == EngineTree::Instrument) {
         preset.samples = ReadSamples(root["samples"], text, folder);
@@ -246,7 +259,7 @@ Preset ParsePreset(std::string_view text, const ParameterCatalog& catalog, std::
 PresetSummary SummaryOf(std::string_view text) {
     const Json root = ParseJson(text);
     CheckHeader(root, text);
-    return {TextOf(root, text, "name"), TextOf(root, text, "description")};
+    return {TextOf(root, text, "name"), TextOf(root, text, "description"), TagsOf(root, text)};
 }
 
 Preset ReadPreset(const std::filesystem::path& path, const ParameterCatalog& catalog,
@@ -280,6 +293,9 @@ std::string FormatPreset(const Preset& preset, const ParameterCatalog& catalog,
     root["name"] = preset.name;
     if (!preset.description.empty()) {
         root["description"] = preset.description;
+    }
+    if (!preset.tags.empty()) {
+        root["tags"] = preset.tags;
     }
     Json& parameters = root["parameters"] = Json::object();
     for (const ParameterSetting& setting : preset.settings) {

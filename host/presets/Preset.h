@@ -16,7 +16,7 @@ namespace orphia::host {
 
 /// A named list of settings, kept as a readable JSON file:
 ///
-///   { "format": "orphia-preset", "version": 1, "name": "...", "description": "...",
+///   { "format": "orphia-preset", "version": 1, "name": "...", "description": "...", "tags": ["...", ...],
 ///     "parameters": { "BodeVocoder_AnalyzerRectifiers_Attack": "5 ms", ... },
 ///     "samples": { "1": "beat.wav", ... } }
 ///
@@ -31,6 +31,8 @@ struct Preset {
     std::string name;
     /// A sentence for lists; may be empty.
     std::string description;
+    /// Words to find it by, any; may be none.
+    std::vector<std::string> tags;
     std::vector<ParameterSetting> settings;
     /// Paths of files, by the sample from 0; samples that are not named here are empty. Nothing when the
     /// preset does not speak of samples.
@@ -52,6 +54,7 @@ Preset ReadPreset(const std::filesystem::path& path, const ParameterCatalog& cat
 struct PresetSummary {
     std::string name;
     std::string description;
+    std::vector<std::string> tags;
 };
 
 /// Without its parameters, which it does not check. Throws FileError, as ParsePreset and ReadPreset.

@@ -73,7 +73,7 @@ void PresetLibrary::ReadFolder(const std::filesystem::path& folder, std::vector<
                 throw FileError(fmt::format("{}: is not a file", path.string()));
             }
             const PresetSummary summary = ReadPresetSummary(path);
-            own.push_back({path.stem().string(), summary.name, summary.description, path});
+            own.push_back({path.stem().string(), summary.name, summary.description, summary.tags, path});
         } catch (const FileError& reason) {
             leftOut.push_back(fmt::format("{} (left out of the presets)", reason.what()));
         }
@@ -91,7 +91,7 @@ PresetLibrary::PresetLibrary(const std::filesystem::path& folder) {
     }
     for (const BuiltInPreset& preset : BuiltInPresets()) {
         const PresetSummary summary = SummaryOf(preset.text);
-        entries.push_back({std::string(preset.id), summary.name, summary.description, {}});
+        entries.push_back({std::string(preset.id), summary.name, summary.description, summary.tags, {}});
     }
     for (Entry& entry : own) {
         const auto same = std::find_if(entries.begin(), entries.end(),

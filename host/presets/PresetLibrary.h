@@ -20,6 +20,7 @@ public:
         /// As the preset itself tells.
         std::string name;
         std::string description;
+        std::vector<std::string> tags;
         /// Empty for a built-in one.
         std::filesystem::path path;
 

@@ -149,10 +149,14 @@ public:
         std::string name;
         std::string description;
         bool isFactory = true;
+        std::vector<std::string> tags = {};
     };
     /// The built-in ones, then the user's. A program change chooses one of 128 of the bank that was selected
     /// by controllers 0 and 32: bank 0 is that of the factory, 1 and on are the user's.
     std::vector<Program> Programs() const;
+    /// The same list, not copied: another one where anything has changed, so a look at the pointer tells.
+    using SharedProgramList = std::shared_ptr<const std::vector<Program>>;
+    SharedProgramList SharedPrograms() const;
     /// Reads the user's folder anew.
     void RefreshPrograms();
     /// The one that was loaded last, also by a message or with a state; nothing for a state of its own.

@@ -181,7 +181,7 @@ bool PluginInstrument::Inside::Load(const PluginState& state) {
 
 /// Without a seat, what is kept until there is one.
 void PluginInstrument::Inside::Publish(const PluginState& state, std::unique_ptr<Seat> seat) {
-    identity = {state.preset.name, state.preset.description, {}, state.preset.samples};
+    identity = {state.preset.name, state.preset.description, state.preset.tags, {}, state.preset.samples};
     program = state.program;
     SetMacros(state.macros);
     if (state.controllers) {

@@ -31,9 +31,9 @@ ProgramList::ProgramList(const std::optional<std::filesystem::path>& folder)
     : library(folder ? host::PresetLibrary(*folder) : host::PresetLibrary()) {
     const host::PresetSummary standard =
         host::SummaryOf(host::DefaultPresetText(host::EngineTree::Instrument));
-    programs.push_back({std::string(defaultId), standard.name, standard.description, true});
+    programs.push_back({std::string(defaultId), standard.name, standard.description, true, standard.tags});
     for (const host::PresetLibrary::Entry& entry : library.Entries()) {
-        programs.push_back({entry.id, entry.name, entry.description, entry.IsBuiltIn()});
+        programs.push_back({entry.id, entry.name, entry.description, entry.IsBuiltIn(), entry.tags});
     }
     factoryCount = static_cast<std::uint32_t>(1 + host::BuiltInPresets().size());
 }
@@ -159,9 +159,11 @@ bool PluginInstrument::LoadSamples(const std::map<std::uint32_t, std::filesystem
     });
 }
 
-std::vector<PluginInstrument::Program> PluginInstrument::Programs() const {
+std::vector<PluginInstrument::Program> PluginInstrument::Programs() const { return *SharedPrograms(); }
+
+PluginInstrument::SharedProgramList PluginInstrument::SharedPrograms() const {
     const Inside::Lock lock = inside->TakeControl();
-    return inside->programs->programs;
+    return {inside->programs, &inside->programs->programs};
 }
 
 void PluginInstrument::RefreshPrograms() {

@@ -155,6 +155,11 @@ void KeepWhatIsKnown(Json& root, std::vector<std::string>& warnings) {
             item = parameters.erase(item);
         }
     }
+    const auto tags = root.find("tags");
+    if (tags != root.end() &&
+        !(tags->is_array() && std::all_of(tags->begin(), tags->end(), std::mem_fn(&Json::is_string)))) {
+        root.erase("tags");
+    }
     Json* const samples = root.contains("samples") ? &root["samples"] : nullptr;
     if (samples != nullptr && !samples->is_object()) {
         root.erase("samples");

@@ -37,7 +37,8 @@ void CheckPreset(std::string_view text, const ParameterCatalog& catalog) {
     warnings.clear();
     const Preset copy = ParsePreset(FormatPreset(preset, catalog), catalog, warnings);
     Require(warnings.empty(), "what was written is read with warnings");
-    Require(copy.name == preset.name && copy.description == preset.description, "other texts are read back");
+    Require(copy.name == preset.name && copy.description == preset.description && copy.tags == preset.tags,
+            "other texts are read back");
     Require(copy.settings == preset.settings, "other settings are read back");
     Require(copy.samples == preset.samples, "other samples are read back");
     Require(orphia::host::SummaryOf(text).name == preset.name, "the list has another name");

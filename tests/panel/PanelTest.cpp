@@ -244,7 +244,8 @@ TEST(Panel, ModulatesByDraggingACellOfTheMatrix) {
     desk.rig.panel.ShowPage(1);
     auto& matrix = FirstOf<MatrixView>(desk.rig.panel);
     const unsigned mix =
-        *Modulation::DestinationOf(host::ParameterCatalog::OfInstrument().Find("BodeVocoder_Wet").id);
+        *Modulation(desk.rig.instrument)
+             .DestinationOf(host::ParameterCatalog::OfInstrument().Find("BodeVocoder_Wet").id);
     matrix.ShowDestination(mix);
     const std::string amount = "Modulations_Dst" + std::to_string(mix + 1) + "_Src7_Amount";
     auto* const cell = desk.rig.ControlOf(amount);

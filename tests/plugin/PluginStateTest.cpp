@@ -115,6 +115,7 @@ TEST(PluginState, OfOtherVersionsGivesWhatIsKnownAndOfNonsenseNothing) {
     const Case cases[] = {
         {newer, true, "version 7"},
         {Replaced(newer, "\"Release\": \"", "\"Release\": \"1 furlong "), true, "Release"},
+        {Replaced(newer, "\"tags\": [", "\"tags\": [5, "), true, "version 7"},
         {Replaced(newer, "\"Release\": ", "\"Hyperdrive\": true, \"Release\": "), true, "Hyperdrive"},
         {Replaced(state, "\"plugin\"", "\"other\""), true, ""},
         {Replaced(state, "Dst11_Src2_Amount\",\n", "Dst11_Src2_Hue\",\n"), true, "macro 16"},

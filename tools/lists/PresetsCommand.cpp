@@ -8,10 +8,17 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 
 namespace orphia::tools {
+
+namespace {
+
+std::string Joined(const std::vector<std::string>& tags) { return fmt::format("{}", fmt::join(tags, ", ")); }
+
+} // namespace
 
 PresetsCommand::PresetsCommand(CLI::App& app) : Command(app, "presets", "List the presets, or show one") {
     command->add_option("NAME", name, "show this one: a name, or a file")->type_name("");
@@ -28,12 +35,12 @@ void PresetsCommand::Run() {
 
 void PresetsCommand::List() const {
     using host::PresetLibrary;
-    TextTable table({"NAME", "TITLE", "DESCRIPTION"});
+    TextTable table({"NAME", "TITLE", "TAGS", "DESCRIPTION"});
     const host::Preset standard = host::DefaultPreset(host::ParameterCatalog::OfInstrument());
-    table.Add({std::string(PresetLibrary::defaultId), standard.name, standard.description});
+    table.Add({std::string(PresetLibrary::defaultId), standard.name, Joined(standard.tags), standard.description});
     const PresetLibrary library;
     for (const PresetLibrary::Entry& entry : library.Entries()) {
-        table.Add({entry.id, entry.name, entry.description});
+        table.Add({entry.id, entry.name, Joined(entry.tags), entry.description});
     }
     table.Print();
     std::for_each(library.Warnings().begin(), library.Warnings().end(), Warn);
@@ -50,6 +57,9 @@ void PresetsCommand::Show() const {
     fmt::print("{}\n", preset.name);
     if (!preset.description.empty()) {
         fmt::print("{}\n", preset.description);
+    }
+    if (!preset.tags.empty()) {
+        fmt::print("Tags: {}\n", Joined(preset.tags));
     }
     fmt::print("\n");
     TextTable table({"PARAMETER", "VALUE", "DESCRIPTION"});

@@ -35,7 +35,7 @@ void ParameterControl::FillMenu(juce::PopupMenu& menu) {
     if (model.id < PluginParameters::Get().EngineCount()) {
         menu.addSubMenu("Assign to macro", MacroMenu());
     }
-    if (const auto destination = Modulation::DestinationOf(model.id)) {
+    if (const auto destination = panel.modulation.DestinationOf(model.id)) {
         menu.addSubMenu("Modulate by", ModulationMenu(*destination));
         menu.addItem("What modulates it...",
                      [self, destination] { ModulationBox::Show(self->panel, *self, *destination); });

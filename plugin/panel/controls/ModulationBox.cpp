@@ -17,7 +17,7 @@ constexpr float firstAmount = 0.25F;
 } // namespace
 
 ModulationBox::ModulationBox(PanelModel& panel, unsigned destination)
-    : title(juce::String("What moves ") + std::string(host::ModulationRoutes::Destinations()[destination])) {
+    : title("What moves " + panel.modulation.DestinationLabel(destination)) {
     for (unsigned source = 0; source < Modulation::sourceCount; ++source) {
         ControlModel model = Describe(host::ModulationRoutes::AmountId(source, destination),
                                       Modulation::SourceLabel(source), ControlKind::Slider);
@@ -30,8 +30,7 @@ ModulationBox::ModulationBox(PanelModel& panel, unsigned destination)
 }
 
 void ModulationBox::Connect(PanelModel& panel, unsigned source, unsigned destination) {
-    const Gesture gesture(panel.history,
-                          "Modulate " + std::string(Modulation::DestinationLabel(destination)));
+    const Gesture gesture(panel.history, "Modulate " + panel.modulation.DestinationLabel(destination));
     if (std::fabs(panel.modulation.Amount(source, destination)) < 1e-4F) {
         panel.history.Set(host::ModulationRoutes::AmountId(source, destination), 0.5F + 0.5F * firstAmount);
     }

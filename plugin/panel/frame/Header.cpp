@@ -11,8 +11,6 @@ namespace {
 
 constexpr std::array<float, 6> scales = {0.75F, 1.0F, 1.25F, 1.5F, 1.75F, 2.0F};
 constexpr int nameWidth = 116;
-/// Names of presets are copied, and nobody reads faster.
-constexpr int picturesBetween = 6;
 
 } // namespace
 
@@ -46,19 +44,13 @@ void Header::ShowChosen(std::size_t page) {
 }
 
 void Header::Refresh() {
-    if (untilAsked-- > 0) {
+    const Shown now{panel.programs, panel.program, panel.history.Changes(), panel.history.IsModified()};
+    if (now == shown) {
         return;
     }
-    untilAsked = picturesBetween;
-    const auto current = panel.instrument.CurrentProgram();
-    const auto programs = panel.instrument.Programs();
-    juce::String name = current ? juce::String(programs[*current].name) : juce::String("Own sound");
-    if (panel.history.IsModified()) {
-        name += " *";
-    }
-    if (program.getButtonText() != name) {
-        program.setButtonText(name);
-    }
+    shown = now;
+    const juce::String name = now.program ? juce::String((*now.programs)[*now.program].name) : "Own sound";
+    program.setButtonText(name + (now.isModified ? " *" : ""));
     undo.setEnabled(panel.history.CanUndo());
     redo.setEnabled(panel.history.CanRedo());
     undo.setTooltip("Undo " + juce::String(panel.history.UndoName()));
@@ -66,24 +58,23 @@ void Header::Refresh() {
 }
 
 void Header::StepProgram(int step) {
-    const auto count = static_cast<int>(panel.instrument.Programs().size());
-    const int current = static_cast<int>(panel.instrument.CurrentProgram().value_or(0));
+    panel.LookAtPrograms();
+    const auto count = static_cast<int>(panel.programs->size());
+    const int current = static_cast<int>(panel.program.value_or(0));
     panel.LoadProgram(static_cast<std::uint32_t>((current + step + count) % count));
-    untilAsked = 0;
     Refresh();
 }
 
 void Header::ShowPrograms() {
     juce::PopupMenu menu;
     menu.setLookAndFeel(&getLookAndFeel());
-    const auto programs = panel.instrument.Programs();
-    const auto current = panel.instrument.CurrentProgram();
+    const auto& programs = *panel.programs;
     const juce::Component::SafePointer<Header> self(this);
     for (std::uint32_t n = 0; n < programs.size(); ++n) {
         if (n > 0 && !programs[n].isFactory && programs[n - 1].isFactory) {
             menu.addSeparator();
         }
-        menu.addItem(programs[n].name, true, current == n, [self, n] { self->panel.LoadProgram(n); });
+        menu.addItem(programs[n].name, true, panel.program == n, [self, n] { self->panel.LoadProgram(n); });
     }
     menu.showMenuAsync(juce::PopupMenu::Options()
                            .withTargetComponent(program)

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace orphia::panel {
@@ -43,7 +44,15 @@ private:
     Button redo;
     Button look;
     std::vector<std::unique_ptr<Button>> tabs;
-    int untilAsked = 0;
+    struct Shown {
+        plugin::PluginInstrument::SharedProgramList programs;
+        std::optional<std::uint32_t> program;
+        std::uint64_t changes = 0;
+        bool isModified = false;
+
+        bool operator==(const Shown&) const = default;
+    };
+    Shown shown;
 };
 
 } // namespace orphia::panel

@@ -50,6 +50,12 @@ ControlKind KindOf(const ControlModel& model) {
     return ControlKind::Knob;
 }
 
+/// As far to one side of what is neutral as to the other.
+bool IsTwoSided(const ParameterInfo& info) {
+    const bool hasNeutralMiddle = info.name.ends_with("_Pan") || info.name.ends_with("StereoPan_Width");
+    return hasNeutralMiddle || info.minimum == -info.maximum;
+}
+
 std::vector<std::string> ChoicesOf(const ParameterInfo& info, unsigned stepCount) {
     std::vector<std::string> choices;
     for (unsigned step = 0; !info.choices.empty() && step < stepCount; ++step) {
@@ -136,7 +142,7 @@ ControlModel Describe(std::uint32_t id, std::string_view label, ControlKind kind
         model.name = info.name;
         model.stepCount = info.isSwitch ? 2 : info.kind == ParameterKind::Stepped ? info.stepCount : 0;
         model.choices = ChoicesOf(info, model.stepCount);
-        model.isBipolar = info.kind == ParameterKind::Mapped && info.minimum == -info.maximum;
+        model.isBipolar = IsTwoSided(info) && model.choices.empty();
         model.tooltip = info.description.empty()
                             ? fmt::format("{}: {}", info.name, host::FormatRange(info))
                             : fmt::format("{}\n{}", info.description, host::FormatRange(info));

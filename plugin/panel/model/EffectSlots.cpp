@@ -2,8 +2,10 @@
 #include "plugin/panel/model/EffectSlots.h"
 
 #include "host/parameters/ParameterCatalog.h"
+#include "plugin/panel/model/ControlModel.h"
 
 #include <array>
+#include <cmath>
 #include <string>
 #include <string_view>
 
@@ -14,39 +16,67 @@ namespace {
 struct Effect {
     std::string_view module;
     std::string_view mix;
+    std::array<std::string_view, 2> signals;
 };
 
 /// In the order of the types.
 constexpr auto effects = std::to_array<Effect>({
-    {"", ""},
-    {"Dattorro", "DryWet"},
-    {"Delay", "DryWet"},
-    {"Chorus", "DryWet"},
-    {"Flanger", "DryWet"},
-    {"Phaser", "DryWet"},
-    {"TS808", "DryWet"},
-    {"Compressor", "Wet"},
-    {"BitCrusher", "DryWet"},
-    {"MultiModeFilter", "DryWet"},
-    {"ParamEq", "Scale"},
-    {"StereoPan", "DryWet"},
+    {"", "", {}},
+    {"Dattorro", "DryWet", {"DryWet", "Decay"}},
+    {"Delay", "DryWet", {"DryWet", "Feedback"}},
+    {"Chorus", "DryWet", {"DryWet", "Freq"}},
+    {"Flanger", "DryWet", {"DryWet", "Manual"}},
+    {"Phaser", "DryWet", {"Freq", "Feedback"}},
+    {"TS808", "DryWet", {"Drive", "Tone"}},
+    {"Compressor", "Wet", {"Wet", "Release"}},
+    {"BitCrusher", "DryWet", {"Bits", "SampleRate"}},
+    {"MultiModeFilter", "DryWet", {"Cutoff", "Resonance"}},
+    {"ParamEq", "Scale", {"Scale", ""}},
+    {"StereoPan", "DryWet", {"Pan", "DryWet"}},
 });
 
 const host::ParameterCatalog& Catalog() { return host::ParameterCatalog::OfInstrument(); }
 
 std::string PrefixOf(unsigned slot) { return "FX" + std::to_string(slot + 1) + "_"; }
 
+std::optional<std::uint32_t> IdWithin(unsigned slot, const Effect& effect, std::string_view name) {
+    if (name.empty()) {
+        return std::nullopt;
+    }
+    return Catalog().Find(PrefixOf(slot) + std::string(effect.module) + "_" + std::string(name)).id;
+}
+
 } // namespace
 
-std::uint32_t EffectSlots::TypeId(unsigned slot) { return Catalog().Find(PrefixOf(slot) + "ModuleType").id; }
+std::uint32_t EffectSlots::TypeId(unsigned slot) {
+    static const std::array<std::uint32_t, slotCount> ids = {Catalog().Find("FX1_ModuleType").id,
+                                                             Catalog().Find("FX2_ModuleType").id,
+                                                             Catalog().Find("FX3_ModuleType").id};
+    return ids.at(slot);
+}
+unsigned EffectSlots::TypeIn(const plugin::PluginInstrument& instrument, unsigned slot) {
+    return static_cast<unsigned>(
+        std::lround(instrument.Position(TypeId(slot)) * static_cast<float>(effects.size() - 1)));
+}
 std::uint32_t EffectSlots::BypassId(unsigned slot) { return Catalog().Find(PrefixOf(slot) + "Bypass").id; }
 
 std::optional<std::uint32_t> EffectSlots::MixId(unsigned slot, unsigned type) {
-    if (type == 0 || type >= effects.size()) {
-        return std::nullopt;
+    return type < effects.size() ? IdWithin(slot, effects[type], effects[type].mix) : std::nullopt;
+}
+
+std::optional<std::uint32_t> EffectSlots::SignalId(unsigned slot, unsigned type, unsigned signal) {
+    return type < effects.size() ? IdWithin(slot, effects[type], effects[type].signals.at(signal))
+                                 : std::nullopt;
+}
+
+std::string EffectSlots::LabelWithin(std::uint32_t id) {
+    std::string label = LabelOf(id);
+    if (label.starts_with("FX")) {
+        const std::size_t slotEnd = label.find(' ');
+        const std::size_t effectEnd = label.find(' ', slotEnd + 1);
+        label.erase(0, (effectEnd == std::string::npos ? slotEnd : effectEnd) + 1);
     }
-    const Effect& effect = effects[type];
-    return Catalog().Find(PrefixOf(slot) + std::string(effect.module) + "_" + std::string(effect.mix)).id;
+    return label;
 }
 
 std::vector<std::uint32_t> EffectSlots::Controls(unsigned slot, unsigned type) {

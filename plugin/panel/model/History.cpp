@@ -21,12 +21,6 @@ double SystemSeconds() {
 History::History(plugin::PluginInstrument& ofInstrument, Clock ofTime)
     : instrument(ofInstrument), clock(ofTime ? std::move(ofTime) : Clock(SystemSeconds)) {}
 
-void History::Changed() const {
-    if (onChange) {
-        onChange();
-    }
-}
-
 void History::Begin(std::string name) {
     if (depth++ == 0) {
         open = {};
@@ -69,13 +63,13 @@ void History::Set(std::uint32_t id, float position) {
         } else {
             AddMove(open, id, before, position);
         }
-        Changed();
+        ++changes;
         return;
     }
     const double now = clock();
     if (GoesOn(id, now)) {
         steps.back().moves.back().to = position;
-        Changed();
+        ++changes;
     } else {
         Step step;
         step.name = LabelOf(id);
@@ -91,6 +85,7 @@ void History::SetMacro(unsigned macro, const plugin::Macro& assignment) {
         return;
     }
     instrument.AssignMacro(macro, assignment);
+    ++changes;
     const Gesture gesture(*this, "Macro " + std::to_string(macro + 1));
     open.assignments.push_back({macro, before, assignment});
 }
@@ -132,7 +127,7 @@ void History::Add(Step step) {
         saved = saved == unreachable || saved == 0 ? unreachable : saved - 1;
     }
     done = steps.size();
-    Changed();
+    ++changes;
 }
 
 void History::Undo() {
@@ -150,7 +145,7 @@ void History::Undo() {
         Apply(each->id, each->from);
     }
     lastSet = -1e9;
-    Changed();
+    ++changes;
 }
 
 void History::Redo() {
@@ -170,7 +165,7 @@ void History::Redo() {
         }
     }
     lastSet = -1e9;
-    Changed();
+    ++changes;
 }
 
 } // namespace orphia::panel

@@ -52,8 +52,9 @@ public:
     bool IsModified() const { return saved != done; }
     void MarkSaved() { saved = done; }
 
-    /// After each change, also by undo and redo.
-    std::function<void()> onChange;
+    /// How often something was changed, also by undo and redo: a part that shows it looks whether it is
+    /// another number.
+    std::uint64_t Changes() const { return changes; }
 
 private:
     struct Move {
@@ -80,7 +81,6 @@ private:
 
     void Add(Step step);
     void AddMove(Step& step, std::uint32_t id, float from, float to) const;
-    void Changed() const;
     bool GoesOn(std::uint32_t id, double now) const;
     void Apply(std::uint32_t id, float position) { instrument.SetPosition(id, position); }
 
@@ -91,6 +91,7 @@ private:
     std::size_t done = 0;
     std::size_t saved = 0;
     unsigned depth = 0;
+    std::uint64_t changes = 0;
     Step open;
     double lastSet = -1e9;
 };

@@ -87,15 +87,17 @@ struct Ids {
 
 } // namespace
 
-Modulation::Modulation(const plugin::PluginInstrument& ofInstrument) : instrument(ofInstrument) {
+Modulation::Modulation(const plugin::PluginInstrument& ofInstrument)
+    : instrument(ofInstrument), parameters(Ids::Get().parameters) {
     static_assert(sourceLabels.size() == sourceCount);
+    for (unsigned destination = 0; destination < destinationCount; ++destination) {
+        labels[destination] = destinations[destination].label;
+    }
+    Look();
     Update(0.0F);
 }
 
 std::string_view Modulation::SourceLabel(unsigned source) { return sourceLabels[source]; }
-std::string_view Modulation::DestinationLabel(unsigned destination) {
-    return destinations[destination].label;
-}
 
 std::optional<std::uint32_t> Modulation::SwitchOf(unsigned source) {
     const Ids& ids = Ids::Get();
@@ -111,30 +113,67 @@ std::optional<std::uint32_t> Modulation::SwitchOf(unsigned source) {
     }
 }
 
-std::optional<std::uint32_t> Modulation::ParameterOf(unsigned destination) {
-    return Ids::Get().parameters[destination];
-}
-
-std::optional<unsigned> Modulation::DestinationOf(std::uint32_t parameter) {
-    const auto& all = Ids::Get().parameters;
-    const auto found = std::ranges::find(all, std::optional(parameter));
-    return found == all.end() ? std::nullopt : std::optional(static_cast<unsigned>(found - all.begin()));
+std::optional<unsigned> Modulation::DestinationOf(std::uint32_t parameter) const {
+    const auto found = std::ranges::find(parameters, std::optional(parameter));
+    return found == parameters.end() ? std::nullopt
+                                     : std::optional(static_cast<unsigned>(found - parameters.begin()));
 }
 
 float Modulation::Amount(unsigned source, unsigned destination) const {
     return 2.0F * instrument.Position(ModulationRoutes::AmountId(source, destination)) - 1.0F;
 }
 
-std::vector<Modulation::Route> Modulation::UsedRoutes() const {
-    std::vector<Route> used;
+bool Modulation::ReadSource(unsigned source) {
+    bool isOther = false;
+    for (unsigned destination = 0; destination < destinationCount; ++destination) {
+        const float amount = Amount(source, destination);
+        isOther = isOther || amount != amounts[destination][source];
+        amounts[destination][source] = amount;
+    }
+    return isOther;
+}
+
+/// The first signals of the three slots, then the second ones.
+bool Modulation::ReadSlots() {
+    bool isOther = false;
+    for (unsigned slot = 0; slot < EffectSlots::slotCount; ++slot) {
+        const unsigned type = EffectSlots::TypeIn(instrument, slot);
+        if (type == types[slot]) {
+            continue;
+        }
+        isOther = true;
+        types[slot] = type;
+        for (unsigned signal = 0; signal < 2; ++signal) {
+            const unsigned destination = EffectDestination(slot, signal);
+            const auto id = EffectSlots::SignalId(slot, type, signal);
+            parameters[destination] = id;
+            labels[destination] = id ? "FX " + std::to_string(slot + 1) + ' ' + EffectSlots::LabelWithin(*id)
+                                     : std::string(destinations[destination].label);
+        }
+    }
+    return isOther;
+}
+
+void Modulation::ListUsed() {
+    ++generation;
+    used.clear();
     for (unsigned destination = 0; destination < destinationCount; ++destination) {
         for (unsigned source = 0; source < sourceCount; ++source) {
-            if (const float amount = Amount(source, destination); std::fabs(amount) > 1e-4F) {
+            if (const float amount = amounts[destination][source]; std::fabs(amount) > 1e-4F) {
                 used.push_back({source, destination, amount});
             }
         }
     }
-    return used;
+}
+
+void Modulation::Look() {
+    bool isOther = ReadSlots();
+    for (unsigned source = 0; source < sourceCount; ++source) {
+        isOther = ReadSource(source) || isOther;
+    }
+    if (isOther) {
+        ListUsed();
+    }
 }
 
 void Modulation::Update(float voiceLevel) {
@@ -157,22 +196,28 @@ void Modulation::Update(float voiceLevel) {
         const std::optional<std::uint32_t> gate = SwitchOf(source);
         isOn[source] = !gate || instrument.Position(*gate) >= 0.5F;
     }
-    isUsed.fill(false);
-    for (const Route& route : UsedRoutes()) {
-        isUsed[route.destination] = isUsed[route.destination] || isOn[route.source];
+    const bool hasOtherEffect = ReadSlots();
+    if (ReadSource(nextSource) || hasOtherEffect) {
+        ListUsed();
     }
+    nextSource = (nextSource + 1) % sourceCount;
 }
 
 std::optional<float> Modulation::ModulatedPosition(std::uint32_t parameter) const {
     const std::optional<unsigned> destination = DestinationOf(parameter);
-    if (!destination || !isUsed[*destination]) {
+    if (!destination) {
         return std::nullopt;
     }
-    float position = instrument.Position(parameter);
-    for (unsigned source = 0; source < sourceCount; ++source) {
-        position += isOn[source] ? Amount(source, *destination) * values[source] : 0.0F;
+    bool isMoved = false;
+    float way = 0.0F;
+    for (const Route& route : used) {
+        if (route.destination == *destination && isOn[route.source]) {
+            isMoved = true;
+            way += route.amount * values[route.source];
+        }
     }
-    return std::clamp(position, 0.0F, 1.0F);
+    return isMoved ? std::optional(std::clamp(instrument.Position(parameter) + way, 0.0F, 1.0F))
+                   : std::nullopt;
 }
 
 } // namespace orphia::panel

@@ -6,12 +6,20 @@
 
 namespace orphia::panel {
 
+namespace {
+
+/// Presets change seldom, and the instrument is locked to ask.
+constexpr int picturesBetween = 6;
+
+} // namespace
+
 PanelModel::PanelModel(plugin::PluginInstrument& ofInstrument, std::filesystem::path file,
                        History::Clock clock)
     : instrument(ofInstrument), history(ofInstrument, std::move(clock)), patchBay(ofInstrument, history),
       modulation(ofInstrument), settings(PanelSettings::Read(file)), presets(ofInstrument, history, settings),
       settingsFile(std::move(file)) {
     instrument.SetWatched(true);
+    LookAtPrograms();
 }
 
 PanelModel::~PanelModel() { instrument.SetWatched(false); }
@@ -22,12 +30,19 @@ void PanelModel::KeepSettings() const {
     }
 }
 
-bool PanelModel::LoadProgram(std::uint32_t program) {
+void PanelModel::LookAtPrograms() {
+    programs = instrument.SharedPrograms();
+    program = instrument.CurrentProgram();
+    untilPrograms = picturesBetween;
+}
+
+bool PanelModel::LoadProgram(std::uint32_t wanted) {
     const bool isLoaded =
-        history.ChangeAll("Preset", [this, program] { return instrument.LoadProgram(program); });
+        history.ChangeAll("Preset", [this, wanted] { return instrument.LoadProgram(wanted); });
     if (isLoaded) {
         history.MarkSaved();
     }
+    LookAtPrograms();
     return isLoaded;
 }
 
@@ -41,7 +56,13 @@ void PanelModel::Tick(double seconds) {
     processorShare += 0.1F * (std::min(levels.processor, 1.0F) - processorShare);
     sampleRate = levels.sampleRate;
     bands.Update(instrument, lights.bands, seconds);
+    if (std::exchange(lookedAt, history.Changes()) != history.Changes()) {
+        modulation.Look();
+    }
     modulation.Update(levels.voice);
+    if (--untilPrograms <= 0) {
+        LookAtPrograms();
+    }
 }
 
 } // namespace orphia::panel

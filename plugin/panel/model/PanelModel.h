@@ -9,7 +9,9 @@
 #include "plugin/panel/model/PatchBay.h"
 #include "plugin/panel/model/Presets.h"
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 
 namespace orphia::panel {
 
@@ -28,8 +30,10 @@ public:
     /// Once for each picture, so many seconds after the last one: asks the instrument what it plays.
     void Tick(double seconds);
     void KeepSettings() const;
+    /// Which presets there are and which one plays. Tick does it some times a second.
+    void LookAtPrograms();
     /// Can be undone; nothing counts as changed afterwards.
-    bool LoadProgram(std::uint32_t program);
+    bool LoadProgram(std::uint32_t wanted);
 
     plugin::PluginInstrument& instrument;
     History history;
@@ -48,8 +52,12 @@ public:
     double sampleRate = 0.0;
     PanelSettings settings;
     Presets presets;
+    plugin::PluginInstrument::SharedProgramList programs;
+    std::optional<std::uint32_t> program;
 
 private:
+    int untilPrograms = 0;
+    std::uint64_t lookedAt = 0;
     std::filesystem::path settingsFile;
 };
 

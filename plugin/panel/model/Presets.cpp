@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 #include <exception>
+#include <set>
 
 namespace orphia::panel {
 
@@ -20,12 +21,22 @@ constexpr std::size_t longestId = 60;
 Presets::Presets(plugin::PluginInstrument& ofInstrument, History& ofHistory, PanelSettings& ofSettings)
     : instrument(ofInstrument), history(ofHistory), settings(ofSettings) {}
 
+std::vector<std::string> Presets::Tags() const {
+    std::set<std::string> tags;
+    const auto programs = instrument.SharedPrograms();
+    for (const auto& program : *programs) {
+        tags.insert(program.tags.begin(), program.tags.end());
+    }
+    return {tags.begin(), tags.end()};
+}
+
 std::vector<std::uint32_t> Presets::Find(std::string_view typed, Show show) const {
-    const auto programs = instrument.Programs();
-    std::vector<std::uint32_t> found = FindPrograms(programs, typed);
+    const auto programs = instrument.SharedPrograms();
+    std::vector<std::uint32_t> found = FindPrograms(*programs, typed);
     std::erase_if(found, [&](std::uint32_t n) {
-        return (show == Show::Own && programs[n].isFactory) ||
-               (show == Show::Favourites && !IsFavourite(programs[n].id));
+        const auto& program = (*programs)[n];
+        return (show == Show::Own && program.isFactory) ||
+               (show == Show::Favourites && !IsFavourite(program.id));
     });
     return found;
 }
@@ -57,9 +68,9 @@ bool Presets::Save(std::string_view name) {
     if (id.empty()) {
         return false;
     }
-    const auto programs = instrument.Programs();
+    const auto programs = instrument.SharedPrograms();
     const bool isFactory = std::ranges::any_of(
-        programs, [&id](const auto& program) { return program.isFactory && program.id == id; });
+        *programs, [&id](const auto& program) { return program.isFactory && program.id == id; });
     if (isFactory) {
         id += "-own";
     }

@@ -20,6 +20,8 @@ public:
 
     Presets(plugin::PluginInstrument& instrument, History& history, PanelSettings& settings);
 
+    /// All tags, in order of the alphabet.
+    std::vector<std::string> Tags() const;
     /// Those that fit what was typed, by index.
     std::vector<std::uint32_t> Find(std::string_view typed, Show show) const;
     bool IsFavourite(const std::string& id) const { return settings.favourites.contains(id); }

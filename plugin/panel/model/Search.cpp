@@ -4,6 +4,9 @@
 #include "host/parameters/ParameterCatalog.h"
 #include "plugin/panel/model/ControlModel.h"
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
 #include <cctype>
 
 namespace orphia::panel {
@@ -61,7 +64,9 @@ std::vector<std::uint32_t> FindPrograms(const std::vector<plugin::PluginInstrume
         const auto& program = programs[n];
         if (Matches(program.name, typed)) {
             byName.push_back(n);
-        } else if (Matches(program.name + ' ' + program.id + ' ' + program.description, typed)) {
+        } else if (Matches(fmt::format("{} {} {} {}", program.name, program.id, program.description,
+                                       fmt::join(program.tags, " ")),
+                           typed)) {
             byText.push_back(n);
         }
     }

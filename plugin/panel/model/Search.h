@@ -14,8 +14,8 @@ namespace orphia::panel {
 /// Robot".
 bool Matches(std::string_view text, std::string_view typed);
 
-/// The programs that fit what was typed by name, id or description, in the instrument's order, those whose
-/// name fits first.
+/// The programs that fit what was typed by name, id, description or tag, in the instrument's order, those
+/// whose name fits first.
 std::vector<std::uint32_t> FindPrograms(const std::vector<plugin::PluginInstrument::Program>& programs,
                                         std::string_view typed);
 

@@ -104,25 +104,36 @@ void MatrixView::ShowDestination(unsigned destination) {
 
 void MatrixView::Refresh() {
     SectionView::Refresh();
-    std::vector<bool> isUsed(Modulation::destinationCount, showsAll);
+    // A column stays while one of its cells is in hand.
+    const bool isInHand = hasKeyboardFocus(true) || isMouseButtonDown(true);
+    if (Seen now{panel.modulation.Generation(), showsAll, added.size(), isInHand}; now != seen) {
+        seen = now;
+        ChooseColumns(isInHand);
+    }
+}
+
+void MatrixView::ChooseColumns(bool keepsAll) {
+    isUsed(Modulation::destinationCount, showsAll);
     for (const Modulation::Route& route : panel.modulation.UsedRoutes()) {
         isUsed[route.destination] = true;
     }
     for (const unsigned destination : added) {
         isUsed[destination] = true;
     }
-    // A column stays while one of its cells is in hand.
     for (const unsigned destination : shown) {
-        isUsed[destination] = isUsed[destination] || hasKeyboardFocus(true) || isMouseButtonDown(true);
+        isUsed[destination] = isUsed[destination] || keepsAll;
     }
     std::vector<unsigned> next;
+    std::vector<std::string> nextLabels;
     for (unsigned destination = 0; destination < isUsed.size(); ++destination) {
         if (isUsed[destination]) {
             next.push_back(destination);
+            nextLabels.push_back(panel.modulation.DestinationLabel(destination));
         }
     }
-    if (next != shown) {
+    if (next != shown || nextLabels != labels) {
         shown = std::move(next);
+        labels = std::move(nextLabels);
         MakeCells();
     }
 }
@@ -185,9 +196,8 @@ void MatrixView::paint(juce::Graphics& g) {
         const auto x = static_cast<float>(cell.getCentreX());
         const auto y = static_cast<float>(area.getY() - 6);
         g.addTransform(juce::AffineTransform::rotation(-std::numbers::pi_v<float> / 2.0F).translated(x, y));
-        DrawText(g, std::string(Modulation::DestinationLabel(shown[n])),
-                 {0.0F, -8.0F, static_cast<float>(namesHeight), 16.0F}, Sizes::labelFont, colours.text,
-                 juce::Justification::centredLeft);
+        DrawText(g, labels[n], {0.0F, -8.0F, static_cast<float>(namesHeight), 16.0F}, Sizes::labelFont,
+                 colours.text, juce::Justification::centredLeft);
     }
 }
 
@@ -197,7 +207,7 @@ void MatrixView::ShowMenu() {
     const juce::Component::SafePointer<MatrixView> self(this);
     for (unsigned destination = 0; destination < Modulation::destinationCount; ++destination) {
         const bool isShown = std::find(shown.begin(), shown.end(), destination) != shown.end();
-        menu.addItem(std::string(Modulation::DestinationLabel(destination)), !isShown, isShown,
+        menu.addItem(panel.modulation.DestinationLabel(destination), !isShown, isShown,
                      [self, destination] { self->ShowDestination(destination); });
     }
     menu.showMenuAsync(juce::PopupMenu::Options()

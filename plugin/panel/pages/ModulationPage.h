@@ -7,7 +7,9 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <set>
+#include <string>
 #include <vector>
 
 namespace orphia::panel {
@@ -28,6 +30,17 @@ public:
 private:
     class SourceHead;
 
+    /// What decides which columns there are.
+    struct Seen {
+        unsigned generation = 0;
+        bool showsAll = false;
+        std::size_t added = 0;
+        bool isInHand = false;
+
+        bool operator==(const Seen&) const = default;
+    };
+
+    void ChooseColumns(bool keepsAll);
     void MakeCells();
     void ShowMenu();
     juce::Rectangle<int> Cells() const;
@@ -38,7 +51,9 @@ private:
     bool showsAll = false;
     /// Shown though nothing moves them.
     std::set<unsigned> added;
+    std::optional<Seen> seen;
     std::vector<unsigned> shown;
+    std::vector<std::string> labels;
     std::vector<std::unique_ptr<SourceHead>> heads;
     /// Column after column.
     std::vector<std::unique_ptr<ParameterControl>> cells;

@@ -7,10 +7,23 @@ namespace orphia::panel {
 
 namespace {
 
-constexpr int rowHeight = 40;
+constexpr int rowHeight = 44;
 constexpr int starWidth = 36;
 constexpr int detailsWidth = 380;
-constexpr int picturesBetween = 8;
+constexpr int buttonHeight = 22;
+/// Of the description of this sound, and of its tags below.
+constexpr int descriptionHeight = 72;
+constexpr int tagsHeight = 20;
+constexpr int fieldsAt = Grid::titleHeight + 4 + descriptionHeight + tagsHeight + 12;
+constexpr int toldAt = fieldsAt + 26 + 16 + 26 + 12;
+
+juce::String Joined(const std::vector<std::string>& tags) {
+    juce::StringArray words;
+    for (const std::string& tag : tags) {
+        words.add(juce::String(tag));
+    }
+    return words.joinIntoString("  ");
+}
 
 } // namespace
 
@@ -22,6 +35,8 @@ PresetsPage::PresetsPage(PanelModel& ofPanel)
           "Favourites", [this] { Choose(Presets::Show::Favourites); }, "Those with a star"),
       own(
           "Own", [this] { Choose(Presets::Show::Own); }, "Your own presets"),
+      byTag(
+          "Tag...", [this] { ShowTags(); }, "Finds the presets of a tag"),
       save(
           "Save", [this] { SaveAs(); }, "Saves a preset of your own under this name"),
       compare(
@@ -36,8 +51,8 @@ PresetsPage::PresetsPage(PanelModel& ofPanel)
       exporting(
           "Export...", [this] { ChooseFile(false); }, "Writes this sound as a file") {
     for (juce::Component* const part :
-         std::initializer_list<juce::Component*>{&browser, &details, &search, &all, &favourites, &own, &list,
-                                                 &name, &save, &compare, &import, &exporting}) {
+         std::initializer_list<juce::Component*>{&browser, &details, &search, &byTag, &all, &favourites, &own,
+                                                 &list, &name, &save, &compare, &import, &exporting}) {
         addAndMakeVisible(part);
     }
     search.onTextChange = [this] { Update(); };
@@ -62,44 +77,53 @@ void PresetsPage::Choose(Presets::Show next) {
 }
 
 void PresetsPage::Update() {
-    programs = panel.instrument.Programs();
+    programs = panel.programs;
     found = panel.presets.Find(search.getText().toStdString(), show);
     list.updateContent();
     list.repaint();
 }
 
 void PresetsPage::Refresh() {
-    if (untilAsked-- > 0) {
+    if (panel.program == current && panel.programs == programs) {
         return;
     }
-    untilAsked = picturesBetween;
-    const auto now = panel.instrument.CurrentProgram();
-    if (now != current || panel.instrument.Programs().size() != programs.size()) {
-        current = now;
-        Update();
-        if (current && *current < programs.size()) {
-            name.setText(programs[*current].name, false);
-        }
-        repaint();
+    current = panel.program;
+    Update();
+    if (current) {
+        name.setText((*programs)[*current].name, false);
     }
+    repaint();
+}
+
+void PresetsPage::ShowTags() {
+    juce::PopupMenu menu;
+    menu.setLookAndFeel(&getLookAndFeel());
+    const juce::Component::SafePointer<PresetsPage> self(this);
+    for (const std::string& tag : panel.presets.Tags()) {
+        menu.addItem(tag, [self, tag] { self->Search(tag); });
+    }
+    menu.showMenuAsync(juce::PopupMenu::Options()
+                           .withTargetComponent(byTag)
+                           .withDeletionCheck(*this)
+                           .withMinimumNumColumns(3)
+                           .withParentComponent(getTopLevelComponent()));
 }
 
 void PresetsPage::Load(int row) {
     if (row >= 0 && row < getNumRows()) {
         panel.LoadProgram(found[static_cast<std::size_t>(row)]);
-        untilAsked = 0;
         Refresh();
     }
 }
 
 juce::String PresetsPage::getNameForRow(int row) {
-    return row < getNumRows() ? juce::String(programs[found[static_cast<std::size_t>(row)]].name)
+    return row < getNumRows() ? juce::String((*programs)[found[static_cast<std::size_t>(row)]].name)
                               : juce::String();
 }
 
 void PresetsPage::listBoxItemClicked(int row, const juce::MouseEvent& event) {
     if (event.x < starWidth) {
-        panel.presets.ToggleFavourite(programs[found[static_cast<std::size_t>(row)]].id);
+        panel.presets.ToggleFavourite((*programs)[found[static_cast<std::size_t>(row)]].id);
         panel.KeepSettings();
         Update();
         return;
@@ -113,7 +137,7 @@ void PresetsPage::paintListBoxItem(int row, juce::Graphics& g, int width, int he
     }
     const Palette& colours = PanelLook::Of(*this);
     const std::uint32_t index = found[static_cast<std::size_t>(row)];
-    const auto& program = programs[index];
+    const auto& program = (*programs)[index];
     juce::Rectangle<float> box = juce::Rectangle<int>(width, height).toFloat().reduced(2.0F, 1.0F);
     if (isSelected || index == current) {
         FillBox(g, box, colours.field);
@@ -125,10 +149,14 @@ void PresetsPage::paintListBoxItem(int row, juce::Graphics& g, int width, int he
     star.addStar(box.removeFromLeft(starWidth).getCentre(), 5, 3.2F, 7.0F);
     g.setColour(ToJuce(panel.presets.IsFavourite(program.id) ? colours.accent : colours.line));
     g.fillPath(star);
-    DrawText(g, program.name, box.removeFromLeft(190.0F), Sizes::textFont, colours.text,
-             juce::Justification::centredLeft, index == current);
-    DrawText(g, program.isFactory ? "" : "own", box.removeFromRight(40.0F), Sizes::labelFont, colours.dimText,
+    box.reduce(0.0F, 2.0F);
+    box.removeFromRight(8.0F);
+    juce::Rectangle<float> first = box.removeFromTop(box.getHeight() / 2.0F);
+    const juce::String aside = Joined(program.tags) + (program.isFactory ? "" : "  own");
+    DrawText(g, aside, first.removeFromRight(240.0F), Sizes::labelFont, colours.dimText,
              juce::Justification::centredRight);
+    DrawText(g, program.name, first, Sizes::textFont, colours.text, juce::Justification::centredLeft,
+             index == current);
     DrawText(g, program.description, box, Sizes::labelFont, colours.dimText,
              juce::Justification::centredLeft);
 }
@@ -141,8 +169,7 @@ void PresetsPage::Tell(const juce::String& text) {
 void PresetsPage::SaveAs() {
     const bool isSaved = panel.presets.Save(name.getText().trim().toStdString());
     Tell(isSaved ? "Saved" : "This is no name for a preset, or its folder cannot be written");
-    untilAsked = 0;
-    current.reset();
+    panel.LookAtPrograms();
     Refresh();
 }
 
@@ -168,13 +195,16 @@ void PresetsPage::ChooseFile(bool isImport) {
 void PresetsPage::paintOverChildren(juce::Graphics& g) {
     const Palette& colours = PanelLook::Of(*this);
     juce::Rectangle<int> area = details.getBounds().reduced(14, 0).withTrimmedTop(Grid::titleHeight + 4);
-    const juce::String description = current && *current < programs.size()
-                                         ? juce::String(programs[*current].description)
-                                         : "A sound of its own";
+    const auto* const program = current ? &(*programs)[*current] : nullptr;
     g.setColour(ToJuce(colours.text));
     g.setFont(PanelLook::Font(Sizes::textFont));
-    g.drawFittedText(description, area.removeFromTop(48), juce::Justification::topLeft, 3, 1.0F);
-    DrawText(g, told, details.getBounds().reduced(14, 0).withTrimmedTop(212).withHeight(24).toFloat(),
+    g.drawFittedText(program != nullptr ? juce::String(program->description) : "A sound of its own",
+                     area.removeFromTop(descriptionHeight), juce::Justification::topLeft, 4, 1.0F);
+    if (program != nullptr) {
+        DrawText(g, Joined(program->tags), area.removeFromTop(tagsHeight).toFloat(), Sizes::labelFont,
+                 colours.dimText, juce::Justification::centredLeft);
+    }
+    DrawText(g, told, details.getBounds().reduced(14, 0).withTrimmedTop(toldAt).withHeight(24).toFloat(),
              Sizes::textFont, colours.dimText, juce::Justification::centredLeft);
 }
 
@@ -187,13 +217,14 @@ void PresetsPage::resized() {
     area.removeFromBottom(Grid::padding);
     juce::Rectangle<int> top = area.removeFromTop(Grid::titleHeight + 8);
     top.removeFromLeft(100);
-    search.setBounds(top.removeFromLeft(300).withTrimmedTop(3).withHeight(22));
+    search.setBounds(top.removeFromLeft(300).withTrimmedTop(3).withHeight(buttonHeight));
+    byTag.setBounds(top.removeFromLeft(64).withTrimmedLeft(8).withTrimmedTop(3).withHeight(buttonHeight));
     for (Button* const button : {&own, &favourites, &all}) {
         button->setBounds(
-            top.removeFromRight(button == &favourites ? 90 : 56).withTrimmedTop(3).withHeight(22));
+            top.removeFromRight(button == &favourites ? 90 : 56).withTrimmedTop(3).withHeight(buttonHeight));
     }
     list.setBounds(area);
-    juce::Rectangle<int> side = details.getBounds().reduced(14, 0).withTrimmedTop(Grid::titleHeight + 60);
+    juce::Rectangle<int> side = details.getBounds().reduced(14, 0).withTrimmedTop(fieldsAt);
     juce::Rectangle<int> line = side.removeFromTop(26);
     save.setBounds(line.removeFromRight(64));
     name.setBounds(line.withTrimmedRight(8));

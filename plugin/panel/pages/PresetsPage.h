@@ -11,7 +11,7 @@
 
 namespace orphia::panel {
 
-/// The browser of presets: search, favourites, description; save, compare, import and export.
+/// The browser of presets: search, tags, favourites, description; save, compare, import and export.
 class PresetsPage final : public Page, private juce::ListBoxModel {
 public:
     explicit PresetsPage(PanelModel& panel);
@@ -32,6 +32,7 @@ private:
     void Update();
     void Load(int row);
     void Choose(Presets::Show next);
+    void ShowTags();
     void SaveAs();
     void ChooseFile(bool isImport);
     /// What a line tells under the fields, as why nothing was saved.
@@ -40,7 +41,8 @@ private:
     PanelModel& panel;
     SectionView browser;
     SectionView details;
-    TextField search{"Search", "Search by name or description"};
+    TextField search{"Search", "Search by name, description or tag"};
+    Button byTag;
     Button all;
     Button favourites;
     Button own;
@@ -53,10 +55,10 @@ private:
     juce::String told;
     std::unique_ptr<juce::FileChooser> chooser;
     Presets::Show show = Presets::Show::All;
-    std::vector<plugin::PluginInstrument::Program> programs;
+    /// What the list shows now.
+    plugin::PluginInstrument::SharedProgramList programs;
     std::vector<std::uint32_t> found;
     std::optional<std::uint32_t> current;
-    int untilAsked = 0;
 };
 
 } // namespace orphia::panel

@@ -9,10 +9,10 @@ namespace orphia::panel {
 
 namespace {
 
-ControlModel ModelOf(unsigned source, unsigned destination) {
+ControlModel ModelOf(const Modulation& modulation, unsigned source, unsigned destination) {
     ControlModel model = Describe(host::ModulationRoutes::AmountId(source, destination),
                                   std::string(Modulation::SourceLabel(source)) + " to " +
-                                      std::string(Modulation::DestinationLabel(destination)));
+                                      modulation.DestinationLabel(destination));
     model.isBipolar = true;
     return model;
 }
@@ -20,7 +20,7 @@ ControlModel ModelOf(unsigned source, unsigned destination) {
 class RouteCell final : public ParameterControl {
 public:
     RouteCell(PanelModel& ofPanel, unsigned source, unsigned destination)
-        : ParameterControl(ofPanel, ModelOf(source, destination)) {}
+        : ParameterControl(ofPanel, ModelOf(ofPanel.modulation, source, destination)) {}
 
     void paint(juce::Graphics& g) override {
         const Palette& colours = Colours();

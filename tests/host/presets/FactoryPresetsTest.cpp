@@ -62,6 +62,7 @@ class FactoryPreset : public testing::TestWithParam<Entry> {};
 TEST_P(FactoryPreset, IsLoudEnoughAndEnds) {
     EXPECT_EQ(Library().Find(GetParam().name).id, GetParam().id) << "another one has this name";
     EXPECT_FALSE(GetParam().description.empty());
+    EXPECT_FALSE(GetParam().tags.empty());
     const auto instrument = Loaded(GetParam());
     // The whole takes twice as long and is as loud within 1 dB.
     std::vector<float> sound = Voice(*instrument, 6, 0.708F);

@@ -83,6 +83,23 @@ TEST(Preset, SamplesAreRelativeToTheFolderWithinAndBesideIt) {
     }
 }
 
+TEST(Preset, TagsAreAnyTextsAndComeBack) {
+    std::vector<std::string> warnings;
+    const auto read = [&](const std::string& tags) {
+        const std::string text = File("}, \"tags\": " + tags);
+        return ParsePreset(text.substr(0, text.size() - 1), Vocoder(), warnings);
+    };
+    const std::vector<std::string> tags = {"robot", "no list has this one", ""};
+    const Preset preset = read(R"(["robot", "no list has this one", ""])");
+    EXPECT_EQ(preset.tags, tags);
+    EXPECT_EQ(ParsePreset(FormatPreset(preset, Vocoder()), Vocoder(), warnings).tags, tags);
+    EXPECT_EQ(SummaryOf(FormatPreset(preset, Vocoder())).tags, tags);
+    EXPECT_FALSE(Has(FormatPreset(read("[]"), Vocoder()), "tags"));
+    for (const char* wrong : {"{}", "\"robot\"", "[1]", "[[\"robot\"]]", "null"}) {
+        EXPECT_TRUE(test::Refusal([&] { read(wrong); }).starts_with("line 3: \"tags\"")) << wrong;
+    }
+}
+
 TEST(PresetLibrary, ListsFindsAndOpensTheUsersPresetsWhichStandInForBuiltInOnes) {
     const test::TemporaryFolder folder;
     const PresetLibrary plain{std::filesystem::path()};

@@ -165,6 +165,18 @@ TEST(PanelControl, ReadsBackWhatItShowsAndStaysOnItsSteps) {
     EXPECT_EQ(ValueText(IdOf("LFO_RateSynced"), *ReadValue(IdOf("LFO_RateSynced"), "1/8")), "1/8");
 }
 
+TEST(PanelControl, IsDrawnFromTheMiddleWhereThatIsNeutral) {
+    for (const char* const name :
+         {"Modulator_Sampler_Coarse", "Carrier_Oscillators_Osc2Fine", "FX2_StereoPan_Pan",
+          "FX2_StereoPan_Width", "Modulator_Sampler_Slot3_Pan"}) {
+        EXPECT_TRUE(Describe(name).isBipolar) << name;
+    }
+    for (const char* const name :
+         {"MasterVolume", "FX1_Delay_Width", "FX1_Delay_Mode", "FX1_Bypass", "Attack"}) {
+        EXPECT_FALSE(Describe(name).isBipolar) << name;
+    }
+}
+
 TEST(PanelModulation, NamesAndMovesWhatTheEngineDoes) {
     const auto plugin = Plugin();
     plugin->Activate(pluginRate);
@@ -181,7 +193,7 @@ TEST(PanelModulation, NamesAndMovesWhatTheEngineDoes) {
         }
     }
     const unsigned wheel = 6;
-    const unsigned mix = *Modulation::DestinationOf(IdOf("BodeVocoder_Wet"));
+    const unsigned mix = *model.modulation.DestinationOf(IdOf("BodeVocoder_Wet"));
     plugin->SetPosition(IdOf("BodeVocoder_Wet"), 0.5F);
     plugin->SetPosition(IdOf("Controls_Enable"), 1.0F);
     model.modulation.Update(0.0F);
@@ -189,7 +201,10 @@ TEST(PanelModulation, NamesAndMovesWhatTheEngineDoes) {
     plugin->SetPosition(ModulationRoutes::AmountId(wheel, mix), 0.25F);
     plugin->Play({0xB0, 1, 127});
     Play(*plugin, 4800);
-    model.modulation.Update(0.0F);
+    // A source a picture.
+    for (unsigned n = 0; n < Modulation::sourceCount; ++n) {
+        model.modulation.Update(0.0F);
+    }
     ASSERT_TRUE(model.modulation.ModulatedPosition(IdOf("BodeVocoder_Wet")));
     EXPECT_NEAR(*model.modulation.ModulatedPosition(IdOf("BodeVocoder_Wet")), 0.0F, 1e-4F);
 }
@@ -246,9 +261,11 @@ TEST(PanelSearch, FindsByBeginningsOfWords) {
     EXPECT_TRUE(Matches("FX1_Delay_DryWet", "delay drywet"));
     EXPECT_TRUE(Matches("anything", ""));
     EXPECT_FALSE(Matches("Classic Robot", "obot"));
-    const std::vector<PluginInstrument::Program> programs = {
-        {"a", "Choir", "a robot that sings", true}, {"b", "Robot", "", true}, {"c", "Bells", "", true}};
+    const std::vector<PluginInstrument::Program> programs = {{"a", "Choir", "a robot that sings", true},
+                                                             {"b", "Robot", "", true},
+                                                             {"c", "Bells", "", true, {"metal"}}};
     EXPECT_EQ(FindPrograms(programs, "robot"), (std::vector<std::uint32_t>{1, 0}));
+    EXPECT_EQ(FindPrograms(programs, "bel met"), (std::vector<std::uint32_t>{2}));
     const auto all = FindParameters("", false);
     const std::set<std::uint32_t> found(all.begin(), all.end());
     for (const host::ParameterInfo& info : ParameterCatalog::OfInstrument().Parameters()) {
@@ -277,6 +294,11 @@ TEST(PanelPresets, AreFoundSavedComparedAndCarriedByFiles) {
     EXPECT_EQ(presets.Find("", Presets::Show::Own).size(), 2U);
     EXPECT_EQ(presets.Find("", Presets::Show::All).size(), count + 2);
     EXPECT_EQ(plugin->Programs()[presets.Find("mine", Presets::Show::Own).at(0)].id, "mine-all-mine");
+    model.LoadProgram(1);
+    EXPECT_TRUE(presets.Save("Tagged"));
+    EXPECT_EQ(plugin->Programs()[presets.Find("tagged", Presets::Show::Own).at(0)].tags, first.tags);
+    EXPECT_FALSE(first.tags.empty());
+    model.history.Undo();
 
     ASSERT_TRUE(presets.Export(folder.Path() / "sound.json"));
     presets.Compare();
