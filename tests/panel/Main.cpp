@@ -68,7 +68,10 @@ int Measure() {
 void Furnish(orphia::plugin::PluginInstrument& instrument) {
     const auto& catalog = orphia::host::ParameterCatalog::OfInstrument();
     for (const char* const each :
-         {"FX1_ModuleType=chorus", "FX2_ModuleType=delay", "FX3_ModuleType=reverb", "FX3_Bypass=on",
+         {"FX1_ModuleType=equalizer", "FX1_ParamEq_Gain1=-6 dB", "FX1_ParamEq_Gain3=7 dB", "FX1_ParamEq_Q3=2",
+          "FX1_ParamEq_Gain5=4 dB", "FX2_ModuleType=delay", "FX2_Delay_DryWet=0.7", "FX2_Delay_Offset=0.15",
+          "FX2_Delay_Feedback=0.6", "FX3_ModuleType=overdrive", "FX3_TS808_Bias=0.3", "FX3_Bypass=on",
+          "Modulations_Dst5_Src2_Amount=0.2", "LFO_Enable=on",
           "BodeVocoder_PatchBay_Activated=on", "BodeVocoder_PatchBay_GainBand2=0.5",
           "BodeVocoder_PatchBay_GainBand14=0.2", "Modulations_Dst23_Src2_Amount=0.3",
           "Modulations_Dst21_Src7_Amount=-0.6"}) {
@@ -92,7 +95,7 @@ void Furnish(orphia::plugin::PluginInstrument& instrument) {
         instrument.Set(orphia::host::ParseAssignment(catalog, each));
     }
     instrument.AssignMacro(0, {"Brighter", {{catalog.Find("Osc1Shape").id, 0.0F, 1.0F}}});
-    instrument.AssignMacro(1, {"Farther", {{catalog.Find("FX3_Dattorro_DryWet").id, 0.1F, 0.9F}}});
+    instrument.AssignMacro(1, {"Farther", {{catalog.Find("FX2_Delay_DryWet").id, 0.1F, 0.9F}}});
     instrument.SetPosition(orphia::plugin::PluginParameters::firstMacro + 1, 0.6F);
 }
 

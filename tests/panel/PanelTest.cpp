@@ -7,7 +7,9 @@
 #include "plugin/panel/controls/TextField.h"
 #include "plugin/panel/frame/KeyStrip.h"
 #include "plugin/panel/frame/MacroStrip.h"
+#include "plugin/panel/model/EffectSlots.h"
 #include "plugin/panel/pages/CircuitPage.h"
+#include "plugin/panel/pages/EffectsPage.h"
 #include "plugin/panel/pages/ModulationPage.h"
 #include "plugin/panel/parts/CablesView.h"
 
@@ -239,6 +241,58 @@ TEST(Panel, AssignsAMacroByTheMenuOfAControl) {
     EXPECT_TRUE(desk.rig.instrument.MacroOf(1).targets.empty());
 }
 
+TEST(Panel, LearnsAControllerByTheMenuOfAControl) {
+    Desk desk;
+    auto& knob = dynamic_cast<ParameterControl&>(*desk.rig.ControlOf("Carrier_MasterTune"));
+    plugin::MidiLearn& controllers = desk.rig.instrument.Controllers();
+    const auto choose = [&](int item) {
+        knob.ShowMenu();
+        PanelHands::Wait(100);
+        for (int n = 0; n < item; ++n) {
+            desk.hands.Key(juce::KeyPress::downKey);
+        }
+        desk.hands.Key(juce::KeyPress::returnKey);
+        PanelHands::Wait(50);
+    };
+    choose(4);
+    EXPECT_EQ(controllers.WaitsFor(), knob.Model().id);
+    choose(4);
+    EXPECT_FALSE(controllers.WaitsFor());
+    controllers.Assign(74, knob.Model().id);
+    choose(5);
+    EXPECT_FALSE(controllers.ControllerOf(knob.Model().id));
+}
+
+TEST(Panel, MovesEffectsByMouseAndKeys) {
+    Desk desk;
+    for (unsigned slot = 0; slot < 3; ++slot) {
+        desk.rig.instrument.SetPosition(EffectSlots::TypeId(slot), static_cast<float>(slot + 2) / 11.0F);
+    }
+    desk.rig.panel.ShowPage(2);
+    desk.rig.Play(0.1);
+    const auto order = [&] {
+        std::vector<unsigned> types;
+        for (unsigned slot = 0; slot < 3; ++slot) {
+            types.push_back(EffectSlots::TypeIn(desk.rig.instrument, slot));
+        }
+        return types;
+    };
+    auto& first = FirstOf<EffectSlotView>(desk.rig.panel);
+    desk.hands.Drag(first, {90.0F, 10.0F}, {900.0F, 200.0F});
+    desk.rig.Play(0.1);
+    EXPECT_EQ(order(), (std::vector<unsigned>{3, 4, 2}));
+    EXPECT_NE(desk.rig.ControlOf("FX3_Delay_Time"), nullptr);
+    first.FocusFirst();
+    desk.hands.Key(juce::KeyPress::rightKey, juce::ModifierKeys::altModifier);
+    EXPECT_EQ(order(), (std::vector<unsigned>{4, 3, 2}));
+    desk.hands.Key(juce::KeyPress::rightKey, juce::ModifierKeys::altModifier);
+    EXPECT_EQ(order(), (std::vector<unsigned>{4, 2, 3})) << "the focus goes along";
+    for (int n = 0; n < 3; ++n) {
+        desk.hands.Key('z', command);
+    }
+    EXPECT_EQ(order(), (std::vector<unsigned>{2, 3, 4}));
+}
+
 TEST(Panel, ModulatesByDraggingACellOfTheMatrix) {
     Desk desk;
     desk.rig.panel.ShowPage(1);
@@ -300,6 +354,14 @@ TEST(Panel, HearsTheMouseAndTheKeysOfTheDisplay) {
     run("keyup a");
     desk.rig.Play(0.05);
     EXPECT_TRUE(desk.rig.instrument.HeldKeys().held.none());
+    // One whose end goes elsewhere.
+    run("keydown s");
+    desk.rig.Play(0.05);
+    EXPECT_TRUE(desk.rig.instrument.HeldKeys().held[62]);
+    juce::Component::unfocusAllComponents();
+    desk.rig.Play(0.1);
+    EXPECT_TRUE(desk.rig.instrument.HeldKeys().held.none());
+    run("keyup s");
 }
 
 TEST(Panel, OpensAndClosesTwoHundredTimesWithoutALeak) {

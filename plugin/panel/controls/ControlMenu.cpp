@@ -40,6 +40,24 @@ void ParameterControl::FillMenu(juce::PopupMenu& menu) {
         menu.addItem("What modulates it...",
                      [self, destination] { ModulationBox::Show(self->panel, *self, *destination); });
     }
+    menu.addSeparator();
+    AddLearnItems(menu);
+}
+
+void ParameterControl::AddLearnItems(juce::PopupMenu& menu) {
+    const juce::Component::SafePointer<ParameterControl> self(this);
+    const plugin::MidiLearn& controllers = panel.instrument.Controllers();
+    if (controllers.WaitsFor() == model.id) {
+        menu.addItem("Wait for no controller",
+                     [self] { self->panel.instrument.Controllers().StopWaiting(); });
+    } else {
+        menu.addItem("MIDI learn: move a controller",
+                     [self] { self->panel.instrument.Controllers().Wait(self->model.id); });
+    }
+    if (const auto controller = controllers.ControllerOf(model.id)) {
+        menu.addItem("Forget controller " + juce::String(*controller),
+                     [self, controller] { self->panel.instrument.Controllers().Forget(*controller); });
+    }
 }
 
 juce::PopupMenu ParameterControl::MacroMenu() {

@@ -2,6 +2,7 @@
 #include "plugin/panel/controls/ParameterControl.h"
 
 #include "plugin/panel/controls/ControlAccess.h"
+#include "plugin/panel/controls/ModulationBox.h"
 
 #include <cmath>
 
@@ -45,6 +46,10 @@ void ParameterControl::Nudge(int clicks, bool isFine) { SetPosition(model.Moved(
 void ParameterControl::ResetToStart() { SetPosition(model.start); }
 
 void ParameterControl::Refresh() {
+    if (const bool learns = panel.instrument.Controllers().WaitsFor() == model.id; learns != isLearning) {
+        isLearning = learns;
+        repaint();
+    }
     const float now = panel.instrument.Position(model.id);
     const std::optional<float> moved = panel.modulation.ModulatedPosition(model.id);
     const bool isSame = now == position && moved.has_value() == modulated.has_value() &&
@@ -114,6 +119,17 @@ void ParameterControl::mouseDoubleClick(const juce::MouseEvent& event) {
 void ParameterControl::Clicked(const juce::MouseEvent& event) {
     if (ValueArea().contains(event.getPosition())) {
         StartTyping();
+        return;
+    }
+    const auto destination = panel.modulation.DestinationOf(model.id);
+    if (destination && LabelArea().contains(event.getPosition())) {
+        ModulationBox::Show(panel, *this, *destination);
+    }
+}
+
+void ParameterControl::paintOverChildren(juce::Graphics& g) {
+    if (isLearning) {
+        FillBox(g, Bounds(), Palette::WithAlpha(Colours().accent, 0x38));
     }
 }
 

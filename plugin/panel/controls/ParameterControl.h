@@ -41,6 +41,7 @@ public:
 
     void Refresh() override;
 
+    void paintOverChildren(juce::Graphics& g) override;
     void mouseDown(const juce::MouseEvent& event) override;
     void mouseDrag(const juce::MouseEvent& event) override;
     void mouseUp(const juce::MouseEvent& event) override;
@@ -54,6 +55,8 @@ public:
 protected:
     /// Where the value stands, and is typed.
     virtual juce::Rectangle<int> ValueArea() const;
+    /// Where the name stands: a click on it lists what modulates the control.
+    virtual juce::Rectangle<int> LabelArea() const { return getLocalBounds().removeFromTop(16); }
     /// A click that was no drag.
     virtual void Clicked(const juce::MouseEvent& event);
     virtual bool IsDragVertical() const { return true; }
@@ -72,6 +75,7 @@ protected:
 private:
     void EndDrag();
     void FillMenu(juce::PopupMenu& menu);
+    void AddLearnItems(juce::PopupMenu& menu);
     juce::PopupMenu MacroMenu();
     juce::PopupMenu ModulationMenu(unsigned destination);
     void AssignMacro(unsigned macro, bool isAssigned);
@@ -79,6 +83,8 @@ private:
     ControlModel model;
     float position = 0.0F;
     std::optional<float> modulated;
+    /// The next controller that moves is for this.
+    bool isLearning = false;
     bool isDragged = false;
     bool hasMoved = false;
     float dragPosition = 0.0F;

@@ -85,6 +85,10 @@ protected:
     juce::Rectangle<int> ValueArea() const override {
         return IsUpright() ? getLocalBounds().removeFromBottom(17) : getLocalBounds().removeFromRight(52);
     }
+    juce::Rectangle<int> LabelArea() const override {
+        return IsUpright() ? ParameterControl::LabelArea()
+                           : getLocalBounds().removeFromLeft(juce::roundToInt(LabelWidth()));
+    }
 
 private:
     bool IsUpright() const { return getHeight() > getWidth(); }

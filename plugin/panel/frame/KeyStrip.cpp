@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/frame/KeyStrip.h"
 
-#include "host/parameters/ParameterCatalog.h"
-
 #include <algorithm>
 #include <cmath>
 
@@ -13,8 +11,6 @@ namespace {
 constexpr int wheelWidth = 26;
 constexpr int statusWidth = 168;
 
-std::uint32_t IdOf(const char* name) { return host::ParameterCatalog::OfInstrument().Find(name).id; }
-
 } // namespace
 
 /// A strip that sends messages: a song plays on it, so it is no part of what can be undone.
@@ -23,12 +19,13 @@ public:
     enum class Kind { Bend, Modulation, Pedal };
 
     Wheel(PanelModel& ofPanel, Kind ofKind, const char* parameter, const juce::String& title)
-        : panel(ofPanel), kind(ofKind), id(IdOf(parameter)), position(panel.instrument.Position(id)) {
+        : panel(ofPanel), kind(ofKind), id(EngineId(parameter)), position(panel.instrument.Position(id)) {
         setName(title);
         setTitle(title);
         setWantsKeyboardFocus(true);
         setTooltip(Describe(id).tooltip);
     }
+    ~Wheel() override { LetGo(); }
 
     void Refresh() override {
         if (const float now = panel.instrument.Position(id); std::fabs(now - position) > 0.004F) {
@@ -62,30 +59,62 @@ public:
             Send(1.0F - (event.position.y - 2.0F) / static_cast<float>(getHeight() - 19));
         }
     }
-    void mouseUp(const juce::MouseEvent& /*event*/) override {
-        if (kind == Kind::Bend) {
-            Send(0.5F);
-        }
-    }
+    void mouseUp(const juce::MouseEvent& /*event*/) override { LetGo(); }
     void mouseWheelMove(const juce::MouseEvent& /*event*/, const juce::MouseWheelDetails& wheel) override {
         if (kind == Kind::Modulation) {
             Send(position + 0.3F * wheel.deltaY);
         }
     }
     bool keyPressed(const juce::KeyPress& key) override {
-        const bool isUp = key.getKeyCode() == juce::KeyPress::upKey;
-        if (isUp || key.getKeyCode() == juce::KeyPress::downKey) {
+        const int code = key.getKeyCode();
+        const bool isUp = code == juce::KeyPress::upKey;
+        if (isUp || code == juce::KeyPress::downKey) {
             Send(kind == Kind::Pedal ? (isUp ? 1.0F : 0.0F) : position + (isUp ? 0.05F : -0.05F));
-            return true;
+        } else if (code == juce::KeyPress::homeKey || code == juce::KeyPress::endKey) {
+            Send(code == juce::KeyPress::endKey ? 1.0F : 0.0F);
+        } else if (code == juce::KeyPress::deleteKey || code == juce::KeyPress::backspaceKey) {
+            Send(kind == Kind::Bend ? 0.5F : 0.0F);
+        } else {
+            return false;
         }
-        return false;
+        return true;
     }
     void focusGained(FocusChangeType /*cause*/) override { repaint(); }
-    void focusLost(FocusChangeType /*cause*/) override { repaint(); }
+    void focusLost(FocusChangeType /*cause*/) override {
+        LetGo();
+        repaint();
+    }
+    std::unique_ptr<juce::AccessibilityHandler> createAccessibilityHandler() override {
+        return std::make_unique<juce::AccessibilityHandler>(
+            *this, juce::AccessibilityRole::slider, juce::AccessibilityActions(),
+            juce::AccessibilityHandler::Interfaces{std::make_unique<Reach>(*this)});
+    }
 
 private:
+    /// What screen readers read and move.
+    class Reach final : public juce::AccessibilityRangedNumericValueInterface {
+    public:
+        explicit Reach(Wheel& ofWheel) : wheel(ofWheel) {}
+
+        bool isReadOnly() const override { return false; }
+        double getCurrentValue() const override { return wheel.position; }
+        void setValue(double value) override { wheel.Send(static_cast<float>(value)); }
+        AccessibleValueRange getRange() const override { return {{0.0, 1.0}, 0.05}; }
+
+    private:
+        Wheel& wheel;
+    };
+
+    /// A bend springs back, also when the panel goes or the focus.
+    void LetGo() {
+        if (kind == Kind::Bend && isBent) {
+            Send(0.5F);
+        }
+    }
+
     void Send(float next) {
         position = std::clamp(next, 0.0F, 1.0F);
+        isBent = kind == Kind::Bend && position != 0.5F;
         const auto fine = static_cast<unsigned>(juce::roundToInt(position * 16383.0F));
         const auto coarse = static_cast<std::uint8_t>(juce::roundToInt(position * 127.0F));
         switch (kind) {
@@ -107,13 +136,15 @@ private:
     Kind kind;
     std::uint32_t id;
     float position;
+    /// By this.
+    bool isBent = false;
 };
 
 /// What plays, in words; asked seldom, as nobody reads faster.
 class KeyStrip::Status final : public juce::Component, public Live {
 public:
     explicit Status(PanelModel& ofPanel)
-        : panel(ofPanel), hasSource(IdOf("MTS_HasMaster")), tune(IdOf("Carrier_MasterTune")) {
+        : panel(ofPanel), hasSource(EngineId("MTS_HasMaster")), tune(EngineId("Carrier_MasterTune")) {
         setTitle("State");
         Refresh();
     }

@@ -4,8 +4,8 @@
 #include "plugin/panel/controls/ParameterControl.h"
 
 #include <bitset>
+#include <map>
 #include <memory>
-#include <set>
 
 namespace orphia::panel {
 
@@ -34,13 +34,14 @@ private:
     int KeyAt(juce::Point<float> place) const;
     void Press(int key, float velocity);
     void Release(int key);
+    void ReleaseWhatIsUp();
     void MoveMouseTo(const juce::MouseEvent& event);
 
     PanelModel& panel;
     std::bitset<128> held;
     int underMouse = -1;
-    /// Letter and key, of those that are down.
-    std::set<std::pair<char, int>> computer;
+    /// By letter, of those that are down.
+    std::map<char, int> computer;
     int computerOctave = 4;
     bool wasOctaveKey = false;
 };

@@ -11,7 +11,9 @@ namespace {
 constexpr float blackWidth = 0.62F;
 constexpr float blackHeight = 0.6F;
 constexpr float computerVelocity = 0.8F;
-constexpr const char* letters = "awsedftgyhujkolp";
+// The ivory of keys is no part of a palette: both looks have it.
+constexpr Palette::Colour white = 0xFFE9E6DF;
+constexpr Palette::Colour black = 0xFF24272D;
 
 } // namespace
 
@@ -89,12 +91,12 @@ bool Keyboard::FollowComputer() {
     const bool hasModifier = juce::ModifierKeys::currentModifiers.isCommandDown() ||
                              juce::ModifierKeys::currentModifiers.isAltDown();
     bool isOurs = false;
-    for (const char* letter = letters; *letter != '\0'; ++letter) {
-        const bool isDown = !hasModifier && juce::KeyPress::isKeyCurrentlyDown(*letter);
-        const auto found = std::ranges::find(computer, *letter, &std::pair<char, int>::first);
+    for (const char letter : Keys::letters) {
+        const bool isDown = !hasModifier && juce::KeyPress::isKeyCurrentlyDown(letter);
+        const auto found = computer.find(letter);
         if (isDown && found == computer.end()) {
-            const int key = std::min(127, 12 * (computerOctave + 1) + *Keys::OfComputer(*letter));
-            computer.insert({*letter, key});
+            const int key = std::min(127, 12 * (computerOctave + 1) + *Keys::OfComputer(letter));
+            computer.emplace(letter, key);
             Press(key, computerVelocity);
         } else if (!isDown && found != computer.end()) {
             Release(found->second);
@@ -111,7 +113,20 @@ bool Keyboard::FollowComputer() {
     return isOurs || wasOctaveKey;
 }
 
+/// Their end is not told here when the focus has gone to a field or to another window.
+void Keyboard::ReleaseWhatIsUp() {
+    const bool isElsewhere = juce::Component::getCurrentlyFocusedComponent() == nullptr;
+    std::erase_if(computer, [this, isElsewhere](const auto& letterAndKey) {
+        const bool isUp = isElsewhere || !juce::KeyPress::isKeyCurrentlyDown(letterAndKey.first);
+        if (isUp) {
+            Release(letterAndKey.second);
+        }
+        return isUp;
+    });
+}
+
 void Keyboard::Refresh() {
+    ReleaseWhatIsUp();
     if (panel.keys.held == held) {
         return;
     }
@@ -124,9 +139,6 @@ void Keyboard::Refresh() {
 }
 
 void Keyboard::paint(juce::Graphics& g) {
-    // The ivory of keys is no part of a palette: both looks have it.
-    const Palette::Colour white = 0xFFE9E6DF;
-    const Palette::Colour black = 0xFF24272D;
     FillBox(g, getLocalBounds().toFloat(), black, 2.0F);
     for (const bool isBlack : {false, true}) {
         for (int key = firstKey; key < firstKey + keyCount; ++key) {
@@ -138,7 +150,7 @@ void Keyboard::paint(juce::Graphics& g) {
             FillBox(g, area, isHeld ? Palette::Dark().accent : isBlack ? black : white, 2.0F);
             if (!isBlack && key % 12 == 0) {
                 DrawText(g, "C" + juce::String(key / 12 - 1), area.withTop(area.getBottom() - 15.0F), 10.0F,
-                         Palette::Bright().dimText);
+                         black);
             }
         }
     }

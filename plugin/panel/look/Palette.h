@@ -34,6 +34,10 @@ struct Palette {
                 0xFF565C66, 0xFF955400, 0xFFFFFFFF, 0xFFB3261E};
     }
 
+    static constexpr Colour WithAlpha(Colour colour, std::uint32_t alpha) {
+        return (colour & 0x00FFFFFFU) | alpha << 24U;
+    }
+
     /// Contrast of two colours as readers need it, 1 to 21: from their relative luminance in linear light.
     static double Contrast(Colour one, Colour other) {
         const double a = Luminance(one);

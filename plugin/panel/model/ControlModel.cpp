@@ -156,8 +156,10 @@ ControlModel Describe(std::uint32_t id, std::string_view label, ControlKind kind
     return model;
 }
 
+std::uint32_t EngineId(std::string_view name) { return ParameterCatalog::OfInstrument().Find(name).id; }
+
 ControlModel Describe(std::string_view engineName, std::string_view label, ControlKind kind) {
-    return Describe(ParameterCatalog::OfInstrument().Find(engineName).id, label, kind);
+    return Describe(EngineId(engineName), label, kind);
 }
 
 std::string ValueText(std::uint32_t id, float position) {

@@ -52,6 +52,9 @@ struct ControlModel {
     float Moved(float position, int clicks, bool isFine) const;
 };
 
+/// Of the parameter with this name; throws host::UsageError.
+std::uint32_t EngineId(std::string_view name);
+
 /// Of a parameter of the engine, a macro or the bypass. An empty label is taken from the parameter's own
 /// name.
 ControlModel Describe(std::uint32_t id, std::string_view label = {},

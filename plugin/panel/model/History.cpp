@@ -49,7 +49,7 @@ bool History::GoesOn(std::uint32_t id, double now) const {
            std::ranges::count(steps.back().moves, false, &Move::isByMacro) == 1;
 }
 
-void History::Set(std::uint32_t id, float position) {
+void History::Set(std::uint32_t id, float position, const std::string& name) {
     const float before = instrument.Position(id);
     position = std::clamp(position, 0.0F, 1.0F);
     if (before == position) {
@@ -72,7 +72,7 @@ void History::Set(std::uint32_t id, float position) {
         ++changes;
     } else {
         Step step;
-        step.name = LabelOf(id);
+        step.name = name.empty() ? LabelOf(id) : name;
         AddMove(step, id, before, position);
         Add(std::move(step));
     }

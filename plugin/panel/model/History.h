@@ -33,7 +33,8 @@ public:
     /// A gesture, or several changes at once; may be nested, then the outermost is the step.
     void Begin(std::string name);
     void End();
-    void Set(std::uint32_t id, float position);
+    /// Named by the parameter where no name is given.
+    void Set(std::uint32_t id, float position, const std::string& name = {});
     /// Assigns a macro.
     void SetMacro(unsigned macro, const plugin::Macro& assignment);
     /// Whatever else changes the instrument, and as a whole: presets, samples. False, and nothing is kept,

@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <cstddef>
 #include <optional>
+#include <string_view>
 
 namespace orphia::panel {
 
 /// The keys of a keyboard on a screen, as MIDI numbers them.
 struct Keys {
+    /// Of a computer: white keys on the row of A, black ones on the row above.
+    static constexpr std::string_view letters = "awsedftgyhujkolp";
+
     static bool IsBlack(int key) {
         constexpr unsigned black = 0b010101001010U;
         return (black >> static_cast<unsigned>(key % 12) & 1U) != 0;
@@ -19,16 +24,10 @@ struct Keys {
         }
         return count;
     }
-    /// What a key of the computer plays above the C of its octave: the row of A for white keys, the one above
-    /// for black ones.
+    /// What a letter plays above the C of its octave.
     static std::optional<int> OfComputer(char letter) {
-        constexpr char letters[] = "awsedftgyhujkolp";
-        for (int n = 0; letters[n] != '\0'; ++n) {
-            if (letters[n] == letter) {
-                return n;
-            }
-        }
-        return std::nullopt;
+        const std::size_t place = letters.find(letter);
+        return place == std::string_view::npos ? std::nullopt : std::optional(static_cast<int>(place));
     }
 };
 

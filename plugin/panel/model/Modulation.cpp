@@ -2,7 +2,7 @@
 #include "plugin/panel/model/Modulation.h"
 
 #include "host/parameters/ModulationRoutes.h"
-#include "host/parameters/ParameterCatalog.h"
+#include "plugin/panel/model/ControlModel.h"
 
 #include <algorithm>
 #include <cmath>
@@ -57,25 +57,23 @@ constexpr std::array<Destination, Modulation::destinationCount> destinations = {
     {"Follower Gain", "EnvFollower_Input Gain"},
 }};
 
-std::uint32_t IdOf(std::string_view name) { return host::ParameterCatalog::OfInstrument().Find(name).id; }
-
 struct Ids {
     std::array<std::optional<std::uint32_t>, Modulation::destinationCount> parameters;
-    std::uint32_t follower = IdOf("EnvFollower_Enable");
-    std::uint32_t lfo = IdOf("LFO_Enable");
-    std::uint32_t controls = IdOf("Controls_Enable");
-    std::uint32_t lfoValue = IdOf("LFO_CurrentValueLFeedback");
-    std::uint32_t envelopeStage = IdOf("Carrier_Oscillators_ADSR_OutState");
-    std::uint32_t envelopePhase = IdOf("Carrier_Oscillators_ADSR_OutStatePhase");
-    std::uint32_t sustain = IdOf("Carrier_Oscillators_ADSR_Sustain");
-    std::uint32_t pressure = IdOf("VST3_AfterTouch");
-    std::uint32_t wheel = IdOf("VST3_CtrlModWheel");
-    std::uint32_t brightness = IdOf("MPE_GlobalBrightness");
+    std::uint32_t follower = EngineId("EnvFollower_Enable");
+    std::uint32_t lfo = EngineId("LFO_Enable");
+    std::uint32_t controls = EngineId("Controls_Enable");
+    std::uint32_t lfoValue = EngineId("LFO_CurrentValueLFeedback");
+    std::uint32_t envelopeStage = EngineId("Carrier_Oscillators_ADSR_OutState");
+    std::uint32_t envelopePhase = EngineId("Carrier_Oscillators_ADSR_OutStatePhase");
+    std::uint32_t sustain = EngineId("Carrier_Oscillators_ADSR_Sustain");
+    std::uint32_t pressure = EngineId("VST3_AfterTouch");
+    std::uint32_t wheel = EngineId("VST3_CtrlModWheel");
+    std::uint32_t brightness = EngineId("MPE_GlobalBrightness");
 
     Ids() {
         for (unsigned n = 0; n < destinations.size(); ++n) {
             if (!destinations[n].parameter.empty()) {
-                parameters[n] = IdOf(destinations[n].parameter);
+                parameters[n] = EngineId(destinations[n].parameter);
             }
         }
     }
@@ -97,6 +95,7 @@ Modulation::Modulation(const plugin::PluginInstrument& ofInstrument)
     Update(0.0F);
 }
 
+bool Modulation::IsTwoSided(unsigned source) { return source == Lfo; }
 std::string_view Modulation::SourceLabel(unsigned source) { return sourceLabels[source]; }
 
 std::optional<std::uint32_t> Modulation::SwitchOf(unsigned source) {

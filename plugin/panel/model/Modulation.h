@@ -39,6 +39,8 @@ public:
         return firstOfEffects + EffectSlots::slotCount * signal + slot;
     }
 
+    /// It gives -1 to 1, and not 0 to 1.
+    static bool IsTwoSided(unsigned source);
     /// "LFO", "Velocity": short.
     static std::string_view SourceLabel(unsigned source);
     /// "Osc 1 Pitch", "FX 1 Drive"; "FX 1 First" while that effect has nothing to be moved.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/model/PatchBay.h"
 
-#include "host/parameters/ParameterCatalog.h"
+#include "plugin/panel/model/ControlModel.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,9 +14,7 @@ namespace {
 constexpr float floorDecibels = -60.0F;
 constexpr float peakFallPerSecond = 0.35F;
 /// What the engine itself tells moves in steps of its blocks; falling is drawn out a little for the eye.
-constexpr float fallPerSecond = 3.0F;
-
-std::uint32_t IdOf(const char* name) { return host::ParameterCatalog::OfInstrument().Find(name).id; }
+constexpr float fallPerSecond = 12.0F;
 
 /// A route at the middle of its position carries nothing.
 float AmountAt(float position) { return std::max(0.0F, 2.0F * position - 1.0F); }
@@ -27,22 +25,22 @@ PatchBay::PatchBay(plugin::PluginInstrument& ofInstrument, History& ofHistory)
     : instrument(ofInstrument), history(ofHistory) {}
 
 std::uint32_t PatchBay::RouteId(unsigned analysis, unsigned synthesis) {
-    static const std::uint32_t first = IdOf("BodeVocoder_PatchBay_Analysis1_Synthesis1");
+    static const std::uint32_t first = EngineId("BodeVocoder_PatchBay_Analysis1_Synthesis1");
     return first + bandCount * synthesis + analysis;
 }
 
 std::uint32_t PatchBay::GainId(unsigned band) {
-    static const std::uint32_t first = IdOf("BodeVocoder_PatchBay_GainBand1");
+    static const std::uint32_t first = EngineId("BodeVocoder_PatchBay_GainBand1");
     return first + band;
 }
 
 std::uint32_t PatchBay::ActiveId() {
-    static const std::uint32_t id = IdOf("BodeVocoder_PatchBay_Activated");
+    static const std::uint32_t id = EngineId("BodeVocoder_PatchBay_Activated");
     return id;
 }
 
 std::uint32_t PatchBay::HoldId() {
-    static const std::uint32_t id = IdOf("BodeVocoder_PatchBay_SampleHold");
+    static const std::uint32_t id = EngineId("BodeVocoder_PatchBay_SampleHold");
     return id;
 }
 
@@ -66,12 +64,16 @@ void PatchBay::Connect(unsigned analysis, unsigned synthesis, float amount) {
     if (analysis >= bandCount || synthesis >= bandCount) {
         return;
     }
-    const Gesture gesture(history,
-                          "Cable " + std::to_string(analysis + 1) + " to " + std::to_string(synthesis + 1));
-    history.Set(RouteId(analysis, synthesis), 0.5F + 0.5F * std::clamp(amount, 0.0F, 1.0F));
-    if (amount > 0.0F) {
-        history.Set(ActiveId(), 1.0F);
+    const std::string name = "Cable " + std::to_string(analysis + 1) + " to " + std::to_string(synthesis + 1);
+    const float position = 0.5F + 0.5F * std::clamp(amount, 0.0F, 1.0F);
+    if (amount <= 0.0F || instrument.Position(ActiveId()) > 0.5F) {
+        // No gesture: a wheel that is turned is one step.
+        history.Set(RouteId(analysis, synthesis), position, name);
+        return;
     }
+    const Gesture gesture(history, name);
+    history.Set(RouteId(analysis, synthesis), position);
+    history.Set(ActiveId(), 1.0F);
 }
 
 void PatchBay::Straighten() {
@@ -122,8 +124,8 @@ void BandPicture::Update(const plugin::PluginInstrument& instrument, const Level
     const auto time = static_cast<float>(seconds);
     isHeld = instrument.Position(PatchBay::HoldId()) > 0.5F;
     const Levels routed = isHeld ? synthesis : Routed(instrument, heard);
+    const float fall = std::exp(-fallPerSecond * time);
     for (unsigned band = 0; band < bandCount; ++band) {
-        const float fall = std::exp(-fallPerSecond * 4.0F * time);
         analysis[band] = std::max(heard[band], analysis[band] * fall);
         synthesis[band] = isHeld ? synthesis[band] : std::max(routed[band], synthesis[band] * fall);
         peaks[band] = std::max(Height(analysis[band]), peaks[band] - peakFallPerSecond * time);

@@ -156,7 +156,7 @@ EffectsPage::EffectsPage(PanelModel& ofPanel)
 }
 
 std::optional<unsigned> EffectsPage::SlotAt(const juce::MouseEvent& event) const {
-    const juce::Point<int> place = event.getEventRelativeTo(this).getPosition();
+    const juce::Point<int> place = getLocalPoint(event.eventComponent, event.getPosition());
     for (unsigned n = 0; n < slots.size(); ++n) {
         if (slots[n]->getBounds().contains(place)) {
             return n;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/pages/MainPage.h"
 
-#include "host/parameters/ParameterCatalog.h"
-
 #include <initializer_list>
 
 namespace orphia::panel {
@@ -11,19 +9,17 @@ namespace {
 
 constexpr int meterWidth = 10;
 
-std::uint32_t IdOf(const char* name) { return host::ParameterCatalog::OfInstrument().Find(name).id; }
-
 } // namespace
 
 MainPage::MainPage(PanelModel& panel)
     : voiceIn(panel, MainLayout::VoiceIn()), voiceLevel(panel.voice, "Level of the voice"),
       gate("Gate of the voice", true,
-           [&panel, id = IdOf("Modulator_VoiceInputGate_Output")] {
+           [&panel, id = EngineId("Modulator_VoiceInputGate_Output")] {
                const bool isOpen = panel.instrument.Position(id) >= 0.5F;
                return Readout::Reading{isOpen ? "gate open" : "gate closed", isOpen};
            }),
       pitch("Pitch of the voice", false,
-            [&panel, id = IdOf("Modulator_PitchTracker_DetectedPitch")] {
+            [&panel, id = EngineId("Modulator_PitchTracker_DetectedPitch")] {
                 return Readout::Reading{ValueText(id, panel.instrument.Position(id)), false};
             }),
       sampler(panel, MainLayout::Sampler()), slots(panel), bands(panel),

@@ -57,17 +57,14 @@ public:
                      juce::Justification::centredLeft);
         }
         FillBox(g, track, colours.line, 1.5F);
-        const float middle = track.getX() + (source == lfoSource ? 0.5F * track.getWidth() : 0.0F);
-        const float reach = source == lfoSource ? 0.5F * track.getWidth() : track.getWidth();
+        const float reach = (Modulation::IsTwoSided(source) ? 0.5F : 1.0F) * track.getWidth();
+        const float middle = track.getRight() - reach;
         const float end = middle + reach * value;
         FillBox(g, track.withX(std::min(middle, end)).withWidth(std::fabs(end - middle)), colours.dimText,
                 1.5F);
     }
 
 private:
-    /// The only one with two signs.
-    static constexpr unsigned lfoSource = 1;
-
     PanelModel& panel;
     unsigned source;
     std::unique_ptr<ParameterControl> isOn;
@@ -113,7 +110,7 @@ void MatrixView::Refresh() {
 }
 
 void MatrixView::ChooseColumns(bool keepsAll) {
-    isUsed(Modulation::destinationCount, showsAll);
+    std::vector<bool> isUsed(Modulation::destinationCount, showsAll);
     for (const Modulation::Route& route : panel.modulation.UsedRoutes()) {
         isUsed[route.destination] = true;
     }

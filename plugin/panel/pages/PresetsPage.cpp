@@ -49,10 +49,18 @@ PresetsPage::PresetsPage(PanelModel& ofPanel)
       import(
           "Import...", [this] { ChooseFile(true); }, "Plays a preset file"),
       exporting(
-          "Export...", [this] { ChooseFile(false); }, "Writes this sound as a file") {
-    for (juce::Component* const part :
-         std::initializer_list<juce::Component*>{&browser, &details, &search, &byTag, &all, &favourites, &own,
-                                                 &list, &name, &save, &compare, &import, &exporting}) {
+          "Export...", [this] { ChooseFile(false); }, "Writes this sound as a file"),
+      favourite(
+          "Favourite",
+          [this] {
+              if (current) {
+                  ToggleFavourite(*current);
+              }
+          },
+          "Makes this preset a favourite, or takes that back") {
+    for (juce::Component* const part : std::initializer_list<juce::Component*>{
+             &browser, &details, &search, &byTag, &all, &favourites, &own, &list, &name, &save, &compare,
+             &import, &exporting, &favourite}) {
         addAndMakeVisible(part);
     }
     search.onTextChange = [this] { Update(); };
@@ -79,6 +87,8 @@ void PresetsPage::Choose(Presets::Show next) {
 void PresetsPage::Update() {
     programs = panel.programs;
     found = panel.presets.Find(search.getText().toStdString(), show);
+    favourite.setEnabled(current.has_value());
+    favourite.SetChosen(current && panel.presets.IsFavourite((*programs)[*current].id));
     list.updateContent();
     list.repaint();
 }
@@ -93,6 +103,12 @@ void PresetsPage::Refresh() {
         name.setText((*programs)[*current].name, false);
     }
     repaint();
+}
+
+void PresetsPage::ToggleFavourite(std::uint32_t program) {
+    panel.presets.ToggleFavourite((*programs)[program].id);
+    panel.KeepSettings();
+    Update();
 }
 
 void PresetsPage::ShowTags() {
@@ -123,9 +139,7 @@ juce::String PresetsPage::getNameForRow(int row) {
 
 void PresetsPage::listBoxItemClicked(int row, const juce::MouseEvent& event) {
     if (event.x < starWidth) {
-        panel.presets.ToggleFavourite((*programs)[found[static_cast<std::size_t>(row)]].id);
-        panel.KeepSettings();
-        Update();
+        ToggleFavourite(found[static_cast<std::size_t>(row)]);
         return;
     }
     Load(row);
@@ -233,6 +247,7 @@ void PresetsPage::resized() {
     compare.setBounds(line.removeFromLeft(92));
     import.setBounds(line.removeFromLeft(72));
     exporting.setBounds(line.removeFromLeft(72));
+    favourite.setBounds(line.removeFromRight(86));
 }
 
 } // namespace orphia::panel

@@ -33,6 +33,7 @@ private:
     void Load(int row);
     void Choose(Presets::Show next);
     void ShowTags();
+    void ToggleFavourite(std::uint32_t program);
     void SaveAs();
     void ChooseFile(bool isImport);
     /// What a line tells under the fields, as why nothing was saved.
@@ -42,16 +43,17 @@ private:
     SectionView browser;
     SectionView details;
     TextField search{"Search", "Search by name, description or tag"};
-    Button byTag;
     Button all;
     Button favourites;
     Button own;
+    Button byTag;
     juce::ListBox list;
     TextField name{"Name of the preset", "Name"};
     Button save;
     Button compare;
     Button import;
     Button exporting;
+    Button favourite;
     juce::String told;
     std::unique_ptr<juce::FileChooser> chooser;
     Presets::Show show = Presets::Show::All;

@@ -55,6 +55,7 @@ public:
 
 protected:
     juce::Rectangle<int> ValueArea() const override { return getLocalBounds().removeFromTop(16); }
+    juce::Rectangle<int> LabelArea() const override { return {}; }
     float DragLength() const override { return Bar().getHeight(); }
 
 private:

@@ -17,6 +17,21 @@ constexpr float dragLength = 90.0F;
 constexpr int brightnessSteps = 16;
 constexpr float hintWidth = 520.0F;
 constexpr float hintHeight = 26.0F;
+constexpr float keyStep = 0.1F;
+constexpr float leastAmount = 0.01F;
+
+juce::Path PathOf(juce::Point<float> from, juce::Point<float> to) {
+    const float bend = 0.45F * (to.y - from.y);
+    juce::Path path;
+    path.startNewSubPath(from);
+    path.cubicTo(from.translated(0.0F, bend), to.translated(0.0F, -bend), to);
+    return path;
+}
+
+juce::String TextOf(const PatchBay::Cable& cable) {
+    return juce::String(cable.analysis + 1) + " to " + juce::String(cable.synthesis + 1) + ": " +
+           juce::String(juce::roundToInt(cable.amount * 100.0F)) + " %";
+}
 
 } // namespace
 
@@ -43,14 +58,6 @@ std::optional<CablesView::End> CablesView::EndAt(juce::Point<float> place) const
         }
     }
     return std::nullopt;
-}
-
-juce::Path CablesView::PathOf(juce::Point<float> from, juce::Point<float> to) const {
-    const float bend = 0.45F * (to.y - from.y);
-    juce::Path path;
-    path.startNewSubPath(from);
-    path.cubicTo(from.translated(0.0F, bend), to.translated(0.0F, -bend), to);
-    return path;
 }
 
 std::optional<CablesView::Cable> CablesView::CableAt(juce::Point<float> place) const {
@@ -147,14 +154,11 @@ void CablesView::paint(juce::Graphics& g) {
                  box, Sizes::textFont, colours.dimText);
     }
     if (touched) {
-        const juce::String text = juce::String(touched->analysis + 1) + " to " +
-                                  juce::String(touched->synthesis + 1) + ": " +
-                                  juce::String(juce::roundToInt(touched->amount * 100.0F)) + " %";
         const juce::Rectangle<float> box = juce::Rectangle<float>(96.0F, 18.0F)
                                                .withCentre({mouse.x, mouse.y - 18.0F})
                                                .constrainedWithin(getLocalBounds().toFloat());
         FillBox(g, box, colours.field);
-        DrawText(g, text, box, Sizes::labelFont, colours.text);
+        DrawText(g, TextOf(*touched), box, Sizes::labelFont, colours.text);
     }
 }
 
@@ -197,7 +201,7 @@ void CablesView::mouseDrag(const juce::MouseEvent& event) {
     if (held) {
         const float way =
             (mouse.y - event.position.y) / dragLength * (event.mods.isShiftDown() ? 0.1F : 1.0F);
-        held->amount = std::clamp(held->amount + way, 0.01F, 1.0F);
+        held->amount = std::clamp(held->amount + way, leastAmount, 1.0F);
         SetAmount(*held, held->amount);
         touched = held;
     }
@@ -234,7 +238,7 @@ void CablesView::mouseDoubleClick(const juce::MouseEvent& event) {
 
 void CablesView::mouseWheelMove(const juce::MouseEvent& event, const juce::MouseWheelDetails& wheel) {
     if (const auto cable = CableAt(event.position)) {
-        SetAmount(*cable, std::max(0.01F, cable->amount + 0.4F * wheel.deltaY));
+        SetAmount(*cable, std::max(leastAmount, cable->amount + 0.4F * wheel.deltaY));
         touched = CableAt(event.position);
         repaint();
     }
@@ -243,13 +247,12 @@ void CablesView::mouseWheelMove(const juce::MouseEvent& event, const juce::Mouse
 bool CablesView::keyPressed(const juce::KeyPress& key) {
     const int code = key.getKeyCode();
     const bool isLeft = code == juce::KeyPress::leftKey;
-    const float amount = panel.patchBay.Amount(cursorFrom, cursorTo);
-    const Cable cable{cursorFrom, cursorTo, amount};
+    const Cable cable = CableAtCursor();
     if (isLeft || code == juce::KeyPress::rightKey) {
         unsigned& band = key.getModifiers().isShiftDown() ? cursorTo : cursorFrom;
         band = (band + (isLeft ? PatchBay::bandCount - 1 : 1)) % PatchBay::bandCount;
     } else if (code == juce::KeyPress::upKey || code == juce::KeyPress::downKey) {
-        SetAmount(cable, amount + (code == juce::KeyPress::upKey ? 0.1F : -0.1F));
+        SetAmount(cable, cable.amount + (code == juce::KeyPress::upKey ? keyStep : -keyStep));
     } else if (code == juce::KeyPress::returnKey) {
         SetAmount(cable, 1.0F);
     } else if (code == juce::KeyPress::deleteKey || code == juce::KeyPress::backspaceKey) {
@@ -257,12 +260,29 @@ bool CablesView::keyPressed(const juce::KeyPress& key) {
     } else {
         return false;
     }
-    repaint();
+    TellCursor();
     return true;
 }
 
+CablesView::Cable CablesView::CableAtCursor() const {
+    return {cursorFrom, cursorTo, panel.patchBay.Amount(cursorFrom, cursorTo)};
+}
+
+/// Its amount, to see and to hear.
+void CablesView::TellCursor() {
+    touched = CableAtCursor();
+    mouse = 0.5F * (Socket(false, cursorFrom) + Socket(true, cursorTo));
+    setDescription(TextOf(*touched));
+    juce::AccessibilityHandler::postAnnouncement(TextOf(*touched),
+                                                 juce::AccessibilityHandler::AnnouncementPriority::medium);
+    repaint();
+}
+
 void CablesView::focusGained(FocusChangeType /*cause*/) { repaint(); }
-void CablesView::focusLost(FocusChangeType /*cause*/) { repaint(); }
+void CablesView::focusLost(FocusChangeType /*cause*/) {
+    touched.reset();
+    repaint();
+}
 
 void CablesView::ShowMenu(const Cable& cable) {
     juce::PopupMenu menu;

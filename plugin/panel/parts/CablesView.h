@@ -46,11 +46,12 @@ private:
 
     std::optional<End> EndAt(juce::Point<float> place) const;
     std::optional<Cable> CableAt(juce::Point<float> place) const;
-    juce::Path PathOf(juce::Point<float> from, juce::Point<float> to) const;
     void DrawCable(juce::Graphics& g, const Cable& cable, bool isInForce) const;
     void DrawSockets(juce::Graphics& g) const;
     void ShowMenu(const Cable& cable);
     void SetAmount(const Cable& cable, float amount);
+    Cable CableAtCursor() const;
+    void TellCursor();
 
     PanelModel& panel;
     std::vector<Cable> cables;

@@ -75,7 +75,8 @@ void EffectPictureView::DrawMarks(juce::Graphics& g, juce::Rectangle<float> fiel
         const float y = PlaceIn(field, 0.0, mark.at).y;
         g.setColour(ToJuce(colours.line));
         g.fillRect(juce::Rectangle<float>(field.getX(), y - 0.5F, field.getWidth(), 1.0F));
-        DrawText(g, mark.text, {field.getX() + 4.0F, y - textHeight, textWidth, textHeight}, Sizes::labelFont,
+        const float top = y - textHeight < field.getY() ? y : y - textHeight;
+        DrawText(g, mark.text, {field.getX() + 4.0F, top, textWidth, textHeight}, Sizes::labelFont,
                  colours.dimText, juce::Justification::centredLeft);
     }
 }
@@ -85,7 +86,8 @@ void EffectPictureView::DrawCurve(juce::Graphics& g, juce::Rectangle<float> fiel
     juce::Path line;
     for (const EffectPicture::Point& point : picture.curve) {
         const juce::Point<float> place = PlaceIn(field, point.x, point.y);
-        line.isEmpty() ? line.startNewSubPath(place) : line.lineTo(place);
+        // A path of one point counts as empty.
+        point.x == picture.curve.front().x ? line.startNewSubPath(place) : line.lineTo(place);
     }
     juce::Path filled(line);
     filled.lineTo(PlaceIn(field, 1.0, picture.filledFrom));

@@ -15,6 +15,8 @@ constexpr float hotLevel = 0.8F;
 
 LevelMeter::LevelMeter(Meter& ofMeter, const juce::String& title) : meter(ofMeter) {
     setTitle(title);
+    setWantsKeyboardFocus(true);
+    setMouseClickGrabsKeyboardFocus(false);
     setTooltip(title + ", -60 to 0 dB. A click takes the clip light back.");
 }
 
@@ -54,11 +56,25 @@ void LevelMeter::paint(juce::Graphics& g) {
         const float at = std::min(peak, length);
         FillBox(g, piece(std::max(0.0F, at - 1.5F), at), colours.text, 0.0F);
     }
+    DrawFocus(g, *this, getLocalBounds().toFloat());
 }
 
-void LevelMeter::mouseDown(const juce::MouseEvent& /*event*/) {
+void LevelMeter::Unclip() {
     meter.Unclip();
     Refresh();
 }
+
+void LevelMeter::mouseDown(const juce::MouseEvent& /*event*/) { Unclip(); }
+
+bool LevelMeter::keyPressed(const juce::KeyPress& key) {
+    if (key.getKeyCode() != juce::KeyPress::spaceKey && key.getKeyCode() != juce::KeyPress::returnKey) {
+        return false;
+    }
+    Unclip();
+    return true;
+}
+
+void LevelMeter::focusGained(FocusChangeType /*cause*/) { repaint(); }
+void LevelMeter::focusLost(FocusChangeType /*cause*/) { repaint(); }
 
 } // namespace orphia::panel

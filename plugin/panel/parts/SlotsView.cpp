@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/parts/SlotsView.h"
 
-#include "host/parameters/ParameterCatalog.h"
+#include "plugin/panel/model/ControlModel.h"
 
 #include <cmath>
 
@@ -13,14 +13,12 @@ constexpr std::uint8_t velocity = 100;
 constexpr float octaveSteps = 8.0F;
 constexpr float slotSteps = 11.0F;
 
-std::uint32_t IdOf(const char* name) { return host::ParameterCatalog::OfInstrument().Find(name).id; }
-
 } // namespace
 
 SlotsView::SlotsView(PanelModel& ofPanel)
-    : panel(ofPanel), firstLoaded(IdOf("Modulator_Sample1_Loaded")),
-      octave(IdOf("Modulator_KeyboardSampleOctave")), isPlaying(IdOf("Modulator_IsPlayingSample")),
-      current(IdOf("Modulator_CurrentSlot")) {
+    : panel(ofPanel), firstLoaded(EngineId("Modulator_Sample1_Loaded")),
+      octave(EngineId("Modulator_KeyboardSampleOctave")), isPlaying(EngineId("Modulator_IsPlayingSample")),
+      current(EngineId("Modulator_CurrentSlot")) {
     setTitle("Samples");
     setTooltip("The twelve samples: bright ones are loaded. A click plays one.");
 }

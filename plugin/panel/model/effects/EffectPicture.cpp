@@ -18,7 +18,7 @@ namespace orphia::panel {
 
 namespace {
 
-constexpr int curvePoints = 160;
+constexpr int curvePoints = 320;
 constexpr double usualRate = 48000.0;
 constexpr double equaliserSpan = 24.0;
 constexpr double compressorSpan = 60.0;
