@@ -71,10 +71,9 @@ void Furnish(orphia::plugin::PluginInstrument& instrument) {
          {"FX1_ModuleType=equalizer", "FX1_ParamEq_Gain1=-6 dB", "FX1_ParamEq_Gain3=7 dB", "FX1_ParamEq_Q3=2",
           "FX1_ParamEq_Gain5=4 dB", "FX2_ModuleType=delay", "FX2_Delay_DryWet=0.7", "FX2_Delay_Offset=0.15",
           "FX2_Delay_Feedback=0.6", "FX3_ModuleType=overdrive", "FX3_TS808_Bias=0.3", "FX3_Bypass=on",
-          "Modulations_Dst5_Src2_Amount=0.2", "LFO_Enable=on",
-          "BodeVocoder_PatchBay_Activated=on", "BodeVocoder_PatchBay_GainBand2=0.5",
-          "BodeVocoder_PatchBay_GainBand14=0.2", "Modulations_Dst23_Src2_Amount=0.3",
-          "Modulations_Dst21_Src7_Amount=-0.6"}) {
+          "Modulations_Dst5_Src2_Amount=0.2", "LFO_Enable=on", "BodeVocoder_PatchBay_Activated=on",
+          "BodeVocoder_PatchBay_GainBand2=0.5", "BodeVocoder_PatchBay_GainBand14=0.2",
+          "Modulations_Dst23_Src2_Amount=0.3", "Modulations_Dst21_Src7_Amount=-0.6"}) {
         instrument.Set(orphia::host::ParseAssignment(catalog, each));
     }
     for (unsigned band = 1; band <= 16; ++band) {

@@ -37,7 +37,8 @@ void PresetsCommand::List() const {
     using host::PresetLibrary;
     TextTable table({"NAME", "TITLE", "TAGS", "DESCRIPTION"});
     const host::Preset standard = host::DefaultPreset(host::ParameterCatalog::OfInstrument());
-    table.Add({std::string(PresetLibrary::defaultId), standard.name, Joined(standard.tags), standard.description});
+    table.Add(
+        {std::string(PresetLibrary::defaultId), standard.name, Joined(standard.tags), standard.description});
     const PresetLibrary library;
     for (const PresetLibrary::Entry& entry : library.Entries()) {
         table.Add({entry.id, entry.name, Joined(entry.tags), entry.description});

@@ -75,7 +75,8 @@ TEST(Preset, SamplesAreRelativeToTheFolderWithinAndBesideIt) {
     const Preset shipped = read(R"({"1": "factory:presets/samples/beat.flac"})");
     EXPECT_EQ(shipped.samples->at(0), beat.lexically_normal());
     EXPECT_TRUE(std::filesystem::exists(shipped.samples->at(0)));
-    EXPECT_NE(FormatPreset(shipped, Whole()).find("\"factory:presets/samples/beat.flac\""), std::string::npos);
+    EXPECT_NE(FormatPreset(shipped, Whole()).find("\"factory:presets/samples/beat.flac\""),
+              std::string::npos);
     EXPECT_TRUE(read("{}").samples->empty());
     for (const char* samples : {"[]", R"({"0": "a"})", R"({"13": "a"})", R"({"1x": "a"})", R"({"1": 2})",
                                 R"({"1": ""})", R"({"": "a"})"}) {
