@@ -95,15 +95,15 @@ public:
     /// The sum of the effective amounts that feed a destination.
     float RowSum(u32 destination) const;
 
+    /// Bit d is set when at least one source reaches destination d.
+    u32 RoutedDestinations() const;
+
     /// Set-up only: they may allocate.
     void AddRoutingObserver(IRoutingObserver& observer) { observers.push_back(&observer); }
     void RemoveRoutingObserver(IRoutingObserver& observer) { std::erase(observers, &observer); }
 
 protected:
     ModulationsBase(std::string moduleName, u32 alwaysChangedSources);
-
-    /// Bit d is set when at least one source reaches destination d.
-    u32 RoutedDestinations() const;
 
     /// Calls f with the index of each set bit, ascending.
     template <class F>

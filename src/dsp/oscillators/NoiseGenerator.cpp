@@ -152,12 +152,34 @@ bool NoiseGenerator::Process(ProcessContext& context) {
     return true;
 }
 
+/// White noise needs no filter and stays within its limits; each sequence waits for its own last number.
+void NoiseGenerator::ProcessPair(NoiseGenerator& left, ProcessContext& leftContext, NoiseGenerator& right,
+                                 ProcessContext& rightContext) {
+    if (left.type != White || right.type != White) {
+        left.Process(leftContext);
+        right.Process(rightContext);
+        return;
+    }
+    u32 leftState = left.rngState;
+    u32 rightState = right.rngState;
+    for (u32 n = 0; n < leftContext.numFrames; ++n) {
+        leftContext.outputs[0][n] = NextWhite(leftState);
+        rightContext.outputs[0][n] = NextWhite(rightState);
+    }
+    left.rngState = leftState;
+    right.rngState = rightState;
+}
+
 /// 2^-32 scales the state to 0..1.
+float NoiseGenerator::NextWhite(u32& state) {
+    state = Xorshift::Next(state);
+    return 2.0F * (static_cast<float>(state) * 2.3283064e-10F) - 1.0F;
+}
+
 void NoiseGenerator::RenderWhite(float* out, u32 count) {
     u32 state = rngState;
     for (u32 n = 0; n < count; ++n) {
-        state = Xorshift::Next(state);
-        out[n] = 2.0F * (static_cast<float>(state) * 2.3283064e-10F) - 1.0F;
+        out[n] = NextWhite(state);
     }
     rngState = state;
 }

@@ -32,6 +32,9 @@ public:
     void OnReset(bool hard) override;
     bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
+    /// Both channels of a stereo core at once: the same samples as from two calls of Process.
+    static void ProcessPair(NoiseGenerator& left, ProcessContext& leftContext, NoiseGenerator& right,
+                            ProcessContext& rightContext);
 
 private:
     void PrepareLevels(float sampleRate);
@@ -39,6 +42,7 @@ private:
     void PrepareRed(float sampleRate);
     void PrepareBlue(float sampleRate);
 
+    static float NextWhite(u32& state);
     void RenderWhite(float* out, u32 count);
     void FilterPink(float* buffer, u32 count);
     void FilterRed(float* buffer, u32 count);

@@ -73,9 +73,6 @@ void BodeVocoderMono::Signals::TakeFrom(dsp::BlockPool& pool) {
                            &gatedNoise, &alwaysOpen, &gatedCarrier, &carrierBus, &noiseBus, &bandSum}) {
         *signal = pool[next++];
     }
-    for (float*& band : amplifiedBands) {
-        band = pool[next++];
-    }
 }
 
 BodeVocoderMono::BodeVocoderMono(std::string moduleName)
@@ -215,11 +212,7 @@ struct BodeVocoderMono::ChannelBlock {
             channel.StepVoicedLight();
         }
     }
-    void FollowBands() const;
-    void PatchControls() const;
-    void AmplifyBands() const;
-    void FilterBands() const;
-    void SumOutput() const;
+    void RunBands() const;
 };
 
 template <class... Channels>
@@ -239,14 +232,8 @@ void BodeVocoderMono::RunChannels(const Channels&... channels) {
     Run(channels.GateCarrier()...);
     Run(channels.BalanceBuses()...);
     // The bands of one channel fill the vectors by themselves.
-    const auto runBands = [](const ChannelBlock& block) {
-        block.FollowBands();
-        block.PatchControls();
-        block.AmplifyBands();
-        block.FilterBands();
-        block.SumOutput();
-    };
-    (runBands(channels), ...);
+    (channels.RunBands(), ...);
+    SumOutputs(channels...);
 }
 
 bool BodeVocoderMono::Process(dsp::ProcessContext& context) {
@@ -269,63 +256,36 @@ void BodeVocoderMono::StepVoicedLight() {
     waiting.Set(voicedLevel);
 }
 
-void BodeVocoderMono::ChannelBlock::FollowBands() const {
-    auto& bank = Module<AnalyzerBankChild>();
-    auto& rectifiers = Module<RectifiersChild>();
-    // The bands go from the bank to the rectifiers as tiles: nobody else wants them.
-    const float* inputs[AnalyzerRectifiers::InputCount] = {};
-    inputs[AnalyzerRectifiers::AttackModulation] = Input(AttackModulation);
-    inputs[AnalyzerRectifiers::ReleaseModulation] = Input(ReleaseModulation);
-    float* const* controls = Module<PatchBayChild>().SourcePointers();
-    auto follow = context.ForChild(inputs, AnalyzerRectifiers::InputCount, controls, PatchBay::signalCount);
-    bank.UpdateParameters(follow);
-    rectifiers.UpdateParameters(follow);
-    LaneTile bands;
-    for (u32 offset = 0; offset < context.numFrames; offset += LaneTile::maxFrames) {
-        const u32 frames = std::min(LaneTile::maxFrames, context.numFrames - offset);
-        bank.FilterTile(signals.analysedProgram + offset, frames, bands);
-        rectifiers.FollowTile(bands, frames, controls, offset);
-    }
-    bank.FinishBlock();
-    rectifiers.FinishBlock(controls, context.numFrames);
+void BodeVocoderMono::ChannelBlock::RunBands() const {
+    const BandChain chain = {Module<AnalyzerBankChild>(), Module<RectifiersChild>(), Module<PatchBayChild>(),
+                             Module<VcaBankChild>(), Module<SynthesizerBankChild>()};
+    chain.Run({.context = context,
+               .program = signals.analysedProgram,
+               .carrierBus = signals.carrierBus,
+               .noiseBus = signals.noiseBus,
+               .attackModulation = Input(AttackModulation),
+               .releaseModulation = Input(ReleaseModulation),
+               .holdModulation = Input(SampleHoldModulation),
+               .shiftModulation = Input(ShiftModulation),
+               .widthModulation = Input(WidthModulation),
+               .sum = signals.bandSum});
 }
 
-void BodeVocoderMono::ChannelBlock::PatchControls() const {
-    const float* hold = Input(SampleHoldModulation);
-    auto patch = context.ForChild(&hold, 1, nullptr, 0);
-    dsp::RunChild(Module<PatchBayChild>(), patch);
-}
-
-void BodeVocoderMono::ChannelBlock::AmplifyBands() const {
-    const float* inputs[SynthesizerVCABank::InputCount];
-    std::copy_n(Module<PatchBayChild>().OutputPointers(), PatchBay::signalCount, inputs);
-    inputs[SynthesizerVCABank::CarrierBus] = signals.carrierBus;
-    inputs[SynthesizerVCABank::NoiseBus] = signals.noiseBus;
-    auto amplify =
-        context.ForChild(inputs, SynthesizerVCABank::InputCount, signals.amplifiedBands, bandCount);
-    dsp::RunChild(Module<VcaBankChild>(), amplify);
-}
-
-void BodeVocoderMono::ChannelBlock::FilterBands() const {
-    const float* inputs[SynthesizerFilterBank::InputCount];
-    std::copy_n(signals.amplifiedBands, bandCount, inputs);
-    inputs[SynthesizerFilterBank::ShiftModulation] = Input(ShiftModulation);
-    inputs[SynthesizerFilterBank::WidthModulation] = Input(WidthModulation);
-    auto filter = context.ForChild(inputs, SynthesizerFilterBank::InputCount, &signals.bandSum, 1);
-    dsp::RunChild(Module<SynthesizerBankChild>(), filter);
-}
-
-void BodeVocoderMono::ChannelBlock::SumOutput() const {
-    float* out = context.outputs[Vocoded];
-    dsp::FirstOrderSection blocker = channel.dcBlocker;
-    for (u32 n = 0; n < context.numFrames; ++n) {
+template <class... Channels>
+void BodeVocoderMono::SumOutputs(const Channels&... channels) {
+    auto blocker = dsp::Join(channels.channel.dcBlocker...);
+    const auto high = dsp::ReadFrom(static_cast<const float*>(channels.signals.highFrequencies)...);
+    const auto bands = dsp::ReadFrom(static_cast<const float*>(channels.signals.bandSum)...);
+    const auto output = dsp::WriteTo(channels.context.outputs[Vocoded]...);
+    for (u32 n = 0; n < dsp::FramesOf(channels...); n += 4) {
+        auto highQuad = high.Load(n);
+        auto bandQuad = bands.Load(n);
         // The output amplifier inverts.
-        const double u =
-            -(static_cast<double>(signals.highFrequencies[n]) + static_cast<double>(signals.bandSum[n]));
-        out[n] = static_cast<float>(blocker.Tick(u));
+        dsp::StepFrames(highQuad, bandQuad, [&](auto& x, auto& y) { x = blocker.Tick(-(x + y)); });
+        output.Store(n, highQuad);
     }
-    blocker.Heal();
-    channel.dcBlocker = blocker;
+    dsp::SplitState(blocker, channels.channel.dcBlocker...);
+    (channels.channel.dcBlocker.Heal(), ...);
 }
 
 } // namespace Velmora::Processor

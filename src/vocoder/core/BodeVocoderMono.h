@@ -6,10 +6,7 @@
 #include "dsp/oscillators/NoiseGenerator.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "dsp/vectors/AlignedBuffer.h"
-#include "vocoder/core/PatchBay.h"
-#include "vocoder/core/banks/AnalyzerRectifiers.h"
-#include "vocoder/core/banks/FilterBanks.h"
-#include "vocoder/core/banks/SynthesizerVCABank.h"
+#include "vocoder/core/BandChain.h"
 #include "vocoder/core/gain/VCAGate.h"
 #include "vocoder/core/preamps/Preamps.h"
 #include "vocoder/core/unvoiced/HFChannel.h"
@@ -112,9 +109,8 @@ private:
         float* carrierBus;
         float* noiseBus;
         float* bandSum;
-        float* amplifiedBands[bandCount];
 
-        static constexpr u32 count = 11 + bandCount;
+        static constexpr u32 count = 11;
         void TakeFrom(dsp::BlockPool& pool);
     };
 
@@ -122,6 +118,8 @@ private:
 
     template <class... Channels>
     static void RunChannels(const Channels&... channels);
+    template <class... Channels>
+    static void SumOutputs(const Channels&... channels);
     void SetUnvoicedTimes();
     void SetVoicedTimes();
     void StepVoicedLight();

@@ -86,6 +86,32 @@ void PatchBay::OnReset(bool hard) {
     }
 }
 
+bool PatchBay::UpdateParameters(dsp::ProcessContext& /*context*/) {
+    if (anyParameterChanged) {
+        for (u32 band = 0; band < bandCount; ++band) {
+            gains[band] = HeldValue(FirstGainBand + band);
+        }
+    }
+    return true;
+}
+
+bool PatchBay::IsStraight(const dsp::ProcessContext& context) {
+    return !holding && !routed && matrix.RoutedDestinations() == 0 &&
+           parameters[SampleHold].GetModulatedValue(context, SampleHoldModulation) <= 0.5F;
+}
+
+/// All that can be seen of the bands later is the last sample of a full block, which a hold takes.
+void PatchBay::Pass(const LaneTile& envelopes, const LaneTile& controls, u32 offset, u32 frames) {
+    std::copy(sourcePointers.begin(), sourcePointers.end(), outputPointers.begin());
+    if (offset + frames != maxBlockSize) {
+        return;
+    }
+    for (u32 band = 0; band < bandCount; ++band) {
+        sourcePointers[band][maxBlockSize - 1] = envelopes.samples[frames - 1][band] * gains[band];
+        sourcePointers[bandCount + band][maxBlockSize - 1] = controls.samples[frames - 1][band] * gains[band];
+    }
+}
+
 bool PatchBay::Process(dsp::ProcessContext& context) {
     // Ahead of a hold as well: a band that is turned down is frozen turned down.
     ScaleSources(context.numFrames);
@@ -118,7 +144,7 @@ void PatchBay::Hold() {
 
 void PatchBay::ScaleSources(u32 numFrames) {
     for (u32 band = 0; band < bandCount; ++band) {
-        const float gain = HeldValue(FirstGainBand + band);
+        const float gain = gains[band];
         if (gain == 1.0F) {
             continue;
         }
@@ -132,13 +158,14 @@ void PatchBay::ScaleSources(u32 numFrames) {
 }
 
 void PatchBay::SelectOutputs() {
-    if (Value(Activated) <= 0.5F || !AnyDestinationRouted()) {
+    routed = AnyDestinationRouted();
+    if (Value(Activated) <= 0.5F || !routed) {
         std::copy(sourcePointers.begin(), sourcePointers.end(), outputPointers.begin());
         return;
     }
     for (u32 signal = 0; signal < signalCount; ++signal) {
-        const float* routed = matrix.RoutedVoiceDestination(signal / bandCount, signal % bandCount);
-        outputPointers[signal] = routed != nullptr ? routed : matrix.SilentChannel();
+        const float* channel = matrix.RoutedVoiceDestination(signal / bandCount, signal % bandCount);
+        outputPointers[signal] = channel != nullptr ? channel : matrix.SilentChannel();
     }
 }
 

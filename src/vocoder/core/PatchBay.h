@@ -4,6 +4,7 @@
 #include "dsp/framework/UnitModule.h"
 #include "dsp/modulation/PolyModulations.h"
 #include "dsp/vectors/AlignedBuffer.h"
+#include "vocoder/core/kernels/BandLanes.h"
 
 #include <array>
 
@@ -19,7 +20,7 @@ namespace Velmora::Processor {
 /// to band n, copies nothing.
 class PatchBay final : public dsp::UnitModule {
 public:
-    static constexpr u32 bandCount = 16;
+    static constexpr u32 bandCount = Processor::bandCount;
     static constexpr u32 laneCount = 2;
     static constexpr u32 signalCount = laneCount * bandCount;
 
@@ -51,8 +52,15 @@ public:
     void OnInitialize(float sampleRate, u32 maxBlockFrames) override;
     /// The held signals become zero; a hold in progress goes on.
     void OnReset(bool hard) override;
-    bool UpdateParameters(dsp::ProcessContext& /*context*/) override { return true; }
+    bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
+
+    /// True when the block has neither hold nor route, so that each band drives its own, scaled by Gains. An
+    /// owner that has the bands in tiles then shows them to Pass, in order, in place of Process.
+    bool IsStraight(const dsp::ProcessContext& context);
+    void Pass(const LaneTile& envelopes, const LaneTile& controls, u32 offset, u32 frames);
+    /// One of each band; up to date from UpdateParameters on.
+    const float* Gains() const { return gains.data(); }
 
     /// 32 buffers of maxBlockSize samples, scaled in place by Process. Valid from OnInitialize on.
     float* const* SourcePointers() { return sourcePointers.data(); }
@@ -73,7 +81,10 @@ private:
     std::array<const float*, signalCount> outputPointers{};
     std::array<float*, signalCount> holdPointers{};
     dsp::BlockPool holdBuffers;
+    std::array<float, bandCount> gains{};
     bool holding = false;
+    /// The last run of the matrix had a route.
+    bool routed = false;
     u32 maxBlockSize = 0;
 };
 

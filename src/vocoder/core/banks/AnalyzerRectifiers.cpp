@@ -91,6 +91,16 @@ AnalyzerRectifiers::AnalyzerRectifiers(std::string moduleName, std::index_sequen
     : ModuleContainer(std::move(moduleName), InputCount, 2 * bandCount, RectifierFollower::DeclareTimes(),
                       std::make_tuple("RectifierFollower" + std::to_string(Indices + 1))...) {}
 
+bool AnalyzerRectifiers::SetParameterNormalized(u32 id, float value) {
+    followersTouched = followersTouched || id < childParameterCount;
+    return ModuleContainer::SetParameterNormalized(id, value);
+}
+
+bool AnalyzerRectifiers::SetParameterValue(u32 id, float value) {
+    followersTouched = followersTouched || id < childParameterCount;
+    return ModuleContainer::SetParameterValue(id, value);
+}
+
 void AnalyzerRectifiers::OnInitialize(float newSampleRate, u32 /*maxBlockSize*/) {
     sampleRate = newSampleRate;
     for (u32 band = 0; band < bandCount; ++band) {
@@ -112,7 +122,9 @@ void AnalyzerRectifiers::OnReset(bool /*hard*/) {
 bool AnalyzerRectifiers::UpdateParameters(dsp::ProcessContext& context) {
     attack = additional.parameters[Attack].GetModulatedValue(context, AttackModulation);
     release = additional.parameters[Release].GetModulatedValue(context, ReleaseModulation);
-    ForEachChild([this](auto& follower) { follower.SetTimes(attack, release); });
+    if (needsUpdate || followersTouched || attack != preparedAttack || release != preparedRelease) {
+        SetFollowers();
+    }
     // The lanes share their coefficients, so these are computed once, and only on a change.
     if (needsUpdate || attack != preparedAttack) {
         preparedAttack = attack;
@@ -125,36 +137,47 @@ bool AnalyzerRectifiers::UpdateParameters(dsp::ProcessContext& context) {
     return true;
 }
 
+/// Nothing runs with the followers' own times: they are there to be read.
+void AnalyzerRectifiers::SetFollowers() {
+    ForEachChild([this](RectifierFollower& follower) {
+        follower.SetTimes(attack, release);
+        follower.needsUpdate = false;
+        follower.ClearParameterChanges(false);
+    });
+    followersTouched = false;
+}
+
 double AnalyzerRectifiers::SmootherCoefficient(float seconds) const {
     return 1.0 - std::exp(-5.0 / (sampleRate * RectifierFollower::SmootherTime(seconds)));
 }
 
 bool AnalyzerRectifiers::Process(dsp::ProcessContext& context) {
     LaneTile tile;
+    LaneTile envelopes;
     for (u32 offset = 0; offset < context.numFrames; offset += LaneTile::maxFrames) {
         const u32 frames = std::min(LaneTile::maxFrames, context.numFrames - offset);
         kernels->gatherBands(context.inputs, offset, frames, tile);
-        FollowTile(tile, frames, context.outputs, offset);
+        FollowTile(tile, frames, envelopes);
+        WriteTile(envelopes, tile, frames, context.outputs, offset);
+        if (offset == 0) {
+            SetMeters(envelopes);
+        }
     }
-    FinishBlock(context.outputs, context.numFrames);
+    FinishBlock();
     return true;
 }
 
-void AnalyzerRectifiers::FollowTile(LaneTile& bands, u32 frames, float* const* outputs, u32 offset) {
-    LaneTile envelopes;
-    kernels->runRectifiers(lanes, bands.Data(), envelopes.Data(), frames);
+void AnalyzerRectifiers::WriteTile(const LaneTile& envelopes, const LaneTile& direct, u32 frames,
+                                   float* const* outputs, u32 offset) const {
     kernels->scatterBands(envelopes, frames, outputs, offset);
-    kernels->scatterBands(bands, frames, outputs + bandCount, offset);
+    kernels->scatterBands(direct, frames, outputs + bandCount, offset);
 }
 
-void AnalyzerRectifiers::FinishBlock(const float* const* outputs, u32 numFrames) {
-    for (u32 band = 0; band < bandCount && numFrames > 0; ++band) {
-        meterValues[band] = outputs[band][0];
-    }
-    ForEachChild([](RectifierFollower& follower) {
-        follower.needsUpdate = false;
-        follower.ClearParameterChanges(false);
-    });
+void AnalyzerRectifiers::SetMeters(const LaneTile& envelopes) {
+    std::copy_n(envelopes.samples[0], bandCount, meterValues.begin());
+}
+
+void AnalyzerRectifiers::FinishBlock() {
     HealLanes();
     needsUpdate = false;
     ClearParameterChanges(false);

@@ -82,15 +82,23 @@ public:
 
     explicit AnalyzerRectifiers(std::string moduleName = "AnalyzerRectifiers");
 
+    bool SetParameterNormalized(u32 id, float value) override;
+    bool SetParameterValue(u32 id, float value) override;
     void OnInitialize(float newSampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
 
-    /// Parts of Process for an owner that gives the bands in tiles; UpdateParameters comes before,
-    /// FinishBlock ends the block. The tile is used up.
-    void FollowTile(LaneTile& bands, u32 frames, float* const* outputs, u32 offset);
-    void FinishBlock(const float* const* outputs, u32 numFrames);
+    /// Parts of a run for an owner that has the bands in tiles; UpdateParameters comes before, FinishBlock
+    /// ends the block. FollowTile turns the bands into the direct signals, WriteTile writes both to buffers.
+    void FollowTile(LaneTile& bands, u32 frames, LaneTile& envelopes) {
+        kernels->runRectifiers(lanes, bands.Data(), envelopes.Data(), frames);
+    }
+    void WriteTile(const LaneTile& envelopes, const LaneTile& direct, u32 frames, float* const* outputs,
+                   u32 offset) const;
+    /// Of the first tile of a block.
+    void SetMeters(const LaneTile& envelopes);
+    void FinishBlock();
 
     void UseKernels(const VocoderKernels& set) { kernels = &set; }
 
@@ -105,11 +113,14 @@ private:
     explicit AnalyzerRectifiers(std::string moduleName, std::index_sequence<Indices...> indices);
 
     double SmootherCoefficient(float seconds) const;
+    void SetFollowers();
     void HealLanes();
     void ClearLane(u32 band);
 
     const VocoderKernels* kernels = &SelectVocoderKernels();
     double sampleRate = 44100.0;
+    /// Somebody has written to a follower, whose times are not its own.
+    bool followersTouched = true;
     /// The times behind the present coefficients.
     float preparedAttack = 0.0F;
     float preparedRelease = 0.0F;

@@ -105,20 +105,16 @@ bool SynthesizerFilterBank::UpdateParameters(dsp::ProcessContext& context) {
                            context.ActiveModulation(WidthModulation) != nullptr;
     // The smoother steps on such blocks alone: after a single change it goes one step and no further. A reset
     // has put it where "Shift" is, and the filters follow.
-    if (!modulated && !needsUpdate && !AdditionalChanged(Shift) && !AdditionalChanged(Width)) {
-        return true;
+    if (modulated || needsUpdate || AdditionalChanged(Shift) || AdditionalChanged(Width)) {
+        shiftSmoother.SetTarget(additional.parameters[Shift].GetModulatedValue(context, ShiftModulation));
+        const float shift = shiftSmoother.Next();
+        Tune(shift, additional.parameters[Width].GetModulatedValue(context, WidthModulation));
     }
-    shiftSmoother.SetTarget(additional.parameters[Shift].GetModulatedValue(context, ShiftModulation));
-    const float shift = shiftSmoother.Next();
-    Tune(shift, additional.parameters[Width].GetModulatedValue(context, WidthModulation));
-    return true;
+    return Child<0>().UpdateParameters(context);
 }
 
 bool SynthesizerFilterBank::Process(dsp::ProcessContext& context) {
     auto& bank = Child<0>();
-    if (!bank.UpdateParameters(context)) {
-        return false;
-    }
     // The bank sums its channels as it goes, which saves sixteen buffers on the way.
     for (u32 offset = 0; offset < context.numFrames; offset += LaneTile::maxFrames) {
         const u32 frames = std::min(LaneTile::maxFrames, context.numFrames - offset);
@@ -126,6 +122,12 @@ bool SynthesizerFilterBank::Process(dsp::ProcessContext& context) {
     }
     bank.FinishBlock();
     return true;
+}
+
+void SynthesizerFilterBank::FinishBlock() {
+    Child<0>().FinishBlock();
+    needsUpdate = false;
+    ClearParameterChanges(false);
 }
 
 } // namespace Velmora::Processor

@@ -70,6 +70,13 @@ public:
     bool UpdateParameters(dsp::ProcessContext& context) override;
     bool Process(dsp::ProcessContext& context) override;
 
+    /// Parts of a run for an owner that has the controls of the amplifiers in tiles: after UpdateParameters
+    /// a stretch of the block after the other, then FinishBlock.
+    void SynthesizeTile(const AmplifierDrive& drive, LaneTile& controls, u32 frames, float* output) {
+        Child<0>().SynthesizeTile(drive, controls, frames, output);
+    }
+    void FinishBlock();
+
     void UseKernels(const VocoderKernels& set) { Child<0>().UseKernels(set); }
 
 private:

@@ -38,6 +38,10 @@ public:
     /// FinishBlock. FilterTile runs one input through all channels, SumTile sums channels.
     void FilterTile(const float* input, u32 frames, LaneTile& tile);
     void SumTile(const float* const* inputs, u32 offset, u32 frames, float* output);
+    /// Amplifies the bands, runs them through their channels and sums them.
+    void SynthesizeTile(const AmplifierDrive& drive, LaneTile& controls, u32 frames, float* output) {
+        kernels->synthesize(lanes, drive, controls, frames, output);
+    }
     void FinishBlock();
 
     /// Replaces the kernels, which are otherwise the widest that the processor runs.

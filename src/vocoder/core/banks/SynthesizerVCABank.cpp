@@ -31,24 +31,42 @@ void Saturate(const float* bus, float* out, u32 numFrames) {
 } // namespace
 
 SynthesizerVCABank::SynthesizerVCABank(std::string moduleName)
-    : UnitModule(std::move(moduleName), InputCount, bandCount, std::vector<dsp::ModuleParam>()) {}
+    : UnitModule(std::move(moduleName), InputCount, bandCount, std::vector<dsp::ModuleParam>()) {
+    for (u32 band = 0; band < bandCount; ++band) {
+        // Odd-numbered amplifiers, counted from 1, invert.
+        lanes.scale[band] = band % 2 == 0 ? -outputScale : outputScale;
+    }
+}
 
 void SynthesizerVCABank::OnInitialize(float /*sampleRate*/, u32 maxBlockSize) {
     buffers.Allocate(BufferCount, dsp::RoundUpToFour(maxBlockSize));
 }
 
 bool SynthesizerVCABank::Process(dsp::ProcessContext& context) {
-    const u32 frames = context.numFrames;
-    Saturate(context.inputs[CarrierBus], buffers[Carrier], frames);
-    Saturate(context.inputs[NoiseBus], buffers[Noise], frames);
+    SaturateBuses(context.inputs[CarrierBus], context.inputs[NoiseBus], context.numFrames);
     for (u32 band = 0; band < bandCount; ++band) {
-        // Odd-numbered amplifiers, counted from 1, invert.
-        const float scale = band % 2 == 0 ? -outputScale : outputScale;
         const AmplifierPins pins = {buffers[Carrier], buffers[Noise], context.inputs[band],
                                     context.inputs[bandCount + band], context.outputs[band]};
-        kernels->amplify(pins, scale, frames);
+        kernels->amplify(pins, lanes.scale[band], context.numFrames);
     }
     return true;
+}
+
+void SynthesizerVCABank::SaturateBuses(const float* carrier, const float* noise, u32 numFrames) {
+    Saturate(carrier, buffers[Carrier], numFrames);
+    Saturate(noise, buffers[Noise], numFrames);
+}
+
+void SynthesizerVCABank::SetGains(const float* gains) {
+    for (u32 band = 0; band < bandCount; ++band) {
+        lanes.gain[band] = gains != nullptr ? gains[band] : 1.0F;
+    }
+}
+
+void SynthesizerVCABank::ReadControls(const float* const* inputs, u32 offset, u32 frames, LaneTile& first,
+                                      LaneTile& second) const {
+    kernels->gatherBands(inputs, offset, frames, first);
+    kernels->gatherBands(inputs + bandCount, offset, frames, second);
 }
 
 } // namespace Velmora::Processor

@@ -27,12 +27,24 @@ public:
     bool UpdateParameters(dsp::ProcessContext& /*context*/) override { return true; }
     bool Process(dsp::ProcessContext& context) override;
 
+    /// Parts of a run for an owner that has the controls in tiles: the buses of the whole block first, and
+    /// the gains of the controls, null for 1. ReadControls makes tiles of 32 control buffers.
+    void SaturateBuses(const float* carrier, const float* noise, u32 numFrames);
+    void SetGains(const float* gains);
+    void ReadControls(const float* const* inputs, u32 offset, u32 frames, LaneTile& first,
+                      LaneTile& second) const;
+    /// What drives the synthesis bank from a frame of the block on.
+    AmplifierDrive DriveAt(u32 offset, const LaneTile& first) {
+        return {lanes, buffers[Carrier] + offset, buffers[Noise] + offset, first};
+    }
+
     void UseKernels(const VocoderKernels& set) { kernels = &set; }
 
 private:
     /// The saturated buses.
     enum Buffer : u32 { Carrier, Noise, BufferCount };
     dsp::BlockPool buffers;
+    AmplifierLanes lanes;
     const VocoderKernels* kernels = &SelectVocoderKernels();
 };
 

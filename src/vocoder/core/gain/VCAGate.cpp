@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 namespace Velmora::Processor {
@@ -42,12 +43,13 @@ Float4 ShapeQuiet(Float4 v) {
     return xsimd::copysign(m - (m * 0.10321397F + 0.13519187F) * m * m, v);
 }
 
-/// Multiplies the gate's factors in gain by the shaped signal.
-template <class Curve>
-void Multiply(const float* signal, float drive, float* gain, float postGain, u32 numFrames, Curve curve) {
+/// Multiplies the shaped signal by the gate's factors, gainAt(n) for the frames from n on.
+template <class Curve, class Gain>
+void Multiply(const float* signal, float drive, Gain gainAt, float postGain, float* out, u32 numFrames,
+              Curve curve) {
     for (u32 n = 0; n < numFrames; n += Float4::size) {
         const Float4 shaped = curve(drive * Float4::load_unaligned(signal + n));
-        (shaped * Float4::load_unaligned(gain + n) * postGain).store_unaligned(gain + n);
+        (shaped * gainAt(n) * postGain).store_unaligned(out + n);
     }
 }
 
@@ -120,8 +122,8 @@ bool VCAGate::Process(dsp::ProcessContext& context) {
         RunHeld(dsp::ChannelBlock<VCAGate>{*this, context});
     } else {
         FollowControl(context.inputs[Control], context.outputs[0], context.numFrames);
+        Amplify(context);
     }
-    Amplify(context);
     return true;
 }
 
@@ -135,11 +137,10 @@ void VCAGate::ProcessPair(VCAGate& left, dsp::ProcessContext& leftContext, VCAGa
         return;
     }
     RunHeld(dsp::ChannelBlock<VCAGate>{left, leftContext}, dsp::ChannelBlock<VCAGate>{right, rightContext});
-    left.Amplify(leftContext);
-    right.Amplify(rightContext);
 }
 
-/// The recursion of a held level, whose factors go to the output buffer.
+/// The recursion of a held level, whose factors go to the output buffer. One that has come to rest would give
+/// the same factor again and again, which is told without it.
 template <class... Channels>
 void VCAGate::RunHeld(const Channels&... channels) {
     const auto run = [&](const auto&... held) {
@@ -159,6 +160,12 @@ void VCAGate::RunHeld(const Channels&... channels) {
         return gate;
     };
     HeldLevel held[] = {channels.module.BeginHeld(channels.context.inputs[Control][0])...};
+    if (std::all_of(std::begin(held), std::end(held), [](const HeldLevel& h) { return h.Rests(); })) {
+        const HeldLevel* resting = held;
+        (channels.module.FinishHeld(channels.context.inputs[Control][0], *resting++), ...);
+        (channels.module.AmplifyAtRest(channels.context), ...);
+        return;
+    }
     if constexpr (sizeof...(channels) == 1) {
         held[0].gate = run(held[0]);
     } else {
@@ -166,6 +173,7 @@ void VCAGate::RunHeld(const Channels&... channels) {
     }
     const HeldLevel* finished = held;
     (channels.module.FinishHeld(channels.context.inputs[Control][0], *finished++), ...);
+    (channels.module.Amplify(channels.context), ...);
 }
 
 /// The first frame still sees the input before it; from then on the feed is constant.
@@ -188,18 +196,29 @@ void VCAGate::FinishHeld(float level, const HeldLevel& held) {
 
 /// Multiplies the signal by the factors in the output buffer.
 void VCAGate::Amplify(const dsp::ProcessContext& context) {
-    float* output = context.outputs[0];
-    const u32 numFrames = context.numFrames;
+    float* factors = context.outputs[0];
     if (Heal()) {
-        std::fill_n(output, numFrames, 0.0F);
+        std::fill_n(factors, context.numFrames, 0.0F);
     }
+    AmplifyBy(context, [factors](u32 n) { return Float4::load_unaligned(factors + n); });
+}
+
+/// Multiplies the signal by the one factor that the gate keeps.
+void VCAGate::AmplifyAtRest(const dsp::ProcessContext& context) {
+    Heal();
+    AmplifyBy(context, [factor = Float4(static_cast<float>(attackY1))](u32 /*n*/) { return factor; });
+}
+
+template <class Gain>
+void VCAGate::AmplifyBy(const dsp::ProcessContext& context, Gain gainAt) {
+    const u32 numFrames = context.numFrames;
     lastGate = numFrames == 0 ? 0.0F : static_cast<float>(attackY1);
     const float drive = inputAttenuation * preGain;
     const float* signal = context.inputs[Signal];
     if (IsLoud(signal, drive, numFrames)) {
-        Multiply(signal, drive, output, postGain, numFrames, Shape);
+        Multiply(signal, drive, gainAt, postGain, context.outputs[0], numFrames, Shape);
     } else {
-        Multiply(signal, drive, output, postGain, numFrames, ShapeQuiet);
+        Multiply(signal, drive, gainAt, postGain, context.outputs[0], numFrames, ShapeQuiet);
     }
 }
 

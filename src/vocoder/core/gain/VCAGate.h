@@ -44,6 +44,9 @@ private:
         double feed;
         double decay;
         double gate;
+
+        /// No frame changes the gate any more.
+        bool Rests() const { return firstFeed - decay * gate == gate && feed - decay * gate == gate; }
     };
 
     template <class... Channels>
@@ -51,6 +54,9 @@ private:
     HeldLevel BeginHeld(float level) const;
     void FinishHeld(float level, const HeldLevel& held);
     void Amplify(const dsp::ProcessContext& context);
+    void AmplifyAtRest(const dsp::ProcessContext& context);
+    template <class Gain>
+    void AmplifyBy(const dsp::ProcessContext& context, Gain gainAt);
     void FollowControl(const float* control, float* gate, u32 numFrames);
     u32 RunAttack(const float* control, float* gate, u32 n, u32 numFrames);
     u32 RunRelease(const float* control, float* gate, u32 n, u32 numFrames);

@@ -59,10 +59,17 @@ struct alignas(64) RectifierLanes {
     double releaseCoefficient = 0.0;
 };
 
+/// The amplifiers of the sixteen bands: the gain of both controls, and the factor of the output.
+struct alignas(64) AmplifierLanes {
+    float gain[bandCount] = {};
+    float scale[bandCount] = {};
+};
+
 /// A short stretch of all sixteen bands with the bands side by side, so that a recursion runs on vectors of
-/// bands. Modules exchange one buffer per band; tiles turn them over, 4 x 4 samples at a time.
+/// bands: as much as stays in the nearest cache, and a millisecond at the usual rates. Modules exchange one
+/// buffer per band; tiles turn them over, 4 x 4 samples at a time.
 struct alignas(64) LaneTile {
-    static constexpr u32 maxFrames = 16;
+    static constexpr u32 maxFrames = 48;
     float samples[maxFrames][bandCount];
 
     float* Data() { return samples[0]; }

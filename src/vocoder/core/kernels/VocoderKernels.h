@@ -16,8 +16,17 @@ struct AmplifierPins {
     float* out;
 };
 
+/// What drives the amplifiers of a tile: the saturated buses, and of each band the controls for the carrier.
+struct AmplifierDrive {
+    const AmplifierLanes& lanes;
+    const float* carrier;
+    const float* noise;
+    const LaneTile& envelopes;
+};
+
 /// The hot loops of the vocoder core for one instruction set. All sets give the same bits: same order
-/// of operations, no fused multiply-add. Rows are LaneTile rows of sixteen bands; at most 16 frames a call.
+/// of operations, no fused multiply-add. Rows are LaneTile rows of sixteen bands; a call takes at most a
+/// tile.
 struct VocoderKernels {
     const char* name;
     /// Both biquad stages, in place on `rows`.
@@ -35,6 +44,10 @@ struct VocoderKernels {
     void (*amplify)(const AmplifierPins& pins, float scale, u32 frames);
     /// Rectifies and smooths. `rows`: band signals in, direct control signals out; `envelopes`: out.
     void (*runRectifiers)(RectifierLanes& lanes, float* rows, float* envelopes, u32 frames);
+    /// Amplifies, runs both biquad stages and sums: amplify, runBank and sumBands without the way through
+    /// memory. `controls`: those for the noise; used up. frames is a multiple of 4.
+    void (*synthesize)(BiquadLanes& lanes, const AmplifierDrive& drive, LaneTile& controls, u32 frames,
+                       float* out);
 };
 
 /// The widest set that this processor runs well. Chosen once per process.

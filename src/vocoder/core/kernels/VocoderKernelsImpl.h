@@ -287,6 +287,29 @@ struct Amplifier {
     }
 };
 
+template <class Arch, class Four>
+struct Synthesis {
+    using V = xsimd::batch<float, Arch>;
+
+    /// What the filters of lanes [lane, lane + width) read at a frame.
+    static V Amplify(const AmplifierDrive& drive, const LaneTile& controls, unsigned lane, u32 n) {
+        const V gain = V::load_aligned(drive.lanes.gain + lane);
+        const V first = V::load_aligned(drive.envelopes.samples[n] + lane) * gain;
+        const V second = V::load_aligned(controls.samples[n] + lane) * gain;
+        return (V(drive.noise[n]) * second + V(drive.carrier[n]) * first) *
+               V::load_aligned(drive.lanes.scale + lane);
+    }
+
+    static void Run(BiquadLanes& lanes, const AmplifierDrive& drive, LaneTile& controls, u32 frames,
+                    float* out) {
+        for (unsigned lane = 0; lane < bandCount; lane += V::size) {
+            Bank<Arch>::RunGroup(lanes, lane, controls.Data(), frames,
+                                 [&](u32 n) { return Amplify(drive, controls, lane, n); });
+        }
+        Exchange<Four>::Sum(controls, frames, out);
+    }
+};
+
 /// Four is a four-lane instruction set that no other source instantiates.
 template <class Arch, class Four>
 constexpr VocoderKernels MakeKernels(const char* name) {
@@ -297,7 +320,8 @@ constexpr VocoderKernels MakeKernels(const char* name) {
             &Exchange<Four>::Scatter,
             &Exchange<Four>::Sum,
             &Amplifier<Arch>::template Run<Four>,
-            &Rectifiers<Arch>::Run};
+            &Rectifiers<Arch>::Run,
+            &Synthesis<Arch, Four>::Run};
 }
 
 } // namespace Velmora::Processor::kernels
