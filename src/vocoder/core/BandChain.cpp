@@ -66,6 +66,7 @@ void BandChain::RunStraight(const Block& block) const {
 /// The panel has a whole block of all controls before the amplifiers see the first frame.
 void BandChain::RunThroughPanel(const Block& block, dsp::ProcessContext& panelContext) const {
     amplifiers.SetGains(nullptr);
+    panel.EndStraight();
     LaneTile controls;
     LaneTile envelopes;
     ForEachTile(block.context.numFrames, [&](u32 offset, u32 frames) {

@@ -66,7 +66,9 @@ struct ChannelPins {
 } // namespace
 
 BodeVocoder::BodeVocoder(std::string moduleName)
-    : ModuleContainer(std::move(moduleName), InputCount, OutputCount, DeclareAll(), std::make_tuple()) {}
+    : ModuleContainer(std::move(moduleName), InputCount, OutputCount, DeclareAll(), std::make_tuple()) {
+    Channel(1).ShareTuning(Channel(0));
+}
 
 void BodeVocoder::SeedNoise(u32 seed) {
     for (u32 channel = 0; channel < channelCount; ++channel) {

@@ -101,6 +101,7 @@ void BodeVocoderMono::UseKernels(const VocoderKernels& set) {
     Child<RectifiersChild>().UseKernels(set);
     Child<VcaBankChild>().UseKernels(set);
     Child<SynthesizerBankChild>().UseKernels(set);
+    Child<DiscriminatorChild>().UseKernels(set);
 }
 
 void BodeVocoderMono::OnInitialize(float sampleRate, u32 maxBlockSize) {

@@ -76,6 +76,10 @@ public:
 
     /// Makes the noise reproducible; otherwise its seed is the time of construction.
     void SeedNoise(u32 seed) { Child<NoiseChild>().Seed(seed); }
+    /// The other channel, which runs first and mostly has the same band plan.
+    void ShareTuning(BodeVocoderMono& other) {
+        Child<SynthesizerBankChild>().ShareTuning(other.Child<SynthesizerBankChild>());
+    }
     /// Replaces the kernels of the banks and rectifiers, which are otherwise the widest available.
     void UseKernels(const VocoderKernels& set);
 

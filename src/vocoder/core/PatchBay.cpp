@@ -70,6 +70,7 @@ bool PatchBay::Route(u32 id, float position) {
 void PatchBay::OnInitialize(float sampleRate, u32 maxBlockFrames) {
     matrix.Initialize(sampleRate, maxBlockFrames);
     maxBlockSize = maxBlockFrames;
+    wasStraight = holdsPassed = false;
     holdBuffers.Allocate(signalCount, dsp::RoundUpToFour(maxBlockFrames));
     outputPointers.fill(matrix.SilentChannel());
     for (u32 signal = 0; signal < signalCount; ++signal) {
@@ -79,6 +80,7 @@ void PatchBay::OnInitialize(float sampleRate, u32 maxBlockFrames) {
 }
 
 void PatchBay::OnReset(bool hard) {
+    EndStraight();
     matrix.Reset(hard);
     for (u32 signal = 0; signal < signalCount; ++signal) {
         std::fill_n(holdPointers[signal], maxBlockSize, 0.0F);
@@ -102,13 +104,27 @@ bool PatchBay::IsStraight(const dsp::ProcessContext& context) {
 
 /// All that can be seen of the bands later is the last sample of a full block, which a hold takes.
 void PatchBay::Pass(const LaneTile& envelopes, const LaneTile& controls, u32 offset, u32 frames) {
-    std::copy(sourcePointers.begin(), sourcePointers.end(), outputPointers.begin());
+    wasStraight = true;
     if (offset + frames != maxBlockSize) {
         return;
     }
+    holdsPassed = true;
     for (u32 band = 0; band < bandCount; ++band) {
-        sourcePointers[band][maxBlockSize - 1] = envelopes.samples[frames - 1][band] * gains[band];
-        sourcePointers[bandCount + band][maxBlockSize - 1] = controls.samples[frames - 1][band] * gains[band];
+        lastPassed[band] = envelopes.samples[frames - 1][band] * gains[band];
+        lastPassed[bandCount + band] = controls.samples[frames - 1][band] * gains[band];
+    }
+}
+
+void PatchBay::EndStraight() {
+    if (wasStraight) {
+        std::copy(sourcePointers.begin(), sourcePointers.end(), outputPointers.begin());
+        wasStraight = false;
+    }
+    if (holdsPassed) {
+        for (u32 signal = 0; signal < signalCount; ++signal) {
+            sourcePointers[signal][maxBlockSize - 1] = lastPassed[signal];
+        }
+        holdsPassed = false;
     }
 }
 

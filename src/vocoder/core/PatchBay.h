@@ -59,6 +59,8 @@ public:
     /// owner that has the bands in tiles then shows them to Pass, in order, in place of Process.
     bool IsStraight(const dsp::ProcessContext& context);
     void Pass(const LaneTile& envelopes, const LaneTile& controls, u32 offset, u32 frames);
+    /// Comes before the sources are written again.
+    void EndStraight();
     /// One of each band; up to date from UpdateParameters on.
     const float* Gains() const { return gains.data(); }
 
@@ -82,6 +84,11 @@ private:
     std::array<float*, signalCount> holdPointers{};
     dsp::BlockPool holdBuffers;
     std::array<float, bandCount> gains{};
+    /// The last sample of all signals, as the last full block in tiles had it.
+    std::array<float, signalCount> lastPassed{};
+    bool holdsPassed = false;
+    /// The last block came in tiles.
+    bool wasStraight = false;
     bool holding = false;
     /// The last run of the matrix had a route.
     bool routed = false;

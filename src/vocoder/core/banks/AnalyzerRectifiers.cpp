@@ -92,13 +92,30 @@ AnalyzerRectifiers::AnalyzerRectifiers(std::string moduleName, std::index_sequen
                       std::make_tuple("RectifierFollower" + std::to_string(Indices + 1))...) {}
 
 bool AnalyzerRectifiers::SetParameterNormalized(u32 id, float value) {
-    followersTouched = followersTouched || id < childParameterCount;
+    CatchUp(id);
     return ModuleContainer::SetParameterNormalized(id, value);
 }
 
 bool AnalyzerRectifiers::SetParameterValue(u32 id, float value) {
-    followersTouched = followersTouched || id < childParameterCount;
+    CatchUp(id);
     return ModuleContainer::SetParameterValue(id, value);
+}
+
+float AnalyzerRectifiers::GetParameterNormalized(u32 id) {
+    CatchUp(id);
+    return ModuleContainer::GetParameterNormalized(id);
+}
+
+dsp::ModuleParam* AnalyzerRectifiers::FindParameter(u32 id) {
+    CatchUp(id);
+    return ModuleContainer::FindParameter(id);
+}
+
+void AnalyzerRectifiers::CatchUp(u32 id) {
+    if (id < childParameterCount && followersBehind) {
+        ForEachChild([this](RectifierFollower& follower) { follower.SetTimes(attack, release); });
+        followersBehind = false;
+    }
 }
 
 void AnalyzerRectifiers::OnInitialize(float newSampleRate, u32 /*maxBlockSize*/) {
@@ -122,9 +139,7 @@ void AnalyzerRectifiers::OnReset(bool /*hard*/) {
 bool AnalyzerRectifiers::UpdateParameters(dsp::ProcessContext& context) {
     attack = additional.parameters[Attack].GetModulatedValue(context, AttackModulation);
     release = additional.parameters[Release].GetModulatedValue(context, ReleaseModulation);
-    if (needsUpdate || followersTouched || attack != preparedAttack || release != preparedRelease) {
-        SetFollowers();
-    }
+    followersBehind = true;
     // The lanes share their coefficients, so these are computed once, and only on a change.
     if (needsUpdate || attack != preparedAttack) {
         preparedAttack = attack;
@@ -135,16 +150,6 @@ bool AnalyzerRectifiers::UpdateParameters(dsp::ProcessContext& context) {
         lanes.releaseCoefficient = SmootherCoefficient(release);
     }
     return true;
-}
-
-/// Nothing runs with the followers' own times: they are there to be read.
-void AnalyzerRectifiers::SetFollowers() {
-    ForEachChild([this](RectifierFollower& follower) {
-        follower.SetTimes(attack, release);
-        follower.needsUpdate = false;
-        follower.ClearParameterChanges(false);
-    });
-    followersTouched = false;
 }
 
 double AnalyzerRectifiers::SmootherCoefficient(float seconds) const {

@@ -82,8 +82,11 @@ public:
 
     explicit AnalyzerRectifiers(std::string moduleName = "AnalyzerRectifiers");
 
+    /// The followers' own parameters, with which nothing runs, get the times when somebody looks.
     bool SetParameterNormalized(u32 id, float value) override;
     bool SetParameterValue(u32 id, float value) override;
+    float GetParameterNormalized(u32 id) override;
+    dsp::ModuleParam* FindParameter(u32 id);
     void OnInitialize(float newSampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
@@ -113,14 +116,14 @@ private:
     explicit AnalyzerRectifiers(std::string moduleName, std::index_sequence<Indices...> indices);
 
     double SmootherCoefficient(float seconds) const;
-    void SetFollowers();
+    void CatchUp(u32 id);
     void HealLanes();
     void ClearLane(u32 band);
 
     const VocoderKernels* kernels = &SelectVocoderKernels();
     double sampleRate = 44100.0;
-    /// Somebody has written to a follower, whose times are not its own.
-    bool followersTouched = true;
+    /// A block has run since the followers got the times.
+    bool followersBehind = false;
     /// The times behind the present coefficients.
     float preparedAttack = 0.0F;
     float preparedRelease = 0.0F;

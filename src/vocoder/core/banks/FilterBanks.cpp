@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace Velmora::Processor {
 
@@ -86,7 +87,40 @@ SynthesizerFilterBank::SynthesizerFilterBank(std::string moduleName)
     Tune(AdditionalValue(Shift), AdditionalValue(Width));
 }
 
+bool SynthesizerFilterBank::SetParameterNormalized(u32 id, float value) {
+    CatchUp(id);
+    return ModuleContainer::SetParameterNormalized(id, value);
+}
+
+bool SynthesizerFilterBank::SetParameterValue(u32 id, float value) {
+    CatchUp(id);
+    return ModuleContainer::SetParameterValue(id, value);
+}
+
+float SynthesizerFilterBank::GetParameterNormalized(u32 id) {
+    CatchUp(id);
+    return ModuleContainer::GetParameterNormalized(id);
+}
+
+dsp::ModuleParam* SynthesizerFilterBank::FindParameter(u32 id) {
+    CatchUp(id);
+    return ModuleContainer::FindParameter(id);
+}
+
+/// Ahead of a look at a filter's parameter, or of a change, which the next motion overrides.
+void SynthesizerFilterBank::CatchUp(u32 id) {
+    if (id >= childParameterCount) {
+        return;
+    }
+    tunedShift = untuned;
+    if (parametersBehind) {
+        SetFrequencies(Child<0>(), plan);
+        parametersBehind = false;
+    }
+}
+
 void SynthesizerFilterBank::OnInitialize(float sampleRate, u32 maxBlockSize) {
+    rate = sampleRate;
     shiftSmoother.Prepare(sampleRate, maxBlockSize);
 }
 
@@ -97,7 +131,32 @@ void SynthesizerFilterBank::OnReset(bool /*hard*/) {
 }
 
 void SynthesizerFilterBank::Tune(float shift, float width) {
-    SetFrequencies(Child<0>(), BandPlan(shift * shiftRange + BandPlan::lowestEdge, width));
+    plan = BandPlan(shift * shiftRange + BandPlan::lowestEdge, width);
+    SetFrequencies(Child<0>(), plan);
+    parametersBehind = false;
+    tunedShift = untuned;
+}
+
+/// Past the parameters, which would each be written and read again in every block.
+void SynthesizerFilterBank::Move(float shift, float width) {
+    Biquads& bank = Child<0>();
+    if (IsTunedTo(shift, width) && bank.CanFollow()) {
+        return;
+    }
+    const float lowPassQ[stageCount] = {bank.QualityOf(1, 1), bank.QualityOf(1, 2)};
+    const bool isShared = twin != nullptr && twin->tuning != nullptr && twin->IsTunedTo(shift, width) &&
+                          std::equal(std::begin(lowPassQ), std::end(lowPassQ), twin->tunedLowPassQ);
+    plan = isShared ? twin->plan : BandPlan(shift * shiftRange + BandPlan::lowestEdge, width);
+    if (!bank.CanFollow() || (!isShared && !ownTuning.Follow(plan, lowPassQ, rate))) {
+        Tune(shift, width);
+        return;
+    }
+    tuning = isShared ? twin->tuning : &ownTuning;
+    bank.Follow(*tuning);
+    tunedShift = shift;
+    tunedWidth = width;
+    std::copy_n(lowPassQ, stageCount, tunedLowPassQ);
+    parametersBehind = true;
 }
 
 bool SynthesizerFilterBank::UpdateParameters(dsp::ProcessContext& context) {
@@ -108,7 +167,7 @@ bool SynthesizerFilterBank::UpdateParameters(dsp::ProcessContext& context) {
     if (modulated || needsUpdate || AdditionalChanged(Shift) || AdditionalChanged(Width)) {
         shiftSmoother.SetTarget(additional.parameters[Shift].GetModulatedValue(context, ShiftModulation));
         const float shift = shiftSmoother.Next();
-        Tune(shift, additional.parameters[Width].GetModulatedValue(context, WidthModulation));
+        Move(shift, additional.parameters[Width].GetModulatedValue(context, WidthModulation));
     }
     return Child<0>().UpdateParameters(context);
 }

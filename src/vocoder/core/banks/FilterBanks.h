@@ -5,6 +5,8 @@
 #include "dsp/smoothing/SmootherLPF.h"
 #include "vocoder/core/banks/ParallelCascadedBiquads.h"
 
+#include <limits>
+
 namespace Velmora::Processor {
 
 /// Frequencies of the sixteen bands: band 1 is a low-pass, bands 2 to 16 are band-passes a third of an
@@ -65,6 +67,15 @@ public:
 
     explicit SynthesizerFilterBank(std::string moduleName = "SynthesizerFilterBank");
 
+    /// While the plan moves, the filters' own parameters are brought up to date when somebody looks.
+    bool SetParameterNormalized(u32 id, float value) override;
+    bool SetParameterValue(u32 id, float value) override;
+    float GetParameterNormalized(u32 id) override;
+    dsp::ModuleParam* FindParameter(u32 id);
+
+    /// The bank of the other channel, which has run before this one: mostly the plan is the same.
+    void ShareTuning(const SynthesizerFilterBank& bank) { twin = &bank; }
+
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
@@ -80,9 +91,25 @@ public:
     void UseKernels(const VocoderKernels& set) { Child<0>().UseKernels(set); }
 
 private:
+    static constexpr float untuned = std::numeric_limits<float>::quiet_NaN();
+
     void Tune(float shift, float width);
+    void Move(float shift, float width);
+    void CatchUp(u32 id);
+    bool IsTunedTo(float shift, float width) const { return shift == tunedShift && width == tunedWidth; }
 
     dsp::SmootherLPF shiftSmoother{0.015};
+    float rate = 1.0F;
+    const SynthesizerFilterBank* twin = nullptr;
+    /// Where the plan in motion stands, and its coefficients, which may be those of the twin.
+    float tunedShift = untuned;
+    float tunedWidth = untuned;
+    float tunedLowPassQ[stageCount] = {};
+    BandPlan plan{BandPlan::lowestEdge, 0.0F};
+    BandTuning ownTuning;
+    const BandTuning* tuning = nullptr;
+    /// The filters' parameters are those of an earlier plan.
+    bool parametersBehind = false;
 };
 
 } // namespace Velmora::Processor

@@ -85,7 +85,33 @@ bool Biquads::UpdateParameters(dsp::ProcessContext& /*context*/) {
             }
         }
     }
+    typesFitPlan = TypesFitPlan();
     return true;
+}
+
+bool Biquads::TypesFitPlan() {
+    bool fit = true;
+    for (u32 channel = 1; channel <= bandCount; ++channel) {
+        const FilterType type = channel == 1 ? LowPass : BandPass;
+        for (u32 stage = 1; stage <= stageCount; ++stage) {
+            fit = fit && Value(ParameterId(Type, channel, stage)) == static_cast<float>(type);
+        }
+    }
+    return fit;
+}
+
+void Biquads::Follow(const BandTuning& tuning) {
+    for (u32 s = 0; s < stageCount; ++s) {
+        for (u32 lane = 0; lane < bandCount; ++lane) {
+            const FeedForward f{tuning.b0[s][lane], tuning.b1[s][lane], tuning.b2[s][lane]};
+            feedForward[s][lane] = f;
+            lanes.b0[s][lane] = static_cast<float>(f.b0 * gains[s][lane]);
+            lanes.b1[s][lane] = static_cast<float>(f.b1 * gains[s][lane]);
+            lanes.b2[s][lane] = static_cast<float>(f.b2 * gains[s][lane]);
+            SetPull(s, lane, tuning.pull[s][lane]);
+            lanes.carry[s][lane] = tuning.carry[s][lane];
+        }
+    }
 }
 
 void Biquads::UpdateStage(u32 channel, u32 stage) {
@@ -96,6 +122,7 @@ void Biquads::UpdateStage(u32 channel, u32 stage) {
     const u32 s = stage - 1;
     const u32 lane = channel - 1;
     const double gain = HeldValue(ParameterId(Gain, channel, stage));
+    gains[s][lane] = gain;
     lanes.b0[s][lane] = static_cast<float>(feedForward[s][lane].b0 * gain);
     lanes.b1[s][lane] = static_cast<float>(feedForward[s][lane].b1 * gain);
     lanes.b2[s][lane] = static_cast<float>(feedForward[s][lane].b2 * gain);
@@ -120,15 +147,18 @@ void Biquads::TuneStage(u32 channel, u32 stage, bool isLowPass) {
         feedForward[s][lane] = {alpha * n, 0.0, -alpha * n};
     }
     // With a1 = -2 cos(w) n and a2 = (1 - alpha) n; written so that nothing cancels.
-    const auto pull = static_cast<float>(2.0 * oneMinusCosine * n);
-    // Its root goes with the corner. The last step of a high tone is that of a huge low one: when a corner
-    // falls by more than an octave at once, it shrinks along.
+    SetPull(s, lane, static_cast<float>(2.0 * oneMinusCosine * n));
+    lanes.carry[s][lane] = static_cast<float>(2.0 * (1.0 - oneMinusCosine) * n - 1.0);
+}
+
+/// The root of the pull goes with the corner. The last step of a high tone is that of a huge low one: when a
+/// corner falls by more than an octave at once, it shrinks along.
+void Biquads::SetPull(u32 s, u32 lane, float pull) {
     if (pull < 0.25F * lanes.pull[s][lane]) {
         lanes.step[s][lane] *= std::sqrt(pull / lanes.pull[s][lane]);
-        lanes.past2[stage][lane] = lanes.past1[stage][lane] - lanes.step[s][lane];
+        lanes.past2[s + 1][lane] = lanes.past1[s + 1][lane] - lanes.step[s][lane];
     }
     lanes.pull[s][lane] = pull;
-    lanes.carry[s][lane] = static_cast<float>(2.0 * (1.0 - oneMinusCosine) * n - 1.0);
 }
 
 bool Biquads::Process(dsp::ProcessContext& context) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/framework/UnitModule.h"
+#include "vocoder/core/banks/BandTuning.h"
 #include "vocoder/core/kernels/VocoderKernels.h"
 
 namespace Velmora::Processor {
@@ -34,6 +35,12 @@ public:
     /// One input through all channels, into sixteen outputs.
     bool Process(dsp::ProcessContext& context) override;
 
+    /// True while the types are those of a band plan and no parameter waits to be read.
+    bool CanFollow() const { return typesFitPlan && !anyParameterChanged; }
+    float QualityOf(u32 channel, u32 stage) { return HeldValue(ParameterId(Quality, channel, stage)); }
+    /// Takes frequencies and qualities from a plan, past the parameters, which the owner sets later.
+    void Follow(const BandTuning& tuning);
+
     /// For owners that pass the bands on in tiles, at most LaneTile::maxFrames at a time; a block ends with
     /// FinishBlock. FilterTile runs one input through all channels, SumTile sums channels.
     void FilterTile(const float* input, u32 frames, LaneTile& tile);
@@ -55,6 +62,8 @@ private:
         double b2 = 0.0;
     };
 
+    bool TypesFitPlan();
+    void SetPull(u32 stage, u32 lane, float pull);
     void UpdateStage(u32 channel, u32 stage);
     void TuneStage(u32 channel, u32 stage, bool isLowPass);
     void HealLanes();
@@ -63,6 +72,8 @@ private:
     const VocoderKernels* kernels = &SelectVocoderKernels();
     float sampleRate = 1.0F;
     FeedForward feedForward[stageCount][bandCount];
+    double gains[stageCount][bandCount] = {};
+    bool typesFitPlan = false;
     BiquadLanes lanes;
 };
 

@@ -15,7 +15,8 @@ struct Candidate {
 
 const VocoderKernels& BaselineSet() {
     static constexpr VocoderKernels set =
-        kernels::MakeKernels<dsp::simd::BaselineArch, dsp::simd::BaselineArch>("baseline, 4 lanes");
+        kernels::MakeKernels<dsp::simd::BaselineArch, dsp::simd::BaselineArch, dsp::simd::BaselineArch>(
+            "baseline, 4 lanes");
     return set;
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "vocoder/core/kernels/BandLanes.h"
+#include "vocoder/core/kernels/DiscriminatorLanes.h"
 
 #include <vector>
 
@@ -48,6 +49,9 @@ struct VocoderKernels {
     /// memory. `controls`: those for the noise; used up. frames is a multiple of 4.
     void (*synthesize)(BiquadLanes& lanes, const AmplifierDrive& drive, LaneTile& controls, u32 frames,
                        float* out);
+    /// Makes rows of four envelopes, in the order of DiscriminatorLane, of both channels of the program.
+    void (*discriminate)(DiscriminatorLanes& lanes, const float* left, const float* right, float* rows,
+                         u32 frames);
 };
 
 /// The widest set that this processor runs well. Chosen once per process.

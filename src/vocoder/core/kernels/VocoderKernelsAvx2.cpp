@@ -7,7 +7,8 @@
 namespace Velmora::Processor::kernels {
 
 const VocoderKernels* Avx2Set() {
-    static constexpr VocoderKernels set = MakeKernels<xsimd::avx2, xsimd::sse4_2>("AVX2, 8 lanes");
+    static constexpr VocoderKernels set =
+        MakeKernels<xsimd::avx2, xsimd::sse4_2, xsimd::avx2>("AVX2, 8 lanes");
     return &set;
 }
 

@@ -7,7 +7,8 @@
 namespace Velmora::Processor::kernels {
 
 const VocoderKernels* Avx512Set() {
-    static constexpr VocoderKernels set = MakeKernels<xsimd::avx512bw, xsimd::sse4_1>("AVX-512, 16 lanes");
+    static constexpr VocoderKernels set =
+        MakeKernels<xsimd::avx512bw, xsimd::sse4_1, xsimd::avx>("AVX-512, 16 lanes");
     return &set;
 }
 

@@ -5,6 +5,7 @@
 // calls nothing inline from elsewhere: the linker must not be able to pick a wide copy of a shared
 // function for a processor without it.
 
+#include "vocoder/core/kernels/DiscriminatorKernel.h"
 #include "vocoder/core/kernels/VocoderKernels.h"
 
 #include <xsimd/xsimd.hpp>
@@ -310,8 +311,8 @@ struct Synthesis {
     }
 };
 
-/// Four is a four-lane instruction set that no other source instantiates.
-template <class Arch, class Four>
+/// Four is a four-lane instruction set that no other source instantiates, Double one of at most four doubles.
+template <class Arch, class Four, class Double>
 constexpr VocoderKernels MakeKernels(const char* name) {
     return {name,
             &Bank<Arch>::Run,
@@ -321,7 +322,8 @@ constexpr VocoderKernels MakeKernels(const char* name) {
             &Exchange<Four>::Sum,
             &Amplifier<Arch>::template Run<Four>,
             &Rectifiers<Arch>::Run,
-            &Synthesis<Arch, Four>::Run};
+            &Synthesis<Arch, Four>::Run,
+            &Discriminator<Double, Four>::Run};
 }
 
 } // namespace Velmora::Processor::kernels

@@ -2,7 +2,6 @@
 #include "vocoder/core/unvoiced/HissBuzzDiscriminator.h"
 
 #include "dsp/framework/ParameterDeclaration.h"
-#include "dsp/framework/RunChild.h"
 #include "dsp/math/CornerAngle.h"
 #include "dsp/vectors/Simd.h"
 
@@ -45,55 +44,12 @@ void HissBuzzDiscriminator::Side::Reset() {
     biquad.Reset();
 }
 
-void HissBuzzDiscriminator::Side::Rectify(u32 numFrames) const {
-    for (u32 n = 0; n < numFrames; n += Float4::size) {
-        const Float4 x = Float4::load_aligned(block + n);
-        const Float4 gain = xsimd::select(x <= 0.0F, Float4(rectGainNegative), Float4(rectGainPositive));
-        (x * gain * currentToVoltage).store_aligned(block + n);
-    }
-}
-
-/// Clears a state that has blown up, so that the decision works again by itself.
-void HissBuzzDiscriminator::Side::Heal(u32 numFrames) {
+/// Clears a state that has blown up, so that the decision works again by itself. True when an envelope had.
+bool HissBuzzDiscriminator::Side::Heal() {
+    crossover.Heal();
     const bool onePoleBlown = onePole.Heal();
-    const bool biquadBlown = biquad.Heal();
-    if (onePoleBlown || biquadBlown) {
-        std::fill_n(block, numFrames, 0.0F);
-    }
+    return biquad.Heal() || onePoleBlown;
 }
-
-/// The smoothing filters of one channel, the high side in lane 0 and the low side in lane 1.
-struct HissBuzzDiscriminator::Envelopes {
-    Side& high;
-    Side& low;
-    dsp::FirstOrderPair onePole = dsp::Join(high.onePole, low.onePole);
-    dsp::BiquadPair biquad = dsp::Join(high.biquad, low.biquad);
-
-    Envelopes(Side& highSide, Side& lowSide) : high(highSide), low(lowSide) {}
-
-    void StepQuad(u32 n) {
-        auto quad = dsp::ReadFrom(high.block, low.block).Load(n);
-        dsp::StepFrames(quad, [this](auto x) { return onePole.Tick(x); });
-        dsp::StepFrames(quad, [this](auto x) { return biquad.Tick(x); });
-        dsp::WriteTo(high.block, low.block).Store(n, quad);
-    }
-
-    void Finish(u32 numFrames) const {
-        dsp::SplitState(onePole, high.onePole, low.onePole);
-        dsp::SplitState(biquad, high.biquad, low.biquad);
-        high.Heal(numFrames);
-        low.Heal(numFrames);
-    }
-
-    /// Advances the channels together: none waits for the others.
-    template <class... All>
-    static void Run(u32 numFrames, All... channels) {
-        for (u32 n = 0; n < numFrames; n += 4) {
-            (channels.StepQuad(n), ...);
-        }
-        (channels.Finish(numFrames), ...);
-    }
-};
 
 HissBuzzDiscriminator::HissBuzzDiscriminator(std::string moduleName)
     : UnitModule(std::move(moduleName), 1, OutputCount,
@@ -103,11 +59,8 @@ HissBuzzDiscriminator::HissBuzzDiscriminator(std::string moduleName)
                                  dsp::Declare::Linear("QHP", -20.0F, 2.0F, 0.72008F),
                                  dsp::Declare::Raw("HissBuzzTrimmer")})) {}
 
-void HissBuzzDiscriminator::OnInitialize(float newSampleRate, u32 maxBlockSize) {
+void HissBuzzDiscriminator::OnInitialize(float newSampleRate, u32 /*maxBlockSize*/) {
     sampleRate = newSampleRate;
-    buffers.Allocate(2, dsp::RoundUpToFour(maxBlockSize));
-    high.block = buffers[0];
-    low.block = buffers[1];
     high.Prepare(newSampleRate);
     low.Prepare(newSampleRate);
 }
@@ -138,58 +91,83 @@ bool HissBuzzDiscriminator::UpdateParameters(dsp::ProcessContext& /*context*/) {
     return true;
 }
 
+/// One channel runs as both.
 bool HissBuzzDiscriminator::Process(dsp::ProcessContext& context) {
-    Run(dsp::ChannelBlock<HissBuzzDiscriminator>{*this, context});
+    Run(*this, context, *this, context);
     return true;
 }
 
 void HissBuzzDiscriminator::ProcessPair(HissBuzzDiscriminator& left, dsp::ProcessContext& leftContext,
                                         HissBuzzDiscriminator& right, dsp::ProcessContext& rightContext) {
-    Run(dsp::ChannelBlock<HissBuzzDiscriminator>{left, leftContext},
-        dsp::ChannelBlock<HissBuzzDiscriminator>{right, rightContext});
+    Run(left, leftContext, right, rightContext);
 }
 
-template <class... Channels>
-void HissBuzzDiscriminator::Run(const Channels&... channels) {
-    const u32 frames = dsp::FramesOf(channels...);
-    SplitBands(channels...);
-    (channels.module.high.Rectify(frames), ...);
-    (channels.module.low.Rectify(frames), ...);
-    Envelopes::Run(frames, Envelopes(channels.module.high, channels.module.low)...);
-    (channels.module.Decide(channels.context), ...);
-}
-
-template <class... Channels>
-void HissBuzzDiscriminator::SplitBands(const Channels&... channels) {
-    auto highPass = dsp::Join(channels.module.high.crossover...);
-    auto lowPass = dsp::Join(channels.module.low.crossover...);
-    const auto program = dsp::ReadFrom(channels.context.inputs[0]...);
-    const auto highBand = dsp::WriteTo(channels.module.high.block...);
-    const auto lowBand = dsp::WriteTo(channels.module.low.block...);
-    const u32 frames = dsp::FramesOf(channels...);
-    for (u32 n = 0; n < frames; n += 4) {
-        auto highQuad = program.Load(n);
-        auto lowQuad = highQuad;
-        dsp::StepFrames(highQuad, [&](auto x) { return highPass.Tick(x) * highBandGain; });
-        highBand.Store(n, highQuad);
-        dsp::StepFrames(lowQuad, [&](auto x) { return lowPass.Tick(x) * lowBandGain; });
-        lowBand.Store(n, lowQuad);
+void HissBuzzDiscriminator::Run(HissBuzzDiscriminator& left, const dsp::ProcessContext& leftContext,
+                                HissBuzzDiscriminator& right, const dsp::ProcessContext& rightContext) {
+    using Lane = DiscriminatorLane;
+    DiscriminatorLanes lanes;
+    left.LoadLanes(lanes, Lane::HighLeft, Lane::LowLeft);
+    right.LoadLanes(lanes, Lane::HighRight, Lane::LowRight);
+    alignas(64) float rows[LaneTile::maxFrames * Lane::Count];
+    const u32 numFrames = leftContext.numFrames;
+    for (u32 offset = 0; offset < numFrames; offset += LaneTile::maxFrames) {
+        const u32 frames = std::min(LaneTile::maxFrames, numFrames - offset);
+        left.kernels->discriminate(lanes, leftContext.inputs[0] + offset, rightContext.inputs[0] + offset,
+                                   rows, frames);
+        Decide(left.trim, leftContext, right.trim, rightContext, rows, offset, frames);
     }
-    dsp::SplitState(highPass, channels.module.high.crossover...);
-    dsp::SplitState(lowPass, channels.module.low.crossover...);
-    (channels.module.high.crossover.Heal(), ...);
-    (channels.module.low.crossover.Heal(), ...);
+    left.KeepLanes(lanes, Lane::HighLeft, Lane::LowLeft, leftContext);
+    right.KeepLanes(lanes, Lane::HighRight, Lane::LowRight, rightContext);
 }
 
-void HissBuzzDiscriminator::Decide(const dsp::ProcessContext& context) const {
-    for (u32 n = 0; n < context.numFrames; n += Float4::size) {
-        const Float4 difference =
-            Float4::load_aligned(low.block + n) + trim - Float4::load_aligned(high.block + n);
+void HissBuzzDiscriminator::LoadLanes(DiscriminatorLanes& lanes, u32 highLane, u32 lowLane) const {
+    lanes.gainNegative = rectGainNegative;
+    lanes.gainPositive = rectGainPositive;
+    lanes.currentToVoltage = currentToVoltage;
+    lanes.bandGain[highLane] = highBandGain;
+    lanes.bandGain[lowLane] = lowBandGain;
+    for (const auto& [side, lane] : {std::pair(&high, highLane), std::pair(&low, lowLane)}) {
+        lanes.crossover.Load(side->crossover, lane);
+        lanes.onePole.Load(side->onePole, lane);
+        lanes.smoother.Load(side->biquad, lane);
+    }
+}
+
+/// A block in which an envelope had to be cleared is decided as silence.
+void HissBuzzDiscriminator::KeepLanes(const DiscriminatorLanes& lanes, u32 highLane, u32 lowLane,
+                                      const dsp::ProcessContext& context) {
+    bool blown = false;
+    for (const auto& [side, lane] : {std::pair(&high, highLane), std::pair(&low, lowLane)}) {
+        lanes.crossover.Keep(side->crossover, lane);
+        lanes.onePole.Keep(side->onePole, lane);
+        lanes.smoother.Keep(side->biquad, lane);
+        blown = side->Heal() || blown;
+    }
+    if (blown) {
+        const bool unvoiced = trim <= -deadBand;
+        std::fill_n(context.outputs[HissControl], context.numFrames, unvoiced ? lowLevel : highLevel);
+        std::fill_n(context.outputs[BuzzControl], context.numFrames, unvoiced ? highLevel : lowLevel);
+    }
+}
+
+/// The comparators of both channels on rows of envelopes.
+void HissBuzzDiscriminator::Decide(float leftTrim, const dsp::ProcessContext& leftContext, float rightTrim,
+                                   const dsp::ProcessContext& rightContext, const float* rows, u32 offset,
+                                   u32 frames) {
+    const auto decide = [](Float4 difference, float* hiss, float* buzz) {
         const auto unvoiced = difference <= -deadBand;
-        xsimd::select(unvoiced, Float4(lowLevel), Float4(highLevel))
-            .store_unaligned(context.outputs[HissControl] + n);
-        xsimd::select(unvoiced, Float4(highLevel), Float4(lowLevel))
-            .store_unaligned(context.outputs[BuzzControl] + n);
+        xsimd::select(unvoiced, Float4(lowLevel), Float4(highLevel)).store_unaligned(hiss);
+        xsimd::select(unvoiced, Float4(highLevel), Float4(lowLevel)).store_unaligned(buzz);
+    };
+    for (u32 n = 0; n < frames; n += Float4::size, rows += 16) {
+        Float4 lanes[4] = {Float4::load_aligned(rows), Float4::load_aligned(rows + 4),
+                           Float4::load_aligned(rows + 8), Float4::load_aligned(rows + 12)};
+        dsp::simd::Transpose(lanes[0], lanes[1], lanes[2], lanes[3]);
+        const u32 at = offset + n;
+        decide(lanes[DiscriminatorLane::LowLeft] + leftTrim - lanes[DiscriminatorLane::HighLeft],
+               leftContext.outputs[HissControl] + at, leftContext.outputs[BuzzControl] + at);
+        decide(lanes[DiscriminatorLane::LowRight] + rightTrim - lanes[DiscriminatorLane::HighRight],
+               rightContext.outputs[HissControl] + at, rightContext.outputs[BuzzControl] + at);
     }
 }
 

@@ -4,7 +4,7 @@
 #include "dsp/filters/BiquadSection.h"
 #include "dsp/filters/FirstOrderSection.h"
 #include "dsp/framework/UnitModule.h"
-#include "dsp/vectors/AlignedBuffer.h"
+#include "vocoder/core/kernels/VocoderKernels.h"
 
 #include <string>
 
@@ -32,34 +32,36 @@ public:
     static void ProcessPair(HissBuzzDiscriminator& left, dsp::ProcessContext& leftContext,
                             HissBuzzDiscriminator& right, dsp::ProcessContext& rightContext);
 
+    /// Replaces the kernel, which is otherwise the widest that the processor runs.
+    void UseKernels(const VocoderKernels& set) { kernels = &set; }
+
 private:
-    /// One side of the crossover: the band, then its envelope, which takes the band's place.
+    /// One side of the crossover: the band, then its envelope.
     struct Side {
         dsp::BiquadSection crossover;
         dsp::FirstOrderSection onePole;
         dsp::BiquadSection biquad;
-        float* block = nullptr;
 
         void Prepare(double rate);
         void Reset();
-        void Rectify(u32 numFrames) const;
-        void Heal(u32 numFrames);
+        bool Heal();
     };
-    struct Envelopes;
 
-    template <class... Channels>
-    static void Run(const Channels&... channels);
-    template <class... Channels>
-    static void SplitBands(const Channels&... channels);
-    void Decide(const dsp::ProcessContext& context) const;
+    static void Run(HissBuzzDiscriminator& left, const dsp::ProcessContext& leftContext,
+                    HissBuzzDiscriminator& right, const dsp::ProcessContext& rightContext);
+    static void Decide(float leftTrim, const dsp::ProcessContext& leftContext, float rightTrim,
+                       const dsp::ProcessContext& rightContext, const float* rows, u32 offset, u32 frames);
+    void LoadLanes(DiscriminatorLanes& lanes, u32 highLane, u32 lowLane) const;
+    void KeepLanes(const DiscriminatorLanes& lanes, u32 highLane, u32 lowLane,
+                   const dsp::ProcessContext& context);
 
+    const VocoderKernels* kernels = &SelectVocoderKernels();
     /// Above and below the corner.
     Side high;
     Side low;
     float sampleRate = 1.0F;
     /// Offset of the comparator, in volts of the envelopes.
     float trim = 0.0F;
-    dsp::BlockPool buffers;
 };
 
 } // namespace Velmora::Processor
