@@ -227,6 +227,44 @@ TEST(BodeVocoder, NeitherBlockSplitsNorInstructionSetsNorAPastBeforeTheResetShow
     EXPECT_EQ(rig.Run(carrier, modulator), first);
 }
 
+TEST(BodeVocoder, APanelThatLeadsEachBandToItselfSoundsAsNone) {
+    const StereoPair carrier = Chord(13200, 44100.0F);
+    const StereoPair modulator = Speech(13200, 44100.0F);
+    for (const BlockSplit& split : {BlockSplit::Of(44), BlockSplit::Random(44, 100, 7)}) {
+        CoreRig plain;
+        CoreRig patched;
+        for (CoreRig* rig : {&plain, &patched}) {
+            rig->Apply({{}, {{"PatchBay_GainBand3", 0.6F}, {"PatchBay_GainBand11", 0.3F}}, {}});
+        }
+        for (u32 band = 1; band <= 16; ++band) {
+            const std::string name = std::to_string(band);
+            patched.Apply({{}, {{"PatchBay_Analysis" + name + "_Synthesis" + name, 1.0F}}, {}});
+        }
+        for (const float activated : {0.0F, 1.0F, 0.0F}) {
+            patched.Apply({{}, {{"PatchBay_Activated", activated}}, {}});
+            EXPECT_EQ(plain.Run(carrier, modulator, split), patched.Run(carrier, modulator, split))
+                << activated << ", blocks of " << split.sizes[0];
+        }
+    }
+}
+
+TEST(BodeVocoder, WhatMovesIsReadAsItSounds) {
+    const StereoPair silence = {Signal(44100), Signal(44100)};
+    const std::string filter = "SynthesizerFilterBank_ParallelBiquadSIMD_Biquad_Channel7_Stage2_Fc";
+    const std::string follower = "AnalyzerRectifiers_RectifierFollower4_Release";
+    CoreRig rig;
+    rig.Run(silence, silence);
+    const float centre = rig.Position(filter);
+    const float knob = rig.Position("AnalyzerRectifiers_Release");
+    EXPECT_EQ(rig.Position(follower), knob);
+    rig.offsets = {{"SynthesizerFilterBank_Shift", 0.25F}, {"AnalyzerRectifiers_Release", 0.1F}};
+    rig.Run(silence, silence);
+    // Half of the range up: the lower edge of band 2 goes from 159 to 193.5 Hz, and all others along.
+    EXPECT_NEAR((rig.Position(filter) * 23999.0F + 1.0F) / (centre * 23999.0F + 1.0F), 193.5F / 159.0F,
+                1e-4F);
+    EXPECT_NEAR(rig.Position(follower), knob + 0.1F, 1e-5F);
+}
+
 /// Of whatever filters: the sixty-four stages of each bank, high and low pass, gates.
 bool IsCorner(const std::string& name) {
     return name.ends_with("_Fc") || name.find("_FcHP") != name.npos || name.find("_FcLP") != name.npos ||
