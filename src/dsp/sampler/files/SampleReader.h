@@ -55,9 +55,9 @@ public:
     /// more than `limit` bytes of decoded audio, at most maximumBytes.
     SampleReader(const SndFileLibrary& library, CLog& log, std::size_t limit = maximumBytes);
 
-    /// The sample on the shelf (SampleShelf.h) or in the file at `path` (UTF-8), or why there is none. Samples that are no finite numbers are
-    /// 0. Raises std::bad_alloc, and std::runtime_error or std::bad_function_call when libsndfile cannot be
-    /// bound.
+    /// The sample on the shelf (SampleShelf.h) or in the file at `path` (UTF-8), or why there is none.
+    /// Samples that are no finite numbers are 0. Raises std::bad_alloc, and std::runtime_error or
+    /// std::bad_function_call when libsndfile cannot be bound.
     Result Read(const std::string& path) const;
 
 private:

@@ -12,8 +12,8 @@
 
 namespace Velmora::dsp {
 
-/// Samples that were not decoded here, by the paths that slots ask for them with: where there are no files, or
-/// where someone else reads their formats. From any thread; not for the audio path.
+/// Samples that were not decoded here, by the paths that slots ask for them with: where there are no files,
+/// or where someone else reads their formats. From any thread; not for the audio path.
 class SampleShelf : public CSingleton<SampleShelf> {
 public:
     /// In place of an earlier one; null takes it away.
