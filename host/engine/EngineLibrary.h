@@ -34,7 +34,8 @@ public:
     static std::string FileName();
 
     /// Where the library is looked for, in order: the place in the environment alone where there is one;
-    /// else the folder of the running program (or plug-in), and the folder lib beside that one.
+    /// else the folder of the running program (or plug-in), the folder lib beside that one, and where this
+    /// library's own installation has it.
     static std::vector<std::filesystem::path> SearchedPlaces();
 
     /// Loads the library at `path`, or without one from the first place that has it. Throws EngineError,

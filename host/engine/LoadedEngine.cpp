@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The engine as a library that is found and loaded at run time.
 #include "host/common/Errors.h"
+#include "host/common/Places.h"
 #include "host/engine/EngineLibrary.h"
 #include "processor/boundary/IProcessorFactory.h"
 #include "support/platform/DynamicLibrary.h"
@@ -48,9 +49,7 @@ std::vector<std::filesystem::path> EngineLibrary::SearchedPlaces() {
     if (const auto named = Platform::Environment(pathVariable)) {
         return {std::filesystem::path(*named)};
     }
-    // This code is linked into the program, or the plug-in, that uses the engine.
-    const std::filesystem::path folder = std::filesystem::path(Platform::LibraryPath()).parent_path();
-    return {folder / FileName(), (folder / ".." / "lib" / FileName()).lexically_normal()};
+    return EnginePlaces(FileName());
 }
 
 std::shared_ptr<const EngineLibrary> EngineLibrary::Load(const std::filesystem::path& path) {

@@ -2,6 +2,7 @@
 #include "host/presets/PresetLibrary.h"
 
 #include "host/common/Errors.h"
+#include "host/common/Places.h"
 #include "host/common/TextDistance.h"
 #include "support/platform/Platform.h"
 
@@ -46,17 +47,12 @@ std::filesystem::path PresetLibrary::UserFolder() {
 }
 
 std::filesystem::path PresetLibrary::FactoryFolder() {
-    const std::filesystem::path programFolder =
-        std::filesystem::path(Velmora::Platform::LibraryPath()).parent_path();
-    // A plug-in brings them in its bundle, a program has them beside the folder it lies in.
-    for (const char* const place : {"presets/factory", "../share/orphia-vx/presets/factory"}) {
-        std::filesystem::path folder = (programFolder / place).lexically_normal();
+    const std::vector<std::filesystem::path> places = FactoryPlaces();
+    const auto found = std::find_if(places.begin(), places.end(), [](const std::filesystem::path& place) {
         std::error_code error;
-        if (std::filesystem::is_directory(folder, error)) {
-            return folder;
-        }
-    }
-    return FactoryFolderOfSources();
+        return std::filesystem::is_directory(place, error);
+    });
+    return found != places.end() ? *found : places.front();
 }
 
 void PresetLibrary::ReadFolder(const std::filesystem::path& folder, std::vector<Entry>& own) {

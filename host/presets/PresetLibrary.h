@@ -34,8 +34,8 @@ public:
     static std::filesystem::path UserFolder();
 
     /// The folder that samples of built-in presets are relative to: presets/factory in the folder of the
-    /// running program or plug-in, share/orphia-vx/presets/factory beside that folder, or else where this
-    /// was built. It may not exist.
+    /// running program or plug-in, or share/orphia-vx/presets/factory beside that folder or in the
+    /// installation. It may not exist.
     static std::filesystem::path FactoryFolder();
 
     /// With the presets of UserFolder().
@@ -80,8 +80,5 @@ struct BuiltInPreset {
 
 /// In order of id: all of presets/factory/.
 std::vector<BuiltInPreset> BuiltInPresets();
-
-/// Where that folder was when this was built.
-std::filesystem::path FactoryFolderOfSources();
 
 } // namespace orphia::host

@@ -43,13 +43,14 @@ std::string_view CutAtCharacter(std::string_view text, std::size_t limit) {
     return text.substr(0, limit);
 }
 
-std::filesystem::path MakeAbsolute(const char* name) {
+std::filesystem::path MakeAbsolute(const std::string& name) {
     std::error_code failure;
     auto path = std::filesystem::absolute(name, failure);
-    if (!failure && FileExists(path.string())) {
+    if (!failure && name.find('/') != std::string::npos && FileExists(path.string())) {
         return path;
     }
-    // A program that was found through the search path knows itself by its bare name only.
+    // A program that was found through the search path knows itself by its bare name only, which may be that
+    // of something else in the present folder.
     return std::filesystem::read_symlink("/proc/self/exe", failure);
 }
 

@@ -1,0 +1,89 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+# Which components are a Debian package; `cpack -G DEB` makes them, and scripts/package does so with all that belongs to it.
+set(ORPHIA_CONTACT "Orphia VX maintainers <maintainers@orphia-vx.example.org>" CACHE STRING
+  "Name and address of whoever answers for the packages")
+
+find_program(GZIP gzip REQUIRED)
+execute_process(COMMAND date -u -d ${release_date} "+%a, %d %b %Y %H:%M:%S +0000"
+  OUTPUT_VARIABLE release_time OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+configure_file(debian/copyright.in copyright @ONLY)
+configure_file(debian/changelog.in changelog @ONLY)
+execute_process(COMMAND ${GZIP} -9nc ${CMAKE_CURRENT_BINARY_DIR}/changelog
+  OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz COMMAND_ERROR_IS_FATAL ANY)
+
+set(CPACK_PACKAGE_NAME orphia-vx)
+# Each package has its own.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
+set(CPACK_PACKAGE_CONTACT ${ORPHIA_CONTACT})
+set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_GROUPING ONE_PER_GROUP)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_SOURCE orphia-vx)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_SECTION sound)
+
+# A package of components. `depends` has what is not seen in its files.
+set(packaged "")
+function(add_debian_package name section components depends description)
+  string(TOUPPER ${name} key)
+  set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${name} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${section} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${key}_PACKAGE_DEPENDS ${depends} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${key}_DESCRIPTION ${description} PARENT_SCOPE)
+  foreach(component ${components} ${name}-papers)
+    string(TOUPPER ${component} component_key)
+    set(CPACK_COMPONENT_${component_key}_GROUP ${name} PARENT_SCOPE)
+  endforeach()
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/copyright ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz
+    DESTINATION share/doc/${name} COMPONENT ${name}-papers EXCLUDE_FROM_ALL)
+  set(overrides ${CMAKE_CURRENT_SOURCE_DIR}/debian/${name}.lintian-overrides)
+  if(EXISTS ${overrides})
+    install(FILES ${overrides}
+      DESTINATION share/lintian/overrides RENAME ${name} COMPONENT ${name}-papers EXCLUDE_FROM_ALL)
+  endif()
+  set(packaged ${packaged} ${components} ${name}-papers PARENT_SCOPE)
+endfunction()
+
+set(same "(= ${PROJECT_VERSION})")
+add_debian_package(orphia-vx sound "engine;command;presets;documentation" ""
+"vocoder instrument: engine, command and presets
+A stereo vocoder of sixteen bands modelled at circuit level, with a
+synthesizer that it plays, a sampler or an input that speaks, and three
+effect slots.
+
+The command orphia renders voices and songs with it: a voice speaks, a song
+sings, a preset says how.")
+
+set(library_package liborphia-host${PROJECT_VERSION_MAJOR})
+add_debian_package(${library_package} libs library "orphia-vx ${same}"
+"library that plays the Orphia VX vocoder instrument
+Loads the engine and plays it by names and real values: parameters, presets,
+notes, samples, and blocks of sound of any length.")
+string(TOUPPER ${library_package} key)
+set(CPACK_DEBIAN_${key}_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/debian/triggers)
+
+add_debian_package(liborphia-vx-dev libdevel development "${library_package} ${same}"
+"headers of the library that plays the Orphia VX vocoder
+Public headers in C++20, and what find_package(OrphiaVX) of CMake and
+pkg-config need.")
+
+# The toolkit of the window loads the libraries of X at run time, and reads where the fonts are.
+if(ORPHIA_BUILD_PLUGINS)
+  add_debian_package(orphia-vx-plugins sound plugins
+    "orphia-vx ${same}, libx11-6, libxext6, libxcursor1, libxinerama1, libxrandr2, fontconfig-config"
+"vocoder instrument: plug-ins and a program with a window
+Orphia VX and Orphia VX Effect as VST3, LV2 and CLAP for hosts, and the
+program orphia-vx, which plays by itself over JACK or ALSA.")
+endif()
+set(CPACK_COMPONENTS_ALL ${packaged})
+include(CPack)
