@@ -23,16 +23,17 @@ using plugin::PluginParameters;
 
 bool IsOfEngine(std::uint32_t id) { return id < PluginParameters::Get().EngineCount(); }
 
-/// "DecayCurve" becomes "Decay Curve", "Osc1Shape" "Osc1 Shape".
+/// "DecayCurve" becomes "Decay Curve", "Osc1Shape" "Osc1 Shape", "GainBand12" "Gain Band 12".
 std::string Spaced(std::string_view name) {
     std::string text;
+    const std::size_t number = name.find_last_not_of("0123456789") + 1;
     for (std::size_t n = 0; n < name.size(); ++n) {
         const auto isUpper = [&](std::size_t at) {
             return std::isupper(static_cast<unsigned char>(name[at]));
         };
         const bool startsWord = n > 0 && isUpper(n) && name[n - 1] != ' ' &&
                                 (!isUpper(n - 1) || (n + 1 < name.size() && std::islower(name[n + 1])));
-        text += startsWord ? " " : "";
+        text += startsWord || (n > 0 && n == number) ? " " : "";
         text += name[n];
     }
     return text;

@@ -4,7 +4,9 @@
 #include "host/parameters/ParameterCatalog.h"
 #include "plugin/panel/model/ControlModel.h"
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
 #include <string>
 #include <string_view>
@@ -17,6 +19,7 @@ struct Effect {
     std::string_view module;
     std::string_view mix;
     std::array<std::string_view, 2> signals;
+    bool isOfBands = false; ///< controls end in the number of their band
 };
 
 /// In the order of the types.
@@ -31,7 +34,7 @@ constexpr auto effects = std::to_array<Effect>({
     {"Compressor", "Wet", {"Wet", "Release"}},
     {"BitCrusher", "DryWet", {"Bits", "SampleRate"}},
     {"MultiModeFilter", "DryWet", {"Cutoff", "Resonance"}},
-    {"ParamEq", "Scale", {"Scale", ""}},
+    {"ParamEq", "Scale", {"Scale", ""}, true},
     {"StereoPan", "DryWet", {"Pan", "DryWet"}},
 });
 
@@ -89,6 +92,12 @@ std::vector<std::uint32_t> EffectSlots::Controls(unsigned slot, unsigned type) {
         if (info.role == host::ParameterRole::Control && info.name.starts_with(prefix)) {
             controls.push_back(info.id);
         }
+    }
+    if (effects[type].isOfBands) {
+        std::ranges::stable_sort(controls, {}, [](std::uint32_t id) {
+            const char last = Catalog().Parameters()[id].name.back();
+            return std::isdigit(static_cast<unsigned char>(last)) != 0 ? last : '0';
+        });
     }
     return controls;
 }

@@ -23,7 +23,7 @@ struct EffectSlots {
     static std::optional<std::uint32_t> SignalId(unsigned slot, unsigned type, unsigned signal);
     /// "FX1 Chorus Mix" is "Mix" within its slot.
     static std::string LabelWithin(std::uint32_t id);
-    /// All controls of the effect, in order of id.
+    /// All controls of the effect, in order of id; those of an equaliser band by band.
     static std::vector<std::uint32_t> Controls(unsigned slot, unsigned type);
 };
 

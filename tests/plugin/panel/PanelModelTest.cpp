@@ -328,6 +328,13 @@ TEST(PanelEffects, KnowTheControlsOfEveryType) {
         }
     }
     EXPECT_TRUE(EffectSlots::Controls(0, 0).empty());
+    constexpr unsigned equalizer = 10;
+    std::string bands;
+    for (const std::uint32_t id : EffectSlots::Controls(1, equalizer)) {
+        bands += EffectSlots::LabelWithin(id) + ", ";
+    }
+    EXPECT_EQ(bands.substr(0, bands.find("On 2")),
+              "Stereo, Scale, Smooth On, On 1, Mode 1, Gain 1, Cutoff 1, Q 1, ");
     for (const host::ParameterInfo& info : ParameterCatalog::OfInstrument().Parameters()) {
         const bool isOfEffect = info.name.starts_with("FX") && info.name.find('_', 4) != std::string::npos &&
                                 info.role == host::ParameterRole::Control &&
