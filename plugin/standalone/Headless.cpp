@@ -32,10 +32,9 @@ void WatchStopSignals() {
     }
 }
 
-/// JACK when its server runs, else the first one of ALSA.
-std::unique_ptr<juce::AudioIODevice> OpenDevice(DeviceManager& manager) {
-    juce::OwnedArray<juce::AudioIODeviceType> types;
-    manager.createAudioDeviceTypes(types);
+/// JACK when its server runs, else the first one of ALSA. A device tells its type when it is lost, so the
+/// types have to outlive it.
+std::unique_ptr<juce::AudioIODevice> OpenDevice(const juce::OwnedArray<juce::AudioIODeviceType>& types) {
     std::string reason = "there is neither a JACK server nor a sound card";
     for (juce::AudioIODeviceType* const type : types) {
         type->scanForDevices();
@@ -149,7 +148,9 @@ int RunHeadless(const Job& job) {
     DeviceManager manager([&target](std::uint32_t frame, const std::uint8_t* bytes, std::size_t count) {
         target->Take(frame, bytes, count);
     });
-    const std::unique_ptr<juce::AudioIODevice> device = OpenDevice(manager);
+    juce::OwnedArray<juce::AudioIODeviceType> types;
+    manager.createAudioDeviceTypes(types);
+    const std::unique_ptr<juce::AudioIODevice> device = OpenDevice(types);
     HushAlsa();
     const auto rate = static_cast<std::uint32_t>(device->getCurrentSampleRate());
     Song song(job.voice, job.midi, rate);
