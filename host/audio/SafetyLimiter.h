@@ -36,21 +36,33 @@ public:
 private:
     static constexpr std::uint32_t phaseCount = 4;
     static constexpr std::uint32_t tapCount = 16;
-    using Frame = std::array<float, channelCount>;
+    static constexpr std::uint32_t pastFrames = tapCount;
+    /// Frames that are computed at once, and as many side by side as fill vectors.
+    static constexpr std::uint32_t pieceFrames = 64;
+    static constexpr std::uint32_t laneCount = 8;
+    using Taps = std::array<float, tapCount>;
 
-    float TruePeak(const Frame& entering);
+    float Take(float* const* sound, std::uint32_t frames);
+    void Delay(float* const* sound, std::uint32_t frames);
+    void Limit(float* const* sound, std::uint32_t frames);
+    void FindPeaks(std::uint32_t frames);
+    void FindPeaksBetween(const Taps& taps, const float* line, std::uint32_t frames);
     double Wanted(float peak);
     double Smoothed(double wanted);
 
     /// Interpolates between two samples: three phases, since the fourth is the sample itself.
-    std::array<std::array<float, tapCount>, phaseCount - 1> interpolator;
-    std::array<std::array<float, 2 * tapCount>, channelCount> past;
-    std::uint32_t pastAt = 0;
+    std::array<Taps, phaseCount - 1> interpolator;
+    /// No peak between the samples is larger than the largest sample, this many times.
+    float mostGain = 1.0F;
+    /// The frames in front of a piece, and the piece.
+    std::array<std::array<float, pastFrames + pieceFrames>, channelCount> recent;
+    /// Of a piece, `reach` frames behind what has entered.
+    std::array<float, pieceFrames> peaks{};
 
     /// Frames between a peak's detection and its coming out.
     std::uint32_t lookahead;
     std::uint32_t latency;
-    std::vector<Frame> delayed;
+    std::array<std::vector<float>, channelCount> delayed;
     std::uint32_t delayedAt = 0;
 
     /// Attenuations, 1 - gain, of the last `lookahead` frames: those that can still be the largest, oldest

@@ -69,6 +69,15 @@ struct VocoderSession::Engine {
         }
     }
 
+    void Fetch(std::span<float> samples) const {
+        const float* const left = outputs[0];
+        const float* const right = outputs[1];
+        for (std::size_t n = 0; n < samples.size() / 2; ++n) {
+            samples[2 * n] = left[n];
+            samples[2 * n + 1] = right[n];
+        }
+    }
+
     void Run() {
         Velmora::dsp::ProcessContext context;
         context.inputs = inputs.data();
@@ -161,9 +170,7 @@ void VocoderSession::Process(std::span<const float> modulator, std::span<const f
         if (engine->limiter) {
             engine->limiter->Process(engine->outputs.data(), engine->blockSize);
         }
-        for (std::size_t n = 0; n < count; ++n) {
-            output[start + n] = engine->outputs[n % 2][n / 2];
-        }
+        engine->Fetch(output.subspan(start, count));
         CollectMeters();
         engine->late.HoldOnceItSounds(*engine);
     }

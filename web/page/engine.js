@@ -36,7 +36,10 @@ export function loadModule() {
         if (!response.ok) {
             throw new Error(`orphia.wasm cannot be loaded (${response.status})`);
         }
-        return WebAssembly.compile(await response.arrayBuffer());
+        // While it arrives, and the browser may keep what it has compiled; servers that do not know its type go without.
+        return response.headers.get('Content-Type') === 'application/wasm'
+            ? WebAssembly.compileStreaming(response)
+            : WebAssembly.compile(await response.arrayBuffer());
     });
     return compiled;
 }

@@ -2,7 +2,7 @@
 // The page: starts the instrument at the first click, as browsers demand, and joins its parts.
 import { Bands } from './bands.js';
 import { makeControls } from './controls.js';
-import { Engine, loadModule, missing, siteUrl } from './engine.js';
+import { Engine, missing, siteUrl } from './engine.js';
 import { connectMidi, Keyboard } from './keys.js';
 import { Presets } from './presets.js';
 import { Slots } from './slots.js';
@@ -174,14 +174,10 @@ function setUpMeters(engine) {
     });
 }
 
-async function start() {
-    tell('Starting …');
-    const clicked = performance.now();
-    const context = new AudioContext({ latencyHint: 'interactive' });
+/** Everything but the sound: the instrument stands still until the click that browsers demand. */
+async function prepare(context) {
     const engine = await Engine.create(context);
     engine.node.connect(context.destination);
-    await context.resume();
-    window.orphia = { engine, context, startMilliseconds: performance.now() - clicked };
     engine.addEventListener('broken', ({ detail }) => tell(detail.message, true));
 
     setUpMeters(engine);
@@ -204,6 +200,16 @@ async function start() {
         keyboard.releaseAll();
         engine.tell('orphia_panic');
     };
+    return { engine, presets };
+}
+
+async function start(context, prepared) {
+    tell('Starting …');
+    // At once, or some browsers no longer see the click in it.
+    const running = context.resume();
+    const { engine, presets } = await prepared;
+    await running;
+    window.orphia = { engine, context };
     find('start').hidden = true;
     document.body.classList.add('playing');
     tell('Choose a voice and hold some keys: A to L on the computer’s keyboard, Z and X move by an octave.');
@@ -216,6 +222,10 @@ if (lacks.length > 0) {
     find('start').hidden = true;
     tell(lacks.join(' '), true);
 } else {
-    loadModule().catch((error) => tell(error.message, true));
-    find('start').onclick = told(start);
+    const context = new AudioContext({ latencyHint: 'interactive' });
+    // Where a page may sound without a click, this one waits for it, too.
+    context.suspend();
+    const prepared = prepare(context);
+    prepared.catch((error) => tell(error.message, true));
+    find('start').onclick = told(() => start(context, prepared));
 }

@@ -46,6 +46,7 @@ class OrphiaProcessor extends AudioWorkletProcessor {
         if (!this.native.orphia_start(sampleRate, seed ?? -1)) {
             throw new Error(this.resultText());
         }
+        this.sides = { orphia_voice: [], orphia_sound: [] };
         this.moved = new Set();
         this.untilMeters = 0;
         this.busy = 0;
@@ -104,14 +105,13 @@ class OrphiaProcessor extends AudioWorkletProcessor {
     process([input], [output]) {
         const start = Date.now();
         const frames = output[0].length;
-        const heap = () => this.native.memory.buffer;
         const channels = Math.min(input.length, 2);
         for (let channel = 0; channel < channels; ++channel) {
-            new Float32Array(heap(), this.native.orphia_voice(channel), frames).set(input[channel]);
+            this.side('orphia_voice', channel, frames).set(input[channel]);
         }
         this.native.orphia_process(frames, channels);
         for (let channel = 0; channel < 2; ++channel) {
-            const sound = new Float32Array(heap(), this.native.orphia_sound(channel), frames);
+            const sound = this.side('orphia_sound', channel, frames);
             (output[channel] ?? output[0]).set(sound);
             this.keep(channel, sound);
         }
@@ -124,6 +124,17 @@ class OrphiaProcessor extends AudioWorkletProcessor {
             this.tellMeters();
         }
         return true;
+    }
+
+    /** One side of voice or sound in the module; views are made anew only when its memory has grown. */
+    side(call, channel, frames) {
+        const { buffer } = this.native.memory;
+        let view = this.sides[call][channel];
+        if (view?.buffer !== buffer || view.length !== frames) {
+            view = new Float32Array(buffer, this.native[call](channel), frames);
+            this.sides[call][channel] = view;
+        }
+        return view;
     }
 
     keep(channel, sound) {

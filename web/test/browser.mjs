@@ -11,6 +11,8 @@ export const root = process.env.ORPHIA_ROOT;
 const site = join(root, 'out/web');
 const types = { '.html': 'text/html', '.js': 'text/javascript', '.css': 'text/css', '.wasm': 'application/wasm' };
 
+export const wait = (seconds) => new Promise((resolve) => setTimeout(resolve, seconds * 1000));
+
 async function serve() {
     const server = createServer(async (request, response) => {
         const path = normalize(decodeURIComponent(new URL(request.url, 'http://site').pathname));
@@ -36,7 +38,7 @@ export async function open() {
         headless: true,
         userDataDir: profile,
         args: ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking',
-            '--disable-component-update', '--disable-sync', '--autoplay-policy=no-user-gesture-required', '--use-fake-device-for-media-stream'],
+            '--disable-component-update', '--disable-sync', '--use-fake-device-for-media-stream'],
     });
     const foreign = [];
     return {

@@ -1,14 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Figures of the site, as a table for docs/web.md: bytes to load, click to sound, share of a core, memory.
+// Figures of the site, as a table for docs/web.md: bytes to load, click to sound, share of a core.
 import { execFileSync } from 'node:child_process';
 import { readdirSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { brotliCompressSync, gzipSync } from 'node:zlib';
-import { open, root } from './browser.mjs';
+import { open, root, wait } from './browser.mjs';
 
 const site = join(root, 'out/web');
-const wait = (seconds) => new Promise((resolve) => setTimeout(resolve, seconds * 1000));
-const minutes = Number(process.env.WEB_MINUTES ?? 1);
 
 function bytes() {
     const files = readdirSync(site).filter((name) => /\./.test(name)).map((name) => readFileSync(join(site, name)));
@@ -19,43 +17,64 @@ function bytes() {
 
 const session = await open();
 
-/** From the click to the first sound above -60 dB, with a key held and a voice waiting in the page. */
-async function clickToSound() {
+/**
+ * From the click on Start to the first sound above -60 dB, with a key held and a voice waiting, so many seconds after the
+ * page has been opened.
+ */
+async function clickToSound(seconds) {
     const page = await session.page();
     await page.goto(session.address);
-    await wait(2);
-    const milliseconds = await page.evaluate(async () => {
-        const { Engine, loadModule, request } = await import('/engine.js');
-        await loadModule();
-        const bytes = await (await fetch('/sounds/voice.flac')).arrayBuffer();
-        const buffer = await new OfflineAudioContext(1, 1, 48000).decodeAudioData(bytes);
-        const clicked = performance.now();
-        const context = new AudioContext({ latencyHint: 'interactive' });
-        const engine = await Engine.create(context, { setup: [request('orphia_send', [0x90, 48, 100])] });
-        const voice = new AudioBufferSourceNode(context, { buffer });
-        const analyser = new AnalyserNode(context, { fftSize: 256 });
-        voice.connect(engine.node).connect(analyser).connect(context.destination);
-        voice.start(0, 0.3);
-        await context.resume();
-        const samples = new Float32Array(256);
-        for (;;) {
-            analyser.getFloatTimeDomainData(samples);
-            if (samples.some((sample) => Math.abs(sample) > 0.001)) {
+    await page.evaluate(() => {
+        const pause = () => new Promise((resolve) => setTimeout(resolve, 1));
+        const fetched = fetch('/sounds/voice.flac').then((response) => response.arrayBuffer())
+            .then((bytes) => new OfflineAudioContext(1, 1, 48000).decodeAudioData(bytes));
+        document.getElementById('start').addEventListener('click', () => {
+            const clicked = performance.now();
+            window.untilSound = (async () => {
+                while (!window.orphia) {
+                    await pause();
+                }
+                const { engine, context } = window.orphia;
+                engine.noteOn(48);
+                const voice = new AudioBufferSourceNode(context, { buffer: await fetched });
+                const analyser = new AnalyserNode(context, { fftSize: 256 });
+                voice.connect(engine.node).connect(analyser);
+                voice.start(0, 0.3);
+                const samples = new Float32Array(256);
+                do {
+                    await pause();
+                    analyser.getFloatTimeDomainData(samples);
+                } while (!samples.some((sample) => Math.abs(sample) > 0.001));
                 return performance.now() - clicked;
-            }
-            await new Promise((resolve) => setTimeout(resolve, 1));
-        }
+            })();
+        });
     });
+    await wait(seconds);
+    await page.click('#start');
+    const milliseconds = await page.evaluate(() => window.untilSound);
     await page.close();
     return milliseconds;
 }
 
-/** Processor time that the browser's pages have taken, in seconds: what else runs on the machine does not count. */
+/** The middle and the longest of some. */
+async function starts(seconds) {
+    const times = [];
+    for (let n = 0; n < 7; ++n) {
+        times.push(await clickToSound(seconds));
+    }
+    times.sort((a, b) => a - b);
+    return `${times[3].toFixed(0)} ms, at most ${times.at(-1).toFixed(0)} ms`;
+}
+
+/**
+ * Processor time that each process of the browser's pages has taken, in seconds: what else runs on the machine does not
+ * count.
+ */
 async function processorSeconds() {
     const client = await session.browser.target().createCDPSession();
     const { processInfo } = await client.send('SystemInfo.getProcessInfo');
     await client.detach();
-    return processInfo.filter(({ type }) => type === 'renderer').reduce((sum, { cpuTime }) => sum + cpuTime, 0);
+    return new Map(processInfo.filter(({ type }) => type === 'renderer').map(({ id, cpuTime }) => [id, cpuTime]));
 }
 
 /** Renders so many seconds of a preset at 44.1 kHz offline, with so many keys, and a voice for a time. */
@@ -77,10 +96,12 @@ const render = (page, seconds, job) => page.evaluate(async (length, { preset = '
 
 /** The share of a core that a job takes, in percent; least of some, without what a start costs. */
 async function share(page, job, short = 5, long = 35) {
-    const time = async (seconds) => {
+    const time = async (length) => {
         const before = await processorSeconds();
-        await render(page, seconds, job);
-        return (await processorSeconds()) - before;
+        await render(page, length, job);
+        const after = await processorSeconds();
+        // A process may have come, or gone, meanwhile.
+        return [...after].reduce((sum, [id, seconds]) => sum + (before.has(id) ? seconds - before.get(id) : 0), 0);
     };
     const shares = [];
     for (let n = 0; n < 3; ++n) {
@@ -90,7 +111,7 @@ async function share(page, job, short = 5, long = 35) {
     return `${Math.min(...shares).toFixed(1)} %`;
 }
 
-/** A live minute or more with eight keys and the song's voice. */
+/** A live minute with eight keys and the song's voice. */
 async function live() {
     const page = await session.page();
     await page.goto(session.address);
@@ -99,29 +120,26 @@ async function live() {
     await page.click('#example');
     await page.waitForSelector('#example[aria-pressed=true]');
     await page.evaluate(() => {
-        window.readings = [];
-        window.orphia.engine.addEventListener('meters', ({ detail }) => window.readings.push([detail.time, detail.busy, detail.late, detail.memory]));
+        window.orphia.engine.addEventListener('meters', ({ detail: { time, late, memory } }) => {
+            window.last = [time, late, memory];
+            window.first ??= window.last;
+        });
         for (let n = 0; n < 8; ++n) {
             window.orphia.engine.noteOn(48 + 2 * n);
         }
     });
-    await wait(60 * minutes);
-    const [first, last] = await page.evaluate(() => [window.readings[0], window.readings.at(-1)]);
-    const heap = (await page.metrics()).JSHeapUsedSize;
+    await wait(60);
+    const [first, last] = await page.evaluate(() => [window.first, window.last]);
     await page.close();
-    return { seconds: last[0] - first[0], late: last[2] - first[2], wasm: last[3], heap };
+    return { seconds: last[0] - first[0], late: last[1] - first[1] };
 }
 
 const row = (name, figure, goal = '') => console.log(`| ${name} | ${figure} | ${goal} |`);
 const version = execFileSync('chromium', ['--version'], { stdio: ['ignore', 'pipe', 'ignore'] }).toString().trim();
 console.log(`${version}\n\n| What | Measured | Goal |\n|---|---|---|`);
 row('to load, without sounds', bytes(), '2.5 MB packed');
-const starts = [];
-for (let n = 0; n < 5; ++n) {
-    starts.push(await clickToSound());
-}
-starts.sort((a, b) => a - b);
-row('click to sound, middle of 5', `${starts[2].toFixed(0)} ms`, '300 ms');
+row('click to sound, 2 s after the page was opened', await starts(2), '300 ms');
+row('clicked at once', await starts(0));
 const page = await session.page();
 await page.goto(session.address);
 const always = 1000;
@@ -133,7 +151,6 @@ for (const keys of [1, 8, 16]) {
 row('the same in a long reverb, 8 keys', await share(page, { preset: 'plate-monk', keys: 8, voiceSeconds: always }));
 row('there, a minute after the sound', await share(page, { preset: 'plate-monk', keys: 0, voiceSeconds: 1 }, 60, 120));
 await page.close();
-const { seconds, late, wasm, heap } = await live();
+const { seconds, late } = await live();
 row(`late blocks of 128 frames in ${seconds.toFixed(0)} s, 8 keys`, late, '0');
-row(`memory then: module, page`, `${(wasm / 1e6).toFixed(0)} MB, ${(heap / 1e6).toFixed(0)} MB`);
 await session.close();

@@ -22,10 +22,18 @@ async function renderInBrowser(preset) {
         const { Engine, request } = await import('/engine.js');
         const fetched = async (name) => (await fetch(`/sounds/${name}`)).arrayBuffer();
         const context = new OfflineAudioContext(2, length * hz, hz);
-        const voice = new AudioBufferSourceNode(context, { buffer: await context.decodeAudioData(await fetched('voice.flac')) });
+        const decoded = async (name) => context.decodeAudioData(await fetched(name));
+        const voice = new AudioBufferSourceNode(context, { buffer: await decoded('voice.flac') });
+        const presets = await (await Engine.create(new AudioContext())).askJson('orphia_presets');
+        const samples = presets.find((entry) => entry.id === id).samples.map(async (path) => {
+            const sound = await decoded(path.split('/').pop());
+            const channels = Array.from({ length: sound.numberOfChannels }, (_, n) => sound.getChannelData(n).slice());
+            return request('orphia_put_sound', [channels.length, sound.sampleRate], path, channels);
+        });
         const engine = await Engine.create(context, {
             seed: 1,
             setup: [
+                ...await Promise.all(samples),
                 request('orphia_load_named', [], id),
                 request('orphia_insert_song', [], new Uint8Array(await fetched('song.mid'))),
                 request('orphia_play'),
@@ -64,10 +72,12 @@ async function renderInBrowser(preset) {
 const power = (samples, from, to) => samples.subarray(from, to).reduce((sum, sample) => sum + sample * sample, 0) / (to - from);
 const decibels = (value) => 10 * Math.log10(Math.max(value, 1e-20));
 
-for (const preset of ['default', 'whisper', 'talking-pad']) {
+// Presets and what they may differ by, in dB. Those that stretch a sample do it with another version of the stretcher, and
+// another Fourier transform in it; unstretched they would differ by as much as there is.
+for (const [preset, most] of [['default', -90], ['whisper', -90], ['talking-pad', -90], ['slow-speech', -9], ['drummed-chords', -20]]) {
     test(`${preset} sounds as from the command`, { timeout: 240000 }, async () => {
         const [native, browser] = await Promise.all([
-            renderNatively(['--voice', join(root, 'examples/voice.flac'), '--midi', join(root, 'examples/song.mid'),
+            renderNatively([...(most > -90 ? [] : ['--voice', join(root, 'examples/voice.flac')]), '--midi', join(root, 'examples/song.mid'),
                 '--preset', preset, '--seed', '1', '--rate', String(rate), '--tail', '2']),
             renderInBrowser(preset),
         ]);
@@ -89,7 +99,7 @@ for (const preset of ['default', 'whisper', 'talking-pad']) {
             }
         }
         console.log(`${preset}: differs by at most ${worst.toFixed(1)} dB; ${((50 * equal) / frames).toFixed(1)} % of the samples are equal to the bit`);
-        assert.ok(worst < -90, `differs by ${worst.toFixed(1)} dB`);
+        assert.ok(worst < most, `differs by ${worst.toFixed(1)} dB`);
     });
 }
 
