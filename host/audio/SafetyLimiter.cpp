@@ -188,6 +188,9 @@ void SafetyLimiter::Limit(float* const* sound, std::uint32_t frames) {
 }
 
 float SafetyLimiter::TakeReduction() {
+    if (largest == 0.0) {
+        return 0.0F;
+    }
     const double reduction = -20.0 * std::log10(std::max(1.0 - largest, 1e-10));
     largest = 0.0;
     return static_cast<float>(reduction > 0.0 ? reduction : 0.0);

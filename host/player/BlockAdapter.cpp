@@ -18,6 +18,17 @@ struct Sides {
     Sample* Side(std::size_t side) const { return side == 0 ? left : right; }
 };
 
+void Copy(const float* source, std::size_t sourceStep, float* target, std::size_t targetStep,
+          std::uint32_t count) {
+    if (sourceStep == 1 && targetStep == 1) {
+        std::copy_n(source, count, target);
+        return;
+    }
+    for (std::uint32_t n = 0; n < count; ++n) {
+        target[n * targetStep] = source[n * sourceStep];
+    }
+}
+
 } // namespace
 
 /// One call's audio, as it goes through the adapter in pieces.
@@ -128,25 +139,19 @@ void BlockAdapter::Collect(const Passage& passage, std::uint32_t count) {
     hasVoice = hasVoice || passage.voice.left != nullptr;
     for (std::size_t side = 0; side < in.size(); ++side) {
         float* const target = in[side].data() + filled;
-        const float* source = passage.voice.Side(side);
+        const float* const source = passage.voice.Side(side);
         if (source == nullptr) {
             std::fill_n(target, count, 0.0F);
             continue;
         }
-        source += passage.done * passage.voice.step;
-        for (std::uint32_t n = 0; n < count; ++n) {
-            target[n] = source[n * passage.voice.step];
-        }
+        Copy(source + passage.done * passage.voice.step, passage.voice.step, target, 1, count);
     }
 }
 
 void BlockAdapter::GiveOut(const Passage& passage, std::uint32_t count) {
     for (std::size_t side = 0; side < out.size(); ++side) {
-        const float* const source = out[side].data() + filled;
-        float* const target = passage.output.Side(side) + passage.done * passage.output.step;
-        for (std::uint32_t n = 0; n < count; ++n) {
-            target[n * passage.output.step] = source[n];
-        }
+        Copy(out[side].data() + filled, 1, passage.output.Side(side) + passage.done * passage.output.step,
+             passage.output.step, count);
     }
 }
 

@@ -3,12 +3,24 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace orphia::plugin {
 
 namespace {
 
 constexpr double fadeSeconds = 0.02;
+
+/// Silence without a source, and where it is not finite.
+void Keep(const float* source, std::uint32_t count, float* target) {
+    if (source == nullptr) {
+        std::fill_n(target, count, 0.0F);
+        return;
+    }
+    for (std::uint32_t n = 0; n < count; ++n) {
+        target[n] = std::fabs(source[n]) <= std::numeric_limits<float>::max() ? source[n] : 0.0F;
+    }
+}
 
 } // namespace
 
@@ -32,12 +44,13 @@ void DryPath::Take(const float* const* voice, std::uint32_t channels, std::uint3
     if (line[0].empty()) {
         return;
     }
+    // What does not fit behind the end of the line goes on at its beginning.
+    const std::uint32_t at = start % size;
+    const std::uint32_t fitting = std::min(frames, size - at);
     for (std::uint32_t side = 0; side < line.size(); ++side) {
         const float* const source = channels > 0 ? voice[std::min(side, channels - 1)] : nullptr;
-        for (std::uint32_t n = 0; n < frames; ++n) {
-            const float sample = source != nullptr ? source[n] : 0.0F;
-            line[side][(start + n) % size] = std::isfinite(sample) ? sample : 0.0F;
-        }
+        Keep(source, fitting, line[side].data() + at);
+        Keep(source != nullptr ? source + fitting : nullptr, frames - fitting, line[side].data());
     }
 }
 

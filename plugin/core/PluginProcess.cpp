@@ -86,7 +86,7 @@ void PluginInstrument::Inside::ProcessPiece(const PluginBlock& block, std::uint3
     dry.Take(voice.data(), channels, count);
     if (stage.Current() != nullptr) {
         host::Transport transport = block.transport != nullptr ? *block.transport : host::Transport{};
-        if (transport.isPlaying) {
+        if (transport.isPlaying && start > 0) {
             transport.beat += start / static_cast<double>(rate) * transport.tempo / 60.0;
         }
         stage.Begin(block.transport != nullptr ? &transport : nullptr, count);

@@ -16,8 +16,8 @@ constexpr unsigned controllerKind = 0xB0;
 constexpr unsigned programKind = 0xC0;
 constexpr std::uint8_t bankHigh = 0;
 constexpr std::uint8_t bankLow = 32;
-/// Parameters that one block looks after: all within a twentieth of a second.
-constexpr std::uint32_t watchedPerBlock = 4;
+/// Parameters that one block looks after: all within a tenth of a second.
+constexpr std::uint32_t watchedPerBlock = 2;
 /// As long as there is no instrument.
 constexpr std::uint32_t anyBlock = 44;
 constexpr std::uint32_t readingsPerSecond = 100;
@@ -270,8 +270,12 @@ void Stage::ProcessBlock(const float* const* voice, std::uint32_t channels, floa
     }
     WatchListed();
     ServeSnapshot();
-    PublishMeters();
-    PublishReadings();
+    framesUnread += instrument.FramesPerBlock();
+    if (framesUnread >= instrument.SampleRate() / readingsPerSecond) {
+        framesUnread = 0;
+        PublishMeters();
+        PublishReadings();
+    }
 }
 
 void Stage::FadeOver(const float* const* voice, std::uint32_t channels, float* const* output) {
@@ -300,11 +304,9 @@ void Stage::PublishMeters() {
 }
 
 void Stage::PublishReadings() {
-    framesUnread += current->instrument.FramesPerBlock();
-    if (!watch.IsOn() || framesUnread < current->instrument.SampleRate() / readingsPerSecond) {
+    if (!watch.IsOn()) {
         return;
     }
-    framesUnread = 0;
     for (const std::uint32_t id : readable) {
         if (!exchange.IsWanted(id)) {
             exchange.Show(id, current->instrument.Position(id));
