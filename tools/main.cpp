@@ -90,7 +90,7 @@ int RunBatch(int argc, char** argv) {
         "try:\n"
         "    from orphia.__main__ import main\n"
         "except ImportError as error:\n"
-        "    print(f'orphia: batch needs the Python package, which scripts/python installs: '\n"
+        "    print(f'orphia: batch needs the Python package (python3-orphia, or scripts/python): '\n"
         "          f'{error}', file=sys.stderr)\n"
         "    sys.exit(1)\n"
         "sys.exit(main())\n";
@@ -121,10 +121,17 @@ std::optional<int> RunHidden(const CLI::App& program,
     }
 }
 
+/// Also what completes a word behind it.
+bool IsBatch(std::span<const std::string> words) {
+    return !words.empty() &&
+           (words[0] == "batch" || (words.size() > 2 && words[0] == "complete" && words[1] == "batch"));
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc > 1 && std::string_view(argv[1]) == "batch") {
+    const std::vector<std::string> words(argv + 1, argv + argc);
+    if (IsBatch(words)) {
         return RunBatch(argc, argv);
     }
     tools::WatchStopSignals();
@@ -142,7 +149,7 @@ int main(int argc, char** argv) {
     commands.push_back(std::make_unique<tools::InfoCommand>(app));
     // For the lists; it has run above.
     app.add_subcommand("batch", "Render whole folders")->footer(std::string(batchFooter));
-    if (const auto status = RunHidden(app, commands, {argv + 1, argv + argc})) {
+    if (const auto status = RunHidden(app, commands, words)) {
         return *status;
     }
     const auto isNamed = [argv](const CLI::App* command) { return command->check_name(argv[1]); };

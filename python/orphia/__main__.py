@@ -4,7 +4,8 @@ from __future__ import annotations
 
 import os
 import sys
-from pathlib import Path
+
+from orphia.native import command_path
 
 
 def main() -> int:
@@ -13,8 +14,11 @@ def main() -> int:
         from orphia.batch.command import run
 
         return run(arguments[1:])
-    command = Path(__file__).parent / "native" / "orphia"
-    os.execv(command, ["orphia", *arguments])
+    if arguments[:2] == ["complete", "batch"] and len(arguments) > 2:
+        from orphia.batch.completion import run as complete
+
+        return complete(arguments[2:])
+    os.execv(command_path(), ["orphia", *arguments])
     return 1
 
 

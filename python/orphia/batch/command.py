@@ -34,7 +34,8 @@ class _Parser(argparse.ArgumentParser):
         self.exit(USAGE, f"orphia: {message}; see orphia batch --help\n")
 
 
-def _options() -> argparse.ArgumentParser:
+def command_line() -> argparse.ArgumentParser:
+    """What may be said behind `orphia batch`."""
     parser = _Parser(prog="orphia batch", description="Render every file of a corpus as the voice.", epilog=EPILOG,
                      allow_abbrev=False)
     parser.add_argument("corpus", metavar="CORPUS", help="a folder of sound files")
@@ -208,7 +209,7 @@ def _fail(error: BaseException, status: int) -> int:
 
 def run(arguments: Optional[list[str]] = None) -> int:
     """The exit status."""
-    options = _options().parse_args(arguments)
+    options = command_line().parse_args(arguments)
     signal.signal(signal.SIGTERM, signal.default_int_handler)
     warnings.showwarning = lambda message, *rest, **more: print(f"orphia: warning: {message}", file=sys.stderr)
     try:
