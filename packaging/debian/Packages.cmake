@@ -63,6 +63,7 @@ effect slots.
 
 The command orphia renders voices and songs with it: a voice speaks, a song
 sings, a preset says how.")
+set(CPACK_DEBIAN_ORPHIA-VX_PACKAGE_SUGGESTS "orphia-vx-plugins, python3-orphia")
 
 set(library_package liborphia-host${PROJECT_VERSION_MAJOR})
 add_debian_package(${library_package} libs library "orphia-vx ${same}"
@@ -84,6 +85,25 @@ if(ORPHIA_BUILD_PLUGINS)
 "vocoder instrument: plug-ins and a program with a window
 Orphia VX and Orphia VX Effect as VST3, LV2 and CLAP for hosts, and the
 program orphia-vx, which plays by itself over JACK or ALSA.")
+endif()
+
+# The compiled half is for one version of Python and one binary interface of NumPy, which Debian's NumPy tells.
+if(ORPHIA_BUILD_PYTHON)
+  math(EXPR next_minor "${Python_VERSION_MINOR} + 1")
+  set(interpreter "python3 (>= 3.${Python_VERSION_MINOR}), python3 (<< 3.${next_minor})")
+  set(numpy python3-numpy)
+  if(EXISTS /usr/share/numpy3/versions)
+    file(STRINGS /usr/share/numpy3/versions abi REGEX "^abi ")
+    string(REPLACE "abi " "python3-numpy, python3-numpy-abi" numpy ${abi})
+  endif()
+  add_debian_package(python3-orphia python python "orphia-vx ${same}, ${interpreter}, ${numpy}"
+"vocoder instrument on NumPy arrays
+The instrument Orphia VX and its vocoder core as the Python package orphia,
+with the same sound as the command, and orphia batch, which renders whole
+folders on all processors or on a cluster.")
+  set(CPACK_DEBIAN_PYTHON3-ORPHIA_PACKAGE_SUGGESTS "python3-matplotlib, python3-distributed")
+  set(CPACK_DEBIAN_PYTHON3-ORPHIA_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/debian/python/postinst ${CMAKE_CURRENT_SOURCE_DIR}/debian/python/prerm)
 endif()
 set(CPACK_COMPONENTS_ALL ${packaged})
 include(CPack)
