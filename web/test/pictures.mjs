@@ -10,7 +10,6 @@ const session = await open();
 for (const [name, width, height] of [['desktop', 1280, 1180], ['phone', 390, 844]]) {
     const page = await session.page(width, height);
     await page.goto(session.address);
-    await page.screenshot({ path: join(folder, `${name}-start.png`) });
     await page.click('#start');
     await page.waitForSelector('body.playing');
     await page.click('#example');

@@ -123,4 +123,36 @@ test('noise is heard', { timeout: 120000 }, async () => {
     await page.close();
 });
 
+test('no sound fades into denormal numbers', { timeout: 120000 }, async () => {
+    const page = await session.page();
+    await page.goto(session.address);
+    // Two seconds of voice and keys, and what is left of them a minute later.
+    const { denormal, loudest } = await page.evaluate(async () => {
+        const { Engine, request } = await import('/engine.js');
+        const seconds = 60;
+        const context = new OfflineAudioContext(2, 44100 * seconds, 44100);
+        const bytes = await (await fetch('/sounds/voice.flac')).arrayBuffer();
+        const voice = new AudioBufferSourceNode(context, { buffer: await context.decodeAudioData(bytes) });
+        const keys = [48, 55, 60];
+        const notes = keys.map((note) => request('orphia_send', [0x90, note, 100]));
+        const engine = await Engine.create(context, { setup: [request('orphia_load_named', [], 'dub-echo-robot'), ...notes] });
+        voice.connect(engine.node).connect(context.destination);
+        voice.start();
+        voice.stop(2);
+        context.suspend(2).then(async () => {
+            keys.forEach((note) => engine.noteOff(note));
+            await engine.ask('orphia_slots');
+            context.resume();
+        });
+        const sound = (await context.startRendering()).getChannelData(0).subarray(44100 * (seconds - 1));
+        return {
+            denormal: sound.filter((sample) => sample !== 0 && Math.abs(sample) < 2 ** -126).length,
+            loudest: sound.reduce((most, sample) => Math.max(most, Math.abs(sample)), 0),
+        };
+    });
+    assert.equal(denormal, 0);
+    assert.ok(loudest < 1e-10, `${loudest} is left`);
+    await page.close();
+});
+
 test('nothing was asked of another computer', () => assert.deepEqual(session.foreign, []));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/math/SilenceFloor.h"
 #include "dsp/math/Within.h"
 #include "dsp/vectors/FrameLanes.h"
 
@@ -55,6 +56,7 @@ struct BasicBiquadSection {
         if (blown) {
             Reset();
         }
+        LetRest(x1, x2, y1, y2);
         return blown;
     }
 

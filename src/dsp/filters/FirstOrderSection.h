@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/math/SilenceFloor.h"
 #include "dsp/math/Within.h"
 #include "dsp/vectors/FrameLanes.h"
 
@@ -44,6 +45,7 @@ struct BasicFirstOrderSection {
         if (blown) {
             Reset();
         }
+        LetRest(x1, y1);
         return blown;
     }
 

@@ -3,6 +3,7 @@
 
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/Decibels.h"
+#include "dsp/math/SilenceFloor.h"
 #include "dsp/math/Within.h"
 
 #include <algorithm>
@@ -62,6 +63,7 @@ bool InputDetector::Process(ProcessContext& context) {
     } else {
         isOpen = Follow(isOpen, context.numFrames, [](u32 /*n*/) { return 0.0F; });
     }
+    LetRest(envelope);
     SetParameterNormalized(Output, isOpen ? 1.0F : 0.0F);
     return true;
 }

@@ -3,6 +3,7 @@
 
 #include "dsp/framework/EventQueue.h"
 #include "dsp/framework/Observable.h"
+#include "dsp/math/SilenceFloor.h"
 #include "dsp/vectors/AlignedBuffer.h"
 #include "engine/chords/ChordGenerator.h"
 #include "processor/effects/FXContainer.h"
@@ -165,6 +166,7 @@ private:
     i32 outputSelection = CarrierMonitor;
     bool mpeIsOn = false;
     LfoFeedback lfoFeedback;
+    dsp::SilenceFloor effectsFloor;
     std::atomic<u32> effectsLatency{0};
     std::array<std::vector<u8>, VocoderModulator::sampleCount> sampleData;
 };

@@ -137,9 +137,12 @@ void VocoderProcessor::WriteOutput(const ProcessContext& context) {
 }
 
 void VocoderProcessor::RunEffects(const ProcessContext& context) {
+    float* const left = VocoderBlock(BodeVocoder::MixLeft);
+    float* const right = VocoderBlock(BodeVocoder::MixRight);
+    effectsFloor.AddTo(context.numFrames, left, right);
     std::array<const float*, FXContainer::inputCount> inputs{};
-    inputs[Pins::EffectsLeft] = VocoderBlock(BodeVocoder::MixLeft);
-    inputs[Pins::EffectsRight] = VocoderBlock(BodeVocoder::MixRight);
+    inputs[Pins::EffectsLeft] = left;
+    inputs[Pins::EffectsRight] = right;
     ConnectWires(WiredModule::Effects, inputs, DestinationChannels());
     ProcessContext child =
         context.ForChild(inputs.data(), inputs.size(), context.outputs, context.numOutputs);

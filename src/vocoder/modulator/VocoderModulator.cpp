@@ -69,6 +69,7 @@ bool VocoderModulator::Process(dsp::ProcessContext& context) {
     for (u32 side = 0; side < 2; ++side) {
         dsp::AdmitInput(context.outputs[side], context.outputs[side], context.numFrames);
     }
+    floor.AddTo(context.numFrames, context.outputs[0], context.outputs[1]);
     tone.Render(context);
     keys.Advance(context.numFrames);
     return true;

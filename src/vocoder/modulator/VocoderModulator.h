@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/framework/ModuleContainer.h"
+#include "dsp/math/SilenceFloor.h"
 #include "vocoder/modulator/ModulatorInput.h"
 #include "vocoder/modulator/ModulatorKeys.h"
 #include "vocoder/modulator/ModulatorParameters.h"
@@ -82,6 +83,7 @@ private:
     ModulatorPlayback playback{Child<Player>(), Child<Envelope>(), Child<Killer>(), own};
     ModulatorKeys keys{playback, own};
     ModulatorInput input{Child<Tracker>(), Child<Gate>(), own};
+    dsp::SilenceFloor floor;
     ModulatorTone tone{Child<Equaliser>(), Child<Dynamics>(), Child<Meter>(), own};
 };
 

@@ -88,7 +88,8 @@ private:
         // As PolyBlepPhaseGen makes a number of its phase.
         const V below1(0x1.fffffep-1F);
         alignas(64) i32 words[chunk];
-        const u32 padded = (length + V::size - 1) / V::size * V::size;
+        constexpr auto lanes = static_cast<u32>(V::size);
+        const u32 padded = (length + lanes - 1) / lanes * lanes;
         for (u32 n = 0; n < padded; ++n) {
             phase += step;
             words[n] = static_cast<i32>(phase >> 33U);

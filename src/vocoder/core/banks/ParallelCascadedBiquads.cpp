@@ -3,6 +3,7 @@
 
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/CornerAngle.h"
+#include "dsp/math/SilenceFloor.h"
 #include "dsp/math/Within.h"
 
 #include <algorithm>
@@ -197,6 +198,7 @@ void Biquads::HealLanes() {
         for (u32 lane = 0; lane < bandCount; ++lane) {
             broken[lane] |=
                 std::abs(lanes.past1[stage][lane]) <= static_cast<float>(dsp::largestIntactState) ? 0U : 1U;
+            dsp::LetRest(lanes.past1[stage][lane], lanes.past2[stage][lane], lanes.step[stage - 1][lane]);
         }
     }
     for (u32 lane = 0; lane < bandCount; ++lane) {

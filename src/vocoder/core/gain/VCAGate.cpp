@@ -4,6 +4,7 @@
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/RunChild.h"
 #include "dsp/math/CornerAngle.h"
+#include "dsp/math/SilenceFloor.h"
 #include "dsp/math/Within.h"
 #include "dsp/vectors/FrameLanes.h"
 #include "dsp/vectors/Simd.h"
@@ -281,6 +282,7 @@ bool VCAGate::Heal() {
     if (blown) {
         attackX1 = attackY1 = releaseX1 = releaseY1 = 0.0;
     }
+    dsp::LetRest(attackX1, attackY1, releaseX1, releaseY1);
     return blown;
 }
 

@@ -157,14 +157,15 @@ void BasicPreamp<Circuit>::Run(const Channels&... channels) {
 
 /// Copies the input to the output, which is where the circuit works.
 template <template <class> class Circuit>
-void BasicPreamp<Circuit>::TakeInput(const dsp::ProcessContext& context) const {
+void BasicPreamp<Circuit>::TakeInput(const dsp::ProcessContext& context) {
     const float* input = context.inputs[Audio];
     float* block = context.outputs[0];
     if (input == nullptr) {
         std::fill_n(block, context.numFrames, 0.0F);
-        return;
+    } else {
+        dsp::AdmitInput(input, block, context.numFrames);
     }
-    dsp::AdmitInput(input, block, context.numFrames);
+    floor.AddTo(context.numFrames, block);
 }
 
 template <template <class> class Circuit>

@@ -4,6 +4,7 @@
 #include "dsp/filters/BiquadSection.h"
 #include "dsp/filters/FirstOrderSection.h"
 #include "dsp/framework/UnitModule.h"
+#include "dsp/math/SilenceFloor.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "vocoder/core/gain/SmoothedGain.h"
 
@@ -100,9 +101,10 @@ public:
 private:
     template <class... Channels>
     static void Run(const Channels&... channels);
-    void TakeInput(const dsp::ProcessContext& context) const;
+    void TakeInput(const dsp::ProcessContext& context);
     void Finish(const dsp::ProcessContext& context);
 
+    dsp::SilenceFloor floor;
     Circuit<double> circuit;
     DecibelGain levelGain;
     dsp::SmootherLPF gainSmoother{0.1};
