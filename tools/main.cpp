@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/common/Errors.h"
+#include "support/platform/Process.h"
 #include "tools/help/Completion.h"
 #include "tools/help/ManualPages.h"
 #include "tools/lists/ListCommands.h"
@@ -12,7 +13,6 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <memory>
@@ -21,6 +21,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -82,10 +83,8 @@ int RunChosen(const std::vector<std::unique_ptr<tools::Command>>& commands) {
 }
 
 /// Whole folders are the work of the Python package, which is there or not. Returns only when it cannot.
-int RunBatch(int argc, char** argv) {
-    std::string python = "python3";
-    std::string option = "-c";
-    std::string program =
+int RunBatch(const std::vector<std::string>& words) {
+    const std::string program =
         "import sys\n"
         "try:\n"
         "    from orphia.__main__ import main\n"
@@ -94,10 +93,9 @@ int RunBatch(int argc, char** argv) {
         "          f'{error}', file=sys.stderr)\n"
         "    sys.exit(1)\n"
         "sys.exit(main())\n";
-    std::vector<char*> arguments{python.data(), option.data(), program.data()};
-    arguments.insert(arguments.end(), argv + 1, argv + argc);
-    arguments.push_back(nullptr);
-    ::execvp(python.c_str(), arguments.data());
+    std::vector<std::string> command{"python3", "-c", program};
+    command.insert(command.end(), words.begin(), words.end());
+    Velmora::Platform::ReplaceByProgram(std::move(command));
     return Fail("batch needs python3", fileStatus);
 }
 
@@ -130,11 +128,12 @@ bool IsBatch(std::span<const std::string> words) {
 } // namespace
 
 int main(int argc, char** argv) {
-    const std::vector<std::string> words(argv + 1, argv + argc);
+    std::vector<std::string> words = Velmora::Platform::Arguments(argc, argv);
+    words.erase(words.begin(), words.begin() + (words.empty() ? 0 : 1));
     if (IsBatch(words)) {
-        return RunBatch(argc, argv);
+        return RunBatch(words);
     }
-    tools::WatchStopSignals();
+    Velmora::Platform::WatchStopSignals();
     CLI::App app{"Orphia VX, a sixteen-band vocoder instrument", "orphia"};
     app.set_version_flag("--version", "orphia " ORPHIA_VERSION);
     app.require_subcommand(1);
@@ -152,13 +151,15 @@ int main(int argc, char** argv) {
     if (const auto status = RunHidden(app, commands, words)) {
         return *status;
     }
-    const auto isNamed = [argv](const CLI::App* command) { return command->check_name(argv[1]); };
-    if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isNamed).empty()) {
-        return Fail(fmt::format("unknown command '{}'; see orphia --help", host::Excerpt(argv[1])),
+    const std::string first = words.empty() ? std::string() : words.front();
+    const auto isNamed = [&first](const CLI::App* command) { return command->check_name(first); };
+    if (!first.empty() && first.front() != '-' && app.get_subcommands(isNamed).empty()) {
+        return Fail(fmt::format("unknown command '{}'; see orphia --help", host::Excerpt(first)),
                     usageStatus);
     }
     try {
-        app.parse(argc, argv);
+        // The parser takes them from the end.
+        app.parse(std::vector<std::string>(words.rbegin(), words.rend()));
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) {
             return app.exit(error); // prints help or version

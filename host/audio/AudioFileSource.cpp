@@ -2,6 +2,8 @@
 #include "host/audio/AudioFileSource.h"
 
 #include "host/common/Errors.h"
+#include "host/common/Paths.h"
+#include "support/platform/Platform.h"
 
 #include <fmt/format.h>
 #include <sndfile.h>
@@ -14,32 +16,50 @@
 
 namespace orphia::host {
 
+namespace {
+
+namespace Platform = Velmora::Platform;
+using Stream = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+} // namespace
+
+/// What the library reads is a stream of ours, whose name it need not know.
 struct AudioFileSource::File {
     SF_INFO info{};
     SNDFILE* handle = nullptr;
 
-    /// What a pipe gave; it goes when it is closed.
-    std::FILE* copy = nullptr;
-
-    explicit File(const std::filesystem::path& path)
-        : handle(sf_open(path.string().c_str(), SFM_READ, &info)) {}
-    explicit File(std::FILE* pipe) : copy(pipe) {
-        handle = sf_open_fd(fileno(copy), SFM_READ, &info, SF_FALSE);
+    explicit File(Stream opened) : stream(std::move(opened)) {
+        SF_VIRTUAL_IO access{&Length, &Seek, &Read, &Write, &Tell};
+        handle = sf_open_virtual(&access, SFM_READ, &info, stream.get());
     }
-    ~File() {
-        sf_close(handle);
-        if (copy != nullptr) {
-            std::fclose(copy);
-        }
-    }
+    ~File() { sf_close(handle); }
     File(const File&) = delete;
     File& operator=(const File&) = delete;
+
+private:
+    static std::FILE* Of(void* stream) { return static_cast<std::FILE*>(stream); }
+    static sf_count_t Tell(void* stream) { return Platform::Tell(Of(stream)); }
+    static sf_count_t Seek(sf_count_t offset, int whence, void* stream) {
+        return Platform::Seek(Of(stream), offset, whence) ? Tell(stream) : -1;
+    }
+    static sf_count_t Length(void* stream) {
+        const sf_count_t here = Tell(stream);
+        const sf_count_t length = Seek(0, SEEK_END, stream);
+        Seek(here, SEEK_SET, stream);
+        return length;
+    }
+    static sf_count_t Read(void* bytes, sf_count_t count, void* stream) {
+        return static_cast<sf_count_t>(std::fread(bytes, 1, static_cast<std::size_t>(count), Of(stream)));
+    }
+    static sf_count_t Write(const void* /*bytes*/, sf_count_t /*count*/, void* /*stream*/) { return 0; }
+
+    Stream stream;
 };
 
 namespace {
 
 [[noreturn]] void Refuse(const std::filesystem::path& path, std::string_view reason) {
-    throw FileError(fmt::format("{}: {}", path.string(), reason));
+    throw FileError(fmt::format("{}: {}", TextOf(path), reason));
 }
 
 /// The library's own words for a missing or odd file are unclear, so the plain cases are told apart first.
@@ -60,25 +80,32 @@ void CheckReadable(const std::filesystem::path& path) {
     }
 }
 
+Stream Open(const std::filesystem::path& path) {
+    Stream stream(Platform::OpenFile(TextOf(path), "rb"), &std::fclose);
+    if (!stream) {
+        Refuse(path, "cannot be read: " + std::generic_category().message(errno));
+    }
+    return stream;
+}
+
 /// All of a pipe, in a file without a name. A signal ends the wait, as it would not inside the sound library.
-std::FILE* CopyOfPipe(const std::filesystem::path& path) {
-    using Handle = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+Stream CopyOfPipe(const std::filesystem::path& path) {
     constexpr std::size_t mostChunks = 65536; // 4 GB
-    const Handle pipe(std::fopen(path.string().c_str(), "rb"), &std::fclose);
-    Handle copy(std::tmpfile(), &std::fclose);
+    const Stream pipe = Open(path);
+    Stream copy(std::tmpfile(), &std::fclose);
     std::vector<char> chunk(65536);
     std::size_t count = chunk.size();
-    for (std::size_t n = 0; pipe && copy && count == chunk.size() && n < mostChunks; ++n) {
+    for (std::size_t n = 0; copy && count == chunk.size() && n < mostChunks; ++n) {
         count = std::fread(chunk.data(), 1, chunk.size(), pipe.get());
         if (std::fwrite(chunk.data(), 1, count, copy.get()) != count) {
             copy.reset();
         }
     }
-    if (!pipe || !copy || std::ferror(pipe.get()) != 0 || std::fflush(copy.get()) != 0) {
+    if (!copy || std::ferror(pipe.get()) != 0 || std::fflush(copy.get()) != 0) {
         Refuse(path, "cannot be read: " + std::generic_category().message(errno));
     }
     std::rewind(copy.get());
-    return copy.release();
+    return copy;
 }
 
 } // namespace
@@ -87,8 +114,7 @@ AudioFileSource::AudioFileSource(std::filesystem::path filePath, Playback filePl
     : path(std::move(filePath)), playback(filePlayback) {
     CheckReadable(path);
     std::error_code error;
-    file = std::filesystem::is_fifo(path, error) ? std::make_unique<File>(CopyOfPipe(path))
-                                                 : std::make_unique<File>(path);
+    file = std::make_unique<File>(std::filesystem::is_fifo(path, error) ? CopyOfPipe(path) : Open(path));
     if (file->handle == nullptr) {
         Refuse(path, fmt::format("cannot be read as audio: {}", sf_strerror(nullptr)));
     }

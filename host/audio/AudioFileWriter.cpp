@@ -2,6 +2,7 @@
 #include "host/audio/AudioFileWriter.h"
 
 #include "host/common/Errors.h"
+#include "host/common/Paths.h"
 
 #include <fmt/format.h>
 #include <sndfile.h>
@@ -84,7 +85,7 @@ constexpr double vorbisQuality = 0.7;
 constexpr std::uint64_t maxWavBytes = (1ULL << 32U) - 65536U;
 
 int ContainerOf(const std::filesystem::path& path) {
-    std::string extension = path.extension().string();
+    std::string extension = TextOf(path.extension());
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
     if (extension == ".wav") {
@@ -97,7 +98,7 @@ int ContainerOf(const std::filesystem::path& path) {
         return SF_FORMAT_OGG;
     }
     throw UsageError(
-        fmt::format("{}: unknown output format; the name must end in .wav, .flac or .ogg", path.string()));
+        fmt::format("{}: unknown output format; the name must end in .wav, .flac or .ogg", TextOf(path)));
 }
 
 int EncodingOf(SampleFormat format) {
@@ -137,10 +138,10 @@ SF_INFO InfoOf(int container, std::uint32_t sampleRate, SampleFormat format) {
 void AudioFileWriter::CheckFormat(const std::filesystem::path& path, std::optional<SampleFormat> format) {
     const int container = ContainerOf(path);
     if (container == SF_FORMAT_FLAC && format == SampleFormat::Float32) {
-        throw UsageError(fmt::format("{}: FLAC holds 16 or 24 bits, not float", path.string()));
+        throw UsageError(fmt::format("{}: FLAC holds 16 or 24 bits, not float", TextOf(path)));
     }
     if (container == SF_FORMAT_OGG && format) {
-        throw UsageError(fmt::format("{}: Vorbis has no sample format to choose", path.string()));
+        throw UsageError(fmt::format("{}: Vorbis has no sample format to choose", TextOf(path)));
     }
 }
 
@@ -153,7 +154,7 @@ AudioFileWriter::AudioFileWriter(const std::filesystem::path& path, std::uint32_
     const SF_INFO info = InfoOf(ContainerOf(path), sampleRate, format.value_or(SampleFormat::Int24));
     file = std::make_unique<File>(pending.TemporaryPath(), info);
     if (file->handle == nullptr) {
-        throw FileError(fmt::format("{}: cannot be written at {} Hz: {}", path.string(), sampleRate,
+        throw FileError(fmt::format("{}: cannot be written at {} Hz: {}", TextOf(path), sampleRate,
                                     sf_strerror(nullptr)));
     }
     double quality = vorbisQuality;
@@ -169,7 +170,7 @@ void AudioFileWriter::Write(std::span<const float> samples) {
     const std::uint64_t bytes = samples.size() * bytesPerSample;
     if (bytes > bytesLeft) {
         throw FileError(
-            fmt::format("{}: a WAV file ends at 4 GB; write .flac instead", pending.Target().string()));
+            fmt::format("{}: a WAV file ends at 4 GB; write .flac instead", TextOf(pending.Target())));
     }
     bytesLeft -= bytes;
     if (clips) {
@@ -178,7 +179,7 @@ void AudioFileWriter::Write(std::span<const float> samples) {
     }
     const auto frames = static_cast<sf_count_t>(samples.size() / channelCount);
     if (sf_writef_float(file->handle, samples.data(), frames) != frames) {
-        throw FileError(fmt::format("{}: cannot be written: {}", pending.Target().string(),
+        throw FileError(fmt::format("{}: cannot be written: {}", TextOf(pending.Target()),
                                     file->fault != 0 ? std::generic_category().message(file->fault)
                                                      : sf_strerror(file->handle)));
     }
@@ -190,7 +191,7 @@ void AudioFileWriter::Finish() {
     const bool isWhole = fault == 0 && std::filesystem::file_size(pending.TemporaryPath(), error) ==
                                            static_cast<std::uintmax_t>(file->length);
     if (!isWhole) {
-        throw FileError(fmt::format("{}: cannot be written: {}", pending.Target().string(),
+        throw FileError(fmt::format("{}: cannot be written: {}", TextOf(pending.Target()),
                                     std::generic_category().message(fault != 0 ? fault : EIO)));
     }
     pending.Commit();

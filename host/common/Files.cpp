@@ -2,6 +2,8 @@
 #include "host/common/Files.h"
 
 #include "host/common/Errors.h"
+#include "host/common/Paths.h"
+#include "support/platform/Platform.h"
 
 #include <fmt/format.h>
 
@@ -35,7 +37,7 @@ std::filesystem::path Resolved(std::filesystem::path path) {
 
 [[noreturn]] void Refuse(const std::filesystem::path& path, int reason) {
     throw FileError(
-        fmt::format("{}: cannot be written: {}", path.string(), std::generic_category().message(reason)));
+        fmt::format("{}: cannot be written: {}", TextOf(path), std::generic_category().message(reason)));
 }
 
 /// A name that nobody can guess or has taken.
@@ -56,8 +58,8 @@ std::string ReadWholeFile(const std::filesystem::path& path, std::uintmax_t maxS
         throw FileError(fmt::format("is too large for {}", kind));
     }
     // Not a stream, which would go on waiting for a pipe when a signal asks the program to end.
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.string().c_str(), "rb"),
-                                                               &std::fclose);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
+        Velmora::Platform::OpenFile(TextOf(path), "rb"), &std::fclose);
     if (!file) {
         throw FileError("cannot be opened: " + std::generic_category().message(errno));
     }
@@ -86,7 +88,7 @@ PendingFile::PendingFile(const std::filesystem::path& path)
         Refuse(path, EISDIR);
     }
     if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
-        throw FileError(fmt::format("{}: cannot be written: is not a file", path.string()));
+        throw FileError(fmt::format("{}: cannot be written: is not a file", TextOf(path)));
     }
     if (!std::ofstream(temporary, std::ios::binary)) {
         Refuse(path, errno);
@@ -113,7 +115,7 @@ void PendingFile::Commit() {
     std::error_code error;
     std::filesystem::rename(temporary, target, error);
     if (error) {
-        throw FileError(fmt::format("{}: cannot be written: {}", target.string(), error.message()));
+        throw FileError(fmt::format("{}: cannot be written: {}", TextOf(target), error.message()));
     }
     committed = true;
 }

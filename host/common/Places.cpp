@@ -2,6 +2,7 @@
 // The build tells how the folders of an installation lie to each other.
 #include "host/common/Places.h"
 
+#include "host/common/Paths.h"
 #include "support/platform/Platform.h"
 
 #include <algorithm>
@@ -15,7 +16,7 @@ namespace {
 /// Each place once, seen from the folder of this code.
 std::vector<std::filesystem::path> FromHere(std::initializer_list<std::filesystem::path> places) {
     std::error_code error;
-    const std::filesystem::path file = Velmora::Platform::LibraryPath();
+    const std::filesystem::path file = PathOf(Velmora::Platform::LibraryPath());
     const std::filesystem::path real = std::filesystem::canonical(file, error);
     const std::filesystem::path folder = (error ? file : real).parent_path();
     std::vector<std::filesystem::path> found;
@@ -31,7 +32,7 @@ std::vector<std::filesystem::path> FromHere(std::initializer_list<std::filesyste
 } // namespace
 
 std::vector<std::filesystem::path> EnginePlaces(std::string_view fileName) {
-    const std::filesystem::path name(fileName);
+    const std::filesystem::path name = PathOf(fileName);
     return FromHere(
         {name, ".." / ("lib" / name), ORPHIA_PROGRAMS_TO_ENGINE / name, ORPHIA_LIBRARIES_TO_ENGINE / name});
 }

@@ -2,6 +2,7 @@
 #include "host/engine/EngineLibrary.h"
 
 #include "host/common/Errors.h"
+#include "host/common/Paths.h"
 #include "processor/boundary/IProcessorFactory.h"
 #include "support/platform/DynamicLibrary.h"
 
@@ -16,7 +17,7 @@ namespace {
 
 /// The text of a field that need not end.
 template <std::size_t Capacity>
-std::string TextOf(const char (&field)[Capacity]) {
+std::string FieldText(const char (&field)[Capacity]) {
     const void* const end = std::memchr(field, 0, Capacity);
     return {field, end != nullptr ? static_cast<const char*>(end) : field + Capacity};
 }
@@ -33,15 +34,15 @@ EngineLibrary::EngineLibrary(std::filesystem::path file) {
         Refuse(fmt::format("its interface is version {}, and {} is needed", interfaceVersion,
                            Processor::version));
     }
-    version = TextOf(factory->version);
-    vendor = TextOf(factory->vendor);
-    name = TextOf(factory->name);
+    version = FieldText(factory->version);
+    vendor = FieldText(factory->vendor);
+    name = FieldText(factory->name);
 }
 
 EngineLibrary::~EngineLibrary() = default;
 
 void EngineLibrary::Refuse(std::string_view reason) const {
-    throw EngineError(fmt::format("{} cannot be used as the engine: {}", path.string(), reason));
+    throw EngineError(fmt::format("{} cannot be used as the engine: {}", TextOf(path), reason));
 }
 
 std::unique_ptr<EngineLibrary::Processor>

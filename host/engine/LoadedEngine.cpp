@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The engine as a library that is found and loaded at run time.
 #include "host/common/Errors.h"
+#include "host/common/Paths.h"
 #include "host/common/Places.h"
 #include "host/engine/EngineLibrary.h"
 #include "processor/boundary/IProcessorFactory.h"
@@ -36,7 +37,7 @@ std::filesystem::path FirstPresent(const std::vector<std::filesystem::path>& pla
     }
     std::vector<std::string> names(places.size());
     std::transform(places.begin(), places.end(), names.begin(),
-                   [](const std::filesystem::path& place) { return place.string(); });
+                   [](const std::filesystem::path& place) { return TextOf(place); });
     throw EngineError(fmt::format("the engine's library is not found: there is no {}; {} can name its place",
                                   fmt::join(names, " and no "), EngineLibrary::pathVariable));
 }
@@ -47,7 +48,7 @@ std::string EngineLibrary::FileName() { return Platform::LibraryFileName(library
 
 std::vector<std::filesystem::path> EngineLibrary::SearchedPlaces() {
     if (const auto named = Platform::Environment(pathVariable)) {
-        return {std::filesystem::path(*named)};
+        return {PathOf(*named)};
     }
     return EnginePlaces(FileName());
 }
@@ -65,7 +66,7 @@ Velmora::Processor::IProcessorFactory* EngineLibrary::MakeFactory(std::filesyste
         path = std::move(file);
         Refuse("there is no such file");
     }
-    library = std::make_unique<Platform::DynamicLibrary>(path.string());
+    library = std::make_unique<Platform::DynamicLibrary>(TextOf(path));
     if (!library->IsOpen()) {
         Refuse(library->GetError());
     }

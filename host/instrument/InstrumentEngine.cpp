@@ -2,6 +2,7 @@
 #include "host/instrument/InstrumentEngine.h"
 
 #include "host/common/Errors.h"
+#include "host/common/Paths.h"
 
 #include <fmt/format.h>
 
@@ -36,7 +37,7 @@ void Instrument::Engine::CheckNames() {
     const auto& parameters = catalog.Parameters();
     const auto refuse = [this](const std::string& reason) {
         throw EngineError(
-            fmt::format("{} is another version of the engine: {}", library->Path().string(), reason));
+            fmt::format("{} is another version of the engine: {}", TextOf(library->Path()), reason));
     };
     if (processor->GetParameterCount() != parameters.size()) {
         refuse(fmt::format("it has {} parameters instead of {}", processor->GetParameterCount(),

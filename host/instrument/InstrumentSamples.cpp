@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The samples and presets of the instrument: not for audio threads.
 #include "host/common/Errors.h"
+#include "host/common/Paths.h"
 #include "host/instrument/InstrumentEngine.h"
 #include "host/parameters/ParameterText.h"
 #include "host/presets/NeutralStart.h"
@@ -56,16 +57,16 @@ void Instrument::LoadSample(std::uint32_t sample, const std::filesystem::path& p
     ClearSample(sample);
     const std::filesystem::path whole =
         path.empty() ? path : std::filesystem::absolute(path).lexically_normal();
-    if (path.empty() || whole.string().size() > longestPath) {
-        throw FileError(fmt::format("{}: is no path of a sample; they have at most {} bytes", whole.string(),
+    if (path.empty() || TextOf(whole).size() > longestPath) {
+        throw FileError(fmt::format("{}: is no path of a sample; they have at most {} bytes", TextOf(whole),
                                     longestPath));
     }
-    engine->SendPath(sample, whole.string());
+    engine->SendPath(sample, TextOf(whole));
     if (!engine->WaitForLoads(limit)) {
-        throw FileError(fmt::format("{}: takes too long to load", path.string()));
+        throw FileError(fmt::format("{}: takes too long to load", TextOf(path)));
     }
     if (!HasSample(sample)) {
-        throw FileError(fmt::format("{}: cannot be used as a sample", path.string()));
+        throw FileError(fmt::format("{}: cannot be used as a sample", TextOf(path)));
     }
     engine->paths[sample] = whole;
 }

@@ -3,6 +3,7 @@
 
 #include "host/common/Errors.h"
 #include "host/common/Files.h"
+#include "host/common/Paths.h"
 #include "host/midi/MidiTracks.h"
 
 #include <fmt/format.h>
@@ -177,7 +178,7 @@ MidiFile MidiFile::Read(const std::filesystem::path& path) {
         const std::string text = ReadWholeFile(path, maxFileSize, "a MIDI file");
         return Parse({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
     } catch (const FileError& error) {
-        throw FileError(fmt::format("{}: {}", path.string(), error.what()));
+        throw FileError(fmt::format("{}: {}", TextOf(path), error.what()));
     }
 }
 

@@ -7,6 +7,7 @@
 #include "engine/samples/SampleManager.h"
 #include "host/audio/AudioFileSource.h"
 #include "host/common/Errors.h"
+#include "host/common/Paths.h"
 
 #include <fmt/format.h>
 
@@ -55,7 +56,7 @@ void CheckNumbers(const std::filesystem::path& path, SampleReport& report) {
     } catch (const FileError& error) {
         report.isAccepted = false;
         const std::string reason = error.what();
-        const std::string prefix = path.string() + ": ";
+        const std::string prefix = TextOf(path) + ": ";
         report.reason = reason.starts_with(prefix) ? reason.substr(prefix.size()) : reason;
     }
 }
@@ -110,11 +111,11 @@ std::optional<double> PitchOf(const SampleData& sample, const std::function<bool
 SampleReport InspectSample(const std::filesystem::path& path, const std::function<bool()>& goesOn) {
     using Manager = Velmora::engine::SampleManager;
     SampleReport report;
-    if (path.string().size() > Manager::maximumPathLength) {
+    if (TextOf(path).size() > Manager::maximumPathLength) {
         report.reason = fmt::format("its path is longer than {} bytes", Manager::maximumPathLength);
         return report;
     }
-    const SampleReader::Result result = SampleReader().Read(path.string());
+    const SampleReader::Result result = SampleReader().Read(TextOf(path));
     report.channelCount = std::max(result.channelCount, 0);
     report.sampleRate = std::max(result.sampleRate, 0);
     const auto frames = static_cast<std::uint64_t>(std::max<std::int64_t>(result.frames, 0));

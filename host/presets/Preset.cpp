@@ -3,6 +3,7 @@
 
 #include "host/common/Errors.h"
 #include "host/common/Files.h"
+#include "host/common/Paths.h"
 #include "host/parameters/ParameterText.h"
 #include "host/presets/PresetLibrary.h"
 
@@ -26,17 +27,17 @@ using Json = nlohmann::ordered_json;
 constexpr std::string_view formatName = "orphia-preset";
 constexpr std::uintmax_t maxFileSize = 1U << 20U;
 
-long LineAt(std::string_view text, std::size_t offset) {
+std::ptrdiff_t LineAt(std::string_view text, std::size_t offset) {
     const std::string_view before = text.substr(0, offset);
     return 1 + std::count(before.begin(), before.end(), '\n');
 }
 
-[[noreturn]] void Refuse(long line, std::string_view reason) {
+[[noreturn]] void Refuse(std::ptrdiff_t line, std::string_view reason) {
     throw FileError(fmt::format("line {}: {}", line, reason));
 }
 
 /// The line of a key of the outermost object or of the parameters; keys are written as they are read.
-long LineOfKey(std::string_view text, const std::string& key) {
+std::ptrdiff_t LineOfKey(std::string_view text, const std::string& key) {
     const std::string quoted = Json(key).dump();
     for (auto at = text.find(quoted); at != std::string_view::npos; at = text.find(quoted, at + 1)) {
         const auto next = text.find_first_not_of(" \t\r\n", at + quoted.size());
@@ -137,7 +138,7 @@ std::string UnknownMessage(const ParameterCatalog& catalog, const std::string& n
 }
 
 /// A text of the outermost object; empty when there is none.
-std::string TextOf(const Json& root, std::string_view text, const char* key) {
+std::string MemberText(const Json& root, std::string_view text, const char* key) {
     if (!root.contains(key)) {
         return {};
     }
@@ -190,10 +191,10 @@ bool IsShipped(const std::filesystem::path& way) {
     return !way.empty() && (*way.begin() == "presets" || *way.begin() == "examples");
 }
 
-std::filesystem::path PathOf(std::string_view text, const std::filesystem::path& folder) {
+std::filesystem::path SamplePath(std::string_view text, const std::filesystem::path& folder) {
     const bool isShipped = text.starts_with(Preset::shippedPrefix);
     text.remove_prefix(isShipped ? Preset::shippedPrefix.size() : 0);
-    return ((isShipped ? ShippedFolder() : folder) / text).lexically_normal();
+    return ((isShipped ? ShippedFolder() : folder) / PathOf(text)).lexically_normal();
 }
 
 std::map<std::uint32_t, std::filesystem::path> ReadSamples(const Json& samples, std::string_view text,
@@ -212,7 +213,7 @@ std::map<std::uint32_t, std::filesystem::path> ReadSamples(const Json& samples, 
         if (!value.is_string() || value.get<std::string>().empty()) {
             Refuse(LineOfKey(text, key), fmt::format("the path of sample {} must be a text", key));
         }
-        paths[number - 1] = PathOf(value.get<std::string>(), folder);
+        paths[number - 1] = SamplePath(value.get<std::string>(), folder);
     }
     return paths;
 }
@@ -232,11 +233,11 @@ std::filesystem::path WayTo(const std::filesystem::path& path, const std::filesy
 std::string PathText(const std::filesystem::path& path, const std::filesystem::path& folder) {
     const std::filesystem::path near = folder.empty() ? folder : WayTo(path, folder, 1);
     if (!near.empty()) {
-        return near.generic_string();
+        return PortableTextOf(near);
     }
     const std::filesystem::path shipped = WayTo(path, ShippedFolder(), 0);
-    return IsShipped(shipped) ? std::string(Preset::shippedPrefix) + shipped.generic_string()
-                              : path.generic_string();
+    return IsShipped(shipped) ? std::string(Preset::shippedPrefix) + PortableTextOf(shipped)
+                              : PortableTextOf(path);
 }
 
 } // namespace
@@ -246,8 +247,8 @@ Preset ParsePreset(std::string_view text, const ParameterCatalog& catalog, std::
     const Json root = ParseJson(text);
     CheckHeader(root, text);
     Preset preset;
-    preset.name = TextOf(root, text, "name");
-    preset.description = TextOf(root, text, "description");
+    preset.name = MemberText(root, text, "name");
+    preset.description = MemberText(root, text, "description");
     preset.tags = TagsOf(root, text);
     ReadSettings(root["parameters"], text, catalog, preset, warnings);
     if (root.contains("samples") && catalog.Tree() == EngineTree::Instrument) {
@@ -259,7 +260,7 @@ Preset ParsePreset(std::string_view text, const ParameterCatalog& catalog, std::
 PresetSummary SummaryOf(std::string_view text) {
     const Json root = ParseJson(text);
     CheckHeader(root, text);
-    return {TextOf(root, text, "name"), TextOf(root, text, "description"), TagsOf(root, text)};
+    return {MemberText(root, text, "name"), MemberText(root, text, "description"), TagsOf(root, text)};
 }
 
 Preset ReadPreset(const std::filesystem::path& path, const ParameterCatalog& catalog,
@@ -269,11 +270,11 @@ Preset ReadPreset(const std::filesystem::path& path, const ParameterCatalog& cat
         const std::string text = ReadWholeFile(path, maxFileSize, "a preset");
         Preset preset = ParsePreset(text, catalog, warnings, FolderOf(path));
         for (std::size_t i = first; i < warnings.size(); ++i) {
-            warnings[i] = fmt::format("{}: {}", path.string(), warnings[i]);
+            warnings[i] = fmt::format("{}: {}", TextOf(path), warnings[i]);
         }
         return preset;
     } catch (const FileError& error) {
-        throw FileError(fmt::format("{}: {}", path.string(), error.what()));
+        throw FileError(fmt::format("{}: {}", TextOf(path), error.what()));
     }
 }
 
@@ -281,7 +282,7 @@ PresetSummary ReadPresetSummary(const std::filesystem::path& path) {
     try {
         return SummaryOf(ReadWholeFile(path, maxFileSize, "a preset"));
     } catch (const FileError& error) {
-        throw FileError(fmt::format("{}: {}", path.string(), error.what()));
+        throw FileError(fmt::format("{}: {}", TextOf(path), error.what()));
     }
 }
 

@@ -2,6 +2,7 @@
 #include "host/presets/PresetLibrary.h"
 
 #include "host/common/Errors.h"
+#include "host/common/Paths.h"
 #include "host/common/Places.h"
 #include "host/common/TextDistance.h"
 #include "support/platform/Platform.h"
@@ -42,8 +43,7 @@ bool IsFile(const std::filesystem::path& path) {
 
 std::filesystem::path PresetLibrary::UserFolder() {
     const std::optional<std::string> data = Velmora::Platform::UserDataFolder();
-    return data ? std::filesystem::path(*data) / "Velmora" / "Orphia VX" / "Presets"
-                : std::filesystem::path();
+    return data ? PathOf(*data) / "Velmora" / "Orphia VX" / "Presets" : std::filesystem::path();
 }
 
 std::filesystem::path PresetLibrary::FactoryFolder() {
@@ -66,10 +66,10 @@ void PresetLibrary::ReadFolder(const std::filesystem::path& folder, std::vector<
         try {
             // Nobody has asked for reading a pipe or a device.
             if (!IsFile(path)) {
-                throw FileError(fmt::format("{}: is not a file", path.string()));
+                throw FileError(fmt::format("{}: is not a file", TextOf(path)));
             }
             const PresetSummary summary = ReadPresetSummary(path);
-            own.push_back({path.stem().string(), summary.name, summary.description, summary.tags, path});
+            own.push_back({TextOf(path.stem()), summary.name, summary.description, summary.tags, path});
         } catch (const FileError& reason) {
             leftOut.push_back(fmt::format("{} (left out of the presets)", reason.what()));
         }
@@ -146,8 +146,8 @@ Preset PresetLibrary::Open(const std::string& pathOrName, const ParameterCatalog
     if (pathOrName == defaultId) {
         return DefaultPreset(catalog);
     }
-    if (pathOrName.ends_with(ending) || IsFile(pathOrName)) {
-        return ReadPreset(pathOrName, catalog, warnings);
+    if (pathOrName.ends_with(ending) || IsFile(PathOf(pathOrName))) {
+        return ReadPreset(PathOf(pathOrName), catalog, warnings);
     }
     warnings.insert(warnings.end(), leftOut.begin(), leftOut.end());
     const std::string wanted = Plain(pathOrName);

@@ -3,6 +3,7 @@
 
 #include "host/common/Errors.h"
 #include "host/common/Files.h"
+#include "host/common/Paths.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -198,7 +199,7 @@ void WriteManualPages(const CLI::App& program, const std::filesystem::path& fold
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) {
-        throw host::FileError(fmt::format("{}: {}", folder.string(), error.message()));
+        throw host::FileError(fmt::format("{}: {}", host::TextOf(folder), error.message()));
     }
     std::vector<const CLI::App*> apps = program.get_subcommands({});
     apps.push_back(&program);

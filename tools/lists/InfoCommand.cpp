@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "host/common/Paths.h"
 #include "host/instrument/Instrument.h"
 #include "host/player/BlockAdapter.h"
+#include "support/platform/Platform.h"
 #include "tools/lists/ListCommands.h"
 #include "tools/options/InstrumentOptions.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -27,13 +27,8 @@ constexpr double mebibyte = 1024.0 * 1024.0;
 
 /// What of this process is in memory, in bytes; nothing where the system does not tell.
 std::optional<double> ResidentBytes() {
-    std::ifstream file("/proc/self/statm");
-    double pages = 0.0;
-    double resident = 0.0;
-    if (!(file >> pages >> resident)) {
-        return std::nullopt;
-    }
-    return resident * static_cast<double>(sysconf(_SC_PAGESIZE));
+    const auto bytes = static_cast<double>(Velmora::Platform::ResidentMemory());
+    return bytes > 0.0 ? std::optional(bytes) : std::nullopt;
 }
 
 /// A moment of it, so that its memory is touched.
@@ -76,7 +71,7 @@ void PrintEngine(const EngineLibrary& library) {
     fmt::print("engine      {}\n", library.Name());
     fmt::print("vendor      {}\n", library.Vendor());
     fmt::print("version     {}, interface {}\n", library.Version(), library.InterfaceVersion());
-    fmt::print("library     {}\n", library.Path().string());
+    fmt::print("library     {}\n", host::TextOf(library.Path()));
 }
 
 void PrintBlocks(Instrument& instrument) {

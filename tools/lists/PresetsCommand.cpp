@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "host/common/Paths.h"
 #include "host/parameters/ParameterText.h"
 #include "host/presets/PresetLibrary.h"
 #include "tools/lists/ListCommands.h"
@@ -46,7 +47,7 @@ void PresetsCommand::List() const {
     table.Print();
     std::for_each(library.Warnings().begin(), library.Warnings().end(), Warn);
     if (const auto folder = PresetLibrary::UserFolder(); !folder.empty()) {
-        fmt::print("\nYour own ones belong into {}\n", folder.string());
+        fmt::print("\nYour own ones belong into {}\n", host::TextOf(folder));
     }
 }
 
@@ -70,7 +71,7 @@ void PresetsCommand::Show() const {
     }
     if (preset.samples) {
         for (const auto& [sample, path] : *preset.samples) {
-            table.Add({fmt::format("sample {}", sample + 1), path.string(), ""});
+            table.Add({fmt::format("sample {}", sample + 1), host::TextOf(path), ""});
         }
     }
     table.Print();

@@ -4,6 +4,7 @@
 #include "host/engine/EngineLibrary.h"
 #include "host/instrument/Instrument.h"
 #include "host/parameters/ParameterText.h"
+#include "tools/options/PathOption.h"
 #include "tools/terminal/Terminal.h"
 
 #include <CLI/CLI.hpp>
@@ -14,7 +15,7 @@
 namespace orphia::tools {
 
 void AddEngineOption(CLI::App& command, std::filesystem::path& path) {
-    command.add_option("--engine", path, "the engine's library; else the one that came with this command")
+    AddPath(command, "--engine", path, "the engine's library; else the one that came with this command")
         ->type_name("FILE");
 }
 

@@ -2,10 +2,12 @@
 #include "tools/options/RenderOptions.h"
 
 #include "host/common/Errors.h"
+#include "host/common/Paths.h"
 #include "host/instrument/Instrument.h"
 #include "host/parameters/ParameterText.h"
 #include "host/presets/PresetLibrary.h"
 #include "tools/options/ParameterList.h"
+#include "tools/options/PathOption.h"
 #include "tools/terminal/Terminal.h"
 
 #include <CLI/CLI.hpp>
@@ -36,7 +38,7 @@ host::Preset OpenPreset(const std::string& pathOrName, std::vector<std::string>&
 RenderOptions::RenderOptions(CLI::App& app, host::EngineTree engineTree, const std::string& rateDefault)
     : command(app), tree(engineTree) {
     const bool playsInstrument = tree == host::EngineTree::Instrument;
-    app.add_option("-o,--output", outputPath, "the result: .wav, .flac or .ogg; replaced if it exists")
+    AddPath(app, "-o,--output", outputPath, "the result: .wav, .flac or .ogg; replaced if it exists")
         ->type_name("FILE");
     app.add_option("--set", assignments, "set a parameter, over all presets; may be repeated")
         ->type_name("NAME=VALUE")
@@ -45,7 +47,7 @@ RenderOptions::RenderOptions(CLI::App& app, host::EngineTree engineTree, const s
                    playsInstrument ? "a preset by its name (orphia presets lists them), or a file"
                                    : "settings from a file, over the built-in ones")
         ->type_name(playsInstrument ? "NAME" : "FILE");
-    app.add_option("--save-preset", savePresetPath, "write the settings of this run to a file")
+    AddPath(app, "--save-preset", savePresetPath, "write the settings of this run to a file")
         ->type_name("FILE");
     app.add_option("--rate", sampleRate, "sample rate; else " + rateDefault)->type_name("HZ");
     app.add_option("--bits,--format", bits, "of the samples: 16, 24 (as by default) or float")
@@ -105,7 +107,7 @@ void RenderOptions::CheckFiles(std::span<const std::filesystem::path> inputs) co
     }
     for (const auto& input : read) {
         if (SameFile(input, outputPath)) {
-            throw UsageError(fmt::format("{} is both input and output", outputPath.string()));
+            throw UsageError(fmt::format("{} is both input and output", host::TextOf(outputPath)));
         }
     }
     // A preset may be saved over the one that it comes from.
@@ -113,7 +115,7 @@ void RenderOptions::CheckFiles(std::span<const std::filesystem::path> inputs) co
     kept.push_back(outputPath);
     for (const auto& other : kept) {
         if (SavesPreset() && SameFile(other, savePresetPath)) {
-            throw UsageError(fmt::format("the preset would replace {}", other.string()));
+            throw UsageError(fmt::format("the preset would replace {}", host::TextOf(other)));
         }
     }
 }
@@ -130,7 +132,7 @@ host::Preset RenderOptions::ReadPreset() const {
 }
 
 std::unique_ptr<host::PendingFile> RenderOptions::BeginPreset(host::Preset preset) const {
-    preset.name = savePresetPath.stem().string();
+    preset.name = host::TextOf(savePresetPath.stem());
     auto file = std::make_unique<host::PendingFile>(savePresetPath);
     file->Write(
         host::FormatPreset(preset, Catalog(), std::filesystem::absolute(savePresetPath).parent_path()));

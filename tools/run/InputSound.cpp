@@ -2,6 +2,7 @@
 #include "tools/run/InputSound.h"
 
 #include "host/audio/ResampledSource.h"
+#include "host/common/Paths.h"
 #include "tools/terminal/Terminal.h"
 
 #include <fmt/format.h>
@@ -44,7 +45,7 @@ double InputSound::ExpectedSeconds() const {
 
 void InputSound::WarnOfReplaced() const {
     if (file->ReplacedSamples() > 0) {
-        Warn(fmt::format("{}: {} samples were not finite numbers and read as silence", path.string(),
+        Warn(fmt::format("{}: {} samples were not finite numbers and read as silence", host::TextOf(path),
                          file->ReplacedSamples()));
     }
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "tools/run/RenderOutput.h"
 
+#include "host/common/Paths.h"
 #include "tools/terminal/Terminal.h"
 
 #include <fmt/format.h>
@@ -91,7 +92,7 @@ void RenderOutput::PrintSummary() const {
                          writer.ClippedSamples()));
     }
     const std::optional<double> integrated = loudness.IntegratedLoudness();
-    fmt::print("output    {}\n", path.string());
+    fmt::print("output    {}\n", host::TextOf(path));
     fmt::print("duration  {:.3f} s\n", Seconds());
     fmt::print("peak      {} dBFS\n", Decibels(loudness.SamplePeak()));
     fmt::print("loudness  {}\n",

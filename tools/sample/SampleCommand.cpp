@@ -2,8 +2,10 @@
 #include "tools/sample/SampleCommand.h"
 
 #include "host/common/Errors.h"
+#include "host/common/Paths.h"
 #include "host/instrument/Instrument.h"
 #include "host/parts/SampleReport.h"
+#include "tools/options/PathOption.h"
 #include "tools/run/Performance.h"
 #include "tools/run/RenderOutput.h"
 #include "tools/run/RunDisplay.h"
@@ -73,7 +75,7 @@ std::string ReportText(const SampleReport& report) {
 SampleCommand::SampleCommand(CLI::App& app)
     : Command(app, "sample", "Tell what the sampler makes of sound files, or render one"), slot(*command),
       options(*command, "that of the file") {
-    command->add_option("FILE", paths, "sound files; with -o a single one")->type_name("");
+    AddPaths(*command, "FILE", paths, "sound files; with -o a single one")->type_name("");
     command
         ->add_option("--seconds", heldSeconds,
                      "hold the key so long; else until the sample ends, a loop for twice its length")
@@ -128,7 +130,7 @@ void SampleCommand::Report() const {
     std::size_t refused = 0;
     for (const auto& path : paths) {
         const SampleReport report = host::InspectSample(path);
-        fmt::print("{}: {}\n", LineOf(path.string()), ReportText(report));
+        fmt::print("{}: {}\n", LineOf(host::TextOf(path)), ReportText(report));
         refused += report.isAccepted ? 0 : 1;
         if (StopSignal() != 0) {
             throw Stopped();
@@ -142,7 +144,7 @@ void SampleCommand::Report() const {
 void SampleCommand::Render() const {
     const SampleReport report = host::InspectSample(paths.front());
     if (!report.isAccepted) {
-        throw FileError(fmt::format("{}: {}", paths.front().string(), report.reason));
+        throw FileError(fmt::format("{}: {}", host::TextOf(paths.front()), report.reason));
     }
     const auto ownRate = std::clamp(static_cast<std::uint32_t>(report.sampleRate),
                                     host::Instrument::minimumSampleRate, host::Instrument::maximumSampleRate);
@@ -166,7 +168,7 @@ void SampleCommand::Render() const {
     if (presetFile) {
         presetFile->Commit();
     }
-    fmt::print("{}: {}\n", paths.front().string(), ReportText(report));
+    fmt::print("{}: {}\n", host::TextOf(paths.front()), ReportText(report));
     output.PrintSummary();
 }
 

@@ -3,6 +3,7 @@
 
 #include "host/common/Errors.h"
 #include "host/common/Files.h"
+#include "host/common/Paths.h"
 #include "host/instrument/Instrument.h"
 #include "host/parameters/ParameterText.h"
 
@@ -150,7 +151,7 @@ Automation Automation::Read(const std::filesystem::path& path, const host::Param
         }
         return automation;
     } catch (const std::runtime_error& error) { // of the line, or of its parameter
-        throw FileError(fmt::format("{}: {}{}", path.string(), place, error.what()));
+        throw FileError(fmt::format("{}: {}{}", host::TextOf(path), place, error.what()));
     }
 }
 

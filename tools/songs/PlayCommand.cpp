@@ -2,6 +2,7 @@
 #include "tools/songs/PlayCommand.h"
 
 #include "host/common/Errors.h"
+#include "tools/options/PathOption.h"
 
 #include <CLI/CLI.hpp>
 
@@ -9,8 +10,7 @@ namespace orphia::tools {
 
 PlayCommand::PlayCommand(CLI::App& app)
     : Command(app, "play", "Render a MIDI file through the carrier alone"), options(*command, "44100") {
-    command->add_option("MIDIFILE", job.song, "the song: a standard MIDI file of format 0 or 1")
-        ->type_name("");
+    AddPath(*command, "MIDIFILE", job.song, "the song: a standard MIDI file of format 0 or 1")->type_name("");
     command
         ->add_option("--tail", tailSeconds,
                      "go on after the song's end; else until it is silent, at most 30 s")

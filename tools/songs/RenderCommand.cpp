@@ -3,6 +3,7 @@
 
 #include "host/common/Errors.h"
 #include "host/instrument/Instrument.h"
+#include "tools/options/PathOption.h"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
@@ -18,7 +19,7 @@ using host::UsageError;
 void AppendSlots(std::string_view list, std::vector<std::filesystem::path>& paths) {
     for (;;) {
         const auto comma = list.find(',');
-        paths.emplace_back(list.substr(0, comma));
+        paths.push_back(host::PathOf(list.substr(0, comma)));
         if (comma == std::string_view::npos) {
             return;
         }
@@ -31,19 +32,18 @@ void AppendSlots(std::string_view list, std::vector<std::filesystem::path>& path
 RenderCommand::RenderCommand(CLI::App& app)
     : Command(app, "render", "Play the instrument: a voice speaks, a song sings"),
       options(*command, "that of the voice, at least 44100") {
-    command->add_option("--voice", job.voice, "a sound file for the external input")->type_name("FILE");
+    AddPath(*command, "--voice", job.voice, "a sound file for the external input")->type_name("FILE");
     command
         ->add_option("--slots", slotLists,
                      "sound files for the samples instead, separated by commas, up to 12; an empty name "
                      "leaves a sample as it is; may be repeated")
         ->type_name("FILES")
         ->allow_extra_args(false);
-    command->add_option("--midi", job.song, "the song: a standard MIDI file of format 0 or 1")
+    AddPath(*command, "--midi", job.song, "the song: a standard MIDI file of format 0 or 1")
         ->type_name("FILE");
-    command
-        ->add_option("--automation", job.automation,
-                     "parameters that move: lines of time,parameter,value[,move]; a time in seconds or as "
-                     "bar:beat, a move jump or linear")
+    AddPath(*command, "--automation", job.automation,
+            "parameters that move: lines of time,parameter,value[,move]; a time in seconds or as "
+            "bar:beat, a move jump or linear")
         ->type_name("FILE");
     command->add_option("--monitor", monitor, "hear what goes into the vocoder: carrier or modulator")
         ->type_name("WHAT")

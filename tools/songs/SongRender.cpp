@@ -3,6 +3,7 @@
 
 #include "host/audio/AudioFileSource.h"
 #include "host/common/Errors.h"
+#include "host/common/Paths.h"
 #include "host/instrument/Instrument.h"
 #include "host/parts/SampleReport.h"
 #include "tools/run/InputSound.h"
@@ -55,7 +56,7 @@ void LoadSlots(Instrument& instrument, const std::vector<std::filesystem::path>&
             if (report.isAccepted) {
                 throw;
             }
-            throw host::FileError(fmt::format("{}: {}", paths[slot].string(), report.reason));
+            throw host::FileError(fmt::format("{}: {}", host::TextOf(paths[slot]), report.reason));
         }
     }
 }
@@ -78,7 +79,7 @@ void CheckHearsSomething(const Instrument& instrument, bool hasVoice) {
 void WarnWithoutNotes(const SongJob& job, const Instrument& instrument, std::size_t noteCount) {
     if (!job.song.empty()) {
         if (noteCount == 0) {
-            Warn(fmt::format("{} holds no notes", job.song.string()));
+            Warn(fmt::format("{} holds no notes", host::TextOf(job.song)));
         }
     } else if (OutputOf(instrument) != ModulatorMonitor && instrument.Value("Carrier_PitchTrack") < 0.5F) {
         Warn("without --midi no note is played; Carrier_PitchTrack=on lets the voice play");

@@ -2,40 +2,10 @@
 #include "tools/terminal/Terminal.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
-#include <initializer_list>
 
 namespace orphia::tools {
-
-namespace {
-
-volatile std::sig_atomic_t notedSignal = 0;
-
-/// Once a second from the first signal on: it ends also the wait that began just behind it.
-extern "C" void Remind(int /*signal*/) { alarm(1); }
-
-extern "C" void NoteSignal(int signal) {
-    notedSignal = signal;
-    alarm(1);
-}
-
-/// A signal that is ignored, as under nohup, stays so. A blocked call ends with it and is not begun anew.
-void Watch(int signal, void (*handler)(int)) {
-    struct sigaction action {};
-    sigaction(signal, nullptr, &action);
-    if (action.sa_handler != SIG_IGN) {
-        action = {};
-        action.sa_handler = handler;
-        sigaction(signal, &action, nullptr);
-    }
-}
-
-} // namespace
-
-bool IsTerminal(std::FILE* stream) { return isatty(fileno(stream)) != 0; }
 
 std::string LineOf(std::string_view message) {
     constexpr std::size_t most = 480;
@@ -58,16 +28,5 @@ std::string LineOf(std::string_view message) {
 }
 
 void Warn(std::string_view message) { fmt::print(stderr, "orphia: warning: {}\n", LineOf(message)); }
-
-void WatchStopSignals() {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
-        Watch(signal, NoteSignal);
-    }
-    Watch(SIGALRM, Remind);
-    // A limit of the size of files is told as what it is, a write that fails.
-    std::signal(SIGXFSZ, SIG_IGN);
-}
-
-int StopSignal() { return notedSignal; }
 
 } // namespace orphia::tools

@@ -3,6 +3,7 @@
 
 #include "host/common/Errors.h"
 #include "host/parts/VocoderSession.h"
+#include "tools/options/PathOption.h"
 #include "tools/run/InputSound.h"
 #include "tools/run/Performance.h"
 #include "tools/run/RenderOutput.h"
@@ -52,8 +53,8 @@ private:
 VocodeCommand::VocodeCommand(CLI::App& app)
     : Command(app, "vocode", "Vocode a sound file with another one"),
       options(*command, host::EngineTree::Vocoder, "the higher one of both files, at least 44100") {
-    command->add_option("MODULATOR", modulatorPath, "what speaks; gives the length")->type_name("");
-    command->add_option("CARRIER", carrierPath, "what sounds; a shorter one ends in silence")->type_name("");
+    AddPath(*command, "MODULATOR", modulatorPath, "what speaks; gives the length")->type_name("");
+    AddPath(*command, "CARRIER", carrierPath, "what sounds; a shorter one ends in silence")->type_name("");
     command->add_flag("--loop-carrier", loopsCarrier, "begin the carrier anew when it ends");
     command->add_option("--tail", tailSeconds, "go on after the modulator's end")->type_name("SECONDS");
     command->add_flag("--meters", showsMeters, "show band meters and lights");

@@ -4,6 +4,8 @@
 #include "support/platform/Types.h"
 
 #include <cstddef>
+#include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -36,7 +38,7 @@ std::string LibraryFileName(std::string_view name);
 /// no such place.
 std::string TuningLibraryPath();
 
-/// What the system's loader, with its own search, knows libsndfile by.
+/// What the system's loader knows libsndfile by: with its own search, or where it lies beside this library.
 std::string SystemSoundFileLibrary();
 
 /// Whether a file, or anything else, exists at `path`.
@@ -44,6 +46,13 @@ bool FileExists(const std::string& path);
 
 /// Whether `path` is a file or a link to one, and no folder, pipe, socket or device.
 bool IsRegularFile(const std::string& path);
+
+/// As fopen: null, with errno, when it cannot be opened.
+std::FILE* OpenFile(const std::string& path, const char* mode);
+
+/// As fseek and ftell, for files of any length.
+bool Seek(std::FILE* file, std::int64_t offset, int whence);
+std::int64_t Tell(std::FILE* file);
 
 /// Names the calling thread; does nothing where that is not possible.
 void SetThreadName(const std::string& name);

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -25,7 +24,7 @@ constexpr u8 unknownChannel = 255;
 class LoadedTuning {
 public:
     explicit LoadedTuning(const std::string& variant)
-        : path(std::filesystem::path(ORPHIA_TEST_TUNING) / (variant + std::string(".so"))), library(path) {
+        : path(std::string(ORPHIA_TEST_TUNING) + "/" + variant + ".so"), library(path) {
         const auto getState = library.FindFunction<TestTuning*()>("TestTuning_State");
         if (getState == nullptr) {
             throw std::runtime_error(library.GetError());

@@ -123,6 +123,12 @@ bool IsRegularFile(const std::string& path) {
     return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
+std::FILE* OpenFile(const std::string& path, const char* mode) { return std::fopen(path.c_str(), mode); }
+
+bool Seek(std::FILE* file, std::int64_t offset, int whence) { return fseeko(file, offset, whence) == 0; }
+
+std::int64_t Tell(std::FILE* file) { return ftello(file); }
+
 void SetThreadName(const std::string& name) {
     const std::string shortName(CutAtCharacter(name, maxThreadNameBytes));
     pthread_setname_np(pthread_self(), shortName.c_str());

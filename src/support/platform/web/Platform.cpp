@@ -2,6 +2,9 @@
 // A browser, or whatever else runs WebAssembly: one module in a sandbox, without files, folders and threads.
 #include "support/platform/Platform.h"
 
+#include <cerrno>
+#include <cstdint>
+
 namespace Velmora::Platform {
 
 std::string_view LibrarySuffix() { return ".wasm"; }
@@ -25,6 +28,15 @@ std::string SystemSoundFileLibrary() { return "libsndfile"; }
 bool FileExists(const std::string& /*path*/) { return false; }
 
 bool IsRegularFile(const std::string& /*path*/) { return false; }
+
+std::FILE* OpenFile(const std::string& /*path*/, const char* /*mode*/) {
+    errno = ENOENT;
+    return nullptr;
+}
+
+bool Seek(std::FILE* /*file*/, std::int64_t /*offset*/, int /*whence*/) { return false; }
+
+std::int64_t Tell(std::FILE* /*file*/) { return -1; }
 
 void SetThreadName(const std::string& /*name*/) {}
 

@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 
@@ -43,6 +44,12 @@ std::string FindKnownFolder(const KNOWNFOLDERID& which) {
     return path;
 }
 
+std::string WideLibraryPath(HMODULE module) {
+    std::array<wchar_t, pathCapacity> path{};
+    const DWORD length = GetModuleFileNameW(module, path.data(), pathCapacity);
+    return length < pathCapacity ? ToUtf8({path.data(), length}) : std::string();
+}
+
 } // namespace
 
 std::string_view LibrarySuffix() { return ".dll"; }
@@ -61,7 +68,10 @@ std::string LibraryPath() {
         std::fprintf(stderr, "GetModuleFileNameA returned %d\n", static_cast<int>(GetLastError()));
         return {};
     }
-    return ToUtf8(ToWideFromSystemCodePage({path.data(), length}));
+    const std::string_view text(path.data(), length);
+    // In place of a letter that the code page lacks stands what no path has.
+    return text.find('?') == std::string_view::npos ? ToUtf8(ToWideFromSystemCodePage(text))
+                                                    : WideLibraryPath(module);
 }
 
 std::optional<std::string> MachineDataFolder() {
@@ -94,7 +104,13 @@ std::string TuningLibraryPath() {
     return folder.empty() ? folder : folder + "\\MTS-ESP\\LIBMTS.dll";
 }
 
-std::string SystemSoundFileLibrary() { return "sndfile.dll"; }
+/// Beside this library, where the system's own search does not look when a foreign program has loaded it.
+std::string SystemSoundFileLibrary() {
+    const std::string name = "libsndfile-2.dll";
+    const std::string here = LibraryPath();
+    const std::string beside = here.substr(0, here.find_last_of("\\/") + 1) + name;
+    return FileExists(beside) ? beside : name;
+}
 
 bool FileExists(const std::string& path) {
     struct _stat64 status {};
@@ -105,6 +121,14 @@ bool IsRegularFile(const std::string& path) {
     struct _stat64 status {};
     return _wstat64(ToWide(path).c_str(), &status) == 0 && (status.st_mode & _S_IFMT) == _S_IFREG;
 }
+
+std::FILE* OpenFile(const std::string& path, const char* mode) {
+    return _wfopen(ToWide(path).c_str(), ToWide(mode).c_str());
+}
+
+bool Seek(std::FILE* file, std::int64_t offset, int whence) { return _fseeki64(file, offset, whence) == 0; }
+
+std::int64_t Tell(std::FILE* file) { return _ftelli64(file); }
 
 void SetThreadName(const std::string& name) {
     static SetDescription* const setDescription = FindSetDescription();
