@@ -221,9 +221,15 @@ class KilledRunTest(CorpusCase):
     def test_an_interrupt_ends_it_in_order(self):
         process = self.start("--jobs", 2, *self.OPTIONS)
         self.wait_for_records(3, process)
+        # Or all may be done before the second run has begun.
+        workers = self.children(process)
+        for worker in workers:
+            os.kill(worker, signal.SIGSTOP)
         second = self.start(*self.OPTIONS)
         self.assertIn("another run", second.communicate()[1])
         process.send_signal(signal.SIGINT)
+        for worker in workers:
+            os.kill(worker, signal.SIGCONT)
         output, errors = process.communicate(timeout=500)
         self.assertEqual(process.returncode, 130, errors)
         self.assertEqual(json.loads(output.splitlines()[-1])["status"], "interrupted")
