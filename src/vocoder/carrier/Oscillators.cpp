@@ -61,14 +61,16 @@ void Oscillators::OnInitialize(float sampleRate, u32 maxBlockSize) {
     silence = dsp::DecibelsToGain(additional.parameters[Osc1Volume].minValue);
     buffers.Allocate(BufferCount, VoiceKernels::PaddedFrames(maxBlockSize));
     envelope = buffers[EnvelopeBuffer];
-    shared = {.phase = buffers[PhaseBuffer],
-              .increment = buffers[IncrementBuffer],
-              .wrapFlag = buffers[WrapFlagBuffer],
-              .samplesToWrap = buffers[SamplesToWrapBuffer],
-              .samplesSinceWrap = buffers[SamplesSinceWrapBuffer],
-              .frequencyModulation = buffers[FMBuffer],
-              .drive = buffers[DriveBuffer],
-              .out = buffers[OutBuffer]};
+    const VoiceBuffers shared = {.phase = buffers[PhaseBuffer],
+                                 .increment = buffers[IncrementBuffer],
+                                 .wrapFlag = buffers[WrapFlagBuffer],
+                                 .samplesToWrap = buffers[SamplesToWrapBuffer],
+                                 .samplesSinceWrap = buffers[SamplesSinceWrapBuffer],
+                                 .frequencyModulation = buffers[FMBuffer],
+                                 .drive = buffers[DriveBuffer]};
+    blocks = {shared, shared};
+    blocks[0].out = buffers[Osc1OutBuffer];
+    blocks[1].out = buffers[Osc2OutBuffer];
     levels = {buffers[Osc1LevelBuffer], buffers[Osc2LevelBuffer]};
 }
 
@@ -198,7 +200,7 @@ void Oscillators::UpdateSync() {
 
 void Oscillators::UpdateFM(const dsp::ProcessContext& context) {
     fmGain = dsp::ClampToUnit(ModulatedValue(context, FMAmount, FMAmountMod)) * deviationAtFullAmount;
-    oscillators[0].SetFM(fmGain > 0.0F);
+    oscillators[0].SetFM(HasFM());
 }
 
 bool Oscillators::Process(dsp::ProcessContext& context) {
@@ -214,11 +216,23 @@ void Oscillators::ProcessGroup(std::span<const dsp::ModuleRun<Oscillators>> runs
     for (const auto& [voice, context] : runs) {
         voice->Begin(context);
     }
-    for (const u32 index : {1U, 0U}) {
-        RenderOscillators(index, runs);
+    const auto play = [&runs](std::initializer_list<u32> indices) {
+        RenderOscillators(indices, runs);
         for (const auto& [voice, context] : runs) {
-            voice->FinishOscillator(index, context);
+            for (const u32 index : indices) {
+                voice->FinishOscillator(index, context);
+            }
         }
+    };
+    // The low-passes of both oscillators wait for themselves at the same time, where one run takes them all.
+    // FM needs oscillator 2 finished.
+    const bool oneRunTakesAll = 2 * runs.size() <= SawLowPass::mostJobs;
+    if (!oneRunTakesAll ||
+        std::any_of(runs.begin(), runs.end(), [](auto& run) { return run.module->HasFM(); })) {
+        play({1});
+        play({0});
+    } else {
+        play({1, 0});
     }
     for (const auto& [voice, context] : runs) {
         std::copy_n(context.outputs[0], context.numFrames, context.outputs[1]);
@@ -237,34 +251,45 @@ void Oscillators::Begin(const dsp::ProcessContext& context) {
     oscillators[1].RenderLevel(levels[1], frames);
 }
 
-void Oscillators::RenderOscillators(u32 index, std::span<const dsp::ModuleRun<Oscillators>> runs) {
-    std::array<SawLowPass::Job, groupSize> filters;
+void Oscillators::RenderOscillators(std::initializer_list<u32> indices,
+                                    std::span<const dsp::ModuleRun<Oscillators>> runs) {
+    std::array<SawLowPass::Job, SawLowPass::mostJobs> filters;
     u32 count = 0;
+    const auto filter = [&] {
+        SawLowPass::Run(std::span(filters).first(count), runs.front().context.numFrames);
+        count = 0;
+    };
     for (const auto& [voice, context] : runs) {
-        VoiceOscillator& oscillator = voice->oscillators[index];
-        oscillator.Render(context, voice->hertz[index], voice->shared);
-        if (SawLowPass* lowPass = oscillator.LowPass()) {
-            filters[count++] = {lowPass, voice->shared.out};
+        for (const u32 index : indices) {
+            VoiceOscillator& oscillator = voice->oscillators[index];
+            oscillator.Render(context, voice->hertz[index], voice->blocks[index]);
+            if (SawLowPass* lowPass = oscillator.LowPass()) {
+                filters[count++] = {lowPass, voice->blocks[index].out};
+            }
+            if (count == filters.size()) {
+                filter();
+            }
         }
     }
     if (count != 0) {
-        SawLowPass::Run(std::span(filters).first(count), runs.front().context.numFrames);
+        filter();
     }
 }
 
 void Oscillators::FinishOscillator(u32 index, const dsp::ProcessContext& context) {
     const u32 frames = context.numFrames;
-    oscillators[index].Finish(shared, frames);
-    if (index == 1 && fmGain > 0.0F) {
+    oscillators[index].Finish(blocks[index], frames);
+    if (index == 1 && HasFM()) {
         RenderFM(frames);
     }
     AddOscillator(index, context.outputs[0], frames);
 }
 
 void Oscillators::RenderFM(u32 frames) {
+    const VoiceBuffers& modulator = blocks[1];
     const Float4 gain(fmGain);
     for (u32 n = 0; n < frames; n += 4) {
-        (Float4::load_aligned(shared.out + n) * gain).store_aligned(shared.frequencyModulation + n);
+        (Float4::load_aligned(modulator.out + n) * gain).store_aligned(modulator.frequencyModulation + n);
     }
 }
 
@@ -282,9 +307,10 @@ void Oscillators::AddOscillator(u32 index, float* out, u32 frames) {
     if (!oscillators[index].IsAudible(silence)) {
         return;
     }
+    const float* waveform = blocks[index].out;
     const float* level = levels[index];
     for (u32 n = 0; n < frames; n += 4) {
-        const Float4 sound = Float4::load_aligned(shared.out + n) * Float4::load_aligned(level + n) *
+        const Float4 sound = Float4::load_aligned(waveform + n) * Float4::load_aligned(level + n) *
                              Float4::load_aligned(envelope + n);
         (Float4::load_aligned(out + n) + sound).store_aligned(out + n);
     }

@@ -10,6 +10,7 @@
 #include "vocoder/wiring/Wiring.h"
 
 #include <array>
+#include <initializer_list>
 #include <span>
 #include <string>
 
@@ -84,8 +85,10 @@ private:
     void UpdateShapes(const dsp::ProcessContext& context, u32 moved);
     void UpdateSync();
     void UpdateFM(const dsp::ProcessContext& context);
-    /// One oscillator of each voice, up to what drives it.
-    static void RenderOscillators(u32 index, std::span<const dsp::ModuleRun<Oscillators>> runs);
+    bool HasFM() const { return fmGain > 0.0F; }
+    /// The given oscillators of each voice, up to what drives them.
+    static void RenderOscillators(std::initializer_list<u32> indices,
+                                  std::span<const dsp::ModuleRun<Oscillators>> runs);
     /// What comes before the oscillators.
     void Begin(const dsp::ProcessContext& context);
     void RunEnvelope(const dsp::ProcessContext& context);
@@ -116,14 +119,16 @@ private:
         SamplesSinceWrapBuffer,
         FMBuffer,
         DriveBuffer,
-        OutBuffer,
+        Osc1OutBuffer,
+        Osc2OutBuffer,
         Osc1LevelBuffer,
         Osc2LevelBuffer,
         BufferCount
     };
     dsp::ModulationWatch watch;
     dsp::BlockPool buffers;
-    VoiceBuffers shared;
+    /// Of each oscillator: shared but for the waveform.
+    std::array<VoiceBuffers, 2> blocks;
     float* envelope = nullptr;
     std::array<float*, 2> levels{};
 };

@@ -11,8 +11,8 @@
 
 namespace Velmora::Processor {
 
-/// The block buffers that the two oscillators of a voice share. The one that runs second finds the wrap data
-/// of the first, and overwrites them.
+/// The block buffers of an oscillator of a voice. The two share all but the waveform: the one that runs
+/// second finds the wrap data of the first, and overwrites them.
 struct VoiceBuffers {
     float* phase = nullptr;
     /// Per sample, in turns.

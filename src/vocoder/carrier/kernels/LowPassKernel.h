@@ -3,6 +3,7 @@
 
 // As VoiceKernelsImpl.h, which includes it.
 
+#include "dsp/vectors/TransposeRows.h"
 #include "vocoder/carrier/kernels/VoiceKernels.h"
 
 #include <xsimd/xsimd.hpp>
@@ -34,21 +35,22 @@ struct LowPassKernel {
 private:
     template <class T>
     struct Filter {
-        T a1, a2, a3, z1, z2;
+        T twiceA1, twiceA2, twiceA3, z1, z2;
 
         Filter(const LowPassLanes& lanes, u32 lane)
-            : a1(T::load_aligned(lanes.a1 + lane)), a2(T::load_aligned(lanes.a2 + lane)),
-              a3(T::load_aligned(lanes.a3 + lane)), z1(T::load_aligned(lanes.z1 + lane)),
+            : twiceA1(T(2.0F) * T::load_aligned(lanes.a1 + lane)),
+              twiceA2(T(2.0F) * T::load_aligned(lanes.a2 + lane)),
+              twiceA3(T(2.0F) * T::load_aligned(lanes.a3 + lane)), z1(T::load_aligned(lanes.z1 + lane)),
               z2(T::load_aligned(lanes.z2 + lane)) {}
 
+        /// Twice the two voltages, halved off the chain from sample to sample.
         T Tick(T x) {
-            const T two(2.0F);
             const T v3 = x - z2;
-            const T v1 = a1 * z1 + a2 * v3;
-            const T v2 = z2 + a2 * z1 + a3 * v3;
-            z1 = two * v1 - z1;
-            z2 = two * v2 - z2;
-            return v2;
+            const T twiceV1 = twiceA1 * z1 + twiceA2 * v3;
+            const T twiceV2 = (z2 + z2) + twiceA2 * z1 + twiceA3 * v3;
+            z1 = twiceV1 - z1;
+            z2 = twiceV2 - z2;
+            return T(0.5F) * twiceV2;
         }
 
         void Keep(LowPassLanes& lanes, u32 lane) const {
@@ -66,25 +68,14 @@ private:
         for (u32 i = 0; i < F::size; ++i) {
             x[i] = F::load_aligned(Source(channels, lane + i, count) + frame);
         }
-        Transpose(x);
+        dsp::TransposeRows(x[0], x[1], x[2], x[3]);
     }
 
     static void Store(F* x, float* const* channels, u32 lane, u32 count, u32 frame) {
-        Transpose(x);
+        dsp::TransposeRows(x[0], x[1], x[2], x[3]);
         for (u32 i = 0; i < F::size && lane + i < count; ++i) {
             x[i].store_aligned(channels[lane + i] + frame);
         }
-    }
-
-    static void Transpose(F* x) {
-        const F low02 = xsimd::zip_lo(x[0], x[2]);
-        const F high02 = xsimd::zip_hi(x[0], x[2]);
-        const F low13 = xsimd::zip_lo(x[1], x[3]);
-        const F high13 = xsimd::zip_hi(x[1], x[3]);
-        x[0] = xsimd::zip_lo(low02, low13);
-        x[1] = xsimd::zip_hi(low02, low13);
-        x[2] = xsimd::zip_lo(high02, high13);
-        x[3] = xsimd::zip_hi(high02, high13);
     }
 
     /// Up to eight channels.
