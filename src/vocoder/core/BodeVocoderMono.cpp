@@ -102,6 +102,9 @@ void BodeVocoderMono::UseKernels(const VocoderKernels& set) {
     Child<VcaBankChild>().UseKernels(set);
     Child<SynthesizerBankChild>().UseKernels(set);
     Child<DiscriminatorChild>().UseKernels(set);
+    Child<HFChild>().UseKernels(set);
+    carrierGate.UseKernels(set);
+    noiseGate.UseKernels(set);
 }
 
 void BodeVocoderMono::OnInitialize(float sampleRate, u32 maxBlockSize) {

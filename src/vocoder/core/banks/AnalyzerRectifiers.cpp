@@ -88,31 +88,12 @@ AnalyzerRectifiers::AnalyzerRectifiers(std::string moduleName)
 
 template <std::size_t... Indices>
 AnalyzerRectifiers::AnalyzerRectifiers(std::string moduleName, std::index_sequence<Indices...> /*indices*/)
-    : ModuleContainer(std::move(moduleName), InputCount, 2 * bandCount, RectifierFollower::DeclareTimes(),
-                      std::make_tuple("RectifierFollower" + std::to_string(Indices + 1))...) {}
+    : LateParameters(std::move(moduleName), InputCount, 2 * bandCount, RectifierFollower::DeclareTimes(),
+                     std::make_tuple("RectifierFollower" + std::to_string(Indices + 1))...) {}
 
-bool AnalyzerRectifiers::SetParameterNormalized(u32 id, float value) {
-    CatchUp(id);
-    return ModuleContainer::SetParameterNormalized(id, value);
-}
-
-bool AnalyzerRectifiers::SetParameterValue(u32 id, float value) {
-    CatchUp(id);
-    return ModuleContainer::SetParameterValue(id, value);
-}
-
-float AnalyzerRectifiers::GetParameterNormalized(u32 id) {
-    CatchUp(id);
-    return ModuleContainer::GetParameterNormalized(id);
-}
-
-dsp::ModuleParam* AnalyzerRectifiers::FindParameter(u32 id) {
-    CatchUp(id);
-    return ModuleContainer::FindParameter(id);
-}
-
-void AnalyzerRectifiers::CatchUp(u32 id) {
-    if (id < childParameterCount && followersBehind) {
+/// Nothing runs with the followers' own times.
+void AnalyzerRectifiers::CatchUp() {
+    if (followersBehind) {
         ForEachChild([this](RectifierFollower& follower) { follower.SetTimes(attack, release); });
         followersBehind = false;
     }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/framework/LateParameters.h"
 #include "dsp/framework/ModuleContainer.h"
 #include "dsp/framework/UnitModule.h"
 #include "vocoder/core/kernels/VocoderKernels.h"
@@ -73,7 +74,7 @@ struct SixteenFollowers<std::index_sequence<Indices...>> {
 /// Inputs 0 to 15 the bands, then the modulations. Outputs 0 to 15 the smoothed envelopes, 16 to 31 the
 /// direct rectifier signals, before attack and release.
 class AnalyzerRectifiers final
-    : public details::SixteenFollowers<std::make_index_sequence<bandCount>>::Container {
+    : public dsp::LateParameters<details::SixteenFollowers<std::make_index_sequence<bandCount>>::Container> {
 public:
     /// Behind those of the followers.
     enum Parameter : u32 { Attack, Release, ParameterCount };
@@ -82,11 +83,6 @@ public:
 
     explicit AnalyzerRectifiers(std::string moduleName = "AnalyzerRectifiers");
 
-    /// The followers' own parameters, with which nothing runs, get the times when somebody looks.
-    bool SetParameterNormalized(u32 id, float value) override;
-    bool SetParameterValue(u32 id, float value) override;
-    float GetParameterNormalized(u32 id) override;
-    dsp::ModuleParam* FindParameter(u32 id);
     void OnInitialize(float newSampleRate, u32 maxBlockSize) override;
     void OnReset(bool hard) override;
     bool UpdateParameters(dsp::ProcessContext& context) override;
@@ -116,7 +112,7 @@ private:
     explicit AnalyzerRectifiers(std::string moduleName, std::index_sequence<Indices...> indices);
 
     double SmootherCoefficient(float seconds) const;
-    void CatchUp(u32 id);
+    void CatchUp() override;
     void HealLanes();
     void ClearLane(u32 band);
 

@@ -79,39 +79,16 @@ void AnalyzerFilterBank::FinishBlock() {
 }
 
 SynthesizerFilterBank::SynthesizerFilterBank(std::string moduleName)
-    : ModuleContainer(std::move(moduleName), InputCount, 1,
-                      dsp::RecordsOf({dsp::Declare::Linear("Shift", -1.0F, 1.0F),
-                                      dsp::Declare::Linear("Width", -1.0F, 1.0F)}),
-                      std::make_tuple("ParallelBiquadSIMD")) {
+    : LateParameters(std::move(moduleName), InputCount, 1,
+                     dsp::RecordsOf({dsp::Declare::Linear("Shift", -1.0F, 1.0F),
+                                     dsp::Declare::Linear("Width", -1.0F, 1.0F)}),
+                     std::make_tuple("ParallelBiquadSIMD")) {
     SetTypes(Child<0>());
     Tune(AdditionalValue(Shift), AdditionalValue(Width));
 }
 
-bool SynthesizerFilterBank::SetParameterNormalized(u32 id, float value) {
-    CatchUp(id);
-    return ModuleContainer::SetParameterNormalized(id, value);
-}
-
-bool SynthesizerFilterBank::SetParameterValue(u32 id, float value) {
-    CatchUp(id);
-    return ModuleContainer::SetParameterValue(id, value);
-}
-
-float SynthesizerFilterBank::GetParameterNormalized(u32 id) {
-    CatchUp(id);
-    return ModuleContainer::GetParameterNormalized(id);
-}
-
-dsp::ModuleParam* SynthesizerFilterBank::FindParameter(u32 id) {
-    CatchUp(id);
-    return ModuleContainer::FindParameter(id);
-}
-
-/// Ahead of a look at a filter's parameter, or of a change, which the next motion overrides.
-void SynthesizerFilterBank::CatchUp(u32 id) {
-    if (id >= childParameterCount) {
-        return;
-    }
+/// A change of a filter's parameter is overridden by the next motion.
+void SynthesizerFilterBank::CatchUp() {
     tunedShift = untuned;
     if (parametersBehind) {
         SetFrequencies(Child<0>(), plan);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/framework/LateParameters.h"
 #include "dsp/framework/ModuleContainer.h"
 #include "dsp/smoothing/SmootherLPF.h"
 #include "vocoder/core/banks/ParallelCascadedBiquads.h"
@@ -57,7 +58,8 @@ public:
 /// stages of each band; at 0 both, the bank equals the analyser's.
 ///
 /// Inputs 0 to 15 the bands, then the modulations. 1 output.
-class SynthesizerFilterBank final : public dsp::ModuleContainer<ParallelCascadedBiquads> {
+class SynthesizerFilterBank final
+    : public dsp::LateParameters<dsp::ModuleContainer<ParallelCascadedBiquads>> {
 public:
     /// Behind those of the filters.
     enum Parameter : u32 { Shift, Width, ParameterCount };
@@ -66,12 +68,6 @@ public:
     enum Input : u32 { ShiftModulation = bandCount, WidthModulation, InputCount };
 
     explicit SynthesizerFilterBank(std::string moduleName = "SynthesizerFilterBank");
-
-    /// While the plan moves, the filters' own parameters are brought up to date when somebody looks.
-    bool SetParameterNormalized(u32 id, float value) override;
-    bool SetParameterValue(u32 id, float value) override;
-    float GetParameterNormalized(u32 id) override;
-    dsp::ModuleParam* FindParameter(u32 id);
 
     /// The bank of the other channel, which has run before this one: mostly the plan is the same.
     void ShareTuning(const SynthesizerFilterBank& bank) { twin = &bank; }
@@ -95,7 +91,7 @@ private:
 
     void Tune(float shift, float width);
     void Move(float shift, float width);
-    void CatchUp(u32 id);
+    void CatchUp() override;
     bool IsTunedTo(float shift, float width) const { return shift == tunedShift && width == tunedWidth; }
 
     dsp::SmootherLPF shiftSmoother{0.015};

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/core/banks/SynthesizerVCABank.h"
 
-#include "dsp/vectors/Simd.h"
-
 #include <utility>
 #include <vector>
 
@@ -10,23 +8,10 @@ namespace Velmora::Processor {
 
 namespace {
 
-using dsp::simd::Float4;
-
 constexpr float drive = 12.5F;
 /// Times the polarity, in the circuit; the saturation is odd, so the polarity may stand behind it.
 constexpr float polarityDrive = 0.02296043F;
 constexpr float outputScale = 100000.0F;
-
-/// The rational approximation of the hyperbolic tangent.
-void Saturate(const float* bus, float* out, u32 numFrames) {
-    const Float4 scale(polarityDrive * drive);
-    for (u32 n = 0; n + 4 <= numFrames; n += 4) {
-        const Float4 v = Float4::load_unaligned(bus + n) * scale;
-        const Float4 square = v * v;
-        const Float4 f = (square + 27.0F) * v / (square * 9.0F + 27.0F);
-        xsimd::min(xsimd::max(f, Float4(-1.0F)), Float4(1.0F)).store_unaligned(out + n);
-    }
-}
 
 } // namespace
 
@@ -53,8 +38,8 @@ bool SynthesizerVCABank::Process(dsp::ProcessContext& context) {
 }
 
 void SynthesizerVCABank::SaturateBuses(const float* carrier, const float* noise, u32 numFrames) {
-    Saturate(carrier, buffers[Carrier], numFrames);
-    Saturate(noise, buffers[Noise], numFrames);
+    kernels->saturate(carrier, polarityDrive * drive, buffers[Carrier], numFrames);
+    kernels->saturate(noise, polarityDrive * drive, buffers[Noise], numFrames);
 }
 
 void SynthesizerVCABank::SetGains(const float* gains) {

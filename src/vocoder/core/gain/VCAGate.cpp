@@ -28,41 +28,6 @@ Float4 Current(Float4 c) {
     return xsimd::select(c < -1.7626F, line, belowZero);
 }
 
-/// The amplifier's soft limiter: an odd curve close to the hyperbolic tangent, in three pieces.
-Float4 Shape(Float4 v) {
-    const Float4 m = xsimd::abs(v);
-    const Float4 low = m - (m * 0.10321397F + 0.13519187F) * m * m;
-    const Float4 middle = ((m * 0.08575832F - 0.5605742F) * m + 1.2838478F) * m - 0.04743774F;
-    const Float4 high = (m - 1.5091578F) / (m - 1.4908422F);
-    const Float4 upper = xsimd::select(m > 2.0F, high, middle);
-    return xsimd::copysign(xsimd::select(m > 1.0F, upper, low), v);
-}
-
-/// The limiter while no magnitude passes 1.
-Float4 ShapeQuiet(Float4 v) {
-    const Float4 m = xsimd::abs(v);
-    return xsimd::copysign(m - (m * 0.10321397F + 0.13519187F) * m * m, v);
-}
-
-/// Multiplies the shaped signal by the gate's factors, gainAt(n) for the frames from n on.
-template <class Curve, class Gain>
-void Multiply(const float* signal, float drive, Gain gainAt, float postGain, float* out, u32 numFrames,
-              Curve curve) {
-    for (u32 n = 0; n < numFrames; n += Float4::size) {
-        const Float4 shaped = curve(drive * Float4::load_unaligned(signal + n));
-        (shaped * gainAt(n) * postGain).store_unaligned(out + n);
-    }
-}
-
-/// True when some driven sample is above the limiter's first piece.
-bool IsLoud(const float* signal, float drive, u32 numFrames) {
-    xsimd::batch_bool<float, dsp::simd::BaselineArch> loud(false);
-    for (u32 n = 0; n < numFrames; n += Float4::size) {
-        loud = loud | (xsimd::abs(drive * Float4::load_unaligned(signal + n)) > 1.0F);
-    }
-    return xsimd::any(loud);
-}
-
 /// True for a block of one level that is a number.
 bool HoldsLevel(const float* control, u32 numFrames) {
     if (numFrames == 0) {
@@ -201,26 +166,25 @@ void VCAGate::Amplify(const dsp::ProcessContext& context) {
     if (Heal()) {
         std::fill_n(factors, context.numFrames, 0.0F);
     }
-    AmplifyBy(context, [factors](u32 n) { return Float4::load_unaligned(factors + n); });
+    AmplifyBy(factors, context);
 }
 
 /// Multiplies the signal by the one factor that the gate keeps.
 void VCAGate::AmplifyAtRest(const dsp::ProcessContext& context) {
     Heal();
-    AmplifyBy(context, [factor = Float4(static_cast<float>(attackY1))](u32 /*n*/) { return factor; });
+    AmplifyBy(nullptr, context);
 }
 
-template <class Gain>
-void VCAGate::AmplifyBy(const dsp::ProcessContext& context, Gain gainAt) {
-    const u32 numFrames = context.numFrames;
-    lastGate = numFrames == 0 ? 0.0F : static_cast<float>(attackY1);
-    const float drive = inputAttenuation * preGain;
-    const float* signal = context.inputs[Signal];
-    if (IsLoud(signal, drive, numFrames)) {
-        Multiply(signal, drive, gainAt, postGain, context.outputs[0], numFrames, Shape);
-    } else {
-        Multiply(signal, drive, gainAt, postGain, context.outputs[0], numFrames, ShapeQuiet);
-    }
+void VCAGate::AmplifyBy(const float* factors, const dsp::ProcessContext& context) {
+    const auto factor = static_cast<float>(attackY1);
+    lastGate = context.numFrames == 0 ? 0.0F : factor;
+    kernels->amplifyGated({.signal = context.inputs[Signal],
+                           .drive = inputAttenuation * preGain,
+                           .factors = factors,
+                           .factor = factor,
+                           .postGain = postGain,
+                           .out = context.outputs[0]},
+                          context.numFrames);
 }
 
 /// The buffer carries the currents, then the factors, one stretch of equal control sign after the other.

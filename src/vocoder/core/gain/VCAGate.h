@@ -2,6 +2,7 @@
 #pragma once
 
 #include "dsp/framework/UnitModule.h"
+#include "vocoder/core/kernels/VocoderKernels.h"
 
 #include <string>
 
@@ -30,6 +31,9 @@ public:
     static void ProcessPair(VCAGate& left, dsp::ProcessContext& leftContext, VCAGate& right,
                             dsp::ProcessContext& rightContext);
 
+    /// Replaces the kernel, which is otherwise the widest that the processor runs.
+    void UseKernels(const VocoderKernels& set) { kernels = &set; }
+
     /// Written by the owner.
     float preGain = 0.0F;
     float postGain = 0.0F;
@@ -55,8 +59,8 @@ private:
     void FinishHeld(float level, const HeldLevel& held);
     void Amplify(const dsp::ProcessContext& context);
     void AmplifyAtRest(const dsp::ProcessContext& context);
-    template <class Gain>
-    void AmplifyBy(const dsp::ProcessContext& context, Gain gainAt);
+    /// Without factors by the one that the gate keeps.
+    void AmplifyBy(const float* factors, const dsp::ProcessContext& context);
     void FollowControl(const float* control, float* gate, u32 numFrames);
     u32 RunAttack(const float* control, float* gate, u32 n, u32 numFrames);
     u32 RunRelease(const float* control, float* gate, u32 n, u32 numFrames);
@@ -64,6 +68,7 @@ private:
     void FinishRelease(double g);
     bool Heal();
 
+    const VocoderKernels* kernels = &SelectVocoderKernels();
     double attackB0 = 0.0;
     double attackB1 = 0.0;
     double attackA1 = 0.0;

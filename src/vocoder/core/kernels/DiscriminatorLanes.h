@@ -12,40 +12,7 @@ struct DiscriminatorLane {
     enum : u32 { HighLeft, HighRight, LowLeft, LowRight, Count };
 };
 
-/// Sections as dsp::BasicBiquadSection and dsp::BasicFirstOrderSection have them.
-struct alignas(64) BiquadQuad {
-    double b0[4] = {};
-    double b1[4] = {};
-    double b2[4] = {};
-    double a1[4] = {};
-    double a2[4] = {};
-    double x1[4] = {};
-    double x2[4] = {};
-    double y1[4] = {};
-    double y2[4] = {};
-
-    /// Puts a section into a lane.
-    template <class Section>
-    void Load(const Section& s, u32 lane) {
-        b0[lane] = s.b0;
-        b1[lane] = s.b1;
-        b2[lane] = s.b2;
-        a1[lane] = s.a1;
-        a2[lane] = s.a2;
-        x1[lane] = s.x1;
-        x2[lane] = s.x2;
-        y1[lane] = s.y1;
-        y2[lane] = s.y2;
-    }
-    /// Gives the state of a lane back.
-    template <class Section>
-    void Keep(Section& s, u32 lane) const {
-        s.x1 = x1[lane];
-        s.x2 = x2[lane];
-        s.y1 = y1[lane];
-        s.y2 = y2[lane];
-    }
-};
+/// Sections as dsp::BasicFirstOrderSection and dsp::BasicBiquadSection have them.
 struct alignas(64) FirstOrderQuad {
     double b0[4] = {};
     double b1[4] = {};
@@ -53,6 +20,7 @@ struct alignas(64) FirstOrderQuad {
     double x1[4] = {};
     double y1[4] = {};
 
+    /// Puts a section into a lane.
     template <class Section>
     void Load(const Section& s, u32 lane) {
         b0[lane] = s.b0;
@@ -61,10 +29,34 @@ struct alignas(64) FirstOrderQuad {
         x1[lane] = s.x1;
         y1[lane] = s.y1;
     }
+    /// Gives the state of a lane back.
     template <class Section>
     void Keep(Section& s, u32 lane) const {
         s.x1 = x1[lane];
         s.y1 = y1[lane];
+    }
+};
+
+/// One with a second delay.
+struct BiquadQuad : FirstOrderQuad {
+    double b2[4] = {};
+    double a2[4] = {};
+    double x2[4] = {};
+    double y2[4] = {};
+
+    template <class Section>
+    void Load(const Section& s, u32 lane) {
+        FirstOrderQuad::Load(s, lane);
+        b2[lane] = s.b2;
+        a2[lane] = s.a2;
+        x2[lane] = s.x2;
+        y2[lane] = s.y2;
+    }
+    template <class Section>
+    void Keep(Section& s, u32 lane) const {
+        FirstOrderQuad::Keep(s, lane);
+        s.x2 = x2[lane];
+        s.y2 = y2[lane];
     }
 };
 

@@ -17,6 +17,18 @@ struct AmplifierPins {
     float* out;
 };
 
+/// The amplifier of a gate: the driven signal is limited, then multiplied by the gate's factors, one per
+/// frame or, where there are none, one for all.
+struct GatePins {
+    const float* signal;
+    float drive;
+    const float* factors;
+    float factor;
+    float postGain;
+    /// May be `factors`.
+    float* out;
+};
+
 /// What drives the amplifiers of a tile: the saturated buses, and of each band the controls for the carrier.
 struct AmplifierDrive {
     const AmplifierLanes& lanes;
@@ -52,6 +64,9 @@ struct VocoderKernels {
     /// Makes rows of four envelopes, in the order of DiscriminatorLane, of both channels of the program.
     void (*discriminate)(DiscriminatorLanes& lanes, const float* left, const float* right, float* rows,
                          u32 frames);
+    /// Both of any multiple of 4 frames.
+    void (*amplifyGated)(const GatePins& pins, u32 frames);
+    void (*saturate)(const float* bus, float drive, float* out, u32 frames);
 };
 
 /// The widest set that this processor runs well. Chosen once per process.

@@ -5,7 +5,9 @@
 // calls nothing inline from elsewhere: the linker must not be able to pick a wide copy of a shared
 // function for a processor without it.
 
+#include "dsp/vectors/TransposeRows.h"
 #include "vocoder/core/kernels/DiscriminatorKernel.h"
+#include "vocoder/core/kernels/GateKernel.h"
 #include "vocoder/core/kernels/VocoderKernels.h"
 
 #include <xsimd/xsimd.hpp>
@@ -208,17 +210,6 @@ struct Exchange {
     using V = xsimd::batch<float, Arch>;
     static_assert(V::size == 4);
 
-    static void Transpose(V (&rows)[4]) {
-        const V low02 = xsimd::zip_lo(rows[0], rows[2]);
-        const V high02 = xsimd::zip_hi(rows[0], rows[2]);
-        const V low13 = xsimd::zip_lo(rows[1], rows[3]);
-        const V high13 = xsimd::zip_hi(rows[1], rows[3]);
-        rows[0] = xsimd::zip_lo(low02, low13);
-        rows[1] = xsimd::zip_hi(low02, low13);
-        rows[2] = xsimd::zip_lo(high02, high13);
-        rows[3] = xsimd::zip_hi(high02, high13);
-    }
-
     static void Gather(const float* const* bands, u32 offset, u32 frames, LaneTile& tile) {
         for (u32 band = 0; band < bandCount; band += 4) {
             const float* const in[4] = {bands[band] + offset, bands[band + 1] + offset,
@@ -227,7 +218,7 @@ struct Exchange {
             for (u32 n = 0; n < frames; n += 4, row += 4 * bandCount) {
                 V rows[4] = {V::load_unaligned(in[0] + n), V::load_unaligned(in[1] + n),
                              V::load_unaligned(in[2] + n), V::load_unaligned(in[3] + n)};
-                Transpose(rows);
+                dsp::TransposeRows(rows[0], rows[1], rows[2], rows[3]);
                 for (u32 i = 0; i < 4; ++i) {
                     rows[i].store_aligned(row + i * bandCount);
                 }
@@ -243,7 +234,7 @@ struct Exchange {
             for (u32 n = 0; n < frames; n += 4, row += 4 * bandCount) {
                 V rows[4] = {V::load_aligned(row), V::load_aligned(row + bandCount),
                              V::load_aligned(row + 2 * bandCount), V::load_aligned(row + 3 * bandCount)};
-                Transpose(rows);
+                dsp::TransposeRows(rows[0], rows[1], rows[2], rows[3]);
                 for (u32 i = 0; i < 4; ++i) {
                     rows[i].store_unaligned(out[i] + n);
                 }
@@ -259,7 +250,7 @@ struct Exchange {
                 rows[i] = (V::load_aligned(row) + V::load_aligned(row + 4)) +
                           (V::load_aligned(row + 8) + V::load_aligned(row + 12));
             }
-            Transpose(rows);
+            dsp::TransposeRows(rows[0], rows[1], rows[2], rows[3]);
             ((rows[0] + rows[1]) + (rows[2] + rows[3])).store_unaligned(out + n);
         }
     }
@@ -267,24 +258,13 @@ struct Exchange {
 
 template <class Arch>
 struct Amplifier {
-    /// Vectors as wide as they come, then a rest of less than one, in groups of four.
     template <class Four>
     static void Run(const AmplifierPins& pins, float scale, u32 frames) {
-        u32 n = 0;
-        for (; n + xsimd::batch<float, Arch>::size <= frames; n += xsimd::batch<float, Arch>::size) {
-            Step<Arch>(pins, scale, n);
-        }
-        for (; n + 4 <= frames; n += 4) {
-            Step<Four>(pins, scale, n);
-        }
-    }
-
-    template <class A>
-    static void Step(const AmplifierPins& pins, float scale, u32 n) {
-        using V = xsimd::batch<float, A>;
-        const V sum = V::load_unaligned(pins.noise + n) * V::load_unaligned(pins.second + n) +
-                      V::load_unaligned(pins.carrier + n) * V::load_unaligned(pins.first + n);
-        (sum * V(scale)).store_unaligned(pins.out + n);
+        ForEachVector<Arch, Four>(frames, [&]<class V>(u32 n, V) {
+            const V sum = V::load_unaligned(pins.noise + n) * V::load_unaligned(pins.second + n) +
+                          V::load_unaligned(pins.carrier + n) * V::load_unaligned(pins.first + n);
+            (sum * V(scale)).store_unaligned(pins.out + n);
+        });
     }
 };
 
@@ -323,7 +303,9 @@ constexpr VocoderKernels MakeKernels(const char* name) {
             &Amplifier<Arch>::template Run<Four>,
             &Rectifiers<Arch>::Run,
             &Synthesis<Arch, Four>::Run,
-            &Discriminator<Double, Four>::Run};
+            &Discriminator<Double, Four>::Run,
+            &GateAmplifier<Arch, Four>::Run,
+            &BusSaturation<Arch, Four>::Run};
 }
 
 } // namespace Velmora::Processor::kernels

@@ -33,6 +33,8 @@ public:
     static void ProcessPair(HFChannel& left, dsp::ProcessContext& leftContext, HFChannel& right,
                             dsp::ProcessContext& rightContext);
 
+    void UseKernels(const VocoderKernels& set) { gate.UseKernels(set); }
+
 private:
     template <class... Channels>
     static void Run(const Channels&... channels);
