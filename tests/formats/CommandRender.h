@@ -64,7 +64,8 @@ inline std::vector<float> RenderByCommand(const PluginSong& song, const std::str
         song.voice.samples.empty() ? "" : " --voice " + (folder / "voice.wav").string();
     const std::string command = std::string(ORPHIA_COMMAND) + " render --rate 48000 --format float --tail 2" +
                                 voiceOption + " --midi " + (folder / "song.mid").string() + " -o " +
-                                (folder / "out.wav").string() + " " + arguments + " >/dev/null 2>&1";
+                                (folder / "out.wav").string() + " " + arguments + " >" +
+                                (folder / "told.txt").string() + " 2>&1";
     if (std::system(command.c_str()) != 0) {
         throw std::runtime_error(command);
     }

@@ -53,7 +53,8 @@ struct Format {
     /// How far into a block its hosts can move a parameter.
     std::uint32_t delay;
 };
-inline constexpr Format formats[] = {{"clap", OpenClap, 37}, {"lv2", OpenLv2, 0}};
+/// Those that this system has.
+extern const std::vector<Format> formats;
 
 /// A slider of a host moves.
 struct Move {
@@ -104,6 +105,16 @@ inline std::vector<float> PlayHosted(HostedPlugin& plugin, const PluginSong& son
         at += block;
     }
     return result;
+}
+
+/// What a host keeps of it: without the first frames, which are as many as it is late once it plays.
+inline std::vector<float> OnTime(HostedPlugin& plugin, PluginSong song) {
+    const std::size_t asked = song.frames;
+    song.frames += 64 * 16;
+    std::vector<float> sound = PlayHosted(plugin, song);
+    sound.erase(sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(2 * plugin.Latency()));
+    sound.resize(2 * asked);
+    return sound;
 }
 
 } // namespace orphia::test

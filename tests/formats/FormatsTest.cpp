@@ -75,16 +75,6 @@ std::size_t LateWithoutEffects() {
     return core->LatencyFrames();
 }
 
-/// What a host keeps of it: without the first frames, which are as many as it is late once it plays.
-std::vector<float> OnTime(HostedPlugin& plugin, PluginSong song) {
-    const std::size_t asked = song.frames;
-    song.frames += 64 * 16;
-    std::vector<float> sound = PlayHosted(plugin, song);
-    sound.erase(sound.begin(), sound.begin() + static_cast<std::ptrdiff_t>(2 * plugin.Latency()));
-    sound.resize(2 * asked);
-    return sound;
-}
-
 TEST(Formats, EqualWhatTheCommandRendersAsSoonAsTheLatencyIsOver) {
     const std::vector<float> expected = RenderByCommand(HostSong(2.0));
     ASSERT_GT(Loudest(expected), 0.01F);
@@ -112,39 +102,6 @@ TEST(Formats, SoundTheSameInBlocksOfAnyLength) {
             ASSERT_GT(Loudest(expected), 0.01F);
             EXPECT_TRUE(PlayHosted(*odd, HostSong(), {}, {1, 0, 7, HostedPlugin::longest + 1, 9000}) ==
                         expected);
-        }
-    }
-}
-
-/// Where two sounds begin to differ, and how much at most.
-std::string Difference(const std::vector<float>& ours, const std::vector<float>& theirs) {
-    std::size_t first = theirs.size();
-    float most = 0.0F;
-    for (std::size_t n = theirs.size(); n-- > 0;) {
-        first = ours[n] != theirs[n] ? n : first;
-        most = std::max(most, std::abs(ours[n] - theirs[n]));
-    }
-    return "from frame " + std::to_string(first / 2) + ", at most " + std::to_string(most);
-}
-
-/// A preset that plays samples does so with a voice, too; the command would listen to that.
-TEST(Formats, FactoryPresetsOfABundleSoundAsInTheCommand) {
-    const auto core = Plugin();
-    const auto programs = core->Programs();
-    for (std::uint32_t index = 0; index < programs.size(); ++index) {
-        ASSERT_TRUE(core->LoadProgram(index));
-        PluginSong song = HostSong();
-        const bool playsSamples = core->Position(IdOf("Modulator_ExternalInput")) < 0.5F;
-        song.voice.samples.resize(playsSamples ? 0 : song.voice.samples.size());
-        const auto expected = RenderByCommand(song, "--preset " + programs[index].id);
-        for (const bool isEffect : {false, true}) {
-            SCOPED_TRACE(programs[index].name + (isEffect ? " effect" : ""));
-            const auto plugin = OpenLv2(isEffect);
-            EXPECT_EQ(plugin->Presets().size(), programs.size());
-            plugin->Activate(pluginRate);
-            plugin->LoadPreset(programs[index].name);
-            const std::vector<float> sound = OnTime(*plugin, song);
-            EXPECT_TRUE(sound == expected) << Difference(sound, expected);
         }
     }
 }

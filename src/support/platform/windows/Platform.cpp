@@ -68,10 +68,9 @@ std::string LibraryPath() {
         std::fprintf(stderr, "GetModuleFileNameA returned %d\n", static_cast<int>(GetLastError()));
         return {};
     }
-    const std::string_view text(path.data(), length);
-    // In place of a letter that the code page lacks stands what no path has.
-    return text.find('?') == std::string_view::npos ? ToUtf8(ToWideFromSystemCodePage(text))
-                                                    : WideLibraryPath(module);
+    // For a letter that the code page lacks there is another one, which names some other place, too.
+    const std::string wide = WideLibraryPath(module);
+    return wide.empty() ? ToUtf8(ToWideFromSystemCodePage({path.data(), length})) : wide;
 }
 
 std::optional<std::string> MachineDataFolder() {

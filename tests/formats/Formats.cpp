@@ -1,0 +1,8 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "FormatRig.h"
+
+namespace orphia::test {
+
+const std::vector<Format> formats{{"clap", OpenClap, 37}, {"lv2", OpenLv2, 0}};
+
+} // namespace orphia::test
