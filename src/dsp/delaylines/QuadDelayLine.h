@@ -33,6 +33,10 @@ public:
 
     void Write(Float4 samples) { ring.Write(samples); }
 
+    /// How many samples it keeps, and whether so many of the newest are zeros.
+    u32 Size() const { return ring.Size(); }
+    bool IsSilent(u32 samples) const { return ring.IsSilent(samples); }
+
 private:
     /// For the quad that is written and the points behind the tap.
     static constexpr u32 spare = 8;

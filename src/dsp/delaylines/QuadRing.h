@@ -40,6 +40,17 @@ public:
     /// How many samples it keeps.
     u32 Size() const { return mask + 1; }
 
+    /// Whether so many of the newest samples, in whole quads, are zeros, or all where there are not so many.
+    bool IsSilent(u32 samples) const {
+        const u32 newest = std::min(samples, Size());
+        for (u32 age = Float4::size; age <= newest; age += Float4::size) {
+            if (xsimd::any(Read(age) != Float4(0.0F))) {
+                return false;
+            }
+        }
+        return true;
+    }
+
     /// Four neighbours from a delay on, counted back from the quad that is written next.
     Float4 Read(u32 delay) const { return Load(writeIndex - delay); }
 

@@ -83,7 +83,14 @@ float Reverb::PreDelaySeconds(const ProcessContext& context) {
     return seconds;
 }
 
+bool Reverb::IsAtRest() const { return tank.IsAtRest() && entry.IsOver() && !controls.IsMoving(); }
+
 bool Reverb::Process(ProcessContext& context) {
+    const bool silent = IsSilent(context);
+    if (silent && IsAtRest()) {
+        RenderSilence(context, [this] { tank.StepSwing(controls); });
+        return true;
+    }
     if (controls.Delay().IsGliding()) {
         RenderBlock<ReverbTank::Gliding>(context);
     } else if (controls.IsMoving()) {
@@ -94,6 +101,7 @@ bool Reverb::Process(ProcessContext& context) {
     if (tank.IsBroken()) {
         tank.Clear();
     }
+    tank.CountSilence(silent ? context.numFrames : 0);
     return true;
 }
 

@@ -77,6 +77,7 @@ public:
 private:
     ReverbSettings ReadSettings(const ProcessContext& context) override;
     void StartMotion() override { tank.RestartSwing(controls); }
+    bool IsAtRest() const;
     float PreDelaySeconds(const ProcessContext& context);
     template <ReverbTank::Pace pace>
     void RenderBlock(ProcessContext& context);

@@ -38,13 +38,21 @@ void ReverbTank::Allocate(float sampleRate) {
         diffusers[n].Allocate(diffuserDelays[n]);
     }
     preDelay.Allocate(ReverbControls::LongestPreDelay(sampleRate));
+    longestLine = 0;
+    VisitLines([this](const QuadDelayLine& line) { longestLine = std::max(longestLine, line.Size()); });
+    silentFrames = longestLine;
+}
+
+template <class Visit>
+void ReverbTank::VisitLines(Visit visit) {
+    visit(preDelay);
+    std::for_each(diffusers.begin(), diffusers.end(), visit);
+    std::for_each(lines.begin(), lines.end(), visit);
 }
 
 void ReverbTank::Clear() {
-    const auto clear = [](QuadDelayLine& line) { line.Clear(); };
-    std::for_each(lines.begin(), lines.end(), clear);
-    std::for_each(diffusers.begin(), diffusers.end(), clear);
-    preDelay.Clear();
+    VisitLines([](QuadDelayLine& line) { line.Clear(); });
+    silentFrames = longestLine;
     for (QuadOnePole* filter : {&lowCut, &highCut, &damping[0], &damping[1]}) {
         filter->Reset();
     }
@@ -148,6 +156,18 @@ bool ReverbTank::IsBroken() const {
     return !std::all_of(damping.begin(), damping.end(), [](const QuadOnePole& filter) {
         return IsIntact(static_cast<double>(filter.Last()));
     });
+}
+
+/// A tail ends the look at its first line; only what has died down is looked at as a whole.
+void ReverbTank::CountSilence(u32 frames) {
+    bool silent = frames != 0;
+    VisitLines([&](const QuadDelayLine& line) { silent = silent && line.IsSilent(frames); });
+    silentFrames = silent ? std::min(silentFrames + frames, longestLine) : 0;
+}
+
+bool ReverbTank::IsAtRest() const {
+    return silentFrames == longestLine && lowCut.Last() == 0.0F && highCut.Last() == 0.0F &&
+           damping[0].Last() == 0.0F && damping[1].Last() == 0.0F;
 }
 
 template StereoQuad ReverbTank::Render<ReverbTank::Settled>(Float4, const ReverbControls&);

@@ -25,8 +25,15 @@ public:
     /// Four frames of the input, which must be finite, become the wet sound of both sides.
     template <Pace pace>
     StereoQuad Render(Float4 input, const ReverbControls& controls);
+    /// What Render does when nothing sounds.
+    void StepSwing(const ReverbControls& controls);
     /// True when something that is no sound runs round the loop.
     bool IsBroken() const;
+
+    /// To be called when so many frames have been rendered under silence, and with none when there was sound.
+    void CountSilence(u32 frames);
+    /// Nothing but zeros is kept: under silence Render gives zeros, and only the swing goes on.
+    bool IsAtRest() const;
 
 private:
     using Controls = ReverbControls;
@@ -41,7 +48,8 @@ private:
     Float4 ReadSwung(u32 side, const Controls& controls) const;
     template <Pace pace>
     Float4 SumTaps(const ReverbPlate::Taps& taps, u32 first, const Controls& controls) const;
-    void StepSwing(const Controls& controls);
+    template <class Visit>
+    void VisitLines(Visit visit);
 
     std::array<QuadDelayLine, ReverbPlate::LineCount> lines;
     std::array<QuadDelayLine, ReverbPlate::inputDiffusers.size()> diffusers;
@@ -56,6 +64,9 @@ private:
     std::array<float, 2> endSwings{};
     /// In cycles, 0 to below 1.
     double phase = 0.0;
+    /// Since a sample that was not zero went into a line, as far as is known.
+    u32 silentFrames = 0;
+    u32 longestLine = 0;
 };
 
 } // namespace Velmora::dsp
