@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -24,7 +25,8 @@ constexpr u8 unknownChannel = 255;
 class LoadedTuning {
 public:
     explicit LoadedTuning(const std::string& variant)
-        : path(std::string(ORPHIA_TEST_TUNING) + "/" + variant + ".so"), library(path) {
+        : path((std::filesystem::path(ORPHIA_TEST_TUNING) / (variant + std::string(".so"))).string()),
+          library(path) {
         const auto getState = library.FindFunction<TestTuning*()>("TestTuning_State");
         if (getState == nullptr) {
             throw std::runtime_error(library.GetError());

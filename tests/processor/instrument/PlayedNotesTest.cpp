@@ -44,7 +44,7 @@ TEST(PlayedNotes, AKnobOfSemitonesStandsOnThemAndItsModulationDoesNot) {
 }
 
 TEST(PlayedNotes, TuningReachesNotesAsTheyStartAndWhileTheySound) {
-    const std::string path = std::string(ORPHIA_TEST_TUNING) + "/complete.so";
+    const std::string path = std::string(ORPHIA_TEST_TUNING "/complete.so");
     const Velmora::Platform::DynamicLibrary library(path);
     TestTuning& tuning = *library.FindFunction<TestTuning*()>("TestTuning_State")();
     tuning = {};
