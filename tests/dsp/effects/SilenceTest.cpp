@@ -6,6 +6,7 @@
 #include "dsp/effects/flanger/Flanger.h"
 #include "dsp/effects/reverb/Reverb.h"
 #include "rigs/EffectRig.h"
+#include "support/platform/FloatMode.h"
 
 #include <array>
 #include <random>
@@ -52,7 +53,10 @@ public:
         context.outputs = outputs;
         context.numOutputs = 2;
         context.numFrames = frames;
+        const Velmora::u64 mode = Velmora::Platform::FloatMode();
+        Velmora::Platform::SetFloatMode(Velmora::Platform::WithDenormalsFlushed(mode));
         Velmora::dsp::RunChild(effect, context);
+        Velmora::Platform::SetFloatMode(mode);
         for (Signal& side : output) {
             std::transform(side.begin(), side.end(), side.begin(), [](float x) { return x + 0.0F; });
         }
