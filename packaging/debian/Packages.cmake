@@ -1,7 +1,13 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 # Which components are a Debian package; `cpack -G DEB` makes them, and scripts/package does so with all that belongs to it.
-set(ORPHIA_CONTACT "Orphia VX maintainers <maintainers@orphia-vx.example.org>" CACHE STRING
-  "Name and address of whoever answers for the packages")
+set(ORPHIA_CONTACT "" CACHE STRING "Who answers for the packages, as \"Name <address>\"")
+set(contact "${ORPHIA_CONTACT}")
+if(contact STREQUAL "")
+  # Reaches nobody: the domain is reserved for examples.
+  set(contact "Orphia VX maintainers <maintainers@orphia-vx.example.org>")
+elseif(NOT contact MATCHES "^[^<>]+ <[^<> ]+@[^<> ]+>$")
+  message(FATAL_ERROR "ORPHIA_CONTACT is not of the form \"Name <address>\": ${contact}")
+endif()
 
 find_program(GZIP gzip REQUIRED)
 execute_process(COMMAND date -u -d ${release_date} "+%a, %d %b %Y %H:%M:%S +0000"
@@ -14,7 +20,7 @@ execute_process(COMMAND ${GZIP} -9nc ${CMAKE_CURRENT_BINARY_DIR}/changelog
 set(CPACK_PACKAGE_NAME orphia-vx)
 # Each package has its own.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
-set(CPACK_PACKAGE_CONTACT ${ORPHIA_CONTACT})
+set(CPACK_PACKAGE_CONTACT ${contact})
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
