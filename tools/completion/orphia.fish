@@ -6,7 +6,12 @@ function __orphia_candidates
     set -l current (commandline -ct | string unescape)
     for line in ($words[1] complete $words[2..-1] "$current" 2>/dev/null)
         if test "$line" = /
-            __fish_complete_path (commandline -ct)
+            # Also behind "--voice=".
+            set -l typed (commandline -ct)
+            set -l option (string match -r -- '^--[^=]+=' $typed)
+            for path in (__fish_complete_path (string replace -- "$option" '' $typed))
+                echo "$option$path"
+            end
         else
             echo $line
         end
