@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/audio/AudioSource.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <functional>
@@ -31,8 +33,11 @@ struct SampleReport {
     double Seconds() const { return sampleRate > 0 ? static_cast<double>(frames) / sampleRate : 0.0; }
 };
 
-/// Reads the whole file. Throws std::exception when no file can be read at all, as without libsndfile. The
-/// search for the pitch, which takes longest, ends without one as soon as `goesOn` tells no.
-SampleReport InspectSample(const std::filesystem::path& path, const std::function<bool()>& goesOn = {});
+/// Reads the whole file. Throws std::exception when no file can be read at all, as without libsndfile.
+SampleReport InspectSample(const std::filesystem::path& path);
+
+/// The pitch alone, of a sound that is read piece by piece, so that it takes no memory. Ends without one as
+/// soon as `goesOn`, which is asked for each piece, tells no. Throws FileError.
+std::optional<double> FindPitch(AudioSource& source, const std::function<bool()>& goesOn);
 
 } // namespace orphia::host

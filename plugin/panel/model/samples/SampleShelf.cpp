@@ -28,7 +28,8 @@ std::shared_ptr<const SampleShelf::Sound> ReadSound(const std::filesystem::path&
 
 SampleShelf::Pitch ReadPitch(const std::filesystem::path& path, const std::function<bool()>& goesOn) {
     try {
-        return host::InspectSample(path, goesOn).pitch;
+        host::AudioFileSource source(path);
+        return host::FindPitch(source, goesOn);
     } catch (const std::exception&) {
         return std::nullopt;
     }
