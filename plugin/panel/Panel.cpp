@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/Panel.h"
 
+#include "plugin/panel/controls/DroppedFiles.h"
 #include "plugin/panel/frame/Header.h"
 #include "plugin/panel/frame/KeyStrip.h"
 #include "plugin/panel/frame/MacroStrip.h"
+#include "plugin/panel/frame/Notice.h"
 #include "plugin/panel/look/PanelLook.h"
 #include "plugin/panel/model/Layout.h"
 #include "plugin/panel/model/PanelModel.h"
+#include "plugin/panel/model/samples/SampleDrop.h"
 #include "plugin/panel/pages/Page.h"
 #include "plugin/panel/parts/SectionView.h"
 
@@ -17,6 +20,7 @@ namespace orphia::panel {
 namespace {
 
 constexpr int picturesPerSecond = 32;
+constexpr int noticeHeight = 34;
 
 } // namespace
 
@@ -26,7 +30,7 @@ struct Panel::Inside {
           header(model, {[this](std::size_t page) { panel.ShowPage(page); },
                          [this](float scale) { panel.SetScale(scale); },
                          [this](bool isBright) { panel.SetBright(isBright); }}),
-          macros(model), keys(model), pages(PageList().size()) {}
+          macros(model), keys(model), notice(model), pages(PageList().size()) {}
 
     Panel& panel;
     PanelModel model;
@@ -36,6 +40,7 @@ struct Panel::Inside {
     Header header;
     MacroStrip macros;
     KeyStrip keys;
+    Notice notice;
     std::vector<std::unique_ptr<Page>> pages;
     std::size_t shown = 0;
     double lastPicture = 0.0;
@@ -65,6 +70,9 @@ Panel::Panel(plugin::PluginInstrument& instrument, const std::filesystem::path& 
     in.keys.setBounds(below.removeFromBottom(Grid::keysHeight));
     below.removeFromBottom(Grid::gap);
     in.macros.setBounds(below.removeFromBottom(Grid::macrosHeight));
+    below.removeFromBottom(2 * Grid::gap);
+    in.content.addChildComponent(in.notice);
+    in.notice.setBounds(below.removeFromBottom(noticeHeight));
     in.tooltips = std::make_unique<juce::TooltipWindow>(this, 600);
     ShowPage(0);
     SetScale(in.model.settings.scale);
@@ -124,6 +132,7 @@ void Panel::Tick(double seconds) {
     in.pages[in.shown]->Refresh();
     in.macros.Refresh();
     in.keys.Refresh();
+    in.notice.Refresh();
 }
 
 void Panel::timerCallback() {
@@ -169,6 +178,16 @@ bool Panel::keyPressed(const juce::KeyPress& key) {
         return true;
     }
     return false;
+}
+
+void Panel::fileDragEnter(const juce::StringArray& files, int /*x*/, int /*y*/) {
+    TellOfDrop(inside->model, PathsOf(files));
+}
+
+void Panel::fileDragExit(const juce::StringArray& /*files*/) { inside->model.Tell({}); }
+
+void Panel::filesDropped(const juce::StringArray& files, int /*x*/, int /*y*/) {
+    DropSamples(inside->model, PathsOf(files));
 }
 
 bool Panel::keyStateChanged(bool /*isDown*/) { return inside->keys.Keys().FollowComputer(); }

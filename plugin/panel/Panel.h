@@ -14,7 +14,7 @@ namespace orphia::panel {
 /// The editor of the instrument. It needs nothing but that, so any window can hold it. It has the shape of
 /// 1180 by 760 points: whoever gives it another size scales all of it. Everything is for the message thread;
 /// the instrument must outlive it.
-class Panel final : public juce::Component, private juce::Timer {
+class Panel final : public juce::Component, public juce::FileDragAndDropTarget, private juce::Timer {
 public:
     static constexpr int width = 1180;
     static constexpr int height = 760;
@@ -44,6 +44,12 @@ public:
     bool keyStateChanged(bool isDown) override;
     void visibilityChanged() override;
     void parentHierarchyChanged() override;
+
+    /// Wherever no part takes them itself.
+    bool isInterestedInFileDrag(const juce::StringArray& files) override { return !files.isEmpty(); }
+    void fileDragEnter(const juce::StringArray& files, int x, int y) override;
+    void fileDragExit(const juce::StringArray& files) override;
+    void filesDropped(const juce::StringArray& files, int x, int y) override;
 
 private:
     struct Inside;

@@ -100,6 +100,19 @@ void PanelHands::Drag(juce::Component& component, juce::Point<float> from, juce:
     Wait(20);
 }
 
+void PanelHands::DragFile(juce::Component& component, juce::Point<float> within, const juce::String& file) {
+    files.files = juce::StringArray(file);
+    files.position = PlaceOf(component, within).toInt();
+    window.getPeer()->handleDragMove(files);
+    Wait(20);
+}
+
+void PanelHands::DropFile() {
+    window.getPeer()->handleDragDrop(files);
+    // It comes as a message.
+    Wait(20);
+}
+
 void PanelHands::Wheel(juce::Component& component, float amount) {
     mouse = PlaceOf(component, component.getLocalBounds().toFloat().getCentre());
     Send({});

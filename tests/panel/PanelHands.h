@@ -22,6 +22,9 @@ public:
     /// In points of the component, shift for fine.
     void Drag(juce::Component& component, juce::Point<float> from, juce::Point<float> to,
               juce::ModifierKeys modifiers = {});
+    /// As the window's own drag and drop brings a file or folder; in two halves.
+    void DragFile(juce::Component& component, juce::Point<float> within, const juce::String& file);
+    void DropFile();
     void Wheel(juce::Component& component, float amount);
     void Key(int code, juce::ModifierKeys modifiers = {}, juce::juce_wchar text = 0);
     void Type(const juce::String& text);
@@ -38,6 +41,7 @@ private:
     juce::Point<float> mouse;
     juce::ModifierKeys held;
     juce::int64 time;
+    juce::ComponentPeer::DragInfo files;
 };
 
 } // namespace orphia::test

@@ -5,13 +5,23 @@
 #include "host/parameters/ParameterCatalog.h"
 #include "panel/PanelHands.h"
 #include "panel/PanelRig.h"
+#include "plugin/HeldResources.h"
+#include "plugin/panel/frame/Header.h"
+#include "plugin/panel/frame/Notice.h"
 #include "plugin/panel/model/samples/SampleSlots.h"
+#include "plugin/panel/parts/SlotsView.h"
 #include "rigs/TestFiles.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace orphia::test {
@@ -21,6 +31,7 @@ using namespace panel;
 namespace {
 
 const auto command = juce::ModifierKeys::commandModifier;
+const juce::Point middle(590.0F, 400.0F);
 
 juce::Component* FindIn(juce::Component& top, const std::function<bool(juce::Component&)>& isIt) {
     std::vector<juce::Component*> all{&top};
@@ -63,13 +74,15 @@ struct SampleDesk {
         }));
     }
     WaveView& Wave() { return Part<WaveView>(); }
-    /// As the window's own drag and drop.
+    juce::String Told() {
+        rig.panel.Tick(0.03);
+        const juce::Component* const notice =
+            FindIn(rig.panel, [](juce::Component& each) { return dynamic_cast<Notice*>(&each) != nullptr; });
+        return notice == nullptr ? juce::String() : notice->getTitle();
+    }
     void Drop(juce::Component& onto, const std::filesystem::path& path) {
-        juce::ComponentPeer::DragInfo drag;
-        drag.files.add(path.string());
-        drag.position = hands.PlaceOf(onto, onto.getLocalBounds().toFloat().getCentre()).toInt();
-        rig.panel.getPeer()->handleDragMove(drag);
-        rig.panel.getPeer()->handleDragDrop(drag);
+        hands.DragFile(onto, onto.getLocalBounds().toFloat().getCentre(), path.string());
+        hands.DropFile();
         Settle();
     }
     /// Lets messages come through and pictures be read.
@@ -184,6 +197,87 @@ TEST(SamplesPage, FillsFromAFolderAndFindsWhatIsMissing) {
     desk.hands.Key(juce::KeyPress::deleteKey);
     EXPECT_TRUE(desk.rig.instrument.SamplePath(2).empty());
     EXPECT_FALSE(desk.rig.instrument.SamplePath(1).empty());
+}
+
+TEST(SamplesPage, IsNotNeededToDropSoundsOnAnyPageWhichTellsWhereTheyWent) {
+    SampleDesk desk;
+    std::filesystem::create_directories(desk.folder / "more");
+    for (const char* const name : {"a.wav", "more/b.wav", "more/c.wav", "z.wav"}) {
+        WriteSound(desk.folder / name, Syllables(0.1));
+    }
+    std::uint32_t next = 4;
+    desk.Part<SamplesPage>().Choose(next);
+    for (std::size_t page = 0; page < desk.rig.panel.PageCount(); ++page) {
+        // On the page of samples itself the frame is the rest of the panel.
+        desk.rig.panel.ShowPage(page);
+        desk.hands.DragFile(desk.rig.panel, page == desk.number ? juce::Point(600.0F, 20.0F) : middle,
+                            (desk.folder / "a.wav").string());
+        EXPECT_EQ(desk.Told(), "Drop it to load sample " + juce::String(next + 1)) << page;
+        desk.hands.DropFile();
+        desk.Settle();
+        EXPECT_EQ(desk.rig.instrument.SamplePath(next), desk.folder / "a.wav") << page;
+        ++next;
+        EXPECT_EQ(desk.Told(), "Sample " + juce::String(next) + " is a.wav") << page;
+    }
+    desk.rig.panel.ShowPage(0);
+    auto& cells = desk.Part<SlotsView>();
+    const juce::Point<float> second(0.25F * static_cast<float>(cells.getWidth()), 6.0F);
+    desk.hands.DragFile(cells, second, (desk.folder / "more").string());
+    desk.hands.DropFile();
+    desk.Settle();
+    EXPECT_EQ(desk.Told(), "Samples 2 to 3 are loaded");
+    EXPECT_EQ(desk.rig.instrument.SamplePath(2), desk.folder / "more/c.wav");
+    desk.hands.DragFile(cells, second, (desk.folder / "z.wav").string());
+    EXPECT_EQ(desk.Told(), "Drop it to load sample 2");
+    desk.hands.DropFile();
+    EXPECT_EQ(desk.rig.instrument.SamplePath(1), desk.folder / "z.wav") << "it is dropped on that one";
+    desk.rig.panel.ShowPage(desk.number);
+    desk.rig.panel.Tick(0.03);
+    EXPECT_EQ(desk.Wave().Sample(), 1U);
+    desk.hands.Key('z', command);
+    desk.hands.Key('z', command);
+    EXPECT_TRUE(desk.rig.instrument.SamplePath(1).empty());
+    for (int n = 0; n < 3; ++n) {
+        desk.Drop(desk.Part<Header>(), desk.folder.Path());
+        desk.Drop(desk.Part<Header>(), desk.folder / "more");
+    }
+    EXPECT_EQ(desk.Told(), "All twelve samples are taken: drop a file on the one that it shall replace");
+    const std::string full = desk.rig.instrument.SaveState();
+    desk.Drop(desk.Part<Header>(), desk.folder / "a.wav");
+    EXPECT_EQ(desk.rig.instrument.SaveState(), full);
+    desk.rig.panel.Tick(10.0);
+    EXPECT_EQ(desk.Told(), "");
+}
+
+/// Who reads a pipe waits until somebody writes to it: a panel that waited too would never get on.
+TEST(SamplesPage, ReadsFilesBesideThePanelWhichMayBeClosedMeanwhile) {
+    SampleDesk desk;
+    const std::filesystem::path file = desk.folder / "long.wav";
+    WriteSound(file, Syllables(0.2));
+    desk.rig.instrument.LoadSample(0, file);
+    std::filesystem::remove(file);
+    ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
+    const auto open = [&](int times) {
+        for (int n = 0; n < times; ++n) {
+            std::optional<Panel> another(std::in_place, desk.rig.instrument, std::filesystem::path());
+            another->ShowPage(desk.number);
+            another->Tick(0.03);
+            const auto isRow = [](juce::Component& each) { return each.getTitle() == "Sample 1, long.wav"; };
+            EXPECT_NE(FindIn(*another, isRow), nullptr);
+            const std::jthread writer([&file](const std::stop_token& ends) {
+                while (!ends.stop_requested()) {
+                    close(::open(file.c_str(), O_RDWR | O_CLOEXEC));
+                    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+                }
+            });
+            another.reset();
+        }
+        PanelHands::Wait(5);
+    };
+    open(20);
+    const HeldResources before;
+    open(40);
+    before.ExpectNoMoreNow();
 }
 
 TEST(SamplesPage, PlaysWhileTheMouseIsDownAndTakesTheRootFromThePitch) {

@@ -10,6 +10,7 @@ namespace {
 
 /// Presets change seldom, and the instrument is locked to ask.
 constexpr int picturesBetween = 6;
+constexpr double secondsOfNotice = 6.0;
 
 } // namespace
 
@@ -46,7 +47,16 @@ bool PanelModel::LoadProgram(std::uint32_t wanted) {
     return isLoaded;
 }
 
+void PanelModel::Tell(std::string line) {
+    notice = std::move(line);
+    noticeSeconds = secondsOfNotice;
+}
+
 void PanelModel::Tick(double seconds) {
+    noticeSeconds -= seconds;
+    if (noticeSeconds <= 0.0) {
+        notice.clear();
+    }
     const plugin::PluginInstrument::Levels levels = instrument.TakeLevels();
     lights = instrument.TakeMeters();
     keys = instrument.HeldKeys();

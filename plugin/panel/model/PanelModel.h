@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <string>
 
 namespace orphia::panel {
 
@@ -34,6 +35,8 @@ public:
     void LookAtPrograms();
     /// Can be undone; nothing counts as changed afterwards.
     bool LoadProgram(std::uint32_t wanted);
+    /// Shows a line for some seconds.
+    void Tell(std::string line);
 
     plugin::PluginInstrument& instrument;
     History history;
@@ -54,8 +57,13 @@ public:
     Presets presets;
     plugin::PluginInstrument::SharedProgramList programs;
     std::optional<std::uint32_t> program;
+    /// Of the twelve, from 0: the one that a page shows large, and where dropped files go first.
+    std::uint32_t chosenSample = 0;
+    /// Of Tell.
+    std::string notice;
 
 private:
+    double noticeSeconds = 0.0;
     int untilPrograms = 0;
     std::uint64_t lookedAt = 0;
     std::filesystem::path settingsFile;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/pages/SamplesPage.h"
 
+#include "plugin/panel/controls/DroppedFiles.h"
 #include "plugin/panel/model/samples/SampleLayout.h"
 
 #include <initializer_list>
@@ -14,8 +15,6 @@ constexpr int rowHeight = 40;
 constexpr int buttonHeight = 22;
 constexpr int titleWidth = 84;
 constexpr std::uint8_t velocity = 100;
-
-std::filesystem::path ToPath(const juce::String& name) { return std::filesystem::path(name.toStdString()); }
 
 juce::String NameOf(const std::filesystem::path& path) {
     return juce::String::fromUTF8(path.filename().string().c_str());
@@ -42,7 +41,8 @@ SamplesPage::SamplesPage(PanelModel& ofPanel)
       find(
           "Find...", [this] { ChooseFiles(true); }, "Finds this file, and beside it others that are missing"),
       root(
-          "Root from pitch", [this] { SeekRoot(); }, "Listens to the sample for its root note") {
+          "Root from pitch", [this] { SeekRoot(); }, "Listens to the sample for its root note"),
+      chosen(panel.chosenSample) {
     list.setBounds(ToJuce(SampleLayout::list));
     picture.setBounds(ToJuce(SampleLayout::picture));
     for (juce::Component* const part : std::initializer_list<juce::Component*>{&list, &picture, &common}) {
@@ -91,7 +91,7 @@ void SamplesPage::MakeOwn() {
 void SamplesPage::Choose(std::uint32_t sample) {
     if (sample != chosen) {
         Sound(false);
-        chosen = sample;
+        chosen = panel.chosenSample = sample;
         MakeOwn();
         ShowAll();
     }
@@ -153,6 +153,7 @@ void SamplesPage::ShowAll() {
 }
 
 void SamplesPage::Refresh() {
+    Choose(panel.chosenSample);
     const auto head = slots.Playhead();
     const auto plays = head ? std::optional(head->sample) : std::nullopt;
     if (plays != playing || untilAsked-- <= 0) {
@@ -176,7 +177,7 @@ void SamplesPage::Tell(const juce::String& text) { wave.Tell(text); }
 void SamplesPage::Take(const std::vector<std::filesystem::path>& dropped, std::uint32_t sample) {
     Choose(sample);
     Tell({});
-    Tell(juce::String::fromUTF8(slots.Drop(dropped, sample).c_str()));
+    Tell(juce::String::fromUTF8(slots.Drop(dropped, sample).problem.c_str()));
     Look();
 }
 
@@ -202,7 +203,7 @@ void SamplesPage::ChooseFiles(bool isMissing) {
     chooser->launchAsync(dialog, [this, isMissing](const juce::FileChooser& made) {
         std::vector<std::filesystem::path> paths;
         for (const juce::File& file : made.getResults()) {
-            paths.push_back(ToPath(file.getFullPathName()));
+            paths.emplace_back(file.getFullPathName().toStdString());
         }
         if (paths.empty()) {
             return;
@@ -272,11 +273,7 @@ void SamplesPage::fileDragExit(const juce::StringArray& /*files*/) {
 
 void SamplesPage::filesDropped(const juce::StringArray& dropped, int x, int y) {
     target.reset();
-    std::vector<std::filesystem::path> paths;
-    for (const juce::String& each : dropped) {
-        paths.push_back(ToPath(each));
-    }
-    Take(paths, SampleAt(x, y));
+    Take(PathsOf(dropped), SampleAt(x, y));
 }
 
 void SamplesPage::paintOverChildren(juce::Graphics& g) {

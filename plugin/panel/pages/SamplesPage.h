@@ -24,7 +24,7 @@ public:
     ~SamplesPage() override;
 
     void Choose(std::uint32_t sample);
-    /// As the file choosers do.
+    /// As the file choosers and a drop do.
     void Take(const std::vector<std::filesystem::path>& dropped, std::uint32_t sample);
     void TakeFound(const std::filesystem::path& path);
 
@@ -73,7 +73,8 @@ private:
         std::shared_ptr<const SampleShelf::Sound> sound;
     };
     std::array<File, count> sounds;
-    std::uint32_t chosen = 0;
+    /// That of the panel, as it is shown.
+    std::uint32_t chosen;
     std::optional<std::uint32_t> target;
     /// Whose pitch is sought.
     std::optional<std::pair<std::uint32_t, std::filesystem::path>> sought;

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/parts/SlotsView.h"
 
+#include "plugin/panel/controls/DroppedFiles.h"
 #include "plugin/panel/model/ControlModel.h"
+#include "plugin/panel/model/samples/SampleDrop.h"
 
 #include <cmath>
 
@@ -59,23 +61,56 @@ void SlotsView::paint(juce::Graphics& g) {
                                                      : colours.dimText;
         DrawText(g, juce::String(slot + 1), cell, Sizes::labelFont, text, juce::Justification::centred,
                  isLoaded);
+        if (target == static_cast<std::uint32_t>(slot)) {
+            g.setColour(ToJuce(colours.accent));
+            g.drawRoundedRectangle(cell.reduced(0.75F), 3.0F, 1.5F);
+        }
         if (isLoaded && slot != playing) {
             FillBox(g, cell.withTop(cell.getBottom() - 2.0F), colours.accent, 1.0F);
         }
     }
 }
 
-void SlotsView::mouseDown(const juce::MouseEvent& event) {
+std::optional<std::uint32_t> SlotsView::SlotAt(juce::Point<int> place) const {
     for (int slot = 0; slot < count; ++slot) {
-        if (CellOf(slot).contains(event.getPosition())) {
-            const int first = 12 * juce::roundToInt(octaveSteps * panel.instrument.Position(octave));
-            pressedKey = first + slot;
-            panel.instrument.Play({0x90, static_cast<std::uint8_t>(pressedKey), velocity});
+        if (CellOf(slot).contains(place)) {
+            return static_cast<std::uint32_t>(slot);
         }
+    }
+    return std::nullopt;
+}
+
+void SlotsView::mouseDown(const juce::MouseEvent& event) {
+    if (const auto slot = SlotAt(event.getPosition())) {
+        const int first = 12 * juce::roundToInt(octaveSteps * panel.instrument.Position(octave));
+        pressedKey = first + static_cast<int>(*slot);
+        panel.instrument.Play({0x90, static_cast<std::uint8_t>(pressedKey), velocity});
     }
 }
 
 void SlotsView::mouseUp(const juce::MouseEvent& /*event*/) { Release(); }
+
+void SlotsView::SetTarget(std::optional<std::uint32_t> slot) {
+    if (slot != target) {
+        target = slot;
+        repaint();
+    }
+}
+
+void SlotsView::fileDragMove(const juce::StringArray& files, int x, int y) {
+    SetTarget(SlotAt({x, y}));
+    TellOfDrop(panel, PathsOf(files), target);
+}
+
+void SlotsView::fileDragExit(const juce::StringArray& /*files*/) {
+    SetTarget(std::nullopt);
+    panel.Tell({});
+}
+
+void SlotsView::filesDropped(const juce::StringArray& files, int x, int y) {
+    SetTarget(std::nullopt);
+    DropSamples(panel, PathsOf(files), SlotAt({x, y}));
+}
 
 void SlotsView::Release() {
     if (pressedKey >= 0) {

@@ -8,11 +8,17 @@
 #include <juce_gui_basics/juce_gui_basics.h>
 
 #include <array>
+#include <cstdint>
+#include <optional>
 
 namespace orphia::panel {
 
-/// The twelve samples at a glance: which are there, which one plays. A click plays one, as its key would.
-class SlotsView final : public juce::Component, public Live, public juce::SettableTooltipClient {
+/// The twelve samples at a glance: which are there, which one plays. A click plays one, as its key would;
+/// files and folders are dropped on them.
+class SlotsView final : public juce::Component,
+                        public Live,
+                        public juce::SettableTooltipClient,
+                        public juce::FileDragAndDropTarget {
 public:
     explicit SlotsView(PanelModel& panel);
     ~SlotsView() override;
@@ -22,11 +28,18 @@ public:
     void mouseDown(const juce::MouseEvent& event) override;
     void mouseUp(const juce::MouseEvent& event) override;
 
+    bool isInterestedInFileDrag(const juce::StringArray& files) override { return !files.isEmpty(); }
+    void fileDragMove(const juce::StringArray& files, int x, int y) override;
+    void fileDragExit(const juce::StringArray& files) override;
+    void filesDropped(const juce::StringArray& files, int x, int y) override;
+
 private:
     static constexpr int count = 12;
     static constexpr int columns = 6;
 
     juce::Rectangle<int> CellOf(int slot) const;
+    std::optional<std::uint32_t> SlotAt(juce::Point<int> place) const;
+    void SetTarget(std::optional<std::uint32_t> slot);
     void Release();
 
     PanelModel& panel;
@@ -37,6 +50,8 @@ private:
     std::array<bool, count> loaded{};
     int playing = -1;
     int pressedKey = -1;
+    /// What is dragged would go there.
+    std::optional<std::uint32_t> target;
 };
 
 } // namespace orphia::panel

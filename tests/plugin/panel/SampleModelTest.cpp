@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What of the page of samples needs no screen.
 #include "dsp/sampler/PlayRange.h"
+#include "host/parts/SampleReport.h"
 #include "plugin/PluginRig.h"
 #include "plugin/panel/model/samples/PeakTable.h"
 #include "plugin/panel/model/samples/SampleEdges.h"
@@ -216,6 +217,25 @@ TEST(SampleShelf, ReadsInItsOwnTimeAndAgainWhatHasChanged) {
     EXPECT_EQ(find("a.wav")->Seconds(), 2.0);
 }
 
+TEST(SampleShelf, LeavesWhatIsStillReadWhenItGoes) {
+    struct Endless final : host::AudioSource {
+        std::uint32_t SampleRate() const override { return 48000; }
+        std::uint64_t ExpectedFrames() const override { return endless; }
+        std::size_t Read(std::span<float> samples) override {
+            EXPECT_LT(++reads, 5);
+            std::ranges::fill(samples, 0.25F);
+            return reads < 100 ? samples.size() / channelCount : 0;
+        }
+        int reads = 0;
+    };
+    const auto threeTimes = [left = 3]() mutable { return left-- > 0; };
+    Endless picture;
+    EXPECT_FALSE(PeakTable().Read(picture, threeTimes));
+    Endless pitch;
+    EXPECT_FALSE(host::FindPitch(pitch, threeTimes));
+    EXPECT_EQ(pitch.reads, 3);
+}
+
 TEST(SampleSlots, LoadWholeMoveAndAreTakenBack) {
     const TemporaryFolder folder;
     WriteBeats(folder, {"1.wav", "2.wav"});
@@ -225,13 +245,14 @@ TEST(SampleSlots, LoadWholeMoveAndAreTakenBack) {
     History history(*plugin);
     SampleSlots slots(*plugin, history);
     const std::string empty = plugin->SaveState();
-    EXPECT_PRED2(Has, slots.Drop({folder / "no.wav"}, 3), "no.wav: ");
+    EXPECT_PRED2(Has, slots.Drop({folder / "no.wav"}, 3).problem, "no.wav: ");
     EXPECT_FALSE(history.CanUndo());
     slots.Move(3, SampleEdges::TrimStart, 0.25F);
-    EXPECT_EQ(slots.Drop({folder / "1.wav"}, 3), "");
+    EXPECT_EQ(slots.Drop({folder / "1.wav"}, 3).Line(), "Sample 4 is 1.wav");
     EXPECT_TRUE(slots.IsLoaded(3));
     EXPECT_EQ(plugin->Position(IdOf("Modulator_Sampler_Sample4_TrimStart")), 0.0F) << "of the sound before";
-    EXPECT_EQ(slots.Drop({folder.Path()}, 3), "no.wav: " + slots.Drop({folder / "no.wav"}, 0).substr(8));
+    EXPECT_EQ(slots.Drop({folder.Path()}, 3).Line(),
+              "Samples 5 to 6 are loaded; " + slots.Drop({folder / "no.wav"}, 0).problem);
     EXPECT_EQ(slots.Taken(), (std::set<std::uint32_t>{3, 4, 5}));
     slots.Move(4, SampleEdges::LoopStop, 0.5F);
     Play(*plugin, 2000);

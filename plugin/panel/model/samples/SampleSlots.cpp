@@ -60,6 +60,10 @@ std::string NameOf(const std::filesystem::path& path) { return path.filename().s
 
 /// Why a file is no sound; empty for one.
 std::string ProblemOf(const std::filesystem::path& path) {
+    std::error_code none;
+    if (std::filesystem::is_fifo(path, none)) {
+        return NameOf(path) + ": is a pipe, which may never end";
+    }
     try {
         const host::AudioFileSource source(path);
         return {};
@@ -108,9 +112,27 @@ std::set<std::uint32_t> SampleSlots::Taken() const {
     return taken;
 }
 
-std::string SampleSlots::Load(const SamplePaths& paths) {
-    SamplePaths sounds;
-    std::string problem;
+std::string SampleSlots::Loaded::Line() const {
+    if (sounds.empty()) {
+        return problem;
+    }
+    const std::uint32_t first = sounds.begin()->first + 1;
+    const std::uint32_t last = sounds.rbegin()->first + 1;
+    std::string line;
+    if (sounds.size() == 1) {
+        line = fmt::format("Sample {} is {}", first, NameOf(sounds.begin()->second));
+    } else if (last - first + 1 == sounds.size()) {
+        line = fmt::format("Samples {} to {} are loaded", first, last);
+    } else {
+        line = fmt::format("{} samples from {} to {} are loaded", sounds.size(), first, last);
+    }
+    return problem.empty() ? line : line + "; " + problem;
+}
+
+SampleSlots::Loaded SampleSlots::Load(const SamplePaths& paths) {
+    Loaded loaded;
+    SamplePaths& sounds = loaded.sounds;
+    std::string& problem = loaded.problem;
     for (const auto& [sample, path] : paths) {
         std::string wrong = ProblemOf(path);
         if (wrong.empty()) {
@@ -120,7 +142,7 @@ std::string SampleSlots::Load(const SamplePaths& paths) {
         }
     }
     if (sounds.empty()) {
-        return problem;
+        return loaded;
     }
     const std::string name =
         sounds.size() == 1 ? fmt::format("Sample {}", sounds.begin()->first + 1) : "Samples";
@@ -139,19 +161,30 @@ std::string SampleSlots::Load(const SamplePaths& paths) {
         }
         return true;
     });
-    return problem;
+    return loaded;
 }
 
-std::string SampleSlots::Drop(const std::vector<std::filesystem::path>& dropped, std::uint32_t sample) {
+SampleSlots::Loaded SampleSlots::Drop(const std::vector<std::filesystem::path>& dropped,
+                                      std::uint32_t sample) {
     const SampleFill fill = FillWith(dropped, sample, Taken());
     if (fill.paths.empty()) {
-        return fill.leftOut > 0 ? "No sample is free" : "There is no sound in it";
+        return {{}, fill.leftOut > 0 ? "No sample is free" : "There is no sound in it"};
     }
-    std::string problem = Load(fill.paths);
-    if (!problem.empty() || fill.leftOut == 0) {
-        return problem;
+    Loaded loaded = Load(fill.paths);
+    if (loaded.problem.empty() && fill.leftOut > 0) {
+        loaded.problem = fmt::format("{} found no free place", Counted(fill.leftOut, "sound"));
     }
-    return fmt::format("{} found no free place", Counted(fill.leftOut, "sound"));
+    return loaded;
+}
+
+std::optional<std::uint32_t> SampleSlots::FreeFrom(std::uint32_t sample) const {
+    const std::set<std::uint32_t> taken = Taken();
+    for (std::uint32_t n = 0; n < count; ++n) {
+        if (const std::uint32_t next = (sample + n) % count; !taken.contains(next)) {
+            return next;
+        }
+    }
+    return std::nullopt;
 }
 
 void SampleSlots::Clear(std::uint32_t sample) {

@@ -29,12 +29,22 @@ public:
     SamplePaths Missing() const;
     std::set<std::uint32_t> Taken() const;
 
-    /// Of new sounds: they are played whole, and not where the ones before them began and ended. Returns what
-    /// is wrong, a line: one that is no sound is not taken.
-    std::string Load(const SamplePaths& paths);
-    /// Files and folders that were dropped on a sample. Returns a line for the player, empty when all is as
-    /// he wished.
-    std::string Drop(const std::vector<std::filesystem::path>& dropped, std::uint32_t sample);
+    /// What became of files.
+    struct Loaded {
+        SamplePaths sounds;
+        /// A line for the player, empty when all is as he wished.
+        std::string problem;
+
+        /// All of it in a line: "Sample 3 is voice.wav".
+        std::string Line() const;
+    };
+    /// Of new sounds: they are played whole, and not where the ones before them began and ended. One that is
+    /// no sound is not taken.
+    Loaded Load(const SamplePaths& paths);
+    /// Files and folders that were dropped on a sample.
+    Loaded Drop(const std::vector<std::filesystem::path>& dropped, std::uint32_t sample);
+    /// From `sample` on, and then in front of it; nothing when all are taken.
+    std::optional<std::uint32_t> FreeFrom(std::uint32_t sample) const;
     void Clear(std::uint32_t sample);
     /// One that is missing, and others beside it; all else of them stays. Returns a line that tells how many.
     std::string Found(std::uint32_t sample, const std::filesystem::path& path);
