@@ -23,7 +23,7 @@ using Stream = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
 } // namespace
 
-/// What the library reads is a stream of ours, whose name it need not know.
+/// What the library reads is a stream of ours, whose name it mostly need not know.
 struct AudioFileSource::File {
     SF_INFO info{};
     SNDFILE* handle = nullptr;
@@ -33,6 +33,13 @@ struct AudioFileSource::File {
         handle = sf_open_virtual(&access, SFM_READ, &info, stream.get());
     }
     ~File() { sf_close(handle); }
+
+    /// Of sound without a header the ending of the name alone tells what it is.
+    void OpenByName(const std::filesystem::path& path) {
+        info = {};
+        handle = sf_open(TextOf(path).c_str(), SFM_READ, &info);
+    }
+
     File(const File&) = delete;
     File& operator=(const File&) = delete;
 
@@ -114,7 +121,11 @@ AudioFileSource::AudioFileSource(std::filesystem::path filePath, Playback filePl
     : path(std::move(filePath)), playback(filePlayback) {
     CheckReadable(path);
     std::error_code error;
-    file = std::make_unique<File>(std::filesystem::is_fifo(path, error) ? CopyOfPipe(path) : Open(path));
+    const bool isPipe = std::filesystem::is_fifo(path, error);
+    file = std::make_unique<File>(isPipe ? CopyOfPipe(path) : Open(path));
+    if (file->handle == nullptr && !isPipe) {
+        file->OpenByName(path);
+    }
     if (file->handle == nullptr) {
         Refuse(path, fmt::format("cannot be read as audio: {}", sf_strerror(nullptr)));
     }

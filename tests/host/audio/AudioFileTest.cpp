@@ -81,6 +81,21 @@ TEST(AudioFile, ALoopOfMonoRepeatsWithoutAGapOnBothSidesAndWhatIsNoNumberIsSilen
     EXPECT_EQ(source.ReplacedSamples(), 12U) << "on two sides in three rounds";
 }
 
+/// As recordings of telephones are.
+TEST(AudioFile, WhatHasNoHeaderIsKnownByTheEndingOfItsName) {
+    const TemporaryFolder folder;
+    test::WriteSound(folder / "call.gsm", Sine(500.0, 0.2, 8000, 1), SF_FORMAT_RAW | SF_FORMAT_GSM610);
+    const std::vector<float> expected = test::ReadSound(folder / "call.gsm").samples;
+    AudioFileSource source(folder / "call.gsm");
+    EXPECT_EQ(source.SampleRate(), 8000U);
+    const std::vector<float> read = ReadAll(source);
+    ASSERT_GE(expected.size(), 1600U);
+    ASSERT_EQ(read.size(), 2 * expected.size());
+    for (std::size_t i = 0; i < read.size(); ++i) {
+        ASSERT_EQ(read[i], expected[i / 2]) << i;
+    }
+}
+
 TEST(ResampledSource, KeepsPitchLevelTimeAndLengthWhateverIsReadAtOnce) {
     const TemporaryFolder folder;
     for (const auto& [from, to] :
