@@ -4,16 +4,21 @@
 
 #include "host/engine/EngineLibrary.h"
 #include "host/presets/Preset.h"
+#include "panel/DisplayAtoms.h"
+#include "panel/PanelHands.h"
 #include "plugin/HeldResources.h"
 #include "plugin/PluginRig.h"
 #include "realtime/CallTrap.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <functional>
+#include <thread>
 
 namespace orphia::test {
 
@@ -29,6 +34,13 @@ protected:
         return std::make_unique<Processor>(kind);
     }
 
+    /// Once, in front of all that JUCE asks of it.
+    static bool HasDisplay() {
+        static const bool isThere = MakeDisplayAtoms();
+        return isThere;
+    }
+
+    const bool hasDisplay = HasDisplay();
     const juce::ScopedJuceInitialiser_GUI juce;
 };
 
@@ -138,22 +150,22 @@ TEST_F(ProcessorTest, TellsTheHostWhatItDoesNotKnow) {
     parameter.removeListener(&ears);
 }
 
-TEST_F(ProcessorTest, AudioThreadCallsNothingOfTheSystem) {
-    const auto processor = Make();
-    processor->setRateAndBufferSizeDetails(pluginRate, 512);
-    processor->prepareToPlay(pluginRate, 512);
+/// Plays with both traps by turns, on the thread that calls, until it may end. Returns how many blocks there
+/// were.
+int PlayTrapped(Processor& processor, const std::function<bool(int)>& goesOn) {
     const bool isTold = SystemCallTrap::Prepare();
     LoopingHost host;
-    processor->setPlayHead(&host);
+    processor.setPlayHead(&host);
     juce::AudioBuffer<float> sound(2, 512);
     juce::MidiBuffer messages;
     messages.ensureSize(4096);
-    for (int round = 0; round < 40; ++round) {
-        messages.addEvent(juce::MidiMessage::noteOn(1, 40 + round, 0.8F), round);
+    int round = 0;
+    for (; goesOn(round); ++round) {
+        messages.addEvent(juce::MidiMessage::noteOn(1, 40 + round % 40, 0.8F), round % 40);
         sound.setSize(2, round % 4 == 0 ? 1 : 512, false, false, true);
         const auto process = [&] {
-            processor->getParameters()[round]->setValue(0.3F);
-            processor->processBlock(sound, messages);
+            processor.getParameters()[round % 40]->setValue(0.3F);
+            processor.processBlock(sound, messages);
         };
         const bool isTrappedBySystem = isTold && round % 2 == 1;
         long systemCall = SystemCallTrap::none;
@@ -172,7 +184,52 @@ TEST_F(ProcessorTest, AudioThreadCallsNothingOfTheSystem) {
         EXPECT_EQ(calls, 0U) << first;
         EXPECT_EQ(systemCall, SystemCallTrap::none);
     }
-    processor->setPlayHead(nullptr);
+    processor.setPlayHead(nullptr);
+    return round;
+}
+
+TEST_F(ProcessorTest, AudioThreadCallsNothingOfTheSystem) {
+    const auto processor = Make();
+    processor->setRateAndBufferSizeDetails(pluginRate, 512);
+    processor->prepareToPlay(pluginRate, 512);
+    PlayTrapped(*processor, [](int round) { return round < 40; });
+}
+
+/// Each page is shown and worked meanwhile, so that the audio thread has to tell all that a panel shows.
+TEST_F(ProcessorTest, AudioThreadCallsNothingOfTheSystemWhileTheEditorIsOpen) {
+    if (!hasDisplay) {
+        GTEST_SKIP() << "no display";
+    }
+    const auto processor = Make();
+    processor->setRateAndBufferSizeDetails(pluginRate, 512);
+    processor->prepareToPlay(pluginRate, 512);
+    const std::unique_ptr<juce::AudioProcessorEditor> editor(processor->createEditorIfNeeded());
+    ASSERT_NE(editor, nullptr);
+    std::atomic<bool> isDone{false};
+    int blocks = 0;
+    std::thread audio([&] {
+        blocks = PlayTrapped(*processor, [&isDone](int) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            return !isDone;
+        });
+    });
+    {
+        PanelHands hands(*editor);
+        EXPECT_TRUE(editor->isShowing());
+        const juce::Rectangle<float> all = editor->getLocalBounds().toFloat();
+        for (int page = 0; page < 8; ++page) {
+            hands.Key(juce::KeyPress::F1Key + page);
+            for (const float y : {0.2F, 0.4F, 0.6F, 0.95F}) {
+                const juce::Point<float> place = all.getRelativePoint(0.1F * static_cast<float>(page + 1), y);
+                hands.Drag(*editor, place, place.translated(0.0F, -20.0F));
+            }
+            hands.Key('a', {}, 'a');
+            PanelHands::Wait(150);
+        }
+    }
+    isDone = true;
+    audio.join();
+    EXPECT_GT(blocks, 40);
 }
 
 TEST_F(ProcessorTest, TwoHundredClosedInstancesLeaveNoThreadNoFileAndNoMemory) {
