@@ -50,9 +50,7 @@ void CycleGenerator::OnInitialize(float rate, u32 maxBlockSize) {
     sampleRate = rate;
     beatsPerSampleAtOneBpm = 0.016666666666666666 / static_cast<double>(sampleRate);
     beatStep = static_cast<double>(tempo) * beatsPerSampleAtOneBpm;
-    for (auto* buffer : {&rateBuffer, &phaseBuffer, &triggerBuffer, &cycleBuffer}) {
-        buffer->assign(maxBlockSize, 0.0F);
-    }
+    steps.assign(maxBlockSize, {});
 }
 
 void CycleGenerator::OnReset(bool /*hard*/) {
@@ -61,8 +59,9 @@ void CycleGenerator::OnReset(bool /*hard*/) {
 }
 
 void CycleGenerator::Retrigger() {
-    std::fill(phaseBuffer.begin(), phaseBuffer.end(), 0.0F);
-    std::fill(cycleBuffer.begin(), cycleBuffer.end(), 0.0F);
+    for (Step& step : steps) {
+        step.phase = 0.0F;
+    }
     cycleCount = -1.0F;
     lastBeat = 0.0;
     startBeat = 0.0;
@@ -152,7 +151,9 @@ void CycleGenerator::RenderRate(const ProcessContext& context) {
         ModuleParam& parameter = parameters[cycle.synced ? RateSynced : RateUnSynced];
         rate = RateAt(parameter.GetModulatedValue(context, rateInput));
     }
-    std::fill_n(rateBuffer.begin(), context.numFrames, rate);
+    for (Step& step : std::span(steps).first(context.numFrames)) {
+        step.rate = rate;
+    }
 }
 
 bool CycleGenerator::Process(ProcessContext& context) {
@@ -160,17 +161,20 @@ bool CycleGenerator::Process(ProcessContext& context) {
         return true;
     }
     HealState();
-    ProcessContext steps = context;
-    steps.numFrames = cycle.controlRate ? 1 : context.numFrames;
+    ProcessContext stepped = context;
+    stepped.numFrames = cycle.controlRate ? 1 : context.numFrames;
     const bool playing = context.isPlaying != 0;
-    const u32 framesPerStep = context.numFrames / steps.numFrames;
-    const Run run{steps.numFrames, static_cast<double>(framesPerStep), playing, playing != wasPlaying};
+    const u32 framesPerStep = context.numFrames / stepped.numFrames;
+    const Run run{std::span(steps).first(stepped.numFrames), static_cast<double>(framesPerStep), playing,
+                  playing != wasPlaying};
     wasPlaying = playing;
-    std::fill_n(triggerBuffer.begin(), run.steps, 0.0F);
+    for (Step& step : run.steps) {
+        step.trigger = false;
+    }
     if (run.playChanged && playing && cycle.mode == FreeRunning) {
         Retrigger();
     }
-    RenderRate(steps);
+    RenderRate(stepped);
     FollowHost(context.songPosition, run);
     const double beat = playing ? static_cast<double>(lastHostBeat) : run.framesPerStep * beatStep + lastBeat;
     if (needsPhaseInit) {
@@ -183,8 +187,8 @@ bool CycleGenerator::Process(ProcessContext& context) {
     } else {
         RunLocked(run, beat);
     }
-    lastBeat = beat + static_cast<double>(run.steps - 1) * beatStep;
-    Render(steps);
+    lastBeat = beat + static_cast<double>(run.steps.size() - 1) * beatStep;
+    Render(stepped);
     return true;
 }
 
@@ -208,7 +212,8 @@ void CycleGenerator::FollowHost(float songPosition, const Run& run) {
     const bool backwards = free ? hostBeat < lastHostBeat && run.playing : position < lastHostBeat;
     const double stepBeats = beatStep * run.framesPerStep;
     if (backwards && !rose) {
-        const double jump = stepBeats * run.steps + static_cast<double>(lastHostBeat - hostBeat);
+        const double jump =
+            stepBeats * static_cast<double>(run.steps.size()) + static_cast<double>(lastHostBeat - hostBeat);
         lastBeat -= jump;
         if (!free) {
             startBeat -= jump;
@@ -232,13 +237,13 @@ void CycleGenerator::StartPhase(const Run& run, double beat) {
         if (cycle.mode == FreeRunning && run.playing && !run.playChanged) {
             return;
         }
-        rateAtFrame = rateBuffer[0];
+        rateAtFrame = steps[0].rate;
         const double increment = static_cast<double>(rateAtFrame) *
                                  (run.framesPerStep * cycle.keyFactor / static_cast<double>(sampleRate));
         freePhase = IsHeld() ? restingPhase : -increment / share;
         return;
     }
-    const double cyclesPerBeat = CyclesPerBeat(rateBuffer[0]);
+    const double cyclesPerBeat = CyclesPerBeat(steps[0].rate);
     const double increment = cyclesPerBeat * run.framesPerStep * beatStep / share;
     lastBeat = beat - run.framesPerStep * beatStep * cycle.keyFactor;
     if (cycle.mode == FreeRunning && run.playing) {
@@ -252,33 +257,33 @@ void CycleGenerator::StartPhase(const Run& run, double beat) {
 
 void CycleGenerator::RunFree(const Run& run) {
     const double perHertz = run.framesPerStep * cycle.keyFactor / static_cast<double>(sampleRate);
-    for (u32 i = 0; i < run.steps; ++i) {
+    for (Step& step : run.steps) {
         double increment = static_cast<double>(rateAtFrame) * perHertz;
         if (cycle.swingOn) {
             // Before the first cycle that one's own speed holds.
             increment /= SwingLength(static_cast<double>(std::max(cycleCount, 0.0F)));
         }
-        freePhase = AdvanceCounted(i, freePhase, increment);
-        rateAtFrame = rateBuffer[i];
+        freePhase = AdvanceCounted(step, freePhase, increment);
+        rateAtFrame = step.rate;
     }
 }
 
 void CycleGenerator::RunOneShotSynced(const Run& run) {
     const double stepBeats = run.framesPerStep * beatStep;
-    for (u32 i = 0; i < run.steps; ++i) {
-        syncPhase = AdvanceCounted(i, syncPhase, CyclesPerBeat(rateBuffer[i]) * stepBeats);
+    for (Step& step : run.steps) {
+        syncPhase = AdvanceCounted(step, syncPhase, CyclesPerBeat(step.rate) * stepBeats);
     }
 }
 
 /// One step of a phase whose cycles are counted as they pass. Returns the new phase.
-double CycleGenerator::AdvanceCounted(u32 step, double phase, double increment) {
+double CycleGenerator::AdvanceCounted(Step& step, double phase, double increment) {
     if (IsHeld()) {
-        StoreStep(step, phase, 0.0F);
+        StorePhase(step, phase);
         return phase;
     }
     const double next = phase + increment;
     if (std::floor(phase) != std::floor(next)) {
-        triggerBuffer[step] = 1.0F;
+        step.trigger = true;
         cycleCount += 1.0F;
         if (cycleCount > 0.0F) {
             oneShotDone = true;
@@ -289,10 +294,10 @@ double CycleGenerator::AdvanceCounted(u32 step, double phase, double increment) 
     }
     const bool ends = IsHeld();
     if (ends) {
-        triggerBuffer[step] = 0.0F;
+        step.trigger = false;
     }
     phase = ends ? restingPhase : Fold(next);
-    StoreStep(step, phase, cycleCount);
+    StorePhase(step, phase);
     return phase;
 }
 
@@ -301,8 +306,8 @@ double CycleGenerator::AdvanceCounted(u32 step, double phase, double increment) 
 void CycleGenerator::RunLocked(const Run& run, double beat) {
     const bool hardFollow = cycle.sppHardFollow && cycle.mode == FreeRunning;
     double before = lastBeat;
-    for (u32 i = 0; i < run.steps; ++i) {
-        const double cyclesPerBeat = CyclesPerBeat(rateBuffer[i]);
+    for (Step& step : run.steps) {
+        const double cyclesPerBeat = CyclesPerBeat(step.rate);
         double position = (beat - startBeat) * cyclesPerBeat;
         double positionBefore = (before - startBeat) * cyclesPerBeat;
         if (cycle.swingOn) {
@@ -311,7 +316,7 @@ void CycleGenerator::RunLocked(const Run& run, double beat) {
         }
         const double cycleNumber = std::floor(position);
         if (cycleNumber != std::floor(positionBefore)) {
-            triggerBuffer[i] = 1.0F;
+            step.trigger = true;
             syncPhase = position - cycleNumber;
             if (cycleNumber > 0.0) {
                 oneShotDone = true;
@@ -322,17 +327,16 @@ void CycleGenerator::RunLocked(const Run& run, double beat) {
             const double increment = cyclesPerBeat * run.framesPerStep * beatStep;
             syncPhase = Fold(syncPhase + (cycle.swingOn ? increment / SwingLength(cycleNumber) : increment));
         }
-        StoreStep(i, syncPhase, static_cast<float>(cycleNumber));
+        StorePhase(step, syncPhase);
         before = beat;
         beat += beatStep;
     }
 }
 
 /// A phase that is not a number leaves as 0, and is healed with the next block.
-void CycleGenerator::StoreStep(u32 step, double phase, float cycleNumber) {
+void CycleGenerator::StorePhase(Step& step, double phase) const {
     const auto shifted = static_cast<float>(Fold(phase + cycle.phaseInit));
-    phaseBuffer[step] = shifted > 0.0F ? std::min(shifted, largestBelowOne) : 0.0F;
-    cycleBuffer[step] = cycleNumber;
+    step.phase = shifted > 0.0F ? std::min(shifted, largestBelowOne) : 0.0F;
 }
 
 /// The length of a cycle in even cycles: even numbers are long, odd ones short.

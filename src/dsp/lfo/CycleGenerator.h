@@ -4,6 +4,7 @@
 #include "dsp/framework/UnitModule.h"
 
 #include <cmath>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -55,7 +56,7 @@ public:
     virtual void Render(const ProcessContext& context) = 0;
     /// Takes the rate from the parameters.
     virtual void UpdateRateValue();
-    /// Fills rateBuffer for numFrames steps.
+    /// Fills in the rates of numFrames steps.
     virtual void RenderRate(const ProcessContext& context);
 
     void OnInitialize(float rate, u32 maxBlockSize) override;
@@ -94,18 +95,21 @@ protected:
     float sampleRate = 44100.0F;
     /// Beats per minute.
     float tempo = 1.0F;
-    /// Hz, or the cycle's length in bars when synced; one value per step.
-    std::vector<float> rateBuffer;
-    /// From 0 to below 1.
-    std::vector<float> phaseBuffer;
-    /// 1 where a cycle begins, else 0.
-    std::vector<float> triggerBuffer;
-    std::vector<float> cycleBuffer;
+    struct Step {
+        /// Hz, or the cycle's length in bars when synced.
+        float rate;
+        /// From 0 to below 1.
+        float phase;
+        /// A cycle begins here.
+        bool trigger;
+    };
+    /// Of the last block. With ControlRate only the first is used, and one look fetches all of it.
+    std::vector<Step> steps;
 
 private:
     /// The block as the steps see it.
     struct Run {
-        u32 steps;
+        std::span<Step> steps;
         double framesPerStep;
         bool playing;
         bool playChanged;
@@ -123,8 +127,8 @@ private:
     void RunFree(const Run& run);
     void RunOneShotSynced(const Run& run);
     void RunLocked(const Run& run, double beat);
-    double AdvanceCounted(u32 step, double phase, double increment);
-    void StoreStep(u32 step, double phase, float cycleNumber);
+    double AdvanceCounted(Step& step, double phase, double increment);
+    void StorePhase(Step& step, double phase) const;
 
     bool IsHeld() const { return cycle.mode == OneShot && oneShotDone; }
     /// Cycles per beat of a length in bars.

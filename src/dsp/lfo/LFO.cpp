@@ -26,10 +26,10 @@ std::vector<ModuleParam> ShapeRecords() {
 
 float FiniteOrZero(float x) { return std::isfinite(x) ? x : 0.0F; }
 
-template <class Shape>
-void RenderShape(const float* phases, float* out, u32 frames, float offset, Shape&& shape) {
+template <class Step, class Shape>
+void RenderShape(const Step* steps, float* out, u32 frames, float offset, Shape&& shape) {
     for (u32 i = 0; i < frames; ++i) {
-        const float position = phases[i] + offset;
+        const float position = steps[i].phase + offset;
         out[i] = shape(position - std::floor(position));
     }
 }
@@ -134,7 +134,7 @@ void LFO::SetSmoothTime(float seconds) {
 
 /// Synced rates are bars of four beats.
 void LFO::LinkSmoothTime() {
-    const float rate = rateBuffer[0];
+    const float rate = steps[0].rate;
     SetSmoothTime(Value(Smooth) / (cycle.synced ? 0.004166667F / rate * tempo : rate));
 }
 
@@ -142,6 +142,10 @@ void LFO::Render(const ProcessContext& context) {
     const u32 channelCount = std::min(shape.channels, context.numOutputs);
     const u32 frames = context.numFrames;
     if (channelCount == 0) {
+        return;
+    }
+    if (!NeedsOutput()) {
+        AdvanceFade(frames);
         return;
     }
     const float amplitude = FiniteOrZero(parameters[Amp].GetModulatedValue(context, amplitudeInput));
@@ -159,12 +163,21 @@ void LFO::Render(const ProcessContext& context) {
     for (u32 channel = 0; channel < channelCount; ++channel) {
         FinishChannel(context.outputs[channel], frames, amplitude, smoothers[channel]);
     }
+    AdvanceFade(frames);
+    // Straight into the records: what a block reports is no change of a parameter.
+    parameters[CurrentPhaseFeedback].SetValue(Fold(offset + steps[0].phase));
+    parameters[CurrentValueLFeedback].SetValue(context.outputs[0][0]);
+}
+
+/// What is held or smoothed comes from the blocks before.
+bool LFO::NeedsOutput() const {
+    return isHeard || smoothOn || shape.smoothLinked || shape.waveform == SampleAndHold;
+}
+
+void LFO::AdvanceFade(u32 frames) {
     if (fadeValue < 1.0F) {
         fadeValue += static_cast<float>(frames) * fadeStep;
     }
-    // Straight into the records: what a block reports is no change of a parameter.
-    parameters[CurrentPhaseFeedback].SetValue(Fold(offset + phaseBuffer[0]));
-    parameters[CurrentValueLFeedback].SetValue(context.outputs[0][0]);
 }
 
 /// In cycles, not below 0.
@@ -180,25 +193,25 @@ float LFO::PhaseOffset(const ProcessContext& context) {
 float LFO::Spread() { return FiniteOrZero(Value(StereoSpread) * cyclesPerDegree); }
 
 void LFO::RenderWave(float* out, u32 frames, float offset) const {
-    const float* phases = phaseBuffer.data();
+    const Step* from = steps.data();
     switch (shape.waveform) {
     case Sine:
-        RenderShape(phases, out, frames, offset, [](float x) { return std::sin(x * 6.2831855F); });
+        RenderShape(from, out, frames, offset, [](float x) { return std::sin(x * 6.2831855F); });
         break;
     case Triangle:
-        RenderShape(phases, out, frames, offset, [](float x) {
+        RenderShape(from, out, frames, offset, [](float x) {
             const float ramp = 4.0F * x;
             return x < 0.25F ? ramp : x < 0.75F ? 2.0F - ramp : ramp - 4.0F;
         });
         break;
     case FallingSaw:
-        RenderShape(phases, out, frames, offset, [](float x) { return (1.0F - x) - x; });
+        RenderShape(from, out, frames, offset, [](float x) { return (1.0F - x) - x; });
         break;
     case RisingSaw:
-        RenderShape(phases, out, frames, offset, [](float x) { return 2.0F * x - 1.0F; });
+        RenderShape(from, out, frames, offset, [](float x) { return 2.0F * x - 1.0F; });
         break;
     default:
-        RenderShape(phases, out, frames, offset, [](float x) { return x < 0.5F ? 1.0F : -1.0F; });
+        RenderShape(from, out, frames, offset, [](float x) { return x < 0.5F ? 1.0F : -1.0F; });
         break;
     }
 }
@@ -207,7 +220,7 @@ void LFO::RenderWave(float* out, u32 frames, float offset) const {
 void LFO::RenderSampleAndHold(const ProcessContext& context, u32 channelCount) {
     const float delay = channelCount > 1 ? 2.0F * Spread() : 0.0F;
     for (u32 i = 0; i < context.numFrames; ++i) {
-        const bool trigger = triggerBuffer[i] > 0.5F;
+        const bool trigger = steps[i].trigger;
         snhPrevious = snh[0];
         if (trigger) {
             snh[0] = Draw();
@@ -219,7 +232,7 @@ void LFO::RenderSampleAndHold(const ProcessContext& context, u32 channelCount) {
         context.outputs[0][i] = snh[0];
         if (channelCount > 1) {
             if (shape.snhMode == 0) {
-                FollowDelayed(phaseBuffer[i], delay, trigger);
+                FollowDelayed(steps[i].phase, delay, trigger);
             }
             context.outputs[1][i] = snh[1];
         }

@@ -47,6 +47,9 @@ public:
     /// anew. 0 is replaced by a fixed seed.
     void Seed(u32 seed);
 
+    /// While nobody reads the output, a block may leave it as it is; all else goes on as ever.
+    void SetHeard(bool on) { isHeard = on; }
+
     /// Also draws a new value to hold and begins the fade-in.
     void Retrigger() override;
     void Render(const ProcessContext& context) override;
@@ -69,6 +72,8 @@ private:
         bool smoothLinked = false;
     };
 
+    bool NeedsOutput() const;
+    void AdvanceFade(u32 frames);
     void PrepareRunLength();
     void SetSmoothTime(float seconds);
     void LinkSmoothTime();
@@ -83,6 +88,7 @@ private:
     void FinishChannel(float* out, u32 frames, float amplitude, SmootherLPF& smoother) const;
 
     ShapeSettings shape;
+    bool isHeard = true;
     u32 blockSize = 0;
 
     float snh[maxChannels] = {};

@@ -95,6 +95,8 @@ public:
     /// The sum of the effective amounts that feed a destination.
     float RowSum(u32 destination) const;
 
+    /// The source reaches some destination.
+    bool IsSourceRouted(u32 source) const { return nonZero[source] != 0; }
     /// Bit d is set when at least one source reaches destination d.
     u32 RoutedDestinations() const;
 

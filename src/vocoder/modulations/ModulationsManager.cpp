@@ -237,13 +237,25 @@ std::span<const u32> ModulationsManager::LfoVoices() const {
 void ModulationsManager::RunLfos(const dsp::ProcessContext& context) {
     // A whole block of room: at audio rate an LFO fills it, and its source is the first sample.
     float* outputs[] = {buffers[LfoOut], buffers[LfoOut]};
+    const bool isMoved = Matrix().IsDestinationRouted(LfoRateDestination) ||
+                         Matrix().IsDestinationRouted(LfoAmountDestination);
+    const bool isRouted = Matrix().IsSourceRouted(LfoSource);
+    std::array<const float*, 3> inputs{};
+    dsp::ProcessContext child = context.ForChild(inputs.data(), inputs.size(), outputs, 2);
     for (const u32 voice : LfoVoices()) {
-        std::array<const float*, 3> inputs{};
-        ConnectWires(WiredModule::Lfo, inputs,
-                     [&](u32 destination) { return Matrix().VoiceDestination(voice, destination).data(); });
-        dsp::ProcessContext lfo = context.ForChild(inputs.data(), inputs.size(), outputs, 2);
-        dsp::RunChild(Lfos().Clone(voice), lfo);
-        Matrix().VoiceSource(voice, LfoSource)[0] = outputs[0][0];
+        if (isMoved) {
+            ConnectWires(WiredModule::Lfo, inputs, [&](u32 destination) {
+                return Matrix().VoiceDestination(voice, destination).data();
+            });
+        }
+        // That of the newest voice is shown.
+        const bool isHeard = isRouted || voice == CurrentVoice();
+        LFO& lfo = Lfos().Clone(voice);
+        lfo.SetHeard(isHeard);
+        dsp::RunChild(lfo, child);
+        if (isHeard) {
+            Matrix().VoiceSource(voice, LfoSource)[0] = outputs[0][0];
+        }
     }
 }
 

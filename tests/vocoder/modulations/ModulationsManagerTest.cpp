@@ -92,6 +92,7 @@ TEST(ModulationsManager, LfosOfVoicesRunByThemselvesAndTheirAmountTakesItsShareF
     rig.SetOwn(ModulationsManager::LFOInternalCycleMode, 1.0F); // free running
     rig.SetOwn(ModulationsManager::LFORetrig, 1.0F);
     rig.SetLfo(LFO::RateUnSynced, 5.0F);
+    rig.Route(LfoSource, Osc1ShapeDestination, 0.5F);
     rig.Run();
     rig.manager->VoiceOn(0);
     rig.Run(50);
