@@ -111,11 +111,12 @@ public:
     }
 
     /// Runs some of the clones, each on its own channel group; one that is not listed costs nothing, and
-    /// its parameter changes wait. False when the channels do not fit. List numbers are below N and differ.
-    /// Clones with a groupSize run that many at a time through their ProcessGroup.
+    /// its parameter changes wait. False when the channels do not fit; no inputs at all always do, and then
+    /// no clone has any. List numbers are below N and differ. Clones with a groupSize run that many at a time
+    /// through their ProcessGroup.
     bool ProcessListed(dsp::ProcessContext& context, std::span<const u32> list) {
-        if (!UpdateParameters(context) || context.numInputs != numInputs ||
-            context.numOutputs != numOutputs) {
+        const bool inputsFit = context.numInputs == numInputs || context.numInputs == 0;
+        if (!UpdateParameters(context) || !inputsFit || context.numOutputs != numOutputs) {
             return false;
         }
         if constexpr (requires { M::groupSize; }) {
@@ -180,7 +181,8 @@ private:
     }
 
     static dsp::ProcessContext ContextOfGroup(const dsp::ProcessContext& context, const M& clone, u32 group) {
-        return context.ForChild(context.inputs + group * clone.numInputs, clone.numInputs,
+        const u32 inputCount = context.numInputs == 0 ? 0 : clone.numInputs;
+        return context.ForChild(context.inputs + group * inputCount, inputCount,
                                 context.outputs + group * clone.numOutputs, clone.numOutputs);
     }
 

@@ -47,6 +47,7 @@ void ADSR::OnInitialize(float newSampleRate, u32 maxBlockSize) {
 
 void ADSR::OnReset(bool /*hard*/) {
     stage = Stage::Idle;
+    isHeld = false;
     phase = 0.0;
     lastOutput = 0.0F;
     WriteOutputParameters();
@@ -56,6 +57,7 @@ void ADSR::OnReset(bool /*hard*/) {
 bool ADSR::UpdateParameters(ProcessContext& context) {
     const u32 moved = watch.Changes(context, 0, numInputs);
     if (moved != 0 || anyParameterChanged || runsOncePerBlock) {
+        isHeld = false;
         ReadStages(context, moved);
     }
     if (anyParameterChanged) {
@@ -166,9 +168,17 @@ bool ADSR::Process(ProcessContext& context) {
         } else {
             RenderFast(context.outputs[0]);
         }
+        isHeld = HoldsLevel();
     }
     WriteOutputParameters();
     return true;
+}
+
+bool ADSR::HoldsLevel() const {
+    return stage == Stage::Sustain && !runsOncePerBlock && sustainSmoother.IsAtTarget() &&
+           sustainSmoother.interpValue == sustainSmoother.target &&
+           static_cast<double>(lastOutput) == sustainSmoother.target &&
+           static_cast<double>(current) == sustainSmoother.target;
 }
 
 /// Whether the block must be rendered frame by frame, because its stage may end or its time is moving.

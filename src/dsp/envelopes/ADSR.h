@@ -64,6 +64,11 @@ public:
     /// In one of its stages, as of the last block or reset.
     bool IsRunning() const { return stage != Stage::Idle; }
 
+    /// After UpdateParameters: the level stands still over this block at HeldLevel. Process would render
+    /// just that and leave all as it is, so it need not run.
+    bool IsHeld() const { return isHeld; }
+    float HeldLevel() const { return lastOutput; }
+
 private:
     void ReadStages(const ProcessContext& context, u32 moved);
     void ReadSwitches();
@@ -75,6 +80,7 @@ private:
 
     float RetriggerPhase() const;
 
+    bool HoldsLevel() const;
     bool NeedsCare(const ProcessContext& context) const;
     template <class Render>
     u32 WithRunningStage(Render render);
@@ -91,6 +97,8 @@ private:
     bool skipsSustain = false;
     bool startsAtZero = true;
     Stage stage = Stage::Idle;
+    /// The last block held its level, and nothing has changed since.
+    bool isHeld = false;
     double phase = 0.0;
     /// The last level before clamping; a release stays anchored to the one at which it began.
     float current = 0.0F;

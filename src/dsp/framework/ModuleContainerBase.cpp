@@ -39,7 +39,7 @@ bool ModuleContainerBase::SetAdditionalNormalized(u32 index, float value) {
         return false;
     }
     additional.SetNormalized(index, value);
-    SetLinked(index, value);
+    SetLinked(index);
     return true;
 }
 
@@ -48,14 +48,15 @@ bool ModuleContainerBase::SetAdditionalValue(u32 index, float value) {
         return false;
     }
     additional.SetValue(index, value);
-    SetLinked(index, additional.parameters[index].PeekNormalized());
+    SetLinked(index);
     return true;
 }
 
-void ModuleContainerBase::SetLinked(u32 index, float value) {
-    if (index >= linkedIds.size()) {
+void ModuleContainerBase::SetLinked(u32 index) {
+    if (index >= linkedIds.size() || linkedIds[index].empty()) {
         return;
     }
+    const float value = additional.parameters[index].PeekNormalized();
     for (const u32 id : linkedIds[index]) {
         SetParameterNormalized(id, value);
     }

@@ -50,7 +50,7 @@ protected:
     std::vector<LinkedIds> linkedIds;
 
 private:
-    void SetLinked(u32 index, float value);
+    void SetLinked(u32 index);
 };
 
 } // namespace Velmora::dsp

@@ -39,26 +39,34 @@ class ModulationWatch {
 public:
     static constexpr u32 mostInputs = 16;
 
-    ModulationWatch() { last.fill(inactive); }
-
     /// Once per block, for the same inputs from first to before end each time. Bit n stands for input first +
     /// n.
     u32 Changes(const ProcessContext& context, u32 first, u32 end) {
+        const u32 before = active;
+        if (context.numInputs <= first) {
+            active = 0;
+            return before;
+        }
         u32 changes = 0;
+        active = 0;
         for (u32 input = first; input < end; ++input) {
-            const u32 n = input - first;
             const float* modulation = context.ActiveModulation(input);
-            const u64 now = modulation != nullptr ? BitCast<u32>(modulation[0]) : inactive;
+            if (modulation == nullptr) {
+                continue;
+            }
+            const u32 n = input - first;
+            const u32 now = BitCast<u32>(modulation[0]);
             changes |= now != last[n] ? 1U << n : 0U;
             last[n] = now;
+            active |= 1U << n;
         }
-        return changes;
+        return changes | (active ^ before);
     }
 
 private:
-    /// No pattern of a sample.
-    static constexpr u64 inactive = ~u64{0};
-    std::array<u64, mostInputs> last;
+    /// Of the last block: which inputs were active, and the bits of their samples.
+    u32 active = 0;
+    std::array<u32, mostInputs> last{};
 };
 
 } // namespace Velmora::dsp

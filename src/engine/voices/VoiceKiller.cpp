@@ -47,11 +47,16 @@ bool VoiceKiller::UpdateParameters(dsp::ProcessContext& /*context*/) {
     if (Changed(Stereo)) {
         isStereo = Value(Stereo) > 0.5F;
     }
+    isPassing = !IsFading() && !IsMuted();
     return true;
 }
 
 bool VoiceKiller::Process(dsp::ProcessContext& context) {
-    const u32 channels = std::min(context.numOutputs, isStereo ? 2U : 1U);
+    if (isPassing) {
+        return true;
+    }
+    const bool isOneBuffer = context.numOutputs > 1 && context.outputs[0] == context.outputs[1];
+    const u32 channels = std::min(context.numOutputs, isStereo && !isOneBuffer ? 2U : 1U);
     if (IsFading()) {
         RenderFade(context, std::min(channels, context.numInputs));
     } else if (IsMuted()) {

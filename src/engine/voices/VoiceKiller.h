@@ -11,9 +11,10 @@ namespace Velmora::engine {
 
 /// Fades a voice out within 6 ms and then mutes it, so that a stolen voice leaves without a click.
 ///
-/// Two inputs and two outputs, in place or not. While it passes, the outputs are left alone: a parent that
-/// works out of place then has its sound in the inputs. "State" goes from Fade to Mute by itself, and back
-/// to Pass by the parent or a reset. Without "Stereo" only channel 0 is touched.
+/// Two inputs and two outputs, in place or not; both outputs may be one buffer, which is the first one then.
+/// While it passes, the outputs are left alone: a parent that works out of place then has its sound in the
+/// inputs. "State" goes from Fade to Mute by itself, and back to Pass by the parent or a reset. Without
+/// "Stereo" only channel 0 is touched.
 class VoiceKiller final : public dsp::UnitModule {
 public:
     enum Parameter : u32 {
@@ -47,6 +48,8 @@ private:
     dsp::SmootherSRL gain;
     dsp::AlignedBuffer ramp;
     bool isStereo = true;
+    /// Of the state, as of the last tick: what passes is not asked again.
+    bool isPassing = true;
 };
 
 } // namespace Velmora::engine

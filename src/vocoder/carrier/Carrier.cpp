@@ -86,6 +86,7 @@ void Carrier::OnInitialize(float rate, u32 maxBlockSize) {
     }
     for (u32 channel = 0; channel < voiceOutputs.size(); ++channel) {
         voiceOutputs[channel] = voiceBuffers[channel];
+        monoOutputs[channel] = voiceBuffers[channel - channel % Oscillators::outputCount];
     }
     pitchSmoother.Prepare(rate, maxBlockSize);
 }

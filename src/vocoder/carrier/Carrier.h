@@ -103,6 +103,8 @@ private:
     void RunGlider(const dsp::ProcessContext& context);
     void ListActiveVoices();
     void RunVoices(const dsp::ProcessContext& context);
+    bool VoicesAreMono();
+    bool VoicesAreModulated() const;
     void MixVoices(const dsp::ProcessContext& context);
     void MixSide(u32 side, const dsp::ProcessContext& context);
     void SwitchEnsemble(bool isUnderSound);
@@ -159,7 +161,10 @@ private:
 
     dsp::BlockPool voiceBuffers;
     std::array<const float*, voiceSlotCount * Oscillators::InputCount> voiceInputs{};
-    std::array<float*, voiceSlotCount * Oscillators::outputCount> voiceOutputs{};
+    using VoiceOutputs = std::array<float*, voiceSlotCount * Oscillators::outputCount>;
+    VoiceOutputs voiceOutputs{};
+    /// Both sides of a voice in one buffer.
+    VoiceOutputs monoOutputs{};
 };
 
 } // namespace Velmora::Processor

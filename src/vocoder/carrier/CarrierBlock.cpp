@@ -69,28 +69,42 @@ void Carrier::ListActiveVoices() {
     hasActiveVoices = !activeVoices.empty();
 }
 
+/// A voice is mono: only killers that fade one side alone make the sides differ.
+bool Carrier::VoicesAreMono() {
+    return Child<1>().FindParameter(engine::VoiceKiller::Stereo)->PeekValue() > 0.5F;
+}
+
+bool Carrier::VoicesAreModulated() const {
+    return std::any_of(wiring.begin(), wiring.end(), [this](const Wire& wire) {
+        return wire.module == WiredModule::Voice &&
+               modulations->Matrix().IsDestinationRouted(wire.destination);
+    });
+}
+
 void Carrier::RunVoices(const dsp::ProcessContext& context) {
     if (!hasActiveVoices) {
         return;
     }
-    constexpr u32 inputCount = voiceSlotCount * Oscillators::InputCount;
     constexpr u32 channelCount = voiceSlotCount * Oscillators::outputCount;
-    dsp::ProcessContext child =
-        context.ForChild(voiceInputs.data(), inputCount, voiceOutputs.data(), channelCount);
+    VoiceOutputs& outputs = VoicesAreMono() ? monoOutputs : voiceOutputs;
+    dsp::ProcessContext child = context.ForChild(nullptr, 0, outputs.data(), channelCount);
+    if (VoicesAreModulated()) {
+        child.inputs = voiceInputs.data();
+        child.numInputs = static_cast<u32>(voiceInputs.size());
+    }
     Child<0>().ProcessListed(child, activeVoices);
     for (const u32 voice : activeVoices) {
         modulations->WriteVoiceSource(voice, EnvelopeSource, Voice(voice).FirstEnvelopeSample());
     }
     // The fades work in place.
-    child.inputs = voiceOutputs.data();
+    child.inputs = outputs.data();
     child.numInputs = channelCount;
     Child<1>().ProcessListed(child, activeVoices);
 }
 
 void Carrier::MixVoices(const dsp::ProcessContext& context) {
     MixSide(0, context);
-    // A voice is mono: only killers that fade one side alone make the sides differ.
-    if (Child<1>().FindParameter(engine::VoiceKiller::Stereo)->PeekValue() > 0.5F) {
+    if (VoicesAreMono()) {
         std::copy_n(context.outputs[0], context.numFrames, context.outputs[1]);
     } else {
         MixSide(1, context);

@@ -235,7 +235,9 @@ void Oscillators::ProcessGroup(std::span<const dsp::ModuleRun<Oscillators>> runs
         play({1, 0});
     }
     for (const auto& [voice, context] : runs) {
-        std::copy_n(context.outputs[0], context.numFrames, context.outputs[1]);
+        if (context.outputs[1] != context.outputs[0]) {
+            std::copy_n(context.outputs[0], context.numFrames, context.outputs[1]);
+        }
     }
 }
 
@@ -247,8 +249,10 @@ void Oscillators::Begin(const dsp::ProcessContext& context) {
     const u32 frames = context.numFrames;
     std::fill_n(context.outputs[0], frames, 0.0F);
     RunEnvelope(context);
-    oscillators[0].RenderLevel(levels[0], frames);
-    oscillators[1].RenderLevel(levels[1], frames);
+    if (!isSteady) {
+        oscillators[0].RenderLevel(levels[0], frames);
+        oscillators[1].RenderLevel(levels[1], frames);
+    }
 }
 
 void Oscillators::RenderOscillators(std::initializer_list<u32> indices,
@@ -278,6 +282,10 @@ void Oscillators::RenderOscillators(std::initializer_list<u32> indices,
 
 void Oscillators::FinishOscillator(u32 index, const dsp::ProcessContext& context) {
     const u32 frames = context.numFrames;
+    if (isSteady && oscillators[index].IsAudible(silence)) {
+        oscillators[index].FinishInto(context.outputs[0], heldEnvelope, blocks[index], frames);
+        return;
+    }
     oscillators[index].Finish(blocks[index], frames);
     if (index == 1 && HasFM()) {
         RenderFM(frames);
@@ -299,8 +307,24 @@ void Oscillators::RunEnvelope(const dsp::ProcessContext& context) {
     inputs[ADSR::Attack] = context.InputOrNull(AttackMod);
     inputs[ADSR::Release] = context.InputOrNull(ReleaseMod);
     float* outputs[] = {envelope};
-    dsp::ProcessContext child = context.ForChild(inputs, envelopeInputCount, outputs, 1);
-    dsp::RunChild(Envelope(), child);
+    const u32 inputCount = context.numInputs == 0 ? 0 : envelopeInputCount;
+    dsp::ProcessContext child = context.ForChild(inputs, inputCount, outputs, 1);
+    isSteady = false;
+    if (!dsp::ChildRuns(Envelope(), child)) {
+        return;
+    }
+    isSteady = Envelope().IsHeld() && LevelsAreSteady();
+    if (isSteady) {
+        heldEnvelope = Envelope().HeldLevel();
+    } else {
+        Envelope().Process(child);
+    }
+    dsp::FinishChild(Envelope());
+}
+
+/// With FM a waveform is needed by itself.
+bool Oscillators::LevelsAreSteady() const {
+    return !HasFM() && oscillators[0].IsLevelSteady() && oscillators[1].IsLevelSteady();
 }
 
 void Oscillators::AddOscillator(u32 index, float* out, u32 frames) {

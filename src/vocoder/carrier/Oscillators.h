@@ -19,8 +19,8 @@ namespace Velmora::Processor {
 /// One complete voice of the carrier: an envelope and two oscillators with their levels. Oscillator 2 is the
 /// master of hard sync and the modulator of FM, oscillator 1 the slave and the carrier; so 2 runs first.
 ///
-/// Inputs: modulation channels, one value per block, in the order of Input. Outputs: left and right, which
-/// are equal: the sum of level * envelope * waveform of both oscillators.
+/// Inputs: modulation channels, one value per block, in the order of Input, or none. Outputs: left and right,
+/// which are equal and may be one buffer: the sum of level * envelope * waveform of both oscillators.
 class Oscillators final : public dsp::ModuleContainer<dsp::ADSR> {
 public:
     enum Additional : u32 {
@@ -63,7 +63,7 @@ public:
     /// Its gate is open, or it is in one of its stages.
     bool IsSounding() { return Envelope().IsGateOpen() || Envelope().IsRunning(); }
     /// The envelope at the first sample of the last block.
-    float FirstEnvelopeSample() const { return envelope[0]; }
+    float FirstEnvelopeSample() const { return isSteady ? heldEnvelope : envelope[0]; }
     /// Makes the noise waveforms reproducible.
     void SeedNoise(u32 seed);
     /// VoiceOscillator::SetSmoothDrive of both.
@@ -91,6 +91,7 @@ private:
                                   std::span<const dsp::ModuleRun<Oscillators>> runs);
     /// What comes before the oscillators.
     void Begin(const dsp::ProcessContext& context);
+    bool LevelsAreSteady() const;
     void RunEnvelope(const dsp::ProcessContext& context);
     void FinishOscillator(u32 index, const dsp::ProcessContext& context);
     void RenderFM(u32 frames);
@@ -131,6 +132,9 @@ private:
     std::array<VoiceBuffers, 2> blocks;
     float* envelope = nullptr;
     std::array<float*, 2> levels{};
+    /// Envelope and levels stand still over the block, and are not rendered.
+    bool isSteady = false;
+    float heldEnvelope = 0.0F;
 };
 
 } // namespace Velmora::Processor

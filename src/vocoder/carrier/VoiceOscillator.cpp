@@ -183,9 +183,20 @@ void VoiceOscillator::RenderSteadySaw(const dsp::ProcessContext& context, float*
 }
 
 void VoiceOscillator::Finish(const VoiceBuffers& buffers, u32 frames) {
-    if (waveform == Triangle || waveform == Saw) {
+    if (IsDriven()) {
         Drive(buffers, frames);
     }
+}
+
+void VoiceOscillator::FinishInto(float* out, float envelope, const VoiceBuffers& buffers, u32 frames) {
+    const VoiceKernels& kernels = SelectVoiceKernels();
+    const auto gain = static_cast<float>(level.target);
+    if (IsDriven() && !isDriveSmooth && driveGain.IsAtTarget()) {
+        kernels.addDriven(buffers.out, static_cast<float>(driveGain.target), gain, envelope, out, frames);
+        return;
+    }
+    Finish(buffers, frames);
+    kernels.add(buffers.out, gain, envelope, out, frames);
 }
 
 void VoiceOscillator::RunPhase(const dsp::ProcessContext& context, const VoiceBuffers& buffers) {

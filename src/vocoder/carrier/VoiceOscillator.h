@@ -62,9 +62,13 @@ public:
     SawLowPass* LowPass() { return waveform == Saw ? &lowPass : nullptr; }
     /// Drives the filtered waveform when it is one that can be driven. Overwrites as Render does.
     void Finish(const VoiceBuffers& buffers, u32 frames);
+    /// What Finish would make of it, times the steady level and an envelope, is added to `out`; buffers.out
+    /// is lost.
+    void FinishInto(float* out, float envelope, const VoiceBuffers& buffers, u32 frames);
 
     /// Renders the level, linear, into `out`.
     void RenderLevel(float* out, u32 frames) { level.RenderBlock(out, frames); }
+    bool IsLevelSteady() const { return level.IsAtTarget(); }
     /// The level moves, or is held at another value than the one that stands for silence.
     bool IsAudible(float silence) const {
         return !level.IsAtTarget() || level.current != static_cast<double>(silence);
@@ -85,6 +89,7 @@ private:
     void RenderSteadySaw(const dsp::ProcessContext& context, float* out);
     void RunPhase(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
     void RunWaveform(const dsp::ProcessContext& context, const VoiceBuffers& buffers);
+    bool IsDriven() const { return waveform == Triangle || waveform == Saw; }
     void Drive(const VoiceBuffers& buffers, u32 frames);
     void DriveSmoothly(const VoiceBuffers& buffers, u32 frames);
 

@@ -30,12 +30,14 @@ struct Voices {
     std::array<float, 8> history;
     std::array<Samples, LowPassLanes::width> channels;
     Samples gains;
+    Samples sum;
     LowPassLanes lanes{};
 
     explicit Voices(u32 seed)
         : random(seed), frames(4 * Below(mostFrames / 4 + 1)), count(1 + Below(LowPassLanes::width)) {
         Fill(history, -1.0F, 1.0F);
         Fill(gains, 0.25F, 4.0F);
+        Fill(sum, -1.0F, 1.0F);
         for (Samples& samples : channels) {
             Fill(samples, -1.0F, 1.0F);
         }
@@ -66,6 +68,8 @@ struct Voices {
         kernels.lowPass(lanes, pointers.data(), count, frames);
         kernels.drive(channels[0].data(), gains[0], frames);
         kernels.driveMoving(channels[count - 1].data(), gains.data(), frames);
+        kernels.add(channels[0].data(), gains[1], gains[2], sum.data(), frames);
+        kernels.addDriven(channels[0].data(), gains[3], gains[4], gains[5], sum.data(), frames);
     }
 
     void ExpectSameAs(const Voices& other) const {
@@ -73,6 +77,8 @@ struct Voices {
             EXPECT_EQ(std::memcmp(a, b, size * sizeof(float)), 0) << what;
         };
         expectSame(history.data(), other.history.data(), 8, "history");
+        // Nothing is written behind the block.
+        expectSame(sum.data(), other.sum.data(), VoiceKernels::PaddedFrames(mostFrames), "sum");
         expectSame(lanes.z1, other.lanes.z1, count, "first state");
         expectSame(lanes.z2, other.lanes.z2, count, "second state");
         for (u32 i = 0; i < channels.size(); ++i) {

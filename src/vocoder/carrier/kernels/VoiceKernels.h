@@ -33,6 +33,10 @@ struct VoiceKernels {
     void (*drive)(float* samples, float gain, u32 frames);
     /// The same with a gain per frame.
     void (*driveMoving)(float* samples, const float* gains, u32 frames);
+    /// Adds samples * level * envelope to out, of which nothing behind the block is written.
+    void (*add)(const float* samples, float level, float envelope, float* out, u32 frames);
+    /// The same, driven as drive does; the samples stay.
+    void (*addDriven)(const float* samples, float gain, float level, float envelope, float* out, u32 frames);
 
     static constexpr u32 PaddedFrames(u32 frames) { return (frames + 15U) & ~15U; }
 };

@@ -8,7 +8,9 @@
 #include "dsp/math/QuarterTurnSine.h"
 #include "dsp/oscillators/PolyBlepKernels.h"
 #include "dsp/oscillators/PostFilterTaps.h"
+#include "vocoder/carrier/kernels/FrameHistory.h"
 #include "vocoder/carrier/kernels/LowPassKernel.h"
+#include "vocoder/carrier/kernels/SteadyLanes.h"
 #include "vocoder/carrier/kernels/VoiceKernels.h"
 
 #include <xsimd/xsimd.hpp>
@@ -16,37 +18,62 @@
 namespace Velmora::Processor::kernels {
 
 /// What has no recursion: the frames of one voice side by side.
-template <class Arch>
+template <class Arch, class Four>
 struct VoiceFrames {
     using V = xsimd::batch<float, Arch>;
+    using F = xsimd::batch<float, Four>;
     using Words = xsimd::batch<i32, Arch>;
     static constexpr u32 past = dsp::postFilterPast;
     static constexpr u32 chunk = 64;
+    /// Four lanes are better read across than shifted.
+    static constexpr bool isWide = V::size > 4;
 
     static void RenderSaw(const dsp::SteadyPhase& phase, float* history, float* out, u32 frames) {
         const dsp::polyblep::MotionOf<V> motion{V(phase.increment)};
-        u64 at = phase.start;
-        FilterChunks(history, out, frames, [&](u32 /*offset*/, float* line, u32 length) {
-            SawChunk(at, phase.step, motion, line, length);
-            at += phase.step * length;
-        });
+        if constexpr (isWide) {
+            SteadyLanes<V> run(phase);
+            FilterVectors(history, out, frames, [&](u32 /*frame*/) { return -Saw(run.Next(), motion); });
+        } else {
+            u64 at = phase.start;
+            FilterChunks(history, out, frames, [&](u32 /*offset*/, float* line, u32 length) {
+                SawChunk(at, phase.step, motion, line, length);
+                at += phase.step * length;
+            });
+        }
     }
 
     static void PostFilter(float* history, float* samples, u32 frames) {
-        FilterChunks(history, samples, frames, [samples](u32 offset, float* line, u32 length) {
-            for (u32 n = 0; n < length; n += V::size) {
-                V::load_unaligned(samples + offset + n).store_unaligned(line + n);
-            }
-        });
+        if constexpr (isWide) {
+            FilterVectors(history, samples, frames,
+                          [samples](u32 n) { return V::load_unaligned(samples + n); });
+        } else {
+            FilterChunks(history, samples, frames, [samples](u32 offset, float* line, u32 length) {
+                for (u32 n = 0; n < length; n += V::size) {
+                    V::load_unaligned(samples + offset + n).store_unaligned(line + n);
+                }
+            });
+        }
     }
 
     static void Drive(float* samples, float gain, u32 frames) {
-        const V g(gain);
-        const V height = gain >= 1.0F ? V(1.0F) : V(1.0F) / dsp::QuarterTurnSine(g);
+        const Driven driven(gain);
         for (u32 n = 0; n < frames; n += V::size) {
-            const V y = V::load_unaligned(samples + n);
-            (dsp::QuarterTurnSine(g * y) * height).store_unaligned(samples + n);
+            driven(V::load_unaligned(samples + n)).store_unaligned(samples + n);
         }
+    }
+
+    static void Add(const float* samples, float level, float envelope, float* out, u32 frames) {
+        const V a(level);
+        const V b(envelope);
+        AddFrames(out, frames, [&](u32 n) { return V::load_unaligned(samples + n) * a * b; });
+    }
+
+    static void AddDriven(const float* samples, float gain, float level, float envelope, float* out,
+                          u32 frames) {
+        const Driven driven(gain);
+        const V a(level);
+        const V b(envelope);
+        AddFrames(out, frames, [&](u32 n) { return driven(V::load_unaligned(samples + n)) * a * b; });
     }
 
     static void DriveMoving(float* samples, const float* gains, u32 frames) {
@@ -60,6 +87,43 @@ struct VoiceFrames {
     }
 
 private:
+    struct Driven {
+        V gain;
+        V height;
+
+        explicit Driven(float g)
+            : gain(g), height(g >= 1.0F ? V(1.0F) : V(1.0F) / dsp::QuarterTurnSine(V(g))) {}
+
+        V operator()(V y) const { return dsp::QuarterTurnSine(gain * y) * height; }
+    };
+
+    /// Adds soundAt(n), the vector of the frames from n on.
+    template <class SoundAt>
+    static void AddFrames(float* out, u32 frames, SoundAt soundAt) {
+        u32 n = 0;
+        for (; n + V::size <= frames; n += V::size) {
+            (V::load_unaligned(out + n) + soundAt(n)).store_unaligned(out + n);
+        }
+        if (n < frames) {
+            alignas(64) float rest[V::size];
+            soundAt(n).store_aligned(rest);
+            for (const float* x = rest; n < frames; n += F::size, x += F::size) {
+                (F::load_unaligned(out + n) + F::load_aligned(x)).store_unaligned(out + n);
+            }
+        }
+    }
+
+    /// Filters the vectors that inputAt(n) gives from frame n on.
+    template <class InputAt>
+    static void FilterVectors(float* history, float* out, u32 frames, InputAt inputAt) {
+        FrameHistory<V> line(history);
+        u32 n = 0;
+        for (; n < frames; n += V::size) {
+            line.Filter(inputAt(n)).store_unaligned(out + n);
+        }
+        line.Keep(history, n - frames);
+    }
+
     /// Fills a line chunk by chunk with fill(offset, line, length), which may write whole vectors, and
     /// filters it into out.
     template <class Fill>
@@ -83,10 +147,15 @@ private:
         }
     }
 
-    static void SawChunk(u64 phase, u64 step, const dsp::polyblep::MotionOf<V>& motion, float* out,
-                         u32 length) {
+    static V Saw(Words phase, const dsp::polyblep::MotionOf<V>& motion) {
         // As PolyBlepPhaseGen makes a number of its phase.
         const V below1(0x1.fffffep-1F);
+        const V p = xsimd::min(xsimd::batch_cast<float>(phase) * V(0x1p-31F), below1);
+        return V(2.0F) * p - V(1.0F) + dsp::polyblep::StepAtWrap(p, motion);
+    }
+
+    static void SawChunk(u64 phase, u64 step, const dsp::polyblep::MotionOf<V>& motion, float* out,
+                         u32 length) {
         alignas(64) i32 words[chunk];
         constexpr auto lanes = static_cast<u32>(V::size);
         const u32 padded = (length + lanes - 1) / lanes * lanes;
@@ -95,10 +164,7 @@ private:
             words[n] = static_cast<i32>(phase >> 33U);
         }
         for (u32 n = 0; n < padded; n += V::size) {
-            const V p =
-                xsimd::min(xsimd::batch_cast<float>(Words::load_aligned(words + n)) * V(0x1p-31F), below1);
-            const V y = V(2.0F) * p - V(1.0F) + dsp::polyblep::StepAtWrap(p, motion);
-            (-y).store_unaligned(out + n);
+            (-Saw(Words::load_aligned(words + n), motion)).store_unaligned(out + n);
         }
     }
 };
@@ -107,11 +173,13 @@ private:
 template <class Arch, class Four>
 constexpr VoiceKernels MakeVoiceKernels(const char* name) {
     return {name,
-            &VoiceFrames<Arch>::RenderSaw,
-            &VoiceFrames<Arch>::PostFilter,
+            &VoiceFrames<Arch, Four>::RenderSaw,
+            &VoiceFrames<Arch, Four>::PostFilter,
             &LowPassKernel<Arch, Four>::Run,
-            &VoiceFrames<Arch>::Drive,
-            &VoiceFrames<Arch>::DriveMoving};
+            &VoiceFrames<Arch, Four>::Drive,
+            &VoiceFrames<Arch, Four>::DriveMoving,
+            &VoiceFrames<Arch, Four>::Add,
+            &VoiceFrames<Arch, Four>::AddDriven};
 }
 
 } // namespace Velmora::Processor::kernels
