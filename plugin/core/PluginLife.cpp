@@ -2,6 +2,7 @@
 // How instruments are built and change places.
 #include "host/parameters/ParameterText.h"
 #include "host/presets/NeutralStart.h"
+#include "plugin/core/Catalog.h"
 #include "plugin/core/PluginInside.h"
 
 #include <fmt/format.h>
@@ -18,8 +19,6 @@ namespace {
 constexpr std::chrono::seconds longestLoad{30};
 constexpr std::chrono::milliseconds loaderPause{50};
 constexpr std::size_t mostMessages = 200;
-
-const host::ParameterCatalog& Catalog() { return host::ParameterCatalog::OfInstrument(); }
 
 } // namespace
 

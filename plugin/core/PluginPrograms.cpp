@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // States, samples and programs of the plug-in.
 #include "host/common/Errors.h"
+#include "plugin/core/Catalog.h"
 #include "plugin/core/PluginInside.h"
 
 #include <fmt/format.h>
@@ -15,8 +16,6 @@ namespace {
 
 constexpr std::uint32_t programsPerBank = 128;
 constexpr std::string_view defaultId = "default";
-
-const host::ParameterCatalog& Catalog() { return host::ParameterCatalog::OfInstrument(); }
 
 /// Paths in messages and presets alike begin at the root.
 std::filesystem::path Whole(const std::filesystem::path& path) {

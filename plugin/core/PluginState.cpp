@@ -2,8 +2,8 @@
 #include "plugin/core/PluginState.h"
 
 #include "host/common/Errors.h"
-#include "host/parameters/ParameterCatalog.h"
 #include "host/parameters/ParameterText.h"
+#include "plugin/core/Catalog.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -20,11 +20,8 @@ namespace orphia::plugin {
 namespace {
 
 using Json = nlohmann::ordered_json;
-using host::ParameterCatalog;
 
 constexpr const char* ownKey = "plugin";
-
-const ParameterCatalog& Catalog() { return ParameterCatalog::OfInstrument(); }
 
 Json ToJson(const Macro& macro, float position) {
     Json targets = Json::array();

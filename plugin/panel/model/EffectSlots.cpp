@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/model/EffectSlots.h"
 
-#include "host/parameters/ParameterCatalog.h"
+#include "plugin/core/Catalog.h"
 #include "plugin/panel/model/ControlModel.h"
 
 #include <algorithm>
@@ -14,6 +14,8 @@
 namespace orphia::panel {
 
 namespace {
+
+using plugin::Catalog;
 
 struct Effect {
     std::string_view module;
@@ -37,8 +39,6 @@ constexpr auto effects = std::to_array<Effect>({
     {"ParamEq", "Scale", {"Scale", ""}, true},
     {"StereoPan", "DryWet", {"Pan", "DryWet"}},
 });
-
-const host::ParameterCatalog& Catalog() { return host::ParameterCatalog::OfInstrument(); }
 
 std::string PrefixOf(unsigned slot) { return "FX" + std::to_string(slot + 1) + "_"; }
 

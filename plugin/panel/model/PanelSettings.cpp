@@ -13,7 +13,7 @@ namespace orphia::panel {
 
 namespace {
 
-constexpr std::uintmax_t largestFile = 1U << 20U;
+constexpr std::uintmax_t largestSettings = 1U << 20U;
 
 } // namespace
 
@@ -25,7 +25,7 @@ std::filesystem::path PanelSettings::DefaultFile() {
 PanelSettings PanelSettings::Read(const std::filesystem::path& file) {
     PanelSettings settings;
     try {
-        const auto text = host::ReadWholeFile(file, largestFile, "a panel's settings");
+        const auto text = host::ReadWholeFile(file, largestSettings, "a panel's settings");
         const auto json = nlohmann::json::parse(text);
         settings.scale = std::clamp(json.value("scale", 1.0F), minimumScale, maximumScale);
         settings.isBright = json.value("bright", false);

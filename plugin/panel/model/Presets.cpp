@@ -13,7 +13,7 @@ namespace orphia::panel {
 
 namespace {
 
-constexpr std::uintmax_t largestFile = 1U << 20U;
+constexpr std::uintmax_t largestPreset = 1U << 20U;
 constexpr std::size_t longestId = 60;
 
 } // namespace
@@ -94,7 +94,7 @@ bool Presets::Export(const std::filesystem::path& file) {
 
 bool Presets::Import(const std::filesystem::path& file) {
     try {
-        const std::string text = host::ReadWholeFile(file, largestFile, "a preset");
+        const std::string text = host::ReadWholeFile(file, largestPreset, "a preset");
         return history.ChangeAll("Import", [this, &text] { return instrument.LoadState(text); });
     } catch (const std::exception&) {
         return false;
