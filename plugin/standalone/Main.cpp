@@ -2,6 +2,7 @@
 // The program orphia-vx.
 #include "host/common/Errors.h"
 #include "plugin/standalone/Application.h"
+#include "plugin/standalone/CommandLine.h"
 #include "plugin/standalone/Headless.h"
 
 #include <CLI/CLI.hpp>
@@ -31,17 +32,8 @@ int Fail(std::string message, int status) {
 int main(int argc, char** argv) {
     standalone::HushAlsa();
     standalone::Job job;
-    CLI::App app{"Orphia VX, a vocoder that is played by keys: a window, or without one by --headless",
-                 "orphia-vx"};
-    app.set_version_flag("--version", "orphia-vx " ORPHIA_VERSION);
-    app.add_flag("--headless", job.isHeadless,
-                 "play without a window, over JACK or else ALSA, until Ctrl-C or the end of the song");
-    app.add_option("--voice", job.voice, "a sound file in place of the input; without a song it is repeated")
-        ->type_name("FILE");
-    app.add_option("--midi", job.midi, "a song: a standard MIDI file of format 0 or 1")->type_name("FILE");
-    app.add_option("--preset", job.preset, "a preset by its name (orphia presets lists them), or a file")
-        ->type_name("NAME");
-    app.add_option("--output", job.output, "write what is heard: .wav, .flac or .ogg")->type_name("FILE");
+    CLI::App app;
+    standalone::Declare(app, job);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

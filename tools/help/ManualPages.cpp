@@ -165,7 +165,6 @@ private:
 
 void AppendOthers(std::string& page, const CLI::App& app) {
     const CLI::App& program = app.get_parent() != nullptr ? *app.get_parent() : app;
-    page += ".SH SEE ALSO\n";
     std::string others = &program == &app ? "" : fmt::format("\\fB{}\\fR(1)", program.get_name());
     for (const CLI::App* command : program.get_subcommands({})) {
         if (command != &app) {
@@ -173,7 +172,7 @@ void AppendOthers(std::string& page, const CLI::App& app) {
                 fmt::format("{}\\fB{}\\fR(1)", others.empty() ? "" : ",\n", Plain(NameOf(*command, '-')));
         }
     }
-    page += others + "\n";
+    page += others.empty() ? "" : ".SH SEE ALSO\n" + others + "\n";
 }
 
 } // namespace

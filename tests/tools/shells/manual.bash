@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: GPL-3.0-or-later
-# The manual pages: of each command one, with all that its --help says, and nothing that man warns of.
+# The manual pages of a program: of each command one, with all that its --help says, and nothing that man warns of.
 #
-#   manual.bash ORPHIA FOLDER
+#   manual.bash PROGRAM FOLDER [LEAST_COMMANDS]
 set -euo pipefail
 command=$1
 folder=$2
@@ -16,9 +16,9 @@ Fail() {
 Read() { MANWIDTH=10000 man --no-hyphenation --no-justification -l "$1" 2>/dev/null | col -b | tr -s ' \n' ' '; }
 
 names=$("$command" --help | sed -n '/^Subcommands:/,/^$/s/^  \([a-z]*\) .*/\1/p')
-[ "$(wc -w <<<"$names")" -ge 7 ] || Fail "--help lists too few commands: $names"
+[ "$(wc -w <<<"$names")" -ge "${3:-0}" ] || Fail "--help lists too few commands: $names"
 for name in "" $names; do
-    page=$folder/orphia${name:+-$name}.1
+    page=$folder/$(basename "$command")${name:+-$name}.1
     if [ ! -f "$page" ]; then
         Fail "$page is missing"
         continue
