@@ -39,8 +39,10 @@ public:
     }
     /// Settings, pitches, gates, resets and modulations of any voice, listed or not.
     void Move() {
-        if (Below(4) == 0) {
-            Set(Below(Oscillators::AdditionalCount), Position());
+        if (Below(16) == 0) {
+            // Voices stand still now and then, which takes that no FM moves them.
+            const u32 index = Below(Oscillators::AdditionalCount);
+            Set(index, index == Oscillators::FMAmount && Below(4) != 0 ? 0.0F : Position());
         }
         const u32 voice = Below(count);
         const float hz = 20.0F * std::exp2(8.0F * Position());
@@ -53,8 +55,14 @@ public:
                 each->Envelope().SetGate(action < 3);
             }
         }
-        auto& changed = modulation[Below(count)][Below(Oscillators::InputCount)];
-        changed = {Below(8) == 0 ? 1.0F : 0.0F, Position() - 0.5F};
+        if (Below(64) == 0) {
+            isRouted = !isRouted;
+            modulation = {};
+        }
+        if (isRouted) {
+            auto& changed = modulation[Below(count)][Below(Oscillators::InputCount)];
+            changed = {Below(8) == 0 ? 1.0F : 0.0F, Position() - 0.5F};
+        }
     }
     /// Runs a block of some voices; returns the loudest sample.
     float Run() {
@@ -66,18 +74,28 @@ public:
         }
         Velmora::dsp::ProcessContext context;
         const u32 frames = context.numFrames = Below(4) == 0 ? 4 * Below(blockSize / 4) : blockSize;
+        // Both sides may be one buffer, and without routes there may be no inputs.
+        auto channels = outputs;
+        if (Below(2) == 0) {
+            for (u32 voice = 0; voice < count; ++voice) {
+                channels[2 * voice + 1] = channels[2 * voice];
+            }
+        }
         auto all =
-            context.ForChild(inputs.data(), count * Oscillators::InputCount, outputs.data(), 2 * count);
+            context.ForChild(isRouted ? inputs.data() : nullptr,
+                             isRouted ? count * Oscillators::InputCount : 0, channels.data(), 2 * count);
         EXPECT_TRUE(together->ProcessListed(all, listed));
         float loudest = 0.0F;
         for (const u32 voice : listed) {
             float* out[] = {buffers[2 * count], buffers[2 * count + 1]};
             auto one =
                 context.ForChild(&inputs[voice * Oscillators::InputCount], Oscillators::InputCount, out, 2);
-            alone[voice]->ClearParameterChanges(true);
+            ReadAnew(*alone[voice]);
             Velmora::dsp::RunChild(*alone[voice], one);
-            EXPECT_TRUE(std::equal(out[0], out[0] + frames, outputs[2 * voice]))
-                << "voice " << voice << " of " << listed.size();
+            for (const u32 side : {0U, 1U}) {
+                EXPECT_TRUE(std::equal(out[side], out[side] + frames, channels[2 * voice + side]))
+                    << "voice " << voice << " of " << listed.size();
+            }
             loudest = std::max(loudest, Peak(Signal(out[0], out[0] + frames)));
         }
         return loudest;
@@ -87,6 +105,15 @@ private:
     static constexpr u32 count = Oscillators::groupSize + 3;
     static constexpr u32 blockSize = 44;
 
+    /// A setting of the envelope that was moved and is back lets it look at all of them, and triggers
+    /// nothing.
+    static void ReadAnew(Oscillators& voice) {
+        using Velmora::dsp::ADSR;
+        const float bend = voice.Envelope().GetParameterNormalized(ADSR::AttackCurve);
+        voice.Envelope().SetParameterNormalized(ADSR::AttackCurve, bend + 1.0F);
+        voice.Envelope().SetParameterNormalized(ADSR::AttackCurve, bend);
+        voice.ClearParameterChanges(true);
+    }
     u32 Below(u32 limit) { return static_cast<u32>(random() % limit); }
     float Position() { return static_cast<float>(Below(65)) / 64.0F; }
     void Set(u32 index, float position) {
@@ -100,6 +127,7 @@ private:
     std::unique_ptr<Cloner> together = std::make_unique<Cloner>();
     std::vector<std::unique_ptr<Oscillators>> alone;
     Velmora::dsp::BlockPool buffers;
+    bool isRouted = true;
     /// The mark, and the value behind it.
     std::array<std::array<std::array<float, 2>, Oscillators::InputCount>, count> modulation{};
     std::array<const float*, count * Oscillators::InputCount> inputs{};
