@@ -79,15 +79,22 @@ TYPED_TEST(Silence, AnEffectThatRestsGoesOnAsOneThatRuns) {
         const u32 id = below(TypeParam::parameterCount);
         const float position = static_cast<float>(below(65)) / 64.0F;
         modulation = below(2) == 0 ? 0.0F : position - 0.5F;
+        const bool isSwitchedIn = below(4) == 0;
         for (auto* played : {resting.get(), running.get()}) {
+            if (isSwitchedIn) {
+                played->effect.Reset(false);
+                played->effect.FadeIn();
+            }
             played->EndTail();
             played->effect.SetParameterNormalized(id, position);
         }
+        // Often while something still glides.
+        const u32 firstSounding = below(40);
         const u32 soundingBlocks = below(20);
         for (u32 block = 0; block < 1500; ++block) {
             const u32 frames = 4 * (1 + below(16));
             Signal sound(64, 0.0F);
-            if (block < soundingBlocks) {
+            if (block >= firstSounding && block < firstSounding + soundingBlocks) {
                 std::generate(sound.begin(), sound.end(),
                               [&] { return std::uniform_real_distribution<float>(-1.0F, 1.0F)(random); });
             }

@@ -76,6 +76,15 @@ TEST(SafetyLimiter, HoldsTheTruePeakChangesNoBitBelowItAndKnowsNoBlocks) {
             limiter.Reset();
             EXPECT_EQ(Limit(limiter, sound, 4096).first, left);
         }
+        // A click out of silence, wherever in a block it is.
+        for (std::size_t at = 0; at < 100; ++at) {
+            Channel click(1024);
+            click[at] = 3.0F;
+            limiter.Reset();
+            const Channel left = Limit(limiter, click, 64).first;
+            EXPECT_LE(*std::max_element(left.begin(), left.end()), 1.0001F * limiter.ceiling) << at;
+        }
+        limiter.Reset();
         // A loud start, a fault, then two seconds of quiet sound: equal to the bit in the end.
         Channel sound(rate / 10, 3.0F);
         sound[100] = NAN;

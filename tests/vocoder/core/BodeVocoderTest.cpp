@@ -240,10 +240,14 @@ TEST(BodeVocoder, APanelThatLeadsEachBandToItselfSoundsAsNone) {
             const std::string name = std::to_string(band);
             patched.Apply({{}, {{"PatchBay_Analysis" + name + "_Synthesis" + name, 1.0F}}, {}});
         }
-        for (const float activated : {0.0F, 1.0F, 0.0F}) {
+        for (const auto& [activated, hold] :
+             {std::pair(0.0F, 0.0F), {1.0F, 0.0F}, {0.0F, 0.0F}, {0.0F, 1.0F}, {0.0F, 0.0F}, {0.0F, 1.0F}}) {
+            for (CoreRig* rig : {&plain, &patched}) {
+                rig->Apply({{}, {{"PatchBay_SampleHold", hold}}, {}});
+            }
             patched.Apply({{}, {{"PatchBay_Activated", activated}}, {}});
             EXPECT_EQ(plain.Run(carrier, modulator, split), patched.Run(carrier, modulator, split))
-                << activated << ", blocks of " << split.sizes[0];
+                << activated << hold << ", blocks of " << split.sizes[0];
         }
     }
 }
