@@ -225,6 +225,12 @@ TEST(BodeVocoder, NeitherBlockSplitsNorInstructionSetsNorAPastBeforeTheResetShow
     rig.core->Reset(true);
     rig.SeedNoise();
     EXPECT_EQ(rig.Run(carrier, modulator), first);
+    CoreRig moved(96000.0F, 88);
+    moved.Run(modulator, carrier);
+    moved.maxBlock = 44;
+    moved.core->Initialize(44100.0F, moved.maxBlock);
+    moved.SeedNoise();
+    EXPECT_EQ(moved.Run(carrier, modulator), first) << "another rate before";
 }
 
 TEST(BodeVocoder, APanelThatLeadsEachBandToItselfSoundsAsNone) {
