@@ -17,6 +17,7 @@
 #include <array>
 #include <cmath>
 #include <optional>
+#include <utility>
 
 namespace orphia::host {
 
@@ -171,7 +172,9 @@ void VocoderSession::Process(std::span<const float> modulator, std::span<const f
             engine->limiter->Process(engine->outputs.data(), engine->blockSize);
         }
         engine->Fetch(output.subspan(start, count));
-        CollectMeters();
+        if (isMetered) {
+            CollectMeters();
+        }
         engine->late.HoldOnceItSounds(*engine);
     }
 }
@@ -195,14 +198,11 @@ void VocoderSession::CollectMeters() {
     for (std::uint32_t band = 0; band < MeterReading::bandCount; ++band) {
         collect(meters.bands[band], BodeVocoder::CVFB1 + band);
     }
-    if (engine->limiter) {
-        meters.limiterReduction = std::max(meters.limiterReduction, engine->limiter->TakeReduction());
-    }
 }
 
 MeterReading VocoderSession::TakeMeters() {
-    const MeterReading reading = meters;
-    meters = {};
+    MeterReading reading = std::exchange(meters, {});
+    reading.limiterReduction = engine->limiter ? engine->limiter->TakeReduction() : 0.0F;
     return reading;
 }
 

@@ -54,7 +54,9 @@ public:
     /// silence, and its rest is lost, so it should be the end.
     void Process(std::span<const float> modulator, std::span<const float> carrier, std::span<float> output);
 
-    /// The largest readings since the last call.
+    /// Bands and lights are read for TakeMeters, which costs some two percent; off at first.
+    void SetMetered(bool isOn) { isMetered = isOn; }
+    /// The largest readings since the last call. That of the limiter is always there.
     MeterReading TakeMeters();
 
 private:
@@ -67,6 +69,7 @@ private:
     std::map<std::uint32_t, ParameterSetting> settings;
     std::unique_ptr<Engine> engine;
     MeterReading meters;
+    bool isMetered = false;
     bool started = false;
 };
 

@@ -131,10 +131,10 @@ public:
 
     /// All that LoadState needs to bring this sound back exactly, as a text: a preset file with the macros
     /// and the controllers beside it. At any time, also while a state loads: then it is that state.
-    std::string SaveState(const PathMapping& mapping = {});
+    std::string SaveState(const PathMapping& mapping = PathMapping::OfThread());
     /// Replaces all of it, and comes back when samples are there; the sound goes over to it in 20 ms, and
     /// notes end. False, and nothing has changed, for a text that is no state.
-    bool LoadState(std::string_view text, const PathMapping& mapping = {});
+    bool LoadState(std::string_view text, const PathMapping& mapping = PathMapping::OfThread());
 
     /// A sample from 0: the file that it plays or, when it is missing, should play; empty for none.
     std::filesystem::path SamplePath(std::uint32_t sample);

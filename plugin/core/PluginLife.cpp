@@ -202,6 +202,8 @@ void PluginInstrument::Inside::Publish(const PluginState& state, std::unique_ptr
     }
     incoming.reset();
     newestSeat = seat.get();
+    // Told before it sounds, so that a host that loads and renders at once is right.
+    latency = seat->instrument.FramesPerBlock() + seat->instrument.LatencyFrames();
     if (isActive) {
         stage.seats.Offer(std::move(seat));
     } else {

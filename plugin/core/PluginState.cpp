@@ -179,6 +179,11 @@ void MapPaths(Json& root, const std::function<std::string(const std::string&)>& 
 
 } // namespace
 
+PathMapping& PathMapping::OfThread() {
+    thread_local PathMapping mapping;
+    return mapping;
+}
+
 std::string FormatState(const PluginState& state, const PathMapping& mapping) {
     Json root = Json::parse(host::FormatPreset(state.preset, Catalog()));
     if (mapping.toState) {

@@ -42,6 +42,9 @@ struct Macro {
 struct PathMapping {
     std::function<std::string(const std::filesystem::path&)> toState;
     std::function<std::filesystem::path(const std::string&)> toFile;
+
+    /// That of the host which saves or loads on this thread, for toolkits that do not hand it on.
+    static PathMapping& OfThread();
 };
 
 /// All that a plug-in keeps: a preset, and beside it, in the same text, an object "plugin" with what only

@@ -26,10 +26,12 @@ struct Seat {
     Seat(std::shared_ptr<const host::EngineLibrary> library, std::uint32_t rate, std::uint32_t seed)
         : instrument(std::move(library), rate, seed) {}
 
-    /// Effects tell how late they are when they have been started.
+    /// Effects are there once they have been started, and tell how late they are when they start again.
     void LetLatencyShow() {
-        instrument.Send({});
-        instrument.Reset();
+        for (int start = 0; start < 2; ++start) {
+            instrument.Send({});
+            instrument.Reset();
+        }
     }
 
     host::Instrument instrument;

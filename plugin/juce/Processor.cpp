@@ -15,6 +15,19 @@ juce::String Utf8(std::string_view text) {
     return juce::String::fromUTF8(text.data(), static_cast<int>(text.size()));
 }
 
+/// Where a host tells only time and tempo, that was the tempo from the start. LV2 has beats of its time
+/// signature.
+std::optional<double> BeatOf(const juce::AudioPlayHead::PositionInfo& position, double rate, bool isLv2) {
+    if (const auto beat = position.getPpqPosition()) {
+        const auto signature = position.getTimeSignature();
+        return *beat * (isLv2 && signature ? 4.0 / std::max(signature->denominator, 1) : 1.0);
+    }
+    const auto frames = position.getTimeInSamples();
+    const auto tempo = position.getBpm();
+    return frames && tempo ? std::optional(static_cast<double>(*frames) / rate * *tempo / 60.0)
+                           : std::nullopt;
+}
+
 } // namespace
 
 Processor::Processor(PluginInstrument::Kind ofKind)
@@ -92,18 +105,14 @@ void Processor::Gather(const juce::MidiBuffer& messages) {
     }
 }
 
-/// Null without a transport of the host. LV2 tells only changes, and beats of its time signature.
+/// Null without a transport of the host. LV2 tells only changes.
 const host::Transport* Processor::FollowHost(int frames) {
     const auto position = getPlayHead() != nullptr ? getPlayHead()->getPosition()
                                                    : juce::Optional<juce::AudioPlayHead::PositionInfo>();
     const bool isLv2 = wrapperType == wrapperType_LV2;
     transport = isLv2 ? next : std::nullopt;
-    if (position.hasValue() && position->getPpqPosition().hasValue()) {
-        double beat = *position->getPpqPosition();
-        if (isLv2 && position->getTimeSignature().hasValue()) {
-            beat *= 4.0 / std::max(position->getTimeSignature()->denominator, 1);
-        }
-        transport = host::Transport{position->getBpm().orFallback(120.0), beat, position->getIsPlaying()};
+    if (const auto beat = position ? BeatOf(*position, getSampleRate(), isLv2) : std::nullopt) {
+        transport = host::Transport{position->getBpm().orFallback(120.0), *beat, position->getIsPlaying()};
     }
     next = transport;
     if (next && next->isPlaying) {
@@ -132,6 +141,7 @@ int Processor::getCurrentProgram() {
 void Processor::setCurrentProgram(int index) {
     if (index >= 0 && index < getNumPrograms()) {
         instrument.LoadProgram(static_cast<std::uint32_t>(index));
+        setLatencySamples(static_cast<int>(instrument.LatencyFrames()));
     }
 }
 
@@ -147,6 +157,7 @@ void Processor::getStateInformation(juce::MemoryBlock& state) {
 
 void Processor::setStateInformation(const void* state, int size) {
     instrument.LoadState({static_cast<const char*>(state), static_cast<std::size_t>(std::max(size, 0))});
+    setLatencySamples(static_cast<int>(instrument.LatencyFrames()));
 }
 
 juce::AudioProcessorEditor* Processor::createEditor() { return MakeEditor(*this, instrument); }

@@ -77,8 +77,8 @@ public:
         }
     }
 
-    void Process(float* const* sound, std::uint32_t frames,
-                 const std::vector<host::TimedEvent>& messages) override {
+    void Process(float* const* sound, std::uint32_t frames, const std::vector<host::TimedEvent>& messages,
+                 const host::Transport* transport) override {
         events.clear();
         notes.clear();
         for (const host::TimedEvent& event : messages) {
@@ -102,7 +102,15 @@ public:
         const clap_output_events_t out{
             nullptr, [](const clap_output_events_t*, const clap_event_header_t*) { return true; }};
         clap_audio_buffer_t output = buffer;
-        const clap_process_t process{-1, frames, nullptr, &buffer, &output, 1, 1, &in, &out};
+        clap_event_transport_t time{};
+        if (transport != nullptr) {
+            time.flags =
+                CLAP_TRANSPORT_HAS_TEMPO | CLAP_TRANSPORT_HAS_BEATS_TIMELINE | CLAP_TRANSPORT_IS_PLAYING;
+            time.song_pos_beats = static_cast<clap_beattime>(transport->beat * CLAP_BEATTIME_FACTOR);
+            time.tempo = transport->tempo;
+        }
+        const clap_process_t process{
+            -1, frames, transport != nullptr ? &time : nullptr, &buffer, &output, 1, 1, &in, &out};
         if (plugin->process(plugin, &process) == CLAP_PROCESS_ERROR) {
             throw std::runtime_error("process failed");
         }

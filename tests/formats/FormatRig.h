@@ -22,9 +22,9 @@ public:
 
     virtual ~HostedPlugin() = default;
     virtual void Activate(double rate) = 0;
-    /// In place.
+    /// In place. Without a transport none is told.
     virtual void Process(float* const* sound, std::uint32_t frames,
-                         const std::vector<host::TimedEvent>& messages) = 0;
+                         const std::vector<host::TimedEvent>& messages, const host::Transport* transport) = 0;
     /// In the next block, from a frame on where the format has such.
     virtual void SetValue(const std::string& name, double value, std::uint32_t frame) = 0;
     virtual std::uint32_t Latency() = 0;
@@ -32,6 +32,9 @@ public:
     virtual std::string Save() = 0;
     virtual void Load(const std::string& state) = 0;
     virtual std::size_t ParameterCount() = 0;
+    /// In a folder that may be moved with what is in there; false where the format has no such thing.
+    virtual bool SaveProject(const std::string& /*folder*/) { return false; }
+    virtual void LoadProject(const std::string& /*folder*/) {}
     /// The names of those that are there as files for hosts; loaded after Activate.
     virtual std::vector<std::string> Presets() { return {}; }
     virtual void LoadPreset(const std::string& /*name*/) {}
@@ -46,6 +49,7 @@ inline std::string Bundles() {
 using MakePlugin = std::unique_ptr<HostedPlugin> (*)(bool isEffect);
 std::unique_ptr<HostedPlugin> OpenClap(bool isEffect);
 std::unique_ptr<HostedPlugin> OpenLv2(bool isEffect);
+std::unique_ptr<HostedPlugin> OpenLightLv2(bool isEffect);
 
 struct Format {
     const char* name;
@@ -72,8 +76,8 @@ inline std::vector<float> PlayHosted(HostedPlugin& plugin, const PluginSong& son
     std::vector<float> result;
     std::size_t round = 0;
     for (std::uint32_t at = 0; at < song.frames;) {
-        const std::uint32_t block =
-            std::min(lengths[round++ % lengths.size()], static_cast<std::uint32_t>(song.frames - at));
+        const std::uint32_t block = static_cast<std::uint32_t>(std::min<std::size_t>(
+            {lengths[round++ % lengths.size()], song.frames - at, song.loop - at % song.loop}));
         std::array<std::vector<float>, 2> sides;
         sides.fill(std::vector<float>(block + 2 * guard, untouched));
         for (std::size_t n = 0; n < 2U * block; ++n) {
@@ -92,7 +96,9 @@ inline std::vector<float> PlayHosted(HostedPlugin& plugin, const PluginSong& son
             }
         }
         float* const sound[] = {sides[0].data() + guard, sides[1].data() + guard};
-        plugin.Process(sound, block, events);
+        const host::Transport transport{pluginTempo, static_cast<double>(at % song.loop) / framesPerBeat,
+                                        true};
+        plugin.Process(sound, block, events, song.hasTransport ? &transport : nullptr);
         for (std::size_t n = 0; n < 2U * block; ++n) {
             result.push_back(sound[n % 2][n / 2]);
         }
@@ -105,6 +111,18 @@ inline std::vector<float> PlayHosted(HostedPlugin& plugin, const PluginSong& son
         at += block;
     }
     return result;
+}
+
+/// Where two sounds of one length begin to differ, and how much at most; empty when they do not.
+inline std::string Difference(const std::vector<float>& ours, const std::vector<float>& theirs) {
+    float most = 0.0F;
+    for (std::size_t n = 0; n < theirs.size(); ++n) {
+        most = std::max(most, std::abs(ours[n] - theirs[n]));
+    }
+    const auto first = std::mismatch(ours.begin(), ours.end(), theirs.begin(), theirs.end()).first;
+    return first == ours.end() ? std::string()
+                               : "from frame " + std::to_string((first - ours.begin()) / 2) + ", at most " +
+                                     std::to_string(most);
 }
 
 /// What a host keeps of it: without the first frames, which are as many as it is late once it plays.

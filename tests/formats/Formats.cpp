@@ -3,6 +3,7 @@
 
 namespace orphia::test {
 
-const std::vector<Format> formats{{"clap", OpenClap, 37}, {"lv2", OpenLv2, 0}};
+const std::vector<Format> formats{
+    {"clap", OpenClap, 37}, {"lv2", OpenLv2, 0}, {"light lv2", OpenLightLv2, 0}};
 
 } // namespace orphia::test

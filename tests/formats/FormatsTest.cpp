@@ -15,10 +15,9 @@ constexpr std::uint32_t block = 64;
 constexpr std::uint32_t frames = 375 * block;
 
 std::vector<Move> Moves(std::uint32_t delay) {
-    return {{50 * block + delay, "Master Volume", -20.0},
-            {100 * block + delay, "Osc 1 Wave", 2.0},
-            {150 * block + delay, "Bands Shift", 0.5},
-            {200 * block + delay, "FX1 Type", 2.0}};
+    return {{50 * block + delay, "Master Volume", -20.0}, {100 * block + delay, "Osc 1 Wave", 2.0},
+            {120 * block + delay, "Bypass", 1.0},         {140 * block + delay, "Bypass", 0.0},
+            {150 * block + delay, "Bands Shift", 0.5},    {200 * block + delay, "FX1 Type", 2.0}};
 }
 
 const plugin::PluginParameter& Named(std::string_view name) {
@@ -26,7 +25,7 @@ const plugin::PluginParameter& Named(std::string_view name) {
     return *std::find_if(all.begin(), all.end(), [name](const auto& each) { return each.name == name; });
 }
 
-/// The same in the core; hosts without a transport tell none.
+/// The same in the core.
 std::vector<float> PlayCore(PluginInstrument& core, PluginSong song, std::span<const Move> moves) {
     for (const Move& move : moves) {
         const std::uint32_t id = Named(move.name).id;
@@ -38,7 +37,6 @@ std::vector<float> PlayCore(PluginInstrument& core, PluginSong song, std::span<c
         song.events.insert(behind, event);
     }
     song.frames = frames;
-    song.hasTransport = false;
     return Play(core, song, block);
 }
 
@@ -54,7 +52,7 @@ TEST(Formats, SoundAndComeBackLikeTheCore) {
             plugin->Activate(pluginRate);
             const auto expected = PlayCore(*core, Notes(), Moves(format.delay));
             ASSERT_GT(Loudest(expected), 0.01F);
-            EXPECT_TRUE(PlayHosted(*plugin, Notes(), Moves(format.delay)) == expected);
+            EXPECT_EQ(Difference(PlayHosted(*plugin, Notes(), Moves(format.delay)), expected), "");
             EXPECT_EQ(plugin->Latency(), core->LatencyFrames());
             // A new instance of the saved one against one that has the core's state.
             const auto again = format.open(isEffect);
@@ -64,7 +62,7 @@ TEST(Formats, SoundAndComeBackLikeTheCore) {
                 Plugin({}, isEffect ? PluginInstrument::Kind::Effect : PluginInstrument::Kind::Instrument);
             restored->Activate(pluginRate);
             ASSERT_TRUE(restored->LoadState(core->SaveState()));
-            EXPECT_TRUE(PlayHosted(*again, Notes(), {}) == PlayCore(*restored, Notes(), {}));
+            EXPECT_EQ(Difference(PlayHosted(*again, Notes(), {}), PlayCore(*restored, Notes(), {})), "");
         }
     }
 }
@@ -83,9 +81,40 @@ TEST(Formats, EqualWhatTheCommandRendersAsSoonAsTheLatencyIsOver) {
             SCOPED_TRACE(std::string(format.name) + (isEffect ? " effect" : ""));
             const auto plugin = format.open(isEffect);
             plugin->Activate(pluginRate);
-            EXPECT_TRUE(OnTime(*plugin, HostSong(2.0)) == expected);
+            EXPECT_EQ(Difference(OnTime(*plugin, HostSong(2.0)), expected), "");
             EXPECT_EQ(plugin->Latency(), LateWithoutEffects());
         }
+    }
+}
+
+/// A gate that follows the beat, in a song with loops.
+TEST(Formats, FollowTheHostsTempoAndItsLoops) {
+    const auto core = Plugin();
+    const auto programs = core->Programs();
+    const auto gate = std::find_if(programs.begin(), programs.end(),
+                                   [](const auto& program) { return program.id == "rhythm-gate"; });
+    ASSERT_TRUE(core->LoadProgram(static_cast<std::uint32_t>(gate - programs.begin())));
+    const std::string state = core->SaveState();
+    const auto play = [&](bool hasTransport, std::size_t loop) {
+        const auto plugin = Plugin();
+        plugin->Activate(pluginRate);
+        plugin->LoadState(state);
+        PluginSong song = Notes();
+        song.hasTransport = hasTransport;
+        song.loop = loop;
+        return Play(*plugin, song, block);
+    };
+    PluginSong song = Notes();
+    song.loop = 7000;
+    const std::vector<float> expected = play(true, song.loop);
+    ASSERT_FALSE(play(false, song.loop) == expected);
+    ASSERT_FALSE(play(true, song.frames) == expected);
+    for (const Format& format : formats) {
+        SCOPED_TRACE(format.name);
+        const auto plugin = format.open(false);
+        plugin->Activate(pluginRate);
+        plugin->Presets().empty() ? plugin->Load(state) : plugin->LoadPreset(gate->name);
+        EXPECT_EQ(Difference(PlayHosted(*plugin, song), expected), "");
     }
 }
 
@@ -100,8 +129,9 @@ TEST(Formats, SoundTheSameInBlocksOfAnyLength) {
             odd->Activate(pluginRate);
             const std::vector<float> expected = PlayHosted(*even, HostSong());
             ASSERT_GT(Loudest(expected), 0.01F);
-            EXPECT_TRUE(PlayHosted(*odd, HostSong(), {}, {1, 0, 7, HostedPlugin::longest + 1, 9000}) ==
-                        expected);
+            EXPECT_EQ(Difference(PlayHosted(*odd, HostSong(), {}, {1, 0, 7, HostedPlugin::longest + 1, 9000}),
+                                 expected),
+                      "");
         }
     }
 }

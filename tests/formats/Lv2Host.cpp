@@ -3,16 +3,20 @@
 
 #include <lilv/lilv.h>
 #include <lv2/atom/atom.h>
+#include <lv2/atom/forge.h>
 #include <lv2/atom/util.h>
 #include <lv2/buf-size/buf-size.h>
 #include <lv2/midi/midi.h>
 #include <lv2/options/options.h>
+#include <lv2/patch/patch.h>
 #include <lv2/presets/presets.h>
 #include <lv2/state/state.h>
+#include <lv2/time/time.h>
 #include <lv2/urid/urid.h>
 #include <lv2/worker/worker.h>
 
 #include <array>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -38,6 +42,7 @@ struct Words {
     }
 };
 
+/// The light one has its parameters as ports, in real values; the other one as properties, by positions.
 class Lv2Plugin final : public HostedPlugin {
 public:
     explicit Lv2Plugin(const std::string& uri) : world(lilv_world_new()) {
@@ -49,6 +54,8 @@ public:
         if (plugin == nullptr) {
             throw std::runtime_error(uri + " is not there");
         }
+        lv2_atom_forge_init(&forge, &words.map);
+        properties = FindProperties();
         controls.resize(lilv_plugin_get_num_ports(plugin));
         lilv_plugin_get_port_ranges_float(plugin, nullptr, nullptr, controls.data());
     }
@@ -70,8 +77,9 @@ public:
                                      }};
         const LV2_Feature features[] = {{LV2_URID__map, &words.map},
                                         {LV2_OPTIONS__options, const_cast<LV2_Options_Option*>(options)},
-                                        {LV2_WORKER__schedule, &schedule}};
-        const LV2_Feature* const list[] = {&features[0], &features[1], &features[2], nullptr};
+                                        {LV2_WORKER__schedule, &schedule},
+                                        {LV2_BUF_SIZE__boundedBlockLength, nullptr}};
+        const LV2_Feature* const list[] = {&features[0], &features[1], &features[2], &features[3], nullptr};
         instance = lilv_plugin_instantiate(plugin, rate, list);
         for (std::uint32_t port = 0; port < controls.size(); ++port) {
             lilv_instance_connect_port(instance, port, &controls[port]);
@@ -81,7 +89,18 @@ public:
         lilv_instance_activate(instance);
     }
 
-    void SetValue(const std::string& name, double value, std::uint32_t /*frame*/) override {
+    void SetValue(const std::string& name, double value, std::uint32_t frame) override {
+        if (name == "Bypass") {
+            SetValue("Enabled", 1.0 - value, frame);
+            return;
+        }
+        if (const auto property = properties.find(name); property != properties.end()) {
+            const auto& all = plugin::PluginParameters::Get().All();
+            const auto parameter =
+                std::find_if(all.begin(), all.end(), [&](const auto& each) { return each.name == name; });
+            turns[property->second] =
+                plugin::PluginParameters::Get().ToPosition(parameter->id, static_cast<float>(value));
+        }
         for (std::uint32_t port = 0; port < controls.size(); ++port) {
             LilvNode* const label = lilv_port_get_name(plugin, lilv_plugin_get_port_by_index(plugin, port));
             if (name == lilv_node_as_string(label)) {
@@ -91,39 +110,41 @@ public:
         }
     }
 
-    void Process(float* const* sound, std::uint32_t frames,
-                 const std::vector<host::TimedEvent>& messages) override {
+    void Process(float* const* sound, std::uint32_t frames, const std::vector<host::TimedEvent>& messages,
+                 const host::Transport* transport) override {
         for (std::uint32_t side = 0; side < 2; ++side) {
             lilv_instance_connect_port(instance, side, sound[side]);
             lilv_instance_connect_port(instance, 2 + side, sound[side]);
         }
-        in.sequence.atom = {sizeof(LV2_Atom_Sequence_Body), words.Number(LV2_ATOM__Sequence)};
-        in.sequence.body = {0, 0};
         out.sequence.atom = {sizeof(out) - sizeof(LV2_Atom), words.Number(LV2_ATOM__Chunk)};
+        lv2_atom_forge_set_buffer(&forge, in.bytes.data(), in.bytes.size());
+        LV2_Atom_Forge_Frame sequence;
+        lv2_atom_forge_sequence_head(&forge, &sequence, 0);
+        if (transport != nullptr && transport->beat != nextBeat) {
+            WritePosition(*transport);
+        }
+        for (const auto& [property, position] : turns) {
+            WriteTurn(property, position);
+        }
+        turns.clear();
         for (const host::TimedEvent& event : messages) {
             const auto& message = std::get<host::MidiMessage>(event.what);
-            struct {
-                LV2_Atom_Event event;
-                std::uint8_t bytes[8];
-            } each{{{event.frame}, {3, words.Number(LV2_MIDI__MidiEvent)}},
-                   {message.status, message.data1, message.data2}};
-            lv2_atom_sequence_append_event(&in.sequence, sizeof(in), &each.event);
+            lv2_atom_forge_frame_time(&forge, event.frame);
+            lv2_atom_forge_atom(&forge, 3, words.Number(LV2_MIDI__MidiEvent));
+            const std::array<std::uint8_t, 3> bytes{message.status, message.data1, message.data2};
+            lv2_atom_forge_write(&forge, bytes.data(), bytes.size());
         }
+        lv2_atom_forge_pop(&forge, &sequence);
         lilv_instance_run(instance, frames);
+        if (transport != nullptr) {
+            nextBeat = transport->beat + frames / framesPerBeat;
+        }
     }
 
     std::uint32_t Latency() override { return static_cast<std::uint32_t>(controls[latencyPort]); }
 
     std::string Save() override {
-        const auto value = [](const char* symbol, void* self, std::uint32_t* size, std::uint32_t* type) {
-            auto& that = *static_cast<Lv2Plugin*>(self);
-            *size = sizeof(float);
-            *type = that.words.Number(LV2_ATOM__Float);
-            return static_cast<const void*>(&that.controls[that.PortOf(symbol)]);
-        };
-        LilvState* const state =
-            lilv_state_new_from_instance(plugin, instance, &words.map, nullptr, nullptr, nullptr, nullptr,
-                                         value, this, LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE, nullptr);
+        LilvState* const state = TakeState(nullptr);
         char* const text =
             lilv_state_to_string(world, &words.map, &words.unmap, state, "urn:orphia:saved", nullptr);
         std::string saved = text;
@@ -134,6 +155,17 @@ public:
 
     void Load(const std::string& saved) override {
         Restore(lilv_state_new_from_string(world, &words.map, saved.c_str()));
+    }
+
+    bool SaveProject(const std::string& folder) override {
+        LilvState* const state = TakeState(folder.c_str());
+        lilv_state_save(world, &words.map, &words.unmap, state, nullptr, folder.c_str(), "state.ttl");
+        lilv_state_free(state);
+        return true;
+    }
+
+    void LoadProject(const std::string& folder) override {
+        Restore(lilv_state_new_from_file(world, &words.map, nullptr, (folder + "/state.ttl").c_str()));
     }
 
     std::vector<std::string> Presets() override {
@@ -153,14 +185,82 @@ public:
     }
 
     /// Without sound, events and the latency.
-    std::size_t ParameterCount() override { return controls.size() - (latencyPort + 1); }
+    std::size_t ParameterCount() override {
+        return properties.empty() ? controls.size() - (latencyPort + 1) : properties.size();
+    }
 
 private:
+    using Properties = std::map<std::string, std::string>;
+
+    Properties FindProperties() {
+        Properties found;
+        LilvNode* const writable = lilv_new_uri(world, LV2_PATCH__writable);
+        LilvNode* const label = lilv_new_uri(world, LILV_NS_RDFS "label");
+        LilvNodes* const nodes = lilv_plugin_get_value(plugin, writable);
+        LILV_FOREACH(nodes, at, nodes) {
+            const LilvNode* const property = lilv_nodes_get(nodes, at);
+            LilvNode* const name = lilv_world_get(world, property, label, nullptr);
+            found[lilv_node_as_string(name)] = lilv_node_as_uri(property);
+            lilv_node_free(name);
+        }
+        lilv_nodes_free(nodes);
+        lilv_node_free(label);
+        lilv_node_free(writable);
+        return found;
+    }
+
+    /// Hosts tell it when it is not where it would be by itself.
+    void WritePosition(const host::Transport& transport) {
+        constexpr double beatsPerBar = 4.0;
+        const double bar = std::floor(transport.beat / beatsPerBar);
+        LV2_Atom_Forge_Frame object;
+        lv2_atom_forge_frame_time(&forge, 0);
+        lv2_atom_forge_object(&forge, &object, 0, words.Number(LV2_TIME__Position));
+        const auto write = [&](const char* key, double value) {
+            lv2_atom_forge_key(&forge, words.Number(key));
+            lv2_atom_forge_float(&forge, static_cast<float>(value));
+        };
+        lv2_atom_forge_key(&forge, words.Number(LV2_TIME__bar));
+        lv2_atom_forge_long(&forge, static_cast<std::int64_t>(bar));
+        lv2_atom_forge_key(&forge, words.Number(LV2_TIME__beatUnit));
+        lv2_atom_forge_int(&forge, 4);
+        lv2_atom_forge_key(&forge, words.Number(LV2_TIME__beat));
+        lv2_atom_forge_double(&forge, transport.beat);
+        write(LV2_TIME__barBeat, transport.beat - bar * beatsPerBar);
+        write(LV2_TIME__beatsPerBar, beatsPerBar);
+        write(LV2_TIME__beatsPerMinute, transport.tempo);
+        write(LV2_TIME__speed, transport.isPlaying ? 1.0 : 0.0);
+        lv2_atom_forge_pop(&forge, &object);
+    }
+
+    void WriteTurn(const std::string& property, float position) {
+        LV2_Atom_Forge_Frame object;
+        lv2_atom_forge_frame_time(&forge, 0);
+        lv2_atom_forge_object(&forge, &object, 0, words.Number(LV2_PATCH__Set));
+        lv2_atom_forge_key(&forge, words.Number(LV2_PATCH__property));
+        lv2_atom_forge_urid(&forge, words.Number(property));
+        lv2_atom_forge_key(&forge, words.Number(LV2_PATCH__value));
+        lv2_atom_forge_float(&forge, position);
+        lv2_atom_forge_pop(&forge, &object);
+    }
+
     std::uint32_t PortOf(const char* symbol) {
         LilvNode* const name = lilv_new_string(world, symbol);
         const std::uint32_t port = lilv_port_get_index(plugin, lilv_plugin_get_port_by_symbol(plugin, name));
         lilv_node_free(name);
         return port;
+    }
+
+    /// With a folder, its files go by their place in there.
+    LilvState* TakeState(const char* folder) {
+        const auto value = [](const char* symbol, void* self, std::uint32_t* size, std::uint32_t* type) {
+            auto& that = *static_cast<Lv2Plugin*>(self);
+            *size = sizeof(float);
+            *type = that.words.Number(LV2_ATOM__Float);
+            return static_cast<const void*>(&that.controls[that.PortOf(symbol)]);
+        };
+        return lilv_state_new_from_instance(plugin, instance, &words.map, nullptr, nullptr, nullptr, folder,
+                                            value, this, LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE, nullptr);
     }
 
     /// As other hosts do: their sound, and where the sliders stand.
@@ -204,7 +304,7 @@ private:
 
     union Sequence {
         LV2_Atom_Sequence sequence;
-        std::array<std::uint8_t, 8192> bytes;
+        std::array<std::uint8_t, 65536> bytes;
     };
 
     Words words;
@@ -213,7 +313,12 @@ private:
     LilvInstance* instance = nullptr;
     /// By their names, as hosts list them.
     std::map<std::string, std::string> presets;
+    /// Those that are parameters, by their names; none of the light one.
+    Properties properties;
+    std::map<std::string, float> turns;
     std::vector<float> controls;
+    double nextBeat = -1.0;
+    LV2_Atom_Forge forge{};
     Sequence in{};
     Sequence out{};
 };
@@ -221,6 +326,10 @@ private:
 } // namespace
 
 std::unique_ptr<HostedPlugin> OpenLv2(bool isEffect) {
+    return std::make_unique<Lv2Plugin>(isEffect ? "urn:velmora:orphia-vx-effect" : "urn:velmora:orphia-vx");
+}
+
+std::unique_ptr<HostedPlugin> OpenLightLv2(bool isEffect) {
     return std::make_unique<Lv2Plugin>(isEffect ? "urn:velmora:orphia-vx-effect-light"
                                                 : "urn:velmora:orphia-vx-light");
 }

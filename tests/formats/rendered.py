@@ -42,10 +42,10 @@ def variable_length(number: int) -> bytes:
 
 
 def write_files(lead: int = 0) -> None:
-    """voice.wav and song.mid, behind so many silent frames."""
+    """voice.wav and song.mid, behind so many silent frames; below 0 without some of their own."""
     with wave.open("voice.wav", "wb") as file:
         file.setparams((2, 2, 48000, 0, "NONE", ""))
-        file.writeframes(bytes(4 * lead) + VOICE)
+        file.writeframes((bytes(4 * max(lead, 0)) + VOICE)[4 * max(-lead, 0) :])
     # A tick is a frame.
     track, last = b"\0\xff\x51\x03\x07\xa1\x20", 0
     for frame, *message in KEYS:
@@ -56,23 +56,24 @@ def write_files(lead: int = 0) -> None:
         file.write(b"MThd" + struct.pack(">IHHH", 6, 0, 1, 24000) + b"MTrk" + struct.pack(">I", len(track)) + track)
 
 
-def render(command: str, lead: int) -> array.array:
+def render(command: str, lead: int, settings: str) -> array.array:
     """What the command makes of both, without the silence in front."""
     write_files(lead)
-    arguments = "--rate 48000 --format float --tail 1 --set BodeVocoder_Wet=0.75 --voice voice.wav --midi song.mid"
+    arguments = f"--rate 48000 --format float --tail 1 {settings} --voice voice.wav --midi song.mid"
     subprocess.run([command, "render", *arguments.split(), "-o", "rendered.wav"], check=True, capture_output=True)
-    return left_channel("rendered.wav")[lead:]
+    return array.array("f", bytes(4 * max(-lead, 0))) + left_channel("rendered.wav")[max(lead, 0) :]
 
 
-def compare(heard: array.array, command: str, leads: range) -> None:
+def compare(heard: array.array, command: str, leads: range, settings: str = "--set BodeVocoder_Wet=0.75") -> None:
     """Ends this program: with 0 when what was heard is what the command renders behind one of these silences."""
     peak = max(map(abs, heard))
     if peak < 0.05:
         sys.exit(print(f"silence came: a peak of {peak}") or 1)
     sound = heard.tobytes()
     for lead in leads:
-        late = sound.find(render(command, lead)[FIRST:LAST].tobytes(), 4 * FIRST) // 4 - FIRST
+        late = sound.find(render(command, lead, settings)[FIRST:LAST].tobytes(), 4 * FIRST) // 4 - FIRST
         if late >= 0:
-            print(f"{LAST - FIRST} frames equal those of the command, {late} frames late, after {lead} silent ones")
+            after = f"after {lead} silent ones" if lead >= 0 else f"begun at frame {-lead}"
+            print(f"{LAST - FIRST} frames equal those of the command, {late} frames late, {after}")
             sys.exit()
     sys.exit(print("what came is not what the command renders") or 1)

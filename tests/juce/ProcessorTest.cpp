@@ -18,6 +18,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <functional>
+#include <random>
 #include <thread>
 
 namespace orphia::test {
@@ -48,23 +49,30 @@ protected:
 struct LoopingHost final : juce::AudioPlayHead {
     juce::Optional<PositionInfo> getPosition() const override {
         PositionInfo info;
-        info.setBpm(120.0);
-        info.setPpqPosition(beat);
+        info.setBpm(pluginTempo);
+        info.setTimeInSamples(frame);
+        if (tellsBeat) {
+            info.setPpqPosition(static_cast<double>(frame) / framesPerBeat);
+        }
         info.setIsPlaying(true);
         return info;
     }
-    double beat = 0.0;
+    std::int64_t frame = 0;
+    bool tellsBeat = true;
 };
 
-/// As Play does on the core.
+/// As Play does on the core; with a block of 0 they have any lengths, and the host tells no beat.
 std::vector<float> PlayProcessor(Processor& processor, const PluginSong& song, std::size_t block) {
+    std::mt19937 random(1);
     LoopingHost host;
+    host.tellsBeat = block > 0;
     processor.setPlayHead(&host);
     std::vector<float> result;
     std::size_t next = 0;
     juce::MidiBuffer messages;
     for (std::size_t at = 0; at < song.frames;) {
-        const std::size_t count = std::min({block, song.frames - at, song.loop - at % song.loop});
+        const std::size_t count =
+            std::min({block > 0 ? block : random() % 200, song.frames - at, song.loop - at % song.loop});
         juce::AudioBuffer<float> sound(2, static_cast<int>(count));
         for (std::size_t n = 0; n < 2 * count; ++n) {
             const std::size_t from = 2 * at + n;
@@ -76,7 +84,7 @@ std::vector<float> PlayProcessor(Processor& processor, const PluginSong& song, s
             messages.addEvent(juce::MidiMessage(message.status, message.data1, message.data2),
                               static_cast<int>(song.events[next].frame - at));
         }
-        host.beat = static_cast<double>(at % song.loop) / 24000.0;
+        host.frame = static_cast<std::int64_t>(at % song.loop);
         processor.processBlock(sound, messages);
         for (std::size_t n = 0; n < 2 * count; ++n) {
             result.push_back(sound.getSample(static_cast<int>(n % 2), static_cast<int>(n / 2)));
@@ -87,25 +95,60 @@ std::vector<float> PlayProcessor(Processor& processor, const PluginSong& song, s
     return result;
 }
 
-TEST_F(ProcessorTest, SoundsAsTheCoreWithNotesAtTheirFramesAndTheHostsLoop) {
-    auto core = Plugin({}, Kind::Effect);
-    const auto processor = Make();
+/// Rendered offline, a program comes at its frame, too.
+TEST_F(ProcessorTest, SoundsAsTheCoreInBlocksOfAnyLengthWithMessagesAtTheirFramesAndTheHostsLoop) {
+    const auto core = Plugin({}, Kind::Effect);
     // A gate that follows the beat.
     const auto programs = core->Programs();
     const auto gate = std::find_if(programs.begin(), programs.end(),
                                    [](const auto& program) { return program.id == "rhythm-gate"; });
     ASSERT_TRUE(core->LoadProgram(static_cast<std::uint32_t>(gate - programs.begin())));
     const std::string state = core->SaveState();
-    processor->setStateInformation(state.data(), static_cast<int>(state.size()));
+    core->SetOffline(true);
     core->Activate(pluginRate);
-    processor->setRateAndBufferSizeDetails(pluginRate, 512);
-    processor->prepareToPlay(pluginRate, 512);
-    EXPECT_EQ(processor->getLatencySamples(), static_cast<int>(core->LatencyFrames()));
+    const auto latency = static_cast<int>(core->LatencyFrames());
     PluginSong song = Notes();
     song.loop = 7000;
+    song.events.insert(song.events.begin() + 2, {9001, host::MidiMessage{0xC0, 5, 0}});
     const std::vector<float> expected = Play(*core, song, 500);
-    EXPECT_GT(Loudest(expected), 0.01F);
-    EXPECT_EQ(PlayProcessor(*processor, song, 500), expected);
+    EXPECT_GT(Loudest({expected.begin() + 2 * 12000, expected.end()}), 0.01F);
+    for (const std::size_t block : {500U, 0U, 1U, 63U, 4096U}) {
+        const auto processor = Make();
+        processor->setStateInformation(state.data(), static_cast<int>(state.size()));
+        processor->setNonRealtime(true);
+        processor->setRateAndBufferSizeDetails(pluginRate, 512);
+        processor->prepareToPlay(pluginRate, 512);
+        EXPECT_EQ(processor->getLatencySamples(), latency);
+        EXPECT_TRUE(PlayProcessor(*processor, song, block) == expected) << block;
+        EXPECT_EQ(processor->getCurrentProgram(), 5);
+    }
+}
+
+TEST_F(ProcessorTest, ALatencyThatChangesIsToldToTheHost) {
+    const auto processor = Make();
+    processor->prepareToPlay(pluginRate, 512);
+    const int before = processor->getLatencySamples();
+    for (juce::AudioProcessorParameter* const parameter : processor->getParameters()) {
+        if (parameter->getName(100) == "FX1 Type") {
+            parameter->setValue(parameter->getValueForText("crusher"));
+        }
+    }
+    PluginSong song = Notes();
+    song.frames = 4800;
+    PlayProcessor(*processor, song, 64);
+    // The first of these calls starts the clock.
+    for (int wait = 0; wait < 200 && processor->getLatencySamples() == before; ++wait) {
+        juce::Timer::callPendingTimersSynchronously();
+        juce::Thread::sleep(20);
+    }
+    EXPECT_GT(processor->getLatencySamples(), before);
+    // That of a state at once.
+    juce::MemoryBlock state;
+    processor->getStateInformation(state);
+    const auto other = Make();
+    other->prepareToPlay(pluginRate, 512);
+    other->setStateInformation(state.getData(), static_cast<int>(state.getSize()));
+    EXPECT_EQ(other->getLatencySamples(), processor->getLatencySamples());
 }
 
 TEST_F(ProcessorTest, IdsAreTheEnginesAndTextsTheCoresThereAndBack) {

@@ -18,6 +18,9 @@ namespace orphia::test {
 using plugin::PluginInstrument;
 
 constexpr double pluginRate = 48000.0;
+/// So many frames a beat that each frame's place is exact, however hosts tell it.
+constexpr double framesPerBeat = 32768.0;
+constexpr double pluginTempo = 60.0 * pluginRate / framesPerBeat;
 
 inline std::unique_ptr<PluginInstrument>
 Plugin(const std::filesystem::path& presets = {},
@@ -31,7 +34,7 @@ struct PluginSong {
     std::vector<host::TimedEvent> events;
     std::size_t frames = 24000;
     Sound voice = Syllables(0.5, 48000);
-    std::size_t loop = 10000;
+    std::size_t loop = 9984;
     bool hasTransport = true;
 };
 
@@ -61,7 +64,8 @@ inline std::vector<float> Play(PluginInstrument& plugin, const PluginSong& song,
             events.back().frame -= static_cast<std::uint32_t>(at);
         }
         float* const sound[] = {sides[0].data() + at, sides[1].data() + at};
-        const host::Transport transport{120.0, static_cast<double>(at % song.loop) / 24000.0, true};
+        const host::Transport transport{pluginTempo, static_cast<double>(at % song.loop) / framesPerBeat,
+                                        true};
         plugin.Process({sound, 2, sound, static_cast<std::uint32_t>(count), events,
                         song.hasTransport ? &transport : nullptr});
         at += count;

@@ -30,18 +30,54 @@ TEST(PluginSound, IsTheSameToTheBitInBlocksOfAnySize) {
     }
 }
 
-TEST(PluginSound, ActivatedAnewItIsTheSameWhateverWasPlayedBefore) {
+TEST(PluginSound, ActivatedAnewAtAnyRateItIsTheSameWhateverSoundedBefore) {
     for (const std::uint32_t program : {0U, 5U, 26U}) {
-        auto plugin = Plugin();
-        plugin->LoadProgram(program);
-        plugin->Activate(pluginRate);
-        const std::vector<float> expected = Play(*plugin, Notes());
-        ASSERT_GT(Loudest(expected), 0.01F);
-        for (const std::size_t before : {1024U, 7777U}) {
-            Play(*plugin, before);
-            plugin->Activate(pluginRate);
-            EXPECT_TRUE(Play(*plugin, Notes()) == expected) << program << " after " << before;
+        for (const double rate : {pluginRate, 44100.0, 96000.0}) {
+            const auto made = [program](double first) {
+                auto plugin = Plugin();
+                plugin->LoadProgram(program);
+                plugin->Activate(first);
+                return plugin;
+            };
+            const std::vector<float> expected = Play(*made(rate), Notes());
+            ASSERT_GT(Loudest(expected), 0.01F);
+            const auto plugin = made(pluginRate);
+            for (const std::size_t before : {1024U, 7777U}) {
+                PluginSong song = Notes();
+                song.frames = before;
+                Play(*plugin, song);
+                plugin->Activate(rate);
+                EXPECT_TRUE(Play(*plugin, Notes()) == expected)
+                    << program << " at " << rate << " after " << before;
+            }
         }
+    }
+}
+
+TEST(PluginSound, ResetEndsAllAtOnceAndAllNotesOffTheKeys) {
+    PluginSong voice;
+    const auto fresh = Plugin();
+    fresh->Activate(pluginRate);
+    const float unsung = Loudest(Play(*fresh, voice));
+    enum { Nothing, Reset, NotesOff };
+    for (const int what : {Nothing, Reset, NotesOff}) {
+        auto plugin = Plugin();
+        plugin->Activate(pluginRate);
+        PluginSong keys = Notes();
+        keys.events.pop_back();
+        Play(*plugin, keys);
+        const std::string state = plugin->SaveState();
+        if (what == Reset) {
+            plugin->Reset();
+        } else if (what == NotesOff) {
+            plugin->AllNotesOff();
+        }
+        const std::vector<float> sound = Play(*plugin, voice);
+        const float start = Loudest({sound.begin(), sound.begin() + 2 * plugin->LatencyFrames()});
+        EXPECT_EQ(start == 0.0F, what == Reset);
+        const float later = Loudest({sound.begin() + sound.size() / 2, sound.end()});
+        EXPECT_EQ(later > 2.0F * unsung, what == Nothing) << later << " " << unsung;
+        EXPECT_EQ(plugin->SaveState(), state);
     }
 }
 

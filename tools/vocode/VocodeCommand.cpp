@@ -92,6 +92,7 @@ void VocodeCommand::Render() const {
 
     VocoderSession session(rate, options.Seed());
     session.SetLimiter(options.UsesLimiter());
+    session.SetMetered(showsMeters);
     session.Apply(host::DefaultPreset(options.Catalog()));
     session.Apply(options.ReadPreset());
     for (const host::ParameterSetting& setting : options.OwnSettings()) {

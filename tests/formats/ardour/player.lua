@@ -7,7 +7,7 @@ function dsp_ioconfig() return { { midi_in = 1, midi_out = 1, audio_in = 0, audi
 function dsp_has_midi_output() return true end
 function dsp_has_midi_input() return true end
 
--- Frame, status and two bytes.
+-- Frame, status and what follows.
 local keys = { { 4801, 0x90, 48, 100 }, { 9607, 0x90, 55, 90 }, { 30011, 0x80, 48, 0 }, { 40000, 0x80, 55, 0 } }
 
 -- A saw whose pitch falls; its values are exact as 16 bits.
@@ -27,7 +27,7 @@ function dsp_run(ins, outs, frames)
 	end
 	for _, key in ipairs(keys) do
 		if key[1] >= start and key[1] < start + frames then
-			midiout[count] = { time = key[1] - start + 1, data = { key[2], key[3], key[4] } }
+			midiout[count] = { time = key[1] - start + 1, data = { table.unpack(key, 2) } }
 			count = count + 1
 		end
 	end
