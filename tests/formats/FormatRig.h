@@ -96,8 +96,7 @@ inline std::vector<float> PlayHosted(HostedPlugin& plugin, const PluginSong& son
             }
         }
         float* const sound[] = {sides[0].data() + guard, sides[1].data() + guard};
-        const host::Transport transport{pluginTempo, static_cast<double>(at % song.loop) / framesPerBeat,
-                                        true};
+        const host::Transport transport = song.TransportAt(at);
         plugin.Process(sound, block, events, song.hasTransport ? &transport : nullptr);
         for (std::size_t n = 0; n < 2U * block; ++n) {
             result.push_back(sound[n % 2][n / 2]);

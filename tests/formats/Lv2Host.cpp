@@ -137,7 +137,7 @@ public:
         lv2_atom_forge_pop(&forge, &sequence);
         lilv_instance_run(instance, frames);
         if (transport != nullptr) {
-            nextBeat = transport->beat + frames / framesPerBeat;
+            nextBeat = transport->beat + frames / framesPerExactBeat;
         }
     }
 

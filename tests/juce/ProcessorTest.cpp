@@ -49,10 +49,10 @@ protected:
 struct LoopingHost final : juce::AudioPlayHead {
     juce::Optional<PositionInfo> getPosition() const override {
         PositionInfo info;
-        info.setBpm(pluginTempo);
+        info.setBpm(exactTempo);
         info.setTimeInSamples(frame);
         if (tellsBeat) {
-            info.setPpqPosition(static_cast<double>(frame) / framesPerBeat);
+            info.setPpqPosition(static_cast<double>(frame) / framesPerExactBeat);
         }
         info.setIsPlaying(true);
         return info;
@@ -136,11 +136,8 @@ TEST_F(ProcessorTest, ALatencyThatChangesIsToldToTheHost) {
     PluginSong song = Notes();
     song.frames = 4800;
     PlayProcessor(*processor, song, 64);
-    // The first of these calls starts the clock.
-    for (int wait = 0; wait < 200 && processor->getLatencySamples() == before; ++wait) {
-        juce::Timer::callPendingTimersSynchronously();
-        juce::Thread::sleep(20);
-    }
+    juce::Timer::callAfterDelay(300, [] { juce::MessageManager::getInstance()->stopDispatchLoop(); });
+    juce::MessageManager::getInstance()->runDispatchLoop();
     EXPECT_GT(processor->getLatencySamples(), before);
     // That of a state at once.
     juce::MemoryBlock state;

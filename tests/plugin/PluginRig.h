@@ -19,8 +19,8 @@ using plugin::PluginInstrument;
 
 constexpr double pluginRate = 48000.0;
 /// So many frames a beat that each frame's place is exact, however hosts tell it.
-constexpr double framesPerBeat = 32768.0;
-constexpr double pluginTempo = 60.0 * pluginRate / framesPerBeat;
+constexpr double framesPerExactBeat = 32768.0;
+constexpr double exactTempo = 60.0 * pluginRate / framesPerExactBeat;
 
 inline std::unique_ptr<PluginInstrument>
 Plugin(const std::filesystem::path& presets = {},
@@ -35,7 +35,12 @@ struct PluginSong {
     std::size_t frames = 24000;
     Sound voice = Syllables(0.5, 48000);
     std::size_t loop = 9984;
+    double tempo = exactTempo;
     bool hasTransport = true;
+
+    host::Transport TransportAt(std::size_t frame) const {
+        return {tempo, static_cast<double>(frame % loop) * tempo / (60.0 * pluginRate), true};
+    }
 };
 
 inline PluginSong Notes() {
@@ -64,8 +69,7 @@ inline std::vector<float> Play(PluginInstrument& plugin, const PluginSong& song,
             events.back().frame -= static_cast<std::uint32_t>(at);
         }
         float* const sound[] = {sides[0].data() + at, sides[1].data() + at};
-        const host::Transport transport{pluginTempo, static_cast<double>(at % song.loop) / framesPerBeat,
-                                        true};
+        const host::Transport transport = song.TransportAt(at);
         plugin.Process({sound, 2, sound, static_cast<std::uint32_t>(count), events,
                         song.hasTransport ? &transport : nullptr});
         at += count;

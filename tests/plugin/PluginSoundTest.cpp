@@ -157,6 +157,7 @@ TEST(PluginSound, EqualsWhatTheCommandRendersAsSoonAsTheLatencyIsOver) {
             host::ParseAssignment(host::ParameterCatalog::OfInstrument(), "Modulator_ExternalInput=on"));
         plugin->Activate(pluginRate);
         PluginSong song;
+        song.tempo = 120.0;
         song.frames = song.loop = expected.Frames() + plugin->LatencyFrames();
         for (const host::MidiEvent& event : file.Events()) {
             song.events.push_back({static_cast<std::uint32_t>(event.seconds * pluginRate), event.message});
