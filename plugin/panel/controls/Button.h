@@ -9,7 +9,8 @@
 
 namespace orphia::panel {
 
-/// A flat button with a text; the one that is chosen, a tab for instance, has the accent colour below it.
+/// A button with a text, in a box; the one that is chosen has the accent colour below it. Those that choose,
+/// tabs for instance, are flat.
 class Button final : public juce::Button {
 public:
     Button(const juce::String& title, std::function<void()> act, const juce::String& tooltip = {})
@@ -19,6 +20,8 @@ public:
         setTitle(tooltip.isEmpty() ? title : tooltip);
         onClick = std::move(act);
     }
+
+    void SetFlat() { isFlat = true; }
 
     void SetChosen(bool isNow) {
         if (isChosen != isNow) {
@@ -30,8 +33,12 @@ public:
     void paintButton(juce::Graphics& g, bool isOver, bool isDown) override {
         const Palette& colours = PanelLook::Of(*this);
         juce::Rectangle<float> box = getLocalBounds().toFloat();
-        if (isOver || isDown) {
-            FillBox(g, box, colours.field);
+        if (isOver || isDown || !isFlat) {
+            FillBox(g, box, (isOver || isDown) && !isFlat ? colours.line : colours.field);
+        }
+        if (!isFlat) {
+            g.setColour(ToJuce(colours.line));
+            g.drawRoundedRectangle(box.reduced(0.5F), Sizes::smallCorner, 1.0F);
         }
         const Palette::Colour colour = !isEnabled() ? colours.line
                                        : isChosen   ? colours.text
@@ -45,6 +52,7 @@ public:
 
 private:
     bool isChosen = false;
+    bool isFlat = false;
 };
 
 } // namespace orphia::panel

@@ -9,7 +9,7 @@ namespace orphia::panel {
 
 namespace {
 
-constexpr int lineHeight = 26;
+constexpr int amountHeight = 26;
 constexpr int titleHeight = 26;
 constexpr int boxWidth = 250;
 constexpr float firstAmount = 0.25F;
@@ -25,7 +25,7 @@ ModulationBox::ModulationBox(PanelModel& panel, unsigned destination)
         amounts.push_back(ParameterControl::Make(panel, std::move(model)));
         addAndMakeVisible(*amounts.back());
     }
-    setSize(boxWidth, titleHeight + lineHeight * static_cast<int>(amounts.size()) + 8);
+    setSize(boxWidth, titleHeight + amountHeight * static_cast<int>(amounts.size()) + 8);
     startTimerHz(10);
 }
 
@@ -62,7 +62,7 @@ void ModulationBox::paint(juce::Graphics& g) {
 void ModulationBox::resized() {
     juce::Rectangle<int> area = getLocalBounds().withTrimmedTop(titleHeight);
     for (const auto& amount : amounts) {
-        amount->setBounds(area.removeFromTop(lineHeight).reduced(4, 0));
+        amount->setBounds(area.removeFromTop(amountHeight).reduced(4, 0));
     }
 }
 

@@ -10,7 +10,6 @@ namespace orphia::panel {
 
 namespace {
 
-constexpr float fineDrag = 0.1F;
 constexpr float clickDistance = 3.0F;
 constexpr float wheelStep = 0.08F;
 

@@ -13,6 +13,9 @@
 
 namespace orphia::panel {
 
+/// With shift a mouse or a key moves so much less.
+inline constexpr float fineDrag = 0.1F;
+
 /// What all controls of one parameter do alike: they follow it, are dragged (with shift finely), turned by
 /// the wheel, moved by keys, set back by a double click, typed into (a click on the value, return or a
 /// digit), and have a menu. What is different is how they are drawn, and what a click does. Everything goes

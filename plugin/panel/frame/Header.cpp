@@ -28,10 +28,12 @@ Header::Header(PanelModel& ofPanel, Actions wanted)
       look(
           "View", [this] { ShowLookMenu(); }, "Scale and brightness") {
     for (Button* const button : {&previous, &program, &next, &undo, &redo, &look}) {
+        button->SetFlat();
         addAndMakeVisible(button);
     }
     for (std::size_t n = 0; n < PageList().size(); ++n) {
         tabs.push_back(std::make_unique<Button>(PageList()[n].title, [this, n] { actions.showPage(n); }));
+        tabs.back()->SetFlat();
         addAndMakeVisible(*tabs.back());
     }
     Refresh();

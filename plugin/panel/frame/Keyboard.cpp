@@ -139,6 +139,7 @@ void Keyboard::Refresh() {
 }
 
 void Keyboard::paint(juce::Graphics& g) {
+    const Palette& colours = PanelLook::Of(*this);
     FillBox(g, getLocalBounds().toFloat(), black, 2.0F);
     for (const bool isBlack : {false, true}) {
         for (int key = firstKey; key < firstKey + keyCount; ++key) {
@@ -147,10 +148,10 @@ void Keyboard::paint(juce::Graphics& g) {
             }
             const juce::Rectangle<float> area = AreaOf(key).reduced(0.75F, 0.0F);
             const bool isHeld = held[static_cast<std::size_t>(key)];
-            FillBox(g, area, isHeld ? Palette::Dark().accent : isBlack ? black : white, 2.0F);
+            FillBox(g, area, isHeld ? colours.accent : isBlack ? black : white, 2.0F);
             if (!isBlack && key % 12 == 0) {
                 DrawText(g, "C" + juce::String(key / 12 - 1), area.withTop(area.getBottom() - 15.0F), 10.0F,
-                         black);
+                         isHeld ? colours.onAccent : black);
             }
         }
     }

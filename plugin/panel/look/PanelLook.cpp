@@ -100,6 +100,18 @@ void PanelLook::drawPopupMenuBackground(juce::Graphics& g, int width, int height
     g.drawRect(0, 0, width, height);
 }
 
+void PanelLook::fillTextEditorBackground(juce::Graphics& g, int width, int height,
+                                         juce::TextEditor& /*field*/) {
+    g.fillAll(ToJuce(palette.section));
+    FillBox(g, juce::Rectangle<int>(width, height).toFloat(), palette.field);
+}
+
+void PanelLook::drawTextEditorOutline(juce::Graphics& g, int width, int height, juce::TextEditor& field) {
+    g.setColour(ToJuce(field.hasKeyboardFocus(true) ? palette.accent : palette.line));
+    g.drawRoundedRectangle(juce::Rectangle<int>(width, height).toFloat().reduced(0.5F), Sizes::smallCorner,
+                           1.0F);
+}
+
 void FillBox(juce::Graphics& g, juce::Rectangle<float> box, Palette::Colour colour, float corner) {
     g.setColour(ToJuce(colour));
     g.fillRoundedRectangle(box, corner);

@@ -24,6 +24,8 @@ public:
                                           juce::Rectangle<int> parent) override;
     juce::Font getPopupMenuFont() override { return Font(Sizes::textFont); }
     void drawPopupMenuBackground(juce::Graphics& g, int width, int height) override;
+    void fillTextEditorBackground(juce::Graphics& g, int width, int height, juce::TextEditor& field) override;
+    void drawTextEditorOutline(juce::Graphics& g, int width, int height, juce::TextEditor& field) override;
     juce::Typeface::Ptr getTypefaceForFont(const juce::Font& font) override;
 
 private:

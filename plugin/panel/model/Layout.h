@@ -44,6 +44,7 @@ struct Grid {
     static constexpr int padding = 8;
     static constexpr int knobHeight = 70;
     static constexpr int lineHeight = 28;
+    static constexpr int buttonHeight = 22;
     static constexpr int faderHeight = 92;
 };
 

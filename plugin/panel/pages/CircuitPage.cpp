@@ -9,7 +9,8 @@ namespace orphia::panel {
 
 namespace {
 
-constexpr int lineHeight = 30;
+constexpr int rowOfThree = 30;
+constexpr int rightOfValues = 18;
 
 /// "Vocoder Preamp ProgramLevel": the path, without what is clear.
 std::string PathOf(const std::string& name) {
@@ -77,9 +78,10 @@ CircuitPage::CircuitPage(PanelModel& ofPanel)
     addAndMakeVisible(list);
     search.onTextChange = [this] { Search(search.getText()); };
     list.setModel(this);
-    list.setRowHeight(lineHeight);
+    list.setRowHeight(rowOfThree);
     list.setTitle("Controls");
     list.setWantsKeyboardFocus(false);
+    count.setJustificationType(juce::Justification::centredRight);
     count.setFont(PanelLook::Font(Sizes::labelFont));
     Search({});
 }
@@ -117,7 +119,7 @@ juce::Component* CircuitPage::refreshComponentForRow(int row, bool /*isSelected*
         made = std::make_unique<Line>(panel);
         line = made.get();
     }
-    const auto first = static_cast<std::size_t>(row * columns);
+    const auto first = static_cast<std::size_t>(row) * columns;
     const std::size_t last = std::min(found.size(), first + columns);
     line->Show({found.begin() + static_cast<std::ptrdiff_t>(first),
                 found.begin() + static_cast<std::ptrdiff_t>(last)});
@@ -132,10 +134,11 @@ void CircuitPage::resized() {
     juce::Rectangle<int> area = getLocalBounds().reduced(Grid::padding, 0);
     juce::Rectangle<int> top = area.removeFromTop(Grid::titleHeight + 8);
     top.removeFromLeft(130);
-    search.setBounds(top.removeFromLeft(320).withTrimmedTop(3).withHeight(22));
+    search.setBounds(top.removeFromLeft(320).withTrimmedTop(1).withHeight(Grid::buttonHeight));
     top.removeFromLeft(12);
-    trims.setBounds(top.removeFromLeft(60).withTrimmedTop(3).withHeight(22));
-    count.setBounds(top.removeFromRight(110).withTrimmedTop(3).withHeight(22));
+    trims.setBounds(top.removeFromLeft(60).withTrimmedTop(1).withHeight(Grid::buttonHeight));
+    top.removeFromRight(rightOfValues);
+    count.setBounds(top.removeFromRight(110).withTrimmedTop(1).withHeight(Grid::buttonHeight));
     area.removeFromBottom(Grid::padding);
     list.setBounds(area);
 }

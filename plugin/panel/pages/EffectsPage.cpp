@@ -11,7 +11,7 @@ namespace orphia::panel {
 namespace {
 
 constexpr int slotLine = 26;
-constexpr int topHeight = 32;
+constexpr int topHeight = slotLine + Grid::gap;
 constexpr int scrollWidth = 10;
 constexpr int pictureHeight = 112;
 constexpr int arrowWidth = 24;
@@ -77,6 +77,7 @@ void EffectSlotView::resized() {
     bypass->setBounds(top.withTrimmedLeft(16));
     juce::Rectangle<int> title = getLocalBounds().removeFromTop(Grid::titleHeight).reduced(Grid::padding, 2);
     later.setBounds(title.removeFromRight(arrowWidth));
+    title.removeFromRight(Grid::gap / 2);
     earlier.setBounds(title.removeFromRight(arrowWidth));
     if (picture.isVisible()) {
         picture.setBounds(area.removeFromTop(pictureHeight));
@@ -178,9 +179,13 @@ void EffectsPage::Move(unsigned from, unsigned to) {
     }
 }
 
+void EffectsPage::paint(juce::Graphics& g) {
+    FillBox(g, getLocalBounds().withHeight(slotLine).toFloat(), PanelLook::Of(*this).section, Sizes::corner);
+}
+
 void EffectsPage::resized() {
     juce::Rectangle<int> area = getLocalBounds();
-    juce::Rectangle<int> top = area.removeFromTop(topHeight).withHeight(slotLine);
+    juce::Rectangle<int> top = area.removeFromTop(topHeight).withHeight(slotLine).reduced(Grid::padding, 0);
     isOn->setBounds(top.removeFromLeft(120));
     routing->setBounds(top.removeFromLeft(170));
     for (int n = 0; n < static_cast<int>(slots.size()); ++n) {

@@ -63,6 +63,7 @@ class EffectsPage final : public Page {
 public:
     explicit EffectsPage(PanelModel& panel);
 
+    void paint(juce::Graphics& g) override;
     void resized() override;
 
 private:

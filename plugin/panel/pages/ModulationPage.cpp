@@ -158,6 +158,7 @@ juce::Rectangle<int> MatrixView::Cells() const {
 void MatrixView::resized() {
     juce::Rectangle<int> title = getLocalBounds().removeFromTop(Grid::titleHeight).reduced(Grid::padding, 2);
     all.setBounds(title.removeFromRight(44));
+    title.removeFromRight(Grid::gap / 2);
     add.setBounds(title.removeFromRight(60));
     const juce::Rectangle<int> area = Cells();
     const int rowHeight = area.getHeight() / static_cast<int>(Modulation::sourceCount);

@@ -7,15 +7,15 @@ namespace orphia::panel {
 
 namespace {
 
-constexpr int rowHeight = 44;
+constexpr int presetHeight = 44;
 constexpr int starWidth = 36;
 constexpr int detailsWidth = 380;
-constexpr int buttonHeight = 22;
 /// Of the description of this sound, and of its tags below.
 constexpr int descriptionHeight = 72;
 constexpr int tagsHeight = 20;
 constexpr int fieldsAt = Grid::titleHeight + 4 + descriptionHeight + tagsHeight + 12;
-constexpr int toldAt = fieldsAt + 26 + 16 + 26 + 12;
+/// What stands below the title of a section begins where the title does.
+constexpr int inset = Grid::padding + 2;
 
 juce::String Joined(const std::vector<std::string>& tags) {
     juce::StringArray words;
@@ -43,7 +43,7 @@ PresetsPage::PresetsPage(PanelModel& ofPanel)
           "Compare A/B",
           [this] {
               panel.presets.Compare();
-              Tell(panel.presets.IsOther() ? "This is B" : "This is A");
+              panel.Tell(panel.presets.IsOther() ? "This is B" : "This is A");
           },
           "Goes over to the other of two sounds"),
       import(
@@ -63,10 +63,13 @@ PresetsPage::PresetsPage(PanelModel& ofPanel)
              &import, &exporting, &favourite}) {
         addAndMakeVisible(part);
     }
+    for (Button* const button : {&all, &favourites, &own}) {
+        button->SetFlat();
+    }
     search.onTextChange = [this] { Update(); };
     name.onReturnKey = [this] { SaveAs(); };
     list.setModel(this);
-    list.setRowHeight(rowHeight);
+    list.setRowHeight(presetHeight);
     list.setTitle("Presets");
     Choose(Presets::Show::All);
     Refresh();
@@ -175,14 +178,9 @@ void PresetsPage::paintListBoxItem(int row, juce::Graphics& g, int width, int he
              juce::Justification::centredLeft);
 }
 
-void PresetsPage::Tell(const juce::String& text) {
-    told = text;
-    repaint();
-}
-
 void PresetsPage::SaveAs() {
     const bool isSaved = panel.presets.Save(name.getText().trim().toStdString());
-    Tell(isSaved ? "Saved" : "This is no name for a preset, or its folder cannot be written");
+    panel.Tell(isSaved ? "Saved" : "This is no name for a preset, or its folder cannot be written");
     panel.LookAtPrograms();
     Refresh();
 }
@@ -201,14 +199,15 @@ void PresetsPage::ChooseFile(bool isImport) {
         }
         const std::filesystem::path path(file.getFullPathName().toStdString());
         const bool isDone = isImport ? panel.presets.Import(path) : panel.presets.Export(path);
-        Tell(isDone ? file.getFileName()
-                    : (isImport ? "No preset is in " : "Cannot write ") + file.getFileName());
+        const char* const said =
+            isImport ? (isDone ? "Imported " : "No preset is in ") : (isDone ? "Exported " : "Cannot write ");
+        panel.Tell(said + path.filename().string());
     });
 }
 
 void PresetsPage::paintOverChildren(juce::Graphics& g) {
     const Palette& colours = PanelLook::Of(*this);
-    juce::Rectangle<int> area = details.getBounds().reduced(14, 0).withTrimmedTop(Grid::titleHeight + 4);
+    juce::Rectangle<int> area = details.getBounds().reduced(inset, 0).withTrimmedTop(Grid::titleHeight + 4);
     const auto* const program = current ? &(*programs)[*current] : nullptr;
     g.setColour(ToJuce(colours.text));
     g.setFont(PanelLook::Font(Sizes::textFont));
@@ -218,8 +217,6 @@ void PresetsPage::paintOverChildren(juce::Graphics& g) {
         DrawText(g, Joined(program->tags), area.removeFromTop(tagsHeight).toFloat(), Sizes::labelFont,
                  colours.dimText, juce::Justification::centredLeft);
     }
-    DrawText(g, told, details.getBounds().reduced(14, 0).withTrimmedTop(toldAt).withHeight(24).toFloat(),
-             Sizes::textFont, colours.dimText, juce::Justification::centredLeft);
 }
 
 void PresetsPage::resized() {
@@ -231,22 +228,26 @@ void PresetsPage::resized() {
     area.removeFromBottom(Grid::padding);
     juce::Rectangle<int> top = area.removeFromTop(Grid::titleHeight + 8);
     top.removeFromLeft(100);
-    search.setBounds(top.removeFromLeft(300).withTrimmedTop(3).withHeight(buttonHeight));
-    byTag.setBounds(top.removeFromLeft(64).withTrimmedLeft(8).withTrimmedTop(3).withHeight(buttonHeight));
+    search.setBounds(top.removeFromLeft(300).withTrimmedTop(1).withHeight(Grid::buttonHeight));
+    byTag.setBounds(
+        top.removeFromLeft(64).withTrimmedLeft(8).withTrimmedTop(1).withHeight(Grid::buttonHeight));
     for (Button* const button : {&own, &favourites, &all}) {
-        button->setBounds(
-            top.removeFromRight(button == &favourites ? 90 : 56).withTrimmedTop(3).withHeight(buttonHeight));
+        button->setBounds(top.removeFromRight(button == &favourites ? 90 : 56)
+                              .withTrimmedTop(1)
+                              .withHeight(Grid::buttonHeight));
     }
     list.setBounds(area);
-    juce::Rectangle<int> side = details.getBounds().reduced(14, 0).withTrimmedTop(fieldsAt);
+    juce::Rectangle<int> side = details.getBounds().reduced(inset, 0).withTrimmedTop(fieldsAt);
     juce::Rectangle<int> line = side.removeFromTop(26);
     save.setBounds(line.removeFromRight(64));
     name.setBounds(line.withTrimmedRight(8));
     side.removeFromTop(16);
     line = side.removeFromTop(26);
     compare.setBounds(line.removeFromLeft(92));
-    import.setBounds(line.removeFromLeft(72));
-    exporting.setBounds(line.removeFromLeft(72));
+    for (Button* const button : {&import, &exporting}) {
+        line.removeFromLeft(Grid::gap / 2);
+        button->setBounds(line.removeFromLeft(72));
+    }
     favourite.setBounds(line.removeFromRight(86));
 }
 

@@ -37,7 +37,6 @@ private:
     void SaveAs();
     void ChooseFile(bool isImport);
     /// What a line tells under the fields, as why nothing was saved.
-    void Tell(const juce::String& text);
 
     PanelModel& panel;
     SectionView browser;
@@ -54,7 +53,6 @@ private:
     Button import;
     Button exporting;
     Button favourite;
-    juce::String told;
     std::unique_ptr<juce::FileChooser> chooser;
     Presets::Show show = Presets::Show::All;
     /// What the list shows now.

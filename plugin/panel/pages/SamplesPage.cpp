@@ -2,6 +2,7 @@
 #include "plugin/panel/pages/SamplesPage.h"
 
 #include "plugin/panel/controls/DroppedFiles.h"
+#include "plugin/panel/model/samples/SampleDrop.h"
 #include "plugin/panel/model/samples/SampleLayout.h"
 
 #include <initializer_list>
@@ -11,10 +12,8 @@ namespace orphia::panel {
 namespace {
 
 constexpr int picturesBetween = 8;
-constexpr int rowHeight = 40;
-constexpr int buttonHeight = 22;
+constexpr int sampleHeight = 40;
 constexpr int titleWidth = 84;
-constexpr std::uint8_t velocity = 100;
 
 juce::String NameOf(const std::filesystem::path& path) {
     return juce::String::fromUTF8(path.filename().string().c_str());
@@ -61,18 +60,19 @@ SamplesPage::SamplesPage(PanelModel& ofPanel)
             Choose(sample);
             Clear();
         };
-        rows[sample]->setBounds(area.removeFromTop(rowHeight));
+        rows[sample]->setBounds(area.removeFromTop(sampleHeight));
         list.addAndMakeVisible(*rows[sample]);
     }
     area = picture.getLocalBounds().reduced(Grid::padding, 0).withTrimmedBottom(Grid::padding);
     juce::Rectangle<int> top = area.removeFromTop(Grid::titleHeight + 4).withTrimmedTop(1);
     for (Button* const button : {&clear, &open, &play}) {
-        button->setBounds(top.removeFromRight(64).withHeight(buttonHeight));
+        button->setBounds(top.removeFromRight(64).withHeight(Grid::buttonHeight));
+        top.removeFromRight(Grid::gap / 2);
         picture.addAndMakeVisible(*button);
     }
     wave.setBounds(area);
     picture.addAndMakeVisible(wave);
-    find.setBounds(area.withSizeKeepingCentre(80, buttonHeight).translated(0, 34));
+    find.setBounds(area.withSizeKeepingCentre(80, Grid::buttonHeight).translated(0, 34));
     picture.addChildComponent(find);
     root.setBounds(RootArea().withTrimmedLeft(92).withWidth(124).withSizeKeepingCentre(124, 24));
     addAndMakeVisible(root);
@@ -172,23 +172,19 @@ void SamplesPage::Refresh() {
     }
 }
 
-void SamplesPage::Tell(const juce::String& text) { wave.Tell(text); }
-
-void SamplesPage::Take(const std::vector<std::filesystem::path>& dropped, std::uint32_t sample) {
-    Choose(sample);
-    Tell({});
-    Tell(juce::String::fromUTF8(slots.Drop(dropped, sample).problem.c_str()));
+void SamplesPage::Take(const std::vector<std::filesystem::path>& files, std::uint32_t sample) {
+    DropSamples(panel, files, sample);
+    Choose(panel.chosenSample);
     Look();
 }
 
 void SamplesPage::TakeFound(const std::filesystem::path& path) {
-    Tell(juce::String::fromUTF8(slots.Found(chosen, path).c_str()));
+    panel.Tell(slots.Found(chosen, path));
     Look();
 }
 
 void SamplesPage::Clear() {
     Sound(false);
-    Tell({});
     slots.Clear(chosen);
     Look();
 }
@@ -215,7 +211,6 @@ void SamplesPage::ChooseFiles(bool isMissing) {
 void SamplesPage::SeekRoot() {
     if (sounds[chosen].isLoaded) {
         sought = {chosen, sounds[chosen].path};
-        Tell({});
         ShowAll();
     }
 }
@@ -232,9 +227,9 @@ void SamplesPage::FollowRoot() {
     sought.reset();
     if (sounds[sample].path == path) {
         if (!*pitch) {
-            Tell("No steady pitch is in " + NameOf(path));
+            panel.Tell("No steady pitch is in " + path.filename().string());
         } else if (slots.SetRoot(sample, **pitch)) {
-            Tell("The root note is " + juce::String(NoteName(**pitch)));
+            panel.Tell("The root note is " + NoteName(**pitch));
         }
     }
     ShowAll();
@@ -244,7 +239,7 @@ void SamplesPage::Sound(bool isDown) {
     if (isDown && !pressedKey) {
         pressedKey = slots.KeyOf(chosen);
         if (pressedKey) {
-            panel.instrument.Play({0x90, *pressedKey, velocity});
+            panel.instrument.Play({0x90, *pressedKey, SampleSlots::velocity});
         }
     } else if (!isDown && pressedKey) {
         panel.instrument.Play({0x80, *pressedKey, 0});
@@ -261,13 +256,15 @@ std::uint32_t SamplesPage::SampleAt(int x, int y) const {
     return chosen;
 }
 
-void SamplesPage::fileDragMove(const juce::StringArray& /*files*/, int x, int y) {
+void SamplesPage::fileDragMove(const juce::StringArray& files, int x, int y) {
     target = SampleAt(x, y);
+    TellOfDrop(panel, PathsOf(files), target);
     ShowAll();
 }
 
 void SamplesPage::fileDragExit(const juce::StringArray& /*files*/) {
     target.reset();
+    panel.Tell({});
     ShowAll();
 }
 

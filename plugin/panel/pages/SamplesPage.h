@@ -24,8 +24,7 @@ public:
     ~SamplesPage() override;
 
     void Choose(std::uint32_t sample);
-    /// As the file choosers and a drop do.
-    void Take(const std::vector<std::filesystem::path>& dropped, std::uint32_t sample);
+    /// As the file chooser does.
     void TakeFound(const std::filesystem::path& path);
 
     void Refresh() override;
@@ -44,9 +43,9 @@ private:
     /// Asks the instrument which files it has.
     void Look();
     void ShowAll();
-    void Tell(const juce::String& text);
     void Clear();
     void ChooseFiles(bool isMissing);
+    void Take(const std::vector<std::filesystem::path>& files, std::uint32_t sample);
     void SeekRoot();
     void FollowRoot();
     void Sound(bool isDown);

@@ -158,6 +158,7 @@ void BandsView::resized() {
     juce::Rectangle<int> area = getLocalBounds();
     juce::Rectangle<int> title = area.removeFromTop(Grid::titleHeight).reduced(Grid::padding, 2);
     clear.setBounds(title.removeFromRight(56));
+    title.removeFromRight(Grid::gap / 2);
     straight.setBounds(title.removeFromRight(68));
     title.removeFromLeft(84);
     lights->setBounds(title.removeFromLeft(lightsWidth));

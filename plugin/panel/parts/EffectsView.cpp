@@ -9,7 +9,6 @@ namespace {
 
 constexpr Section frame{"Effects", MainLayout::effects, {}, "FX_Enable"};
 constexpr int typeWidth = 124;
-constexpr int lineHeight = 28;
 
 } // namespace
 
@@ -53,7 +52,7 @@ void EffectsView::resized() {
             return;
         }
         juce::Rectangle<int> row = area.removeFromTop(height);
-        juce::Rectangle<int> line = row.removeFromTop(lineHeight);
+        juce::Rectangle<int> line = row.removeFromTop(Grid::lineHeight);
         slot.type->setBounds(line.removeFromLeft(typeWidth));
         slot.bypass->setBounds(line.withTrimmedLeft(8));
         if (slot.mix != nullptr) {

@@ -35,7 +35,9 @@ void SampleRow::DrawPicture(juce::Graphics& g, juce::Rectangle<float> box) const
     g.setColour(ToJuce(shown.isPlaying ? colours.accent : colours.dimText));
     juce::RectangleList<float> columns;
     const double width = box.getWidth();
-    for (float x = 0.0F; x < box.getWidth(); x += 1.0F) {
+    const int points = juce::roundToInt(box.getWidth());
+    for (int point = 0; point < points; ++point) {
+        const auto x = static_cast<float>(point);
         const PeakTable::Range range = shown.sound->peaks.Between(x / width, (x + 1.0) / width);
         const float half = 0.46F * box.getHeight();
         const float top = box.getCentreY() - half * std::min(range.high, 1.0F);

@@ -3,7 +3,7 @@
 
 namespace orphia::panel {
 
-SectionView::SectionView(juce::String title) {
+SectionView::SectionView(const juce::String& title) {
     setName(title);
     setTitle(title);
     setFocusContainerType(FocusContainerType::focusContainer);

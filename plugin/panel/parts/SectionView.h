@@ -13,7 +13,7 @@ namespace orphia::panel {
 /// whatever else belongs into it as a child.
 class SectionView : public juce::Component, public Live {
 public:
-    explicit SectionView(juce::String title);
+    explicit SectionView(const juce::String& title);
     SectionView(PanelModel& panel, const Section& section);
 
     void Refresh() override;

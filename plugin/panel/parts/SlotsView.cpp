@@ -4,6 +4,7 @@
 #include "plugin/panel/controls/DroppedFiles.h"
 #include "plugin/panel/model/ControlModel.h"
 #include "plugin/panel/model/samples/SampleDrop.h"
+#include "plugin/panel/model/samples/SampleSlots.h"
 
 #include <cmath>
 
@@ -11,7 +12,6 @@ namespace orphia::panel {
 
 namespace {
 
-constexpr std::uint8_t velocity = 100;
 constexpr float octaveSteps = 8.0F;
 constexpr float slotSteps = 11.0F;
 
@@ -84,7 +84,7 @@ void SlotsView::mouseDown(const juce::MouseEvent& event) {
     if (const auto slot = SlotAt(event.getPosition())) {
         const int first = 12 * juce::roundToInt(octaveSteps * panel.instrument.Position(octave));
         pressedKey = first + static_cast<int>(*slot);
-        panel.instrument.Play({0x90, static_cast<std::uint8_t>(pressedKey), velocity});
+        panel.instrument.Play({0x90, static_cast<std::uint8_t>(pressedKey), SampleSlots::velocity});
     }
 }
 

@@ -26,7 +26,10 @@ void WaveView::DrawWave(juce::Graphics& g) const {
     const auto width = static_cast<double>(getWidth());
     juce::RectangleList<float> played;
     juce::RectangleList<float> unplayed;
-    for (float x = std::floor(clip.getX() / pixel) * pixel; x < clip.getRight(); x += pixel) {
+    const int first = static_cast<int>(std::floor(clip.getX() / pixel));
+    const int last = static_cast<int>(std::ceil(clip.getRight() / pixel));
+    for (int n = first; n < last; ++n) {
+        const float x = static_cast<float>(n) * pixel;
         const PeakTable::Range range = sound->peaks.Between(x / width, (x + pixel) / width);
         const float top = centre - scale * std::min(range.high, mostShown);
         const float bottom = centre - scale * std::max(range.low, -mostShown);
@@ -128,14 +131,6 @@ void WaveView::DrawTexts(juce::Graphics& g) const {
                                                .constrainedWithin(all);
         FillBox(g, box, colours.section);
         DrawText(g, ValueText(), box, Sizes::labelFont, colours.text);
-    }
-    if (told.isNotEmpty()) {
-        const float width = std::min(all.getWidth() - 40.0F,
-                                     PanelLook::Font(Sizes::textFont).getStringWidthFloat(told) + 24.0F);
-        const juce::Rectangle<float> box =
-            all.withTrimmedBottom(24.0F).removeFromBottom(24.0F).withSizeKeepingCentre(width, 24.0F);
-        FillBox(g, box, colours.section);
-        DrawText(g, told, box.reduced(8.0F, 0.0F), Sizes::textFont, colours.text);
     }
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/parts/WaveView.h"
 
+#include "plugin/panel/controls/ParameterControl.h"
 #include "plugin/panel/model/ControlModel.h"
 
 #include <algorithm>
@@ -10,7 +11,6 @@ namespace orphia::panel {
 
 namespace {
 
-constexpr float fineDrag = 0.1F;
 constexpr float step = 0.01F;
 constexpr int headReach = 3;
 
@@ -47,17 +47,11 @@ void WaveView::Show(std::uint32_t next, std::shared_ptr<const SampleShelf::Sound
     if (next != sample) {
         EndDrag();
         touched.reset();
-        told.clear();
     }
     sample = next;
     sound = std::move(nextSound);
     emptyText = text;
     edges = slots.EdgesOf(sample);
-    repaint();
-}
-
-void WaveView::Tell(const juce::String& notice) {
-    told = notice;
     repaint();
 }
 

@@ -27,8 +27,6 @@ public:
     /// A sample, from 0, and its sound; null for none, of which a text tells.
     void Show(std::uint32_t sample, std::shared_ptr<const SampleShelf::Sound> sound,
               const juce::String& text);
-    /// A line in front of the picture, until the next one.
-    void Tell(const juce::String& notice);
 
     std::uint32_t Sample() const { return sample; }
     /// Where a handle is, for whoever works it.
@@ -73,7 +71,6 @@ private:
     std::uint32_t sample = 0;
     std::shared_ptr<const SampleShelf::Sound> sound;
     juce::String emptyText;
-    juce::String told;
     SampleEdges edges;
     std::optional<SampleSlots::Head> head;
     Edge chosen = SampleEdges::TrimStart;

@@ -19,6 +19,8 @@ namespace orphia::panel {
 class SampleSlots {
 public:
     static constexpr std::uint32_t count = 12;
+    /// How hard the key of a sample is pressed to hear it.
+    static constexpr std::uint8_t velocity = 100;
 
     SampleSlots(plugin::PluginInstrument& instrument, History& history);
 
