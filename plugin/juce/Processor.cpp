@@ -46,23 +46,30 @@ Processor::Processor(PluginInstrument::Kind ofKind)
 
 Processor::~Processor() { stopTimer(); }
 
-/// Groups have the order of the panel; each begins where its name comes first.
+/// Groups have the order of the panel; each begins where its name comes first. The description of an LV2 has
+/// them in the order of their addresses: that is the same here, so that each build describes the same.
 void Processor::AddParameters() {
-    std::vector<std::unique_ptr<juce::AudioProcessorParameterGroup>> groups;
+    using Group = juce::AudioProcessorParameterGroup;
+    juce::StringArray names;
     for (const PluginParameter& parameter : PluginParameters::Get().All()) {
-        const juce::String name = Utf8(parameter.group);
-        auto group = std::find_if(groups.begin(), groups.end(),
-                                  [&](const auto& other) { return other->getName() == name; });
-        if (group == groups.end()) {
-            group = groups.insert(group, std::make_unique<juce::AudioProcessorParameterGroup>(
-                                             name.removeCharacters(" "), name, "|"));
-        }
+        names.addIfNotAlreadyThere(Utf8(parameter.group));
+    }
+    std::vector<std::unique_ptr<Group>> groups(static_cast<std::size_t>(names.size()));
+    std::generate(groups.begin(), groups.end(), [] { return std::make_unique<Group>(); });
+    std::sort(groups.begin(), groups.end());
+    const auto groupOf = [&](const juce::String& name) -> Group& {
+        return *groups[static_cast<std::size_t>(names.indexOf(name))];
+    };
+    for (const juce::String& name : names) {
+        groupOf(name) = Group(name.removeCharacters(" "), name, "|");
+    }
+    for (const PluginParameter& parameter : PluginParameters::Get().All()) {
         auto owned = std::make_unique<HostParameter>(instrument, parameter);
         parameters.push_back(owned.get());
         if (parameter.id == PluginParameters::bypass) {
             bypass = owned.get();
         }
-        (*group)->addChild(std::move(owned));
+        groupOf(Utf8(parameter.group)).addChild(std::move(owned));
     }
     for (auto& group : groups) {
         addParameterGroup(std::move(group));

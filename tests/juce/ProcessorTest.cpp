@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -168,6 +169,14 @@ TEST_F(ProcessorTest, IdsAreTheEnginesAndTextsTheCoresThereAndBack) {
     std::sort(hashes.begin(), hashes.end());
     EXPECT_EQ(hashes.size(), all.size());
     EXPECT_EQ(std::unique(hashes.begin(), hashes.end()), hashes.end());
+}
+
+/// Descriptions of an LV2 have them by their addresses.
+TEST_F(ProcessorTest, GroupsLieInMemoryInTheirOrder) {
+    const auto processor = Make();
+    const auto groups = processor->getParameterTree().getSubgroups(false);
+    EXPECT_GT(groups.size(), 5);
+    EXPECT_TRUE(std::is_sorted(groups.begin(), groups.end()));
 }
 
 /// A host hears of what others moved, and not of what it set itself.
