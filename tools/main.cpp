@@ -151,10 +151,9 @@ int main(int argc, char** argv) {
     if (const auto status = RunHidden(app, commands, words)) {
         return *status;
     }
-    const std::string first = words.empty() ? std::string() : words.front();
-    const auto isNamed = [&first](const CLI::App* command) { return command->check_name(first); };
-    if (!first.empty() && first.front() != '-' && app.get_subcommands(isNamed).empty()) {
-        return Fail(fmt::format("unknown command '{}'; see orphia --help", host::Excerpt(first)),
+    const auto isNamed = [&words](const CLI::App* command) { return command->check_name(words.front()); };
+    if (!words.empty() && !words.front().starts_with('-') && app.get_subcommands(isNamed).empty()) {
+        return Fail(fmt::format("unknown command '{}'; see orphia --help", host::Excerpt(words.front())),
                     usageStatus);
     }
     try {
