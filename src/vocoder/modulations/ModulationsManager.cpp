@@ -25,7 +25,7 @@ constexpr u32 globalDestinations = [] {
     return mask;
 }();
 constexpr u32 globalSources = 1U << FollowerSource | 1U << AftertouchSource | 1U << ModWheelSource;
-constexpr u32 alwaysChanged = 1U << FollowerSource | 1U << LfoSource;
+constexpr u32 alwaysChanged = 1U << FollowerSource;
 
 std::vector<dsp::ModuleParam> Parameters() {
     using namespace dsp::Declare;
@@ -60,6 +60,10 @@ ModulationsManager::ModulationsManager(std::string moduleName)
 
 void ModulationsManager::OnInitialize(float /*sampleRate*/, u32 maxBlockSize) {
     buffers.Allocate(BufferCount, maxBlockSize);
+    for (u32 voice = 0; voice < voiceSlotCount; ++voice) {
+        ConnectWires(WiredModule::Lfo, lfoInputs[voice],
+                     [&](u32 destination) { return Matrix().VoiceDestination(voice, destination).data(); });
+    }
 }
 
 /// Whoever resets has stopped the voices, so that none may keep its row in the matrix.
@@ -201,7 +205,6 @@ void ModulationsManager::ApplyCycleMode() {
 bool ModulationsManager::Process(dsp::ProcessContext& context) {
     RunFollower(context);
     RunLfos(context);
-    ScaleLfos();
     Matrix().Process(context);
     return true;
 }
@@ -240,34 +243,38 @@ void ModulationsManager::RunLfos(const dsp::ProcessContext& context) {
     const bool isMoved = Matrix().IsDestinationRouted(LfoRateDestination) ||
                          Matrix().IsDestinationRouted(LfoAmountDestination);
     const bool isRouted = Matrix().IsSourceRouted(LfoSource);
-    std::array<const float*, 3> inputs{};
-    dsp::ProcessContext child = context.ForChild(inputs.data(), inputs.size(), outputs, 2);
+    const float amount = Matrix().RowSum(LfoAmountDestination);
+    dsp::ProcessContext child = context.ForChild(nullptr, 0, outputs, 2);
     for (const u32 voice : LfoVoices()) {
         if (isMoved) {
-            ConnectWires(WiredModule::Lfo, inputs, [&](u32 destination) {
-                return Matrix().VoiceDestination(voice, destination).data();
-            });
+            child.inputs = lfoInputs[voice].data();
+            child.numInputs = static_cast<u32>(lfoInputs[voice].size());
         }
+        const float height = LfoHeight(voice, amount);
         // That of the newest voice is shown.
-        const bool isHeard = isRouted || voice == CurrentVoice();
+        const bool isHeard = (isRouted || voice == CurrentVoice()) && height != 0.0F;
         LFO& lfo = Lfos().Clone(voice);
         lfo.SetHeard(isHeard);
         dsp::RunChild(lfo, child);
-        if (isHeard) {
-            Matrix().VoiceSource(voice, LfoSource)[0] = outputs[0][0];
-        }
+        WriteLfo(voice, isHeard ? outputs[0][0] * height : 0.0F);
     }
 }
 
-void ModulationsManager::ScaleLfos() {
-    const float amount = Matrix().RowSum(LfoAmountDestination);
+/// As the follower's: an amount that modulates the height takes its share away from the base.
+float ModulationsManager::LfoHeight(u32 voice, float amount) {
     if (amount == 0.0F) {
-        return;
+        return 1.0F;
     }
     const float base = dsp::ClampToUnit(1.0F - amount);
-    for (const u32 voice : LfoVoices()) {
-        float& value = Matrix().VoiceSource(voice, LfoSource)[0];
-        value *= dsp::ClampToUnit(base + Matrix().VoiceDestination(voice, LfoAmountDestination)[0]);
+    return dsp::ClampToUnit(base + Matrix().VoiceDestination(voice, LfoAmountDestination)[0]);
+}
+
+/// One that stands still moves no destination.
+void ModulationsManager::WriteLfo(u32 voice, float value) {
+    float& source = Matrix().VoiceSource(voice, LfoSource)[0];
+    if (source != value) {
+        source = value;
+        Matrix().MarkSourceChanged(LfoSource);
     }
 }
 

@@ -10,6 +10,7 @@
 #include "vocoder/modulations/VoiceSlots.h"
 #include "vocoder/wiring/Wiring.h"
 
+#include <array>
 #include <span>
 #include <vector>
 
@@ -80,10 +81,13 @@ private:
     float FollowerLevel(float level);
     std::span<const u32> LfoVoices() const;
     void RunLfos(const dsp::ProcessContext& context);
-    void ScaleLfos();
+    float LfoHeight(u32 voice, float amount);
+    void WriteLfo(u32 voice, float value);
 
     enum Buffer : u32 { Silence, FollowerOut, LfoOut, BufferCount };
     dsp::BlockPool buffers;
+    /// Into the matrix.
+    std::array<std::array<const float*, 3>, voiceSlotCount> lfoInputs{};
 
     std::vector<u32> voiceOrder;
     /// Every voice that ever ran, in order of its last start.

@@ -13,6 +13,7 @@
 #include <cmath>
 #include <functional>
 #include <numbers>
+#include <random>
 #include <set>
 #include <tuple>
 #include <utility>
@@ -311,6 +312,33 @@ TEST(LFOTest, EachCycleDrawsAValueWhichTheSecondChannelFollowsOrMirrors) {
         slow.Block();
         EXPECT_NE(slow.sound[0][0], held[0]) << "a gate draws anew";
         EXPECT_NE(slow.sound[1][0], held[1]) << "for the second channel too, at once";
+    }
+}
+
+TEST(LFOTest, OneThatIsNotHeardGoesOnAsIfItWere) {
+    for (u32 waveform = 0; waveform < LFO::WaveformCount; ++waveform) {
+        for (const u32 id : std::initializer_list<u32>{LFO::Fade, LFO::Smooth, LFO::Mode, LFO::Unipolar}) {
+            const Settings settings = {{LFO::Waveform, static_cast<float>(waveform)},
+                                       {LFO::RateUnSynced, 3.0F},
+                                       {id, id == LFO::Mode ? 1.0F : 0.3F}};
+            Source always(settings);
+            Source sometimes(settings);
+            std::mt19937 random(waveform);
+            for (u32 block = 0; block < 2000; ++block) {
+                const bool isHeard = random() % 3 == 0;
+                sometimes.lfo.SetHeard(isHeard);
+                for (Source* source : {&always, &sometimes}) {
+                    if (block % 600 == 599) {
+                        source->lfo.Retrigger();
+                    }
+                    source->Block();
+                }
+                if (isHeard) {
+                    ASSERT_EQ(sometimes.sound[0][0], always.sound[0][0])
+                        << waveform << ' ' << id << ' ' << block;
+                }
+            }
+        }
     }
 }
 
