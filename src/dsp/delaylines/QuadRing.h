@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "dsp/vectors/AlignedBuffer.h"
 #include "dsp/vectors/Simd.h"
+#include "dsp/vectors/TransposeRows.h"
+#include "dsp/vectors/ZeroedBuffer.h"
 #include "support/platform/Types.h"
 
 #include <algorithm>
@@ -30,19 +31,32 @@ public:
     /// Allocates so many samples at least, and clears.
     void Allocate(u32 samples) {
         const u32 size = std::bit_ceil(samples);
+        if (size == Size()) {
+            Clear();
+            return;
+        }
         mask = size - 1;
-        ring.assign(size + Float4::size, 0.0F);
+        ring = ZeroedBuffer(size + Float4::size);
         writeIndex = 0;
+        isFilled = false;
     }
 
-    void Clear() { std::fill(ring.begin(), ring.end(), 0.0F); }
+    /// What was never written is not touched.
+    void Clear() {
+        if (Written() != 0) {
+            std::fill_n(ring.data(), Written(), 0.0F);
+            std::fill_n(ring.data() + Size(), Float4::size, 0.0F);
+        }
+        writeIndex = 0;
+        isFilled = false;
+    }
 
     /// How many samples it keeps.
     u32 Size() const { return mask + 1; }
 
     /// Whether so many of the newest samples, in whole quads, are zeros, or all where there are not so many.
     bool IsSilent(u32 samples) const {
-        const u32 newest = std::min(samples, Size());
+        const u32 newest = std::min(samples, Written());
         for (u32 age = Float4::size; age <= newest; age += Float4::size) {
             if (xsimd::any(Read(age) != Float4(0.0F))) {
                 return false;
@@ -72,7 +86,7 @@ public:
             tap.b = Load(oldest(1));
             tap.c = Load(oldest(2));
             tap.d = Load(oldest(3));
-            simd::Transpose(tap.a, tap.b, tap.c, tap.d);
+            TransposeRows(tap.a, tap.b, tap.c, tap.d);
         }
         tap.f = delays - xsimd::to_float(whole);
         return tap;
@@ -84,17 +98,22 @@ public:
             samples.store_aligned(ring.data() + mask + 1);
         }
         writeIndex = (writeIndex + Float4::size) & mask;
+        isFilled = isFilled || writeIndex == 0;
     }
 
 private:
     using Int4 = xsimd::batch<std::int32_t, simd::BaselineArch>;
 
+    /// Samples since it was cleared, as far as they are kept.
+    u32 Written() const { return isFilled ? Size() : writeIndex; }
+
     Float4 Load(u32 slot) const { return Float4::load_unaligned(ring.data() + (slot & mask)); }
 
     /// A power of two long, followed by a copy of its first quad.
-    AlignedBuffer ring = AlignedBuffer(8, 0.0F);
+    ZeroedBuffer ring = ZeroedBuffer(8);
     u32 mask = 3;
     u32 writeIndex = 0;
+    bool isFilled = false;
 };
 
 } // namespace Velmora::dsp
