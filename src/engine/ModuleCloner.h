@@ -5,6 +5,8 @@
 #include "dsp/framework/ParameterSet.h"
 #include "dsp/framework/RunChild.h"
 
+#include <boost/container/static_vector.hpp>
+
 #include <algorithm>
 #include <array>
 #include <span>
@@ -188,15 +190,15 @@ private:
 
     /// RunClone of each, side by side.
     void RunTogether(const dsp::ProcessContext& context, std::span<const u32> group) {
-        std::array<dsp::ModuleRun<M>, M::groupSize> runs;
-        u32 count = 0;
+        boost::container::static_vector<dsp::ModuleRun<M>, M::groupSize> runs;
         for (const u32 i : group) {
-            runs[count] = {&clones[i], ContextOfGroup(context, clones[i], i)};
-            count += dsp::ChildRuns(clones[i], runs[count].context) ? 1U : 0U;
+            runs.push_back({&clones[i], ContextOfGroup(context, clones[i], i)});
+            if (!dsp::ChildRuns(clones[i], runs.back().context)) {
+                runs.pop_back();
+            }
         }
-        const auto ready = std::span(runs).first(count);
-        M::ProcessGroup(ready);
-        for (const dsp::ModuleRun<M>& run : ready) {
+        M::ProcessGroup({runs.data(), runs.size()});
+        for (const dsp::ModuleRun<M>& run : runs) {
             dsp::FinishChild(*run.module);
         }
     }

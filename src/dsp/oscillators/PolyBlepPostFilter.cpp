@@ -55,14 +55,14 @@ bool PolyBlepPostFilter::Process(ProcessContext& context) {
     }
     // The last inputs and the present ones in a row.
     alignas(16) std::array<float, postFilterPast + chunkLength> line;
-    std::copy_n(history.begin(), postFilterPast, line.begin());
+    std::copy_n(History(), postFilterPast, line.begin());
     for (u32 start = 0; start < count; start += chunkLength) {
         const u32 length = std::min(count - start, chunkLength);
         std::copy_n(in + start, length, line.begin() + postFilterPast);
         FilterLine(line.data(), out + start, length);
         std::copy_n(line.begin() + length, postFilterPast, line.begin());
     }
-    std::copy_n(line.begin(), postFilterPast, history.begin());
+    std::copy_n(line.begin(), postFilterPast, History());
     return true;
 }
 

@@ -26,12 +26,12 @@ public:
     bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
 
-    /// The last eight inputs, oldest first, for who filters himself.
-    float* History() { return history.data(); }
+    /// The last eight inputs, oldest first, for who filters himself; in front of them is room for eight more.
+    float* History() { return history.data() + postFilterPast; }
 
 private:
     bool isOn = false;
-    std::array<float, postFilterPast> history{};
+    std::array<float, 2 * postFilterPast> history{};
 };
 
 } // namespace Velmora::dsp

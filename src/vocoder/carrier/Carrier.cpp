@@ -77,7 +77,9 @@ bool Carrier::SetParameterNormalized(u32 id, float value) {
 
 void Carrier::OnInitialize(float rate, u32 maxBlockSize) {
     sampleRate = rate;
-    voiceBuffers.Allocate(voiceSlotCount * Oscillators::outputCount, maxBlockSize);
+    // On cache lines, for the kernels.
+    voiceBuffers.Allocate(voiceSlotCount * Oscillators::outputCount,
+                          VoiceKernels::PaddedFrames(maxBlockSize));
     for (u32 voice = 0; voice < voiceSlotCount; ++voice) {
         const float** inputs = &voiceInputs[voice * Oscillators::InputCount];
         ConnectWires(WiredModule::Voice, inputs, [&](u32 destination) {

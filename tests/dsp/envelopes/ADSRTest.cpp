@@ -136,6 +136,43 @@ TEST(ADSRTest, AgreesWithItsModelThroughNotesOfAnyKindHoweverItIsRun) {
     }
 }
 
+TEST(ADSRTest, ABlockWhoseLevelIsHeldNeedNotRun) {
+    std::mt19937 random(9);
+    ADSR runs;
+    ADSR rests;
+    for (ADSR* adsr : {&runs, &rests}) {
+        adsr->Initialize(44100.0F, 44);
+    }
+    std::array<std::array<float, 44>, 2> sound;
+    u32 held = 0;
+    for (u32 block = 0; block < 20000; ++block) {
+        constexpr u32 ids[] = {ADSR::GateIn, ADSR::GateIn, ADSR::Sustain, ADSR::Decay, ADSR::ADRMode};
+        const u32 id = ids[random() % 5];
+        const float value = static_cast<float>(random() % 3) * 0.5F;
+        const bool moves = random() % 40 == 0;
+        for (ADSR* adsr : {&runs, &rests}) {
+            float* out = sound[adsr == &runs ? 0 : 1].data();
+            ProcessContext context;
+            context.outputs = &out;
+            context.numOutputs = 1;
+            context.numFrames = 44;
+            if (moves) {
+                adsr->SetParameterValue(id, value);
+            }
+            adsr->UpdateParameters(context);
+            if (adsr == &rests && rests.IsHeld()) {
+                std::fill_n(out, 44, rests.HeldLevel());
+                ++held;
+            } else {
+                adsr->Process(context);
+            }
+            FinishChild(*adsr);
+        }
+        ASSERT_EQ(sound[1], sound[0]) << block;
+    }
+    EXPECT_GT(held, 500U);
+}
+
 TEST(ADSRTest, LongStagesTakeTheirTimeAtEveryRate) {
     for (const double rate : {8000.0, 44100.0, 96000.0, 192000.0, 384000.0}) {
         for (const bool isModulated : {false, true}) {

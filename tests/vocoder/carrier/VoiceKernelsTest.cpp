@@ -27,7 +27,9 @@ struct Voices {
     std::mt19937 random;
     u32 frames;
     u32 count;
-    std::array<float, 8> history;
+    /// Half of it room in front of the last inputs.
+    std::array<float, 16> history;
+    float* Past() { return history.data() + 8; }
     std::array<Samples, LowPassLanes::width> channels;
     Samples gains;
     Samples sum;
@@ -59,9 +61,9 @@ struct Voices {
         // Slow ones, and some above a quarter of the rate, where both sides of the wrap reach a frame.
         const double increment = 0.45 * std::exp2(-0.5 * Below(24));
         const auto step = static_cast<u64>(increment * 0x1p63) * 2;
-        kernels.renderSaw({(u64{Below(~0U)} << 32U) + 7, step, static_cast<float>(increment)}, history.data(),
+        kernels.renderSaw({(u64{Below(~0U)} << 32U) + 7, step, static_cast<float>(increment)}, Past(),
                           channels[0].data(), frames);
-        kernels.postFilter(history.data(), channels[0].data(), frames);
+        kernels.postFilter(Past(), channels[0].data(), frames);
         std::array<float*, LowPassLanes::width> pointers;
         std::transform(channels.begin(), channels.end(), pointers.begin(),
                        [](Samples& s) { return s.data(); });
@@ -76,7 +78,7 @@ struct Voices {
         const auto expectSame = [](const float* a, const float* b, u32 size, const char* what) {
             EXPECT_EQ(std::memcmp(a, b, size * sizeof(float)), 0) << what;
         };
-        expectSame(history.data(), other.history.data(), 8, "history");
+        expectSame(history.data() + 8, other.history.data() + 8, 8, "history");
         // Nothing is written behind the block.
         expectSame(sum.data(), other.sum.data(), VoiceKernels::PaddedFrames(mostFrames), "sum");
         expectSame(lanes.z1, other.lanes.z1, count, "first state");

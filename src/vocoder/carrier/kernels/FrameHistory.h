@@ -21,13 +21,7 @@ public:
     static constexpr auto lanes = static_cast<u32>(V::size);
     static_assert(lanes >= past);
 
-    explicit FrameHistory(const float* history) {
-        alignas(64) float line[lanes];
-        for (u32 i = 0; i < past; ++i) {
-            line[lanes - past + i] = history[i];
-        }
-        before = V::load_aligned(line);
-    }
+    explicit FrameHistory(const float* history) : before(V::load_unaligned(history + past - lanes)) {}
 
     V Filter(V now) {
         const V y = dsp::PostFilteredAt<V>([&]<u32 frame>() { return Late<past - frame>(now); });
@@ -41,9 +35,7 @@ public:
         alignas(64) float line[2 * lanes];
         beforeLast.store_aligned(line);
         before.store_aligned(line + lanes);
-        for (u32 i = 0; i < past; ++i) {
-            history[i] = line[2 * lanes - past - rest + i];
-        }
+        V::load_unaligned(line + lanes - rest).store_unaligned(history + past - lanes);
     }
 
 private:

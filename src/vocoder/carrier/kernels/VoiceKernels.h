@@ -25,7 +25,8 @@ struct VoiceKernels {
     const char* name;
     /// A band-limited saw that falls, through the post filter.
     void (*renderSaw)(const dsp::SteadyPhase& phase, float* history, float* out, u32 frames);
-    /// The post filter of the band-limited waveforms, in place. `history`: its last eight inputs.
+    /// The post filter of the band-limited waveforms, in place. `history`: its last eight inputs, in front of
+    /// which there is room for eight more floats, that wide vectors read and write too.
     void (*postFilter)(float* history, float* samples, u32 frames);
     /// Filters each channel in the lane of its number, in place. At most LowPassLanes::width channels.
     void (*lowPass)(LowPassLanes& lanes, float* const* channels, u32 count, u32 frames);
