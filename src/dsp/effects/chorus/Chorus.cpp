@@ -5,6 +5,7 @@
 #include "dsp/effects/shared/StereoQuad.h"
 #include "dsp/math/SyncRates.h"
 #include "dsp/vectors/Simd.h"
+#include "dsp/vectors/TransposeRows.h"
 
 #include <utility>
 
@@ -161,7 +162,7 @@ Float4 Chorus::ReadVoices(const Channel& channel) const {
     const Float4 way = end - start;
     // Frames of voices become voices of frames.
     Float4 delays[] = {start + way * 0.25F, start + way * 0.5F, start + way * 0.75F, end};
-    simd::Transpose(delays[0], delays[1], delays[2], delays[3]);
+    TransposeRows(delays[0], delays[1], delays[2], delays[3]);
     Float4 mean(0.0F);
     for (u32 voice = 0; voice < Limits::mostVoices; ++voice) {
         if (gains.value[voice] != 0.0F || gains.start[voice] != 0.0F) {
@@ -184,12 +185,12 @@ void Chorus::FilterWet(StereoQuad& wet) {
     // Both channels of a frame side by side.
     Float4 third(0.0F);
     Float4 fourth(0.0F);
-    simd::Transpose(wet.left, wet.right, third, fourth);
+    TransposeRows(wet.left, wet.right, third, fourth);
     filter(wet.left);
     filter(wet.right);
     filter(third);
     filter(fourth);
-    simd::Transpose(wet.left, wet.right, third, fourth);
+    TransposeRows(wet.left, wet.right, third, fourth);
     highCutState = WithoutTail(high);
     lowCutState = WithoutTail(low);
 }

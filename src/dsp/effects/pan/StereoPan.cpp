@@ -6,6 +6,7 @@
 #include "dsp/math/QuarterTurnSine.h"
 #include "dsp/vectors/SilenceFaults.h"
 #include "dsp/vectors/Simd.h"
+#include "dsp/vectors/TransposeRows.h"
 
 #include <algorithm>
 #include <cmath>
@@ -253,7 +254,7 @@ void StereoPan::SplitBass(Quad& quad, Float4 share, float tangent) {
     const Float4 g(tangent);
     const Float4 d(1.0F / (1.0F + tangent * damping));
     Float4 frames[] = {quad.left, quad.right, Float4(0.0F), Float4(0.0F)};
-    simd::Transpose(frames[0], frames[1], frames[2], frames[3]);
+    TransposeRows(frames[0], frames[1], frames[2], frames[3]);
     for (Float4& frame : frames) {
         const Float4 high = (frame - damping * bandState - lowState) * d;
         const Float4 band = bandState + g * high;
@@ -262,7 +263,7 @@ void StereoPan::SplitBass(Quad& quad, Float4 share, float tangent) {
         lowState = low + g * band;
         frame -= high;
     }
-    simd::Transpose(frames[0], frames[1], frames[2], frames[3]);
+    TransposeRows(frames[0], frames[1], frames[2], frames[3]);
     quad.left -= share * frames[0];
     quad.right -= share * frames[1];
     quad.bass = share * 0.5F * (frames[0] + frames[1]);

@@ -5,6 +5,7 @@
 #include "dsp/effects/shared/StereoQuad.h"
 #include "dsp/math/CornerAngle.h"
 #include "dsp/vectors/Simd.h"
+#include "dsp/vectors/TransposeRows.h"
 
 #include <algorithm>
 #include <cmath>
@@ -56,12 +57,12 @@ public:
         };
         // The four of a frame side by side.
         StereoQuad loop = sound;
-        simd::Transpose(sound.left, sound.right, loop.left, loop.right);
+        TransposeRows(sound.left, sound.right, loop.left, loop.right);
         filter(sound.left);
         filter(sound.right);
         filter(loop.left);
         filter(loop.right);
-        simd::Transpose(sound.left, sound.right, loop.left, loop.right);
+        TransposeRows(sound.left, sound.right, loop.left, loop.right);
         highState = WithoutTail(high);
         lowState = WithoutTail(low);
         return loop;

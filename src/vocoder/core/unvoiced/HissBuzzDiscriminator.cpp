@@ -4,6 +4,7 @@
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/CornerAngle.h"
 #include "dsp/vectors/Simd.h"
+#include "dsp/vectors/TransposeRows.h"
 
 #include <algorithm>
 #include <cmath>
@@ -162,7 +163,7 @@ void HissBuzzDiscriminator::Decide(float leftTrim, const dsp::ProcessContext& le
     for (u32 n = 0; n < frames; n += Float4::size, rows += 16) {
         Float4 lanes[4] = {Float4::load_aligned(rows), Float4::load_aligned(rows + 4),
                            Float4::load_aligned(rows + 8), Float4::load_aligned(rows + 12)};
-        dsp::simd::Transpose(lanes[0], lanes[1], lanes[2], lanes[3]);
+        dsp::TransposeRows(lanes[0], lanes[1], lanes[2], lanes[3]);
         const u32 at = offset + n;
         decide(lanes[DiscriminatorLane::LowLeft] + leftTrim - lanes[DiscriminatorLane::HighLeft],
                leftContext.outputs[HissControl] + at, leftContext.outputs[BuzzControl] + at);
