@@ -43,22 +43,23 @@ RectifierCircuit::RectifierCircuit(Type type, double sampleRate) {
     dsp::BiquadSection biquad;
     biquad.SetLowPass(w, std::sin(w) * c.biquadDamping);
     const double factor = biquad.b0 * controlScale;
-    const double input = factor * (t / (1.0 + t)) * c.currentToVoltage;
+    const double input = -factor * (t / (1.0 + t)) * c.currentToVoltage;
     gainPositive = static_cast<float>(static_cast<double>(c.rectGainPositive) * input);
     gainNegative = static_cast<float>(static_cast<double>(c.rectGainNegative) * input);
-    poleA1 = -(1.0 - t) / (1.0 + t);
-    bias = (poleA1 + 1.0) * c.biasScale * supply * factor;
-    biquadA1 = biquad.a1;
-    biquadA2 = biquad.a2;
+    poleCarry = (1.0 - t) / (1.0 + t);
+    bias = static_cast<float>((1.0 - poleCarry) * c.biasScale * supply * factor);
+    // Four times b0, in which nothing cancels.
+    pull = 4.0 * biquad.b0;
+    carry = biquad.a2;
 }
 
 void RectifierCircuit::WriteTo(RectifierLanes& lanes, u32 band) const {
     lanes.gainPositive[band] = gainPositive;
     lanes.gainNegative[band] = gainNegative;
     lanes.bias[band] = bias;
-    lanes.poleA1[band] = poleA1;
-    lanes.a1[band] = biquadA1;
-    lanes.a2[band] = biquadA2;
+    lanes.poleCarry[band] = poleCarry;
+    lanes.pull[band] = pull;
+    lanes.carry[band] = carry;
 }
 
 RectifierFollower::RectifierFollower(std::string moduleName)
@@ -174,7 +175,7 @@ void AnalyzerRectifiers::HealLanes() {
     // the stages before it has reached the biquad's output by the end of the block.
     constexpr double controlLimit = 1e6;
     u64 broken[bandCount] = {};
-    for (const auto* state : {&lanes.out1, &lanes.envelope}) {
+    for (const auto* state : {&lanes.out, &lanes.envelope}) {
         for (u32 band = 0; band < bandCount; ++band) {
             broken[band] |= std::abs((*state)[band]) <= controlLimit ? u64{0} : u64{1};
         }
@@ -187,7 +188,10 @@ void AnalyzerRectifiers::HealLanes() {
 }
 
 void AnalyzerRectifiers::ClearLane(u32 band) {
-    for (auto* state : {lanes.rectified1, lanes.pole1, lanes.pole2, lanes.out1, lanes.out2, lanes.envelope}) {
+    for (auto& past : lanes.past) {
+        past[band] = 0.0F;
+    }
+    for (auto* state : {lanes.pole, lanes.out, lanes.step, lanes.envelope}) {
         state[band] = 0.0;
     }
 }

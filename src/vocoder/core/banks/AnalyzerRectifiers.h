@@ -25,10 +25,10 @@ struct RectifierCircuit {
 private:
     float gainPositive;
     float gainNegative;
-    double bias;
-    double poleA1;
-    double biquadA1;
-    double biquadA2;
+    float bias;
+    double poleCarry;
+    double pull;
+    double carry;
 };
 
 /// The times of one band's follower: the parameters that hosts see per band. They follow those of

@@ -32,26 +32,32 @@ struct alignas(64) BiquadLanes {
     float step[stageCount][bandCount] = {};
 };
 
+/// Zeros at half the rate of the filters behind a rectifier: one of the one-pole, two of the biquad.
+inline constexpr u32 zeroCount = 3;
+
 /// Sixteen rectifier followers, one per lane. Every constant factor on the way from the rectifier to the
-/// control voltage is folded into the rectifier's gains and the bias.
+/// control voltage is folded into the rectifier's gains and the bias, and the zeros of both low-passes stand
+/// in front of them, where they cost single precision only.
 ///
-/// Double precision after the rectifier: the corners lie so low that single precision would miss the
-/// circuit's response at high sample rates, and a release of 30 s would stall short of its target.
+/// Double precision after that: the corners lie so low that single precision would miss the circuit's
+/// response at high sample rates, and a release of 30 s would stall short of its target. The biquad runs on
+/// its step, as BiquadLanes does, so that it comes to rest on a still input; its last value never goes round:
+///     step = input - (1 + a1 + a2) out + a2 step,   out = out + step.
 struct alignas(64) RectifierLanes {
     float gainPositive[bandCount] = {};
     float gainNegative[bandCount] = {};
-    /// One-pole: the bias that stands on its input, and its feedback.
-    double bias[bandCount] = {};
-    double poleA1[bandCount] = {};
-    /// Feedback of the low-pass biquad; its numerator is 1, 2, 1.
-    double a1[bandCount] = {};
-    double a2[bandCount] = {};
+    /// What stands on the input of the one-pole, behind its zero.
+    float bias[bandCount] = {};
+    /// Feedback of the one-pole.
+    double poleCarry[bandCount] = {};
+    double pull[bandCount] = {};
+    double carry[bandCount] = {};
 
-    double rectified1[bandCount] = {};
-    double pole1[bandCount] = {};
-    double pole2[bandCount] = {};
-    double out1[bandCount] = {};
-    double out2[bandCount] = {};
+    /// The last input of each zero.
+    float past[zeroCount][bandCount] = {};
+    double pole[bandCount] = {};
+    double out[bandCount] = {};
+    double step[bandCount] = {};
     double envelope[bandCount] = {};
 
     /// Per-sample coefficients of the attack and release smoothers, common to all lanes.

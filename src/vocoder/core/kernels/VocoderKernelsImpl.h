@@ -12,6 +12,8 @@
 
 #include <xsimd/xsimd.hpp>
 
+#include <type_traits>
+
 namespace Velmora::Processor::kernels {
 
 template <class Arch>
@@ -96,54 +98,54 @@ struct Bank {
 template <class Arch>
 struct Rectifiers {
     using D = xsimd::batch<double, Arch>;
+    using F = xsimd::batch<float, Arch>;
     static constexpr unsigned width = D::size;
     static constexpr unsigned maxCells = LaneTile::maxFrames * bandCount;
     /// The chain from sample to sample is long, so several vectors run side by side.
     static constexpr unsigned chains = 2;
+    /// The frames of a block are a multiple of this.
+    static constexpr u32 settleEvery = 4;
 
     struct State {
-        D u1, y1, y2, v1, v2, envelope;
+        D pole, out, step, envelope;
     };
 
-    // One-pole and biquad, then clip, attack and release. Every factor between the rectifier and the control
-    // voltage is folded into the rectifier's gains and the bias.
+    // One-pole and biquad, whose zeros the input has had, then clip, attack and release. Every factor between
+    // the rectifier and the control voltage is folded into the rectifier's gains and the bias.
+    template <bool settles>
     static void Tick(const RectifierLanes& lanes, unsigned at, State& s, double* cell, double* envelopeCell) {
-        const D u = D::load_aligned(cell);
-        const D y = D::load_aligned(lanes.bias + at) - (u + s.u1) - D::load_aligned(lanes.poleA1 + at) * s.y1;
-        const D v = (y + s.y2) + (s.y1 + s.y1) - s.v2 * D::load_aligned(lanes.a2 + at) -
-                    s.v1 * D::load_aligned(lanes.a1 + at);
-        const D control = xsimd::max(v, D(0.0));
+        s.pole = D::load_aligned(cell) + s.pole * D::load_aligned(lanes.poleCarry + at);
+        s.step =
+            (s.pole - s.out * D::load_aligned(lanes.pull + at)) + s.step * D::load_aligned(lanes.carry + at);
+        s.out = s.out + s.step;
+        const D control = xsimd::max(s.out, D(0.0));
         control.store_aligned(cell);
-        s.envelope = Smooth(lanes, s.envelope, control);
+        s.envelope = Smooth<settles>(lanes, s.envelope, control);
         s.envelope.store_aligned(envelopeCell);
-        s.u1 = u;
-        s.y2 = s.y1;
-        s.y1 = y;
-        s.v2 = s.v1;
-        s.v1 = v;
     }
 
-    // Near its target the envelope jumps there, as the smoothers of one band do.
+    // Near its target the envelope jumps there. It is enough to look at every fourth frame.
+    template <bool settles>
     static D Smooth(const RectifierLanes& lanes, D envelope, D target) {
         const D coefficient =
             xsimd::select(target <= envelope, D(lanes.releaseCoefficient), D(lanes.attackCoefficient));
         const D e = (target - envelope) * coefficient;
-        const D end = xsimd::max(target * D(1e-12), D(1e-20));
-        return xsimd::select(xsimd::abs(e) >= end, envelope + e, target);
+        if constexpr (settles) {
+            const D end = xsimd::max(target * D(1e-12), D(1e-20));
+            return xsimd::select(xsimd::abs(e) >= end, envelope + e, target);
+        }
+        return envelope + e;
     }
 
     static State Load(const RectifierLanes& lanes, unsigned at) {
-        return {D::load_aligned(lanes.rectified1 + at), D::load_aligned(lanes.pole1 + at),
-                D::load_aligned(lanes.pole2 + at),      D::load_aligned(lanes.out1 + at),
-                D::load_aligned(lanes.out2 + at),       D::load_aligned(lanes.envelope + at)};
+        return {D::load_aligned(lanes.pole + at), D::load_aligned(lanes.out + at),
+                D::load_aligned(lanes.step + at), D::load_aligned(lanes.envelope + at)};
     }
 
     static void Store(const State& s, RectifierLanes& lanes, unsigned at) {
-        s.u1.store_aligned(lanes.rectified1 + at);
-        s.y1.store_aligned(lanes.pole1 + at);
-        s.y2.store_aligned(lanes.pole2 + at);
-        s.v1.store_aligned(lanes.out1 + at);
-        s.v2.store_aligned(lanes.out2 + at);
+        s.pole.store_aligned(lanes.pole + at);
+        s.out.store_aligned(lanes.out + at);
+        s.step.store_aligned(lanes.step + at);
         s.envelope.store_aligned(lanes.envelope + at);
     }
 
@@ -153,27 +155,48 @@ struct Rectifiers {
         for (unsigned k = 0; k < chains; ++k) {
             states[k] = Load(lanes, lane + k * width);
         }
-        for (u32 n = 0; n < frames; ++n) {
+        const auto step = [&]<bool settles>(u32 n, std::bool_constant<settles>) {
             for (unsigned k = 0; k < chains; ++k) {
                 const unsigned at = lane + k * width;
-                Tick(lanes, at, states[k], signal + n * bandCount + at, envelope + n * bandCount + at);
+                Tick<settles>(lanes, at, states[k], signal + n * bandCount + at,
+                              envelope + n * bandCount + at);
             }
+        };
+        for (u32 n = 0; n < frames; n += settleEvery) {
+            for (u32 i = 0; i + 1 < settleEvery; ++i) {
+                step(n + i, std::false_type());
+            }
+            step(n + settleEvery - 1, std::true_type());
         }
         for (unsigned k = 0; k < chains; ++k) {
             Store(states[k], lanes, lane + k * width);
         }
     }
 
-    // Full-wave rectification, still in single precision: it has no memory that could build up error.
-    static void Rectify(const RectifierLanes& lanes, float* rows, u32 frames) {
-        using F = xsimd::batch<float, Arch>;
+    // Full-wave rectification and the zeros of the filters behind it, still in single precision: nothing of
+    // this has a memory that could build up error.
+    static void Rectify(RectifierLanes& lanes, float* rows, u32 frames) {
         for (unsigned lane = 0; lane < bandCount; lane += F::size) {
             const F gainPositive = F::load_aligned(lanes.gainPositive + lane);
             const F gainNegative = F::load_aligned(lanes.gainNegative + lane);
+            const F bias = F::load_aligned(lanes.bias + lane);
+            F past[zeroCount];
+            for (u32 i = 0; i < zeroCount; ++i) {
+                past[i] = F::load_aligned(lanes.past[i] + lane);
+            }
             for (u32 n = 0; n < frames; ++n) {
                 float* cell = rows + n * bandCount + lane;
-                const F x = F::load_aligned(cell);
-                (x * xsimd::select(x > F(0.0F), gainPositive, gainNegative)).store_aligned(cell);
+                F x = F::load_aligned(cell);
+                x = x * xsimd::select(x > F(0.0F), gainPositive, gainNegative);
+                for (u32 i = 0; i < zeroCount; ++i) {
+                    const F sum = x + past[i];
+                    past[i] = x;
+                    x = i == 0 ? sum + bias : sum;
+                }
+                x.store_aligned(cell);
+            }
+            for (u32 i = 0; i < zeroCount; ++i) {
+                past[i].store_aligned(lanes.past[i] + lane);
             }
         }
     }
