@@ -9,6 +9,7 @@
 #include "vocoder/core/kernels/DiscriminatorKernel.h"
 #include "vocoder/core/kernels/GateKernel.h"
 #include "vocoder/core/kernels/VocoderKernels.h"
+#include "vocoder/core/kernels/WideFloats.h"
 
 #include <xsimd/xsimd.hpp>
 
@@ -100,7 +101,6 @@ struct Rectifiers {
     using D = xsimd::batch<double, Arch>;
     using F = xsimd::batch<float, Arch>;
     static constexpr unsigned width = D::size;
-    static constexpr unsigned maxCells = LaneTile::maxFrames * bandCount;
     /// The chain from sample to sample is long, so several vectors run side by side.
     static constexpr unsigned chains = 2;
     /// The frames of a block are a multiple of this.
@@ -112,24 +112,27 @@ struct Rectifiers {
 
     // One-pole and biquad, whose zeros the input has had, then clip, attack and release. Every factor between
     // the rectifier and the control voltage is folded into the rectifier's gains and the bias.
-    template <bool settles>
-    static void Tick(const RectifierLanes& lanes, unsigned at, State& s, double* cell, double* envelopeCell) {
-        s.pole = D::load_aligned(cell) + s.pole * D::load_aligned(lanes.poleCarry + at);
+    template <bool settles, bool fastAttack>
+    static void Tick(const RectifierLanes& lanes, unsigned at, State& s, float* cell, float* envelopeCell) {
+        s.pole = WidenFloats<Arch>(cell) + s.pole * D::load_aligned(lanes.poleCarry + at);
         s.step =
             (s.pole - s.out * D::load_aligned(lanes.pull + at)) + s.step * D::load_aligned(lanes.carry + at);
         s.out = s.out + s.step;
         const D control = xsimd::max(s.out, D(0.0));
-        control.store_aligned(cell);
-        s.envelope = Smooth<settles>(lanes, s.envelope, control);
-        s.envelope.store_aligned(envelopeCell);
+        StoreFloats(control, cell);
+        s.envelope = Smooth<settles, fastAttack>(lanes, s.envelope, control);
+        StoreFloats(s.envelope, envelopeCell);
     }
 
-    // Near its target the envelope jumps there. It is enough to look at every fourth frame.
-    template <bool settles>
+    // Near its target the envelope jumps there. It is enough to look at every fourth frame. Of both steps to
+    // the target, the one of the attack is the larger one while it is faster: so upwards it is taken,
+    // downwards the other.
+    template <bool settles, bool fastAttack>
     static D Smooth(const RectifierLanes& lanes, D envelope, D target) {
-        const D coefficient =
-            xsimd::select(target <= envelope, D(lanes.releaseCoefficient), D(lanes.attackCoefficient));
-        const D e = (target - envelope) * coefficient;
+        const D way = target - envelope;
+        const D attack = way * D(lanes.attackCoefficient);
+        const D release = way * D(lanes.releaseCoefficient);
+        const D e = fastAttack ? xsimd::max(attack, release) : xsimd::min(attack, release);
         if constexpr (settles) {
             const D end = xsimd::max(target * D(1e-12), D(1e-20));
             return xsimd::select(xsimd::abs(e) >= end, envelope + e, target);
@@ -149,8 +152,8 @@ struct Rectifiers {
         s.envelope.store_aligned(lanes.envelope + at);
     }
 
-    static void RunChains(RectifierLanes& lanes, unsigned lane, double* signal, double* envelope,
-                          u32 frames) {
+    template <bool fastAttack>
+    static void RunChains(RectifierLanes& lanes, unsigned lane, float* rows, float* envelopes, u32 frames) {
         State states[chains];
         for (unsigned k = 0; k < chains; ++k) {
             states[k] = Load(lanes, lane + k * width);
@@ -158,8 +161,8 @@ struct Rectifiers {
         const auto step = [&]<bool settles>(u32 n, std::bool_constant<settles>) {
             for (unsigned k = 0; k < chains; ++k) {
                 const unsigned at = lane + k * width;
-                Tick<settles>(lanes, at, states[k], signal + n * bandCount + at,
-                              envelope + n * bandCount + at);
+                Tick<settles, fastAttack>(lanes, at, states[k], rows + n * bandCount + at,
+                                          envelopes + n * bandCount + at);
             }
         };
         for (u32 n = 0; n < frames; n += settleEvery) {
@@ -201,28 +204,15 @@ struct Rectifiers {
         }
     }
 
-    static void ToDoubles(const float* floats, double* values, unsigned count) {
-        for (unsigned i = 0; i < count; ++i) {
-            values[i] = static_cast<double>(floats[i]);
-        }
-    }
-
-    static void ToFloats(const double* values, float* floats, unsigned count) {
-        for (unsigned i = 0; i < count; ++i) {
-            floats[i] = static_cast<float>(values[i]);
-        }
-    }
-
     static void Run(RectifierLanes& lanes, float* rows, float* envelopes, u32 frames) {
-        alignas(64) double signal[maxCells];
-        alignas(64) double envelope[maxCells];
         Rectify(lanes, rows, frames);
-        ToDoubles(rows, signal, frames * bandCount);
         for (unsigned lane = 0; lane < bandCount; lane += chains * width) {
-            RunChains(lanes, lane, signal, envelope, frames);
+            if (lanes.attackCoefficient >= lanes.releaseCoefficient) {
+                RunChains<true>(lanes, lane, rows, envelopes, frames);
+            } else {
+                RunChains<false>(lanes, lane, rows, envelopes, frames);
+            }
         }
-        ToFloats(signal, rows, frames * bandCount);
-        ToFloats(envelope, envelopes, frames * bandCount);
     }
 };
 
