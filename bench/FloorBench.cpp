@@ -32,8 +32,7 @@ struct Channel {
                             band == 0 ? BandPlan::lowPassQ : plan.bandPassQ);
             }
             RectifierCircuit(RectifierCircuit::OtherBand, sampleRate).WriteTo(rectifiers, band);
-            amplifiers.gain[band] = 1.0F;
-            amplifiers.scale[band] = 100000.0F;
+            amplifiers.gain[band] = 100000.0F;
         }
         synthesis = analysis;
         rectifiers.attackCoefficient = 1.0 - std::exp(-1.0 / (0.005 * sampleRate));

@@ -140,14 +140,17 @@ bool BodeVocoderMono::UpdateParameters(dsp::ProcessContext& /*context*/) {
 }
 
 void BodeVocoderMono::SetUnvoicedTimes() {
-    const auto corner = [this](Parameter parameter, float fixed) {
-        return unvoicedTimesSet ? AdditionalValue(parameter) : fixed;
+    const auto set = [this](dsp::UnitModule& module, u32 id, Parameter parameter, float fixed) {
+        const float corner = unvoicedTimesSet ? AdditionalValue(parameter) : fixed;
+        if (module.FindParameter(id)->PeekValue() != corner) {
+            module.SetParameterValue(id, corner);
+        }
     };
     HFChannel& hf = Child<HFChild>();
-    noiseGate.SetParameterValue(VCAGate::FcGateAttack, corner(NoiseGateAttack, fastAttack));
-    noiseGate.SetParameterValue(VCAGate::FcGateRelease, corner(NoiseGateRelease, fastRelease));
-    hf.SetParameterValue(HFChannel::AttackHF, corner(HFAttack, fastAttack));
-    hf.SetParameterValue(HFChannel::ReleaseHF, corner(HFRelease, fastRelease));
+    set(noiseGate, VCAGate::FcGateAttack, NoiseGateAttack, fastAttack);
+    set(noiseGate, VCAGate::FcGateRelease, NoiseGateRelease, fastRelease);
+    set(hf, HFChannel::AttackHF, HFAttack, fastAttack);
+    set(hf, HFChannel::ReleaseHF, HFRelease, fastRelease);
 }
 
 void BodeVocoderMono::SetVoicedTimes() {

@@ -13,14 +13,14 @@ constexpr float drive = 12.5F;
 constexpr float polarityDrive = 0.02296043F;
 constexpr float outputScale = 100000.0F;
 
+/// Odd-numbered amplifiers, counted from 1, invert.
+float Polarity(u32 band) { return band % 2 == 0 ? -1.0F : 1.0F; }
+
 } // namespace
 
 SynthesizerVCABank::SynthesizerVCABank(std::string moduleName)
     : UnitModule(std::move(moduleName), InputCount, bandCount, std::vector<dsp::ModuleParam>()) {
-    for (u32 band = 0; band < bandCount; ++band) {
-        // Odd-numbered amplifiers, counted from 1, invert.
-        lanes.scale[band] = band % 2 == 0 ? -outputScale : outputScale;
-    }
+    SetGains(nullptr);
 }
 
 void SynthesizerVCABank::OnInitialize(float /*sampleRate*/, u32 maxBlockSize) {
@@ -32,19 +32,19 @@ bool SynthesizerVCABank::Process(dsp::ProcessContext& context) {
     for (u32 band = 0; band < bandCount; ++band) {
         const AmplifierPins pins = {buffers[Carrier], buffers[Noise], context.inputs[band],
                                     context.inputs[bandCount + band], context.outputs[band]};
-        kernels->amplify(pins, lanes.scale[band], context.numFrames);
+        kernels->amplify(pins, Polarity(band), context.numFrames);
     }
     return true;
 }
 
 void SynthesizerVCABank::SaturateBuses(const float* carrier, const float* noise, u32 numFrames) {
-    kernels->saturate(carrier, polarityDrive * drive, buffers[Carrier], numFrames);
-    kernels->saturate(noise, polarityDrive * drive, buffers[Noise], numFrames);
+    kernels->saturate(carrier, polarityDrive * drive, outputScale, buffers[Carrier], numFrames);
+    kernels->saturate(noise, polarityDrive * drive, outputScale, buffers[Noise], numFrames);
 }
 
 void SynthesizerVCABank::SetGains(const float* gains) {
     for (u32 band = 0; band < bandCount; ++band) {
-        lanes.gain[band] = gains != nullptr ? gains[band] : 1.0F;
+        lanes.gain[band] = gains != nullptr ? Polarity(band) * gains[band] : Polarity(band);
     }
 }
 

@@ -18,6 +18,7 @@ inline constexpr u32 stageCount = 2;
 /// The same filter, but far below the sampling rate, where a1 nears -2 and a2 nears 1, neither the rounding
 /// of the coefficients nor that of y moves the response (Middleton and Goodwin's delta operator).
 struct alignas(64) BiquadLanes {
+    /// Of a low-pass, b0 (1, 2, 1), or of a band-pass, b0 (1, 0, -1).
     float b0[stageCount][bandCount] = {};
     float b1[stageCount][bandCount] = {};
     float b2[stageCount][bandCount] = {};
@@ -65,10 +66,9 @@ struct alignas(64) RectifierLanes {
     double releaseCoefficient = 0.0;
 };
 
-/// The amplifiers of the sixteen bands: the gain of both controls, and the factor of the output.
+/// The amplifiers of the sixteen bands: the gain of both controls, negative where an amplifier inverts.
 struct alignas(64) AmplifierLanes {
     float gain[bandCount] = {};
-    float scale[bandCount] = {};
 };
 
 /// A short stretch of all sixteen bands with the bands side by side, so that a recursion runs on vectors of

@@ -88,12 +88,12 @@ private:
 /// The buses of the synthesis amplifiers: a rational approximation of the hyperbolic tangent.
 template <class Arch, class Four>
 struct BusSaturation {
-    static void Run(const float* bus, float drive, float* out, u32 frames) {
+    static void Run(const float* bus, float drive, float scale, float* out, u32 frames) {
         ForEachVector<Arch, Four>(frames, [=]<class V>(u32 n, V) {
             const V v = V::load_unaligned(bus + n) * V(drive);
             const V square = v * v;
             const V f = (square + V(27.0F)) * v / (square * V(9.0F) + V(27.0F));
-            xsimd::min(xsimd::max(f, V(-1.0F)), V(1.0F)).store_unaligned(out + n);
+            (xsimd::min(xsimd::max(f, V(-1.0F)), V(1.0F)) * V(scale)).store_unaligned(out + n);
         });
     }
 };

@@ -66,7 +66,7 @@ struct VocoderKernels {
                          u32 frames);
     /// Both of any multiple of 4 frames.
     void (*amplifyGated)(const GatePins& pins, u32 frames);
-    void (*saturate)(const float* bus, float drive, float* out, u32 frames);
+    void (*saturate)(const float* bus, float drive, float scale, float* out, u32 frames);
 };
 
 /// The widest set that this processor runs well. Chosen once per process.

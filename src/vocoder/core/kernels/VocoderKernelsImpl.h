@@ -50,8 +50,8 @@ struct Bank {
 
     // The last step comes in last, which keeps the chain from sample to sample at one multiplication and one
     // addition.
-    static V Tick(const Stage& c, State& s, V x, V x1, V x2) {
-        const V e = x * c.b0 + x1 * c.b1 + x2 * c.b2 - s.y2 * c.pull + s.e1 * c.carry;
+    static V Step(const Stage& c, State& s, V feedForward) {
+        const V e = feedForward - s.y2 * c.pull + s.e1 * c.carry;
         const V y = s.y1 + e;
         s.y2 = s.y1;
         s.y1 = y;
@@ -59,39 +59,72 @@ struct Bank {
         return y;
     }
 
-    template <class ReadInput>
-    static void RunGroup(BiquadLanes& lanes, unsigned lane, float* rows, u32 frames, ReadInput readInput) {
+    /// firstSum(n) is the feed-forward sum of stage 1.
+    template <class FirstSum>
+    static void RunGroup(BiquadLanes& lanes, unsigned lane, float* rows, u32 frames, FirstSum firstSum) {
         const Stage first = LoadStage(lanes, 0, lane);
         const Stage second = LoadStage(lanes, 1, lane);
         State firstState = LoadState(lanes, 0, lane);
         State secondState = LoadState(lanes, 1, lane);
-        V x1 = V::load_aligned(&lanes.past1[0][lane]);
-        V x2 = V::load_aligned(&lanes.past2[0][lane]);
         for (u32 n = 0; n < frames; ++n) {
-            const V x = readInput(n);
             const V y1 = firstState.y1;
             const V y2 = firstState.y2;
-            const V y = Tick(first, firstState, x, x1, x2);
-            Tick(second, secondState, y, y1, y2).store_aligned(rows + n * bandCount + lane);
-            x2 = x1;
-            x1 = x;
+            const V y = Step(first, firstState, firstSum(n));
+            Step(second, secondState, y * second.b0 + y1 * second.b1 + y2 * second.b2)
+                .store_aligned(rows + n * bandCount + lane);
         }
-        x1.store_aligned(&lanes.past1[0][lane]);
-        x2.store_aligned(&lanes.past2[0][lane]);
         StoreState(firstState, lanes, 0, lane);
         StoreState(secondState, lanes, 1, lane);
     }
 
+    /// With an input of its own for each lane, read(n).
+    template <class Read>
+    static void RunOnInputs(BiquadLanes& lanes, unsigned lane, float* rows, u32 frames, Read read) {
+        const Stage first = LoadStage(lanes, 0, lane);
+        V x1 = V::load_aligned(&lanes.past1[0][lane]);
+        V x2 = V::load_aligned(&lanes.past2[0][lane]);
+        RunGroup(lanes, lane, rows, frames, [&](u32 n) {
+            const V x = read(n);
+            const V sum = x * first.b0 + x1 * first.b1 + x2 * first.b2;
+            x2 = x1;
+            x1 = x;
+            return sum;
+        });
+        x1.store_aligned(&lanes.past1[0][lane]);
+        x2.store_aligned(&lanes.past2[0][lane]);
+    }
+
     static void Run(BiquadLanes& lanes, float* rows, u32 frames) {
         for (unsigned lane = 0; lane < bandCount; lane += width) {
-            RunGroup(lanes, lane, rows, frames,
-                     [rows, lane](u32 n) { return V::load_aligned(rows + n * bandCount + lane); });
+            RunOnInputs(lanes, lane, rows, frames,
+                        [rows, lane](u32 n) { return V::load_aligned(rows + n * bandCount + lane); });
         }
     }
 
+    // The numerator of a band-pass is b0 (1 - z^-2), that of a low-pass b0 (1 + z^-1)^2. Of one input for all
+    // lanes, both are made once.
     static void RunOnOneInput(BiquadLanes& lanes, const float* input, float* rows, u32 frames) {
+        float delayed[LaneTile::maxFrames + 2];
+        float bandPass[LaneTile::maxFrames];
+        float lowPass[LaneTile::maxFrames];
+        delayed[0] = lanes.past2[0][0];
+        delayed[1] = lanes.past1[0][0];
+        for (u32 n = 0; n < frames; ++n) {
+            delayed[n + 2] = input[n];
+        }
+        for (u32 n = 0; n < frames; ++n) {
+            bandPass[n] = input[n] - delayed[n];
+            lowPass[n] = (input[n] + delayed[n]) + (delayed[n + 1] + delayed[n + 1]);
+        }
         for (unsigned lane = 0; lane < bandCount; lane += width) {
-            RunGroup(lanes, lane, rows, frames, [input](u32 n) { return V(input[n]); });
+            const Stage first = LoadStage(lanes, 0, lane);
+            const V half(0.5F);
+            const V bandPassFactor = (first.b0 - first.b2) * half;
+            const V lowPassFactor = (first.b0 + first.b2) * half;
+            RunGroup(lanes, lane, rows, frames,
+                     [&](u32 n) { return V(bandPass[n]) * bandPassFactor + V(lowPass[n]) * lowPassFactor; });
+            V(delayed[frames + 1]).store_aligned(&lanes.past1[0][lane]);
+            V(delayed[frames]).store_aligned(&lanes.past2[0][lane]);
         }
     }
 };
@@ -290,15 +323,14 @@ struct Synthesis {
         const V gain = V::load_aligned(drive.lanes.gain + lane);
         const V first = V::load_aligned(drive.envelopes.samples[n] + lane) * gain;
         const V second = V::load_aligned(controls.samples[n] + lane) * gain;
-        return (V(drive.noise[n]) * second + V(drive.carrier[n]) * first) *
-               V::load_aligned(drive.lanes.scale + lane);
+        return V(drive.noise[n]) * second + V(drive.carrier[n]) * first;
     }
 
     static void Run(BiquadLanes& lanes, const AmplifierDrive& drive, LaneTile& controls, u32 frames,
                     float* out) {
         for (unsigned lane = 0; lane < bandCount; lane += V::size) {
-            Bank<Arch>::RunGroup(lanes, lane, controls.Data(), frames,
-                                 [&](u32 n) { return Amplify(drive, controls, lane, n); });
+            Bank<Arch>::RunOnInputs(lanes, lane, controls.Data(), frames,
+                                    [&](u32 n) { return Amplify(drive, controls, lane, n); });
         }
         Exchange<Four>::Sum(controls, frames, out);
     }
