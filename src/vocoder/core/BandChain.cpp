@@ -17,12 +17,15 @@ void ForEachTile(u32 numFrames, RunTile run) {
     }
 }
 
+bool IsSilent(const float* samples, u32 count) {
+    return std::all_of(samples, samples + count, [](float x) { return x == 0.0F; });
+}
+
 } // namespace
 
 void BandChain::Run(const Block& block) const {
     UpdateRectifiers(block);
     UpdateSynthesizer(block);
-    amplifiers.SaturateBuses(block.carrierBus, block.noiseBus, block.context.numFrames);
     auto panelContext = block.context.ForChild(&block.holdModulation, 1, nullptr, 0);
     if (panel.UpdateParameters(panelContext) && panel.IsStraight(panelContext)) {
         RunStraight(block);
@@ -53,6 +56,12 @@ void BandChain::UpdateSynthesizer(const Block& block) const {
 }
 
 void BandChain::RunStraight(const Block& block) const {
+    const bool isSilent = IsSilent(block.program, block.context.numFrames);
+    if (rests && isSilent) {
+        PassSilence(block);
+        return;
+    }
+    amplifiers.SaturateBuses(block.carrierBus, block.noiseBus, block.context.numFrames);
     amplifiers.SetGains(panel.Gains());
     LaneTile controls;
     LaneTile envelopes;
@@ -61,10 +70,23 @@ void BandChain::RunStraight(const Block& block) const {
         panel.Pass(envelopes, controls, offset, frames);
         SynthesizeTile(block, offset, frames, controls, envelopes);
     });
+    rests = isSilent && analyzer.IsSilent() && synthesizer.IsSilent() && rectifiers.RestsInSilence();
+}
+
+/// What a block of silence is once everything has come to rest: the noise and the carrier stand before closed
+/// amplifiers.
+void BandChain::PassSilence(const Block& block) const {
+    static constexpr LaneTile silence{};
+    ForEachTile(block.context.numFrames,
+                [&](u32 offset, u32 frames) { panel.Pass(silence, silence, offset, frames); });
+    rectifiers.SetMeters(silence);
+    std::fill_n(block.sum, block.context.numFrames, 0.0F);
 }
 
 /// The panel has a whole block of all controls before the amplifiers see the first frame.
 void BandChain::RunThroughPanel(const Block& block, dsp::ProcessContext& panelContext) const {
+    rests = false;
+    amplifiers.SaturateBuses(block.carrierBus, block.noiseBus, block.context.numFrames);
     amplifiers.SetGains(nullptr);
     panel.EndStraight();
     LaneTile controls;

@@ -17,6 +17,9 @@ struct BandChain {
     PatchBay& panel;
     SynthesizerVCABank& amplifiers;
     SynthesizerFilterBank& synthesizer;
+    /// Kept by the owner from block to block: silence goes on as it is, and none of the five need run for it.
+    /// False after a reset.
+    bool& rests;
 
     /// What a block reads and writes; a modulation may be null.
     struct Block {
@@ -39,6 +42,7 @@ private:
     void UpdateRectifiers(const Block& block) const;
     void UpdateSynthesizer(const Block& block) const;
     void RunStraight(const Block& block) const;
+    void PassSilence(const Block& block) const;
     void RunThroughPanel(const Block& block, dsp::ProcessContext& panelContext) const;
     void FollowTile(const Block& block, u32 offset, u32 frames, LaneTile& controls,
                     LaneTile& envelopes) const;

@@ -116,6 +116,7 @@ void BodeVocoderMono::OnInitialize(float sampleRate, u32 maxBlockSize) {
     signals.TakeFrom(buffers);
     std::fill_n(signals.alwaysOpen, maxBlockSize, openVoltage);
     noiseShaper.Prepare(sampleRate);
+    bandsRest = false;
     dcBlocker.SetHighPass(std::tan(dcBlockerRate / sampleRate));
 }
 
@@ -127,6 +128,7 @@ void BodeVocoderMono::OnReset(bool hard) {
     voicedReleaseSmoother.Set(1.0F);
     noiseShaper.Reset();
     dcBlocker.Reset();
+    bandsRest = false;
 }
 
 bool BodeVocoderMono::UpdateParameters(dsp::ProcessContext& /*context*/) {
@@ -264,8 +266,9 @@ void BodeVocoderMono::StepVoicedLight() {
 }
 
 void BodeVocoderMono::ChannelBlock::RunBands() const {
-    const BandChain chain = {Module<AnalyzerBankChild>(), Module<RectifiersChild>(), Module<PatchBayChild>(),
-                             Module<VcaBankChild>(), Module<SynthesizerBankChild>()};
+    const BandChain chain = {Module<AnalyzerBankChild>(),    Module<RectifiersChild>(),
+                             Module<PatchBayChild>(),        Module<VcaBankChild>(),
+                             Module<SynthesizerBankChild>(), channel.bandsRest};
     chain.Run({.context = context,
                .program = signals.analysedProgram,
                .carrierBus = signals.carrierBus,

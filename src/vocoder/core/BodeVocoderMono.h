@@ -140,6 +140,8 @@ private:
     Signals signals{};
     /// The gates' corners are those of the parameters.
     bool unvoicedTimesSet = false;
+    /// What BandChain keeps.
+    bool bandsRest = false;
 };
 
 } // namespace Velmora::Processor

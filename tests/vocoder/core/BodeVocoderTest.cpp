@@ -12,6 +12,7 @@
 #include <limits>
 #include <map>
 #include <memory>
+#include <random>
 #include <tuple>
 #include <utility>
 
@@ -254,6 +255,43 @@ TEST(BodeVocoder, APanelThatLeadsEachBandToItselfSoundsAsNone) {
             patched.Apply({{}, {{"PatchBay_Activated", activated}}, {}});
             EXPECT_EQ(plain.Run(carrier, modulator, split), patched.Run(carrier, modulator, split))
                 << activated << hold << ", blocks of " << split.sizes[0];
+        }
+    }
+}
+
+TEST(BodeVocoder, BandsThatRestInSilenceGoOnAsThoseThatRun) {
+    // With a route there is no rest, which the test above shows to be no other sound.
+    CoreRig resting;
+    CoreRig running;
+    running.Apply({{}, {{"PatchBay_Activated", 1.0F}}, {}});
+    for (u32 band = 1; band <= 16; ++band) {
+        const std::string name = std::to_string(band);
+        running.Apply({{}, {{"PatchBay_Analysis" + name + "_Synthesis" + name, 1.0F}}, {}});
+    }
+    const StereoPair carrier = Chord(22000, 44100.0F);
+    const StereoPair speech = Speech(22000, 44100.0F);
+    const StereoPair silence = {Signal(22000), Signal(22000)};
+    std::mt19937 random{5};
+    for (u32 scene = 0; scene < 45; ++scene) {
+        // Now and then long enough for everything to die away; then a sound, the second time by way of the
+        // panel.
+        const u32 halfSeconds = scene % 15 == 0 ? 30 : 1;
+        const StereoPair& modulator = scene % 15 == 14 ? speech : silence;
+        resting.Apply({{}, {{"PatchBay_Analysis3_Synthesis3", scene == 29 ? 1.0F : 0.0F}}, {}});
+        const float knob = static_cast<float>(random() % 100) / 100.0F;
+        for (CoreRig* rig : {&resting, &running}) {
+            rig->Apply({{},
+                        {{"PatchBay_GainBand3", knob},
+                         {"SynthesizerFilterBank_Shift", -1.0F},
+                         {"AnalyzerRectifiers_Release", 0.01F + 0.1F * knob}},
+                        {}});
+        }
+        for (u32 part = 0; part < halfSeconds; ++part) {
+            ASSERT_EQ(resting.Run(carrier, modulator), running.Run(carrier, modulator))
+                << scene << ", " << part;
+        }
+        for (const char* light : {"CVFB1", "CVFB9", "BuzzLED"}) {
+            ASSERT_EQ(resting.Position(light), running.Position(light)) << scene;
         }
     }
 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace Velmora::Processor {
 
@@ -162,6 +163,23 @@ void AnalyzerRectifiers::WriteTile(const LaneTile& envelopes, const LaneTile& di
 
 void AnalyzerRectifiers::SetMeters(const LaneTile& envelopes) {
     std::copy_n(envelopes.samples[0], bandCount, meterValues.begin());
+}
+
+/// What one look at all frames shows holds for all that follow, as their states are the same.
+bool AnalyzerRectifiers::RestsInSilence() const {
+    constexpr u32 frames = 4;
+    alignas(64) float direct[frames * bandCount] = {};
+    alignas(64) float envelopes[frames * bandCount];
+    RectifierLanes next = lanes;
+    kernels->runRectifiers(next, direct, envelopes, frames);
+    const auto isZero = [](float x) { return x == 0.0F; };
+    return std::equal(std::begin(next.pole), std::end(next.pole), lanes.pole) &&
+           std::equal(std::begin(next.out), std::end(next.out), lanes.out) &&
+           std::equal(std::begin(next.step), std::end(next.step), lanes.step) &&
+           std::equal(std::begin(next.envelope), std::end(next.envelope), lanes.envelope) &&
+           std::equal(next.past[0], next.past[zeroCount], lanes.past[0]) &&
+           std::all_of(std::begin(direct), std::end(direct), isZero) &&
+           std::all_of(std::begin(envelopes), std::end(envelopes), isZero);
 }
 
 void AnalyzerRectifiers::FinishBlock() {

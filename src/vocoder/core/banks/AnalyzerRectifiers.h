@@ -97,6 +97,8 @@ public:
                    u32 offset) const;
     /// Of the first tile of a block.
     void SetMeters(const LaneTile& envelopes);
+    /// Whether silence, however long, leaves all states as they are, with both signals at 0.
+    bool RestsInSilence() const;
     void FinishBlock();
 
     void UseKernels(const VocoderKernels& set) { kernels = &set; }

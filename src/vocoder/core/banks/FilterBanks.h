@@ -50,6 +50,7 @@ public:
         Child<0>().FilterTile(program, frames, tile);
     }
     void FinishBlock();
+    bool IsSilent() { return Child<0>().IsSilent(); }
 
     void UseKernels(const VocoderKernels& set) { Child<0>().UseKernels(set); }
 };
@@ -83,6 +84,7 @@ public:
         Child<0>().SynthesizeTile(drive, controls, frames, output);
     }
     void FinishBlock();
+    bool IsSilent() { return Child<0>().IsSilent(); }
 
     void UseKernels(const VocoderKernels& set) { Child<0>().UseKernels(set); }
 

@@ -190,6 +190,19 @@ void Biquads::FinishBlock() {
     ClearParameterChanges(false);
 }
 
+bool Biquads::IsSilent() const {
+    bool sounds = false;
+    for (u32 lane = 0; lane < bandCount; ++lane) {
+        for (u32 row = 0; row <= stageCount; ++row) {
+            sounds |= lanes.past1[row][lane] != 0.0F || lanes.past2[row][lane] != 0.0F;
+        }
+        for (u32 stage = 0; stage < stageCount; ++stage) {
+            sounds |= lanes.step[stage][lane] != 0.0F;
+        }
+    }
+    return !sounds;
+}
+
 void Biquads::HealLanes() {
     // Whatever is wrong with a lane's history has reached the outputs of its stages by the end of a block;
     // not-a-number fails the comparison too.

@@ -50,6 +50,8 @@ public:
         kernels->synthesize(lanes, drive, controls, frames, output);
     }
     void FinishBlock();
+    /// Whether all states are 0: silence in is then silence out, whatever the coefficients.
+    bool IsSilent() const;
 
     /// Replaces the kernels, which are otherwise the widest that the processor runs.
     void UseKernels(const VocoderKernels& set) { kernels = &set; }
