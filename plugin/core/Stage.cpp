@@ -67,6 +67,7 @@ void Stage::Restart() {
     if (current != nullptr) {
         current->instrument.Reset();
     }
+    LookAtListed();
     hasSounded = false;
     callStart = blockStart = 0;
     callFrames = 0;
@@ -107,6 +108,7 @@ void Stage::Adopt() {
     watch.ForgetKeys();
     fadeFrames = std::max(1U, static_cast<std::uint32_t>(fadeSeconds * current->instrument.SampleRate()));
     fadeDone = 0;
+    LookAtListed();
     for (std::uint32_t place = 0; place < listed.size(); ++place) {
         See(place);
     }
@@ -190,6 +192,9 @@ bool Stage::Send(const host::MidiMessage& message) {
         exchange.Tell(exchange.IndexOf(setting->id));
         return true;
     }
+    if (message.Kind() == controllerKind) {
+        LookAtListed();
+    }
     const bool isTaken = current->instrument.Send(message);
     if (isTaken) {
         host::MidiControls::EndsNotes(message) ? watch.ForgetKeys() : watch.See(message);
@@ -212,6 +217,7 @@ void Stage::Set(const host::ParameterSetting& setting) {
 }
 
 void Stage::SetEngine(std::uint32_t id, float position) {
+    LookAtListed();
     current->instrument.Set({id, Scale::Position, position});
     if (const std::uint32_t place = placeInListed[id]; place > 0) {
         See(place - 1);
@@ -232,12 +238,13 @@ void Stage::MoveMacro(std::uint32_t macro, float position, std::uint32_t now) {
 
 void Stage::See(std::uint32_t place) { seen[place] = current->instrument.Position(listed[place]); }
 
-/// Messages and other parameters move some of them, which a host wants to know.
+/// Controllers and other parameters move some of them, which a host wants to know. Each look is a walk
+/// through cold memory, so they take place only behind such an event.
 void Stage::WatchListed() {
-    if (seats.IsOffered()) {
+    if (looksLeft == 0 || seats.IsOffered()) {
         return;
     }
-    for (std::uint32_t n = 0; n < watchedPerBlock; ++n) {
+    for (std::uint32_t n = 0; n < watchedPerBlock && looksLeft > 0; ++n, --looksLeft) {
         nextWatched = (nextWatched + 1) % static_cast<std::uint32_t>(listed.size());
         const std::uint32_t id = listed[nextWatched];
         const float before = seen[nextWatched];

@@ -105,6 +105,8 @@ private:
     void SetEngine(std::uint32_t id, float position);
     /// Leaves alone what was wished for in the same moment.
     void MoveMacro(std::uint32_t macro, float position, std::uint32_t moment);
+    /// All of them twice, since some follow late.
+    void LookAtListed() { looksLeft = 2 * static_cast<std::uint32_t>(listed.size()); }
     void WatchListed();
     void See(std::uint32_t listed);
     void PublishMeters();
@@ -127,6 +129,7 @@ private:
     std::vector<std::uint32_t> placeInListed;
     std::vector<float> seen;
     std::uint32_t nextWatched = 0;
+    std::uint32_t looksLeft = 0;
     /// What an editor reads: what the engine writes, and wheels and pedals.
     std::vector<std::uint32_t> readable;
     std::uint32_t framesUnread = 0;
