@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The main controls: which, and how one is drawn. Names are endings of the instrument's own.
+import { element } from './element.js';
 
 export const sections = [
     ['Voice', [
@@ -42,12 +43,6 @@ export const sections = [
         ['MasterVolume', 'Volume'],
     ]],
 ];
-
-function element(tag, properties = {}, ...children) {
-    const made = Object.assign(document.createElement(tag), properties);
-    made.append(...children);
-    return made;
-}
 
 /** Three digits are what a hand can tell. */
 const shortened = (text) => text.replace(/\d+\.\d+/, (digits) => String(Number(Number(digits).toPrecision(3))));

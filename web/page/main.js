@@ -44,32 +44,31 @@ const clock = (seconds) => `${Math.floor(seconds / 60)}:${String(Math.floor(seco
 function setUpVoice(engine) {
     const voice = new Voice(engine);
     const buttons = { microphone: find('microphone'), example: find('example'), file: find('voice-file') };
-    const mark = (chosen) => {
-        for (const [name, button] of Object.entries(buttons)) {
-            button.setAttribute('aria-pressed', String(name === chosen));
+    const choose = async (start, text) => {
+        try {
+            if (await start()) {
+                tell(text);
+            }
+        } finally {
+            for (const [name, button] of Object.entries(buttons)) {
+                button.setAttribute('aria-pressed', String(name === voice.kind));
+            }
         }
     };
-    const choose = (name, start, text) => told(async () => {
-        if (buttons[name].getAttribute('aria-pressed') === 'true') {
-            voice.stop();
-            mark('');
-            tell('No voice.');
-            return;
-        }
-        mark('');
-        await start();
-        mark(name);
-        tell(text);
-    });
-    buttons.microphone.onclick = choose('microphone', () => voice.microphone(), 'Speak, and hold some keys. Wear headphones, or the sound comes back.');
-    buttons.example.onclick = choose('example', () => voice.example(), 'The example speaks: hold some keys.');
-    const take = told(async (file) => {
-        mark('');
-        await voice.file(file);
-        mark('file');
-        tell(`${file.name} speaks: hold some keys.`);
-    });
+    const end = () => {
+        voice.stop();
+        return true;
+    };
+    const take = told((file) => choose(() => voice.file(file), `${file.name} speaks: hold some keys.`));
     opens('voice-file', 'voice-chooser', take);
+    const starts = {
+        microphone: () => choose(() => voice.microphone(), 'Speak, and hold some keys. Wear headphones, or the sound comes back.'),
+        example: () => choose(() => voice.example(), 'The example speaks: hold some keys.'),
+        file: buttons.file.onclick,
+    };
+    for (const [name, button] of Object.entries(buttons)) {
+        button.onclick = told(() => (voice.kind === name ? choose(end, 'No voice.') : starts[name]()));
+    }
     return { take };
 }
 
@@ -79,6 +78,7 @@ function setUpSong(engine) {
     const insert = async (bytes, name) => {
         const { seconds, notes } = await engine.askJson('orphia_insert_song', [], new Uint8Array(bytes));
         inserted = true;
+        find('song-name').hidden = false;
         find('song-name').textContent = `${name}, ${clock(seconds)}`;
         tell(notes > 0 ? `${name}: ${notes} notes.` : `${name} holds no notes.`, notes === 0);
     };

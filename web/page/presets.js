@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Presets: the list with its search, files, and links that carry the settings.
-import { save } from './wav.js';
+import { element } from './element.js';
 import { fetchSound } from './voice.js';
+import { save } from './wav.js';
 
 const linkKey = 'sound';
 
@@ -55,21 +56,15 @@ export class Presets {
         const found = this.entries.filter(fits);
         this.list.replaceChildren(...found.map((entry) => this.row(entry)));
         if (found.length === 0) {
-            this.list.append(Object.assign(document.createElement('li'), { className: 'none', textContent: 'No preset has these words.' }));
+            this.list.append(element('li', { className: 'none' }, 'No preset has these words.'));
         }
     }
 
     row(entry) {
-        const button = Object.assign(document.createElement('button'), { type: 'button' });
-        button.append(
-            Object.assign(document.createElement('strong'), { textContent: entry.name }),
-            Object.assign(document.createElement('span'), { textContent: entry.description }),
-        );
+        const button = element('button', { type: 'button' }, element('strong', {}, entry.name), element('span', {}, entry.description));
         button.setAttribute('aria-pressed', String(entry.id === this.current));
         button.onclick = () => this.open(entry);
-        const item = document.createElement('li');
-        item.append(button);
-        return item;
+        return element('li', {}, button);
     }
 
     async open(entry) {

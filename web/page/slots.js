@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The twelve sample slots: files are dropped or chosen, the page decodes them.
+import { element } from './element.js';
 import { decode } from './voice.js';
 
 const slotCount = 12;
@@ -11,14 +12,14 @@ export class Slots {
         this.engine = engine;
         this.root = root;
         this.tell = tell;
-        this.chooser = Object.assign(document.createElement('input'), { type: 'file', accept: 'audio/*', multiple: true, hidden: true });
+        this.chooser = element('input', { type: 'file', accept: 'audio/*', multiple: true, hidden: true });
         root.after(this.chooser);
         this.buttons = Array.from({ length: slotCount }, (_, slot) => this.make(slot));
         root.append(...this.buttons);
     }
 
     make(slot) {
-        const button = Object.assign(document.createElement('button'), { type: 'button', className: 'slot' });
+        const button = element('button', { type: 'button', className: 'slot' });
         button.onclick = () => {
             this.chooser.onchange = () => {
                 this.load(slot, [...this.chooser.files]);
@@ -69,7 +70,10 @@ export class Slots {
         slots.forEach(({ name, isLoaded, key }, slot) => {
             const button = this.buttons[slot];
             button.classList.toggle('loaded', isLoaded);
-            button.replaceChildren(`${slot + 1}`, Object.assign(document.createElement('small'), { textContent: isLoaded ? name : 'empty' }));
+            button.replaceChildren(
+                element('span', {}, `${slot + 1}`, element('span', {}, keyName(key))),
+                element('small', {}, isLoaded ? name : 'empty'),
+            );
             const what = isLoaded ? `${name}, key ${keyName(key)}` : 'empty';
             button.title = `Slot ${slot + 1}: ${what}. Drop or choose a sound; Delete empties it.`;
             button.setAttribute('aria-label', `Slot ${slot + 1}: ${what}`);

@@ -32,50 +32,71 @@ function microphoneReason(error) {
 }
 
 export class Voice {
+    /** Which one is heard: 'microphone', 'example', 'file' or none. */
+    kind = '';
+    #turn = 0;
+    #end = () => {};
+
     constructor(engine) {
         this.engine = engine;
-        this.source = null;
-        this.stream = null;
     }
 
     stop() {
-        this.source?.stop?.();
-        this.source?.disconnect();
-        this.stream?.getTracks().forEach((track) => track.stop());
-        this.source = null;
-        this.stream = null;
+        ++this.#turn;
+        this.#end();
+        this.#end = () => {};
+        this.kind = '';
     }
 
-    async microphone() {
-        this.stop();
-        if (!navigator.mediaDevices?.getUserMedia) {
-            throw new Error('This page may not use a microphone: browsers allow it only by https or from this computer.');
+    /** What was chosen last is heard, however long it takes; false when something else was chosen meanwhile. */
+    async #take(kind, open) {
+        const turn = ++this.#turn;
+        const { node, end } = await open();
+        if (turn !== this.#turn) {
+            end();
+            return false;
         }
-        const plain = { echoCancellation: false, noiseSuppression: false, autoGainControl: false };
-        try {
-            this.stream = await navigator.mediaDevices.getUserMedia({ audio: plain });
-        } catch (error) {
-            throw new Error(microphoneReason(error));
-        }
-        this.source = this.engine.context.createMediaStreamSource(this.stream);
-        this.source.connect(this.engine.node);
-    }
-
-    /** Plays a decoded sound as the voice, over and over. */
-    play(buffer) {
         this.stop();
-        this.source = this.engine.context.createBufferSource();
-        this.source.buffer = buffer;
-        this.source.loop = true;
-        this.source.connect(this.engine.node);
-        this.source.start();
+        node.connect(this.engine.node);
+        node.start?.();
+        this.#end = end;
+        this.kind = kind;
+        return true;
     }
 
-    async example() {
-        this.play(await fetchSound(this.engine.context, 'voice.flac'));
+    microphone() {
+        return this.#take('microphone', async () => {
+            if (!navigator.mediaDevices?.getUserMedia) {
+                throw new Error('This page may not use a microphone: browsers allow it only by https or from this computer.');
+            }
+            const plain = { echoCancellation: false, noiseSuppression: false, autoGainControl: false };
+            const stream = await navigator.mediaDevices.getUserMedia({ audio: plain }).catch((error) => {
+                throw new Error(microphoneReason(error));
+            });
+            const node = this.engine.context.createMediaStreamSource(stream);
+            return {
+                node,
+                end() {
+                    node.disconnect();
+                    stream.getTracks().forEach((track) => track.stop());
+                },
+            };
+        });
     }
 
-    async file(file) {
-        this.play(await decode(this.engine.context, await file.arrayBuffer(), file.name));
+    /** A sound over and over. */
+    #sound(kind, read) {
+        return this.#take(kind, async () => {
+            const node = new AudioBufferSourceNode(this.engine.context, { buffer: await read(), loop: true });
+            return { node, end: () => node.disconnect() };
+        });
+    }
+
+    example() {
+        return this.#sound('example', () => fetchSound(this.engine.context, 'voice.flac'));
+    }
+
+    file(file) {
+        return this.#sound('file', async () => decode(this.engine.context, await file.arrayBuffer(), file.name));
     }
 }

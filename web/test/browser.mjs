@@ -47,7 +47,8 @@ export async function open() {
         foreign,
         async page(width = 1280, height = 1000) {
             const page = await browser.newPage();
-            await page.setViewport({ width, height });
+            const isMobile = width < 600;
+            await page.setViewport({ width, height, isMobile, hasTouch: isMobile });
             page.on('request', (request) => {
                 if (!request.url().startsWith(address) && !/^(data|blob):/.test(request.url())) {
                     foreign.push(request.url());
@@ -64,6 +65,25 @@ export async function open() {
             await rm(profile, { recursive: true, force: true });
         },
     };
+}
+
+/** A page of a session after its start, by the keyboard. */
+export async function started(session, { width, height, hash = '', prepare = () => {} } = {}) {
+    const page = await session.page(width, height);
+    await prepare(page);
+    await page.goto(session.address + hash);
+    await page.focus('#start');
+    await page.keyboard.press('Enter');
+    await page.waitForSelector('body.playing');
+    return page;
+}
+
+/** The same while the example speaks. */
+export async function speaking(session, size) {
+    const page = await started(session, size);
+    await page.click('#example');
+    await page.waitForSelector('#example[aria-pressed=true]');
+    return page;
 }
 
 /** What the command makes of the same job: both sides. */

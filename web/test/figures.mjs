@@ -4,7 +4,7 @@ import { execFileSync } from 'node:child_process';
 import { readdirSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { brotliCompressSync, gzipSync } from 'node:zlib';
-import { open, root, wait } from './browser.mjs';
+import { open, root, speaking, wait } from './browser.mjs';
 
 const site = join(root, 'out/web');
 
@@ -26,8 +26,7 @@ async function clickToSound(seconds) {
     await page.goto(session.address);
     await page.evaluate(() => {
         const pause = () => new Promise((resolve) => setTimeout(resolve, 1));
-        const fetched = fetch('/sounds/voice.flac').then((response) => response.arrayBuffer())
-            .then((bytes) => new OfflineAudioContext(1, 1, 48000).decodeAudioData(bytes));
+        const fetched = import('/voice.js').then(({ fetchSound }) => fetchSound(new OfflineAudioContext(1, 1, 48000), 'voice.flac'));
         document.getElementById('start').addEventListener('click', () => {
             const clicked = performance.now();
             window.untilSound = (async () => {
@@ -79,10 +78,9 @@ async function processorSeconds() {
 
 /** Renders so many seconds of a preset at 44.1 kHz offline, with so many keys, and a voice for a time. */
 const render = (page, seconds, job) => page.evaluate(async (length, { preset = 'default', keys, voiceSeconds }) => {
-    const { Engine, request } = await import('/engine.js');
+    const [{ Engine, request }, { fetchSound }] = await Promise.all(['/engine.js', '/voice.js'].map((name) => import(name)));
     const context = new OfflineAudioContext(2, length * 44100, 44100);
-    const bytes = await (await fetch('/sounds/voice.flac')).arrayBuffer();
-    const voice = new AudioBufferSourceNode(context, { buffer: await context.decodeAudioData(bytes), loop: true });
+    const voice = new AudioBufferSourceNode(context, { buffer: await fetchSound(context, 'voice.flac'), loop: true });
     const notes = Array.from({ length: keys }, (_, n) => request('orphia_send', [0x90, 48 + 2 * n, 100]));
     const engine = await Engine.create(context, { setup: [request('orphia_load_named', [], preset), ...notes] });
     if (voiceSeconds > 0) {
@@ -114,12 +112,7 @@ async function share(page, job, short = 5, long = 35) {
 
 /** A live minute with eight keys and the song's voice. */
 async function live() {
-    const page = await session.page();
-    await page.goto(session.address);
-    await page.click('#start');
-    await page.waitForSelector('body.playing');
-    await page.click('#example');
-    await page.waitForSelector('#example[aria-pressed=true]');
+    const page = await speaking(session);
     await page.evaluate(() => {
         window.orphia.engine.addEventListener('meters', ({ detail: { time, late, memory } }) => {
             window.last = [time, late, memory];

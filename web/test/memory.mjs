@@ -1,18 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Memory of the page while it plays eight keys for ten minutes: it must not grow after the first one.
 import { readFileSync } from 'node:fs';
-import { open, wait } from './browser.mjs';
+import { open, speaking, wait } from './browser.mjs';
 
 const minutes = Number(process.argv[2] ?? 10);
 const mayGrow = { module: 0, page: 1e6, process: 8e6 };
 
 const session = await open();
-const page = await session.page();
-await page.goto(session.address);
-await page.click('#start');
-await page.waitForSelector('body.playing');
-await page.click('#example');
-await page.waitForSelector('#example[aria-pressed=true]');
+const page = await speaking(session);
 await page.evaluate(() => {
     const { engine } = window.orphia;
     engine.addEventListener('meters', ({ detail }) => {

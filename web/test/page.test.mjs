@@ -3,9 +3,9 @@
 import assert from 'node:assert/strict';
 import { mkdtemp, readdir, readFile, rm, writeFile } from 'node:fs/promises';
 import { tmpdir } from 'node:os';
-import { join } from 'node:path';
+import { basename, join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { open, root, samplesOf } from './browser.mjs';
+import { open, root, samplesOf, started } from './browser.mjs';
 
 let session;
 let folder;
@@ -20,13 +20,8 @@ after(async () => {
 });
 
 /** The page after its start, with a meter behind the instrument. */
-async function started(hash = '', prepare = () => {}) {
-    const page = await session.page();
-    await prepare(page);
-    await page.goto(session.address + hash);
-    await page.focus('#start');
-    await page.keyboard.press('Enter');
-    await page.waitForSelector('body.playing');
+async function opened(how) {
+    const page = await started(session, how);
     await page.evaluate(() => {
         const { engine, context } = window.orphia;
         const analyser = new AnalyserNode(context, { fftSize: 8192 });
@@ -52,13 +47,22 @@ async function choose(page, button, path) {
     await chooser.accept([path]);
 }
 
+/** Drops a file on a part of the page, as a hand does. */
+const drop = async (page, selector, path) => page.$eval(selector, (target, name, content) => {
+    const dataTransfer = new DataTransfer();
+    dataTransfer.items.add(new File([Uint8Array.from(atob(content), (letter) => letter.charCodeAt(0))], name));
+    for (const kind of ['dragover', 'drop']) {
+        target.dispatchEvent(new DragEvent(kind, { dataTransfer, bubbles: true, cancelable: true }));
+    }
+}, basename(path), await readFile(path, 'base64'));
+
 async function finish(page) {
     assert.deepEqual(page.faults, []);
     await page.close();
 }
 
 test('a voice and keys sing, by mouse and by keyboard, and end', { timeout: 120000 }, async () => {
-    const page = await started();
+    const page = await opened();
     assert.equal(await page.evaluate(() => document.activeElement.id), 'example');
     await page.keyboard.down('KeyA');
     await new Promise((resolve) => setTimeout(resolve, 300));
@@ -85,7 +89,7 @@ test('a voice and keys sing, by mouse and by keyboard, and end', { timeout: 1200
 });
 
 test('presets are found, loaded, saved, opened, and carried by a link', { timeout: 120000 }, async () => {
-    const page = await started();
+    const page = await opened();
     const all = await page.$$eval('#presets button', (list) => list.length);
     assert.ok(all > 25);
     await page.type('#search', 'robot');
@@ -103,7 +107,7 @@ test('presets are found, loaded, saved, opened, and carried by a link', { timeou
 
     await page.click('#link');
     await says(page, 'settings');
-    const other = await started(new URL(page.url()).hash);
+    const other = await opened({ hash: new URL(page.url()).hash });
     await says(other, 'Classic robot is loaded');
     assert.equal(await text(other, '#preset-name'), 'Classic robot');
     const mix = await other.$(`${controlOf('Mix')}/output`);
@@ -122,14 +126,14 @@ test('presets are found, loaded, saved, opened, and carried by a link', { timeou
     assert.equal(await text(page, '#preset-name'), 'mine');
     await finish(page);
 
-    const cut = await started('#sound=abc');
+    const cut = await opened({ hash: '#sound=abc' });
     await says(cut, 'damaged');
     await finish(cut);
 });
 
 test('a sample sounds from its slot, and a preset brings its own', { timeout: 120000 }, async () => {
-    const page = await started();
-    await choose(page, '.slot:nth-child(2)', join(root, 'examples/chord.flac'));
+    const page = await opened();
+    await drop(page, '.slot:nth-child(2)', join(root, 'examples/chord.flac'));
     await says(page, 'chord.flac is in slot 2');
     await (await page.$(`${controlOf('Live voice')}/input`)).focus();
     await page.keyboard.press('Space');
@@ -153,8 +157,75 @@ test('a sample sounds from its slot, and a preset brings its own', { timeout: 12
     await finish(page);
 });
 
+test('voices take turns, and one that cannot be read leaves the other', { timeout: 120000 }, async () => {
+    const page = await opened();
+    const pressed = () => page.$$eval('button[aria-pressed=true]', (list) => list.map((button) => button.id).filter(Boolean));
+    await page.click('#example');
+    await says(page, 'example speaks');
+    const bad = join(folder, 'no voice.wav');
+    await writeFile(bad, 'no sound');
+    await choose(page, '#voice-file', bad);
+    await says(page, 'no voice.wav is no sound');
+    assert.deepEqual(await pressed(), ['example']);
+    await page.keyboard.down('KeyA');
+    await sounds(page);
+    await page.keyboard.up('KeyA');
+    await drop(page, 'h1', join(root, 'examples/chord.flac'));
+    await says(page, 'chord.flac speaks');
+    assert.deepEqual(await pressed(), ['voice-file']);
+    // What was chosen last counts, though it is there first.
+    await page.evaluate(() => {
+        const { mediaDevices } = navigator;
+        const real = mediaDevices.getUserMedia.bind(mediaDevices);
+        mediaDevices.getUserMedia = async (wish) => {
+            const stream = await real(wish);
+            await new Promise((resolve) => {
+                window.openMicrophone = resolve;
+            });
+            window.track = stream.getTracks()[0];
+            return stream;
+        };
+    });
+    await session.browser.defaultBrowserContext().overridePermissions(session.address, ['microphone']);
+    await page.click('#microphone');
+    await page.click('#example');
+    await says(page, 'example speaks');
+    await page.waitForFunction(() => window.openMicrophone);
+    await page.evaluate(() => window.openMicrophone());
+    await page.waitForFunction(() => window.track?.readyState === 'ended');
+    assert.deepEqual(await pressed(), ['example']);
+    await page.click('#example');
+    await says(page, 'No voice');
+    assert.deepEqual(await pressed(), []);
+    await finish(page);
+});
+
+test('a MIDI keyboard plays', { timeout: 120000 }, async () => {
+    const page = await opened();
+    await page.evaluate(() => {
+        window.midi = { name: 'Two keys' };
+        navigator.requestMIDIAccess = async () => ({ inputs: new Map([['one', window.midi]]) });
+    });
+    await page.click('#example');
+    await page.click('#midi');
+    await says(page, 'Listening to Two keys');
+    const send = (...data) => page.evaluate((bytes) => window.midi.onmidimessage({ data: bytes }), data);
+    await send(0x90, 50, 100);
+    await page.waitForSelector('[data-note="50"].down');
+    await sounds(page);
+    await send(0x90, 50, 0);
+    assert.equal(await page.$('.key.down'), null);
+    await silent(page);
+    await page.evaluate(() => {
+        navigator.requestMIDIAccess = async () => { throw new Error('denied'); };
+    });
+    await page.click('#midi');
+    await says(page, 'not allowed');
+    await finish(page);
+});
+
 test('a song plays and what sounds is recorded', { timeout: 120000 }, async () => {
-    const page = await started();
+    const page = await opened();
     const client = await session.browser.target().createCDPSession();
     await client.send('Browser.setDownloadBehavior', { behavior: 'allow', downloadPath: folder });
     await page.click('#example');
@@ -191,7 +262,7 @@ test('what is missing is told', { timeout: 120000 }, async () => {
 
     const context = session.browser.defaultBrowserContext();
     await context.overridePermissions(session.address, []);
-    const page = await started();
+    const page = await opened();
     await page.click('#microphone');
     await says(page, 'not allowed');
     assert.equal(await page.$eval('#microphone', (element) => element.getAttribute('aria-pressed')), 'false');
@@ -205,7 +276,7 @@ test('what is missing is told', { timeout: 120000 }, async () => {
 });
 
 test('everything is reached by tab and has a name, on a phone’s width too', { timeout: 120000 }, async () => {
-    const page = await started('', (fresh) => fresh.setViewport({ width: 390, height: 844 }));
+    const page = await opened({ width: 390, height: 844 });
     assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth), 'nothing is cut at the side');
     const wanted = await page.$$eval('button, input:not([hidden]), select', (list) => list
         .filter((element) => element.tabIndex >= 0 && element.checkVisibility()).map((element) => element.id || element.ariaLabel || element.textContent));

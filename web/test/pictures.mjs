@@ -2,18 +2,13 @@
 // The pictures of docs/web.md.
 import { mkdir } from 'node:fs/promises';
 import { join } from 'node:path';
-import { open, root } from './browser.mjs';
+import { open, root, speaking } from './browser.mjs';
 
 const folder = join(root, 'docs/web');
 await mkdir(folder, { recursive: true });
 const session = await open();
 for (const [name, width, height] of [['desktop', 1280, 1180], ['phone', 390, 844]]) {
-    const page = await session.page(width, height);
-    await page.goto(session.address);
-    await page.click('#start');
-    await page.waitForSelector('body.playing');
-    await page.click('#example');
-    await page.waitForSelector('#example[aria-pressed=true]');
+    const page = await speaking(session, { width, height });
     for (const key of ['KeyA', 'KeyD', 'KeyG']) {
         await page.keyboard.down(key);
     }

@@ -19,14 +19,12 @@ async function renderInBrowser(preset) {
     const page = await session.page();
     await page.goto(session.address);
     const result = await page.evaluate(async (id, length, hz) => {
-        const { Engine, request } = await import('/engine.js');
-        const fetched = async (name) => (await fetch(`/sounds/${name}`)).arrayBuffer();
+        const [{ Engine, request }, { fetchSound }] = await Promise.all(['/engine.js', '/voice.js'].map((name) => import(name)));
         const context = new OfflineAudioContext(2, length * hz, hz);
-        const decoded = async (name) => context.decodeAudioData(await fetched(name));
-        const voice = new AudioBufferSourceNode(context, { buffer: await decoded('voice.flac') });
+        const voice = new AudioBufferSourceNode(context, { buffer: await fetchSound(context, 'voice.flac') });
         const presets = await (await Engine.create(new AudioContext())).askJson('orphia_presets');
         const samples = presets.find((entry) => entry.id === id).samples.map(async (path) => {
-            const sound = await decoded(path.split('/').pop());
+            const sound = await fetchSound(context, path.split('/').pop());
             const channels = Array.from({ length: sound.numberOfChannels }, (_, n) => sound.getChannelData(n).slice());
             return request('orphia_put_sound', [channels.length, sound.sampleRate], path, channels);
         });
@@ -35,7 +33,7 @@ async function renderInBrowser(preset) {
             setup: [
                 ...await Promise.all(samples),
                 request('orphia_load_named', [], id),
-                request('orphia_insert_song', [], new Uint8Array(await fetched('song.mid'))),
+                request('orphia_insert_song', [], new Uint8Array(await (await fetch('/sounds/song.mid')).arrayBuffer())),
                 request('orphia_play'),
             ],
         });
@@ -108,10 +106,9 @@ test('noise is heard', { timeout: 120000 }, async () => {
     await page.goto(session.address);
     // Nothing but the noise behind the bands, from a voice.
     const loudest = await page.evaluate(async () => {
-        const { Engine, request } = await import('/engine.js');
+        const [{ Engine, request }, { fetchSound }] = await Promise.all(['/engine.js', '/voice.js'].map((name) => import(name)));
         const context = new OfflineAudioContext(2, 44100 * 2, 44100);
-        const bytes = await (await fetch('/sounds/voice.flac')).arrayBuffer();
-        const voice = new AudioBufferSourceNode(context, { buffer: await context.decodeAudioData(bytes) });
+        const voice = new AudioBufferSourceNode(context, { buffer: await fetchSound(context, 'voice.flac') });
         const settings = ['NoiseCarrierBalance_NoiseCarrierBalance=0', 'Osc1Volume=-70 dB', 'Osc2Volume=-70 dB', 'HFLevel=0', 'FX_Enable=off'];
         const engine = await Engine.create(context, { seed: 1, setup: settings.map((text) => request('orphia_set', [], text)) });
         voice.connect(engine.node).connect(context.destination);
@@ -128,11 +125,10 @@ test('no sound fades into denormal numbers', { timeout: 120000 }, async () => {
     await page.goto(session.address);
     // Two seconds of voice and keys, and what is left of them a minute later.
     const { denormal, loudest } = await page.evaluate(async () => {
-        const { Engine, request } = await import('/engine.js');
+        const [{ Engine, request }, { fetchSound }] = await Promise.all(['/engine.js', '/voice.js'].map((name) => import(name)));
         const seconds = 60;
         const context = new OfflineAudioContext(2, 44100 * seconds, 44100);
-        const bytes = await (await fetch('/sounds/voice.flac')).arrayBuffer();
-        const voice = new AudioBufferSourceNode(context, { buffer: await context.decodeAudioData(bytes) });
+        const voice = new AudioBufferSourceNode(context, { buffer: await fetchSound(context, 'voice.flac') });
         const keys = [48, 55, 60];
         const notes = keys.map((note) => request('orphia_send', [0x90, note, 100]));
         const engine = await Engine.create(context, { setup: [request('orphia_load_named', [], 'dub-echo-robot'), ...notes] });
