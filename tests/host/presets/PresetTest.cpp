@@ -58,18 +58,22 @@ TEST(Preset, TheDefaultPresetsNameEveryControlOnce) {
 }
 
 TEST(Preset, SamplesAreRelativeToTheFolderWithinAndBesideIt) {
+    // Where a path is whole with a drive alone, it needs one.
+    const std::string drive = std::filesystem::path("/").is_absolute() ? "" : "C:";
     std::vector<std::string> warnings;
     const auto read = [&](const std::string& samples) {
         const std::string text = File("}, \"samples\": " + samples);
-        return ParsePreset(text.substr(0, text.size() - 1), Whole(), warnings, "/a/presets");
+        return ParsePreset(text.substr(0, text.size() - 1), Whole(), warnings, drive + "/a/presets");
     };
-    const Preset preset = read(R"({"1": "one.wav", "2": "../two.wav", "12": "/other/three.wav"})");
+    const Preset preset =
+        read(R"({"1": "one.wav", "2": "../two.wav", "12": ")" + drive + R"(/other/three.wav"})");
     const std::map<std::uint32_t, std::filesystem::path> paths = {
-        {0, "/a/presets/one.wav"}, {1, "/a/two.wav"}, {11, "/other/three.wav"}};
+        {0, drive + "/a/presets/one.wav"}, {1, drive + "/a/two.wav"}, {11, drive + "/other/three.wav"}};
     EXPECT_EQ(preset.samples, paths);
-    EXPECT_FALSE(Has(FormatPreset(preset, Whole(), "/a/presets"), "/a/"));
-    EXPECT_PRED2(Has, FormatPreset(preset, Whole(), "/b/c/d/"), "/a/presets/one.wav");
-    EXPECT_EQ(ParsePreset(FormatPreset(preset, Whole(), "/b/presets"), Whole(), warnings).samples, paths);
+    EXPECT_FALSE(Has(FormatPreset(preset, Whole(), drive + "/a/presets"), "/a/"));
+    EXPECT_PRED2(Has, FormatPreset(preset, Whole(), drive + "/b/c/d/"), drive + "/a/presets/one.wav");
+    EXPECT_EQ(ParsePreset(FormatPreset(preset, Whole(), drive + "/b/presets"), Whole(), warnings).samples,
+              paths);
     // What comes with the program is found wherever that lies.
     const std::filesystem::path beat = PresetLibrary::FactoryFolder() / ".." / "samples" / "beat.flac";
     const Preset shipped = read(R"({"1": "factory:presets/samples/beat.flac"})");
