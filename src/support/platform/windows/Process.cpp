@@ -17,10 +17,14 @@ namespace {
 
 std::atomic<int> notedSignal{0};
 
-/// On a thread of the system's own. What closes the console leaves some seconds, which a render that stops
-/// does not need.
+/// On a thread of the system's own. When the console closes or the user leaves, the process ends as soon as this
+/// returns, or after some seconds; a render that stops needs less, and ends the process itself.
 BOOL WINAPI NoteEvent(DWORD event) {
-    notedSignal = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT ? SIGINT : SIGTERM;
+    const bool isKey = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
+    notedSignal = isKey ? SIGINT : SIGTERM;
+    if (!isKey) {
+        Sleep(INFINITE);
+    }
     return TRUE;
 }
 
