@@ -17,8 +17,8 @@ namespace {
 
 std::atomic<int> notedSignal{0};
 
-/// On a thread of the system's own. When the console closes or the user leaves, the process ends as soon as this
-/// returns, or after some seconds; a render that stops needs less, and ends the process itself.
+/// On a thread of the system's own. When the console closes or the user leaves, the process ends as soon as
+/// this returns, or after some seconds; a render that stops needs less, and ends the process itself.
 BOOL WINAPI NoteEvent(DWORD event) {
     const bool isKey = event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT;
     notedSignal = isKey ? SIGINT : SIGTERM;
