@@ -173,11 +173,12 @@ bool AnalyzerRectifiers::RestsInSilence() const {
     RectifierLanes next = lanes;
     kernels->runRectifiers(next, direct, envelopes, frames);
     const auto isZero = [](float x) { return x == 0.0F; };
-    return std::equal(std::begin(next.pole), std::end(next.pole), lanes.pole) &&
-           std::equal(std::begin(next.out), std::end(next.out), lanes.out) &&
-           std::equal(std::begin(next.step), std::end(next.step), lanes.step) &&
-           std::equal(std::begin(next.envelope), std::end(next.envelope), lanes.envelope) &&
-           std::equal(next.past[0], next.past[zeroCount], lanes.past[0]) &&
+    const auto isSame = [](const auto& a, const auto& b) {
+        return std::equal(std::begin(a), std::end(a), b);
+    };
+    return isSame(next.pole, lanes.pole) && isSame(next.out, lanes.out) && isSame(next.step, lanes.step) &&
+           isSame(next.envelope, lanes.envelope) &&
+           std::equal(std::begin(next.past), std::end(next.past), lanes.past, isSame) &&
            std::all_of(std::begin(direct), std::end(direct), isZero) &&
            std::all_of(std::begin(envelopes), std::end(envelopes), isZero);
 }
