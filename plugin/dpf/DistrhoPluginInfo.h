@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What DPF asks of a plug-in. The build gives ORPHIA_IS_EFFECT, ORPHIA_VERSION and ORPHIA_LV2_URI.
+// What DPF asks of a plug-in. The build gives ORPHIA_IS_EFFECT, ORPHIA_VERSION, ORPHIA_LV2_URI and
+// ORPHIA_NAME_END, what follows the name.
 #pragma once
 
 #define DISTRHO_PLUGIN_BRAND "Velmora"
@@ -18,11 +19,13 @@
 #define DISTRHO_PLUGIN_WANT_TIMEPOS 1
 
 #if ORPHIA_IS_EFFECT
-#define DISTRHO_PLUGIN_NAME "Orphia VX Effect Light"
+#define DISTRHO_PLUGIN_NAME "Orphia VX Effect" ORPHIA_NAME_END
 #define DISTRHO_PLUGIN_IS_SYNTH 0
 #define DISTRHO_PLUGIN_LV2_CATEGORY "lv2:SpectralPlugin"
+#define DISTRHO_PLUGIN_VST3_CATEGORIES "Fx|Vocals"
 #else
-#define DISTRHO_PLUGIN_NAME "Orphia VX Light"
+#define DISTRHO_PLUGIN_NAME "Orphia VX" ORPHIA_NAME_END
 #define DISTRHO_PLUGIN_IS_SYNTH 1
 #define DISTRHO_PLUGIN_LV2_CATEGORY "lv2:InstrumentPlugin"
+#define DISTRHO_PLUGIN_VST3_CATEGORIES "Instrument|Synth"
 #endif

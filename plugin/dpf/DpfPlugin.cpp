@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The plug-in for DPF: an LV2 with control ports, without an editor.
+// The plug-in for DPF, without an editor: an LV2 with control ports, or a VST3.
 #include "DistrhoPlugin.hpp"
 #include "plugin/core/PluginInstrument.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,18 @@ using orphia::plugin::PluginParameters;
 constexpr float leastOctaves = 8.0F;
 
 const std::vector<PluginParameter>& All() { return PluginParameters::Get().All(); }
+
+#ifdef DISTRHO_PLUGIN_TARGET_VST3
+constexpr bool isVst3 = true;
+#else
+constexpr bool isVst3 = false;
+#endif
+
+/// The first parameter of a VST3 is told to hosts as 0, wherever it is; so it is the bypass, the last of
+/// ours.
+const PluginParameter& At(std::uint32_t index) {
+    return All()[(index + (isVst3 ? All().size() - 1 : 0)) % All().size()];
+}
 
 /// The groups of the parameters, in their order.
 const std::vector<std::string>& Groups() {
@@ -44,6 +57,23 @@ float ToPort(const PluginParameter& parameter, float position) {
 
 float ToPosition(const PluginParameter& parameter, float port) {
     return parameter.isSwitch ? std::round(port) : PluginParameters::Get().ToPosition(parameter.id, port);
+}
+
+/// A bend that is full comes to a VST3 as one step more than there are.
+std::optional<orphia::host::MidiMessage> MessageOf(const MidiEvent& midi) {
+    const uint8_t* const bytes = midi.size > MidiEvent::kDataSize ? midi.dataExt : midi.data;
+    auto message = orphia::plugin::ChannelMessage(bytes, midi.size);
+    if (isVst3 && message && midi.size > 2 && bytes[2] > 0x7F) {
+        message->data1 = message->data2 = 0x7F;
+    }
+    return message;
+}
+
+/// Of a beat of the time signature. A VST3 is told bars of whole quarters, rounded down.
+double QuartersPerBeat(const TimePosition& time) {
+    const double ofNote = 4.0 / static_cast<double>(time.bbt.beatType);
+    const auto beatsPerBar = static_cast<double>(time.bbt.beatsPerBar);
+    return isVst3 ? std::floor(ofNote * beatsPerBar) / beatsPerBar : ofNote;
 }
 
 /// Those that are built in: a list that is the same on each machine, as it goes into bundles.
@@ -101,7 +131,7 @@ protected:
     }
 
     void initParameter(uint32_t index, Parameter& parameter) override {
-        const PluginParameter& ours = All()[index];
+        const PluginParameter& ours = At(index);
         if (ours.id == PluginParameters::bypass) {
             parameter.initDesignation(kParameterDesignationBypass);
             return;
@@ -146,13 +176,13 @@ protected:
     }
 
     float getParameterValue(uint32_t index) const override {
-        return ToPort(All()[index], instrument.Position(All()[index].id));
+        return ToPort(At(index), instrument.Position(At(index).id));
     }
 
     /// What is there already would come back rounded.
     void setParameterValue(uint32_t index, float value) override {
         if (value != getParameterValue(index)) {
-            instrument.SetPosition(All()[index].id, ToPosition(All()[index], value));
+            instrument.SetPosition(At(index).id, ToPosition(At(index), value));
         }
     }
 
@@ -185,9 +215,11 @@ protected:
              uint32_t midiCount) override {
         events.clear();
         for (uint32_t n = 0; n < midiCount && events.size() < events.capacity(); ++n) {
-            const uint8_t* const bytes = midi[n].size > MidiEvent::kDataSize ? midi[n].dataExt : midi[n].data;
-            if (const auto message = orphia::plugin::ChannelMessage(bytes, midi[n].size)) {
-                events.push_back({midi[n].frame, *message});
+            if (const auto message = MessageOf(midi[n])) {
+                // Controllers of a VST3 lie anywhere among its notes.
+                const auto isBehind = [](uint32_t frame, const auto& event) { return frame < event.frame; };
+                events.insert(std::upper_bound(events.begin(), events.end(), midi[n].frame, isBehind),
+                              {midi[n].frame, *message});
             }
         }
         const TimePosition& time = getTimePosition();
@@ -195,7 +227,7 @@ protected:
         if (time.bbt.valid) {
             const double beats = (time.bbt.bar - 1) * static_cast<double>(time.bbt.beatsPerBar) +
                                  (time.bbt.beat - 1) + time.bbt.tick / time.bbt.ticksPerBeat;
-            transport = {time.bbt.beatsPerMinute, beats * 4.0 / time.bbt.beatType, time.playing};
+            transport = {time.bbt.beatsPerMinute, beats * QuartersPerBeat(time), time.playing};
         }
         const bool hasVoice = inputs[0] != nullptr && inputs[1] != nullptr;
         instrument.Process(

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // The entry of an LV2: that of its toolkit, but states have their paths mapped by the host, which toolkits
 // leave out. The build has the toolkit name its own entry OrphiaToolkitDescriptor.
+#include "host/common/Paths.h"
 #include "plugin/core/PluginState.h"
 
 #include <lv2/core/lv2.h>
@@ -35,13 +36,13 @@ public:
         : map(Feature<LV2_State_Map_Path>(features, LV2_STATE__mapPath)),
           free(Feature<LV2_State_Free_Path>(features, LV2_STATE__freePath)) {
         if (map != nullptr) {
-            PathMapping::OfThread() = {[this](const std::filesystem::path& file) {
-                                           return Take(map->abstract_path(map->handle, file.c_str()));
-                                       },
-                                       [this](const std::string& text) {
-                                           return std::filesystem::path(
-                                               Take(map->absolute_path(map->handle, text.c_str())));
-                                       }};
+            PathMapping::OfThread() = {
+                [this](const std::filesystem::path& file) {
+                    return Take(map->abstract_path(map->handle, orphia::host::TextOf(file).c_str()));
+                },
+                [this](const std::string& text) {
+                    return orphia::host::PathOf(Take(map->absolute_path(map->handle, text.c_str())));
+                }};
         }
     }
     ~HostPaths() { PathMapping::OfThread() = {}; }

@@ -26,11 +26,11 @@ inline PluginSong HostSong(double seconds = 0.5) {
     PluginSong song;
     song.voice = Syllables(seconds, 48000);
     song.events = {{at(0.0), message(0x90, 48, 100)},  {at(0.11), message(0x90, 55, 90)},
-                   {at(0.23), message(0xB0, 1, 90)},   {at(0.37), message(0xE0, 0x10, 0x4E)},
+                   {at(0.23), message(0xB0, 1, 90)},   {at(0.37), message(0xE0, 0x7F, 0x7F)},
                    {at(0.5), message(0x80, 48, 0)},    {at(0.5), message(0xB0, 64, 127)},
-                   {at(0.51), message(0x90, 60, 127)}, {at(0.7), message(0x80, 60, 0)},
-                   {at(0.75), message(0xE0, 0, 0x40)}, {at(0.8), message(0xB0, 64, 0)},
-                   {at(0.9), message(0x80, 55, 0)}};
+                   {at(0.51), message(0x90, 60, 127)}, {at(0.6), message(0xB0, 1, 10)},
+                   {at(0.7), message(0x80, 60, 0)},    {at(0.75), message(0xE0, 0, 0x40)},
+                   {at(0.8), message(0xB0, 64, 0)},    {at(0.9), message(0x80, 55, 0)}};
     song.frames = at(1.5) / 64 * 64;
     song.hasTransport = false;
     return song;

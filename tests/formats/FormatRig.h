@@ -48,8 +48,10 @@ inline std::string Bundles() {
 
 using MakePlugin = std::unique_ptr<HostedPlugin> (*)(bool isEffect);
 std::unique_ptr<HostedPlugin> OpenClap(bool isEffect);
+std::unique_ptr<HostedPlugin> OpenVst3(bool isEffect);
 std::unique_ptr<HostedPlugin> OpenLv2(bool isEffect);
 std::unique_ptr<HostedPlugin> OpenLightLv2(bool isEffect);
+std::unique_ptr<HostedPlugin> OpenPlainLv2(bool isEffect);
 
 struct Format {
     const char* name;

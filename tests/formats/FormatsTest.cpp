@@ -105,7 +105,7 @@ TEST(Formats, FollowTheHostsTempoAndItsLoops) {
         return Play(*plugin, song, block);
     };
     PluginSong song = Notes();
-    song.loop = 7000;
+    song.loop = 9000;
     const std::vector<float> expected = play(true, song.loop);
     ASSERT_FALSE(play(false, song.loop) == expected);
     ASSERT_FALSE(play(true, song.frames) == expected);

@@ -1,22 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "FormatRig.h"
+#include "Lv2Events.h"
 
 #include <lilv/lilv.h>
-#include <lv2/atom/atom.h>
-#include <lv2/atom/forge.h>
-#include <lv2/atom/util.h>
 #include <lv2/buf-size/buf-size.h>
-#include <lv2/midi/midi.h>
 #include <lv2/options/options.h>
 #include <lv2/patch/patch.h>
 #include <lv2/presets/presets.h>
 #include <lv2/state/state.h>
-#include <lv2/time/time.h>
-#include <lv2/urid/urid.h>
 #include <lv2/worker/worker.h>
 
-#include <array>
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <map>
@@ -25,22 +18,6 @@
 namespace orphia::test {
 
 namespace {
-
-/// Words for numbers, the same for all plug-ins.
-struct Words {
-    std::map<std::string, LV2_URID> numbers;
-    std::map<LV2_URID, std::string> words;
-    LV2_URID_Map map{this,
-                     [](void* self, const char* uri) { return static_cast<Words*>(self)->Number(uri); }};
-    LV2_URID_Unmap unmap{
-        this, [](void* self, LV2_URID number) { return static_cast<Words*>(self)->words[number].c_str(); }};
-
-    LV2_URID Number(const std::string& word) {
-        const auto [found, isNew] = numbers.try_emplace(word, static_cast<LV2_URID>(numbers.size() + 1));
-        words[found->second] = word;
-        return found->second;
-    }
-};
 
 /// The light one has its parameters as ports, in real values; the other one as properties, by positions.
 class Lv2Plugin final : public HostedPlugin {
@@ -54,7 +31,6 @@ public:
         if (plugin == nullptr) {
             throw std::runtime_error(uri + " is not there");
         }
-        lv2_atom_forge_init(&forge, &words.map);
         properties = FindProperties();
         controls.resize(lilv_plugin_get_num_ports(plugin));
         lilv_plugin_get_port_ranges_float(plugin, nullptr, nullptr, controls.data());
@@ -84,8 +60,8 @@ public:
         for (std::uint32_t port = 0; port < controls.size(); ++port) {
             lilv_instance_connect_port(instance, port, &controls[port]);
         }
-        lilv_instance_connect_port(instance, eventsIn, &in);
-        lilv_instance_connect_port(instance, eventsOut, &out);
+        lilv_instance_connect_port(instance, eventsIn, events.In());
+        lilv_instance_connect_port(instance, eventsOut, events.Out());
         lilv_instance_activate(instance);
     }
 
@@ -116,29 +92,13 @@ public:
             lilv_instance_connect_port(instance, side, sound[side]);
             lilv_instance_connect_port(instance, 2 + side, sound[side]);
         }
-        out.sequence.atom = {sizeof(out) - sizeof(LV2_Atom), words.Number(LV2_ATOM__Chunk)};
-        lv2_atom_forge_set_buffer(&forge, in.bytes.data(), in.bytes.size());
-        LV2_Atom_Forge_Frame sequence;
-        lv2_atom_forge_sequence_head(&forge, &sequence, 0);
-        if (transport != nullptr && transport->beat != nextBeat) {
-            WritePosition(*transport);
-        }
-        for (const auto& [property, position] : turns) {
-            WriteTurn(property, position);
-        }
+        events.Write(frames, messages, transport, [this](LV2_Atom_Forge& forge) {
+            for (const auto& [property, position] : turns) {
+                WriteTurn(forge, property, position);
+            }
+        });
         turns.clear();
-        for (const host::TimedEvent& event : messages) {
-            const auto& message = std::get<host::MidiMessage>(event.what);
-            lv2_atom_forge_frame_time(&forge, event.frame);
-            lv2_atom_forge_atom(&forge, 3, words.Number(LV2_MIDI__MidiEvent));
-            const std::array<std::uint8_t, 3> bytes{message.status, message.data1, message.data2};
-            lv2_atom_forge_write(&forge, bytes.data(), bytes.size());
-        }
-        lv2_atom_forge_pop(&forge, &sequence);
         lilv_instance_run(instance, frames);
-        if (transport != nullptr) {
-            nextBeat = transport->beat + frames / framesPerExactBeat;
-        }
     }
 
     std::uint32_t Latency() override { return static_cast<std::uint32_t>(controls[latencyPort]); }
@@ -209,31 +169,7 @@ private:
         return found;
     }
 
-    /// Hosts tell it when it is not where it would be by itself.
-    void WritePosition(const host::Transport& transport) {
-        constexpr double beatsPerBar = 4.0;
-        const double bar = std::floor(transport.beat / beatsPerBar);
-        LV2_Atom_Forge_Frame object;
-        lv2_atom_forge_frame_time(&forge, 0);
-        lv2_atom_forge_object(&forge, &object, 0, words.Number(LV2_TIME__Position));
-        const auto write = [&](const char* key, double value) {
-            lv2_atom_forge_key(&forge, words.Number(key));
-            lv2_atom_forge_float(&forge, static_cast<float>(value));
-        };
-        lv2_atom_forge_key(&forge, words.Number(LV2_TIME__bar));
-        lv2_atom_forge_long(&forge, static_cast<std::int64_t>(bar));
-        lv2_atom_forge_key(&forge, words.Number(LV2_TIME__beatUnit));
-        lv2_atom_forge_int(&forge, 4);
-        lv2_atom_forge_key(&forge, words.Number(LV2_TIME__beat));
-        lv2_atom_forge_double(&forge, transport.beat);
-        write(LV2_TIME__barBeat, transport.beat - bar * beatsPerBar);
-        write(LV2_TIME__beatsPerBar, beatsPerBar);
-        write(LV2_TIME__beatsPerMinute, transport.tempo);
-        write(LV2_TIME__speed, transport.isPlaying ? 1.0 : 0.0);
-        lv2_atom_forge_pop(&forge, &object);
-    }
-
-    void WriteTurn(const std::string& property, float position) {
+    void WriteTurn(LV2_Atom_Forge& forge, const std::string& property, float position) {
         LV2_Atom_Forge_Frame object;
         lv2_atom_forge_frame_time(&forge, 0);
         lv2_atom_forge_object(&forge, &object, 0, words.Number(LV2_PATCH__Set));
@@ -302,11 +238,6 @@ private:
     static constexpr std::uint32_t latencyPort = 6;
     static constexpr std::int32_t longestBlock = longest;
 
-    union Sequence {
-        LV2_Atom_Sequence sequence;
-        std::array<std::uint8_t, 65536> bytes;
-    };
-
     Words words;
     LilvWorld* world;
     const LilvPlugin* plugin = nullptr;
@@ -317,10 +248,7 @@ private:
     Properties properties;
     std::map<std::string, float> turns;
     std::vector<float> controls;
-    double nextBeat = -1.0;
-    LV2_Atom_Forge forge{};
-    Sequence in{};
-    Sequence out{};
+    Lv2Events events{words};
 };
 
 } // namespace

@@ -3,6 +3,7 @@
 
 namespace orphia::test {
 
-const std::vector<Format> formats{{"clap", OpenClap, 37}};
+const std::vector<Format> formats{
+    {"clap", OpenClap, 37}, {"vst3", OpenVst3, 0}, {"light lv2", OpenPlainLv2, 0}};
 
 } // namespace orphia::test
