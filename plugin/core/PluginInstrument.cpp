@@ -39,8 +39,6 @@ void PluginInstrument::Deactivate() {
     inside->isActive = false;
 }
 
-bool PluginInstrument::IsActive() const { return inside->isActive; }
-
 void PluginInstrument::SetOffline(bool isOffline) { inside->stage.isOffline = isOffline; }
 
 std::uint32_t PluginInstrument::LatencyFrames() const { return inside->latency; }

@@ -83,7 +83,6 @@ public:
     /// taken as the nearest one from 8 to 384 kHz.
     void Activate(double sampleRate);
     void Deactivate();
-    bool IsActive() const;
     /// Rendering need not be in time.
     void SetOffline(bool isOffline);
 

@@ -3,7 +3,6 @@
 
 #include "plugin/core/PluginInstrument.h"
 
-#include <array>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -12,9 +11,6 @@
 #include <vector>
 
 namespace orphia::panel {
-
-/// Where the macros lead, all sixteen.
-using MacroSet = std::array<plugin::Macro, plugin::PluginParameters::macroCount>;
 
 /// All that a player does on the panel goes through here, so that all of it can be undone: turned controls,
 /// patched cables, macros, samples, presets. For the message thread.

@@ -16,7 +16,6 @@ public:
     /// Of the scale from -60 to 0 dB, 0 to 1.
     float Level() const { return Height(level); }
     float Peak() const { return Height(peak); }
-    float PeakDecibels() const { return peak; }
     bool HasClipped() const { return clipped; }
     void Unclip() { clipped = false; }
 

@@ -100,9 +100,8 @@ public:
     /// Bit d is set when at least one source reaches destination d.
     u32 RoutedDestinations() const;
 
-    /// Set-up only: they may allocate.
+    /// Set-up only: it may allocate.
     void AddRoutingObserver(IRoutingObserver& observer) { observers.push_back(&observer); }
-    void RemoveRoutingObserver(IRoutingObserver& observer) { std::erase(observers, &observer); }
 
 protected:
     ModulationsBase(std::string moduleName, u32 alwaysChangedSources);

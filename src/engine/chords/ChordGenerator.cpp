@@ -83,7 +83,6 @@ void ChordGenerator::UpdateRecording() {
     if (!Changed(RecordMode)) {
         return;
     }
-    recordDone = false;
     if (recording && Value(RecordMode) < 0.5F) {
         FinishRecording();
     }
@@ -105,7 +104,6 @@ void ChordGenerator::FinishRecording() {
     LetGo(aboveOwnNote);
     intervals = 0;
     Take(0);
-    recordDone = true;
     for (; note < NoteSet::size && note - root < maxIntervals; note = recordedNotes.Next(note + 1)) {
         Take(note - root);
     }

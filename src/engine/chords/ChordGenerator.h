@@ -36,8 +36,6 @@ public:
 
     /// While channels are ignored, as they are at first, keys of one number are one key on all channels.
     void SetIgnoreChannel(bool ignore) { keys.SetIgnoreChannel(ignore); }
-    /// The last take gave a chord.
-    bool HasRecorded() const { return recordDone; }
 
 private:
     void UpdateChordOn();
@@ -54,7 +52,6 @@ private:
 
     bool chordOn = false;
     bool recording = false;
-    bool recordDone = false;
     bool flushRequested = false;
     bool flagsAreUnread = false;
     /// Notes that no key holds any longer may sound.

@@ -78,9 +78,6 @@ public:
     float VoiceAftertouch(u32 voice) const;
     /// 0 to 1, what source 7 of the voice gets; 0 with MPE off.
     float VoiceBrightness(u32 voice) const;
-    bool IsMpeEnabled() const { return isMpe; }
-    /// False at the start, so that the hook is first called when it becomes true.
-    bool IsAftertouchPerVoice() const { return isPerVoice; }
 
 protected:
     /// Binds source 5 of the voices to buffers of their own (true) or to the global one (false).

@@ -76,8 +76,6 @@ public:
 
     bool IsSustained() const { return sustain; }
     bool IsMono() const { return isMono; }
-    u32 Polyphony() const { return polyphony; }
-    u32 Unison() const { return unison; }
 
     /// 1 slides a new note onto the running voice of the mono mode.
     void SetLegato(i32 newLegato) { legato = newLegato; }

@@ -85,9 +85,6 @@ public:
 
     /// Of the last block: the played voices, then the tracked ones.
     std::span<const u32> ActiveVoices() const { return activeVoices; }
-    std::span<const u32> TrackedVoices() const { return trackedVoices; }
-    /// Some voice ran in the last block.
-    bool HasActiveVoices() const { return hasActiveVoices; }
     /// Makes the noise waveforms of all voices reproducible.
     void SeedNoise(u32 seed);
     /// Saw and triangle of all voices driven without aliases of their folds, half a sample late.

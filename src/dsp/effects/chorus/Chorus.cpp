@@ -64,7 +64,7 @@ ChorusSettings Chorus::ReadSettings(const ProcessContext& context) {
     now.mix = HeldValue(DryWet, context);
     now.delayMs = HeldValue(Delay, context);
     now.depthMs = HeldValue(Depth, context);
-    now.rateHz = CycleHz(context);
+    now.rateHz = CycleHz({Freq, TempoSync, SyncRate}, Limits::fastestHz, context);
     now.feedback = HeldValue(Feedback, context);
     now.width = HeldValue(Width, context);
     now.stereoMode = HeldStep(StereoMode);
@@ -76,13 +76,6 @@ ChorusSettings Chorus::ReadSettings(const ProcessContext& context) {
     now.drift = HeldValue(Drift, context);
     now.wetGainDb = HeldValue(WetGain, context);
     return now;
-}
-
-float Chorus::CycleHz(const ProcessContext& context) {
-    const float free = HeldValue(Freq, context);
-    return IsOn(TempoSync) ? Within(SyncRates::CycleHz(HeldValue(SyncRate, context), context.tempo, free),
-                                    0.0F, Limits::fastestHz)
-                           : free;
 }
 
 void Chorus::FollowSong(const ProcessContext& context) {

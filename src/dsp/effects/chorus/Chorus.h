@@ -88,7 +88,6 @@ private:
     ChorusSettings ReadSettings(const ProcessContext& context) override;
     void FollowSong(const ProcessContext& context) override;
     void StartMotion() override;
-    float CycleHz(const ProcessContext& context);
 
     bool IsAtRest() const;
     void StepDelays();

@@ -65,7 +65,7 @@ FlangerSettings Flanger::ReadSettings(const ProcessContext& context) {
     now.delayMs = HeldValue(Delay, context);
     now.depthMs = HeldValue(Depth, context);
     now.manualMs = HeldValue(Manual, context);
-    now.rateHz = CycleHz(context);
+    now.rateHz = CycleHz({Freq, TempoSync, SyncRate}, Limits::fastestHz, context);
     now.feedback = HeldValue(Feedback, context);
     now.shape = HeldStep(LFOShape);
     now.stereoPhase = HeldValue(StereoPhase, context) / degreesPerCycle;
@@ -77,13 +77,6 @@ FlangerSettings Flanger::ReadSettings(const ProcessContext& context) {
     now.drive = HeldValue(Drive, context);
     now.wetGainDb = HeldValue(WetGain, context);
     return now;
-}
-
-float Flanger::CycleHz(const ProcessContext& context) {
-    const float free = HeldValue(Freq, context);
-    return IsOn(TempoSync) ? Within(SyncRates::CycleHz(HeldValue(SyncRate, context), context.tempo, free),
-                                    0.0F, Limits::fastestHz)
-                           : free;
 }
 
 void Flanger::FollowSong(const ProcessContext& context) {

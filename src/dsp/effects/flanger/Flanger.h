@@ -93,7 +93,6 @@ private:
     };
 
     FlangerSettings ReadSettings(const ProcessContext& context) override;
-    float CycleHz(const ProcessContext& context);
     void FollowSong(const ProcessContext& context) override;
     void StartMotion() override;
     bool IsAtRest() const;

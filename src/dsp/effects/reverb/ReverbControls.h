@@ -13,8 +13,6 @@ namespace Velmora::dsp {
 /// The settings of a reverb in their own units, within the bounds that it can render.
 struct ReverbSettings {
     static constexpr float longestPreDelaySeconds = 0.5F;
-    static constexpr float shortestDecaySeconds = 0.05F;
-    static constexpr float longestDecaySeconds = 60.0F;
     static constexpr float smallestSize = 0.25F;
     static constexpr float largestSize = 2.0F;
     /// The low-passes are off at the highest corner.

@@ -3,6 +3,7 @@
 
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/UnitModule.h"
+#include "dsp/math/SyncRates.h"
 #include "dsp/modulation/ModulationChannels.h"
 
 #include <array>
@@ -13,6 +14,13 @@
 #include <vector>
 
 namespace Velmora::dsp {
+
+/// The ids of the parameters behind the rate of an oscillator that can follow the tempo.
+struct CycleParameters {
+    u32 rate;
+    u32 tempoSync;
+    u32 syncRate;
+};
 
 /// The frame of an effect whose controls glide. Once a block it reads its settings if a parameter, a
 /// modulation or the tempo moved, and sets the targets of its controls if a setting did; after a reset these
@@ -73,6 +81,13 @@ protected:
     /// Of a parameter of steps that are whole numbers from 0 up.
     u32 HeldStep(u32 id) { return static_cast<u32>(std::lround(UnitModule::HeldValue(id))); }
     bool IsOn(u32 id) { return Value(id) > 0.5F; }
+    /// In Hz, 0 to fastestHz: as the tempo has it where there is one to follow, else as the knob has it.
+    float CycleHz(const CycleParameters& ids, float fastestHz, const ProcessContext& context) {
+        const float free = HeldValue(ids.rate, context);
+        const auto step = static_cast<float>(HeldStep(ids.syncRate));
+        return Within(IsOn(ids.tempoSync) ? SyncRates::CycleHz(step, context.tempo, free) : free, 0.0F,
+                      fastestHz);
+    }
 
     Settings settings;
     Controls controls;

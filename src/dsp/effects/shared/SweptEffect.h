@@ -113,9 +113,8 @@ protected:
         sweep.attackMs = this->HeldValue(ids.attack, context);
         sweep.releaseMs = this->HeldValue(ids.release, context);
         sweep.oscillator.shape = this->HeldStep(ids.shape);
-        const float hz = this->HeldValue(ids.rate, context);
-        const float inTime = SyncRates::CycleHz(static_cast<float>(sweep.syncStep), context.tempo, hz);
-        sweep.oscillator.rateHz = Within(sweep.isInTime ? inTime : hz, 0.0F, SweepLfoSettings::fastestHz);
+        sweep.oscillator.rateHz =
+            this->CycleHz({ids.rate, ids.tempoSync, ids.syncRate}, SweepLfoSettings::fastestHz, context);
     }
 
     void FollowSong(const ProcessContext& context) final { controls.sweep.FollowSong(context); }
