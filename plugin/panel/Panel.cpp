@@ -7,7 +7,7 @@
 #include "plugin/panel/frame/MacroStrip.h"
 #include "plugin/panel/frame/Notice.h"
 #include "plugin/panel/look/PanelLook.h"
-#include "plugin/panel/model/Layout.h"
+#include "plugin/panel/model/layout/Layout.h"
 #include "plugin/panel/model/PanelModel.h"
 #include "plugin/panel/model/samples/SampleDrop.h"
 #include "plugin/panel/pages/Page.h"

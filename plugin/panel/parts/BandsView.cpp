@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/parts/BandsView.h"
 
-#include "plugin/panel/model/Layout.h"
+#include "plugin/panel/model/layout/Layout.h"
 #include "plugin/panel/parts/BandBars.h"
 
 #include <array>

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "plugin/panel/controls/ParameterControl.h"
-#include "plugin/panel/model/Layout.h"
+#include "plugin/panel/model/layout/Layout.h"
 
 #include <memory>
 #include <vector>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/look/Palette.h"
 #include "plugin/panel/model/Keys.h"
-#include "plugin/panel/model/Layout.h"
+#include "plugin/panel/model/layout/Layout.h"
 
 #include <gtest/gtest.h>
 

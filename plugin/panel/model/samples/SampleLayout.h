@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "plugin/panel/model/Layout.h"
+#include "plugin/panel/model/layout/Layout.h"
 
 #include <cstdint>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Which controls of the sources stand beside the matrix of modulation.
-#include "plugin/panel/model/Layout.h"
+#include "plugin/panel/model/layout/Layout.h"
 
 #include <array>
 

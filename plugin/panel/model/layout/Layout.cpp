@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "plugin/panel/model/Layout.h"
+#include "plugin/panel/model/layout/Layout.h"
 
 #include <algorithm>
 
