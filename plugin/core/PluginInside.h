@@ -9,6 +9,9 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -56,12 +59,44 @@ struct PluginInstrument::Inside {
     void StartLoader();
     void StopLoader();
     void LoadWantedProgram();
+    /// Of a state that is announced: which one it is, and for which rate it is built.
+    struct Ticket {
+        std::uint32_t generation = 0;
+        std::uint32_t rate = 0;
+    };
     bool Load(const PluginState& state);
+    std::optional<Ticket> Announce(const PluginState& state);
+    bool Finish(const PluginState& state, Ticket ticket);
+    std::optional<PluginState> ReadState(std::string_view text, const PathMapping& mapping);
+    std::optional<PluginState> ReadProgram(std::uint32_t index);
     bool LoadProgram(std::uint32_t index);
     std::unique_ptr<Seat> Build(const PluginState& state, std::uint32_t sampleRate, std::uint32_t generation);
 
+    /// What the builder does: a state that is announced, or samples.
+    struct Job {
+        SampleOrder order;
+        std::optional<Ticket> ticket;
+        PluginState state;
+        /// Of `stateLoads`, when samples were ordered.
+        std::uint32_t stateLoads = 0;
+        bool isCancelled = false;
+    };
+    void Begin(const PluginState& state);
+    void StopBuilder();
+    void BuildAll();
+    void LoadOrdered(const Job& job);
+    static std::string LeaveOutBad(SampleOrder& order);
+    std::unique_ptr<Seat> BuildWith(const std::map<std::uint32_t, std::filesystem::path>& base,
+                                    SamplesDone& done, std::uint32_t builtRate);
+
     // ---- Under `control`
 
+    using SamplePaths = std::map<std::uint32_t, std::filesystem::path>;
+    void AddJob(Job job);
+    const SamplePaths& PathsNow() const;
+    void ShowComing(const PluginState& state);
+    PluginState TakeOver(std::uint32_t generation);
+    void Commit(SamplesDone& done, std::unique_ptr<Seat> seat, std::uint32_t builtRate);
     void Publish(const PluginState& state, std::unique_ptr<Seat> seat);
     void ShowFrame(const PluginState& state);
     void SetMacros(const Stage::Macros& next);
@@ -123,6 +158,16 @@ struct PluginInstrument::Inside {
 
     std::mutex messagesLock;
     std::vector<std::string> messages;
+
+    /// In order; the first is at work.
+    std::deque<Job> jobs;
+    std::atomic<std::size_t> jobCount{0};
+    std::deque<SamplesDone> samplesDone;
+    /// How often a state was loaded that is no program.
+    std::uint32_t stateLoads = 0;
+    std::thread builder;
+    std::condition_variable builderWakes;
+    bool builderEnds = false;
 
     std::thread loader;
     std::mutex loaderLock;

@@ -91,7 +91,8 @@ MidiLearn& PluginInstrument::Controllers() { return inside->stage.learn; }
 
 Macro PluginInstrument::MacroOf(unsigned macro) const {
     const Inside::Lock lock = inside->TakeControl();
-    return macro < inside->macros.size() ? inside->macros[macro] : Macro();
+    const Stage::Macros& macros = inside->incoming ? inside->incoming->macros : inside->macros;
+    return macro < macros.size() ? macros[macro] : Macro();
 }
 
 void PluginInstrument::AssignMacro(unsigned macro, const Macro& assignment) {
@@ -100,15 +101,15 @@ void PluginInstrument::AssignMacro(unsigned macro, const Macro& assignment) {
     }
     const Inside::Lock lock = inside->TakeControl();
     const auto& parameters = host::ParameterCatalog::OfInstrument().Parameters();
-    Stage::Macros next = inside->macros;
-    Macro& changed = next[macro];
-    changed = {assignment.name, {}};
+    Macro changed{assignment.name, {}};
     for (const MacroTarget& target : assignment.targets) {
         if (target.id < parameters.size() && parameters[target.id].IsSettable() &&
             changed.targets.size() < Macro::mostTargets) {
             changed.targets.push_back(target);
         }
     }
+    Stage::Macros next = inside->macros;
+    next[macro] = changed;
     inside->SetMacros(next);
     if (inside->incoming) {
         inside->incoming->macros[macro] = changed;

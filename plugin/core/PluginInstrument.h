@@ -20,6 +20,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orphia::plugin {
@@ -137,11 +138,44 @@ public:
 
     /// A sample from 0: the file that it plays or, when it is missing, should play; empty for none.
     std::filesystem::path SamplePath(std::uint32_t sample);
-    /// An empty path clears it. False when there is no such sound; the path is kept.
-    bool LoadSample(std::uint32_t sample, const std::filesystem::path& path);
-    /// Several at once, by the sample, with one change of the sound; the rest stays. False when one of them
-    /// is no such sound.
-    bool LoadSamples(const std::map<std::uint32_t, std::filesystem::path>& paths);
+
+    /// Samples that are to be read without anybody waiting for them.
+    struct SampleOrder {
+        /// By the sample, from 0; an empty path clears it.
+        std::map<std::uint32_t, std::filesystem::path> paths;
+        /// Positions of the engine's parameters that are set along with a sample.
+        std::map<std::uint32_t, std::vector<std::pair<std::uint32_t, float>>> positions = {};
+        /// Not of interest here: what who follows the order wants to know of it.
+        std::string name = {};
+        std::string remark = {};
+    };
+    /// What became of one.
+    struct SamplesDone {
+        /// Without those that are no sound.
+        SampleOrder order;
+        /// Why something of it was not taken; empty when all was.
+        std::string problem;
+        /// The states before and after; the same when nothing was taken.
+        std::string before;
+        std::string after;
+    };
+    /// A thread of the instrument's own reads them, while all else goes on; then they are there with one
+    /// change of the sound. One that is no sound leaves what was there. Orders are done one after the other,
+    /// whoever looks. A state that is loaded meanwhile, and a program with samples of its own, make void what
+    /// was ordered before.
+    void OrderSamples(SampleOrder order);
+    /// The newest order that is not done is not done at all. False when all are done.
+    bool CancelSamples();
+    /// What is ordered and not there yet.
+    std::map<std::uint32_t, std::filesystem::path> OrderedSamples() const;
+    /// Each once, in order. Those that nobody takes are kept up to a handful.
+    std::optional<SamplesDone> TakeSamplesDone();
+    /// As LoadState and LoadProgram, but they come back at once: positions are those of the new sound, and
+    /// what is set is for it, while the old one sounds until a thread has built the other.
+    bool BeginState(std::string_view text);
+    bool BeginProgram(std::uint32_t index);
+    /// Something of OrderSamples, BeginState or BeginProgram is on its way. Any thread.
+    bool IsLoading() const;
 
     struct Program {
         std::string id;

@@ -40,7 +40,10 @@ PluginInstrument::Inside::Inside(const Options& given)
     exchange.TakeTold([](std::uint32_t) {});
 }
 
-PluginInstrument::Inside::~Inside() { StopLoader(); }
+PluginInstrument::Inside::~Inside() {
+    StopLoader();
+    StopBuilder();
+}
 
 void PluginInstrument::Inside::Say(std::string message) {
     const std::scoped_lock lock(messagesLock);
@@ -145,23 +148,30 @@ std::unique_ptr<Seat> PluginInstrument::Inside::Build(const PluginState& state, 
 }
 
 bool PluginInstrument::Inside::Load(const PluginState& state) {
-    std::uint32_t generation = 0;
-    std::uint32_t builtRate = 0;
+    std::optional<Ticket> ticket;
     {
         const Lock lock = TakeControl();
-        generation = newest + 1;
-        newest = generation;
-        builtRate = rate;
-        incoming = state;
-        if (rate == 0 || engine == nullptr) {
-            Publish(state, nullptr);
-            incoming->controllers.reset();
-            return true;
-        }
+        ticket = Announce(state);
     }
-    std::unique_ptr<Seat> seat = Build(state, builtRate, generation);
+    return !ticket || Finish(state, *ticket);
+}
+
+/// Under `control`. No ticket when there is nothing to build.
+std::optional<PluginInstrument::Inside::Ticket> PluginInstrument::Inside::Announce(const PluginState& state) {
+    newest = newest + 1;
+    incoming = state;
+    if (rate == 0 || engine == nullptr) {
+        Publish(state, nullptr);
+        incoming->controllers.reset();
+        return std::nullopt;
+    }
+    return Ticket{newest, rate};
+}
+
+bool PluginInstrument::Inside::Finish(const PluginState& state, Ticket ticket) {
+    std::unique_ptr<Seat> seat = Build(state, ticket.rate, ticket.generation);
     const Lock lock = TakeControl();
-    if (generation != newest) {
+    if (ticket.generation != newest) {
         return seat != nullptr;
     }
     if (seat == nullptr) {
@@ -171,10 +181,11 @@ bool PluginInstrument::Inside::Load(const PluginState& state) {
         }
         return false;
     }
-    if (builtRate != rate) {
+    if (ticket.rate != rate) {
         seat->instrument.SetSampleRate(rate);
     }
-    Publish(state, std::move(seat));
+    // With what has become of it since: macros are assigned to what comes.
+    Publish(incoming ? PluginState(*incoming) : state, std::move(seat));
     return true;
 }
 
@@ -256,17 +267,10 @@ PluginState PluginInstrument::Inside::Unbuilt() const {
         state = Frame();
         state.preset = preset;
     }
-    const auto set = [&state](std::uint32_t id, float position) {
-        auto& settings = state.preset.settings;
-        const auto found = std::find_if(settings.begin(), settings.end(),
-                                        [id](const host::ParameterSetting& other) { return other.id == id; });
-        auto& setting = found != settings.end() ? *found : settings.emplace_back();
-        setting = host::SettingAt(Catalog(), id, position);
-    };
     const auto engineCount = static_cast<std::uint32_t>(Catalog().Parameters().size());
     exchange.LookAtWishes(newest, [&](std::uint32_t index, float position) {
         if (index < engineCount) {
-            set(index, position);
+            state.SetPosition(index, position);
             return;
         }
         if (index == exchange.Count() - 1) {
@@ -277,7 +281,7 @@ PluginState PluginInstrument::Inside::Unbuilt() const {
         for (const MacroTarget& target : state.macros[index - engineCount].targets) {
             // What is wished for by itself has its own place, as in Stage::MoveMacro.
             if (!exchange.IsWanted(target.id)) {
-                set(target.id, target.At(position));
+                state.SetPosition(target.id, target.At(position));
             }
         }
     });

@@ -17,13 +17,6 @@ namespace {
 constexpr std::uint32_t programsPerBank = 128;
 constexpr std::string_view defaultId = "default";
 
-/// Paths in messages and presets alike begin at the root.
-std::filesystem::path Whole(const std::filesystem::path& path) {
-    std::error_code error;
-    const std::filesystem::path whole = path.empty() ? path : std::filesystem::absolute(path, error);
-    return error ? path : whole.lexically_normal();
-}
-
 } // namespace
 
 ProgramList::ProgramList(const std::optional<std::filesystem::path>& folder)
@@ -49,7 +42,8 @@ std::optional<std::uint32_t> ProgramList::IndexOf(std::int32_t bankAndNumber) co
     return index < (isFactory ? factoryCount : programs.size()) ? std::optional(index) : std::nullopt;
 }
 
-bool PluginInstrument::Inside::LoadProgram(std::uint32_t index) {
+/// Nothing when there is no such program.
+std::optional<PluginState> PluginInstrument::Inside::ReadProgram(std::uint32_t index) {
     PluginState state;
     std::shared_ptr<const ProgramList> list;
     {
@@ -59,7 +53,7 @@ bool PluginInstrument::Inside::LoadProgram(std::uint32_t index) {
         state.controllers.reset();
     }
     if (index >= list->programs.size()) {
-        return false;
+        return std::nullopt;
     }
     std::vector<std::string> warnings;
     try {
@@ -70,11 +64,16 @@ bool PluginInstrument::Inside::LoadProgram(std::uint32_t index) {
         }
     } catch (const std::exception& error) {
         Say(error.what());
-        return false;
+        return std::nullopt;
     }
     std::for_each(warnings.begin(), warnings.end(), [this](const std::string& each) { Say(each); });
     state.program = list->programs[index].id;
-    return Load(state);
+    return state;
+}
+
+bool PluginInstrument::Inside::LoadProgram(std::uint32_t index) {
+    const std::optional<PluginState> state = ReadProgram(index);
+    return state && Load(*state);
 }
 
 /// Those that came by a message, on the loader's thread.
@@ -106,56 +105,32 @@ std::string PluginInstrument::SaveState(const PathMapping& mapping) {
     return FormatState(inside->CurrentState(), mapping);
 }
 
-bool PluginInstrument::LoadState(std::string_view text, const PathMapping& mapping) {
+/// Nothing for a text that is no state. What was ordered for the sound before is void.
+std::optional<PluginState> PluginInstrument::Inside::ReadState(std::string_view text,
+                                                               const PathMapping& mapping) {
     std::vector<std::string> warnings;
     try {
-        const PluginState state = ParseState(text, warnings, mapping);
-        std::for_each(warnings.begin(), warnings.end(),
-                      [this](const std::string& each) { inside->Say(each); });
-        return inside->Load(state);
+        PluginState state = ParseState(text, warnings, mapping);
+        std::for_each(warnings.begin(), warnings.end(), [this](const std::string& each) { Say(each); });
+        const Lock lock = TakeControl();
+        ++stateLoads;
+        return state;
     } catch (const std::exception& error) {
-        inside->Say(error.what());
-        return false;
+        Say(error.what());
+        return std::nullopt;
     }
+}
+
+bool PluginInstrument::LoadState(std::string_view text, const PathMapping& mapping) {
+    const std::optional<PluginState> state = inside->ReadState(text, mapping);
+    return state && inside->Load(*state);
 }
 
 std::filesystem::path PluginInstrument::SamplePath(std::uint32_t sample) {
     const Inside::Lock lock = inside->TakeControl();
-    const auto& samples = inside->incoming ? inside->incoming->preset.samples : inside->identity.samples;
-    const bool isNamed = samples && samples->contains(sample);
-    return isNamed ? samples->at(sample) : std::filesystem::path();
-}
-
-bool PluginInstrument::LoadSample(std::uint32_t sample, const std::filesystem::path& path) {
-    return LoadSamples({{sample, path}});
-}
-
-bool PluginInstrument::LoadSamples(const std::map<std::uint32_t, std::filesystem::path>& paths) {
-    if (paths.empty() || paths.rbegin()->first >= host::Preset::sampleCount) {
-        return paths.empty();
-    }
-    PluginState state;
-    {
-        const Inside::Lock lock = inside->TakeControl();
-        state = inside->CurrentState();
-        state.controllers.reset();
-    }
-    if (!state.preset.samples) {
-        state.preset.samples.emplace();
-    }
-    for (const auto& [sample, path] : paths) {
-        if (path.empty()) {
-            state.preset.samples->erase(sample);
-        } else {
-            (*state.preset.samples)[sample] = Whole(path);
-        }
-    }
-    inside->Load(state);
-    const Inside::Lock lock = inside->TakeControl();
-    return std::ranges::all_of(paths, [this](const auto& each) {
-        return each.second.empty() ||
-               (inside->newestSeat != nullptr && inside->newestSeat->instrument.HasSample(each.first));
-    });
+    const Inside::SamplePaths& paths = inside->PathsNow();
+    const auto found = paths.find(sample);
+    return found != paths.end() ? found->second : std::filesystem::path();
 }
 
 std::vector<PluginInstrument::Program> PluginInstrument::Programs() const { return *SharedPrograms(); }
@@ -207,6 +182,9 @@ bool PluginInstrument::SaveProgram(const std::string& id, const std::string& nam
             preset.name = name;
             host::WritePreset(folder / (id + ".json"), preset, Catalog());
             inside->program = id;
+            if (inside->incoming) {
+                inside->incoming->program = id;
+            }
         }
         RefreshPrograms();
         return true;

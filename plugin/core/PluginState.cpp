@@ -184,6 +184,14 @@ PathMapping& PathMapping::OfThread() {
     return mapping;
 }
 
+void PluginState::SetPosition(std::uint32_t id, float position) {
+    auto& settings = preset.settings;
+    const auto found = std::find_if(settings.begin(), settings.end(),
+                                    [id](const host::ParameterSetting& other) { return other.id == id; });
+    auto& setting = found != settings.end() ? *found : settings.emplace_back();
+    setting = host::SettingAt(Catalog(), id, position);
+}
+
 std::string FormatState(const PluginState& state, const PathMapping& mapping) {
     Json root = Json::parse(host::FormatPreset(state.preset, Catalog()));
     if (mapping.toState) {

@@ -60,6 +60,9 @@ struct PluginState {
     std::string program;
     /// Without them those that are there stay.
     std::optional<MidiLearn::Assignments> controllers;
+
+    /// Of a parameter of the engine, among the settings of the preset.
+    void SetPosition(std::uint32_t id, float position);
 };
 
 std::string FormatState(const PluginState& state, const PathMapping& mapping = {});

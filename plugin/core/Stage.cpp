@@ -310,8 +310,9 @@ void Stage::PublishMeters() {
     }
 }
 
+/// Not of one that is about to leave: what is shown is the next one's already.
 void Stage::PublishReadings() {
-    if (!watch.IsOn()) {
+    if (!watch.IsOn() || seats.IsOffered()) {
         return;
     }
     for (const std::uint32_t id : readable) {

@@ -7,8 +7,8 @@
 #include "plugin/panel/frame/MacroStrip.h"
 #include "plugin/panel/frame/Notice.h"
 #include "plugin/panel/look/PanelLook.h"
-#include "plugin/panel/model/layout/Layout.h"
 #include "plugin/panel/model/PanelModel.h"
+#include "plugin/panel/model/layout/Layout.h"
 #include "plugin/panel/model/samples/SampleDrop.h"
 #include "plugin/panel/pages/Page.h"
 #include "plugin/panel/parts/SectionView.h"
@@ -166,7 +166,7 @@ bool Panel::keyPressed(const juce::KeyPress& key) {
     const juce::ModifierKeys mods = key.getModifiers();
     const int code = key.getKeyCode();
     if (mods.isCommandDown() && (code == 'Z' || code == 'z')) {
-        mods.isShiftDown() ? history.Redo() : history.Undo();
+        mods.isShiftDown() ? history.Redo() : inside->model.Undo();
         return true;
     }
     if (mods.isCommandDown() && (code == 'Y' || code == 'y')) {

@@ -25,7 +25,7 @@ TEST(Formats, ASampleMovesWithTheProjectOfItsHost) {
     const auto core = Plugin(presets);
     core->Activate(pluginRate);
     core->SetPosition(IdOf("Modulator_ExternalInput"), 0.0F);
-    ASSERT_TRUE(core->LoadSample(0, project / "beat.wav"));
+    ASSERT_TRUE(LoadNow(*core, {{0, project / "beat.wav"}}));
     ASSERT_TRUE(core->SaveProgram("mine", "Mine"));
     const auto expected = Play(*core, Notes());
     ASSERT_GT(Loudest(expected), 0.01F);

@@ -6,6 +6,7 @@
 #include "panel/PanelHands.h"
 #include "panel/PanelRig.h"
 #include "plugin/HeldResources.h"
+#include "plugin/PluginRig.h"
 #include "plugin/panel/frame/Header.h"
 #include "plugin/panel/frame/Notice.h"
 #include "plugin/panel/model/samples/SampleSlots.h"
@@ -85,8 +86,11 @@ struct SampleDesk {
         hands.DropFile();
         Settle();
     }
-    /// Lets messages come through and pictures be read.
+    /// Lets messages come through and files be read.
     void Settle() {
+        while (rig.instrument.IsLoading()) {
+            PanelHands::Wait(5);
+        }
         for (int n = 0; n < 8; ++n) {
             PanelHands::Wait(20);
             rig.Play(0.1);
@@ -195,6 +199,7 @@ TEST(SamplesPage, FillsFromAFolderAndFindsWhatIsMissing) {
     desk.ButtonOf("Sample 2, b.wav")->grabKeyboardFocus();
     desk.hands.Key(juce::KeyPress::downKey);
     desk.hands.Key(juce::KeyPress::deleteKey);
+    desk.Settle();
     EXPECT_TRUE(desk.rig.instrument.SamplePath(2).empty());
     EXPECT_FALSE(desk.rig.instrument.SamplePath(1).empty());
 }
@@ -230,6 +235,7 @@ TEST(SamplesPage, IsNotNeededToDropSoundsOnAnyPageWhichTellsWhereTheyWent) {
     desk.hands.DragFile(cells, second, (desk.folder / "z.wav").string());
     EXPECT_EQ(desk.Told(), "Drop it to load sample 2");
     desk.hands.DropFile();
+    desk.Settle();
     EXPECT_EQ(desk.rig.instrument.SamplePath(1), desk.folder / "z.wav") << "it is dropped on that one";
     desk.rig.panel.ShowPage(desk.number);
     desk.rig.panel.Tick(0.03);
@@ -249,12 +255,34 @@ TEST(SamplesPage, IsNotNeededToDropSoundsOnAnyPageWhichTellsWhereTheyWent) {
     EXPECT_EQ(desk.Told(), "");
 }
 
+TEST(SamplesPage, LoadsALongSoundWhileAllElseGoesOn) {
+    SampleDesk desk;
+    WriteSound(desk.folder / "long.wav", Sine(220.0, 60.0));
+    const auto drop = [&] {
+        const juce::Component& row = *desk.ButtonOf("Sample 1, empty");
+        desk.hands.DragFile(desk.Wave(), row.getLocalBounds().toFloat().getCentre(),
+                            (desk.folder / "long.wav").string());
+        desk.hands.DropFile();
+        EXPECT_NE(desk.ButtonOf("Sample 1, long.wav, loading"), nullptr);
+        EXPECT_EQ(desk.Told(), "Reading long.wav");
+    };
+    drop();
+    desk.hands.Key('z', command);
+    desk.Settle();
+    EXPECT_NE(desk.ButtonOf("Sample 1, empty"), nullptr);
+    drop();
+    EXPECT_EQ(desk.rig.Position("Modulator_Sample1_Loaded"), 0.0F);
+    desk.Settle();
+    EXPECT_NE(desk.ButtonOf("Sample 1, long.wav"), nullptr);
+    EXPECT_EQ(desk.rig.Position("Modulator_Sample1_Loaded"), 1.0F);
+}
+
 /// Who reads a pipe waits until somebody writes to it: a panel that waited too would never get on.
 TEST(SamplesPage, ReadsFilesBesideThePanelWhichMayBeClosedMeanwhile) {
     SampleDesk desk;
     const std::filesystem::path file = desk.folder / "long.wav";
     WriteSound(file, Syllables(0.2));
-    desk.rig.instrument.LoadSample(0, file);
+    LoadNow(desk.rig.instrument, {{0, file}});
     std::filesystem::remove(file);
     ASSERT_EQ(mkfifo(file.c_str(), 0600), 0);
     const auto open = [&](int times) {

@@ -7,9 +7,13 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
 #include <functional>
+#include <map>
 #include <memory>
+#include <thread>
+#include <utility>
 #include <vector>
 
 /// Plug-ins of the engine that was built along with the tests.
@@ -89,6 +93,24 @@ inline std::vector<float> Play(PluginInstrument& plugin, std::size_t frames) {
     PluginSong song;
     song.frames = frames;
     return Play(plugin, song);
+}
+
+/// Until all is there that was begun; what plays meanwhile goes on.
+inline void WaitForLoads(PluginInstrument& plugin) {
+    while (plugin.IsLoading()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+/// False when not all of it is sound.
+inline bool LoadNow(PluginInstrument& plugin, std::map<std::uint32_t, std::filesystem::path> paths) {
+    plugin.OrderSamples({std::move(paths)});
+    WaitForLoads(plugin);
+    bool isWhole = false;
+    while (const auto done = plugin.TakeSamplesDone()) {
+        isWhole = done->problem.empty();
+    }
+    return isWhole;
 }
 
 inline std::uint32_t IdOf(std::string_view name) {

@@ -26,7 +26,7 @@ std::unique_ptr<PluginInstrument> Personal(const TemporaryFolder& folder) {
     auto plugin = Plugin();
     EXPECT_TRUE(plugin->LoadProgram(3));
     plugin->Activate(pluginRate);
-    EXPECT_TRUE(plugin->LoadSample(2, folder / "beat.wav"));
+    EXPECT_TRUE(LoadNow(*plugin, {{2, folder / "beat.wav"}}));
     plugin->AssignMacro(15,
                         {"All", {{IdOf("Dst11_Src2_Amount"), 0.5F, 1.0F}, {IdOf("Osc1Coarse"), 0.4F, 0.6F}}});
     plugin->SetPosition(PluginParameters::firstMacro + 15, 0.3F);
@@ -157,14 +157,12 @@ TEST(PluginState, AMissingSampleKeepsItsPathAndPathsGoThroughTheHost) {
     auto missing = Sounding(plain);
     EXPECT_EQ(missing->SaveState(), plain);
     EXPECT_EQ(missing->SamplePath(2), path);
-    EXPECT_FALSE(missing->LoadSample(3, folder / "none.wav"));
-    EXPECT_EQ(missing->SamplePath(3), folder / "none.wav");
-    EXPECT_TRUE(missing->LoadSample(3, {}));
+    EXPECT_FALSE(LoadNow(*missing, {{3, folder / "none.wav"}}));
     EXPECT_EQ(missing->SaveState(), plain);
-    EXPECT_FALSE(missing->LoadSamples({{5, folder / "none.wav"}, {6, folder / "gone.wav"}}));
+    EXPECT_FALSE(LoadNow(*missing, {{5, folder / "none.wav"}, {6, folder / "gone.wav"}}));
     EXPECT_EQ(missing->Position(IdOf("Modulator_Sample6_Loaded")), 0.0F);
     EXPECT_EQ(missing->Position(IdOf("Modulator_Sample7_Loaded")), 1.0F);
-    EXPECT_TRUE(missing->LoadSamples({{2, folder / "gone.wav"}, {5, {}}, {6, {}}}));
+    EXPECT_TRUE(LoadNow(*missing, {{2, folder / "gone.wav"}, {5, {}}, {6, {}}}));
     EXPECT_EQ(missing->SamplePath(2), folder / "gone.wav");
     EXPECT_TRUE(missing->SamplePath(6).empty());
     // What comes with the program needs neither path nor host.

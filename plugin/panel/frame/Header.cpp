@@ -22,7 +22,7 @@ Header::Header(PanelModel& ofPanel, Actions wanted)
       next(
           ">", [this] { StepProgram(1); }, "Next preset"),
       undo(
-          "Undo", [this] { panel.history.Undo(); }, "Undo"),
+          "Undo", [this] { panel.Undo(); }, "Undo"),
       redo(
           "Redo", [this] { panel.history.Redo(); }, "Redo"),
       look(
@@ -46,14 +46,15 @@ void Header::ShowChosen(std::size_t page) {
 }
 
 void Header::Refresh() {
-    const Shown now{panel.programs, panel.program, panel.history.Changes(), panel.history.IsModified()};
+    const Shown now{panel.programs, panel.program, panel.history.Changes(), panel.history.IsModified(),
+                    panel.instrument.IsLoading()};
     if (now == shown) {
         return;
     }
     shown = now;
     const juce::String name = now.program ? juce::String((*now.programs)[*now.program].name) : "Own sound";
     program.setButtonText(name + (now.isModified ? " *" : ""));
-    undo.setEnabled(panel.history.CanUndo());
+    undo.setEnabled(panel.history.CanUndo() || now.isLoading);
     redo.setEnabled(panel.history.CanRedo());
     undo.setTooltip("Undo " + juce::String(panel.history.UndoName()));
     redo.setTooltip("Redo " + juce::String(panel.history.RedoName()));

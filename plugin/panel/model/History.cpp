@@ -95,12 +95,16 @@ bool History::ChangeAll(std::string name, const std::function<bool()>& change) {
     if (!change()) {
         return false;
     }
+    AddChange(std::move(name), std::move(before), instrument.SaveState());
+    return true;
+}
+
+void History::AddChange(std::string name, std::string before, std::string after) {
     Step step;
     step.name = std::move(name);
-    step.states = {std::move(before), instrument.SaveState()};
+    step.states = {std::move(before), std::move(after)};
     Add(std::move(step));
     lastSet = -1e9;
-    return true;
 }
 
 /// A macro forgets where its targets were before it moved them.
@@ -136,7 +140,7 @@ void History::Undo() {
     }
     const Step& step = steps[--done];
     if (step.states) {
-        instrument.LoadState(step.states->first);
+        instrument.BeginState(step.states->first);
     }
     for (auto each = step.assignments.rbegin(); each != step.assignments.rend(); ++each) {
         instrument.AssignMacro(each->macro, each->from);
@@ -154,7 +158,7 @@ void History::Redo() {
     }
     const Step& step = steps[done++];
     if (step.states) {
-        instrument.LoadState(step.states->second);
+        instrument.BeginState(step.states->second);
     }
     for (const Assignment& each : step.assignments) {
         instrument.AssignMacro(each.macro, each.to);

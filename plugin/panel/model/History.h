@@ -33,15 +33,18 @@ public:
     void Set(std::uint32_t id, float position, const std::string& name = {});
     /// Assigns a macro.
     void SetMacro(unsigned macro, const plugin::Macro& assignment);
-    /// Whatever else changes the instrument, and as a whole: presets, samples. False, and nothing is kept,
-    /// when `change` tells so.
+    /// Whatever else changes the instrument, and as a whole: presets. False, and nothing is kept, when
+    /// `change` tells so.
     bool ChangeAll(std::string name, const std::function<bool()>& change);
+    /// What has changed it beside: samples.
+    void AddChange(std::string name, std::string before, std::string after);
 
     bool CanUndo() const { return done > 0; }
     bool CanRedo() const { return done < steps.size(); }
     /// What would be undone or done again, for a menu; empty for nothing.
     std::string UndoName() const { return CanUndo() ? steps[done - 1].name : std::string(); }
     std::string RedoName() const { return CanRedo() ? steps[done].name : std::string(); }
+    /// Come back at once, see PluginInstrument::BeginState.
     void Undo();
     void Redo();
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/model/PanelModel.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -12,6 +14,27 @@ namespace {
 constexpr int picturesBetween = 6;
 constexpr double secondsOfNotice = 6.0;
 
+/// "Sample 3 is voice.wav", and what is to be told besides.
+std::string LineOf(const plugin::PluginInstrument::SamplesDone& done) {
+    const auto& paths = done.order.paths;
+    const std::string& more = done.problem.empty() ? done.order.remark : done.problem;
+    if (paths.empty()) {
+        return more;
+    }
+    const std::uint32_t first = paths.begin()->first + 1;
+    const std::uint32_t last = paths.rbegin()->first + 1;
+    std::string line;
+    if (paths.size() == 1) {
+        const std::string name = paths.begin()->second.filename().string();
+        line = fmt::format("Sample {} is {}", first, name.empty() ? "empty" : name);
+    } else if (last - first + 1 == paths.size()) {
+        line = fmt::format("Samples {} to {} are loaded", first, last);
+    } else {
+        line = fmt::format("{} samples from {} to {} are loaded", paths.size(), first, last);
+    }
+    return more.empty() ? line : line + "; " + more;
+}
+
 } // namespace
 
 PanelModel::PanelModel(plugin::PluginInstrument& ofInstrument, std::filesystem::path file,
@@ -20,6 +43,8 @@ PanelModel::PanelModel(plugin::PluginInstrument& ofInstrument, std::filesystem::
       modulation(ofInstrument), settings(PanelSettings::Read(file)), presets(ofInstrument, history, settings),
       settingsFile(std::move(file)) {
     instrument.SetWatched(true);
+    while (instrument.TakeSamplesDone()) { // of a panel before
+    }
     LookAtPrograms();
 }
 
@@ -39,12 +64,30 @@ void PanelModel::LookAtPrograms() {
 
 bool PanelModel::LoadProgram(std::uint32_t wanted) {
     const bool isLoaded =
-        history.ChangeAll("Preset", [this, wanted] { return instrument.LoadProgram(wanted); });
+        history.ChangeAll("Preset", [this, wanted] { return instrument.BeginProgram(wanted); });
     if (isLoaded) {
         history.MarkSaved();
     }
     LookAtPrograms();
     return isLoaded;
+}
+
+void PanelModel::Undo() {
+    if (instrument.CancelSamples()) {
+        Tell("Samples that were being read are left");
+        return;
+    }
+    FollowSamples();
+    history.Undo();
+}
+
+void PanelModel::FollowSamples() {
+    while (auto done = instrument.TakeSamplesDone()) {
+        Tell(LineOf(*done));
+        if (!done->order.paths.empty()) {
+            history.AddChange(std::move(done->order.name), std::move(done->before), std::move(done->after));
+        }
+    }
 }
 
 void PanelModel::Tell(std::string line) {
@@ -57,6 +100,7 @@ void PanelModel::Tick(double seconds) {
     if (noticeSeconds <= 0.0) {
         notice.clear();
     }
+    FollowSamples();
     const plugin::PluginInstrument::Levels levels = instrument.TakeLevels();
     lights = instrument.TakeMeters();
     keys = instrument.HeldKeys();

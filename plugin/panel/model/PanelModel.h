@@ -35,6 +35,11 @@ public:
     void LookAtPrograms();
     /// Can be undone; nothing counts as changed afterwards.
     bool LoadProgram(std::uint32_t wanted);
+    /// The last thing that was done; while samples are read, that is these.
+    void Undo();
+    /// What was ordered of the instrument and is there becomes a step of the history, and is told. Tick does
+    /// it.
+    void FollowSamples();
     /// Shows a line for some seconds.
     void Tell(std::string line);
 

@@ -95,7 +95,7 @@ bool Presets::Export(const std::filesystem::path& file) {
 bool Presets::Import(const std::filesystem::path& file) {
     try {
         const std::string text = host::ReadWholeFile(file, largestPreset, "a preset");
-        return history.ChangeAll("Import", [this, &text] { return instrument.LoadState(text); });
+        return history.ChangeAll("Import", [this, &text] { return instrument.BeginState(text); });
     } catch (const std::exception&) {
         return false;
     }
@@ -104,7 +104,7 @@ bool Presets::Import(const std::filesystem::path& file) {
 void Presets::Compare() {
     std::string now = instrument.SaveState();
     if (!otherState.empty() && otherState != now) {
-        history.ChangeAll("Compare", [this] { return instrument.LoadState(otherState); });
+        history.ChangeAll("Compare", [this] { return instrument.BeginState(otherState); });
     }
     otherState = std::move(now);
     isOther = !isOther;

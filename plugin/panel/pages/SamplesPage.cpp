@@ -99,14 +99,19 @@ void SamplesPage::Choose(std::uint32_t sample) {
 
 void SamplesPage::Look() {
     untilAsked = picturesBetween;
+    const bool isLoading = panel.instrument.IsLoading();
+    const SamplePaths ordered = panel.instrument.OrderedSamples();
     for (std::uint32_t sample = 0; sample < count; ++sample) {
         File& file = sounds[sample];
-        std::filesystem::path path = slots.PathOf(sample);
-        const bool isLoaded = slots.IsLoaded(sample);
+        const auto found = ordered.find(sample);
+        const bool isOrdered = found != ordered.end();
+        std::filesystem::path path = isOrdered ? found->second : slots.PathOf(sample);
+        const bool isLoaded = !isOrdered && slots.IsLoaded(sample);
         if (path != file.path || isLoaded != file.isLoaded) {
-            file = {std::move(path), isLoaded, nullptr};
+            file = {std::move(path), isLoaded, false, nullptr};
         }
-        if (file.sound == nullptr && file.isLoaded && !file.path.empty()) {
+        file.isLoading = !isLoaded && isLoading && !file.path.empty();
+        if (file.sound == nullptr && isLoaded && !file.path.empty()) {
             file.sound = shelf.Find(file.path);
         }
     }
@@ -116,20 +121,19 @@ void SamplesPage::Look() {
 void SamplesPage::ShowAll() {
     for (std::uint32_t sample = 0; sample < count; ++sample) {
         const File& file = sounds[sample];
-        const bool isMissing = !file.path.empty() && !file.isLoaded;
-        rows[sample]->Show({NameOf(file.path), file.sound, isMissing, sample == chosen, playing == sample,
-                            target == sample});
+        rows[sample]->Show({NameOf(file.path), file.sound, file.IsMissing(), file.isLoading, sample == chosen,
+                            playing == sample, target == sample});
     }
     const File& file = sounds[chosen];
-    const bool isMissing = !file.path.empty() && !file.isLoaded;
-    juce::String text = "Reading...";
+    const bool isMissing = file.IsMissing();
+    juce::String text = "Loading...";
     if (file.path.empty()) {
         text = "Drop a sound here, or a folder of sounds for all samples that are free";
     } else if (isMissing) {
         text = NameOf(file.path) + " is missing in " +
                juce::String::fromUTF8(file.path.parent_path().string().c_str());
     }
-    wave.Show(chosen, isMissing ? nullptr : file.sound, text);
+    wave.Show(chosen, file.isLoaded ? file.sound : nullptr, text);
     find.setVisible(isMissing);
     clear.setEnabled(!file.path.empty());
     play.setEnabled(file.isLoaded && slots.KeyOf(chosen).has_value());
@@ -179,7 +183,7 @@ void SamplesPage::Take(const std::vector<std::filesystem::path>& files, std::uin
 }
 
 void SamplesPage::TakeFound(const std::filesystem::path& path) {
-    panel.Tell(slots.Found(chosen, path));
+    panel.Tell(slots.Found(chosen, path).line);
     Look();
 }
 

@@ -69,7 +69,11 @@ private:
     struct File {
         std::filesystem::path path;
         bool isLoaded = false;
+        /// By the instrument.
+        bool isLoading = false;
         std::shared_ptr<const SampleShelf::Sound> sound;
+
+        bool IsMissing() const { return !path.empty() && !isLoaded && !isLoading; }
     };
     std::array<File, count> sounds;
     /// That of the panel, as it is shown.

@@ -26,7 +26,8 @@ void SampleRow::Show(Shown next) {
     }
     shown = std::move(next);
     setTitle(getName() + ", " + (shown.name.isEmpty() ? juce::String("empty") : shown.name) +
-             (shown.isMissing ? ", missing" : "") + (shown.isPlaying ? ", plays" : ""));
+             (shown.isMissing ? ", missing" : "") + (shown.isLoading ? ", loading" : "") +
+             (shown.isPlaying ? ", plays" : ""));
     repaint();
 }
 
@@ -66,9 +67,9 @@ void SampleRow::paintButton(juce::Graphics& g, bool isOver, bool /*isDown*/) {
              shown.isPlaying ? colours.accent : colours.dimText, juce::Justification::centred,
              shown.isPlaying);
     const bool isEmpty = shown.name.isEmpty();
-    if (shown.isMissing) {
-        DrawText(g, "missing", box.removeFromRight(54.0F), Sizes::labelFont, colours.warning,
-                 juce::Justification::centredRight);
+    if (shown.isMissing || shown.isLoading) {
+        DrawText(g, shown.isMissing ? "missing" : "loading", box.removeFromRight(54.0F), Sizes::labelFont,
+                 shown.isMissing ? colours.warning : colours.dimText, juce::Justification::centredRight);
     } else if (shown.sound != nullptr) {
         DrawPicture(g, box.removeFromRight(pictureWidth).reduced(0.0F, 5.0F));
     }

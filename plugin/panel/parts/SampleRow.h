@@ -19,6 +19,7 @@ public:
         juce::String name;
         std::shared_ptr<const SampleShelf::Sound> sound;
         bool isMissing = false;
+        bool isLoading = false;
         bool isChosen = false;
         bool isPlaying = false;
         /// Something is about to be dropped on it.

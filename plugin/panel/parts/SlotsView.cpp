@@ -41,10 +41,15 @@ void SlotsView::Refresh() {
     for (unsigned n = 0; n < count; ++n) {
         now[n] = panel.instrument.Position(firstLoaded + n) >= 0.5F;
     }
+    std::array<bool, count> next{};
+    for (const auto& [sample, path] : panel.instrument.OrderedSamples()) {
+        next.at(sample) = !path.empty();
+    }
     const bool sounds = panel.instrument.Position(isPlaying) >= 0.5F;
     const int plays = sounds ? juce::roundToInt(slotSteps * panel.instrument.Position(current)) : -1;
-    if (now != loaded || plays != playing) {
+    if (now != loaded || next != loading || plays != playing) {
         loaded = now;
+        loading = next;
         playing = plays;
         repaint();
     }
@@ -65,8 +70,10 @@ void SlotsView::paint(juce::Graphics& g) {
             g.setColour(ToJuce(colours.accent));
             g.drawRoundedRectangle(cell.reduced(0.75F), 3.0F, 1.5F);
         }
-        if (isLoaded && slot != playing) {
-            FillBox(g, cell.withTop(cell.getBottom() - 2.0F), colours.accent, 1.0F);
+        const bool isLoading = loading[static_cast<std::size_t>(slot)];
+        if ((isLoaded || isLoading) && slot != playing) {
+            FillBox(g, cell.withTop(cell.getBottom() - 2.0F), isLoading ? colours.dimText : colours.accent,
+                    1.0F);
         }
     }
 }

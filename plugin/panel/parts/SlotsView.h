@@ -48,6 +48,8 @@ private:
     std::uint32_t isPlaying;
     std::uint32_t current;
     std::array<bool, count> loaded{};
+    /// A file is on its way to it.
+    std::array<bool, count> loading{};
     int playing = -1;
     int pressedKey = -1;
     /// What is dragged would go there.

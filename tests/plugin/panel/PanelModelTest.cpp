@@ -81,6 +81,7 @@ TEST(PanelHistory, UndoesAndDoesAgainWhateverWasDone) {
     std::vector<std::vector<float>> places = {AllOf(*plugin)};
     while (places.size() < 60) {
         DoSomething(model, random);
+        WaitForLoads(*plugin);
         Play(*plugin, 2000);
         if (std::vector<float> next = AllOf(*plugin); next != places.back()) {
             places.push_back(std::move(next));
@@ -90,12 +91,14 @@ TEST(PanelHistory, UndoesAndDoesAgainWhateverWasDone) {
         const std::vector<float> before = AllOf(*plugin);
         while (model.history.CanUndo() && AllOf(*plugin) == before) {
             model.history.Undo();
+            WaitForLoads(*plugin);
             Play(*plugin, 2000);
         }
         ASSERT_TRUE(AllOf(*plugin) == places[n]) << "undo to " << n;
     }
     while (model.history.CanRedo()) {
         model.history.Redo();
+        WaitForLoads(*plugin);
         Play(*plugin, 2000);
     }
     EXPECT_TRUE(AllOf(*plugin) == places.back());

@@ -3,6 +3,7 @@
 #include "dsp/sampler/PlayRange.h"
 #include "host/parts/SampleReport.h"
 #include "plugin/PluginRig.h"
+#include "plugin/panel/model/PanelModel.h"
 #include "plugin/panel/model/samples/PeakTable.h"
 #include "plugin/panel/model/samples/SampleEdges.h"
 #include "plugin/panel/model/samples/SampleFiles.h"
@@ -236,59 +237,155 @@ TEST(SampleShelf, LeavesWhatIsStillReadWhenItGoes) {
     EXPECT_EQ(pitch.reads, 3);
 }
 
+/// A panel's model and its samples.
+struct SampleShow {
+    SampleShow() { plugin->Activate(pluginRate); }
+
+    /// What is told when all is there.
+    std::string Told() {
+        WaitForLoads(*plugin);
+        model.Tick(0.01);
+        return model.notice;
+    }
+    std::string Drop(const std::vector<std::filesystem::path>& files, std::uint32_t sample) {
+        slots.Drop(files, sample);
+        return Told();
+    }
+    void Undo() {
+        model.Undo();
+        WaitForLoads(*plugin);
+    }
+    float Edge(std::uint32_t sample, SampleEdges::Edge edge) const {
+        return slots.EdgesOf(sample).values.at(edge);
+    }
+
+    std::unique_ptr<PluginInstrument> plugin = Plugin();
+    PanelModel model{*plugin, {}};
+    SampleSlots slots{*plugin, model.history};
+};
+
 TEST(SampleSlots, LoadWholeMoveAndAreTakenBack) {
     const TemporaryFolder folder;
     WriteBeats(folder, {"1.wav", "2.wav"});
     WriteText(folder / "no.wav", "no sound");
-    const auto plugin = Plugin();
-    plugin->Activate(pluginRate);
-    History history(*plugin);
-    SampleSlots slots(*plugin, history);
-    const std::string empty = plugin->SaveState();
-    EXPECT_PRED2(Has, slots.Drop({folder / "no.wav"}, 3).problem, "no.wav: ");
-    EXPECT_FALSE(history.CanUndo());
+    SampleShow show;
+    SampleSlots& slots = show.slots;
+    const std::string empty = show.plugin->SaveState();
+    EXPECT_PRED2(Has, show.Drop({folder / "no.wav"}, 3), "no.wav: ");
+    EXPECT_FALSE(show.model.history.CanUndo());
     slots.Move(3, SampleEdges::TrimStart, 0.25F);
-    EXPECT_EQ(slots.Drop({folder / "1.wav"}, 3).Line(), "Sample 4 is 1.wav");
+    EXPECT_EQ(slots.Drop({folder / "1.wav"}, 3).line, "Reading 1.wav");
+    EXPECT_EQ(show.Told(), "Sample 4 is 1.wav");
     EXPECT_TRUE(slots.IsLoaded(3));
-    EXPECT_EQ(plugin->Position(IdOf("Modulator_Sampler_Sample4_TrimStart")), 0.0F) << "of the sound before";
-    EXPECT_EQ(slots.Drop({folder.Path()}, 3).Line(),
-              "Samples 5 to 6 are loaded; " + slots.Drop({folder / "no.wav"}, 0).problem);
+    EXPECT_EQ(show.Edge(3, SampleEdges::TrimStart), 0.0F) << "of the sound before";
+    EXPECT_EQ(show.Drop({folder.Path()}, 3),
+              "Samples 5 to 6 are loaded; " + show.Drop({folder / "no.wav"}, 0));
     EXPECT_EQ(slots.Taken(), (std::set<std::uint32_t>{3, 4, 5}));
     slots.Move(4, SampleEdges::LoopStop, 0.5F);
-    Play(*plugin, 2000);
-    EXPECT_EQ(plugin->Position(IdOf("Modulator_Sampler_Sample5_LoopStop")), 0.5F);
+    Play(*show.plugin, 2000);
+    EXPECT_EQ(show.Edge(4, SampleEdges::LoopStop), 0.5F);
     ASSERT_TRUE(slots.SetRoot(4, 440.0));
     EXPECT_NEAR(plugin::PluginParameters::Get().ToValue(SampleSlots::RootId(4),
-                                                        plugin->Position(SampleSlots::RootId(4))),
+                                                        show.plugin->Position(SampleSlots::RootId(4))),
                 440.0F, 0.01F);
     slots.Clear(4);
+    EXPECT_EQ(show.Told(), "Sample 5 is empty");
     EXPECT_FALSE(slots.IsLoaded(4));
-    history.Undo();
+    show.Undo();
     EXPECT_TRUE(slots.IsLoaded(4));
-    EXPECT_EQ(slots.EdgesOf(4).values[SampleEdges::LoopStop], 0.5F);
-    while (history.CanUndo()) {
-        history.Undo();
+    EXPECT_EQ(show.Edge(4, SampleEdges::LoopStop), 0.5F);
+    while (show.model.history.CanUndo()) {
+        show.Undo();
     }
-    EXPECT_EQ(plugin->SaveState(), empty);
+    EXPECT_EQ(show.plugin->SaveState(), empty);
+}
+
+TEST(SampleSlots, ComeInTheirOwnTimeWhateverIsDoneMeanwhile) {
+    const TemporaryFolder folder;
+    WriteSound(folder / "long.wav", Sine(220.0, 60.0));
+    WriteBeats(folder, {"a.wav", "b.wav"});
+    SampleShow show;
+    SampleSlots& slots = show.slots;
+    Play(*show.plugin, 2000);
+    slots.Load({{0, folder / "long.wav"}});
+    slots.Load({{1, folder / "a.wav"}});
+    EXPECT_TRUE(show.plugin->IsLoading());
+    EXPECT_FALSE(slots.IsLoaded(0));
+    EXPECT_TRUE(slots.Missing().empty()) << "nobody knows yet";
+    EXPECT_EQ(slots.FreeFrom(0), 2U);
+    show.model.history.Set(IdOf("MasterVolume"), 0.25F);
+    Play(*show.plugin, 2000);
+    EXPECT_EQ(show.Told(), "Sample 2 is a.wav");
+    EXPECT_TRUE(slots.IsLoaded(0) && slots.IsLoaded(1));
+    Play(*show.plugin, 2000);
+    EXPECT_EQ(show.plugin->Position(IdOf("MasterVolume")), 0.25F) << "turned meanwhile";
+
+    // Undo leaves what is being read, and nothing else.
+    slots.Load({{2, folder / "long.wav"}});
+    show.model.Undo();
+    EXPECT_TRUE(slots.PathOf(2).empty() && show.plugin->OrderedSamples().empty());
+    show.Told();
+    EXPECT_FALSE(slots.IsLoaded(2));
+    EXPECT_TRUE(slots.IsLoaded(1));
+    EXPECT_EQ(show.model.history.UndoName(), "Sample 2");
+
+    // A preset keeps the samples on their way, a whole state makes them void.
+    slots.Load({{2, folder / "long.wav"}});
+    show.model.LoadProgram(1);
+    show.Told();
+    EXPECT_TRUE(slots.IsLoaded(0) && slots.IsLoaded(2));
+    EXPECT_EQ(show.plugin->CurrentProgram(), 1U);
+    show.Undo();
+    EXPECT_FALSE(slots.IsLoaded(2));
+    EXPECT_EQ(show.plugin->CurrentProgram(), 1U);
+    const std::string state = show.plugin->SaveState();
+    slots.Load({{3, folder / "b.wav"}});
+    show.plugin->LoadState(state);
+    EXPECT_PRED2(Has, show.Told(), "not loaded");
+    EXPECT_EQ(show.plugin->SaveState(), state);
+}
+
+TEST(SampleSlots, ComeWhenThePanelOrAllIsClosedBeforeTheyAreThere) {
+    const TemporaryFolder folder;
+    WriteSound(folder / "long.wav", Sine(220.0, 60.0));
+    auto plugin = Plugin();
+    plugin->Activate(pluginRate);
+    {
+        PanelModel model(*plugin, {});
+        SampleSlots(*plugin, model.history).Load({{0, folder / "long.wav"}});
+    }
+    WaitForLoads(*plugin);
+    PanelModel model(*plugin, {});
+    SampleSlots slots(*plugin, model.history);
+    EXPECT_TRUE(slots.IsLoaded(0));
+    model.Tick(0.01);
+    EXPECT_FALSE(model.history.CanUndo()) << "of the panel before";
+    slots.Load({{1, folder / "long.wav"}, {2, folder / "long.wav"}});
+    plugin->Deactivate();
+    plugin->Activate(44100.0);
+    WaitForLoads(*plugin);
+    EXPECT_TRUE(slots.IsLoaded(0) && slots.IsLoaded(1) && slots.IsLoaded(2));
+    EXPECT_GT(Loudest(Play(*plugin, Notes())), 0.01F);
+    slots.Load({{3, folder / "long.wav"}});
 }
 
 TEST(SampleSlots, ThatAreMissingAreFoundTogether) {
     const TemporaryFolder folder;
     WriteBeats(folder, {"old/a.wav", "old/b.wav"});
-    const auto plugin = Plugin();
-    plugin->Activate(pluginRate);
-    History history(*plugin);
-    SampleSlots slots(*plugin, history);
+    SampleShow show;
+    SampleSlots& slots = show.slots;
     slots.Load({{0, folder / "old/a.wav"}, {7, folder / "old/b.wav"}});
+    show.Told();
     slots.Move(7, SampleEdges::TrimStart, 0.25F);
-    const std::string state = plugin->SaveState();
+    const std::string state = show.plugin->SaveState();
     std::filesystem::rename(folder / "old", folder / "new");
-    plugin->LoadState(state);
+    show.plugin->LoadState(state);
     EXPECT_EQ(slots.Missing().size(), 2U);
-    EXPECT_EQ(slots.Found(0, folder / "new/a.wav"), "Found 2 samples");
+    EXPECT_EQ(slots.Found(0, folder / "new/a.wav").line, "Reading 2 sounds");
+    EXPECT_EQ(show.Told(), "2 samples from 1 to 8 are loaded");
     EXPECT_TRUE(slots.Missing().empty());
-    EXPECT_EQ(slots.EdgesOf(7).values[SampleEdges::TrimStart], 0.25F) << "it is the same sound";
-    history.Undo();
+    EXPECT_EQ(show.Edge(7, SampleEdges::TrimStart), 0.25F) << "it is the same sound";
+    show.Undo();
     EXPECT_EQ(slots.Missing().size(), 2U);
 }
 
@@ -302,6 +399,7 @@ TEST(SampleSlots, TellWhichOnePlaysAndWhere) {
     History history(*plugin);
     SampleSlots slots(*plugin, history);
     slots.Load({{5, folder / "a.wav"}});
+    WaitForLoads(*plugin);
     Play(*plugin, 4800);
     EXPECT_FALSE(slots.Playhead());
     const auto key = slots.KeyOf(5);

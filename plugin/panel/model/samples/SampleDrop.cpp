@@ -30,11 +30,12 @@ void DropSamples(PanelModel& panel, const std::vector<std::filesystem::path>& fi
                  std::optional<std::uint32_t> onto) {
     SampleSlots slots(panel.instrument, panel.history);
     const auto place = onto ? onto : slots.FreeFrom(panel.chosenSample);
-    const SampleSlots::Loaded loaded = place ? slots.Drop(files, *place) : SampleSlots::Loaded{{}, allTaken};
-    if (!loaded.sounds.empty()) {
-        panel.chosenSample = loaded.sounds.begin()->first;
+    const SampleSlots::Ordered ordered =
+        place ? slots.Drop(files, *place) : SampleSlots::Ordered{{}, allTaken};
+    if (!ordered.paths.empty()) {
+        panel.chosenSample = ordered.paths.begin()->first;
     }
-    panel.Tell(loaded.Line());
+    panel.Tell(ordered.line);
 }
 
 } // namespace orphia::panel

@@ -16,7 +16,7 @@ namespace orphia::panel {
 void TellOfDrop(PanelModel& panel, const std::vector<std::filesystem::path>& files,
                 std::optional<std::uint32_t> onto = std::nullopt);
 
-/// Does it, chooses the first that is new, and tells what was done.
+/// Orders it, chooses the first that comes, and tells what is read.
 void DropSamples(PanelModel& panel, const std::vector<std::filesystem::path>& files,
                  std::optional<std::uint32_t> onto = std::nullopt);
 

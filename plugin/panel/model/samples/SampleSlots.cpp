@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/model/samples/SampleSlots.h"
 
-#include "host/audio/AudioFileSource.h"
 #include "host/parameters/ParameterCatalog.h"
 #include "host/presets/NeutralStart.h"
 
@@ -9,7 +8,6 @@
 
 #include <array>
 #include <cmath>
-#include <exception>
 #include <string_view>
 
 namespace orphia::panel {
@@ -58,22 +56,6 @@ bool IsOn(float position) { return position >= 0.5F; }
 
 std::string NameOf(const std::filesystem::path& path) { return path.filename().string(); }
 
-/// Why a file is no sound; empty for one.
-std::string ProblemOf(const std::filesystem::path& path) {
-    std::error_code none;
-    if (std::filesystem::is_fifo(path, none)) {
-        return NameOf(path) + ": is a pipe, which may never end";
-    }
-    try {
-        const host::AudioFileSource source(path);
-        return {};
-    } catch (const std::exception& error) {
-        const std::string text = error.what();
-        const std::string prefix = path.string() + ": ";
-        return NameOf(path) + ": " + (text.starts_with(prefix) ? text.substr(prefix.size()) : text);
-    }
-}
-
 std::string Counted(std::size_t count, std::string_view what) {
     return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
 }
@@ -93,7 +75,7 @@ bool SampleSlots::IsLoaded(std::uint32_t sample) const { return IsOn(Position(Id
 
 SamplePaths SampleSlots::Missing() const {
     SamplePaths missing;
-    for (std::uint32_t sample = 0; sample < count; ++sample) {
+    for (std::uint32_t sample = 0; sample < count && !instrument.IsLoading(); ++sample) {
         std::filesystem::path path = PathOf(sample);
         if (!path.empty() && !IsLoaded(sample)) {
             missing[sample] = std::move(path);
@@ -104,77 +86,50 @@ SamplePaths SampleSlots::Missing() const {
 
 std::set<std::uint32_t> SampleSlots::Taken() const {
     std::set<std::uint32_t> taken;
+    const SamplePaths ordered = instrument.OrderedSamples();
     for (std::uint32_t sample = 0; sample < count; ++sample) {
-        if (!PathOf(sample).empty()) {
+        const auto found = ordered.find(sample);
+        if (!(found != ordered.end() ? found->second : PathOf(sample)).empty()) {
             taken.insert(sample);
         }
     }
     return taken;
 }
 
-std::string SampleSlots::Loaded::Line() const {
-    if (sounds.empty()) {
-        return problem;
+SampleSlots::Ordered SampleSlots::Order(plugin::PluginInstrument::SampleOrder order) {
+    if (order.paths.empty()) {
+        return {};
     }
-    const std::uint32_t first = sounds.begin()->first + 1;
-    const std::uint32_t last = sounds.rbegin()->first + 1;
-    std::string line;
-    if (sounds.size() == 1) {
-        line = fmt::format("Sample {} is {}", first, NameOf(sounds.begin()->second));
-    } else if (last - first + 1 == sounds.size()) {
-        line = fmt::format("Samples {} to {} are loaded", first, last);
-    } else {
-        line = fmt::format("{} samples from {} to {} are loaded", sounds.size(), first, last);
-    }
-    return problem.empty() ? line : line + "; " + problem;
+    Ordered ordered{order.paths,
+                    "Reading " + (order.paths.size() == 1 ? NameOf(order.paths.begin()->second)
+                                                          : Counted(order.paths.size(), "sound"))};
+    instrument.OrderSamples(std::move(order));
+    return ordered;
 }
 
-SampleSlots::Loaded SampleSlots::Load(const SamplePaths& paths) {
-    Loaded loaded;
-    SamplePaths& sounds = loaded.sounds;
-    std::string& problem = loaded.problem;
+SampleSlots::Ordered SampleSlots::Load(const SamplePaths& paths, const std::string& remark) {
+    plugin::PluginInstrument::SampleOrder order{paths, {}, {}, remark};
+    const host::NeutralStart& start = host::NeutralStart::Get();
     for (const auto& [sample, path] : paths) {
-        std::string wrong = ProblemOf(path);
-        if (wrong.empty()) {
-            sounds[sample] = path;
-        } else if (problem.empty()) {
-            problem = std::move(wrong);
+        for (const std::uint32_t id :
+             {IdOf(sample, SampleEdges::TrimStart), IdOf(sample, SampleEdges::TrimStop),
+              IdOf(sample, SampleEdges::LoopStart), IdOf(sample, SampleEdges::LoopStop), RootId(sample)}) {
+            order.positions[sample].emplace_back(id, start.Position(id));
         }
+        order.name = paths.size() == 1 ? fmt::format("Sample {}", sample + 1) : "Samples";
     }
-    if (sounds.empty()) {
-        return loaded;
-    }
-    const std::string name =
-        sounds.size() == 1 ? fmt::format("Sample {}", sounds.begin()->first + 1) : "Samples";
-    history.ChangeAll(name, [&] {
-        const bool isWhole = instrument.LoadSamples(sounds);
-        const host::NeutralStart& start = host::NeutralStart::Get();
-        for (const auto& [sample, path] : sounds) {
-            for (const auto edge : {SampleEdges::TrimStart, SampleEdges::TrimStop, SampleEdges::LoopStart,
-                                    SampleEdges::LoopStop}) {
-                instrument.SetPosition(IdOf(sample, edge), start.Position(IdOf(sample, edge)));
-            }
-            instrument.SetPosition(RootId(sample), start.Position(RootId(sample)));
-        }
-        if (!isWhole && problem.empty()) {
-            problem = "Not all of it can be played as a sample";
-        }
-        return true;
-    });
-    return loaded;
+    return Order(std::move(order));
 }
 
-SampleSlots::Loaded SampleSlots::Drop(const std::vector<std::filesystem::path>& dropped,
-                                      std::uint32_t sample) {
+SampleSlots::Ordered SampleSlots::Drop(const std::vector<std::filesystem::path>& dropped,
+                                       std::uint32_t sample) {
     const SampleFill fill = FillWith(dropped, sample, Taken());
     if (fill.paths.empty()) {
         return {{}, fill.leftOut > 0 ? "No sample is free" : "There is no sound in it"};
     }
-    Loaded loaded = Load(fill.paths);
-    if (loaded.problem.empty() && fill.leftOut > 0) {
-        loaded.problem = fmt::format("{} found no free place", Counted(fill.leftOut, "sound"));
-    }
-    return loaded;
+    return Load(fill.paths, fill.leftOut > 0
+                                ? fmt::format("{} found no free place", Counted(fill.leftOut, "sound"))
+                                : std::string());
 }
 
 std::optional<std::uint32_t> SampleSlots::FreeFrom(std::uint32_t sample) const {
@@ -188,23 +143,13 @@ std::optional<std::uint32_t> SampleSlots::FreeFrom(std::uint32_t sample) const {
 }
 
 void SampleSlots::Clear(std::uint32_t sample) {
-    if (!PathOf(sample).empty()) {
-        history.ChangeAll(fmt::format("Clear sample {}", sample + 1),
-                          [&] { return instrument.LoadSample(sample, {}); });
+    if (Taken().contains(sample)) {
+        instrument.OrderSamples({{{sample, {}}}, {}, fmt::format("Clear sample {}", sample + 1)});
     }
 }
 
-std::string SampleSlots::Found(std::uint32_t sample, const std::filesystem::path& path) {
-    if (std::string problem = ProblemOf(path); !problem.empty()) {
-        return problem;
-    }
-    SamplePaths found = FindMissing(sample, path, Missing());
-    std::erase_if(found, [](const auto& each) { return !ProblemOf(each.second).empty(); });
-    history.ChangeAll("Find samples", [&] {
-        instrument.LoadSamples(found);
-        return true;
-    });
-    return found.size() == 1 ? std::string() : fmt::format("Found {}", Counted(found.size(), "sample"));
+SampleSlots::Ordered SampleSlots::Found(std::uint32_t sample, const std::filesystem::path& path) {
+    return Order({FindMissing(sample, path, Missing()), {}, "Find samples"});
 }
 
 SampleEdges SampleSlots::EdgesOf(std::uint32_t sample) const {

@@ -15,7 +15,7 @@
 namespace orphia::panel {
 
 /// The twelve samples of the instrument, from 0, and all that a player does with them; it can be undone. For
-/// the message thread.
+/// the message thread, which waits for no file.
 class SampleSlots {
 public:
     static constexpr std::uint32_t count = 12;
@@ -27,29 +27,26 @@ public:
     /// The file that it plays or, when it is missing, should play; empty for none.
     std::filesystem::path PathOf(std::uint32_t sample) const { return instrument.SamplePath(sample); }
     bool IsLoaded(std::uint32_t sample) const;
-    /// Those with a path and without a sound.
+    /// Those with a path and without a sound; none as long as any may be on its way.
     SamplePaths Missing() const;
+    /// Also those that are on their way.
     std::set<std::uint32_t> Taken() const;
 
-    /// What became of files.
-    struct Loaded {
-        SamplePaths sounds;
-        /// A line for the player, empty when all is as he wished.
-        std::string problem;
-
-        /// All of it in a line: "Sample 3 is voice.wav".
-        std::string Line() const;
+    /// What was ordered, and a line for the player: what is read, or why nothing is.
+    struct Ordered {
+        SamplePaths paths;
+        std::string line;
     };
-    /// Of new sounds: they are played whole, and not where the ones before them began and ended. One that is
-    /// no sound is not taken.
-    Loaded Load(const SamplePaths& paths);
+    /// New sounds: they are played whole, and not where the ones before them began and ended. They come in
+    /// their own time, see PluginInstrument::OrderSamples; one that is no sound does not.
+    Ordered Load(const SamplePaths& paths, const std::string& remark = {});
     /// Files and folders that were dropped on a sample.
-    Loaded Drop(const std::vector<std::filesystem::path>& dropped, std::uint32_t sample);
+    Ordered Drop(const std::vector<std::filesystem::path>& dropped, std::uint32_t sample);
     /// From `sample` on, and then in front of it; nothing when all are taken.
     std::optional<std::uint32_t> FreeFrom(std::uint32_t sample) const;
     void Clear(std::uint32_t sample);
-    /// One that is missing, and others beside it; all else of them stays. Returns a line that tells how many.
-    std::string Found(std::uint32_t sample, const std::filesystem::path& path);
+    /// One that is missing, and others beside it; all else of them stays.
+    Ordered Found(std::uint32_t sample, const std::filesystem::path& path);
 
     static std::uint32_t IdOf(std::uint32_t sample, SampleEdges::Edge edge);
     static std::uint32_t RootId(std::uint32_t sample);
@@ -72,6 +69,7 @@ public:
     std::optional<Head> Playhead() const;
 
 private:
+    Ordered Order(plugin::PluginInstrument::SampleOrder order);
     float Position(std::uint32_t id) const { return instrument.Position(id); }
     std::uint32_t SampleInSlot(std::uint32_t slot) const;
 

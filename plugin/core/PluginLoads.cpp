@@ -1,0 +1,308 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// What a thread of the plug-in builds, so that nobody waits for files.
+#include "host/audio/AudioFileSource.h"
+#include "host/common/Paths.h"
+#include "host/parameters/ParameterText.h"
+#include "host/presets/NeutralStart.h"
+#include "plugin/core/Catalog.h"
+#include "plugin/core/PluginInside.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+namespace orphia::plugin {
+
+namespace {
+
+constexpr std::size_t mostKept = 16;
+
+std::string NameOf(const std::filesystem::path& path) { return host::TextOf(path.filename()); }
+
+/// Why a file is no sound; empty for one.
+std::string ProblemOf(const std::filesystem::path& path) {
+    std::error_code none;
+    if (std::filesystem::is_fifo(path, none)) {
+        return NameOf(path) + ": is a pipe, which may never end";
+    }
+    try {
+        const host::AudioFileSource source(path);
+        return {};
+    } catch (const std::exception& error) {
+        const std::string text = error.what();
+        const std::string prefix = host::TextOf(path) + ": ";
+        return NameOf(path) + ": " + (text.starts_with(prefix) ? text.substr(prefix.size()) : text);
+    }
+}
+
+/// Paths in messages and presets alike begin at the root.
+std::filesystem::path WholePath(const std::filesystem::path& path) {
+    std::error_code error;
+    const std::filesystem::path whole = path.empty() ? path : std::filesystem::absolute(path, error);
+    return error ? path : whole.lexically_normal();
+}
+
+void SetPath(std::map<std::uint32_t, std::filesystem::path>& paths, std::uint32_t sample,
+             const std::filesystem::path& path) {
+    if (path.empty()) {
+        paths.erase(sample);
+    } else {
+        paths[sample] = WholePath(path);
+    }
+}
+
+/// Puts what was ordered into a state.
+void Take(const PluginInstrument::SampleOrder& order, PluginState& state) {
+    if (!state.preset.samples) {
+        state.preset.samples.emplace();
+    }
+    for (const auto& [sample, path] : order.paths) {
+        SetPath(*state.preset.samples, sample, path);
+        const auto found = order.positions.find(sample);
+        for (std::size_t n = 0; found != order.positions.end() && n < found->second.size(); ++n) {
+            state.SetPosition(found->second[n].first, found->second[n].second);
+        }
+    }
+}
+
+} // namespace
+
+const PluginInstrument::Inside::SamplePaths& PluginInstrument::Inside::PathsNow() const {
+    static const SamplePaths nothing;
+    const auto& samples = incoming ? incoming->preset.samples : identity.samples;
+    return samples ? *samples : nothing;
+}
+
+void PluginInstrument::Inside::AddJob(Job job) {
+    jobs.push_back(std::move(job));
+    jobCount = jobs.size();
+    if (!builder.joinable()) {
+        builder = std::thread([this] { BuildAll(); });
+    }
+    builderWakes.notify_all();
+}
+
+void PluginInstrument::Inside::StopBuilder() {
+    {
+        const Lock lock(control);
+        builderEnds = true;
+    }
+    builderWakes.notify_all();
+    if (builder.joinable()) {
+        builder.join();
+    }
+}
+
+void PluginInstrument::Inside::BuildAll() {
+    Lock lock(control);
+    for (;;) {
+        builderWakes.wait(lock, [this] { return builderEnds || !jobs.empty(); });
+        if (builderEnds) {
+            return;
+        }
+        Job& job = jobs.front();
+        lock.unlock();
+        if (!job.ticket) {
+            LoadOrdered(job);
+        } else if (job.ticket->generation == newest && !Finish(job.state, *job.ticket)) {
+            const Lock again(control);
+            ShowComing(CurrentState());
+        }
+        lock.lock();
+        jobs.pop_front();
+        jobCount = jobs.size();
+    }
+}
+
+void PluginInstrument::Inside::Begin(const PluginState& state) {
+    const Lock lock = TakeControl();
+    if (const std::optional<Ticket> ticket = Announce(state)) {
+        ShowComing(state);
+        AddJob({{}, ticket, state});
+    }
+}
+
+/// What can be set is shown as it will be.
+void PluginInstrument::Inside::ShowComing(const PluginState& state) {
+    const host::NeutralStart& neutral = host::NeutralStart::Get();
+    for (const host::ParameterInfo& info : Catalog().Parameters()) {
+        if (neutral.IsPartOfPresets(info.id)) {
+            exchange.Show(info.id, neutral.Position(info.id));
+        }
+    }
+    for (const host::ParameterSetting& setting : state.preset.settings) {
+        exchange.Show(setting.id, host::PositionOf(Catalog(), setting));
+    }
+    ShowFrame(state);
+}
+
+/// Returns why something was left out.
+std::string PluginInstrument::Inside::LeaveOutBad(SampleOrder& order) {
+    std::string first;
+    std::erase_if(order.paths, [&first](const auto& each) {
+        const std::string problem = each.second.empty() ? std::string() : ProblemOf(each.second);
+        first = first.empty() ? problem : first;
+        return !problem.empty();
+    });
+    return first;
+}
+
+/// All samples that there are, in an instrument that gets all else when they have been read: so what is
+/// turned or played meanwhile is not lost.
+void PluginInstrument::Inside::LoadOrdered(const Job& job) {
+    SamplesDone done{job.order, {}, {}, {}};
+    done.problem = LeaveOutBad(done.order);
+    SamplePaths base;
+    std::uint32_t builtRate = 0;
+    {
+        const Lock lock(control);
+        base = PathsNow();
+        builtRate = engine != nullptr ? rate : 0;
+    }
+    std::unique_ptr<Seat> seat;
+    if (builtRate != 0 && !done.order.paths.empty()) {
+        seat = BuildWith(base, done, builtRate);
+    }
+    const Lock lock(control);
+    if (job.isCancelled) {
+        return;
+    }
+    if (!done.order.paths.empty() && (job.stateLoads != stateLoads || PathsNow() != base)) {
+        done.problem = "Samples were not loaded, since another sound was";
+        done.order.paths.clear();
+    }
+    if (!done.order.paths.empty()) {
+        Commit(done, std::move(seat), builtRate);
+    }
+    samplesDone.push_back(std::move(done));
+    if (samplesDone.size() > mostKept) {
+        samplesDone.pop_front();
+    }
+}
+
+/// What cannot be played is taken out of the order.
+std::unique_ptr<Seat> PluginInstrument::Inside::BuildWith(const SamplePaths& base, SamplesDone& done,
+                                                          std::uint32_t builtRate) {
+    PluginState state;
+    const auto all = [&] {
+        SamplePaths paths = base;
+        for (const auto& [sample, path] : done.order.paths) {
+            SetPath(paths, sample, path);
+        }
+        return paths;
+    };
+    state.preset.samples = all();
+    std::unique_ptr<Seat> seat = Build(state, builtRate, 0);
+    const std::size_t bad = std::erase_if(done.order.paths, [&](const auto& each) {
+        const bool isBad =
+            seat == nullptr || (!each.second.empty() && !seat->instrument.HasSample(each.first));
+        if (isBad && done.problem.empty()) {
+            done.problem = NameOf(each.second) + ": cannot be played as a sample";
+        }
+        return isBad;
+    });
+    if (seat != nullptr && bad > 0) {
+        state.preset.samples = all();
+        seat->instrument.LoadPreset(state.preset);
+    }
+    return seat;
+}
+
+/// How all is now; what is wished from here on is for another generation.
+PluginState PluginInstrument::Inside::TakeOver(std::uint32_t generation) {
+    if (incoming) {
+        PluginState state = Unbuilt();
+        newest = generation;
+        return state;
+    }
+    newest = generation;
+    return CurrentState();
+}
+
+/// Without a seat, as long as nothing sounds.
+void PluginInstrument::Inside::Commit(SamplesDone& done, std::unique_ptr<Seat> seat,
+                                      std::uint32_t builtRate) {
+    PluginState state = TakeOver(newest + 1);
+    done.before = FormatState(state);
+    Take(done.order, state);
+    done.after = FormatState(state);
+    state.controllers.reset();
+    if (seat == nullptr) {
+        Announce(state);
+        return;
+    }
+    host::Preset settings = state.preset;
+    settings.samples.reset();
+    seat->instrument.LoadPreset(settings);
+    seat->LetLatencyShow();
+    if (builtRate != rate) {
+        seat->instrument.SetSampleRate(rate);
+    }
+    seat->generation = newest;
+    Publish(state, std::move(seat));
+}
+
+void PluginInstrument::OrderSamples(SampleOrder order) {
+    std::erase_if(order.paths, [](const auto& each) { return each.first >= host::Preset::sampleCount; });
+    const Inside::Lock lock = inside->TakeControl();
+    inside->AddJob({std::move(order), std::nullopt, {}, inside->stateLoads});
+}
+
+bool PluginInstrument::CancelSamples() {
+    const Inside::Lock lock = inside->TakeControl();
+    const auto newest = std::find_if(inside->jobs.rbegin(), inside->jobs.rend(),
+                                     [](const auto& job) { return !job.ticket && !job.isCancelled; });
+    if (newest == inside->jobs.rend()) {
+        return false;
+    }
+    newest->isCancelled = true;
+    return true;
+}
+
+std::map<std::uint32_t, std::filesystem::path> PluginInstrument::OrderedSamples() const {
+    std::map<std::uint32_t, std::filesystem::path> paths;
+    if (!IsLoading()) {
+        return paths;
+    }
+    const Inside::Lock lock = inside->TakeControl();
+    for (const Inside::Job& job : inside->jobs) {
+        for (const auto& [sample, path] : job.order.paths) {
+            if (!job.isCancelled) {
+                paths[sample] = path;
+            }
+        }
+    }
+    return paths;
+}
+
+std::optional<PluginInstrument::SamplesDone> PluginInstrument::TakeSamplesDone() {
+    const Inside::Lock lock = inside->TakeControl();
+    if (inside->samplesDone.empty()) {
+        return std::nullopt;
+    }
+    SamplesDone done = std::move(inside->samplesDone.front());
+    inside->samplesDone.pop_front();
+    return done;
+}
+
+bool PluginInstrument::BeginState(std::string_view text) {
+    const std::optional<PluginState> state = inside->ReadState(text, {});
+    if (state) {
+        inside->Begin(*state);
+    }
+    return state.has_value();
+}
+
+bool PluginInstrument::BeginProgram(std::uint32_t index) {
+    const std::optional<PluginState> state = inside->ReadProgram(index);
+    if (state) {
+        inside->Begin(*state);
+    }
+    return state.has_value();
+}
+
+bool PluginInstrument::IsLoading() const { return inside->jobCount > 0; }
+
+} // namespace orphia::plugin
