@@ -5,6 +5,7 @@
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
+#include <cstdint>
 #include <functional>
 
 namespace orphia::panel {
@@ -40,7 +41,7 @@ public:
             g.setColour(ToJuce(colours.line));
             g.drawRoundedRectangle(box.reduced(0.5F), Sizes::smallCorner, 1.0F);
         }
-        const Palette::Colour colour = !isEnabled() ? colours.line
+        const Palette::Colour colour = !isEnabled() ? Palette::WithAlpha(colours.dimText, disabledAlpha)
                                        : isChosen   ? colours.text
                                                     : colours.dimText;
         DrawText(g, getButtonText(), box, Sizes::textFont, colour, juce::Justification::centred, isChosen);
@@ -51,6 +52,8 @@ public:
     }
 
 private:
+    static constexpr std::uint32_t disabledAlpha = 0x80;
+
     bool isChosen = false;
     bool isFlat = false;
 };

@@ -5,6 +5,8 @@
 
 #include <juce_gui_basics/juce_gui_basics.h>
 
+#include <algorithm>
+
 namespace orphia::panel {
 
 /// A line to type into, with a hint while it is empty. What stands in it takes new colours with all else; an
@@ -25,11 +27,20 @@ public:
         TakeColours();
     }
 
+    /// The line in the middle: of one that JUCE centres, what hangs below is cut.
+    void resized() override {
+        const int line = juce::roundToInt(getFont().getHeight());
+        setIndents(sideSpace, std::max(0, (getHeight() - line) / 2 - getBorder().getTop()));
+        juce::TextEditor::resized();
+    }
+
 private:
     void TakeColours() {
         setTextToShowWhenEmpty(hint, ToJuce(PanelLook::Of(*this).dimText));
         applyColourToAllText(findColour(textColourId), false);
     }
+
+    static constexpr int sideSpace = 8;
 
     juce::String hint;
 };

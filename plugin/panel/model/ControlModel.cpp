@@ -134,6 +134,26 @@ std::string LabelOf(std::uint32_t id) {
     return Spaced(name);
 }
 
+std::string PathLabelOf(std::uint32_t id) {
+    std::string_view path = ParameterCatalog::OfInstrument().Parameters().at(id).name;
+    for (const std::string_view clear : {"BodeVocoder_", "Modulator_Sampler_", "Carrier_Oscillators_"}) {
+        if (path.starts_with(clear)) {
+            path.remove_prefix(clear.find('_') + 1);
+            break;
+        }
+    }
+    std::string label;
+    while (!path.empty()) {
+        const std::string_view word = path.substr(0, path.find('_'));
+        path.remove_prefix(std::min(path.size(), word.size() + 1));
+        if (!label.empty()) {
+            label += ' ';
+        }
+        label += Spaced(word);
+    }
+    return label;
+}
+
 ControlModel Describe(std::uint32_t id, std::string_view label, ControlKind kind) {
     ControlModel model;
     model.id = id;

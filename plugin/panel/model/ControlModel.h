@@ -65,6 +65,8 @@ ControlModel Describe(std::string_view engineName, std::string_view label = {},
 
 /// The short name of a parameter: as hosts list it, else "Decay Curve" from "Modulator_ADSR_DecayCurve".
 std::string LabelOf(std::uint32_t id);
+/// Its whole path in words, without what is clear: "Sampler Slot 3 Root Note".
+std::string PathLabelOf(std::uint32_t id);
 
 /// "-12 dB", "1/8", "on": as the instrument tells it; shortened to what fits a control: "1.2 kHz", "-12.3
 /// dB".

@@ -12,13 +12,6 @@ namespace {
 constexpr int rowOfThree = 30;
 constexpr int rightOfValues = 18;
 
-/// "Vocoder Preamp ProgramLevel": the path, without what is clear.
-std::string PathOf(const std::string& name) {
-    std::string path = name.starts_with("BodeVocoder_") ? name.substr(12) : name;
-    std::replace(path.begin(), path.end(), '_', ' ');
-    return path;
-}
-
 } // namespace
 
 /// Some controls side by side.
@@ -36,7 +29,7 @@ public:
             ControlModel model = Describe(id);
             const bool isKnob = model.kind == ControlKind::Knob || model.kind == ControlKind::Stepper;
             model.kind = isKnob ? ControlKind::Slider : model.kind;
-            model.label = PathOf(model.name);
+            model.label = PathLabelOf(id);
             controls.push_back(ParameterControl::Make(panel, std::move(model)));
             addAndMakeVisible(*controls.back());
         }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/pages/PresetsPage.h"
 
+#include <algorithm>
+#include <cmath>
 #include <initializer_list>
 
 namespace orphia::panel {
@@ -11,7 +13,7 @@ constexpr int presetHeight = 44;
 constexpr int starWidth = 36;
 constexpr int detailsWidth = 380;
 /// Of the description of this sound, and of its tags below.
-constexpr int descriptionHeight = 72;
+constexpr int descriptionHeight = 56;
 constexpr int tagsHeight = 20;
 constexpr int fieldsAt = Grid::titleHeight + 4 + descriptionHeight + tagsHeight + 12;
 /// What stands below the title of a section begins where the title does.
@@ -209,11 +211,21 @@ void PresetsPage::paintOverChildren(juce::Graphics& g) {
     const Palette& colours = PanelLook::Of(*this);
     juce::Rectangle<int> area = details.getBounds().reduced(inset, 0).withTrimmedTop(Grid::titleHeight + 4);
     const auto* const program = current ? &(*programs)[*current] : nullptr;
-    g.setColour(ToJuce(colours.text));
-    g.setFont(PanelLook::Font(Sizes::textFont));
-    g.drawFittedText(program != nullptr ? juce::String(program->description) : "A sound of its own",
-                     area.removeFromTop(descriptionHeight), juce::Justification::topLeft, 4, 1.0F);
+    juce::AttributedString text(program != nullptr ? juce::String(program->description)
+                                                   : juce::String("A sound of its own"));
+    text.setFont(PanelLook::Font(Sizes::textFont));
+    text.setColour(ToJuce(colours.text));
+    juce::TextLayout layout;
+    layout.createLayout(text, static_cast<float>(area.getWidth()));
+    {
+        const juce::Graphics::ScopedSaveState whole(g);
+        const juce::Rectangle<int> box = area.removeFromTop(descriptionHeight);
+        g.reduceClipRegion(box);
+        layout.draw(g, box.toFloat());
+    }
     if (program != nullptr) {
+        const int below = std::min(descriptionHeight, static_cast<int>(std::ceil(layout.getHeight())) + 4);
+        area.translate(0, below - descriptionHeight);
         DrawText(g, Joined(program->tags), area.removeFromTop(tagsHeight).toFloat(), Sizes::labelFont,
                  colours.dimText, juce::Justification::centredLeft);
     }

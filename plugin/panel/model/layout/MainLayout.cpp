@@ -31,7 +31,7 @@ constexpr auto bandsOfEqualiser = std::to_array<Cell>({
     {"Modulator_ParamEq_Gain5", "High", Slider},
 });
 constexpr auto compressor = std::to_array<Cell>({
-    {"Modulator_CompressorAmount", "Comp", Slider},
+    {"Modulator_CompressorAmount", "Amount", Slider},
 });
 constexpr auto voiceRows = std::to_array<Row>({
     {Height::Line, source},
