@@ -111,6 +111,8 @@ private:
     bool IsGlobalSource(u32 source) const { return (globalSources >> source & 1U) != 0; }
     bool IsGlobalDestination(u32 destination) const { return (globalDestinations >> destination & 1U) != 0; }
 
+    template <class ChannelOf>
+    void RenderDestinations(u32 mask, const SourceTable& sources, u32 frames, ChannelOf channelOf);
     void RenderDestination(u32 destination, const SourceTable& sources, float* channel, u32 frames) const;
     float SumFirstSamples(u32 destination, const SourceTable& sources) const;
     float SumFiniteTerms(u32 destination, const SourceTable& sources) const;
@@ -196,16 +198,25 @@ void PolyModulations<S, D, V, R, Policy>::ComputeDestinations(u32 mask, u32 fram
 
 template <u32 S, u32 D, u32 V, u32 R, class Policy>
 void PolyModulations<S, D, V, R, Policy>::ComputeVoice(u32 voice, u32 mask, u32 frames) {
-    Base::ForEachBit(mask, [&](u32 d) {
-        RenderDestination(d, voiceSources[voice], voiceDestinationBuffer[voice * D + d], frames);
-    });
+    RenderDestinations(mask, voiceSources[voice], frames,
+                       [this, voice](u32 d) { return voiceDestinationBuffer[voice * D + d]; });
 }
 
 template <u32 S, u32 D, u32 V, u32 R, class Policy>
 void PolyModulations<S, D, V, R, Policy>::ComputeGlobal(const SourceTable& sources,
                                                         const SourceTable& /*otherSources*/, u32 mask,
                                                         u32 frames) {
-    Base::ForEachBit(mask, [&](u32 d) { RenderDestination(d, sources, globalDestinationBuffer[d], frames); });
+    RenderDestinations(mask, sources, frames, [this](u32 d) { return globalDestinationBuffer[d]; });
+}
+
+/// What no source reaches is zero without a sum.
+template <u32 S, u32 D, u32 V, u32 R, class Policy>
+template <class ChannelOf>
+void PolyModulations<S, D, V, R, Policy>::RenderDestinations(u32 mask, const SourceTable& sources, u32 frames,
+                                                             ChannelOf channelOf) {
+    const u32 routed = this->RoutedDestinations();
+    Base::ForEachBit(mask & routed, [&](u32 d) { RenderDestination(d, sources, channelOf(d), frames); });
+    Base::ForEachBit(mask & ~routed, [&](u32 d) { std::fill_n(channelOf(d), R == 0 ? 1 : frames, 0.0F); });
 }
 
 template <u32 S, u32 D, u32 V, u32 R, class Policy>

@@ -46,6 +46,19 @@ void SetUpEnsemble(Chorus& chorus) {
     chorus.SetParameterValue(Chorus::LFOShape, 0.0F);
 }
 
+/// Takes over the parameters as they stand: many voices that start together for the first time would all do
+/// it in that block.
+void SettleVoice(Oscillators& voice) {
+    dsp::ProcessContext none;
+    voice.UpdateParameters(none);
+    voice.ClearParameterChanges(false);
+    dsp::ADSR& envelope = voice.Envelope();
+    if (!envelope.IsGateOpen()) {
+        envelope.UpdateParameters(none);
+        envelope.ClearParameterChanges(false);
+    }
+}
+
 } // namespace
 
 Carrier::Carrier(std::string moduleName)
@@ -104,6 +117,9 @@ void Carrier::OnReset(bool /*hard*/) {
     StopEnsemble();
     holdElapsed = 0.0F;
     pitchSmoother.Set(lowestVoiceFrequency);
+    for (u32 voice = 0; voice < voiceSlotCount; ++voice) {
+        SettleVoice(Voice(voice));
+    }
 }
 
 void Carrier::SeedNoise(u32 seed) {
