@@ -3,6 +3,7 @@
 
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/Decibels.h"
+#include "dsp/vectors/Silence.h"
 #include "dsp/vectors/SilenceFaults.h"
 
 #include <algorithm>
@@ -155,6 +156,7 @@ void EnvFollower::OnReset(bool /*hard*/) {
     delayLine.Clear();
     runningSum = {};
     envelope = 0.0F;
+    silentFrames = 0;
 }
 
 bool EnvFollower::UpdateParameters(ProcessContext& /*context*/) {
@@ -263,7 +265,32 @@ void EnvFollower::Follow(const ProcessContext& context) {
     envelope = e;
 }
 
+/// All that a block of silence would read of the ring are zeros, which need not be written once more.
+bool EnvFollower::IsAtRest() const {
+    return silentFrames >= windowLength + groupSize && envelope == 0.0F && runningSum.sum.get(0) == 0.0;
+}
+
+/// At rest only the count goes on, by which the sum is built anew.
+void EnvFollower::PassSilence(const ProcessContext& context) {
+    if (usesRms) {
+        const u32 groups = (context.numFrames + groupSize - 1) / groupSize;
+        const u32 groupsOfWindow = (windowLength + groupSize - 1) / groupSize;
+        runningSum.freshCount = (runningSum.freshCount / groupSize + groups) % groupsOfWindow * groupSize;
+    }
+    std::fill_n(context.outputs[0], context.numFrames, 0.0F);
+}
+
 bool EnvFollower::Process(ProcessContext& context) {
+    const auto isSilent = [&context](u32 channel) {
+        const float* input = context.InputOrNull(channel);
+        return input == nullptr || IsSilent(input, context.numFrames);
+    };
+    const bool silence = isSilent(0) && isSilent(1);
+    if (silence && IsAtRest()) {
+        PassSilence(context);
+        return true;
+    }
+    silentFrames = silence ? std::min(silentFrames + context.numFrames, longestWindow + groupSize) : 0;
     if (usesRms) {
         Follow<true>(context);
     } else {

@@ -72,6 +72,8 @@ private:
     };
 
     void UpdateWindow();
+    bool IsAtRest() const;
+    void PassSilence(const ProcessContext& context);
     float StepCoefficient(float seconds) const;
     template <bool rms>
     void Follow(const ProcessContext& context);
@@ -93,6 +95,8 @@ private:
     double inverseWindowLength = 1.0;
     RunningSum runningSum;
     DelayLineDouble delayLine;
+    /// Since the last sound; as many as count.
+    u32 silentFrames = 0;
 };
 
 } // namespace Velmora::dsp

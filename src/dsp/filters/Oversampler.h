@@ -5,6 +5,7 @@
 #include "dsp/vectors/StereoPair.h"
 #include "support/platform/Types.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
@@ -42,6 +43,10 @@ public:
     }
 
     void Reset() { states.fill(Float4(0.0F)); }
+    bool HasStateOf(const HalfBand& other) const {
+        return std::equal(states.begin(), states.end(), other.states.begin(),
+                          [](const Float4& a, const Float4& b) { return xsimd::all(a == b); });
+    }
 
     bool IsSound() const {
         Float4 sum(0.0F);
@@ -92,6 +97,9 @@ public:
 
     /// False when a filter state is not a number or has run away.
     bool IsSound() const { return up.IsSound() && down.IsSound() && inner.IsSound(); }
+    bool HasStateOf(const Oversampler& other) const {
+        return up.HasStateOf(other.up) && down.HasStateOf(other.down) && inner.HasStateOf(other.inner);
+    }
 
     /// Two frames of left and right through stage, which takes and gives two frames at the higher rate, in
     /// the order of time.
@@ -123,6 +131,7 @@ class Oversampler<1, depth> {
 public:
     void Reset() {}
     bool IsSound() const { return true; }
+    bool HasStateOf(const Oversampler& /*other*/) const { return true; }
 
     template <class Stage>
     simd::Float4 Run(simd::Float4 frames, Stage&& stage) {

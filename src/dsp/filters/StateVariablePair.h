@@ -35,6 +35,9 @@ public:
     }
 
     void Clear() { *this = {}; }
+    bool IsAtRest() const {
+        return xsimd::all(bandState == Double2(0.0) && lowState == Double2(0.0) && energy == Double2(0.0));
+    }
 
     /// Clears a state that has blown up.
     void Heal() {

@@ -60,9 +60,9 @@ void ChorusLfo::Reset() {
     drift = {};
 }
 
-void ChorusLfo::Advance(float hz) {
-    main.Advance(std::clamp(static_cast<double>(hz), 0.0, fastestHz) * quadSeconds);
-    drift.Advance(driftHz * quadSeconds);
+void ChorusLfo::Advance(float hz, u32 quads) {
+    main.Advance(std::clamp(static_cast<double>(hz), 0.0, fastestHz) * quadSeconds, quads);
+    drift.Advance(driftHz * quadSeconds, quads);
 }
 
 Float4 ChorusLfo::Value(const std::array<float, shapeCount>& weights, Float4 offsets,

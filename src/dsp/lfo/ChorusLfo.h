@@ -13,12 +13,14 @@ struct CycleCounter {
     u32 cycle = 0;
     double phase = 0.0;
 
-    /// By less than one cycle.
-    void Advance(double cycles) {
-        phase += cycles;
-        if (phase >= 1.0) {
-            phase -= 1.0;
-            ++cycle;
+    /// By less than one cycle, so many times.
+    void Advance(double cycles, u32 times = 1) {
+        for (; times != 0; --times) {
+            phase += cycles;
+            if (phase >= 1.0) {
+                phase -= 1.0;
+                ++cycle;
+            }
         }
     }
 };
@@ -37,8 +39,8 @@ public:
 
     void Prepare(float sampleRate);
     void Reset();
-    /// Moves on by a quad of frames. The rate in Hz is limited to 20.
-    void Advance(float hz);
+    /// Moves on by quads of frames. The rate in Hz is limited to 20.
+    void Advance(float hz, u32 quads = 1);
 
     /// The value of each voice. The weights of the shapes sum up to 1. Offsets in cycles, not negative.
     /// randomShift, in cycles: channels that differ in it by more than one have different random walks.

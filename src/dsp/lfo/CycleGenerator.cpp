@@ -282,7 +282,8 @@ double CycleGenerator::AdvanceCounted(Step& step, double phase, double increment
         return phase;
     }
     const double next = phase + increment;
-    if (std::floor(phase) != std::floor(next)) {
+    const bool staysWithinFirst = phase >= 0.0 && phase < 1.0 && next >= 0.0 && next < 1.0;
+    if (!staysWithinFirst && std::floor(phase) != std::floor(next)) {
         step.trigger = true;
         cycleCount += 1.0F;
         if (cycleCount > 0.0F) {

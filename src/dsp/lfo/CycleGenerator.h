@@ -74,7 +74,7 @@ protected:
     /// The fractional part, of negative positions too: never below 0.
     template <class T>
     static T Fold(T position) {
-        return position - std::floor(position);
+        return position > T(0) && position < T(1) ? position : position - std::floor(position);
     }
 
     /// What the parameters say.

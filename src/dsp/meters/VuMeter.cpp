@@ -27,6 +27,9 @@ std::vector<ModuleParam> Records() {
     return RecordsOf({Declare::Choice("Calibration", 3), Declare::Linear("Output", -20.0F, 3.0F)});
 }
 
+/// Below the scale, whatever the calibration.
+const double lowestDecibels = 10.0 * std::log10(lowestPower);
+
 double Square(float x) { return static_cast<double>(x) * static_cast<double>(x); }
 
 Double2 SquarePair(const float* samples) {
@@ -55,12 +58,12 @@ bool VuMeter::UpdateParameters(ProcessContext& /*context*/) {
 
 bool VuMeter::Process(ProcessContext& context) {
     const float* samples = context.InputOrNull(0);
-    double power = samples != nullptr ? LastPower(samples, context.numFrames) : 0.0;
-    power = power > lowestPower ? power : lowestPower;
+    const double power = samples != nullptr ? LastPower(samples, context.numFrames) : 0.0;
     if (samples == nullptr || !IsIntact(state)) {
         state = 0.0;
     }
-    const float decibels = static_cast<float>(10.0 * std::log10(power)) - calibrationDb + sineCorrection;
+    const double level = power > lowestPower ? 10.0 * std::log10(power) : lowestDecibels;
+    const float decibels = static_cast<float>(level) - calibrationDb + sineCorrection;
     SetParameterValue(Output, parameters[Output].Hold(decibels));
     return true;
 }

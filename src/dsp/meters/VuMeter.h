@@ -28,6 +28,9 @@ public:
     bool UpdateParameters(ProcessContext& context) override;
     bool Process(ProcessContext& context) override;
 
+    /// Silence, or no input at all, leaves it as it is.
+    bool IsAtRest() const { return state == 0.0; }
+
 private:
     double LastPower(const float* samples, u32 numFrames);
     void FollowQuads(const float* samples, u32 numFrames);

@@ -88,14 +88,24 @@ bool FXContainer::Process(ProcessContext& context) {
 }
 
 void FXContainer::RunSeries(const ProcessContext& context) {
-    const Pair first = WorkBuffers(0);
-    const Pair second = WorkBuffers(1);
-    RunSlot(0, context, context.InputOrNull(0), context.InputOrNull(1), first);
-    RunSlot(1, context, first[0], first[1], second);
-    RunSlot(2, context, second[0], second[1], {context.outputs[0], context.outputs[1]});
-    for (FXVariant* slot : slots) {
-        latency += slot->Latency();
+    const Pair outputs{context.outputs[0], context.outputs[1]};
+    std::array sound{context.InputOrNull(0), context.InputOrNull(1)};
+    const auto isOutput = [&outputs](const float* channel) {
+        return channel == outputs[0] || channel == outputs[1];
+    };
+    for (u32 slot = 0; slot < slotCount; ++slot) {
+        if (slots[slot]->PassesInput()) {
+            continue;
+        }
+        const bool takesWorkBuffers = slot + 1 < slotCount || isOutput(sound[0]) || isOutput(sound[1]);
+        const Pair processed = takesWorkBuffers ? WorkBuffers(slot) : outputs;
+        RunSlot(slot, context, sound[0], sound[1], processed);
+        latency += slots[slot]->Latency();
+        std::copy(processed.begin(), processed.end(), sound.begin());
     }
+    const ProcessContext last = context.ForChild(sound.data(), sound.size(), context.outputs, outputCount);
+    dsp::CopyChannel(last, 0);
+    dsp::CopyChannel(last, 1);
 }
 
 void FXContainer::RunParallel(const ProcessContext& context) {

@@ -70,6 +70,9 @@ public:
 
     explicit FXVariant(std::string moduleName);
 
+    /// The next block would come out as it goes in.
+    bool PassesInput() const { return RunsNothingBut(BypassedType); }
+
     /// The id within a slot of a parameter of a type.
     static constexpr u32 IdOf(Type type, u32 id) { return firstIds[type] + id; }
 

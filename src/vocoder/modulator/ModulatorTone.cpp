@@ -134,11 +134,11 @@ void ModulatorTone::SetAmount(float amount) {
 
 /// Neither stage runs while it is off and its fade has settled. While the equaliser is active the compressor
 /// takes its wet signal, faded or not.
-void ModulatorTone::Render(const ProcessContext& context) {
+void ModulatorTone::Render(const ProcessContext& context, bool isSilent) {
     const Stereo signal{context.outputs[0], context.outputs[1]};
     const bool equalises = own.IsOn(Own::ParamEQOn) || !equaliserFade.IsAtTarget();
     const bool compresses = own.IsOn(Own::CompressorOn) || !compressorFade.IsAtTarget();
-    Measure(context, signal);
+    Measure(context, signal, isSilent);
     if (equalises) {
         Equalise(context, signal, compresses);
     }
@@ -149,10 +149,13 @@ void ModulatorTone::Render(const ProcessContext& context) {
     }
 }
 
-void ModulatorTone::Measure(const ProcessContext& context, const Stereo& signal) {
-    float* mono = buffers[Mono];
-    std::transform(signal[0], signal[0] + context.numFrames, signal[1], mono,
-                   [](float l, float r) { return (l + r) * 0.5F; });
+void ModulatorTone::Measure(const ProcessContext& context, const Stereo& signal, bool isSilent) {
+    const float* mono = nullptr;
+    if (!isSilent || !meter.IsAtRest()) {
+        mono = buffers[Mono];
+        std::transform(signal[0], signal[0] + context.numFrames, signal[1], buffers[Mono],
+                       [](float l, float r) { return (l + r) * 0.5F; });
+    }
     const std::array<const float*, 1> input{mono};
     ProcessContext child = context.ForChild(input.data(), 1, nullptr, 0);
     dsp::RunChild(meter, child);

@@ -26,8 +26,8 @@ public:
     void Reset();
     void FollowControls();
 
-    /// The meter tells the level before equaliser and compressor.
-    void Render(const dsp::ProcessContext& context);
+    /// The meter tells the level before equaliser and compressor. isSilent: all samples are 0.
+    void Render(const dsp::ProcessContext& context, bool isSilent);
 
 private:
     enum Buffer : u32 { Mono, EqualiserFade, CompressorFade, WetLeft, WetRight, BufferCount };
@@ -36,7 +36,7 @@ private:
     template <class Stage>
     void FollowSwitch(u32 id, Stage& stage, dsp::SmootherSRL& fade);
     void SetAmount(float amount);
-    void Measure(const dsp::ProcessContext& context, const Stereo& signal);
+    void Measure(const dsp::ProcessContext& context, const Stereo& signal, bool isSilent);
     void Equalise(const dsp::ProcessContext& context, const Stereo& signal, bool compressorFollows);
     void Compress(const dsp::ProcessContext& context, const Stereo& signal, bool afterEqualiser);
     Stereo Wet() { return {buffers[WetLeft], buffers[WetRight]}; }

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/modulator/VocoderModulator.h"
 
+#include "dsp/vectors/Silence.h"
 #include "dsp/vectors/SilenceFaults.h"
+#include "support/platform/FloatMode.h"
 
 #include <tuple>
 #include <utility>
@@ -65,12 +67,14 @@ bool VocoderModulator::Process(dsp::ProcessContext& context) {
     } else {
         playback.Render(context);
     }
+    const bool isSilent = dsp::IsSilent(context.outputs[0], context.numFrames) &&
+                          dsp::IsSilent(context.outputs[1], context.numFrames);
     // Sound from outside, also in a file, has any level, and is heard without the core, too.
-    for (u32 side = 0; side < 2; ++side) {
+    for (u32 side = 0; side < 2 && !isSilent; ++side) {
         dsp::AdmitInput(context.outputs[side], context.outputs[side], context.numFrames);
     }
     floor.AddTo(context.numFrames, context.outputs[0], context.outputs[1]);
-    tone.Render(context);
+    tone.Render(context, isSilent && Platform::flushesDenormals);
     keys.Advance(context.numFrames);
     return true;
 }

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "dsp/envelopes/EnvFollower.h"
 
+#include "dsp/framework/RunChild.h"
 #include "rigs/StageRig.h"
 
+#include <random>
 #include <tuple>
 
 using namespace Velmora;
@@ -66,4 +68,50 @@ TEST(EnvFollowerTest, AgreesWithADirectModel) {
             }
         }
     }
+}
+
+TEST(EnvFollowerTest, OneThatRestsInSilenceGoesOnAsOneThatRuns) {
+    std::mt19937 random{3};
+    const auto below = [&random](u32 limit) { return static_cast<u32>(random() % limit); };
+    auto resting = MakeStage<EnvFollower>(8000.0);
+    auto running = MakeStage<EnvFollower>(8000.0);
+    // Below the floor of the sum and just above it, and so loud that rounding stays in the sum.
+    constexpr float levels[] = {0.5F, 4e-6F, 2e-5F, 3e5F};
+    u32 silentBlocks = 0;
+    for (u32 scene = 0; scene < 200; ++scene) {
+        for (auto* follower : {resting.get(), running.get()}) {
+            follower->SetParameterValue(EnvFollower::StereoInput, 1.0F);
+            follower->SetParameterValue(EnvFollower::Threshold, -20.0F);
+            follower->SetParameterValue(EnvFollower::ThresholdActive, scene % 2 == 0 ? 0.0F : 1.0F);
+            follower->SetParameterValue(EnvFollower::RMSWindowDurationMs,
+                                        1.2F * static_cast<float>(scene / 10));
+        }
+        const float level = levels[below(4)];
+        const u32 soundingBlocks = below(30);
+        const u32 blocks = soundingBlocks + below(150);
+        for (u32 block = 0; block < blocks; ++block) {
+            const u32 frames = 4 * (1 + below(11));
+            Signal sound =
+                block < soundingBlocks ? Noise(rigBlock, level, below(1000)) : Signal(rigBlock, 0.0F);
+            Signal out[2] = {Signal(rigBlock), Signal(rigBlock)};
+            // A zero with a sign is no silence.
+            for (const bool runs : {false, true}) {
+                std::replace(sound.begin(), sound.end(), 0.0F, runs ? -0.0F : 0.0F);
+                const Signal silence(rigBlock, runs ? -0.0F : 0.0F);
+                const float* left = scene % 3 == 0 ? silence.data() : sound.data();
+                const float* inputs[] = {left, scene % 3 == 1 ? nullptr : sound.data()};
+                float* outputs[] = {out[runs ? 1 : 0].data()};
+                dsp::ProcessContext context;
+                context.inputs = inputs;
+                context.numInputs = 2;
+                context.outputs = outputs;
+                context.numOutputs = 1;
+                context.numFrames = frames;
+                dsp::RunChild(runs ? *running : *resting, context);
+            }
+            ASSERT_EQ(out[0], out[1]) << scene << ", " << block;
+            silentBlocks += out[0][0] == 0.0F ? 1 : 0;
+        }
+    }
+    EXPECT_GT(silentBlocks, 3000U);
 }

@@ -5,9 +5,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <random>
 
 namespace orphia::test {
 namespace {
+
+using Velmora::dsp::Phaser;
 
 struct SpeakingRig : PlayedRig {
     SpeakingRig() { Speak(); }
@@ -132,6 +135,74 @@ TEST(VocoderProcessor, APresetBracketResetsAtItsEndOnly) {
     rig.Run();
     rig.Set(PresetLoading, 0.0F);
     EXPECT_EQ(rig.HeldCount(), 1U) << "set as a value it has no effect of its own";
+}
+
+/// An effect that is dry keeps one from passing silence on, and a zero with a sign from hearing it.
+TEST(VocoderProcessor, OneThatRestsInSilenceGoesOnAsOneThatRuns) {
+    SpeakingRig resting;
+    SpeakingRig running;
+    constexpr u32 effects = VocoderProcessor::FirstParameter<5>();
+    const auto both = [&](auto act) {
+        act(resting);
+        act(running);
+    };
+    const auto setSlot = [](PlayedRig& rig, u32 slot, u32 id, float value) {
+        rig.played->SetParameterValue(effects + FXContainer::SlotId(slot, id), value);
+    };
+    both([&](PlayedRig& rig) {
+        rig.played->SetParameterValue(effects + FXContainer::ParameterId(FXContainer::Enable), 1.0F);
+        setSlot(rig, 1, FXVariant::IdOf(FXVariant::PhaserType, Phaser::DryWet), 0.0F);
+    });
+    setSlot(running, 1, FXVariant::ParameterId(FXVariant::ModuleType), FXVariant::PhaserType);
+    both([](PlayedRig& rig) { rig.Run(200); });
+    std::mt19937 random{8};
+    const auto below = [&random](u32 limit) { return static_cast<u32>(random() % limit); };
+    u32 silentBlocks = 0;
+    float loudest = 0.0F;
+    for (u32 scene = 0; scene < 60; ++scene) {
+        const float value = static_cast<float>(below(9)) / 8.0F;
+        const bool speaks = below(2) == 0;
+        const u32 act = below(6);
+        const auto note = static_cast<u8>(48 + below(12));
+        both([&](PlayedRig& rig) {
+            const float silence = &rig == &resting ? 0.0F : -0.0F;
+            rig.voiceLevel = speaks ? 0.5F : 0.0F;
+            std::fill(rig.external.begin(), rig.external.end(), silence);
+            if (act == 0) {
+                rig.SetModulator(VocoderModulator::ExternalInput, value);
+            } else if (act == 1) {
+                rig.SetPosition(VocoderProcessor::Volume, value);
+            } else if (act == 2) {
+                rig.SetPosition(SynthMasterVolume, value);
+            } else if (act == 3) {
+                setSlot(rig, 0, FXVariant::ParameterId(FXVariant::ModuleType), scene % 2 == 0 ? 0.0F : 2.0F);
+            } else if (act == 4) {
+                rig.SetModulator(VocoderModulator::ExternalInputGain, value);
+            } else {
+                rig.NoteOn(note);
+                rig.NoteOff(note);
+            }
+        });
+        for (u32 block = 0; block < 60; ++block) {
+            both([](PlayedRig& rig) {
+                rig.Run();
+                for (std::vector<float>& side : rig.out) {
+                    std::transform(side.begin(), side.end(), side.begin(), [](float x) { return x + 0.0F; });
+                }
+            });
+            ASSERT_EQ(resting.out[0], running.out[0]) << scene << ", " << block;
+            ASSERT_EQ(resting.out[1], running.out[1]) << scene << ", " << block;
+            silentBlocks += Peak(resting.out[0]) == 0.0F ? 1 : 0;
+            const auto meter = [](PlayedRig& rig) {
+                return rig.played->Modulator().Section<VocoderModulator::Meter>().GetParameterNormalized(
+                    Velmora::dsp::VuMeter::Output);
+            };
+            ASSERT_EQ(meter(resting), meter(running)) << scene << ", " << block;
+            loudest = std::max(loudest, meter(resting));
+        }
+    }
+    EXPECT_GT(silentBlocks, 500U);
+    EXPECT_GT(loudest, 0.3F);
 }
 
 } // namespace

@@ -79,7 +79,8 @@ ChorusSettings Chorus::ReadSettings(const ProcessContext& context) {
 }
 
 void Chorus::FollowSong(const ProcessContext& context) {
-    song.FollowSong(context, IsOn(TempoSync), HeldValue(SyncRate, context), settings.rateHz);
+    const bool isSynced = context.isPlaying != 0 && IsOn(TempoSync);
+    song.FollowSong(context, isSynced, isSynced ? HeldValue(SyncRate, context) : 0.0F, settings.rateHz);
 }
 
 void Chorus::StartMotion() {
@@ -93,11 +94,12 @@ void Chorus::StepDelays() {
     channels[0].delays.Advance(TapDelays(Controls::LeftOffsets, 0.0F), longest);
     channels[1].delays.Advance(TapDelays(Controls::RightOffsets, motion.value[Controls::RandomShift]),
                                longest);
-    StepSwing();
+    Swing(1);
 }
 
-void Chorus::StepSwing() {
-    lfo.Advance(song.Advance(controls[Controls::Motion].value[Controls::RateHz], Limits::fastestHz));
+void Chorus::Swing(u32 quads) {
+    const float hz = controls[Controls::Motion].value[Controls::RateHz];
+    lfo.Advance(song.Advance(hz, Limits::fastestHz, quads), quads);
 }
 
 Float4 Chorus::TapDelays(Controls::Group offsets, float randomShift) const {
@@ -117,7 +119,7 @@ bool Chorus::IsAtRest() const {
 
 bool Chorus::Process(ProcessContext& context) {
     if (IsAtRest() && IsSilent(context)) {
-        RenderSilence(context, [this] { StepSwing(); });
+        RenderSilence(context, [this](u32 quads) { Swing(quads); });
         return true;
     }
     RenderStereoQuads(context, controls,

@@ -91,7 +91,7 @@ private:
 
     bool IsAtRest() const;
     void StepDelays();
-    void StepSwing();
+    void Swing(u32 quads);
     Float4 TapDelays(ChorusControls::Group offsets, float randomShift) const;
     template <bool moving>
     void RenderQuad(StereoQuad& sound);

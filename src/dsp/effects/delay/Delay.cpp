@@ -112,14 +112,16 @@ bool Delay::IsAtRest() const {
 }
 
 /// What StepDelays does besides the delays themselves.
-void Delay::StepSwing() {
-    controls.StepTimes();
-    wow.Advance(wowHz);
+void Delay::Swing(u32 quads) {
+    for (u32 quad = 0; quad < quads; ++quad) {
+        controls.StepTimes();
+    }
+    wow.Advance(wowHz, quads);
 }
 
 bool Delay::Process(ProcessContext& context) {
     if (IsAtRest() && IsSilent(context)) {
-        RenderSilence(context, [this] { StepSwing(); });
+        RenderSilence(context, [this](u32 quads) { Swing(quads); });
         return true;
     }
     linesUsed = linesUsed || context.numFrames != 0;

@@ -77,7 +77,7 @@ private:
     float EchoSeconds(const ProcessContext& context);
     bool IsAtRest() const;
     void StepDelays();
-    void StepSwing();
+    void Swing(u32 quads);
     template <bool moving>
     void RenderQuad(StereoQuad& sound);
     template <bool moving>

@@ -101,6 +101,10 @@ public:
     void Prepare(double rate);
     void Reset();
     bool IsSound() const;
+    bool HasStateOf(const DiodeClipper& other) const {
+        return xsimd::all(highPassState == other.highPassState && last == other.last &&
+                          lastButOne == other.lastButOne);
+    }
 
     /// The feedback resistor in ohms within its range, and a steady current in amperes into the diodes, which
     /// makes them clip unevenly.

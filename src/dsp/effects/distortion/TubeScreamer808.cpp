@@ -79,15 +79,34 @@ void TubeScreamer808::ClearWhatIsBroken() {
 
 template <u32 factor>
 void TubeScreamer808::Render(Oversampler<factor>& oversampler, ProcessContext& context) {
+    constexpr u32 quad = Float4::size;
+    const u32 frames = context.numFrames;
     if (controls.IsMoving()) {
-        RenderBlock<true>(oversampler, context);
-    } else {
-        RenderBlock<false>(oversampler, context);
+        RenderFrames<true>(oversampler, context, 0, frames);
+        return;
+    }
+    if (frames <= quad || !IsSilent(context)) {
+        RenderFrames<false>(oversampler, context, 0, frames);
+        return;
+    }
+    // A quad of silence that leaves everything as it was will do so again, with the same output.
+    const TubeScreamerCircuit circuitBefore = circuit;
+    const Oversampler<factor> oversamplerBefore = oversampler;
+    RenderFrames<false>(oversampler, context, 0, quad);
+    if (!(circuit.HasStateOf(circuitBefore) && oversampler.HasStateOf(oversamplerBefore))) {
+        RenderFrames<false>(oversampler, context, quad, frames);
+        return;
+    }
+    const StereoQuad steady{Float4::load_unaligned(context.outputs[0]),
+                            Float4::load_unaligned(context.outputs[1])};
+    for (u32 n = quad; n < frames; n += quad) {
+        steady.Write(context, n);
     }
 }
 
 template <bool moving, u32 factor>
-void TubeScreamer808::RenderBlock(Oversampler<factor>& oversampler, ProcessContext& context) {
+void TubeScreamer808::RenderFrames(Oversampler<factor>& oversampler, const ProcessContext& context, u32 first,
+                                   u32 end) {
     enum Gain : u32 { Dry, Wet, Volts };
     /// Of the steps in a quad, each of which is two frames of the circuit.
     constexpr float share = 1.0F / (2.0F * factor);
@@ -97,7 +116,7 @@ void TubeScreamer808::RenderBlock(Oversampler<factor>& oversampler, ProcessConte
     Float4 steps[std::size(gains)];
     // A copy that does not leave this function can stay in registers.
     TubeScreamerCircuit local = circuit;
-    for (u32 n = 0; n < context.numFrames; n += Float4::size) {
+    for (u32 n = first; n < end; n += Float4::size) {
         if constexpr (moving) {
             controls.Step();
             SetCircuit(local);

@@ -69,7 +69,7 @@ private:
     template <u32 factor>
     void Render(Oversampler<factor>& oversampler, ProcessContext& context);
     template <bool moving, u32 factor>
-    void RenderBlock(Oversampler<factor>& oversampler, ProcessContext& context);
+    void RenderFrames(Oversampler<factor>& oversampler, const ProcessContext& context, u32 first, u32 end);
 
     u32 factorInUse = 4;
 

@@ -17,6 +17,9 @@ public:
     void Prepare(double sampleRate) { rate = sampleRate; }
     void Reset() { inputState = wiperState = Float4(0.0F); }
     bool IsSound() const;
+    bool HasStateOf(const TubeScreamerTone& other) const {
+        return xsimd::all(inputState == other.inputState && wiperState == other.wiperState);
+    }
 
     /// Of the knob, 0 to 1.
     void Set(float position);
@@ -65,6 +68,10 @@ public:
     void Reset();
     /// False when a state is not a number or has run away.
     bool IsSound() const;
+    bool HasStateOf(const TubeScreamerCircuit& other) const {
+        return clipper.HasStateOf(other.clipper) && tone.HasStateOf(other.tone) &&
+               xsimd::all(bass == other.bass && steady == other.steady && steadyRest == other.steadyRest);
+    }
     void Set(const Setting& setting);
 
     /// Two successive frames of left and right, in volts.

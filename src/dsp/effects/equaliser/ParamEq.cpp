@@ -4,9 +4,11 @@
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/math/CornerAngle.h"
 #include "dsp/math/Within.h"
+#include "dsp/vectors/Silence.h"
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 #include <utility>
 #include <vector>
 
@@ -178,23 +180,25 @@ bool ParamEq<bandCount>::Process(ProcessContext& context) {
     if (context.numFrames == 0 || context.numOutputs == 0) {
         return true;
     }
+    const bool isSilent = IsSilent(inputOf(0), context.numFrames);
     if (isStereo && context.numOutputs > 1) {
         Render(PairInput{inputOf(0), inputOf(1)}, PairOutput{context.outputs[0], context.outputs[1]},
-               context.numFrames);
+               context.numFrames, isSilent && IsSilent(inputOf(1), context.numFrames));
     } else {
         if (context.numOutputs > 1 && context.outputs[1] != inputOf(1)) {
             std::copy_n(inputOf(1), context.numFrames, context.outputs[1]);
         }
-        Render(SoloInput{inputOf(0)}, SoloOutput{context.outputs[0]}, context.numFrames);
+        Render(SoloInput{inputOf(0)}, SoloOutput{context.outputs[0]}, context.numFrames, isSilent);
     }
     return true;
 }
 
 /// All bands take four frames before any takes the next four: while one band waits for its own last result,
-/// the processor works on another.
+/// the processor works on another. A quad of silence that leaves all bands as they were will do so again,
+/// with the same output.
 template <u32 bandCount>
 template <class Input, class Output>
-void ParamEq<bandCount>::Render(Input input, Output output, u32 numFrames) {
+void ParamEq<bandCount>::Render(Input input, Output output, u32 numFrames, bool isSilent) {
     using Pass = ParamEqBand::Pass<typename Input::Number>;
     std::array<Pass, bandCount> passes;
     u32 passCount = 0;
@@ -203,15 +207,23 @@ void ParamEq<bandCount>::Render(Input input, Output output, u32 numFrames) {
             passes[passCount++] = Pass(bands[band]);
         }
     }
+    const std::span used(passes.data(), passCount);
+    bool rests =
+        isSilent && std::none_of(used.begin(), used.end(), [](const Pass& pass) { return pass.IsMoving(); });
+    auto quad = input.Load(0);
     for (u32 n = 0; n < numFrames; n += 4) {
-        auto quad = input.Load(n);
-        for (u32 i = 0; i < passCount; ++i) {
-            passes[i].Run(quad, n);
+        if (n == 0 || !rests) {
+            quad = input.Load(n);
+            for (Pass& pass : used) {
+                pass.Run(quad, n);
+            }
+            rests = rests && std::all_of(used.begin(), used.end(),
+                                         [](const Pass& pass) { return pass.IsWhereItBegan(); });
         }
         output.Store(n, quad);
     }
-    for (u32 i = 0; i < passCount; ++i) {
-        passes[i].Finish();
+    for (Pass& pass : used) {
+        pass.Finish();
     }
 }
 

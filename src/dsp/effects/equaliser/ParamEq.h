@@ -73,7 +73,7 @@ private:
     void PrepareSmoothers(u32 samplesPerTick);
     void JumpAll();
     template <class Input, class Output>
-    void Render(Input input, Output output, u32 numFrames);
+    void Render(Input input, Output output, u32 numFrames, bool isSilent);
 
     std::array<ParamEqBand, bandCount> bands;
     std::array<Setting, bandCount> settings;

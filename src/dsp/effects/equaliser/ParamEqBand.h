@@ -103,20 +103,32 @@ public:
         }
     }
 
+    bool IsMoving() const { return isMoving; }
+    /// The states are where this pass found them.
+    bool IsWhereItBegan() const {
+        std::array<double, 2> now1 = band->state1;
+        std::array<double, 2> now2 = band->state2;
+        Store(now1, now2);
+        return now1 == band->state1 && now2 == band->state2;
+    }
     /// Gives the states back. The values of this block are those that the next one starts from.
     void Finish() {
-        if constexpr (isPair) {
-            SplitLanes(s1, band->state1[0], band->state1[1]);
-            SplitLanes(s2, band->state2[0], band->state2[1]);
-        } else {
-            band->state1[0] = s1;
-            band->state2[0] = s2;
-        }
+        Store(band->state1, band->state2);
         band->FinishBlock();
     }
 
 private:
     static constexpr bool isPair = std::is_same_v<T, Double2>;
+
+    void Store(std::array<double, 2>& state1, std::array<double, 2>& state2) const {
+        if constexpr (isPair) {
+            SplitLanes(s1, state1[0], state1[1]);
+            SplitLanes(s2, state2[0], state2[1]);
+        } else {
+            state1[0] = s1;
+            state2[0] = s2;
+        }
+    }
 
     struct Coefficients {
         Coefficients() = default;

@@ -69,6 +69,12 @@ MultiModeFilterSettings MultiModeFilterPresetChromataFX::ReadSettings(const Proc
 }
 
 bool MultiModeFilterPresetChromataFX::Process(ProcessContext& context) {
+    if (PassesSilence(context, first.IsAtRest() && second.IsAtRest())) {
+        if (context.numFrames != 0) {
+            MoveCutoff();
+        }
+        return true;
+    }
     RenderQuads(context, [this](FrameQuad<Double2>& quad) {
         MoveCutoff();
         FilterQuad(quad);

@@ -80,7 +80,8 @@ FlangerSettings Flanger::ReadSettings(const ProcessContext& context) {
 }
 
 void Flanger::FollowSong(const ProcessContext& context) {
-    lfo.song.FollowSong(context, IsOn(TempoSync), HeldValue(SyncRate, context), settings.rateHz);
+    const bool isSynced = context.isPlaying != 0 && IsOn(TempoSync);
+    lfo.song.FollowSong(context, isSynced, isSynced ? HeldValue(SyncRate, context) : 0.0F, settings.rateHz);
 }
 
 void Flanger::StartMotion() {
@@ -94,10 +95,10 @@ void Flanger::StepDelays() {
     const Float4 wet{1.0F, 1.0F, 0.0F, 0.0F};
     const Float4 swing = hand[Controls::ManualSamples] + motion[Controls::DepthSamples] * lfo.Value(controls);
     delays.Advance(motion[Controls::BaseSamples] + wet * swing, controls.LongestDelay());
-    StepSwing();
+    Swing(1);
 }
 
-void Flanger::StepSwing() { lfo.Advance(controls[Controls::Motion].value[Controls::RateHz]); }
+void Flanger::Swing(u32 quads) { lfo.Advance(controls[Controls::Motion].value[Controls::RateHz], quads); }
 
 bool Flanger::IsAtRest() const {
     const bool isSilent = std::all_of(channels.begin(), channels.end(), [](const Channel& channel) {
@@ -108,7 +109,7 @@ bool Flanger::IsAtRest() const {
 
 bool Flanger::Process(ProcessContext& context) {
     if (IsAtRest() && IsSilent(context)) {
-        RenderSilence(context, [this] { StepSwing(); });
+        RenderSilence(context, [this](u32 quads) { Swing(quads); });
         return true;
     }
     RenderStereoQuads(context, controls,

@@ -97,7 +97,7 @@ private:
     void StartMotion() override;
     bool IsAtRest() const;
     void StepDelays();
-    void StepSwing();
+    void Swing(u32 quads);
     template <bool moving>
     void RenderQuad(StereoQuad& sound);
     template <bool moving>

@@ -20,8 +20,10 @@ public:
         lfo.Reset();
         song.Reset();
     }
-    /// Moves on by a quad of frames.
-    void Advance(float hz) { lfo.Advance(song.Advance(hz, FlangerSettings::fastestHz)); }
+    /// Moves on by quads of frames.
+    void Advance(float hz, u32 quads) {
+        lfo.Advance(song.Advance(hz, FlangerSettings::fastestHz, quads), quads);
+    }
 
     /// Lane 0 left, 1 right, within -1..1.
     Float4 Value(const FlangerControls& controls) const {

@@ -88,7 +88,15 @@ PhaserSettings Phaser::ReadSettings(const ProcessContext& context) {
 }
 
 bool Phaser::Process(ProcessContext& context) {
-    if (IsAboutToJump() || controls.IsMoving() || CornerSweep::Moves(controls[Controls::Corners])) {
+    const bool isSwept = CornerSweep::Moves(controls[Controls::Corners]);
+    if (PassesSilence(context, loop.IsAtRest())) {
+        if (isSwept && context.numFrames != 0) {
+            MoveStages();
+            loop.JumpToTargets();
+        }
+        return true;
+    }
+    if (IsAboutToJump() || controls.IsMoving() || isSwept) {
         RenderQuads(context, [this](FrameQuad<Double2>& quad) {
             MoveStages();
             loop.Run<true>(quad, LoopControls());

@@ -19,6 +19,14 @@ void PhaserLoop::Clear() {
     highCutState = lowCutState = Double2(0.0);
 }
 
+bool PhaserLoop::IsAtRest() const {
+    Double2 sum = xsimd::abs(highCutState) + xsimd::abs(lowCutState);
+    for (u32 i = 0; i < active; ++i) {
+        sum += xsimd::abs(pairs[i].first) + xsimd::abs(pairs[i].second);
+    }
+    return xsimd::all(sum == Double2(0.0));
+}
+
 void PhaserLoop::Heal() {
     Double2 sum = xsimd::abs(highCutState) + xsimd::abs(lowCutState);
     for (const Pair& pair : pairs) {

@@ -30,6 +30,8 @@ public:
     };
 
     void Clear();
+    /// Silence leaves it as it is, and comes out.
+    bool IsAtRest() const;
     /// Clears a state that has blown up.
     void Heal();
     /// Pairs from count on rest, and are silent when they return.

@@ -88,7 +88,7 @@ bool Reverb::IsAtRest() const { return tank.IsAtRest() && entry.IsOver() && !con
 bool Reverb::Process(ProcessContext& context) {
     const bool silent = IsSilent(context);
     if (silent && IsAtRest()) {
-        RenderSilence(context, [this] { tank.StepSwing(controls); });
+        RenderSilence(context, [this](u32 quads) { tank.Swing(controls, quads); });
         return true;
     }
     if (controls.Delay().IsGliding()) {

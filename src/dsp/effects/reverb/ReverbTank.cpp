@@ -60,8 +60,7 @@ void ReverbTank::Clear() {
 
 void ReverbTank::RestartSwing(const Controls& controls) {
     phase = 0.0;
-    StepSwing(controls);
-    StepSwing(controls);
+    Swing(controls, 2);
 }
 
 template <ReverbTank::Pace pace>
@@ -148,8 +147,22 @@ void ReverbTank::StepSwing(const Controls& controls) {
     const Float4 sines = QuarterTurnSine(Float4{turns, turns + 1.0F, turns, turns});
     swings = endSwings;
     endSwings = {depth * sines.get(0), depth * sines.get(1)};
+    StepPhase(controls);
+}
+
+void ReverbTank::StepPhase(const Controls& controls) {
     phase += controls.SwingPerQuad();
     phase -= phase >= 1.0 ? 1.0 : 0.0;
+}
+
+/// The last two quads set what is read.
+void ReverbTank::Swing(const Controls& controls, u32 quads) {
+    for (; quads > 2; --quads) {
+        StepPhase(controls);
+    }
+    for (; quads != 0; --quads) {
+        StepSwing(controls);
+    }
 }
 
 bool ReverbTank::IsBroken() const {

@@ -25,8 +25,8 @@ public:
     /// Four frames of the input, which must be finite, become the wet sound of both sides.
     template <Pace pace>
     StereoQuad Render(Float4 input, const ReverbControls& controls);
-    /// What Render does when nothing sounds.
-    void StepSwing(const ReverbControls& controls);
+    /// What Render does when nothing sounds, over so many quads.
+    void Swing(const ReverbControls& controls, u32 quads);
     /// True when something that is no sound runs round the loop.
     bool IsBroken() const;
 
@@ -38,6 +38,8 @@ public:
 private:
     using Controls = ReverbControls;
 
+    void StepSwing(const Controls& controls);
+    void StepPhase(const Controls& controls);
     template <Pace pace>
     Float4 Diffuse(Float4 input, const Controls& controls);
     template <Pace pace>

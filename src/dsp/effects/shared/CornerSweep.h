@@ -58,6 +58,13 @@ public:
         lfo.Advance();
         loudness = envelope.Follow(left, right);
     }
+    /// The same of so many quads of silence, while that moves nothing but the oscillator.
+    bool IsQuiet() const { return loudness == 0.0F; }
+    void PassSilence(u32 quads) {
+        for (; quads != 0; --quads) {
+            lfo.Advance();
+        }
+    }
     /// The octaves of the corners at the end of the quad in lanes 0 and 1.
     Float4 Octaves(const SmoothedLanes& lanes) const {
         return lanes.Value() + lanes.value[Swing] * lfo.Value() + lanes.value[EnvelopeSwing] * loudness;

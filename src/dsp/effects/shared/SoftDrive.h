@@ -37,6 +37,11 @@ struct SoftDriveAmount {
 class SoftDrive {
 public:
     void Reset() { *this = {}; }
+    /// Silence leaves it as it is, and comes out.
+    bool IsAtRest() const {
+        return xsimd::all(lastDriven == Double2(0.0) && lastRoot == Double2(1.0) &&
+                          lastOutput == Double2(0.0));
+    }
 
     /// A quad in place. The lanes glide and are in the order of SoftDriveAmount.
     void Run(FrameQuad<Double2>& quad, const SmoothedLanes& lanes) {

@@ -30,11 +30,11 @@ public:
         }
     }
 
-    /// Moves on by a quad of frames, in which the oscillator, at a rate of its own of up to fastestHz, is to
+    /// Moves on by quads of frames, in which the oscillator, at a rate of its own of up to fastestHz, is to
     /// run at the rate returned.
-    float Advance(float hz, float fastestHz) {
+    float Advance(float hz, float fastestHz, u32 quads = 1) {
         const float pulled = std::clamp(hz + pullHz, 0.0F, fastestHz + static_cast<float>(fastestPullHz));
-        counter.Advance(static_cast<double>(pulled) * quadSeconds);
+        counter.Advance(static_cast<double>(pulled) * quadSeconds, quads);
         return pulled;
     }
 

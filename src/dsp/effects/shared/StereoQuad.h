@@ -4,13 +4,12 @@
 #include "dsp/framework/ProcessContext.h"
 #include "dsp/smoothing/SmoothedLanes.h"
 #include "dsp/vectors/FrameLanes.h"
+#include "dsp/vectors/Silence.h"
 #include "dsp/vectors/SilenceFaults.h"
-#include "support/platform/Standard.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
-#include <numeric>
 #include <type_traits>
 
 namespace Velmora::dsp {
@@ -100,23 +99,20 @@ void RenderStereoQuads(const ProcessContext& context, Controls& controls, Render
 
 /// Whether inputs 0 and 1 are zero without a sign, or not there, throughout the block.
 inline bool IsSilent(const ProcessContext& context) {
-    u32 bits = 0;
-    for (u32 channel = 0; channel < 2; ++channel) {
-        if (const float* input = context.InputOrNull(channel)) {
-            bits = std::accumulate(input, input + context.numFrames, bits,
-                                   [](u32 all, float x) { return all | BitCast<u32>(x); });
-        }
-    }
-    return bits == 0;
+    const auto isSilent = [&context](u32 channel) {
+        const float* input = context.InputOrNull(channel);
+        return input == nullptr || IsSilent(input, context.numFrames);
+    };
+    return isSilent(0) && isSilent(1);
 }
 
 /// One block of an effect at rest under a silent input: all that would add up are zeros, so that only what
-/// swings goes on, step by step. Delays are stepped again before sound comes out of the lines.
-template <class Step>
-void RenderSilence(const ProcessContext& context, Step step) {
-    for (u32 n = 0; n < context.numFrames; n += simd::Float4::size) {
-        step();
-    }
+/// swings goes on, which `swing` moves by a number of quads. Delays are stepped again before sound comes out
+/// of the lines.
+template <class Swing>
+void RenderSilence(const ProcessContext& context, Swing swing) {
+    constexpr u32 quad = simd::Float4::size;
+    swing((context.numFrames + quad - 1) / quad);
     std::fill_n(context.outputs[0], context.numFrames, 0.0F);
     std::fill_n(context.outputs[1], context.numFrames, 0.0F);
 }

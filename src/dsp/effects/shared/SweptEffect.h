@@ -140,6 +140,17 @@ protected:
         }
     }
 
+    /// True when the block was silent, for `stages` at rest, and is done with: no more than the sweep has
+    /// moved on.
+    bool PassesSilence(const ProcessContext& context, bool stagesRest) {
+        if (!stagesRest || jumps || controls.IsMoving() || !drive.IsAtRest() || !controls.sweep.IsQuiet() ||
+            !IsSilent(context)) {
+            return false;
+        }
+        RenderSilence(context, [this](u32 quads) { controls.sweep.PassSilence(quads); });
+        return true;
+    }
+
     float sampleRate = 44100.0F;
 
 private:

@@ -87,6 +87,7 @@ public:
 
     bool UpdateParameters(ProcessContext& /*context*/) override {
         if (this->additional.anyParameterChanged) {
+            isSettled = false;
             UpdateFadeSwitch();
             if (this->AdditionalChanged(ModuleType) || (this->AdditionalChanged(Bypass) && !IsOn(Bypass))) {
                 PrepareSelected();
@@ -99,6 +100,10 @@ public:
     bool Process(ProcessContext& context) override {
         if (context.numInputs != this->numInputs || context.numOutputs < audioOutputs) {
             return false;
+        }
+        if (isSettled) {
+            RunUnit(context, cachedType);
+            return true;
         }
         const bool isFading = !bypassFade.IsAtTarget();
         const bool isPlain = !IsOn(Bypass) && !isFading;
@@ -113,6 +118,7 @@ public:
         if (isIdle) {
             TakeSelected();
         }
+        isSettled = isPlain && framesToFill == 0 && changeFade.IsAtTarget() && cachedType == SelectedType();
         return true;
     }
 
@@ -128,6 +134,12 @@ public:
     }
 
 protected:
+    /// Since a block that the module of this type rendered by itself nothing has changed: the next one is the
+    /// same.
+    bool RunsNothingBut(u32 type) const {
+        return isSettled && cachedType == type && !this->additional.anyParameterChanged && !this->needsUpdate;
+    }
+
     /// Records of a derived class follow the own ones. One tuple of constructor arguments per module.
     template <class... Arguments>
     ModuleVariant(std::string moduleName, std::vector<ModuleParam>&& furtherRecords, Arguments&&... arguments)
@@ -262,14 +274,8 @@ private:
 
     void RunActive(ProcessContext& context) {
         const u32 type = ActiveType();
-        Module& active = *units[type].module;
         soundingType = type;
-        std::copy_n(context.inputs, audioInputs, activeInputs.begin());
-        std::copy_n(context.inputs + firstInputs[type], active.numInputs - audioInputs,
-                    activeInputs.begin() + audioInputs);
-        ProcessContext child =
-            context.ForChild(activeInputs.data(), active.numInputs, context.outputs, audioOutputs);
-        RunChild(active, child);
+        RunUnit(context, type);
         if (comesIn) {
             framesToFill = units[type].LatencyInFrames();
             comesIn = false;
@@ -277,6 +283,16 @@ private:
         if (IsOn(FadeOnModuleChange) && !changeFade.IsAtTarget()) {
             FadeChange(context);
         }
+    }
+
+    void RunUnit(const ProcessContext& context, u32 type) {
+        Module& unit = *units[type].module;
+        std::copy_n(context.inputs, audioInputs, activeInputs.begin());
+        std::copy_n(context.inputs + firstInputs[type], unit.numInputs - audioInputs,
+                    activeInputs.begin() + audioInputs);
+        ProcessContext child =
+            context.ForChild(activeInputs.data(), unit.numInputs, context.outputs, audioOutputs);
+        RunChild(unit, child);
     }
 
     /// At the bottom of the fade the selected type takes over, reset; also if it is the old one again, which
@@ -340,6 +356,8 @@ private:
     u32 soundingType = 0;
     /// A bypass has settled: no module runs.
     bool isIdle = false;
+    /// Nothing but the selected module runs, until a parameter changes.
+    bool isSettled = false;
     /// The module that runs next was silent before.
     bool comesIn = false;
     /// Until it gives what it has heard since.
