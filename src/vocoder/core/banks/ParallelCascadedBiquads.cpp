@@ -60,16 +60,16 @@ void Biquads::OnInitialize(float newSampleRate, u32 /*maxBlockSize*/) { sampleRa
 
 void Biquads::OnReset(bool /*hard*/) {
     for (u32 lane = 0; lane < bandCount; ++lane) {
-        ClearLane(lane);
+        ClearInput(lane);
+        ClearStages(lane);
     }
 }
 
-void Biquads::ClearLane(u32 lane) {
-    for (u32 row = 0; row <= stageCount; ++row) {
-        lanes.past1[row][lane] = lanes.past2[row][lane] = 0.0F;
-    }
+void Biquads::ClearInput(u32 lane) { lanes.past1[0][lane] = lanes.past2[0][lane] = 0.0F; }
+
+void Biquads::ClearStages(u32 lane) {
     for (u32 stage = 0; stage < stageCount; ++stage) {
-        lanes.step[stage][lane] = 0.0F;
+        lanes.past1[stage + 1][lane] = lanes.past2[stage + 1][lane] = lanes.step[stage][lane] = 0.0F;
     }
 }
 
@@ -206,17 +206,24 @@ bool Biquads::IsSilent() const {
 void Biquads::HealLanes() {
     // Whatever is wrong with a lane's history has reached the outputs of its stages by the end of a block;
     // not-a-number fails the comparison too.
+    const auto isBroken = [](float state) {
+        return std::abs(state) <= static_cast<float>(dsp::largestIntactState) ? 0U : 1U;
+    };
     u32 broken[bandCount] = {};
     for (u32 stage = 1; stage <= stageCount; ++stage) {
         for (u32 lane = 0; lane < bandCount; ++lane) {
-            broken[lane] |=
-                std::abs(lanes.past1[stage][lane]) <= static_cast<float>(dsp::largestIntactState) ? 0U : 1U;
+            broken[lane] |= isBroken(lanes.past1[stage][lane]);
             dsp::LetRest(lanes.past1[stage][lane], lanes.past2[stage][lane], lanes.step[stage - 1][lane]);
         }
     }
     for (u32 lane = 0; lane < bandCount; ++lane) {
-        if (broken[lane] != 0) {
-            ClearLane(lane);
+        if (broken[lane] == 0) {
+            continue;
+        }
+        ClearStages(lane);
+        // An input that is sound goes on, as it may be that of all lanes.
+        if ((isBroken(lanes.past1[0][lane]) | isBroken(lanes.past2[0][lane])) != 0) {
+            ClearInput(lane);
         }
     }
 }

@@ -69,7 +69,8 @@ private:
     void UpdateStage(u32 channel, u32 stage);
     void TuneStage(u32 channel, u32 stage, bool isLowPass);
     void HealLanes();
-    void ClearLane(u32 lane);
+    void ClearInput(u32 lane);
+    void ClearStages(u32 lane);
 
     const VocoderKernels* kernels = &SelectVocoderKernels();
     float sampleRate = 1.0F;
