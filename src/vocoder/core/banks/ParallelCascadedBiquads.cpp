@@ -5,6 +5,7 @@
 #include "dsp/math/CornerAngle.h"
 #include "dsp/math/SilenceFloor.h"
 #include "dsp/math/Within.h"
+#include "dsp/vectors/Simd.h"
 
 #include <algorithm>
 #include <cmath>
@@ -17,6 +18,24 @@ namespace {
 using Biquads = ParallelCascadedBiquads;
 
 constexpr float twoPi = 6.2831855F;
+
+/// -600 dB.
+constexpr float nothing = 1e-30F;
+
+bool Sounds(float state) { return std::abs(state) >= nothing; }
+
+/// Whether the output of a stage is next to nothing, but not 0.
+bool AnyFades(const BiquadLanes& lanes) {
+    using dsp::simd::Float4;
+    auto fades = Float4(0.0F) != Float4(0.0F);
+    for (u32 stage = 1; stage <= stageCount; ++stage) {
+        for (u32 lane = 0; lane < bandCount; lane += Float4::size) {
+            const Float4 output = Float4::load_unaligned(&lanes.past1[stage][lane]);
+            fades = fades || (xsimd::abs(output) < Float4(nothing) && output != Float4(0.0F));
+        }
+    }
+    return xsimd::any(fades);
+}
 
 dsp::ParameterDeclaration DeclareOne(u32 parameter, const std::string& prefix) {
     switch (parameter) {
@@ -216,6 +235,9 @@ void Biquads::HealLanes() {
             dsp::LetRest(lanes.past1[stage][lane], lanes.past2[stage][lane], lanes.step[stage - 1][lane]);
         }
     }
+    if (AnyFades(lanes)) {
+        EndDecays();
+    }
     for (u32 lane = 0; lane < bandCount; ++lane) {
         if (broken[lane] == 0) {
             continue;
@@ -224,6 +246,21 @@ void Biquads::HealLanes() {
         // An input that is sound goes on, as it may be that of all lanes.
         if ((isBroken(lanes.past1[0][lane]) | isBroken(lanes.past2[0][lane])) != 0) {
             ClearInput(lane);
+        }
+    }
+}
+
+/// Clears the lanes of which nothing sounds. Left alone, their states would stop short of zero, where steps
+/// underflow.
+void Biquads::EndDecays() {
+    for (u32 lane = 0; lane < bandCount; ++lane) {
+        bool sounds = false;
+        for (u32 stage = 0; stage < stageCount; ++stage) {
+            sounds = sounds || Sounds(lanes.past1[stage + 1][lane]) || Sounds(lanes.past2[stage + 1][lane]) ||
+                     Sounds(lanes.step[stage][lane]);
+        }
+        if (!sounds) {
+            ClearStages(lane);
         }
     }
 }

@@ -12,7 +12,8 @@ namespace Velmora::Processor {
 /// Coefficients (Robert Bristow-Johnson's cookbook) change at once, without interpolation.
 ///
 /// Frequencies end at 0.49 of the rate. A quality of 0 has no coefficients; the last ones stay. At the end of
-/// a block a channel whose state is not finite starts again from silence.
+/// a block a channel whose state is not finite starts again from silence, and one that has died away is at
+/// rest.
 class ParallelCascadedBiquads final : public dsp::UnitModule {
 public:
     /// A parameter of each stage of each channel.
@@ -69,6 +70,7 @@ private:
     void UpdateStage(u32 channel, u32 stage);
     void TuneStage(u32 channel, u32 stage, bool isLowPass);
     void HealLanes();
+    void EndDecays();
     void ClearInput(u32 lane);
     void ClearStages(u32 lane);
 

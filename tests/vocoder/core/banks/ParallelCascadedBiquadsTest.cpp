@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "vocoder/core/banks/ParallelCascadedBiquads.h"
 
+#include "dsp/math/DenormalGuard.h"
 #include "rigs/StageRig.h"
 
 using namespace Velmora::Test;
@@ -24,6 +25,27 @@ TEST(ParallelCascadedBiquads, ABandThatBreaksIsNotHeardInTheOthers) {
         }
         for (Velmora::u32 channel = 1; channel <= 16; ++channel) {
             EXPECT_EQ(outputs[0][channel - 1] == outputs[1][channel - 1], channel != loud) << channel << loud;
+        }
+    }
+}
+
+TEST(ParallelCascadedBiquads, ChannelsThatHaveDiedAwayAreZero) {
+    const Velmora::dsp::DenormalGuard guard;
+    for (const double rate : {44100.0, 192000.0}) {
+        for (const auto type : {Biquads::LowPass, Biquads::BandPass}) {
+            Biquads bank("bank");
+            for (Velmora::u32 channel = 1; channel <= 16; ++channel) {
+                bank.SetBothStages(Biquads::Type, channel, type);
+                bank.SetBothStages(Biquads::Frequency, channel, 20.0F * std::pow(1.5F, float(channel)));
+                bank.SetBothStages(Biquads::Quality, channel, 1.0F);
+                bank.SetBothStages(Biquads::Gain, channel, 1.0F);
+            }
+            bank.Initialize(static_cast<float>(rate), rigBlock);
+            const auto second = static_cast<std::size_t>(rate);
+            Render(bank, {Noise(second, 1.0F, 1)}, 16);
+            EXPECT_FALSE(bank.IsSilent());
+            Render(bank, {Signal(2 * second)}, 16);
+            EXPECT_TRUE(bank.IsSilent()) << rate << ", " << type;
         }
     }
 }
