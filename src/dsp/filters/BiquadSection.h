@@ -50,6 +50,9 @@ struct BasicBiquadSection {
 
     bool IsFinite() const { return IsIntact(x1) && IsIntact(x2) && IsIntact(y1) && IsIntact(y2); }
 
+    /// Silence in is silence out, for as long as it lasts.
+    bool IsAtRest() const { return HaveDiedAway(x1, x2, y1, y2); }
+
     /// Clears a state that has blown up, so that sound comes back by itself. True when it had.
     bool Heal() {
         const bool blown = !IsFinite();

@@ -39,6 +39,9 @@ struct BasicFirstOrderSection {
 
     bool IsFinite() const { return IsIntact(x1) && IsIntact(y1); }
 
+    /// Silence in is silence out, for as long as it lasts.
+    bool IsAtRest() const { return HaveDiedAway(x1, y1); }
+
     /// Clears a state that has blown up, so that sound comes back by itself. True when it had.
     bool Heal() {
         const bool blown = !IsFinite();

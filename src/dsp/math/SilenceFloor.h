@@ -29,6 +29,15 @@ private:
     float level = 1e-15F;
 };
 
+/// Whether states have died away: no float tells them from zero, and the least sound that a float can carry
+/// has a last bit far above them, in which they are lost. So it makes no difference whether they decay
+/// further or stay.
+template <class... States>
+bool HaveDiedAway(States... states) {
+    constexpr double nothing = 1e-100;
+    return ((std::abs(states) < nothing) && ...);
+}
+
 /// Between blocks, where denormals cannot be flushed: states that have come near to them are set to 0.
 template <class... States>
 void LetRest(States&... states) {

@@ -83,23 +83,80 @@ void BodeVocoder::UseKernels(const VocoderKernels& set) {
     }
 }
 
+bool BodeVocoder::SetParameterNormalized(u32 id, float value) {
+    StayAwake();
+    return ModuleContainer::SetParameterNormalized(id, value);
+}
+
+bool BodeVocoder::SetParameterValue(u32 id, float value) {
+    StayAwake();
+    return ModuleContainer::SetParameterValue(id, value);
+}
+
 float BodeVocoder::GetParameterNormalized(u32 id) {
     return id < childParameterCount ? Channel(0).GetParameterNormalized(id)
                                     : ModuleContainer::GetParameterNormalized(id);
 }
 
 void BodeVocoder::OnInitialize(float sampleRate, u32 maxBlockSize) {
+    maxBlock = maxBlockSize;
     buffers.Allocate(BufferCount, dsp::RoundUpToFour(maxBlockSize));
     drySmoother.Prepare(sampleRate, 1);
     wetSmoother.Prepare(sampleRate, 1);
 }
 
 void BodeVocoder::OnReset(bool /*hard*/) {
+    StayAwake();
     Publish(CarrierPreampOverloadLED, 0.0F);
     Publish(PreampOverloadLED, 0.0F);
 }
 
+/// Whether a block has neither sound nor modulation.
+bool BodeVocoder::IsSilent(const dsp::ProcessContext& context) {
+    const auto sounds = [&context](const float* input) {
+        return input != nullptr &&
+               std::any_of(input, input + context.numFrames, [](float x) { return x != 0.0F; });
+    };
+    for (u32 channel = 0; channel < channelCount; ++channel) {
+        if (sounds(context.InputOrNull(CarrierLeft + channel)) ||
+            sounds(channel < context.numAuxInputs ? context.auxInputs[channel] : nullptr)) {
+            return false;
+        }
+    }
+    for (u32 input = AttackModulation; input < InputCount; ++input) {
+        if (context.ActiveModulation(input) != nullptr) {
+            return false;
+        }
+    }
+    return true;
+}
+
+void BodeVocoder::StayAwake() {
+    silentBlocks = 0;
+    isAtRest = canSleep = false;
+}
+
+/// Behind a block that has run. To look seldom costs next to nothing, and what a block reads of the block
+/// before, the lights and the past of the panel, has followed when rest is seen again.
+void BodeVocoder::WatchSilence(const dsp::ProcessContext& context) {
+    if (!IsSilent(context)) {
+        StayAwake();
+        return;
+    }
+    constexpr u32 blocksBetweenLooks = 16;
+    if (context.numFrames == maxBlock && ++silentBlocks % blocksBetweenLooks == 0) {
+        const bool wasAtRest = isAtRest;
+        isAtRest = drySmoother.IsAtTarget() && wetSmoother.IsAtTarget() && Channel(0).IsAtRest() &&
+                   Channel(1).IsAtRest();
+        canSleep = isAtRest && wasAtRest;
+    }
+}
+
 bool BodeVocoder::UpdateParameters(dsp::ProcessContext& context) {
+    sleeps = canSleep && IsSilent(context);
+    if (sleeps) {
+        return true;
+    }
     const float wet = additional.parameters[Wet].GetModulatedValue(context, WetModulation);
     if (wet != wetPosition) {
         wetPosition = wet;
@@ -120,9 +177,14 @@ bool BodeVocoder::Process(dsp::ProcessContext& context) {
     ChannelPins right(context, 1);
     dsp::ProcessContext leftContext = left.ContextFrom(context);
     dsp::ProcessContext rightContext = right.ContextFrom(context);
+    if (sleeps) {
+        BodeVocoderMono::PassSilence(Channel(0), leftContext, Channel(1), rightContext);
+        return true;
+    }
     dsp::RunPair(Channel(0), leftContext, Channel(1), rightContext);
     MixOutputs(context);
     PublishLights();
+    WatchSilence(context);
     return true;
 }
 

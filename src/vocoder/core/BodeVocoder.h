@@ -48,6 +48,8 @@ public:
 
     explicit BodeVocoder(std::string moduleName = "BodeVocoder");
 
+    bool SetParameterNormalized(u32 id, float value) override;
+    bool SetParameterValue(u32 id, float value) override;
     /// What a channel sets itself, the corners of its banks for instance, is read as it sounds on the left.
     float GetParameterNormalized(u32 id) override;
     void OnInitialize(float sampleRate, u32 maxBlockSize) override;
@@ -62,7 +64,13 @@ public:
     /// Replaces the kernels of both channels, which are otherwise the widest available.
     void UseKernels(const VocoderKernels& set);
 
+    /// Whether the last block found silence and everything at rest, so that nothing but the noise was run.
+    bool Sleeps() const { return sleeps; }
+
 private:
+    static bool IsSilent(const dsp::ProcessContext& context);
+    void StayAwake();
+    void WatchSilence(const dsp::ProcessContext& context);
     void MixOutputs(const dsp::ProcessContext& context);
     void PublishLights();
     void Publish(u32 index, float normalized) { additional.parameters[index].SetNormalized(normalized); }
@@ -76,6 +84,13 @@ private:
     float wetPosition = -1.0F;
     float dryTarget = 1.0F;
     float wetTarget = 0.0F;
+    u32 maxBlock = 0;
+    /// Whole blocks of silence so far.
+    u32 silentBlocks = 0;
+    /// All was at rest when it was last looked at, and the time before.
+    bool isAtRest = false;
+    bool canSleep = false;
+    bool sleeps = false;
 };
 
 } // namespace Velmora::Processor

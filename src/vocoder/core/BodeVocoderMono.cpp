@@ -233,8 +233,7 @@ void BodeVocoderMono::RunChannels(const Channels&... channels) {
     (channels.StepVoicedLight(), ...);
     Run(channels.PassHighFrequencies()...);
     // The noise.
-    Run(channels.MakeNoise()...);
-    NoiseShaper::Run(dsp::FramesOf(channels...), channels.NoiseToShape()...);
+    RunNoise(channels...);
     Run(channels.GateNoise()...);
     // The carrier.
     Run(channels.AmplifyCarrier()...);
@@ -245,6 +244,12 @@ void BodeVocoderMono::RunChannels(const Channels&... channels) {
     SumOutputs(channels...);
 }
 
+template <class... Channels>
+void BodeVocoderMono::RunNoise(const Channels&... channels) {
+    Run(channels.MakeNoise()...);
+    NoiseShaper::Run(dsp::FramesOf(channels...), channels.NoiseToShape()...);
+}
+
 bool BodeVocoderMono::Process(dsp::ProcessContext& context) {
     RunChannels(ChannelBlock{*this, context});
     return true;
@@ -253,6 +258,26 @@ bool BodeVocoderMono::Process(dsp::ProcessContext& context) {
 void BodeVocoderMono::ProcessPair(BodeVocoderMono& left, dsp::ProcessContext& leftContext,
                                   BodeVocoderMono& right, dsp::ProcessContext& rightContext) {
     RunChannels(ChannelBlock{left, leftContext}, ChannelBlock{right, rightContext});
+}
+
+bool BodeVocoderMono::IsAtRest() {
+    // The decision of silence.
+    const float hissControl = signals.hissControl[0];
+    return bandsRest && Child<PreampChild>().IsAtRest() && Child<PreampAnalyzerChild>().IsAtRest() &&
+           Child<DiscriminatorChild>().IsAtRest() && Child<HFChild>().IsAtRest(hissControl) &&
+           Child<CarrierPreampChild>().IsAtRest() && Child<BalanceChild>().IsAtRest() &&
+           noiseGate.IsAtRest(hissControl) && carrierGate.IsAtRest(openVoltage) && dcBlocker.IsAtRest() &&
+           voicedAttackSmoother.IsAtTarget() && voicedReleaseSmoother.IsAtTarget();
+}
+
+void BodeVocoderMono::PassSilence(BodeVocoderMono& left, dsp::ProcessContext& leftContext,
+                                  BodeVocoderMono& right, dsp::ProcessContext& rightContext) {
+    RunNoise(ChannelBlock{left, leftContext}, ChannelBlock{right, rightContext});
+    for (const Context* context : {&leftContext, &rightContext}) {
+        for (u32 output = 0; output < OutputCount; ++output) {
+            std::fill_n(context->outputs[output], context->numFrames, 0.0F);
+        }
+    }
 }
 
 void BodeVocoderMono::StepVoicedLight() {

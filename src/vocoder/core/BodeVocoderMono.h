@@ -67,6 +67,13 @@ public:
     static void ProcessPair(BodeVocoderMono& left, dsp::ProcessContext& leftContext, BodeVocoderMono& right,
                             dsp::ProcessContext& rightContext);
 
+    /// Whether a block of silence, at equal parameters and without modulations, changes nothing but the
+    /// noise.
+    bool IsAtRest();
+    /// Such a block of both channels.
+    static void PassSilence(BodeVocoderMono& left, dsp::ProcessContext& leftContext, BodeVocoderMono& right,
+                            dsp::ProcessContext& rightContext);
+
     /// What the panel shows.
     float CarrierOverload() { return Child<CarrierPreampChild>().overload.overloadValue; }
     float ProgramOverload() { return Child<PreampChild>().overload.overloadValue; }
@@ -122,6 +129,8 @@ private:
 
     template <class... Channels>
     static void RunChannels(const Channels&... channels);
+    template <class... Channels>
+    static void RunNoise(const Channels&... channels);
     template <class... Channels>
     static void SumOutputs(const Channels&... channels);
     void SetUnvoicedTimes();

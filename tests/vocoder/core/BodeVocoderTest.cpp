@@ -296,6 +296,73 @@ TEST(BodeVocoder, BandsThatRestInSilenceGoOnAsThoseThatRun) {
     }
 }
 
+TEST(BodeVocoder, ACoreThatSleepsGoesOnAsOneThatIsAwake) {
+    // What happens at the end of a silence: a knob is set, with "+" a modulation comes and goes, "" is a
+    // reset. Then inputs sound, each side of carrier and program by a letter.
+    struct Event {
+        std::string knob;
+        float value;
+        std::string sounds;
+    };
+    const Event events[] = {{"Wet", 1.0F, "p"},
+                            {"HissLED", 0.7F, "c"},
+                            {"PatchBay_GainBand3", 0.6F, "pq"},
+                            {"+Preamp_ProgramLevel", 0.2F, "q"},
+                            {"+SynthesizerFilterBank_Shift", 0.3F, "cpdq"},
+                            {"HFChannel_HFLevel", 1.0F, "d"},
+                            {"", 1.0F, "cpdq"},
+                            {"Wet", 0.3F, "cdpq"},
+                            {"NoiseCarrierBalance_NoiseCarrierBalance", 1.0F, "cp"},
+                            {"HissBuzzDiscriminator_HissBuzzTrimmer", 0.0F, "q"},
+                            {"AnalyzerRectifiers_Attack", 1.0F, ""},
+                            {"CarrierPreamp_CarrierLevel", 0.7F, "cd"}};
+    // A modulation keeps a core awake, here one that is too low to hold the panel.
+    constexpr float rate = 8000.0F;
+    CoreRig sleeping(rate, 16);
+    CoreRig awake(rate, 16);
+    constexpr std::size_t frames = 4000;
+    const StereoPair chord = Chord(frames, rate);
+    const StereoPair speech = Speech(frames, rate);
+    const auto run = [&](const std::string& sounds) {
+        const auto choose = [&](char letter, const Signal& sound) {
+            return sounds.find(letter) == sounds.npos ? Signal(frames) : sound;
+        };
+        const StereoPair carrier = {choose('c', chord[0]), choose('d', chord[1])};
+        const StereoPair program = {choose('p', speech[0]), choose('q', speech[1])};
+        awake.offsets.insert({"PatchBay_SampleHold", 0.01F});
+        ASSERT_EQ(sleeping.Run(carrier, program), awake.Run(carrier, program));
+        for (u32 id = 0; id < BodeVocoder::parameterCount; ++id) {
+            ASSERT_EQ(sleeping.core->GetParameterNormalized(id), awake.core->GetParameterNormalized(id))
+                << id;
+        }
+    };
+    run("cpdq");
+    for (const Event& event : events) {
+        SCOPED_TRACE(event.knob + ", then " + event.sounds);
+        for (u32 half = 0; half < 80 && !(half > 20 && sleeping.core->Sleeps()); ++half) {
+            run("");
+        }
+        EXPECT_TRUE(sleeping.core->Sleeps());
+        EXPECT_FALSE(awake.core->Sleeps());
+        for (CoreRig* rig : {&sleeping, &awake}) {
+            if (event.knob.empty()) {
+                rig->core->Reset(true);
+            } else if (event.knob[0] == '+') {
+                rig->offsets[event.knob.substr(1)] = event.value;
+            } else if (event.sounds.empty()) {
+                rig->Apply({{}, {{event.knob, event.value}}, {}});
+            } else {
+                rig->core->SetParameterNormalized(rig->ids.at(event.knob), event.value);
+            }
+        }
+        run("");
+        sleeping.offsets.clear();
+        awake.offsets.clear();
+        run(event.sounds);
+        ASSERT_FALSE(HasFatalFailure());
+    }
+}
+
 TEST(BodeVocoder, WhatMovesIsReadAsItSounds) {
     const StereoPair silence = {Signal(44100), Signal(44100)};
     const std::string filter = "SynthesizerFilterBank_ParallelBiquadSIMD_Biquad_Channel7_Stage2_Fc";

@@ -31,6 +31,9 @@ public:
     static void ProcessPair(VCAGate& left, dsp::ProcessContext& leftContext, VCAGate& right,
                             dsp::ProcessContext& rightContext);
 
+    /// Whether a control that keeps this level leaves the gate as it is.
+    bool IsAtRest(float level) const { return BeginHeld(level).Rests(); }
+
     /// Replaces the kernel, which is otherwise the widest that the processor runs.
     void UseKernels(const VocoderKernels& set) { kernels = &set; }
 

@@ -39,6 +39,7 @@ struct ProgramCircuit {
     void Prepare(double sampleRate);
     void Reset() { highPass.Reset(); }
     bool Heal() { return highPass.Heal(); }
+    bool IsAtRest() const { return highPass.IsAtRest(); }
     T Amplify(T x, T gain) { return highPass.Tick(inputGain * x, stageGain * gain); }
     T Clip(T x) { return x; }
 
@@ -58,6 +59,8 @@ struct CarrierCircuit {
     void Prepare(double sampleRate);
     void Reset();
     bool Heal();
+    /// The first stage has died away by then: its output is the past input of the second.
+    bool IsAtRest() const { return stage2.IsAtRest(); }
     T Amplify(T x, T gain) { return stage1.Tick(inputGain * x, gain); }
     T Clip(T x) {
         stage2.y1 = dsp::ClipLanes(stage2.Tick(x, T(stage2Gain)), -supplyVolts, supplyVolts);
@@ -95,6 +98,10 @@ public:
     static void ProcessPair(BasicPreamp& left, dsp::ProcessContext& leftContext, BasicPreamp& right,
                             dsp::ProcessContext& rightContext);
 
+    /// Whether silence leaves it as it is. The light has long been dark then: it falls faster than the
+    /// circuit.
+    bool IsAtRest() const { return gainSmoother.IsAtTarget() && circuit.IsAtRest(); }
+
     /// Read by the owner after Process.
     OverloadDetector overload;
 
@@ -130,6 +137,8 @@ public:
     /// Both channels of a stereo core at once: the same samples as from two calls of Process.
     static void ProcessPair(PreampAnalyzer& left, dsp::ProcessContext& leftContext, PreampAnalyzer& right,
                             dsp::ProcessContext& rightContext);
+
+    bool IsAtRest() const { return highPass.IsAtRest(); }
 
 private:
     template <class... Channels>

@@ -33,6 +33,13 @@ public:
     static void ProcessPair(HFChannel& left, dsp::ProcessContext& leftContext, HFChannel& right,
                             dsp::ProcessContext& rightContext);
 
+    /// Whether silence leaves it as it is while the control keeps its level. Of two filters in a row the
+    /// second has the output of the first as its past.
+    bool IsAtRest(float hissControl) const {
+        return levelSmoother.IsAtTarget() && hp2.IsAtRest() && lowPass.IsAtRest() &&
+               gate.IsAtRest(mode == 1 ? openControl[0] : hissControl);
+    }
+
     void UseKernels(const VocoderKernels& set) { gate.UseKernels(set); }
 
 private:

@@ -32,6 +32,9 @@ public:
     static void ProcessPair(HissBuzzDiscriminator& left, dsp::ProcessContext& leftContext,
                             HissBuzzDiscriminator& right, dsp::ProcessContext& rightContext);
 
+    /// Whether silence leaves it as it is, and so the decision.
+    bool IsAtRest() const { return high.IsAtRest() && low.IsAtRest(); }
+
     /// Replaces the kernel, which is otherwise the widest that the processor runs.
     void UseKernels(const VocoderKernels& set) { kernels = &set; }
 
@@ -45,6 +48,7 @@ private:
         void Prepare(double rate);
         void Reset();
         bool Heal();
+        bool IsAtRest() const { return crossover.IsAtRest() && onePole.IsAtRest() && biquad.IsAtRest(); }
     };
 
     static void Run(HissBuzzDiscriminator& left, const dsp::ProcessContext& leftContext,

@@ -30,6 +30,11 @@ public:
     static void ProcessPair(NoiseCarrierBalance& left, dsp::ProcessContext& leftContext,
                             NoiseCarrierBalance& right, dsp::ProcessContext& rightContext);
 
+    /// Whether silence leaves it as it is; noise before a factor of 0 is silence, too.
+    bool IsAtRest() const {
+        return balanceSmoother.IsAtTarget() && carrierPath.IsAtRest() && noisePath.IsAtRest();
+    }
+
 private:
     template <class... Channels>
     static void Run(const Channels&... channels);
