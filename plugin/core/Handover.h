@@ -26,6 +26,8 @@ public:
         delete offered.exchange(object.release(), std::memory_order_acq_rel);
     }
     void Collect() { delete retired.exchange(nullptr, std::memory_order_acq_rel); }
+    /// What was offered and not taken is not offered any more.
+    void Withdraw() { delete offered.exchange(nullptr, std::memory_order_acq_rel); }
 
     // ---- The audio thread
 

@@ -68,7 +68,11 @@ struct PluginInstrument::Inside {
     std::optional<Ticket> Announce(const PluginState& state);
     bool Finish(const PluginState& state, Ticket ticket);
     std::optional<PluginState> ReadState(std::string_view text, const PathMapping& mapping);
-    std::optional<PluginState> ReadProgram(std::uint32_t index);
+    struct ReadyProgram {
+        std::string id;
+        host::Preset preset;
+    };
+    std::optional<ReadyProgram> ReadProgram(std::uint32_t index);
     bool LoadProgram(std::uint32_t index);
     std::unique_ptr<Seat> Build(const PluginState& state, std::uint32_t sampleRate, std::uint32_t generation);
 
@@ -79,21 +83,23 @@ struct PluginInstrument::Inside {
         PluginState state;
         /// Of `stateLoads`, when samples were ordered.
         std::uint32_t stateLoads = 0;
-        bool isCancelled = false;
+        /// Cancelled, or there.
+        bool isOver = false;
     };
-    void Begin(const PluginState& state);
     void StopBuilder();
     void BuildAll();
-    void LoadOrdered(const Job& job);
+    void Do(Job& job);
+    void LoadOrdered(Job& job);
     static std::string LeaveOutBad(SampleOrder& order);
-    std::unique_ptr<Seat> BuildWith(const std::map<std::uint32_t, std::filesystem::path>& base,
-                                    SamplesDone& done, std::uint32_t builtRate);
+    using SamplePaths = std::map<std::uint32_t, std::filesystem::path>;
+    std::unique_ptr<Seat> BuildWith(const SamplePaths& base, SamplesDone& done, std::uint32_t builtRate);
 
     // ---- Under `control`
 
-    using SamplePaths = std::map<std::uint32_t, std::filesystem::path>;
     void AddJob(Job job);
     const SamplePaths& PathsNow() const;
+    void Begin(const PluginState& state);
+    PluginState WithProgram(ReadyProgram wanted);
     void ShowComing(const PluginState& state);
     PluginState TakeOver(std::uint32_t generation);
     void Commit(SamplesDone& done, std::unique_ptr<Seat> seat, std::uint32_t builtRate);

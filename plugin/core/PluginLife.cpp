@@ -183,6 +183,7 @@ bool PluginInstrument::Inside::Finish(const PluginState& state, Ticket ticket) {
     }
     if (ticket.rate != rate) {
         seat->instrument.SetSampleRate(rate);
+        seat->LetLatencyShow();
     }
     // With what has become of it since: macros are assigned to what comes.
     Publish(incoming ? PluginState(*incoming) : state, std::move(seat));

@@ -7,8 +7,6 @@
 #include "plugin/core/Catalog.h"
 #include "plugin/core/PluginInside.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <exception>
 #include <utility>
@@ -103,21 +101,30 @@ void PluginInstrument::Inside::BuildAll() {
             return;
         }
         Job& job = jobs.front();
-        lock.unlock();
-        if (!job.ticket) {
-            LoadOrdered(job);
-        } else if (job.ticket->generation == newest && !Finish(job.state, *job.ticket)) {
-            const Lock again(control);
-            ShowComing(CurrentState());
+        if (!job.isOver) {
+            lock.unlock();
+            Do(job);
+            lock.lock();
         }
-        lock.lock();
         jobs.pop_front();
         jobCount = jobs.size();
     }
 }
 
+void PluginInstrument::Inside::Do(Job& job) {
+    try {
+        if (!job.ticket) {
+            LoadOrdered(job);
+        } else if (job.ticket->generation == newest && !Finish(job.state, *job.ticket)) {
+            const Lock lock(control);
+            ShowComing(CurrentState());
+        }
+    } catch (const std::exception& error) {
+        Say(error.what());
+    }
+}
+
 void PluginInstrument::Inside::Begin(const PluginState& state) {
-    const Lock lock = TakeControl();
     if (const std::optional<Ticket> ticket = Announce(state)) {
         ShowComing(state);
         AddJob({{}, ticket, state});
@@ -150,8 +157,8 @@ std::string PluginInstrument::Inside::LeaveOutBad(SampleOrder& order) {
 }
 
 /// All samples that there are, in an instrument that gets all else when they have been read: so what is
-/// turned or played meanwhile is not lost.
-void PluginInstrument::Inside::LoadOrdered(const Job& job) {
+/// turned meanwhile is not lost.
+void PluginInstrument::Inside::LoadOrdered(Job& job) {
     SamplesDone done{job.order, {}, {}, {}};
     done.problem = LeaveOutBad(done.order);
     SamplePaths base;
@@ -166,7 +173,7 @@ void PluginInstrument::Inside::LoadOrdered(const Job& job) {
         seat = BuildWith(base, done, builtRate);
     }
     const Lock lock(control);
-    if (job.isCancelled) {
+    if (std::exchange(job.isOver, true)) {
         return;
     }
     if (!done.order.paths.empty() && (job.stateLoads != stateLoads || PathsNow() != base)) {
@@ -224,24 +231,29 @@ PluginState PluginInstrument::Inside::TakeOver(std::uint32_t generation) {
 /// Without a seat, as long as nothing sounds.
 void PluginInstrument::Inside::Commit(SamplesDone& done, std::unique_ptr<Seat> seat,
                                       std::uint32_t builtRate) {
-    PluginState state = TakeOver(newest + 1);
-    done.before = FormatState(state);
-    Take(done.order, state);
-    done.after = FormatState(state);
-    state.controllers.reset();
-    if (seat == nullptr) {
-        Announce(state);
-        return;
+    const bool hasOwnControllers = incoming && incoming->controllers;
+    const PluginState before = TakeOver(newest + 1);
+    PluginState after = before;
+    Take(done.order, after);
+    PluginState shown = after;
+    if (!hasOwnControllers) {
+        shown.controllers.reset();
     }
-    host::Preset settings = state.preset;
-    settings.samples.reset();
-    seat->instrument.LoadPreset(settings);
-    seat->LetLatencyShow();
-    if (builtRate != rate) {
-        seat->instrument.SetSampleRate(rate);
+    if (seat != nullptr) {
+        host::Preset settings = shown.preset;
+        settings.samples.reset();
+        seat->instrument.LoadPreset(settings);
+        if (builtRate != rate) {
+            seat->instrument.SetSampleRate(rate);
+        }
+        seat->LetLatencyShow();
+        seat->generation = newest;
+        Publish(shown, std::move(seat));
+    } else if (const std::optional<Ticket> ticket = Announce(shown)) {
+        AddJob({{}, ticket, shown});
     }
-    seat->generation = newest;
-    Publish(state, std::move(seat));
+    done.before = FormatState(before);
+    done.after = FormatState(after);
 }
 
 void PluginInstrument::OrderSamples(SampleOrder order) {
@@ -253,11 +265,11 @@ void PluginInstrument::OrderSamples(SampleOrder order) {
 bool PluginInstrument::CancelSamples() {
     const Inside::Lock lock = inside->TakeControl();
     const auto newest = std::find_if(inside->jobs.rbegin(), inside->jobs.rend(),
-                                     [](const auto& job) { return !job.ticket && !job.isCancelled; });
+                                     [](const auto& job) { return !job.ticket && !job.isOver; });
     if (newest == inside->jobs.rend()) {
         return false;
     }
-    newest->isCancelled = true;
+    newest->isOver = true;
     return true;
 }
 
@@ -269,7 +281,7 @@ std::map<std::uint32_t, std::filesystem::path> PluginInstrument::OrderedSamples(
     const Inside::Lock lock = inside->TakeControl();
     for (const Inside::Job& job : inside->jobs) {
         for (const auto& [sample, path] : job.order.paths) {
-            if (!job.isCancelled) {
+            if (!job.isOver) {
                 paths[sample] = path;
             }
         }
@@ -290,17 +302,19 @@ std::optional<PluginInstrument::SamplesDone> PluginInstrument::TakeSamplesDone()
 bool PluginInstrument::BeginState(std::string_view text) {
     const std::optional<PluginState> state = inside->ReadState(text, {});
     if (state) {
+        const Inside::Lock lock = inside->TakeControl();
         inside->Begin(*state);
     }
     return state.has_value();
 }
 
 bool PluginInstrument::BeginProgram(std::uint32_t index) {
-    const std::optional<PluginState> state = inside->ReadProgram(index);
-    if (state) {
-        inside->Begin(*state);
+    std::optional<Inside::ReadyProgram> ready = inside->ReadProgram(index);
+    if (ready) {
+        const Inside::Lock lock = inside->TakeControl();
+        inside->Begin(inside->WithProgram(std::move(*ready)));
     }
-    return state.has_value();
+    return ready.has_value();
 }
 
 bool PluginInstrument::IsLoading() const { return inside->jobCount > 0; }

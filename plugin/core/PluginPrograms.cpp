@@ -43,37 +43,55 @@ std::optional<std::uint32_t> ProgramList::IndexOf(std::int32_t bankAndNumber) co
 }
 
 /// Nothing when there is no such program.
-std::optional<PluginState> PluginInstrument::Inside::ReadProgram(std::uint32_t index) {
-    PluginState state;
+std::optional<PluginInstrument::Inside::ReadyProgram>
+PluginInstrument::Inside::ReadProgram(std::uint32_t index) {
     std::shared_ptr<const ProgramList> list;
     {
         const Lock lock = TakeControl();
         list = programs;
-        state = incoming ? Unbuilt() : Frame();
-        state.controllers.reset();
     }
     if (index >= list->programs.size()) {
         return std::nullopt;
     }
     std::vector<std::string> warnings;
     try {
-        auto samples = std::move(state.preset.samples);
-        state.preset = list->Read(index, warnings);
-        if (!state.preset.samples) {
-            state.preset.samples = std::move(samples);
-        }
+        ReadyProgram ready{list->programs[index].id, list->Read(index, warnings)};
+        std::for_each(warnings.begin(), warnings.end(), [this](const std::string& each) { Say(each); });
+        return ready;
     } catch (const std::exception& error) {
         Say(error.what());
         return std::nullopt;
     }
-    std::for_each(warnings.begin(), warnings.end(), [this](const std::string& each) { Say(each); });
-    state.program = list->programs[index].id;
+}
+
+/// What a program leaves alone, as it is now; one with samples of its own makes void those that are ordered.
+PluginState PluginInstrument::Inside::WithProgram(ReadyProgram wanted) {
+    PluginState state = incoming ? Unbuilt() : Frame();
+    state.controllers.reset();
+    auto samples = std::move(state.preset.samples);
+    state.preset = std::move(wanted.preset);
+    state.program = std::move(wanted.id);
+    if (state.preset.samples) {
+        ++stateLoads;
+    } else {
+        state.preset.samples = std::move(samples);
+    }
     return state;
 }
 
 bool PluginInstrument::Inside::LoadProgram(std::uint32_t index) {
-    const std::optional<PluginState> state = ReadProgram(index);
-    return state && Load(*state);
+    std::optional<ReadyProgram> ready = ReadProgram(index);
+    if (!ready) {
+        return false;
+    }
+    PluginState state;
+    std::optional<Ticket> ticket;
+    {
+        const Lock lock = TakeControl();
+        state = WithProgram(std::move(*ready));
+        ticket = Announce(state);
+    }
+    return !ticket || Finish(state, *ticket);
 }
 
 /// Those that came by a message, on the loader's thread.

@@ -51,6 +51,8 @@ Stage::~Stage() {
 }
 
 void Stage::Place(std::unique_ptr<Seat> seat) {
+    // An older one that no block has taken must not come behind this one.
+    seats.Withdraw();
     delete current;
     delete leaving;
     leaving = nullptr;

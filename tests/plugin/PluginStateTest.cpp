@@ -68,6 +68,22 @@ TEST(PluginState, ComesBackExactlyHoweverItWasSavedAndLoaded) {
     EXPECT_TRUE(Play(*alone, Notes()) == Play(*other, Notes()));
 }
 
+TEST(PluginState, ThatNoBlockHasTakenGivesWayToTheOneBehindIt) {
+    auto plugin = Plugin();
+    plugin->Activate(pluginRate);
+    plugin->LoadProgram(7);
+    const std::string last = plugin->SaveState();
+    plugin->LoadProgram(5);
+    plugin->Deactivate();
+    ASSERT_TRUE(plugin->LoadState(last));
+    plugin->Activate(pluginRate);
+    plugin->SetPosition(IdOf("MasterVolume"), 0.5F);
+    const auto alone = Sounding(last);
+    alone->SetPosition(IdOf("MasterVolume"), 0.5F);
+    EXPECT_TRUE(Play(*alone, Notes()) == Play(*plugin, Notes()));
+    EXPECT_EQ(plugin->SaveState(), alone->SaveState());
+}
+
 TEST(PluginState, IsSavedWhileItLoadsAndWhileItSoundsAndWaitsForNothingLong) {
     auto plugin = Plugin();
     plugin->Activate(pluginRate);

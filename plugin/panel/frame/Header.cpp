@@ -47,14 +47,14 @@ void Header::ShowChosen(std::size_t page) {
 
 void Header::Refresh() {
     const Shown now{panel.programs, panel.program, panel.history.Changes(), panel.history.IsModified(),
-                    panel.instrument.IsLoading()};
+                    !panel.instrument.OrderedSamples().empty()};
     if (now == shown) {
         return;
     }
     shown = now;
     const juce::String name = now.program ? juce::String((*now.programs)[*now.program].name) : "Own sound";
     program.setButtonText(name + (now.isModified ? " *" : ""));
-    undo.setEnabled(panel.history.CanUndo() || now.isLoading);
+    undo.setEnabled(panel.history.CanUndo() || now.isReading);
     redo.setEnabled(panel.history.CanRedo());
     undo.setTooltip("Undo " + juce::String(panel.history.UndoName()));
     redo.setTooltip("Redo " + juce::String(panel.history.RedoName()));

@@ -49,7 +49,7 @@ private:
         std::optional<std::uint32_t> program;
         std::uint64_t changes = 0;
         bool isModified = false;
-        bool isLoading = false;
+        bool isReading = false;
 
         bool operator==(const Shown&) const = default;
     };

@@ -21,7 +21,14 @@ double SystemSeconds() {
 History::History(plugin::PluginInstrument& ofInstrument, Clock ofTime)
     : instrument(ofInstrument), clock(ofTime ? std::move(ofTime) : Clock(SystemSeconds)) {}
 
+void History::FollowOthers() const {
+    if (depth == 0 && followOthers) {
+        followOthers();
+    }
+}
+
 void History::Begin(std::string name) {
+    FollowOthers();
     if (depth++ == 0) {
         open = {};
         open.name = std::move(name);
@@ -50,6 +57,7 @@ bool History::GoesOn(std::uint32_t id, double now) const {
 }
 
 void History::Set(std::uint32_t id, float position, const std::string& name) {
+    FollowOthers();
     const float before = instrument.Position(id);
     position = std::clamp(position, 0.0F, 1.0F);
     if (before == position) {
@@ -91,6 +99,7 @@ void History::SetMacro(unsigned macro, const plugin::Macro& assignment) {
 }
 
 bool History::ChangeAll(std::string name, const std::function<bool()>& change) {
+    FollowOthers();
     std::string before = instrument.SaveState();
     if (!change()) {
         return false;
@@ -135,6 +144,7 @@ void History::Add(Step step) {
 }
 
 void History::Undo() {
+    FollowOthers();
     if (!CanUndo() || depth > 0) {
         return;
     }
@@ -153,6 +163,7 @@ void History::Undo() {
 }
 
 void History::Redo() {
+    FollowOthers();
     if (!CanRedo() || depth > 0) {
         return;
     }

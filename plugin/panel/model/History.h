@@ -26,6 +26,10 @@ public:
     /// The instrument must outlive this. The clock, in seconds, is the system's when none is given.
     explicit History(plugin::PluginInstrument& instrument, Clock clock = {});
 
+    /// Adds what has changed beside, by AddChange; asked in front of whatever is done, so that steps are in
+    /// the order of the changes.
+    std::function<void()> followOthers;
+
     /// A gesture, or several changes at once; may be nested, then the outermost is the step.
     void Begin(std::string name);
     void End();
@@ -79,6 +83,7 @@ private:
         bool IsEmpty() const { return moves.empty() && assignments.empty() && !states; }
     };
 
+    void FollowOthers() const;
     void Add(Step step);
     void AddMove(Step& step, std::uint32_t id, float from, float to) const;
     bool GoesOn(std::uint32_t id, double now) const;

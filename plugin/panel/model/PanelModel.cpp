@@ -43,6 +43,7 @@ PanelModel::PanelModel(plugin::PluginInstrument& ofInstrument, std::filesystem::
       modulation(ofInstrument), settings(PanelSettings::Read(file)), presets(ofInstrument, history, settings),
       settingsFile(std::move(file)) {
     instrument.SetWatched(true);
+    history.followOthers = [this] { FollowSamples(); };
     while (instrument.TakeSamplesDone()) { // of a panel before
     }
     LookAtPrograms();
@@ -77,7 +78,6 @@ void PanelModel::Undo() {
         Tell("Samples that were being read are left");
         return;
     }
-    FollowSamples();
     history.Undo();
 }
 

@@ -28,8 +28,8 @@ struct DefaultModulationPolicy {
 };
 
 /// Hears when a cell of a modulation matrix begins or ceases to carry signal. Called by the setters of the
-/// matrix, on the audio thread: an implementation neither allocates nor blocks. It must be removed from the
-/// matrix before it is destroyed.
+/// matrix, on the audio thread: an implementation neither allocates nor blocks. It must live as long as the
+/// matrix is used.
 class IRoutingObserver {
 public:
     IRoutingObserver() = default;

@@ -343,6 +343,16 @@ TEST(SampleSlots, ComeInTheirOwnTimeWhateverIsDoneMeanwhile) {
     show.plugin->LoadState(state);
     EXPECT_PRED2(Has, show.Told(), "not loaded");
     EXPECT_EQ(show.plugin->SaveState(), state);
+
+    // So does a preset with samples of its own, also those that have not begun.
+    slots.Load({{3, folder / "long.wav"}});
+    slots.Load({{4, folder / "b.wav"}});
+    const auto& programs = *show.model.programs;
+    const auto own = std::ranges::find(programs, "slow-speech", &PluginInstrument::Program::id);
+    ASSERT_TRUE(show.model.LoadProgram(static_cast<std::uint32_t>(own - programs.begin())));
+    EXPECT_PRED2(Has, show.Told(), "not loaded");
+    EXPECT_FALSE(slots.IsLoaded(3) || slots.IsLoaded(4));
+    EXPECT_EQ(show.model.history.UndoName(), "Preset");
 }
 
 TEST(SampleSlots, ComeWhenThePanelOrAllIsClosedBeforeTheyAreThere) {
