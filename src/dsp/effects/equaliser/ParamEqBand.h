@@ -120,13 +120,13 @@ public:
 private:
     static constexpr bool isPair = std::is_same_v<T, Double2>;
 
-    void Store(std::array<double, 2>& state1, std::array<double, 2>& state2) const {
+    void Store(std::array<double, 2>& first, std::array<double, 2>& second) const {
         if constexpr (isPair) {
-            SplitLanes(s1, state1[0], state1[1]);
-            SplitLanes(s2, state2[0], state2[1]);
+            SplitLanes(s1, first[0], first[1]);
+            SplitLanes(s2, second[0], second[1]);
         } else {
-            state1[0] = s1;
-            state2[0] = s2;
+            first[0] = s1;
+            second[0] = s2;
         }
     }
 
