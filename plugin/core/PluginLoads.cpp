@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What a thread of the plug-in builds, so that nobody waits for files.
-#include "host/audio/AudioFileSource.h"
 #include "host/common/Paths.h"
 #include "host/parameters/ParameterText.h"
 #include "host/presets/NeutralStart.h"
@@ -19,20 +18,13 @@ constexpr std::size_t mostKept = 16;
 
 std::string NameOf(const std::filesystem::path& path) { return host::TextOf(path.filename()); }
 
-/// Why a file is no sound; empty for one.
+/// Why a file cannot be a sound, as far as can be seen from outside; empty for one that may be.
 std::string ProblemOf(const std::filesystem::path& path) {
     std::error_code none;
     if (std::filesystem::is_fifo(path, none)) {
         return NameOf(path) + ": is a pipe, which may never end";
     }
-    try {
-        const host::AudioFileSource source(path);
-        return {};
-    } catch (const std::exception& error) {
-        const std::string text = error.what();
-        const std::string prefix = host::TextOf(path) + ": ";
-        return NameOf(path) + ": " + (text.starts_with(prefix) ? text.substr(prefix.size()) : text);
-    }
+    return std::filesystem::is_regular_file(path, none) ? std::string() : NameOf(path) + ": no such file";
 }
 
 /// Paths in messages and presets alike begin at the root.
