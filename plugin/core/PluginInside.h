@@ -169,7 +169,7 @@ struct PluginInstrument::Inside {
     std::deque<Job> jobs;
     std::atomic<std::size_t> jobCount{0};
     std::deque<SamplesDone> samplesDone;
-    /// How often a state was loaded that is no program.
+    /// How often a sound came that makes void what was ordered before.
     std::uint32_t stateLoads = 0;
     std::thread builder;
     std::condition_variable builderWakes;

@@ -5,9 +5,12 @@
 
 #include <lv2/atom/atom.h>
 #include <lv2/atom/forge.h>
+#include <lv2/buf-size/buf-size.h>
 #include <lv2/midi/midi.h>
+#include <lv2/options/options.h>
 #include <lv2/time/time.h>
 #include <lv2/urid/urid.h>
+#include <lv2/worker/worker.h>
 
 #include <array>
 #include <cmath>
@@ -16,7 +19,7 @@
 #include <string>
 #include <vector>
 
-/// What hosts of LV2 write into the ports of events.
+/// What hosts of LV2 have in common: words, features, and what they write into the ports of events.
 namespace orphia::test {
 
 /// Words for numbers, the same for all plug-ins.
@@ -33,6 +36,31 @@ struct Words {
         words[found->second] = word;
         return found->second;
     }
+};
+
+/// What a host tells a plug-in that it can do, while it makes one: blocks of a longest length, and a worker
+/// that does nothing.
+class Lv2Features {
+public:
+    Lv2Features(Words& words, const std::int32_t& longestBlock)
+        : options{{LV2_OPTIONS_INSTANCE, 0, words.Number(LV2_BUF_SIZE__maxBlockLength), sizeof(std::int32_t),
+                   words.Number(LV2_ATOM__Int), &longestBlock},
+                  {LV2_OPTIONS_INSTANCE, 0, 0, 0, 0, nullptr}},
+          features{{LV2_URID__map, &words.map},
+                   {LV2_OPTIONS__options, options},
+                   {LV2_WORKER__schedule, &schedule},
+                   {LV2_BUF_SIZE__boundedBlockLength, nullptr}} {}
+    Lv2Features(const Lv2Features&) = delete;
+    Lv2Features& operator=(const Lv2Features&) = delete;
+
+    const LV2_Feature* const* List() const { return list; }
+
+private:
+    LV2_Options_Option options[2];
+    LV2_Worker_Schedule schedule{
+        nullptr, [](LV2_Worker_Schedule_Handle, std::uint32_t, const void*) { return LV2_WORKER_SUCCESS; }};
+    LV2_Feature features[4];
+    const LV2_Feature* list[5] = {&features[0], &features[1], &features[2], &features[3], nullptr};
 };
 
 class Lv2Events {

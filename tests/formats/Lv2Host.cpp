@@ -3,12 +3,9 @@
 #include "Lv2Events.h"
 
 #include <lilv/lilv.h>
-#include <lv2/buf-size/buf-size.h>
-#include <lv2/options/options.h>
 #include <lv2/patch/patch.h>
 #include <lv2/presets/presets.h>
 #include <lv2/state/state.h>
-#include <lv2/worker/worker.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -44,19 +41,8 @@ public:
     }
 
     void Activate(double rate) override {
-        const LV2_Options_Option options[] = {
-            {LV2_OPTIONS_INSTANCE, 0, words.Number(LV2_BUF_SIZE__maxBlockLength), sizeof(std::int32_t),
-             words.Number(LV2_ATOM__Int), &longestBlock},
-            {LV2_OPTIONS_INSTANCE, 0, 0, 0, 0, nullptr}};
-        LV2_Worker_Schedule schedule{nullptr, [](LV2_Worker_Schedule_Handle, std::uint32_t, const void*) {
-                                         return LV2_WORKER_SUCCESS;
-                                     }};
-        const LV2_Feature features[] = {{LV2_URID__map, &words.map},
-                                        {LV2_OPTIONS__options, const_cast<LV2_Options_Option*>(options)},
-                                        {LV2_WORKER__schedule, &schedule},
-                                        {LV2_BUF_SIZE__boundedBlockLength, nullptr}};
-        const LV2_Feature* const list[] = {&features[0], &features[1], &features[2], &features[3], nullptr};
-        instance = lilv_plugin_instantiate(plugin, rate, list);
+        Lv2Features features(words, longestBlock);
+        instance = lilv_plugin_instantiate(plugin, rate, features.List());
         for (std::uint32_t port = 0; port < controls.size(); ++port) {
             lilv_instance_connect_port(instance, port, &controls[port]);
         }

@@ -4,11 +4,8 @@
 #include "host/common/Paths.h"
 
 #include <dlfcn.h>
-#include <lv2/buf-size/buf-size.h>
 #include <lv2/core/lv2.h>
-#include <lv2/options/options.h>
 #include <lv2/state/state.h>
-#include <lv2/worker/worker.h>
 
 #include <fstream>
 #include <stdexcept>
@@ -35,19 +32,8 @@ public:
     }
 
     void Activate(double rate) override {
-        const LV2_Options_Option options[] = {
-            {LV2_OPTIONS_INSTANCE, 0, words.Number(LV2_BUF_SIZE__maxBlockLength), sizeof(std::int32_t),
-             words.Number(LV2_ATOM__Int), &longestBlock},
-            {LV2_OPTIONS_INSTANCE, 0, 0, 0, 0, nullptr}};
-        LV2_Worker_Schedule schedule{nullptr, [](LV2_Worker_Schedule_Handle, std::uint32_t, const void*) {
-                                         return LV2_WORKER_SUCCESS;
-                                     }};
-        const LV2_Feature features[] = {{LV2_URID__map, &words.map},
-                                        {LV2_OPTIONS__options, const_cast<LV2_Options_Option*>(options)},
-                                        {LV2_WORKER__schedule, &schedule},
-                                        {LV2_BUF_SIZE__boundedBlockLength, nullptr}};
-        const LV2_Feature* const list[] = {&features[0], &features[1], &features[2], &features[3], nullptr};
-        instance = plugin->instantiate(plugin, rate, folder.c_str(), list);
+        Lv2Features features(words, longestBlock);
+        instance = plugin->instantiate(plugin, rate, folder.c_str(), features.List());
         for (std::uint32_t port = 0; port < ports.size(); ++port) {
             plugin->connect_port(instance, port, &ports[port].value);
         }

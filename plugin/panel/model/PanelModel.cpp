@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/model/PanelModel.h"
 
+#include "host/common/Paths.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -25,7 +27,7 @@ std::string LineOf(const plugin::PluginInstrument::SamplesDone& done) {
     const std::uint32_t last = paths.rbegin()->first + 1;
     std::string line;
     if (paths.size() == 1) {
-        const std::string name = paths.begin()->second.filename().string();
+        const std::string name = host::TextOf(paths.begin()->second.filename());
         line = fmt::format("Sample {} is {}", first, name.empty() ? "empty" : name);
     } else if (last - first + 1 == paths.size()) {
         line = fmt::format("Samples {} to {} are loaded", first, last);

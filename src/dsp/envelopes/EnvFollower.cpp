@@ -2,8 +2,8 @@
 #include "dsp/envelopes/EnvFollower.h"
 
 #include "dsp/framework/ParameterDeclaration.h"
+#include "dsp/framework/SilentInputs.h"
 #include "dsp/math/Decibels.h"
-#include "dsp/vectors/Silence.h"
 #include "dsp/vectors/SilenceFaults.h"
 
 #include <algorithm>
@@ -281,11 +281,7 @@ void EnvFollower::PassSilence(const ProcessContext& context) {
 }
 
 bool EnvFollower::Process(ProcessContext& context) {
-    const auto isSilent = [&context](u32 channel) {
-        const float* input = context.InputOrNull(channel);
-        return input == nullptr || IsSilent(input, context.numFrames);
-    };
-    const bool silence = isSilent(0) && isSilent(1);
+    const bool silence = IsSilent(context);
     if (silence && IsAtRest()) {
         PassSilence(context);
         return true;

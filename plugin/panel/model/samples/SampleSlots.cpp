@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/model/samples/SampleSlots.h"
 
+#include "host/common/Paths.h"
 #include "host/parameters/ParameterCatalog.h"
 #include "host/presets/NeutralStart.h"
 
@@ -54,8 +55,6 @@ struct Ids {
 
 bool IsOn(float position) { return position >= 0.5F; }
 
-std::string NameOf(const std::filesystem::path& path) { return path.filename().string(); }
-
 std::string Counted(std::size_t count, std::string_view what) {
     return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s");
 }
@@ -100,9 +99,9 @@ SampleSlots::Ordered SampleSlots::Order(plugin::PluginInstrument::SampleOrder or
     if (order.paths.empty()) {
         return {};
     }
-    Ordered ordered{order.paths,
-                    "Reading " + (order.paths.size() == 1 ? NameOf(order.paths.begin()->second)
-                                                          : Counted(order.paths.size(), "sound"))};
+    Ordered ordered{order.paths, "Reading " + (order.paths.size() == 1
+                                                   ? host::TextOf(order.paths.begin()->second.filename())
+                                                   : Counted(order.paths.size(), "sound"))};
     instrument.OrderSamples(std::move(order));
     return ordered;
 }

@@ -79,8 +79,7 @@ ChorusSettings Chorus::ReadSettings(const ProcessContext& context) {
 }
 
 void Chorus::FollowSong(const ProcessContext& context) {
-    const bool isSynced = context.isPlaying != 0 && IsOn(TempoSync);
-    song.FollowSong(context, isSynced, isSynced ? HeldValue(SyncRate, context) : 0.0F, settings.rateHz);
+    FollowCycle(song, {Freq, TempoSync, SyncRate}, settings.rateHz, context);
 }
 
 void Chorus::StartMotion() {

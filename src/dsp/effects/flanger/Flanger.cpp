@@ -80,8 +80,7 @@ FlangerSettings Flanger::ReadSettings(const ProcessContext& context) {
 }
 
 void Flanger::FollowSong(const ProcessContext& context) {
-    const bool isSynced = context.isPlaying != 0 && IsOn(TempoSync);
-    lfo.song.FollowSong(context, isSynced, isSynced ? HeldValue(SyncRate, context) : 0.0F, settings.rateHz);
+    FollowCycle(lfo.song, {Freq, TempoSync, SyncRate}, settings.rateHz, context);
 }
 
 void Flanger::StartMotion() {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "dsp/effects/shared/SongPull.h"
 #include "dsp/framework/ParameterDeclaration.h"
 #include "dsp/framework/UnitModule.h"
 #include "dsp/math/SyncRates.h"
@@ -87,6 +88,11 @@ protected:
         const auto step = static_cast<float>(HeldStep(ids.syncRate));
         return Within(IsOn(ids.tempoSync) ? SyncRates::CycleHz(step, context.tempo, free) : free, 0.0F,
                       fastestHz);
+    }
+    /// Once a block: lets an oscillator that runs at hz fall into step with the song where it is to.
+    void FollowCycle(SongPull& song, const CycleParameters& ids, float hz, const ProcessContext& context) {
+        const bool isSynced = context.isPlaying != 0 && IsOn(ids.tempoSync);
+        song.FollowSong(context, isSynced, isSynced ? static_cast<float>(HeldStep(ids.syncRate)) : 0.0F, hz);
     }
 
     Settings settings;

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "dsp/framework/ProcessContext.h"
+#include "dsp/framework/SilentInputs.h"
 #include "dsp/smoothing/SmoothedLanes.h"
 #include "dsp/vectors/FrameLanes.h"
-#include "dsp/vectors/Silence.h"
 #include "dsp/vectors/SilenceFaults.h"
 
 #include <algorithm>
@@ -95,15 +95,6 @@ void RenderStereoQuads(const ProcessContext& context, Controls& controls, Render
     } else {
         run(std::false_type());
     }
-}
-
-/// Whether inputs 0 and 1 are zero without a sign, or not there, throughout the block.
-inline bool IsSilent(const ProcessContext& context) {
-    const auto isSilent = [&context](u32 channel) {
-        const float* input = context.InputOrNull(channel);
-        return input == nullptr || IsSilent(input, context.numFrames);
-    };
-    return isSilent(0) && isSilent(1);
 }
 
 /// One block of an effect at rest under a silent input: all that would add up are zeros, so that only what
