@@ -35,9 +35,9 @@ struct AudioFileSource::File {
     ~File() { sf_close(handle); }
 
     /// Of sound without a header the ending of the name alone tells what it is.
-    void OpenByName(const std::filesystem::path& path) {
+    void OpenByName(const std::filesystem::path& named) {
         info = {};
-        handle = sf_open(TextOf(path).c_str(), SFM_READ, &info);
+        handle = sf_open(TextOf(named).c_str(), SFM_READ, &info);
     }
 
     File(const File&) = delete;
