@@ -83,6 +83,18 @@ void MidiControls::LiftPedals() {
     instrument.Control(ids.pedal, 0.0F);
 }
 
+void MidiControls::Follow(const MidiControls& other, bool withPedals) {
+    channels = other.channels;
+    played = other.played;
+    if (masters != 0 && other.masters != 0) {
+        SetZones(other.lowerCount, other.upperCount);
+    }
+    if (withPedals) {
+        pedals = other.pedals;
+        instrument.Control(ids.pedal, pedals != 0 ? 1.0F : 0.0F);
+    }
+}
+
 bool MidiControls::EndsNotes(const MidiMessage& message) {
     return message.Kind() == controllerKind && (message.data1 == AllSoundOff || message.data1 >= AllNotesOff);
 }

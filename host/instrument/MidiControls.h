@@ -37,6 +37,9 @@ public:
     /// Begins anew with the instrument's own settings, volume in full.
     void Restart();
     void LiftPedals();
+    /// What no preset knows goes on as in another one: volume and expression, registered numbers, zones when
+    /// both have MPE; when asked for, pedals too.
+    void Follow(const MidiControls& other, bool withPedals);
     /// The channels whose volume counts, bit n for channel n. Others come to them with their first note.
     void SetPlayedChannels(std::uint32_t channelBits) { played = channelBits; }
     /// True for the first note-on of all.

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include <array>
 #include <atomic>
+#include <cstddef>
 #include <memory>
 
 namespace orphia::plugin {
@@ -14,7 +16,7 @@ public:
     Handover() = default;
     ~Handover() {
         delete offered.load();
-        delete retired.load();
+        Collect();
     }
     Handover(const Handover&) = delete;
     Handover& operator=(const Handover&) = delete;
@@ -25,26 +27,31 @@ public:
         Collect();
         delete offered.exchange(object.release(), std::memory_order_acq_rel);
     }
-    void Collect() { delete retired.exchange(nullptr, std::memory_order_acq_rel); }
+    void Collect() {
+        for (std::atomic<Object*>& each : retired) {
+            delete each.exchange(nullptr, std::memory_order_acq_rel);
+        }
+    }
     /// What was offered and not taken is not offered any more.
     void Withdraw() { delete offered.exchange(nullptr, std::memory_order_acq_rel); }
 
     // ---- The audio thread
 
     bool IsOffered() const { return offered.load(std::memory_order_acquire) != nullptr; }
-    /// Null when there is none, or what was retired last is not collected yet.
+    /// Null when there is none, or nothing that was retired has been collected.
     Object* Take() {
-        if (!IsOffered() || retired.load(std::memory_order_acquire) != nullptr) {
-            return nullptr;
-        }
-        return offered.exchange(nullptr, std::memory_order_acq_rel);
+        const bool hasRoom = IsFree(0) || IsFree(1);
+        return hasRoom && IsOffered() ? offered.exchange(nullptr, std::memory_order_acq_rel) : nullptr;
     }
-    /// One for each Take.
-    void Retire(Object* object) { retired.store(object, std::memory_order_release); }
+    /// One for each Take, before the next.
+    void Retire(Object* object) { retired[IsFree(0) ? 0 : 1].store(object, std::memory_order_release); }
 
 private:
+    bool IsFree(std::size_t place) const { return retired[place].load(std::memory_order_acquire) == nullptr; }
+
     std::atomic<Object*> offered{nullptr};
-    std::atomic<Object*> retired{nullptr};
+    /// Each offer collects. So there is room for one that went since, and for the one that gives way to it.
+    std::array<std::atomic<Object*>, 2> retired{};
 };
 
 } // namespace orphia::plugin

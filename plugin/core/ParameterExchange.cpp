@@ -27,12 +27,17 @@ std::uint32_t ParameterExchange::IdOf(std::uint32_t index) const {
                               : PluginParameters::firstMacro + (index - engineCount);
 }
 
-void ParameterExchange::Want(std::uint32_t index, float position, std::uint32_t generation) {
-    wishes[index].store(std::uint64_t{generation} << 32U | std::bit_cast<std::uint32_t>(position),
-                        std::memory_order_release);
-    Show(index, position);
-    Mark(wished, index);
-    hasWishes.store(true, std::memory_order_release);
+void ParameterExchange::Want(std::uint32_t index, float position) {
+    std::uint32_t generation = 0;
+    do {
+        generation = newest;
+        wishes[index].store(std::uint64_t{generation} << 32U | std::bit_cast<std::uint32_t>(position),
+                            std::memory_order_release);
+        Show(index, position);
+        Mark(wished, index);
+        hasWishes.store(true, std::memory_order_release);
+        // One that was ordered in between may have been built from all but this.
+    } while (generation != newest);
 }
 
 } // namespace orphia::plugin

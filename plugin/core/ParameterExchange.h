@@ -14,8 +14,8 @@ namespace orphia::plugin {
 /// wanted, and what has moved by itself. Nobody waits, and the last of several wishes for one parameter
 /// counts.
 ///
-/// A wish is for one generation of the instrument: one for the next waits until that plays, and one for an
-/// earlier is void.
+/// A wish is for the generation of the instrument that was ordered last: it waits until that plays, and one
+/// for an earlier is void.
 class ParameterExchange {
 public:
     ParameterExchange();
@@ -37,10 +37,16 @@ public:
         hasTold.store(true, std::memory_order_release);
     }
     bool HasTold() const { return hasTold.load(std::memory_order_relaxed); }
+    /// By a thread that orders meanwhile it is not missed.
+    void Want(std::uint32_t index, float position);
+    /// The one that was ordered last, from 1.
+    std::uint32_t Newest() const { return newest; }
 
     // ---- Message threads
 
-    void Want(std::uint32_t index, float position, std::uint32_t generation);
+    /// What is wished from here on is for another generation, whose number was none before. One thread at a
+    /// time.
+    std::uint32_t NextGeneration() { return ++newest; }
     /// Without taking them: f(index, position) for each wish for a generation.
     template <class F>
     void LookAtWishes(std::uint32_t generation, F&& f) const;
@@ -62,7 +68,7 @@ private:
     using Marks = std::vector<std::atomic<std::uint64_t>>;
 
     static void Mark(Marks& marks, std::uint32_t index) {
-        marks[index / bits].fetch_or(std::uint64_t{1} << (index % bits), std::memory_order_release);
+        marks[index / bits].fetch_or(std::uint64_t{1} << (index % bits));
     }
     template <class F>
     static void ForEachBit(std::uint64_t word, std::uint32_t first, F&& f) {
@@ -77,6 +83,7 @@ private:
 
     std::uint32_t engineCount;
     std::uint32_t count;
+    std::atomic<std::uint32_t> newest{1};
     std::vector<std::atomic<float>> shown;
     /// The generation above, the position below.
     std::vector<std::atomic<std::uint64_t>> wishes;

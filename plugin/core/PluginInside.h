@@ -101,7 +101,7 @@ struct PluginInstrument::Inside {
     void Begin(const PluginState& state);
     PluginState WithProgram(ReadyProgram wanted);
     void ShowComing(const PluginState& state);
-    PluginState TakeOver(std::uint32_t generation);
+    PluginState TakeOver();
     void Commit(SamplesDone& done, std::unique_ptr<Seat> seat, std::uint32_t builtRate);
     void Publish(const PluginState& state, std::unique_ptr<Seat> seat);
     void ShowFrame(const PluginState& state);
@@ -110,7 +110,8 @@ struct PluginInstrument::Inside {
     bool IsBypassed() const { return exchange.Shown(exchange.IndexOf(PluginParameters::bypass)) >= 0.5F; }
     /// All but the settings.
     PluginState Frame() const;
-    PluginState Unbuilt() const;
+    PluginState Unbuilt(std::uint32_t generation) const;
+    PluginState Unbuilt() const { return Unbuilt(exchange.Newest()); }
     PluginState CurrentState();
     void WaitForSnapshot();
     std::chrono::nanoseconds LongestPause() const;
@@ -139,11 +140,9 @@ struct PluginInstrument::Inside {
     std::atomic<std::thread::id> loadingAudioThread{};
 
     std::mutex control;
-    /// The generation of what was loaded last.
-    std::atomic<std::uint32_t> newest{1};
     /// What is being built; as long as nothing is, all that there is.
     std::optional<PluginState> incoming;
-    std::uint32_t rate = 0;
+    std::atomic<std::uint32_t> rate{0};
     /// The names and samples of the newest, without settings; samples that are missing too.
     host::Preset identity;
     std::string program;

@@ -64,7 +64,7 @@ void PluginInstrument::Set(const host::ParameterSetting& setting) {
         return;
     }
     const float position = PluginParameters::Get().PositionOf(setting);
-    inside->exchange.Want(index, position, inside->newest.load(std::memory_order_acquire));
+    inside->exchange.Want(index, position);
     if (setting.id == PluginParameters::bypass) {
         inside->wantedBypass = position >= 0.5F ? 1 : 0;
     }

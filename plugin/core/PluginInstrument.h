@@ -92,7 +92,8 @@ public:
     /// Any number of frames. Does not depend on how the sound is cut into blocks; events act at the start of
     /// the engine's block of about a millisecond that they fall into.
     void Process(const PluginBlock& block);
-    /// Silence at once; what was on its way is forgotten, and nothing that is set changes.
+    /// Silence at once; what was on its way is forgotten, and nothing that is set changes. Nothing while it
+    /// is not active.
     void Reset();
 
     // ---- Any thread, at any time; these do not wait
@@ -133,7 +134,8 @@ public:
     /// and the controllers beside it. At any time, also while a state loads: then it is that state.
     std::string SaveState(const PathMapping& mapping = PathMapping::OfThread());
     /// Replaces all of it, and comes back when samples are there; the sound goes over to it in 20 ms, and
-    /// notes end. False, and nothing has changed, for a text that is no state.
+    /// notes end. What is set, and controllers that move, while it loads are for it, too. False, and nothing
+    /// has changed, for a text that is no state.
     bool LoadState(std::string_view text, const PathMapping& mapping = PathMapping::OfThread());
 
     /// A sample from 0: the file that it plays or, when it is missing, should play; empty for none.

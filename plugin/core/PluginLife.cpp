@@ -72,10 +72,10 @@ void PluginInstrument::Inside::Activate(std::uint32_t sampleRate) {
     {
         const Lock lock = TakeControl();
         isActive = false;
-        const bool isOther = std::exchange(rate, sampleRate) != sampleRate;
+        const bool isOther = rate.exchange(sampleRate) != sampleRate;
         if (stage.Current() == nullptr && engine != nullptr) {
             const PluginState state = *incoming;
-            if (auto seat = Build(state, rate, newest)) {
+            if (auto seat = Build(state, rate, exchange.Newest())) {
                 Publish(state, std::move(seat));
             }
         } else if (stage.Current() != nullptr) {
@@ -158,25 +158,26 @@ bool PluginInstrument::Inside::Load(const PluginState& state) {
 
 /// Under `control`. No ticket when there is nothing to build.
 std::optional<PluginInstrument::Inside::Ticket> PluginInstrument::Inside::Announce(const PluginState& state) {
-    newest = newest + 1;
+    const std::uint32_t generation = exchange.NextGeneration();
     incoming = state;
     if (rate == 0 || engine == nullptr) {
         Publish(state, nullptr);
         incoming->controllers.reset();
         return std::nullopt;
     }
-    return Ticket{newest, rate};
+    return Ticket{generation, rate};
 }
 
 bool PluginInstrument::Inside::Finish(const PluginState& state, Ticket ticket) {
     std::unique_ptr<Seat> seat = Build(state, ticket.rate, ticket.generation);
     const Lock lock = TakeControl();
-    if (ticket.generation != newest) {
+    if (ticket.generation != exchange.Newest()) {
         return seat != nullptr;
     }
     if (seat == nullptr) {
         if (newestSeat != nullptr) {
-            newest = newestSeat->generation;
+            // What was wished for the one that failed is for the one that stays.
+            newestSeat->generation = ticket.generation;
             incoming.reset();
         }
         return false;
@@ -228,7 +229,7 @@ void PluginInstrument::Inside::ShowFrame(const PluginState& state) {
         exchange.Show(exchange.IndexOf(PluginParameters::firstMacro + macro), state.macroPositions[macro]);
     }
     exchange.Show(exchange.IndexOf(PluginParameters::bypass), state.isBypassed ? 1.0F : 0.0F);
-    exchange.LookAtWishes(newest,
+    exchange.LookAtWishes(exchange.Newest(),
                           [this](std::uint32_t index, float position) { exchange.Show(index, position); });
     wantedBypass = IsBypassed() ? 1 : 0;
 }
@@ -258,7 +259,7 @@ PluginState PluginInstrument::Inside::Frame() const {
 }
 
 /// What is on its way, and what was wished since.
-PluginState PluginInstrument::Inside::Unbuilt() const {
+PluginState PluginInstrument::Inside::Unbuilt(std::uint32_t generation) const {
     PluginState state = *incoming;
     if (!state.controllers) {
         state.controllers = stage.learn.All();
@@ -269,7 +270,7 @@ PluginState PluginInstrument::Inside::Unbuilt() const {
         state.preset = preset;
     }
     const auto engineCount = static_cast<std::uint32_t>(Catalog().Parameters().size());
-    exchange.LookAtWishes(newest, [&](std::uint32_t index, float position) {
+    exchange.LookAtWishes(generation, [&](std::uint32_t index, float position) {
         if (index < engineCount) {
             state.SetPosition(index, position);
             return;

@@ -107,7 +107,7 @@ void PluginInstrument::Inside::Do(Job& job) {
     try {
         if (!job.ticket) {
             LoadOrdered(job);
-        } else if (job.ticket->generation == newest && !Finish(job.state, *job.ticket)) {
+        } else if (job.ticket->generation == exchange.Newest() && !Finish(job.state, *job.ticket)) {
             const Lock lock(control);
             ShowComing(CurrentState());
         }
@@ -158,7 +158,7 @@ void PluginInstrument::Inside::LoadOrdered(Job& job) {
     {
         const Lock lock(control);
         base = PathsNow();
-        builtRate = engine != nullptr ? rate : 0;
+        builtRate = engine != nullptr ? rate.load() : 0;
     }
     std::unique_ptr<Seat> seat;
     if (builtRate != 0 && !done.order.paths.empty()) {
@@ -210,21 +210,18 @@ std::unique_ptr<Seat> PluginInstrument::Inside::BuildWith(const SamplePaths& bas
 }
 
 /// How all is now; what is wished from here on is for another generation.
-PluginState PluginInstrument::Inside::TakeOver(std::uint32_t generation) {
-    if (incoming) {
-        PluginState state = Unbuilt();
-        newest = generation;
-        return state;
-    }
-    newest = generation;
-    return CurrentState();
+PluginState PluginInstrument::Inside::TakeOver() {
+    const std::uint32_t generation = exchange.Newest();
+    exchange.NextGeneration();
+    return incoming ? Unbuilt(generation) : CurrentState();
 }
 
 /// Without a seat, as long as nothing sounds.
 void PluginInstrument::Inside::Commit(SamplesDone& done, std::unique_ptr<Seat> seat,
                                       std::uint32_t builtRate) {
     const bool hasOwnControllers = incoming && incoming->controllers;
-    const PluginState before = TakeOver(newest + 1);
+    const bool isOfWhatPlays = !incoming;
+    const PluginState before = TakeOver();
     PluginState after = before;
     Take(done.order, after);
     PluginState shown = after;
@@ -239,7 +236,8 @@ void PluginInstrument::Inside::Commit(SamplesDone& done, std::unique_ptr<Seat> s
             seat->instrument.SetSampleRate(rate);
         }
         seat->LetLatencyShow();
-        seat->generation = newest;
+        seat->generation = exchange.Newest();
+        seat->goesOn = isOfWhatPlays;
         Publish(shown, std::move(seat));
     } else if (const std::optional<Ticket> ticket = Announce(shown)) {
         AddJob({{}, ticket, shown});

@@ -116,6 +116,10 @@ void PluginInstrument::Process(const PluginBlock& block) { inside->Process(block
 
 void PluginInstrument::Reset() {
     Inside& in = *inside;
+    // Then nothing is on its way, and message threads change what there is.
+    if (!in.isActive) {
+        return;
+    }
     int nobody = Inside::Nobody;
     if (in.holder.compare_exchange_strong(nobody, Inside::AudioThread, std::memory_order_acquire)) {
         in.stage.Restart();

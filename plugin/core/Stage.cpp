@@ -70,7 +70,7 @@ void Stage::Restart() {
         current->instrument.Reset();
     }
     LookAtListed();
-    hasSounded = false;
+    hasSounded = holdsBack = false;
     callStart = blockStart = 0;
     callFrames = 0;
 }
@@ -106,6 +106,9 @@ void Stage::Adopt() {
     }
     next->instrument.SetTransport(current->instrument.CurrentTransport());
     next->instrument.SetOffline(isOffline.load(std::memory_order_relaxed));
+    host::MidiControls& controls = next->instrument.Controls();
+    controls.Follow(current->instrument.Controls(), next->goesOn);
+    sinceOrder.Take(next->generation, [&controls](const host::MidiMessage& each) { controls.Handle(each); });
     leaving = std::exchange(current, next);
     watch.ForgetKeys();
     fadeFrames = std::max(1U, static_cast<std::uint32_t>(fadeSeconds * current->instrument.SampleRate()));
@@ -144,6 +147,8 @@ void Stage::TakeWishes() {
     }
     ++moment;
     exchange.TakeWishes(current->generation, [this](std::uint32_t index, float position) {
+        // Who built the instrument may have shown what it was built with.
+        exchange.Show(index, position);
         if (index < placeInListed.size()) {
             wishedIn[index] = moment;
             SetEngine(index, position);
@@ -151,7 +156,7 @@ void Stage::TakeWishes() {
             MoveMacro(index - static_cast<std::uint32_t>(placeInListed.size()), position, moment);
         }
     });
-    if (endsNotes.load(std::memory_order_relaxed) && endsNotes.exchange(false)) {
+    if (!holdsBack && endsNotes.load(std::memory_order_relaxed) && endsNotes.exchange(false)) {
         current->instrument.AllNotesOff();
         watch.ForgetKeys();
     }
@@ -159,6 +164,7 @@ void Stage::TakeWishes() {
 
 void Stage::ServeSnapshot() {
     if (snapshotState.load(std::memory_order_acquire) == Asked && !seats.IsOffered()) {
+        TakeWishes();
         current->instrument.TakeSnapshot(snapshot);
         snapshotState.store(Served, std::memory_order_release);
     }
@@ -186,6 +192,11 @@ bool Stage::SelectBank(const host::MidiMessage& message) {
 }
 
 bool Stage::Send(const host::MidiMessage& message) {
+    Adopt();
+    holdsBack = seats.IsOffered();
+    if (holdsBack) {
+        return false;
+    }
     if (SelectBank(message)) {
         return true;
     }
@@ -199,6 +210,9 @@ bool Stage::Send(const host::MidiMessage& message) {
     }
     const bool isTaken = current->instrument.Send(message);
     if (isTaken) {
+        if (IsNextOrdered()) {
+            sinceOrder.Note(message, exchange.Newest());
+        }
         host::MidiControls::EndsNotes(message) ? watch.ForgetKeys() : watch.See(message);
     }
     return isTaken;
@@ -211,6 +225,9 @@ void Stage::Set(const host::ParameterSetting& setting) {
     }
     const float position = PluginParameters::Get().PositionOf(setting);
     exchange.Show(index, position);
+    if (IsNextOrdered()) {
+        exchange.Want(index, position);
+    }
     if (setting.id < placeInListed.size()) {
         SetEngine(setting.id, position);
     } else if (setting.id != PluginParameters::bypass) {

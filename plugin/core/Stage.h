@@ -9,6 +9,7 @@
 #include "plugin/core/ParameterExchange.h"
 #include "plugin/core/PluginState.h"
 #include "plugin/core/Watch.h"
+#include "plugin/core/stage/ControllerLog.h"
 
 #include <array>
 #include <atomic>
@@ -35,7 +36,10 @@ struct Seat {
     }
 
     host::Instrument instrument;
-    std::uint32_t generation = 0;
+    /// A later one when what was to follow could not be built.
+    std::atomic<std::uint32_t> generation{0};
+    /// All but samples is as in the one before it.
+    bool goesOn = false;
 };
 
 /// Where instruments play in turn. The next one is taken at the start of a block, and the sound goes over to
@@ -61,7 +65,8 @@ public:
     void Restart();
     /// In front of the audio of a call. Null without a transport of the host.
     void Begin(const host::Transport* transport, std::uint32_t frames);
-    /// The next instrument, if there is one and the last change is over.
+    /// The next instrument, if there is one and the last change is over. With what was played since it was
+    /// ordered, but notes.
     void Adopt();
     /// The same while no sound is made: nothing is on its way any more.
     void Settle();
@@ -72,6 +77,7 @@ public:
 
     std::uint32_t FramesPerBlock() const override;
     std::uint32_t LatencyFrames() const override;
+    /// False also for what is for the next instrument, while the last change goes on.
     bool Send(const host::MidiMessage& message) override;
     /// Also of a macro; the bypass is not heard of here.
     void Set(const host::ParameterSetting& setting) override;
@@ -102,6 +108,7 @@ private:
 
     void FadeOver(const float* const* voice, std::uint32_t channels, float* const* output);
     void EndFade();
+    bool IsNextOrdered() const { return exchange.Newest() != current->generation; }
     void SetEngine(std::uint32_t id, float position);
     /// Leaves alone what was wished for in the same moment.
     void MoveMacro(std::uint32_t macro, float position, std::uint32_t moment);
@@ -147,6 +154,9 @@ private:
     std::uint32_t moment = 0;
 
     std::array<std::uint8_t, 2> bank{};
+    ControllerLog sinceOrder;
+    /// Messages wait for the next instrument.
+    bool holdsBack = false;
 
     std::atomic<int> snapshotState{None};
     host::Instrument::Snapshot snapshot;

@@ -60,7 +60,7 @@ PluginInstrument::Levels PluginInstrument::TakeLevels() {
     const Inside::Clocks before = std::exchange(inside->clocks, now);
     const double seconds = std::chrono::duration<double>(now.time - before.time).count();
     const auto ticks = static_cast<double>(now.ticks - before.ticks);
-    const double sound = static_cast<double>(now.frames - before.frames) / std::max(1U, inside->rate);
+    const double sound = static_cast<double>(now.frames - before.frames) / std::max(1U, inside->rate.load());
     if (before.ticks != 0 && seconds > 0.0 && ticks > 0.0 && sound > 0.0) {
         levels.processor =
             static_cast<float>(static_cast<double>(now.busy - before.busy) / ticks * seconds / sound);
