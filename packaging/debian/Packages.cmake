@@ -12,7 +12,6 @@ endif()
 find_program(GZIP gzip REQUIRED)
 execute_process(COMMAND date -u -d ${release_date} "+%a, %d %b %Y %H:%M:%S +0000"
   OUTPUT_VARIABLE release_time OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
-configure_file(debian/copyright.in copyright @ONLY)
 configure_file(debian/changelog.in changelog @ONLY)
 execute_process(COMMAND ${GZIP} -9nc ${CMAKE_CURRENT_BINARY_DIR}/changelog
   OUTPUT_FILE ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz COMMAND_ERROR_IS_FATAL ANY)
@@ -38,9 +37,32 @@ set(CPACK_DEBIAN_PACKAGE_SOURCE orphia-vx)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 
+# What is compiled into a package besides our own, as packages of this system, whose licences ask to come along.
+set(inside_orphia-vx libxsimd-dev libboost-dev nlohmann-json3-dev libcli11-dev)
+set(inside_liborphia-host${PROJECT_VERSION_MAJOR} nlohmann-json3-dev)
+set(inside_orphia-vx-plugins ${inside_orphia-vx} dpf-source juce-modules-source)
+set(inside_python3-orphia nlohmann-json3-dev pybind11-dev)
+
+# Our own licence, and what this system's packages tell of the libraries inside, each with its text.
+function(write_copyright name)
+  configure_file(debian/copyright.in ${name}.copyright @ONLY)
+  foreach(library ${inside_${name}})
+    set(theirs /usr/share/doc/${library}/copyright)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${theirs})
+    if(NOT EXISTS ${theirs})
+      message(WARNING "${name}: what ${library} asks for is not there: ${theirs}")
+      continue()
+    endif()
+    file(READ ${theirs} text)
+    string(REPEAT "=" 78 rule)
+    file(APPEND ${CMAKE_CURRENT_BINARY_DIR}/${name}.copyright "\n${rule}\n${library}\n${rule}\n\n${text}")
+  endforeach()
+endfunction()
+
 # A package of components. `depends` has what is not seen in its files.
 set(packaged "")
 function(add_debian_package name section components depends description)
+  write_copyright(${name})
   string(TOUPPER ${name} key)
   set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${name} PARENT_SCOPE)
   set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${section} PARENT_SCOPE)
@@ -50,7 +72,9 @@ function(add_debian_package name section components depends description)
     string(TOUPPER ${component} component_key)
     set(CPACK_COMPONENT_${component_key}_GROUP ${name} PARENT_SCOPE)
   endforeach()
-  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/copyright ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/${name}.copyright
+    DESTINATION share/doc/${name} RENAME copyright COMPONENT ${name}-papers EXCLUDE_FROM_ALL)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/changelog.gz
     DESTINATION share/doc/${name} COMPONENT ${name}-papers EXCLUDE_FROM_ALL)
   set(overrides ${CMAKE_CURRENT_SOURCE_DIR}/debian/${name}.lintian-overrides)
   if(EXISTS ${overrides})
@@ -112,4 +136,5 @@ folders on all processors or on a cluster.")
     ${CMAKE_CURRENT_SOURCE_DIR}/debian/python/postinst ${CMAKE_CURRENT_SOURCE_DIR}/debian/python/prerm)
 endif()
 set(CPACK_COMPONENTS_ALL ${packaged})
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/debian/Links.cmake)
 include(CPack)
