@@ -2,9 +2,9 @@
 #pragma once
 
 #include "host/presets/PresetLibrary.h"
-#include "plugin/core/DryPath.h"
 #include "plugin/core/PluginInstrument.h"
-#include "plugin/core/Stage.h"
+#include "plugin/core/stage/DryPath.h"
+#include "plugin/core/stage/Stage.h"
 
 #include <atomic>
 #include <chrono>

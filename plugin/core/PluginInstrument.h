@@ -5,9 +5,9 @@
 #include "host/instrument/Instrument.h"
 #include "host/parameters/ParameterInfo.h"
 #include "host/player/BlockAdapter.h"
-#include "plugin/core/MidiLearn.h"
-#include "plugin/core/PluginParameters.h"
-#include "plugin/core/PluginState.h"
+#include "plugin/core/parameters/MidiLearn.h"
+#include "plugin/core/parameters/PluginParameters.h"
+#include "plugin/core/state/PluginState.h"
 
 #include <array>
 #include <bitset>

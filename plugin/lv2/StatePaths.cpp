@@ -2,7 +2,7 @@
 // The entry of an LV2: that of its toolkit, but states have their paths mapped by the host, which toolkits
 // leave out. The build has the toolkit name its own entry OrphiaToolkitDescriptor.
 #include "host/common/Paths.h"
-#include "plugin/core/PluginState.h"
+#include "plugin/core/state/PluginState.h"
 
 #include <lv2/core/lv2.h>
 #include <lv2/state/state.h>

@@ -4,7 +4,7 @@
 #include "host/parameters/ParameterCatalog.h"
 #include "host/parameters/ParameterText.h"
 #include "host/presets/NeutralStart.h"
-#include "plugin/core/PluginParameters.h"
+#include "plugin/core/parameters/PluginParameters.h"
 
 #include <fmt/format.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "plugin/panel/model/EffectSlots.h"
 
-#include "plugin/core/Catalog.h"
+#include "plugin/core/parameters/Catalog.h"
 #include "plugin/panel/model/ControlModel.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "plugin/core/ParameterTable.h"
+#include "plugin/core/parameters/ParameterTable.h"
 
 #include <array>
 

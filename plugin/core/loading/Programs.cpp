@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// States, samples and programs of the plug-in.
+// Programs: the list, and how one of it becomes the sound.
 #include "host/common/Errors.h"
-#include "plugin/core/Catalog.h"
 #include "plugin/core/PluginInside.h"
+#include "plugin/core/parameters/Catalog.h"
 
 #include <fmt/format.h>
 
@@ -116,39 +116,6 @@ void PluginInstrument::Inside::LoadProgramOffline() {
     loadingAudioThread = std::this_thread::get_id();
     LoadWantedProgram();
     loadingAudioThread = std::thread::id();
-}
-
-std::string PluginInstrument::SaveState(const PathMapping& mapping) {
-    const Inside::Lock lock = inside->TakeControl();
-    return FormatState(inside->CurrentState(), mapping);
-}
-
-/// Nothing for a text that is no state. What was ordered for the sound before is void.
-std::optional<PluginState> PluginInstrument::Inside::ReadState(std::string_view text,
-                                                               const PathMapping& mapping) {
-    std::vector<std::string> warnings;
-    try {
-        PluginState state = ParseState(text, warnings, mapping);
-        std::for_each(warnings.begin(), warnings.end(), [this](const std::string& each) { Say(each); });
-        const Lock lock = TakeControl();
-        ++stateLoads;
-        return state;
-    } catch (const std::exception& error) {
-        Say(error.what());
-        return std::nullopt;
-    }
-}
-
-bool PluginInstrument::LoadState(std::string_view text, const PathMapping& mapping) {
-    const std::optional<PluginState> state = inside->ReadState(text, mapping);
-    return state && inside->Load(*state);
-}
-
-std::filesystem::path PluginInstrument::SamplePath(std::uint32_t sample) {
-    const Inside::Lock lock = inside->TakeControl();
-    const Inside::SamplePaths& paths = inside->PathsNow();
-    const auto found = paths.find(sample);
-    return found != paths.end() ? found->second : std::filesystem::path();
 }
 
 std::vector<PluginInstrument::Program> PluginInstrument::Programs() const { return *SharedPrograms(); }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "HeldResources.h"
-#include "PluginRig.h"
 #include "host/midi/MidiFile.h"
+#include "plugin/HeldResources.h"
+#include "plugin/PluginRig.h"
 #include "rigs/AllocationCounter.h"
 #include "rigs/MidiSong.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "PluginRig.h"
+#include "plugin/PluginRig.h"
 
 #include <gtest/gtest.h>
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "plugin/core/MidiLearn.h"
+#include "plugin/core/parameters/MidiLearn.h"
 
 #include "host/parameters/ParameterCatalog.h"
-#include "plugin/core/PluginParameters.h"
+#include "plugin/core/parameters/PluginParameters.h"
 
 #include <algorithm>
 

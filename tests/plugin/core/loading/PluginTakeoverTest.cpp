@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What happens while one sound takes the place of another.
-#include "PluginRig.h"
+#include "plugin/PluginRig.h"
 
 #include <gtest/gtest.h>
 

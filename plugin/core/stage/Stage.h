@@ -4,12 +4,12 @@
 #include "host/engine/BlockEngine.h"
 #include "host/engine/MeterReading.h"
 #include "host/instrument/Instrument.h"
-#include "plugin/core/Handover.h"
-#include "plugin/core/MidiLearn.h"
-#include "plugin/core/ParameterExchange.h"
-#include "plugin/core/PluginState.h"
-#include "plugin/core/Watch.h"
+#include "plugin/core/parameters/MidiLearn.h"
+#include "plugin/core/parameters/ParameterExchange.h"
 #include "plugin/core/stage/ControllerLog.h"
+#include "plugin/core/stage/Handover.h"
+#include "plugin/core/stage/Watch.h"
+#include "plugin/core/state/PluginState.h"
 
 #include <array>
 #include <atomic>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "plugin/core/PluginParameters.h"
+#include "plugin/core/parameters/PluginParameters.h"
 
 #include "host/parameters/ParameterCatalog.h"
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "host/presets/Preset.h"
-#include "plugin/core/MidiLearn.h"
-#include "plugin/core/PluginParameters.h"
+#include "plugin/core/parameters/MidiLearn.h"
+#include "plugin/core/parameters/PluginParameters.h"
 
 #include <array>
 #include <cstdint>

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "plugin/core/Stage.h"
+#include "plugin/core/stage/Stage.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 
 namespace orphia::plugin {
@@ -11,13 +10,11 @@ namespace {
 
 using Scale = host::ParameterSetting::Scale;
 
-constexpr double fadeSeconds = 0.02;
+constexpr double changeSeconds = 0.02;
 constexpr unsigned controllerKind = 0xB0;
 constexpr unsigned programKind = 0xC0;
 constexpr std::uint8_t bankHigh = 0;
 constexpr std::uint8_t bankLow = 32;
-/// Parameters that one block looks after: all within a tenth of a second.
-constexpr std::uint32_t watchedPerBlock = 2;
 /// As long as there is no instrument.
 constexpr std::uint32_t anyBlock = 44;
 constexpr std::uint32_t readingsPerSecond = 100;
@@ -111,7 +108,7 @@ void Stage::Adopt() {
     sinceOrder.Take(next->generation, [&controls](const host::MidiMessage& each) { controls.Handle(each); });
     leaving = std::exchange(current, next);
     watch.ForgetKeys();
-    fadeFrames = std::max(1U, static_cast<std::uint32_t>(fadeSeconds * current->instrument.SampleRate()));
+    fadeFrames = std::max(1U, static_cast<std::uint32_t>(changeSeconds * current->instrument.SampleRate()));
     fadeDone = 0;
     LookAtListed();
     for (std::uint32_t place = 0; place < listed.size(); ++place) {
@@ -255,26 +252,6 @@ void Stage::MoveMacro(std::uint32_t macro, float position, std::uint32_t now) {
     }
 }
 
-void Stage::See(std::uint32_t place) { seen[place] = current->instrument.Position(listed[place]); }
-
-/// Controllers and other parameters move some of them, which a host wants to know. Each look is a walk
-/// through cold memory, so they take place only behind such an event.
-void Stage::WatchListed() {
-    if (looksLeft == 0 || seats.IsOffered()) {
-        return;
-    }
-    for (std::uint32_t n = 0; n < watchedPerBlock && looksLeft > 0; ++n, --looksLeft) {
-        nextWatched = (nextWatched + 1) % static_cast<std::uint32_t>(listed.size());
-        const std::uint32_t id = listed[nextWatched];
-        const float before = seen[nextWatched];
-        See(nextWatched);
-        if (seen[nextWatched] != before && !exchange.IsWanted(id)) {
-            exchange.Show(id, seen[nextWatched]);
-            exchange.Tell(id);
-        }
-    }
-}
-
 void Stage::ProcessBlock(const float* const* voice, std::uint32_t channels, float* const* output) {
     if (isOffline.load(std::memory_order_relaxed) && wantedProgram.load(std::memory_order_relaxed) >= 0) {
         loadProgramNow();
@@ -318,35 +295,6 @@ void Stage::FadeOver(const float* const* voice, std::uint32_t channels, float* c
     if (fadeDone == fadeFrames) {
         EndFade();
     }
-}
-
-void Stage::PublishMeters() {
-    const auto readings = std::bit_cast<std::array<float, meterCount>>(current->instrument.TakeMeters());
-    for (std::size_t n = 0; n < meterCount; ++n) {
-        if (readings[n] > meters[n].load(std::memory_order_relaxed)) {
-            meters[n].store(readings[n], std::memory_order_relaxed);
-        }
-    }
-}
-
-/// Not of one that is about to leave: what is shown is the next one's already.
-void Stage::PublishReadings() {
-    if (!watch.IsOn() || seats.IsOffered()) {
-        return;
-    }
-    for (const std::uint32_t id : readable) {
-        if (!exchange.IsWanted(id)) {
-            exchange.Show(id, current->instrument.Position(id));
-        }
-    }
-}
-
-host::MeterReading Stage::TakeMeters() {
-    std::array<float, meterCount> readings{};
-    for (std::size_t n = 0; n < meterCount; ++n) {
-        readings[n] = meters[n].exchange(0.0F, std::memory_order_relaxed);
-    }
-    return std::bit_cast<host::MeterReading>(readings);
 }
 
 } // namespace orphia::plugin

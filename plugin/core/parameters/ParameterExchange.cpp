@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "plugin/core/ParameterExchange.h"
+#include "plugin/core/parameters/ParameterExchange.h"
 
 namespace orphia::plugin {
 

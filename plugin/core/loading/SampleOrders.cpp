@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What a thread of the plug-in builds, so that nobody waits for files.
+// Samples that are read while all else goes on.
 #include "host/common/Paths.h"
-#include "host/parameters/ParameterText.h"
-#include "host/presets/NeutralStart.h"
-#include "plugin/core/Catalog.h"
 #include "plugin/core/PluginInside.h"
+#include "plugin/core/parameters/Catalog.h"
 
 #include <algorithm>
 #include <exception>
@@ -63,78 +61,6 @@ const PluginInstrument::Inside::SamplePaths& PluginInstrument::Inside::PathsNow(
     static const SamplePaths nothing;
     const auto& samples = incoming ? incoming->preset.samples : identity.samples;
     return samples ? *samples : nothing;
-}
-
-void PluginInstrument::Inside::AddJob(Job job) {
-    jobs.push_back(std::move(job));
-    jobCount = jobs.size();
-    if (!builder.joinable()) {
-        builder = std::thread([this] { BuildAll(); });
-    }
-    builderWakes.notify_all();
-}
-
-void PluginInstrument::Inside::StopBuilder() {
-    {
-        const Lock lock(control);
-        builderEnds = true;
-    }
-    builderWakes.notify_all();
-    if (builder.joinable()) {
-        builder.join();
-    }
-}
-
-void PluginInstrument::Inside::BuildAll() {
-    Lock lock(control);
-    for (;;) {
-        builderWakes.wait(lock, [this] { return builderEnds || !jobs.empty(); });
-        if (builderEnds) {
-            return;
-        }
-        Job& job = jobs.front();
-        if (!job.isOver) {
-            lock.unlock();
-            Do(job);
-            lock.lock();
-        }
-        jobs.pop_front();
-        jobCount = jobs.size();
-    }
-}
-
-void PluginInstrument::Inside::Do(Job& job) {
-    try {
-        if (!job.ticket) {
-            LoadOrdered(job);
-        } else if (job.ticket->generation == exchange.Newest() && !Finish(job.state, *job.ticket)) {
-            const Lock lock(control);
-            ShowComing(CurrentState());
-        }
-    } catch (const std::exception& error) {
-        Say(error.what());
-    }
-}
-
-void PluginInstrument::Inside::Begin(const PluginState& state) {
-    if (const std::optional<Ticket> ticket = Announce(state)) {
-        ShowComing(state);
-        AddJob({{}, ticket, state});
-    }
-}
-
-/// What can be set is shown as it will be.
-void PluginInstrument::Inside::ShowComing(const PluginState& state) {
-    const host::NeutralStart& neutral = host::NeutralStart::Get();
-    for (const host::ParameterInfo& info : Catalog().Parameters()) {
-        if (neutral.IsPartOfPresets(info.id)) {
-            exchange.Show(info.id, neutral.Position(info.id));
-        }
-    }
-    for (const host::ParameterSetting& setting : state.preset.settings) {
-        exchange.Show(setting.id, host::PositionOf(Catalog(), setting));
-    }
-    ShowFrame(state);
 }
 
 /// Returns why something was left out.
@@ -279,6 +205,13 @@ std::map<std::uint32_t, std::filesystem::path> PluginInstrument::OrderedSamples(
     return paths;
 }
 
+std::filesystem::path PluginInstrument::SamplePath(std::uint32_t sample) {
+    const Inside::Lock lock = inside->TakeControl();
+    const Inside::SamplePaths& paths = inside->PathsNow();
+    const auto found = paths.find(sample);
+    return found != paths.end() ? found->second : std::filesystem::path();
+}
+
 std::optional<PluginInstrument::SamplesDone> PluginInstrument::TakeSamplesDone() {
     const Inside::Lock lock = inside->TakeControl();
     if (inside->samplesDone.empty()) {
@@ -288,25 +221,5 @@ std::optional<PluginInstrument::SamplesDone> PluginInstrument::TakeSamplesDone()
     inside->samplesDone.pop_front();
     return done;
 }
-
-bool PluginInstrument::BeginState(std::string_view text) {
-    const std::optional<PluginState> state = inside->ReadState(text, {});
-    if (state) {
-        const Inside::Lock lock = inside->TakeControl();
-        inside->Begin(*state);
-    }
-    return state.has_value();
-}
-
-bool PluginInstrument::BeginProgram(std::uint32_t index) {
-    std::optional<Inside::ReadyProgram> ready = inside->ReadProgram(index);
-    if (ready) {
-        const Inside::Lock lock = inside->TakeControl();
-        inside->Begin(inside->WithProgram(std::move(*ready)));
-    }
-    return ready.has_value();
-}
-
-bool PluginInstrument::IsLoading() const { return inside->jobCount > 0; }
 
 } // namespace orphia::plugin

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "plugin/core/PluginState.h"
+#include "plugin/core/state/PluginState.h"
 
 #include "host/common/Errors.h"
 #include "host/parameters/ParameterText.h"
-#include "plugin/core/Catalog.h"
+#include "plugin/core/parameters/Catalog.h"
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>

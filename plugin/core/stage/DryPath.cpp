@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "plugin/core/DryPath.h"
+#include "plugin/core/stage/DryPath.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "plugin/core/PluginParameters.h"
+#include "plugin/core/parameters/PluginParameters.h"
 
 #include <atomic>
 #include <bit>

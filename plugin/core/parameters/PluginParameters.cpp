@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "plugin/core/PluginParameters.h"
+#include "plugin/core/parameters/PluginParameters.h"
 
 #include "host/common/Errors.h"
 #include "host/parameters/ParameterCatalog.h"
 #include "host/parameters/ParameterText.h"
 #include "host/presets/NeutralStart.h"
-#include "plugin/core/ParameterTable.h"
+#include "plugin/core/parameters/ParameterTable.h"
 
 #include <algorithm>
 #include <array>
