@@ -100,7 +100,7 @@ void MidiTracks::AddTrack(ByteReader reader) {
         } else if (status == exclusiveStart || status == exclusiveRest) {
             reader.Take(reader.TakeVariableLength());
         } else {
-            reader.Refuse(fmt::format("status {:02X} does not belong into a file", status));
+            reader.Refuse(fmt::format("status {:02X} does not belong in a file", status));
         }
     }
     endTick = std::max(endTick, tick);

@@ -47,7 +47,7 @@ void PresetsCommand::List() const {
     table.Print();
     std::for_each(library.Warnings().begin(), library.Warnings().end(), Warn);
     if (const auto folder = PresetLibrary::UserFolder(); !folder.empty()) {
-        fmt::print("\nYour own ones belong into {}\n", host::TextOf(folder));
+        fmt::print("\nYour own ones belong in {}\n", host::TextOf(folder));
     }
 }
 

@@ -10,7 +10,7 @@
 namespace orphia::panel {
 
 /// A titled box. With a Section it makes the controls that this lists, where Place puts them; a page adds
-/// whatever else belongs into it as a child.
+/// whatever else belongs in it as a child.
 class SectionView : public juce::Component, public Live {
 public:
     explicit SectionView(const juce::String& title);
