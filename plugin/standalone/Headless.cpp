@@ -141,7 +141,7 @@ int RunHeadless(const Job& job) {
     }
     WatchStopSignals();
     const juce::ScopedJuceInitialiser_GUI juce;
-    plugin::PluginInstrument instrument(OwnOptions());
+    plugin::PluginInstrument instrument;
     PrepareSound(instrument, job);
 
     LiveSound* target = nullptr;

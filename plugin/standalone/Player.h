@@ -20,7 +20,7 @@ public:
     /// One line for the user: what plays, or what is missing.
     juce::String Status() const;
 
-    plugin::PluginInstrument instrument{OwnOptions()};
+    plugin::PluginInstrument instrument;
     LiveSound sound{instrument};
     DeviceManager manager;
 

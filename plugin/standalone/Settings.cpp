@@ -3,7 +3,6 @@
 
 #include "host/common/Errors.h"
 #include "host/common/Files.h"
-#include "host/engine/EngineLibrary.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -68,17 +67,6 @@ bool Settings::Write(const std::filesystem::path& file, const std::string& text)
         std::fprintf(stderr, "orphia-vx: %s\n", problem.what());
         return false;
     }
-}
-
-plugin::PluginInstrument::Options OwnOptions() {
-    plugin::PluginInstrument::Options options;
-    // NOLINTNEXTLINE(concurrency-mt-unsafe)
-    if (std::getenv(host::EngineLibrary::pathVariable) == nullptr) {
-        std::error_code error;
-        const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-        options.library = error ? program : program.parent_path() / host::EngineLibrary::FileName();
-    }
-    return options;
 }
 
 } // namespace orphia::standalone

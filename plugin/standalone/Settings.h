@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include "plugin/core/PluginInstrument.h"
-
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -23,8 +21,5 @@ public:
     /// False, with a line on the terminal, when it is not possible.
     static bool Write(const std::filesystem::path& file, const std::string& text);
 };
-
-/// With the engine beside this program, wherever a link to it lies.
-plugin::PluginInstrument::Options OwnOptions();
 
 } // namespace orphia::standalone
