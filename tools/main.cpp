@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "host/common/Errors.h"
+#include "host/common/Files.h"
 #include "support/platform/Process.h"
 #include "tools/help/Completion.h"
 #include "tools/help/ManualPages.h"
+#include "tools/help/ToldOptions.h"
 #include "tools/lists/ListCommands.h"
 #include "tools/sample/SampleCommand.h"
 #include "tools/songs/PlayCommand.h"
@@ -14,6 +16,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <new>
@@ -31,6 +34,7 @@ using namespace orphia;
 constexpr int fileStatus = 1;
 constexpr int usageStatus = 2;
 constexpr int signalStatus = 128;
+constexpr std::uintmax_t longestTold = 1U << 20U;
 
 constexpr std::string_view footer =
     "A parameter is named by its full path or by any ending of it that is clear: Wet, ProgramLevel, "
@@ -44,8 +48,11 @@ constexpr std::string_view footer =
     "  1     a file could not be read or written\n"
     "  2     the command line was wrong\n"
     "  128+  a signal ended the run\n\n"
+    "Environment:\n"
+    "  ORPHIA_ENGINE  the engine's library, where --engine names none\n"
+    "  XDG_DATA_HOME  in place of ~/.local/share, for presets of your own\n\n"
     "Files:\n"
-    "  ~/.local/share/Velmora/Orphia VX/Presets   presets of your own, or in $XDG_DATA_HOME";
+    "  ~/.local/share/Velmora/Orphia VX/Presets   presets of your own";
 constexpr std::string_view batchFooter =
     "It is done by the Python package orphia, whose options orphia batch --help tells.\n\n"
     "Example:\n"
@@ -100,12 +107,15 @@ int RunBatch(const std::vector<std::string>& words) {
 }
 
 /// What the build and the scripts of the shells ask for, and nobody else: the folder and the date of the
-/// manual, and words to complete. Nothing when it is neither.
-std::optional<int> RunHidden(const CLI::App& program,
-                             const std::vector<std::unique_ptr<tools::Command>>& commands,
+/// manual, with what the Python package tells of batch, and words to complete. Nothing when it is neither.
+std::optional<int> RunHidden(CLI::App& program, const std::vector<std::unique_ptr<tools::Command>>& commands,
                              const std::vector<std::string>& words) {
     try {
-        if (words.size() == 3 && words[0] == "manual") {
+        if (words.size() >= 3 && words.size() <= 4 && words[0] == "manual") {
+            if (words.size() == 4) {
+                tools::DeclareAsTold(*program.get_subcommand("batch"),
+                                     host::ReadWholeFile(words[3], longestTold, "list of options"));
+            }
             tools::WriteManualPages(program, words[1], ORPHIA_VERSION, words[2]);
             return 0;
         }

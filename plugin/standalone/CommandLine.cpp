@@ -18,6 +18,8 @@ void Declare(CLI::App& app, Job& job) {
                "  0  done\n"
                "  1  a file or device could not be used\n"
                "  2  the command line was wrong\n\n"
+               "Environment:\n"
+               "  ORPHIA_ENGINE  the engine's library, in place of its own\n\n"
                "Files:\n"
                "  ~/.config/orphia-vx/devices.xml           devices, or in $XDG_CONFIG_HOME\n"
                "  ~/.local/state/orphia-vx/last-state.json  the last sound, or in $XDG_STATE_HOME\n\n"

@@ -85,7 +85,11 @@ SampleCommand::SampleCommand(CLI::App& app)
                     "  orphia sample voice.wav song.flac\n"
                     "  orphia sample voice.wav -o long.wav --stretch 2\n"
                     "  orphia sample voice.wav -o loop.wav --loop=back --loop-range 0.4:1.1 --crossfade 50ms "
-                    "--seconds 10");
+                    "--seconds 10\n\n"
+                    "Exit status:\n"
+                    "  0  done; without -o all files were accepted\n"
+                    "  1  some file was refused, or could not be read or written\n"
+                    "  2  the command line was wrong");
 }
 
 void SampleCommand::Run() {

@@ -24,9 +24,17 @@ from orphia.parameters import find, parse
 from orphia.presets import preset_text
 
 FAILED, USAGE, INTERRUPTED = 1, 2, 130
-EPILOG = """Results keep the tree of folders of CORPUS. What is done stands in OUT/manifest.jsonl, with the hashes of input
-and settings: started again, a run goes on where it was stopped. Exit status: 0 all done, 1 some file failed, 2 the
-command line was wrong, 130 interrupted."""
+EPILOG = """It is done by the Python package orphia. Results keep the tree of folders of CORPUS. What is done stands in
+OUT/manifest.jsonl, with the hashes of input and settings: started again, a run goes on where it was stopped.
+
+Example:
+  orphia batch corpus/ -o results/ --preset talking-pad --midi song.mid --jobs 2
+
+Exit status:
+  0    all done
+  1    some file failed
+  2    the command line was wrong
+  130  interrupted"""
 
 
 class _Parser(argparse.ArgumentParser):
@@ -37,7 +45,7 @@ class _Parser(argparse.ArgumentParser):
 def command_line() -> argparse.ArgumentParser:
     """What may be said behind `orphia batch`."""
     parser = _Parser(prog="orphia batch", description="Render every file of a corpus as the voice.", epilog=EPILOG,
-                     allow_abbrev=False)
+                     allow_abbrev=False, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("corpus", metavar="CORPUS", help="a folder of sound files")
     parser.add_argument("-o", "--output", metavar="OUT", required=True, help="the folder of the results")
     parser.add_argument("--preset", default="default", metavar="NAME", help="a preset by its name, or a file")
