@@ -14,6 +14,18 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/orphia DESTINATION ${ORPHIA_PYTHO
   FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
 install(TARGETS orphia_python LIBRARY DESTINATION ${ORPHIA_PYTHON_FOLDER}/orphia/native COMPONENT python)
 
+# What importlib.metadata and pip tell of it. Without a list of its files pip leaves them to who installed them.
+set(distribution ${CMAKE_CURRENT_BINARY_DIR}/python/orphia-${PROJECT_VERSION}.dist-info)
+file(MAKE_DIRECTORY ${distribution})
+execute_process(COMMAND ${Python_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/python/write_metadata.py
+  ${PROJECT_BINARY_DIR}/python/pyproject.toml ${distribution}/METADATA COMMAND_ERROR_IS_FATAL ANY)
+set(installer cmake)
+if(ORPHIA_PYTHON_FOLDER MATCHES "dist-packages$")
+  set(installer debian)
+endif()
+file(WRITE ${distribution}/INSTALLER "${installer}\n")
+install(DIRECTORY ${distribution} DESTINATION ${ORPHIA_PYTHON_FOLDER} COMPONENT python)
+
 # A link from a folder of the package to what the installation has, wherever both are moved.
 function(install_link name folder target)
   set(link ${CMAKE_CURRENT_BINARY_DIR}/python/${name})
