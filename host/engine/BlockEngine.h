@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/common/NonBlocking.h"
+#include "host/common/Public.h"
 #include "host/midi/MidiMessage.h"
 #include "host/parameters/ParameterInfo.h"
 
@@ -11,7 +12,7 @@ namespace orphia::host {
 
 /// What computes stereo sound in blocks of one length, from notes, settings and a voice. For one thread at a
 /// time; none of these calls allocates, waits or throws.
-class BlockEngine {
+class ORPHIA_PUBLIC BlockEngine {
 public:
     virtual ~BlockEngine() = default;
 

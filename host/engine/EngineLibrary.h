@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -23,7 +25,7 @@ namespace orphia::host {
 /// The engine as other programs get it: a shared library with one export, loaded at run time. It stays loaded
 /// as long as something made from it is held. Safe to share between threads once it is made. Where nothing
 /// can be loaded it is a part of the program: paths are ignored, and there is nothing to search.
-class EngineLibrary {
+class ORPHIA_PUBLIC EngineLibrary {
 public:
     using Processor = Velmora::Processor::IProcessor_V8;
 

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
+
 #include <array>
 #include <cstddef>
 
 namespace orphia::host {
 
 /// What the front panel of the vocoder shows, each 0 to 1 where nothing else is said.
-struct MeterReading {
+struct ORPHIA_PUBLIC MeterReading {
     static constexpr std::size_t bandCount = 16;
 
     std::array<float, bandCount> bands{};

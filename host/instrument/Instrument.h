@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
 #include "host/engine/BlockEngine.h"
 #include "host/engine/EngineLibrary.h"
 #include "host/engine/MeterReading.h"
@@ -21,7 +22,7 @@
 namespace orphia::host {
 
 /// Where a song is, for what follows its beat.
-struct Transport {
+struct ORPHIA_PUBLIC Transport {
     /// In beats per minute.
     double tempo = 120.0;
     /// In quarter notes.
@@ -43,14 +44,15 @@ struct Transport {
 /// For one thread at a time. Send, Set and Value by id, Control, the notes, AllNotesOff, Panic, SetTransport,
 /// ProcessBlock and TakeMeters neither allocate nor wait nor throw and are for an audio thread; the rest is
 /// not. A faulty number in a voice, or in a setting, comes to no harm.
-class Instrument final : public BlockEngine {
+class ORPHIA_PUBLIC Instrument final : public BlockEngine {
 public:
     static constexpr std::uint32_t sampleCount = 12;
     static constexpr std::uint32_t minimumSampleRate = 8000;
     static constexpr std::uint32_t maximumSampleRate = 384000;
     /// What one block takes.
     static constexpr std::size_t maxEvents = 256;
-    static constexpr std::chrono::milliseconds loadLimit = std::chrono::minutes(5);
+    /// Each program has its own, as one name for all would keep the library in the process for ever.
+    ORPHIA_PRIVATE static constexpr std::chrono::milliseconds loadLimit = std::chrono::minutes(5);
 
     /// Throws UsageError for a rate out of range, EngineError when the library's parameters are not those of
     /// the catalog. With a seed, noise and random modulation repeat exactly; otherwise they begin anywhere.
@@ -71,8 +73,8 @@ public:
     /// Of the limiter, and of effects that say so.
     std::uint32_t LatencyFrames() const override;
 
-    /// A safety limiter behind everything (SafetyLimiter.h): no true peak above -1 dBFS, no bit changed below
-    /// it, about 2 ms of latency. Off in a new instrument. Allocates, so not for an audio thread.
+    /// A safety limiter behind everything: no true peak above -1 dBFS, no bit changed below it, about 2 ms
+    /// of latency. Off in a new instrument. Allocates, so not for an audio thread.
     void SetLimiter(bool isOn);
     /// Saw and triangle driven ("Osc1Shape", "Osc2Shape") without the aliases of the drive's folds, half a
     /// sample late. Off in a new instrument; stays through presets.

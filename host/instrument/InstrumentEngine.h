@@ -41,7 +41,7 @@ private:
 };
 
 /// What stands behind an Instrument; for its own sources only.
-struct Instrument::Engine {
+struct ORPHIA_PRIVATE Instrument::Engine {
     /// Parameters that the instrument itself reads and writes.
     struct Ids {
         explicit Ids(const ParameterCatalog& catalog);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
 #include "host/midi/MidiMessage.h"
 #include "host/parameters/ParameterCatalog.h"
 
@@ -24,7 +25,7 @@ class Instrument;
 ///
 /// Volume and expression (controllers 7 and 11) make a gain, each with the square of its value; that of the
 /// loudest channel counts.
-class MidiControls {
+class ORPHIA_PUBLIC MidiControls {
 public:
     static constexpr unsigned channelCount = 16;
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
 #include "host/midi/MidiMessage.h"
 #include "host/midi/TempoMap.h"
 
@@ -11,7 +12,7 @@
 
 namespace orphia::host {
 
-struct MidiEvent {
+struct ORPHIA_PUBLIC MidiEvent {
     double seconds = 0.0;
     MidiMessage message;
 };
@@ -22,7 +23,7 @@ struct MidiEvent {
 ///
 /// Taken leniently: unknown chunks, text, system exclusive data, a track without an end mark, a running
 /// status that is carried across these. Whatever else is malformed refuses the file.
-class MidiFile {
+class ORPHIA_PUBLIC MidiFile {
 public:
     static constexpr std::uintmax_t maxFileSize = 64U << 20U;
     static constexpr std::size_t maxEvents = 4'000'000;

@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
+
 #include <cstdint>
 
 namespace orphia::host {
 
 /// A message of a channel: its low four status bits are the channel, from 0. Messages of one data byte have
 /// 0 for the second.
-struct MidiMessage {
+struct ORPHIA_PUBLIC MidiMessage {
     std::uint8_t status = 0;
     std::uint8_t data1 = 0;
     std::uint8_t data2 = 0;

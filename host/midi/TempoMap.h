@@ -1,13 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
+
 #include <vector>
 
 namespace orphia::host {
 
 /// The way from seconds to beats (quarter notes) and back, with a tempo that changes in steps. Time 0 is beat
 /// 0; before the first change the tempo is 120 beats per minute.
-class TempoMap {
+class ORPHIA_PUBLIC TempoMap {
 public:
     static constexpr double defaultTempo = 120.0;
 

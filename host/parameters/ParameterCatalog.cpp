@@ -57,7 +57,7 @@ ParameterInfo Describe(std::uint32_t id, std::string name, const Velmora::dsp::M
 
 } // namespace
 
-struct ParameterCatalog::Contents {
+struct ORPHIA_PRIVATE ParameterCatalog::Contents {
     std::vector<ParameterInfo> parameters;
     /// The engine's own, for the conversions.
     std::vector<Velmora::dsp::ModuleParam> records;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
 #include "host/parameters/ParameterInfo.h"
 
 #include <cstdint>
@@ -21,7 +22,7 @@ enum class EngineTree {
 
 /// All parameters of one tree, as the engine declares them. Building one asks a fresh engine once; after
 /// that it never changes and may be read from any thread.
-class ParameterCatalog {
+class ORPHIA_PUBLIC ParameterCatalog {
 public:
     explicit ParameterCatalog(EngineTree tree = EngineTree::Vocoder);
 

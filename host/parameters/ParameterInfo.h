@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -48,7 +50,7 @@ enum class ParameterRole {
 };
 
 /// What a program needs to know of one parameter of the engine.
-struct ParameterInfo {
+struct ORPHIA_PUBLIC ParameterInfo {
     std::uint32_t id = 0;
     /// The path of modules joined by "_"; no two are alike.
     std::string name;
@@ -74,7 +76,7 @@ struct ParameterInfo {
 };
 
 /// One parameter with what it shall be set to.
-struct ParameterSetting {
+struct ORPHIA_PUBLIC ParameterSetting {
     enum class Scale {
         /// The real value, in the parameter's unit.
         Value,

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
 #include "host/parameters/ParameterCatalog.h"
 #include "host/parameters/ParameterInfo.h"
 
@@ -23,37 +24,37 @@ namespace orphia::host {
 /// here reads back as exactly the same number.
 
 /// Throws UsageError for what cannot be read, for another parameter's unit and outside the range.
-ParameterSetting ParseSetting(const ParameterInfo& info, std::string_view text);
+ORPHIA_PUBLIC ParameterSetting ParseSetting(const ParameterInfo& info, std::string_view text);
 
 /// Throws UsageError for what only the engine or the host sets.
-void CheckIsSettable(const ParameterInfo& info);
+ORPHIA_PUBLIC void CheckIsSettable(const ParameterInfo& info);
 
 /// Where the knob is with a setting, 0 to 1: what is out of range is its end, what is no number its start.
-float PositionOf(const ParameterCatalog& catalog, const ParameterSetting& setting);
+ORPHIA_PUBLIC float PositionOf(const ParameterCatalog& catalog, const ParameterSetting& setting);
 
 /// The setting that has the knob at exactly that position: the real value in as few digits as will do, or
 /// the position itself.
-ParameterSetting SettingAt(const ParameterCatalog& catalog, std::uint32_t id, float position);
+ORPHIA_PUBLIC ParameterSetting SettingAt(const ParameterCatalog& catalog, std::uint32_t id, float position);
 
 /// "NAME=VALUE", with a name as for ParameterCatalog::Find. Throws UsageError; an output is refused.
-ParameterSetting ParseAssignment(const ParameterCatalog& catalog, std::string_view text);
+ORPHIA_PUBLIC ParameterSetting ParseAssignment(const ParameterCatalog& catalog, std::string_view text);
 
 /// A text that ParseSetting turns into the same setting.
-std::string FormatSetting(const ParameterInfo& info, const ParameterSetting& setting);
+ORPHIA_PUBLIC std::string FormatSetting(const ParameterInfo& info, const ParameterSetting& setting);
 
 /// "dB", "Hz", ...; empty for none.
-std::string_view UnitText(ParameterUnit unit);
+ORPHIA_PUBLIC std::string_view UnitText(ParameterUnit unit);
 
 /// "control", "route", ...
-std::string_view RoleText(ParameterRole role);
+ORPHIA_PUBLIC std::string_view RoleText(ParameterRole role);
 
 /// A real value with its unit.
-std::string FormatValue(const ParameterInfo& info, float value);
+ORPHIA_PUBLIC std::string FormatValue(const ParameterInfo& info, float value);
 
 /// The name of a step, from 0; empty when it has none.
-std::string_view ChoiceOf(const ParameterInfo& info, unsigned step);
+ORPHIA_PUBLIC std::string_view ChoiceOf(const ParameterInfo& info, unsigned step);
 
 /// What may be given, for instance "-75 dB .. 0 dB".
-std::string FormatRange(const ParameterInfo& info);
+ORPHIA_PUBLIC std::string FormatRange(const ParameterInfo& info);
 
 } // namespace orphia::host

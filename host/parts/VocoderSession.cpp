@@ -24,7 +24,7 @@ namespace orphia::host {
 using Velmora::Processor::BodeVocoder;
 
 /// The core with the buffers of one block.
-struct VocoderSession::Engine {
+struct ORPHIA_PRIVATE VocoderSession::Engine {
     static constexpr std::uint32_t carrierCount = 2;
     static constexpr std::uint32_t inputCount = 11;
     static constexpr std::uint32_t outputCount = 6;

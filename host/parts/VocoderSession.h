@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
 #include "host/engine/MeterReading.h"
 #include "host/parameters/ParameterInfo.h"
 #include "host/presets/Preset.h"
@@ -17,7 +18,7 @@ namespace orphia::host {
 /// engine's own start values, with which nothing is heard: apply a preset. For one thread at a time.
 ///
 /// Buffers are interleaved stereo, full scale 1.
-class VocoderSession {
+class ORPHIA_PUBLIC VocoderSession {
 public:
     static constexpr std::uint32_t minimumSampleRate = 8000;
     static constexpr std::uint32_t maximumSampleRate = 384000;

@@ -32,7 +32,7 @@ void Copy(const float* source, std::size_t sourceStep, float* target, std::size_
 } // namespace
 
 /// One call's audio, as it goes through the adapter in pieces.
-struct BlockAdapter::Passage {
+struct ORPHIA_PRIVATE BlockAdapter::Passage {
     Sides<const float> voice;
     Sides<float> output;
     std::uint32_t frames;

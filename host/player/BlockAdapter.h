@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
 #include "host/engine/BlockEngine.h"
 #include "host/midi/MidiMessage.h"
 #include "host/parameters/ParameterInfo.h"
@@ -14,7 +15,7 @@
 namespace orphia::host {
 
 /// What happens within a stretch of audio.
-struct TimedEvent {
+struct ORPHIA_PUBLIC TimedEvent {
     /// From the start of the stretch.
     std::uint32_t frame = 0;
     std::variant<MidiMessage, ParameterSetting> what;
@@ -29,7 +30,7 @@ struct TimedEvent {
 /// and what was on its way is forgotten.
 ///
 /// For one thread at a time; Process allocates nothing.
-class BlockAdapter {
+class ORPHIA_PUBLIC BlockAdapter {
 public:
     enum class Mode {
         /// Any lengths, one block late.

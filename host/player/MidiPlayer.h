@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
 #include "host/instrument/Instrument.h"
 #include "host/midi/MidiFile.h"
 #include "host/player/BlockAdapter.h"
@@ -16,7 +17,7 @@ namespace orphia::host {
 /// that its time lies in, so up to a millisecond early; what the block does not take comes in the next one,
 /// in order. At the end of the song each note that is still on gets its note-off. At another rate of the
 /// instrument the song goes on; the notes that were down are over.
-class MidiPlayer {
+class ORPHIA_PUBLIC MidiPlayer {
 public:
     /// File and instrument must outlive this; the wheels and pedals are this one's as long as it plays.
     MidiPlayer(const MidiFile& file, Instrument& instrument);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "host/common/Public.h"
 #include "host/parameters/ParameterCatalog.h"
 #include "host/presets/Preset.h"
 
@@ -12,7 +13,7 @@
 namespace orphia::host {
 
 /// The presets of the instrument: those that are built in, and those in the user's folder.
-class PresetLibrary {
+class ORPHIA_PUBLIC PresetLibrary {
 public:
     struct Entry {
         /// What a user calls it: the file's name without its ending, for instance "classic-robot".
@@ -73,12 +74,12 @@ private:
 };
 
 /// The text of one built-in preset's file.
-struct BuiltInPreset {
+struct ORPHIA_PUBLIC BuiltInPreset {
     std::string_view id;
     std::string_view text;
 };
 
 /// In order of id: all of presets/factory/.
-std::vector<BuiltInPreset> BuiltInPresets();
+ORPHIA_PUBLIC std::vector<BuiltInPreset> BuiltInPresets();
 
 } // namespace orphia::host
