@@ -39,9 +39,9 @@ set(CPACK_DEBIAN_PACKAGE_SECTION sound)
 
 # What is compiled into a package besides our own, as packages of this system, whose licences ask to come along.
 set(inside_orphia-vx libxsimd-dev libboost-dev nlohmann-json3-dev libcli11-dev)
-set(inside_liborphia-host${PROJECT_VERSION_MAJOR} nlohmann-json3-dev)
-set(inside_orphia-vx-plugins ${inside_orphia-vx} dpf-source juce-modules-source)
-set(inside_python3-orphia nlohmann-json3-dev pybind11-dev)
+set(inside_liborphia-host${PROJECT_VERSION_MAJOR} libxsimd-dev libboost-dev nlohmann-json3-dev)
+set(inside_orphia-vx-plugins ${inside_orphia-vx} dpf-source lv2-dev juce-modules-source)
+set(inside_python3-orphia libxsimd-dev libboost-dev nlohmann-json3-dev pybind11-dev)
 
 # Our own licence, and what this system's packages tell of the libraries inside, each with its text.
 function(write_copyright name)
@@ -109,7 +109,7 @@ Public headers in C++20, and what find_package(OrphiaVX) of CMake and
 pkg-config need.")
 
 # The toolkit of the window loads the libraries of X at run time, and reads where the fonts are.
-if(ORPHIA_BUILD_PLUGINS)
+if(TARGET orphia_program)
   add_debian_package(orphia-vx-plugins sound plugins
     "orphia-vx ${same}, libx11-6, libxext6, libxcursor1, libxinerama1, libxrandr2, fontconfig-config"
 "vocoder instrument: plug-ins and a program with a window

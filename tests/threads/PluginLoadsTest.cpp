@@ -16,7 +16,10 @@ class TurningHost {
 public:
     explicit TurningHost(PluginInstrument& instrument, bool turns)
         : plugin(instrument), thread([this, turns] { Run(turns); }) {}
-    ~TurningHost() { thread.join(); }
+    ~TurningHost() {
+        ends = true;
+        thread.join();
+    }
     TurningHost(const TurningHost&) = delete;
     TurningHost& operator=(const TurningHost&) = delete;
 

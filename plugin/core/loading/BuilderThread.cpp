@@ -55,6 +55,11 @@ void PluginInstrument::Inside::Do(Job& job) {
         }
     } catch (const std::exception& error) {
         Say(error.what());
+        const Lock lock(control);
+        if (!incoming && newestSeat != nullptr) {
+            // What was to follow what plays does not come.
+            newestSeat->generation = exchange.Newest();
+        }
     }
 }
 

@@ -64,7 +64,11 @@ bool PluginInstrument::Inside::Finish(const PluginState& state, Ticket ticket) {
     }
     if (seat == nullptr) {
         if (newestSeat != nullptr) {
-            // What was wished for the one that failed is for the one that stays.
+            // What was wished for the one that failed is for the one that stays, and so is what it has not
+            // heard yet.
+            exchange.LookAtWishes(newestSeat->generation, [this](std::uint32_t index, float position) {
+                exchange.Want(index, position);
+            });
             newestSeat->generation = ticket.generation;
             incoming.reset();
         }
@@ -81,6 +85,11 @@ bool PluginInstrument::Inside::Finish(const PluginState& state, Ticket ticket) {
 
 /// Without a seat, what is kept until there is one.
 void PluginInstrument::Inside::Publish(const PluginState& state, std::unique_ptr<Seat> seat) {
+    if (seat != nullptr && isActive && stage.Current() == nullptr) {
+        // Nothing plays that could give way: it is built when it is activated anew.
+        incoming = state;
+        seat = nullptr;
+    }
     identity = {state.preset.name, state.preset.description, state.preset.tags, {}, state.preset.samples};
     program = state.program;
     SetMacros(state.macros);

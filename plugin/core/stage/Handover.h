@@ -24,8 +24,8 @@ public:
     // ---- One message thread at a time
 
     void Offer(std::unique_ptr<Object> object) {
-        Collect();
         delete offered.exchange(object.release(), std::memory_order_acq_rel);
+        Collect();
     }
     void Collect() {
         for (std::atomic<Object*>& each : retired) {
@@ -50,7 +50,8 @@ private:
     bool IsFree(std::size_t place) const { return retired[place].load(std::memory_order_acquire) == nullptr; }
 
     std::atomic<Object*> offered{nullptr};
-    /// Each offer collects. So there is room for one that went since, and for the one that gives way to it.
+    /// Each offer collects, behind itself. So there is room for one that went since, and for the one that
+    /// gives way to it.
     std::array<std::atomic<Object*>, 2> retired{};
 };
 

@@ -117,6 +117,8 @@ void Stage::Adopt() {
     if (!hasSounded) {
         EndFade();
     }
+    // What was wished for it is older than what comes now.
+    TakeWishes();
 }
 
 void Stage::Settle() {
@@ -190,7 +192,7 @@ bool Stage::SelectBank(const host::MidiMessage& message) {
 
 bool Stage::Send(const host::MidiMessage& message) {
     Adopt();
-    holdsBack = seats.IsOffered();
+    holdsBack = seats.IsOffered() || LoadsNow();
     if (holdsBack) {
         return false;
     }
@@ -253,7 +255,7 @@ void Stage::MoveMacro(std::uint32_t macro, float position, std::uint32_t now) {
 }
 
 void Stage::ProcessBlock(const float* const* voice, std::uint32_t channels, float* const* output) {
-    if (isOffline.load(std::memory_order_relaxed) && wantedProgram.load(std::memory_order_relaxed) >= 0) {
+    if (LoadsNow()) {
         loadProgramNow();
     }
     Adopt();

@@ -77,7 +77,8 @@ public:
 
     std::uint32_t FramesPerBlock() const override;
     std::uint32_t LatencyFrames() const override;
-    /// False also for what is for the next instrument, while the last change goes on.
+    /// False also for what is for the next instrument, while the last change goes on; what is set meanwhile
+    /// does not wait.
     bool Send(const host::MidiMessage& message) override;
     /// Also of a macro; the bypass is not heard of here.
     void Set(const host::ParameterSetting& setting) override;
@@ -108,6 +109,11 @@ private:
 
     void FadeOver(const float* const* voice, std::uint32_t channels, float* const* output);
     void EndFade();
+    /// The program that was asked for comes with the next block.
+    bool LoadsNow() const {
+        return isOffline.load(std::memory_order_relaxed) &&
+               wantedProgram.load(std::memory_order_relaxed) >= 0;
+    }
     bool IsNextOrdered() const { return exchange.Newest() != current->generation; }
     void SetEngine(std::uint32_t id, float position);
     /// Leaves alone what was wished for in the same moment.

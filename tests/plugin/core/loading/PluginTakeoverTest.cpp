@@ -59,7 +59,8 @@ TEST(PluginTakeover, WhatIsPlayedSinceTheOrderIsHeardOfByTheNewSound) {
             // A fade takes 960 frames, and a call may end within a block.
             Play(*plugin, Events({}, 500));
             isBuiltBeside ? plugin->BeginProgram(lastProgram) : plugin->LoadProgram(lastProgram);
-            Play(*plugin, Events({each.event}, 100));
+            // Which is older, and so counts for less.
+            Play(*plugin, Events({Turn(2, IdOf("BodeVocoder_Wet"), 0.2F), each.event}, 100));
             Settle(*plugin);
             EXPECT_EQ(plugin->Position(IdOf(each.parameter)), each.position)
                 << each.parameter << isBuiltBeside;
@@ -91,6 +92,13 @@ TEST(PluginTakeover, KeysOfTheNewSoundAreHeardAndEndAndThoseOfTheOldDoNotHang) {
     plugin->AllNotesOff();
     Play(*plugin, Events({}));
     EXPECT_TRUE(plugin->HeldKeys().held.none());
+}
+
+TEST(PluginTakeover, OfAnExportIsBeforeTheKeyThatFollowsTheProgram) {
+    auto plugin = Faded();
+    plugin->SetOffline(true);
+    Play(*plugin, Events({{7, host::MidiMessage{0xC0, 1, 0}}, {7, host::MidiMessage{0x90, 50, 100}}}));
+    EXPECT_EQ(plugin->HeldKeys().held.to_string(), std::bitset<128>().set(50).to_string());
 }
 
 TEST(PluginTakeover, VolumeAndPedalsStayWhenSamplesCome) {
@@ -129,6 +137,23 @@ TEST(PluginTakeover, ThatFailsLeavesWhatWasTurnedToTheSoundThatStays) {
     ASSERT_TRUE(plugin.LoadState(state));
     Play(plugin, 64);
     EXPECT_TRUE(plugin.SaveState() == state) << "it was not for this one";
+}
+
+TEST(PluginTakeover, OfNothingWaitsUntilThereIsASound) {
+    PluginInstrument plugin({PluginInstrument::Kind::Instrument, ORPHIA_SILENT_ENGINE, {}, 1});
+    plugin.SetPosition(IdOf("MasterVolume"), 0.25F);
+    const std::string state = plugin.SaveState();
+    setenv("ORPHIA_SILENT_WITHOUT_MEMORY", "1", 1);
+    plugin.Activate(pluginRate);
+    unsetenv("ORPHIA_SILENT_WITHOUT_MEMORY");
+    for (int round = 0; round < 2; ++round) {
+        plugin.LoadState(state);
+        Play(plugin, 64);
+        EXPECT_PRED2(Has, plugin.SaveState(), "\"MasterVolume\"");
+        plugin.Activate(pluginRate);
+        Play(plugin, 64);
+        EXPECT_EQ(plugin.Position(IdOf("MasterVolume")), 0.25F);
+    }
 }
 
 } // namespace
