@@ -60,9 +60,9 @@ public:
         }
     }
     void mouseUp(const juce::MouseEvent& /*event*/) override { LetGo(); }
-    void mouseWheelMove(const juce::MouseEvent& /*event*/, const juce::MouseWheelDetails& wheel) override {
+    void mouseWheelMove(const juce::MouseEvent& /*event*/, const juce::MouseWheelDetails& rolled) override {
         if (kind == Kind::Modulation) {
-            Send(position + 0.3F * wheel.deltaY);
+            Send(position + 0.3F * rolled.deltaY);
         }
     }
     bool keyPressed(const juce::KeyPress& key) override {
