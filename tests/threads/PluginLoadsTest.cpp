@@ -16,18 +16,16 @@ class TurningHost {
 public:
     explicit TurningHost(PluginInstrument& instrument, bool turns)
         : plugin(instrument), thread([this, turns] { Run(turns); }) {}
-    ~TurningHost() {
-        ends = true;
-        thread.join();
-    }
+    ~TurningHost() { Stop(); }
     TurningHost(const TurningHost&) = delete;
     TurningHost& operator=(const TurningHost&) = delete;
 
     /// Where it has left what it moved, by id.
     std::map<std::uint32_t, float> Stop() {
         ends = true;
-        thread.join();
-        thread = std::thread([] {});
+        if (thread.joinable()) {
+            thread.join();
+        }
         return positions;
     }
 

@@ -5,7 +5,7 @@
 #include "processor/instrument/VocoderProcessor.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <atomic>
 
 namespace {
 
@@ -21,15 +21,17 @@ public:
     }
 };
 
+std::atomic<bool> isShortOfMemory{false};
+
 class SilentFactory final : public IProcessorFactory {
 public:
     SilentFactory() : IProcessorFactory("0", "Velmora", "Silent engine") {}
-    /// Null while a test says that memory is short.
-    IProcessor* CreateProcessor() override {
-        return std::getenv("ORPHIA_SILENT_WITHOUT_MEMORY") != nullptr ? nullptr : new SilentProcessor();
-    }
+    IProcessor* CreateProcessor() override { return isShortOfMemory ? nullptr : new SilentProcessor(); }
 };
 
 } // namespace
 
 extern "C" Velmora::Processor::IProcessorFactory* GetProcessorFactory() { return new SilentFactory(); }
+
+/// For tests: while memory is short no processor is made.
+extern "C" void SetShortOfMemory(bool isShort) { isShortOfMemory = isShort; }

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // What happens while one sound takes the place of another.
 #include "plugin/PluginRig.h"
+#include "support/platform/DynamicLibrary.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdlib>
 
 namespace orphia::test {
 
@@ -119,16 +118,29 @@ TEST(PluginTakeover, VolumeAndPedalsStayWhenSamplesCome) {
     }
 }
 
+/// While it lives, the silent engine makes no processor.
+class ShortOfMemory {
+public:
+    ShortOfMemory() { Set(true); }
+    ~ShortOfMemory() { Set(false); }
+
+private:
+    void Set(bool isShort) { engine.FindFunction<void(bool)>("SetShortOfMemory")(isShort); }
+
+    Velmora::Platform::DynamicLibrary engine{ORPHIA_SILENT_ENGINE};
+};
+
 TEST(PluginTakeover, ThatFailsLeavesWhatWasTurnedToTheSoundThatStays) {
     PluginInstrument plugin({PluginInstrument::Kind::Instrument, ORPHIA_SILENT_ENGINE, {}, 1});
     plugin.Activate(pluginRate);
     Play(plugin, 64);
     const std::string state = plugin.SaveState();
-    setenv("ORPHIA_SILENT_WITHOUT_MEMORY", "1", 1);
-    EXPECT_TRUE(plugin.BeginProgram(lastProgram));
-    plugin.SetPosition(IdOf("MasterVolume"), 0.25F);
-    WaitForLoads(plugin);
-    unsetenv("ORPHIA_SILENT_WITHOUT_MEMORY");
+    {
+        const ShortOfMemory isShort;
+        EXPECT_TRUE(plugin.BeginProgram(lastProgram));
+        plugin.SetPosition(IdOf("MasterVolume"), 0.25F);
+        WaitForLoads(plugin);
+    }
     Play(plugin, 64);
     EXPECT_PRED2(Has, plugin.TakeMessages().at(0), "memory");
     EXPECT_EQ(plugin.Position(IdOf("MasterVolume")), 0.25F);
@@ -143,9 +155,10 @@ TEST(PluginTakeover, OfNothingWaitsUntilThereIsASound) {
     PluginInstrument plugin({PluginInstrument::Kind::Instrument, ORPHIA_SILENT_ENGINE, {}, 1});
     plugin.SetPosition(IdOf("MasterVolume"), 0.25F);
     const std::string state = plugin.SaveState();
-    setenv("ORPHIA_SILENT_WITHOUT_MEMORY", "1", 1);
-    plugin.Activate(pluginRate);
-    unsetenv("ORPHIA_SILENT_WITHOUT_MEMORY");
+    {
+        const ShortOfMemory isShort;
+        plugin.Activate(pluginRate);
+    }
     for (int round = 0; round < 2; ++round) {
         plugin.LoadState(state);
         Play(plugin, 64);
